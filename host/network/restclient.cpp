@@ -1,0 +1,1 @@
+#include "host/network/restclient.h"
