@@ -1,0 +1,157 @@
+#include "host/core/basicloyaltysystem.h"
+
+#include "host/core/loyaltysystems.h"
+#include "host/utils/money.h"
+
+#include <cmath>
+#include <numeric>
+
+using namespace Qt::StringLiterals;
+
+BasicPlugin::~BasicPlugin() = default;
+
+DocumentWatcher::~DocumentWatcher() = default;
+
+BasicLoyaltySystem::BasicLoyaltySystem() = default;
+
+BasicLoyaltySystem::~BasicLoyaltySystem()
+{
+    if (Singleton<LoyaltySystems>::instance)
+        Singleton<LoyaltySystems>::instance->remove(this);
+}
+
+bool BasicLoyaltySystem::init() { return registerLoyaltySystem(); }
+
+bool BasicLoyaltySystem::identifyByCard(QSharedPointer<DocumentCardRecord>& /*card*/,
+                                        ECardNumberType /*type*/)
+{
+    return refuse();
+}
+
+bool BasicLoyaltySystem::getCardInfo(QSharedPointer<DocumentCardRecord>& /*card*/, ECardNumberType /*type*/)
+{
+    return refuse();
+}
+
+bool BasicLoyaltySystem::request(const QSharedPointer<AbstractDocument>& /*document*/)
+{
+    return true; // nothing to ask: no points may be spent
+}
+
+bool BasicLoyaltySystem::commit(const QSharedPointer<AbstractDocument>& /*document*/)
+{
+    clearLoyaltyData();
+    return true;
+}
+
+bool BasicLoyaltySystem::rollback(const QSharedPointer<AbstractDocument>& /*document*/)
+{
+    clearLoyaltyData();
+    return true;
+}
+
+bool BasicLoyaltySystem::cancel()
+{
+    clearLoyaltyData();
+    return true;
+}
+
+bool BasicLoyaltySystem::spendPoints() { return refuse(); }
+
+double BasicLoyaltySystem::getPointsForSpend(const QSharedPointer<AbstractDocument>& /*document*/)
+{
+    return m_pointsForSpend;
+}
+
+bool BasicLoyaltySystem::hasPointsForEarn() { return !m_bonusRecords.isEmpty(); }
+
+double BasicLoyaltySystem::getPointsForEarn()
+{
+    return std::accumulate(m_bonusRecords.cbegin(), m_bonusRecords.cend(), 0.0,
+                           [](double sum, const DocumentBonusRecord& record) { return sum + record.amount; });
+}
+
+bool BasicLoyaltySystem::restoreLoyaltySystem() { return true; }
+
+loyalty::CardNumberResult BasicLoyaltySystem::getCardNumber(const loyalty::CardNumberInputData& input)
+{
+    if (input.kind == loyalty::CardNumberInputData::CardNumber)
+        return {.success = true, .cardNumber = input.text, .error = {}};
+    return {.success = false,
+            .cardNumber = {},
+            .error = tr::Tr(u"loyaltyCardSearchNotSupported"_s,
+                            u"Поиск карты по введенным данным не поддерживается"_s)};
+}
+
+void BasicLoyaltySystem::setOption(LoyaltySystemOption option, bool on)
+{
+    if (on)
+        m_options.insert(option);
+    else
+        m_options.remove(option);
+}
+
+bool BasicLoyaltySystem::registerLoyaltySystem()
+{
+    if (!Singleton<LoyaltySystems>::instance)
+        Singleton<LoyaltySystems>::instance = new LoyaltySystems;
+    return Singleton<LoyaltySystems>::instance->add(this);
+}
+
+void BasicLoyaltySystem::clearLoyaltyData()
+{
+    m_pointsForSpend = 0;
+    m_bonusImpacts.clear();
+    m_bonusRecords.clear();
+}
+
+QSharedPointer<DocumentCardRecord> BasicLoyaltySystem::getCard() const
+{
+    const auto document = watchedDocument();
+    return document ? document->getCardRecord(m_type) : nullptr;
+}
+
+QString BasicLoyaltySystem::pointsMessage() const
+{
+    return u"Баллы к списанию: %1, скидок баллами: %2, записей о начислении: %3"_s.arg(
+        QString::number(m_pointsForSpend, 'f', 2), QString::number(m_bonusImpacts.size()),
+        QString::number(m_bonusRecords.size()));
+}
+
+QList<DocumentBonusRecord>
+BasicLoyaltySystem::distributeBonusRecord(const QSharedPointer<AbstractDocument>& document,
+                                          const DocumentBonusRecord& record) const
+{
+    const auto items = document->getGoodsItems();
+    std::int64_t sumLeft = 0;
+    for (const auto& item : items)
+        sumLeft += utils::toHundredths(item->getSumb());
+
+    QList<DocumentBonusRecord> parts;
+    std::int64_t amountLeft = utils::toHundredths(record.amount);
+    for (const auto& item : items) {
+        const std::int64_t sum = utils::toHundredths(item->getSumb());
+        if (sumLeft == 0)
+            break;
+        // Of what is left, the share of this position in the positions that are left: the last one takes the
+        // rest, so nothing is lost to rounding.
+        const double share = static_cast<double>(sum) / static_cast<double>(sumLeft);
+        const std::int64_t amount = std::llround(static_cast<double>(amountLeft) * share);
+        sumLeft -= sum;
+        amountLeft -= amount;
+        if (amount == 0)
+            continue;
+        DocumentBonusRecord part = record;
+        part.position = item->getPosnum();
+        part.amount = static_cast<double>(amount) / 100.0;
+        parts.append(part);
+    }
+    return parts;
+}
+
+bool BasicLoyaltySystem::refuse()
+{
+    m_lastError =
+        tr::Tr(u"loyaltyOperationNotSupported"_s, u"Операция не поддерживается системой лояльности"_s);
+    return false;
+}

@@ -1,0 +1,26 @@
+#include "host/core/goodsitem.h"
+
+#include "host/utils/money.h"
+
+namespace {
+constexpr qsizetype paperWidth = 24; // letters of a name that a line of the receipt has room for
+} // namespace
+
+GoodsItem::GoodsItem(int posnum, const QString& articul, const QString& name, double price, double quantity)
+    : m_posnum(posnum)
+    , m_articul(articul)
+    , m_name(name)
+    , m_price(price)
+    , m_quantity(quantity)
+{}
+
+GoodsItem::~GoodsItem() = default;
+
+QString GoodsItem::getName(bool shortened) const { return shortened ? m_name.left(paperWidth) : m_name; }
+
+double GoodsItem::getSumb() const
+{
+    return utils::roundToHundredths(utils::roundToHundredths(m_price * m_quantity) - getDiscountSum());
+}
+
+double GoodsItem::getDiscountSum() const { return utils::roundToHundredths(m_discount + m_bonusImpactSum); }

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "host/utils/export.h"
+
+#include <QString>
+
+/// One position of a receipt. Sums are money, quantities in the article's unit.
+class HOST_EXPORT GoodsItem
+{
+public:
+    /// `posnum` numbers the positions of a receipt from 1; a return keeps its sale's numbers.
+    GoodsItem(int posnum, const QString& articul, const QString& name, double price, double quantity);
+    virtual ~GoodsItem();
+
+    [[nodiscard]] virtual int getPosnum() const { return m_posnum; }
+    [[nodiscard]] virtual QString getArticul() const { return m_articul; }
+    /// The article's name; with `shortened` cut to what the narrow receipt paper holds.
+    [[nodiscard]] virtual QString getName(bool shortened) const;
+    /// Price of one unit.
+    [[nodiscard]] virtual double getPrice() const { return m_price; }
+    [[nodiscard]] virtual double getBquant() const { return m_quantity; }
+    /// What the customer pays for the position: price × quantity less every discount, on hundredths.
+    [[nodiscard]] virtual double getSumb() const;
+    /// The bonus discount on the position, a positive sum; contained in getDiscountSum().
+    [[nodiscard]] virtual double getBonusImpactSum() const { return m_bonusImpactSum; }
+    /// All discounts on the position, the bonus discount included.
+    [[nodiscard]] virtual double getDiscountSum() const;
+
+    /// The discounts other than the bonus discount.
+    void setDiscount(double sum) { m_discount = sum; }
+    void setBonusImpactSum(double sum) { m_bonusImpactSum = sum; }
+
+private:
+    int m_posnum;
+    QString m_articul;
+    QString m_name;
+    double m_price;
+    double m_quantity;
+    double m_discount = 0;
+    double m_bonusImpactSum = 0;
+};

@@ -1,0 +1,80 @@
+#include "host/core/terminalfrontend.h"
+
+#include <termios.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Switches the terminal's echo off while it lives; does nothing when standard input is no terminal.
+class EchoOff
+{
+public:
+    explicit EchoOff(bool wanted)
+    {
+        if (!wanted || tcgetattr(STDIN_FILENO, &m_before) != 0)
+            return;
+        termios quiet = m_before;
+        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        m_active = tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet) == 0;
+    }
+    ~EchoOff()
+    {
+        if (m_active)
+            tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+    }
+    EchoOff(const EchoOff&) = delete;
+    EchoOff& operator=(const EchoOff&) = delete;
+
+private:
+    termios m_before{};
+    bool m_active = false;
+};
+
+} // namespace
+
+void TerminalFrontend::print(const tr::Tr& text)
+{
+    if (!text.isEmpty())
+        m_out << text.ru() << '\n';
+}
+
+int TerminalFrontend::chooseFromList(const ChoiceRequest& request)
+{
+    print(request.title);
+    print(request.message);
+    for (qsizetype i = 0; i < request.items.size(); ++i)
+        m_out << u"  %1. %2\n"_s.arg(QString::number(i + 1), request.items[i].ru());
+    print(request.comment);
+
+    const QString prompt = request.closable ? u"Номер строки (пусто — закрыть): "_s : u"Номер строки: "_s;
+    QString line;
+    while (true) {
+        m_out << prompt << Qt::flush;
+        if (!m_in.readLineInto(&line) || (line.trimmed().isEmpty() && request.closable))
+            return -1;
+        bool isNumber = false;
+        const int number = line.trimmed().toInt(&isNumber);
+        if (isNumber && number >= 1 && number <= request.items.size())
+            return number - 1;
+        m_out << u"Введите число от 1 до %1\n"_s.arg(request.items.size());
+    }
+}
+
+core::BasicDialog::Result TerminalFrontend::inputText(const TextInputRequest& request)
+{
+    print(request.title);
+    QString line;
+    while (true) {
+        m_out << request.message.ru() << u": "_s << Qt::flush;
+        const EchoOff quiet(request.hidden);
+        if (!m_in.readLineInto(&line))
+            return core::BasicDialog::Result::cancelled();
+        if (!line.isEmpty() || request.emptyAllowed)
+            break;
+        if (request.cancelAllowed)
+            return core::BasicDialog::Result::cancelled();
+    }
+    return core::BasicDialog::Result::entered(request.trimmed ? line.trimmed() : line);
+}

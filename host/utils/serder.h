@@ -1,0 +1,77 @@
+#pragma once
+
+#include "host/utils/export.h"
+
+#include <QList>
+#include <QMetaObject>
+#include <QVariant>
+
+#include <concepts>
+
+/// Values to and from plain variants (maps, lists, numbers, texts, dates), which the host can store. A class
+/// takes part by being a Q_GADGET: its properties are its members.
+namespace serder {
+
+/// The strategy for gadgets: a map from property name to value, an enumeration as its number. `gadget` points
+/// to an object of the class that `type` describes, or of one derived from it.
+HOST_EXPORT QVariant serializeGadget(const QMetaObject& type, const void* gadget);
+
+/// Writes into `gadget` what the map holds for each property; a property that the map lacks keeps its value,
+/// a member that the class doesn't have is ignored.
+HOST_EXPORT void deserializeGadget(const QMetaObject& type, void* gadget, const QVariant& value);
+
+template <class T>
+concept Gadget = requires
+{
+    {
+        T::staticMetaObject
+        } -> std::convertible_to<const QMetaObject&>;
+};
+
+/// The host's serialiser of T. A plain value (text, number, date) is itself.
+template <class T>
+struct default_serder_type
+{
+    static QVariant serialize(const T& value) { return QVariant::fromValue(value); }
+    static T deserialize(const QVariant& value) { return value.value<T>(); }
+};
+
+/// A gadget; a class derived from one without properties of its own is written by its base's meta-object.
+template <Gadget T>
+struct default_serder_type<T>
+{
+    static QVariant serialize(const T& value) { return serializeGadget(T::staticMetaObject, &value); }
+
+    static T deserialize(const QVariant& value)
+    {
+        T result;
+        deserializeGadget(T::staticMetaObject, &result, value);
+        return result;
+    }
+};
+
+/// A list, element by element in the same order.
+template <class T>
+struct default_serder_type<QList<T>>
+{
+    static QVariant serialize(const QList<T>& values)
+    {
+        QVariantList result;
+        result.reserve(values.size());
+        for (const T& value : values)
+            result.append(default_serder_type<T>::serialize(value));
+        return result;
+    }
+
+    static QList<T> deserialize(const QVariant& value)
+    {
+        const QVariantList entries = value.toList();
+        QList<T> result;
+        result.reserve(entries.size());
+        for (const QVariant& entry : entries)
+            result.append(default_serder_type<T>::deserialize(entry));
+        return result;
+    }
+};
+
+} // namespace serder

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "host/utils/export.h"
+
+#include <QList>
+#include <QMetaType>
+#include <QString>
+#include <QVariant>
+
+namespace tr {
+
+/// A text for the cashier: an identifier under which the host finds translations, and the Russian default.
+class HOST_EXPORT Tr
+{
+public:
+    Tr() = default;
+    Tr(const QString& id, const QString& text)
+        : m_id(id)
+        , m_ru(text)
+    {}
+
+    /// A text that nobody translates, such as one that the service sent: its identifier is "undefined".
+    [[nodiscard]] static Tr untranslated(const QString& text);
+
+    [[nodiscard]] QString id() const { return m_id; }
+    [[nodiscard]] QString ru() const { return m_ru; }
+    [[nodiscard]] bool isEmpty() const { return m_ru.isEmpty(); }
+
+    /// This text with `value` in place of its lowest-numbered placeholder ("%1").
+    [[nodiscard]] Tr arg(const QString& value) const { return {m_id, m_ru.arg(value)}; }
+
+    /// The text wrapped in a variant, as an argument of an event carries it.
+    operator QVariant() const { return QVariant::fromValue(*this); } // NOLINT(google-explicit-constructor)
+
+    bool operator==(const Tr&) const = default;
+
+private:
+    QString m_id;
+    QString m_ru;
+};
+
+/// A list of texts, such as the items of a choice.
+class HOST_EXPORT TrList : public QList<Tr>
+{
+public:
+    TrList() = default;
+    /// Each text of the list untranslated, in the same order.
+    explicit TrList(const QList<QString>& texts);
+};
+
+} // namespace tr
+
+Q_DECLARE_METATYPE(tr::Tr)
