@@ -1,13 +1,15 @@
 # One function for each kind of target, so that a room's CMakeLists says only what is its own.
-#   kyr_library(NAME [STATIC] SOURCES ... [LIBS ...])
+#   kyr_library(NAME [STATIC|OBJECT] SOURCES ... [LIBS ...])
 #   kyr_plugin(NAME SOURCES ... [LIBS ...])
 #   kyr_program(NAME SOURCES ... [LIBS ...])
 #   kyr_test(NAME SOURCES ... [LIBS ...] [NEEDS target...])
 
 function(kyr_library name)
-  cmake_parse_arguments(arg "STATIC" "" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(arg "STATIC;OBJECT" "" "SOURCES;LIBS" ${ARGN})
   if(arg_STATIC)
     add_library(${name} STATIC ${arg_SOURCES})
+  elseif(arg_OBJECT)
+    add_library(${name} OBJECT ${arg_SOURCES})
   else()
     add_library(${name} SHARED ${arg_SOURCES})
   endif()

@@ -1,1 +1,145 @@
 #include "host/network/restclient.h"
+
+#include "host/network/curlexchange.h"
+#include "host/utils/logging.h"
+#include "host/utils/masking.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonParseError>
+#include <QMetaEnum>
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+template class MockFactory<RestClient>;
+
+namespace {
+
+using Observer = std::function<void(const RestExchange&)>;
+
+struct ObserverSlot
+{
+    std::mutex mutex;
+    std::shared_ptr<const Observer> observer;
+};
+
+ObserverSlot& observerSlot()
+{
+    static ObserverSlot slot;
+    return slot;
+}
+
+std::shared_ptr<const Observer> currentObserver()
+{
+    ObserverSlot& slot = observerSlot();
+    const std::lock_guard lock(slot.mutex);
+    return slot.observer;
+}
+
+/// The JSON value in a body; invalid when it is not JSON.
+QVariant parsed(const QByteArray& body)
+{
+    const QByteArray text = body.trimmed();
+    if (text.isEmpty())
+        return {};
+    QJsonParseError error;
+    if (text.startsWith('{') || text.startsWith('[')) {
+        const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+        return error.error == QJsonParseError::NoError ? document.toVariant() : QVariant();
+    }
+    // Qt's parser wants an object or an array at the top, so a scalar is read as the only element of one.
+    const QJsonArray wrapped = QJsonDocument::fromJson('[' + text + ']', &error).array();
+    return error.error == QJsonParseError::NoError && wrapped.size() == 1 ? wrapped.first().toVariant()
+                                                                          : QVariant();
+}
+
+RestClient::ErrorCode judged(const network::Answer& answer, const QVariant& response)
+{
+    if (answer.failure != RestClient::ErrorCode::None)
+        return answer.failure;
+    if (answer.status >= 300 && answer.status < 400)
+        return RestClient::ErrorCode::Redirect;
+    const bool readable = response.isValid() || answer.body.trimmed().isEmpty();
+    return answer.status >= 200 && readable ? RestClient::ErrorCode::None
+                                            : RestClient::ErrorCode::BrokenAnswer;
+}
+
+void log(const RestExchange& exchange)
+{
+    QString outcome;
+    if (exchange.errorCode == 0 || exchange.errorCode == exchange.status)
+        outcome = QString::number(exchange.status);
+    else
+        outcome =
+            QString::fromLatin1(QMetaEnum::fromType<RestClient::ErrorCode>().valueToKey(exchange.errorCode));
+    const QUrl plain = exchange.url.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
+    utils::logger(u"network"_s)
+        ->debug(u"%1 %2: %3, %4 ms, %5 bytes"_s.arg(
+            exchange.method, utils::maskNumbers(QString::fromLatin1(plain.toEncoded())), outcome,
+            QString::number(exchange.milliseconds), QString::number(exchange.answerBody.size())));
+}
+
+} // namespace
+
+void RestClient::setTimeout(int seconds)
+{
+    m_timeout = seconds > 0 ? std::min(seconds, longestTimeout) : defaultTimeout;
+}
+
+void RestClient::get(const QUrl& url, const QJsonDocument& document, const QHash<QString, QString>& headers)
+{
+    exchange("GET"_ba, url, document.isEmpty() ? QByteArray() : document.toJson(QJsonDocument::Compact),
+             headers);
+}
+
+void RestClient::post(const QUrl& url, const QByteArray& body, const QHash<QString, QString>& headers)
+{
+    exchange("POST"_ba, url, body, headers);
+}
+
+void RestClient::put(const QUrl& url, const QByteArray& body, const QHash<QString, QString>& headers)
+{
+    exchange("PUT"_ba, url, body, headers);
+}
+
+QVariant RestClient::getResponse() const { return m_response; }
+
+int RestClient::getErrorCode() const { return m_errorCode; }
+
+void RestClient::setObserver(Observer observer)
+{
+    auto next = observer ? std::make_shared<const Observer>(std::move(observer)) : nullptr;
+    ObserverSlot& slot = observerSlot();
+    const std::lock_guard lock(slot.mutex);
+    slot.observer.swap(next); // the old one is destroyed outside the lock: it may own anything
+}
+
+void RestClient::exchange(const QByteArray& method, const QUrl& url, const QByteArray& body,
+                          const QHash<QString, QString>& headers)
+{
+    QElapsedTimer clock;
+    clock.start();
+    network::Answer answer = network::send({method, url, body, headers, m_timeout});
+
+    m_response = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
+    const bool errorStatus = answer.failure == ErrorCode::None && answer.status >= 400;
+    m_errorCode = errorStatus ? answer.status : static_cast<int>(judged(answer, m_response));
+    if (m_errorCode != 0 && !errorStatus)
+        m_response = {}; // whoever answered, it was not the service
+
+    const RestExchange seen{QString::fromLatin1(method),
+                            url.adjusted(QUrl::RemoveUserInfo),
+                            body,
+                            answer.status,
+                            m_errorCode,
+                            std::move(answer.body),
+                            clock.elapsed()};
+    log(seen);
+    if (const auto observer = currentObserver())
+        (*observer)(seen);
+}
