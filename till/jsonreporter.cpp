@@ -31,7 +31,14 @@ Reporter::~Reporter() = default;
 
 void JsonReporter::begin(const QString& /*name*/, const QString& /*fileName*/) {}
 
-void JsonReporter::preparations(const QList<TraceEntry>& /*trace*/) {}
+void JsonReporter::preparations(const QList<TraceEntry>& trace)
+{
+    if (!m_trace)
+        return;
+    for (const TraceEntry& entry : trace)
+        *m_trace << headedLines(entry).join(u'\n') << u'\n';
+    m_trace->flush();
+}
 
 void JsonReporter::step(const StepReport& report)
 {
@@ -46,6 +53,7 @@ void JsonReporter::step(const StepReport& report)
         member(u"impacts"_s, sums(report.impacts)),
         member(u"queued"_s, report.queued),
     };
+    preparations(report.trace);
     m_out << u'{' << members.join(u',') << u"}\n"_s << Qt::flush;
 }
 

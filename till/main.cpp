@@ -17,10 +17,10 @@ namespace {
 constexpr int exitFailed = 1;
 constexpr int exitMisused = 2;
 
-std::unique_ptr<till::Reporter> reporterFor(const till::Options& options, QTextStream& out)
+std::unique_ptr<till::Reporter> reporterFor(const till::Options& options, QTextStream& out, QTextStream& err)
 {
     if (options.json)
-        return std::make_unique<till::JsonReporter>(out);
+        return std::make_unique<till::JsonReporter>(out, options.verbose ? &err : nullptr);
     const bool colours = isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR");
     return std::make_unique<till::TextReporter>(out, colours);
 }
@@ -46,10 +46,9 @@ int runFiles(const till::Options& options, const Config& config, till::Trace& tr
 }
 
 int runShell(const till::Options& options, const Config& config, till::Trace& trace, till::Reporter& reporter,
-             QTextStream& out)
+             QTextStream& out, QTextStream& err)
 {
     QTextStream in(stdin);
-    QTextStream err(stderr);
     QTextStream& talk = options.json ? err : out; // then only the steps' lines may go to the standard output
     TerminalFrontend terminal(in, talk);
     till::Till till({options.pluginFile, options.standProgram}, config, &terminal);
@@ -62,6 +61,7 @@ int runShell(const till::Options& options, const Config& config, till::Trace& tr
 int run(const QStringList& arguments)
 {
     QTextStream out(stdout);
+    QTextStream err(stderr);
     const auto read = till::readOptions(arguments);
     if (const auto* text = std::get_if<till::Text>(&read)) {
         out << text->text << Qt::endl;
@@ -73,9 +73,10 @@ int run(const QStringList& arguments)
         till::setServerUrl(config, options.serverUrl);
 
     till::Trace trace(options.verbose);
-    const auto reporter = reporterFor(options, out);
-    return options.command == till::Options::Command::Run ? runFiles(options, config, trace, *reporter)
-                                                          : runShell(options, config, trace, *reporter, out);
+    const auto reporter = reporterFor(options, out, err);
+    return options.command == till::Options::Command::Run
+               ? runFiles(options, config, trace, *reporter)
+               : runShell(options, config, trace, *reporter, out, err);
 }
 
 } // namespace

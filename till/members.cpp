@@ -45,11 +45,17 @@ bool matches(const JsonNode& node, Member::Type type)
     return false;
 }
 
+/// How the type is written in JSON.
+QString written(Member::Type type)
+{
+    return type == Member::Type::Text ? u"a text in quotes"_s : typeText(type);
+}
+
 QVariant value(const JsonNode& node, const Member& member, const QString& owner, Problems& problems)
 {
     const QString name = owner + u": "_s + member.name;
     if (!matches(node, member.type)) {
-        problems.append({node.line, u"%1: expected %2"_s.arg(name, typeText(member.type))});
+        problems.append({node.line, u"%1: expected %2"_s.arg(name, written(member.type))});
         return {};
     }
     if (member.type == Member::Type::Number)
@@ -80,7 +86,7 @@ QVariantMap readMembers(const JsonNode& object, const QList<Member>& members, co
             values.insert(member.name, value(*node, member, owner, problems));
         else if (member.need == Member::Need::Required)
             problems.append({object.line, u"%1: %2 is missing: expected %3 (%4)"_s.arg(
-                                              owner, member.name, typeText(member.type), member.about)});
+                                              owner, member.name, written(member.type), member.about)});
     }
     for (qsizetype i = 0; i < object.names.size(); ++i) {
         const QString& name = object.names[i];
@@ -95,7 +101,7 @@ QString typeText(Member::Type type)
 {
     switch (type) {
     case Member::Type::Text:
-        return u"a text in quotes"_s;
+        return u"a text"_s;
     case Member::Type::Number:
         return u"a number"_s;
     case Member::Type::Integer:
@@ -116,7 +122,7 @@ QString suggestion(const QString& wrong, const QStringList& known)
     const auto nearest = std::min_element(known.begin(), known.end(), nearer);
     if (nearest == known.end())
         return {};
-    if (distance(wrong, *nearest) <= std::max<qsizetype>(1, nearest->size() / 3))
+    if (distance(wrong, *nearest) <= (nearest->size() < 4 ? 1 : std::max<qsizetype>(2, nearest->size() / 3)))
         return u"; did you mean \"%1\"?"_s.arg(*nearest);
     return u"; known are "_s + known.join(u", "_s);
 }

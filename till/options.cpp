@@ -88,14 +88,14 @@ std::variant<Options, Text> readOptions(const QStringList& arguments)
                                    u"FILE"_s, besideProgram(u"stand"_s));
     const QCommandLineOption json(u"json"_s, u"Print one line of JSON for each step and nothing else."_s);
     const QCommandLineOption verbose(
-        u"verbose"_s, u"Show debug lines and the exchanges with the service too (not with --json)."_s);
+        u"verbose"_s, u"Show debug lines and the exchanges with the service too; with --json on stderr."_s);
     // Not addHelpOption(), which brings a list of Qt's own options as well.
     const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this help."_s);
     const QCommandLineOption version({u"v"_s, u"version"_s}, u"Show the versions of the till and of Qt."_s);
     parser.addOptions({config, serverUrl, plugin, stand, json, verbose, help, version});
 
     if (!parser.parse(arguments))
-        throw UsageError(u"till: %1; see till --help"_s.arg(parser.errorText()));
+        throw UsageError(u"till: %1 See till --help."_s.arg(parser.errorText()));
     if (parser.isSet(help))
         return Text{helpText(parser)};
     if (parser.isSet(version))

@@ -55,8 +55,10 @@ public:
 class JsonReporter : public Reporter
 {
 public:
-    explicit JsonReporter(QTextStream& out)
+    /// What goes on behind the steps is printed to `trace`, or nowhere when that is null.
+    JsonReporter(QTextStream& out, QTextStream* trace)
         : m_out(out)
+        , m_trace(trace)
     {}
 
     void begin(const QString& name, const QString& fileName) override;
@@ -66,6 +68,7 @@ public:
 
 private:
     QTextStream& m_out;
+    QTextStream* m_trace;
 };
 
 /// An account to be read: each step as the cashier sees it and, indented below, as the administrator does.

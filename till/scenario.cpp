@@ -69,7 +69,7 @@ void readTop(const JsonNode& root, Scenario& scenario, Problems& problems)
         else if (value.kind == JsonNode::Kind::Text)
             scenario.name = value.scalar.toString();
         else
-            problems.append({value.line, u"name: expected %1"_s.arg(typeText(Member::Type::Text))});
+            problems.append({value.line, u"name: expected a text in quotes"_s});
     }
     if (!root.member(u"steps"_s))
         problems.append({root.line, u"steps is missing: expected a list of steps"_s});

@@ -1,5 +1,7 @@
 #include "till/scriptedfrontend.h"
 
+#include "host/utils/masking.h"
+
 #include <stdexcept>
 #include <utility>
 
@@ -15,8 +17,12 @@ void ScriptedFrontend::script(std::optional<int> choice)
 
 int ScriptedFrontend::chooseFromList(const ChoiceRequest& request)
 {
-    if (!m_choice && m_fallback)
-        return m_fallback->chooseFromList(request);
+    if (!m_choice && m_fallback) {
+        ChoiceRequest masked = request;
+        for (tr::Tr& item : masked.items)
+            item = tr::Tr(item.id(), utils::maskNumbers(item.ru()));
+        return m_fallback->chooseFromList(masked);
+    }
     const int chosen = std::exchange(m_choice, std::nullopt).value_or(-1);
     // The plug-in trusts a front end's answer.
     if (chosen < -1 || chosen >= request.items.size())
@@ -26,7 +32,7 @@ int ScriptedFrontend::chooseFromList(const ChoiceRequest& request)
                 .toStdString());
     ShownDialog dialog{.title = request.title.ru(), .items = {}, .chosen = chosen};
     for (const tr::Tr& item : request.items)
-        dialog.items.append(item.ru());
+        dialog.items.append(utils::maskNumbers(item.ru()));
     m_shown.append(dialog);
     return chosen;
 }

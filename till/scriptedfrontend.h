@@ -14,12 +14,13 @@ namespace till {
 struct ShownDialog
 {
     QString title;
-    QStringList items;
-    int chosen = -1; ///< index in the items; -1: closed
+    QStringList items; ///< with card and phone numbers masked
+    int chosen = -1;   ///< index in the items; -1: closed
 };
 
 /// Answers dialogs as the step's script says. What the script does not answer goes to the fallback; without
-/// one the cashier closes the dialog, for an answer that nobody gave must not be made up.
+/// one the cashier closes the dialog, for an answer that nobody gave must not be made up. Card and phone
+/// numbers in lists are masked.
 class ScriptedFrontend : public DialogFrontend
 {
 public:

@@ -19,7 +19,7 @@ QList<ConfigKey> knownKeys()
         {passwordKey, Text, u"the shop's password at the service"_s},
         {u"KYRLoyalty:currencyName"_s, Text, u"the currency code on receipts, such as \"BON\""_s},
         {u"KYRLoyalty:bonusRatio"_s, Text, u"points to money, such as \"10:1\""_s},
-        {u"KYRLoyalty:timeout"_s, Integer, u"a whole number of seconds, such as 10"_s},
+        {u"KYRLoyalty:timeout"_s, Integer, u"seconds to wait for an answer, such as 10"_s},
         {u"KYRLoyalty:smsVerification"_s, Boolean, u"true: spending points must be confirmed by SMS"_s},
         {u"Till:shopCode"_s, Text, u"the shop's code at the service, such as \"1\""_s},
     };

@@ -1,6 +1,5 @@
 #include "till/reporter.h"
 
-#include "host/utils/masking.h"
 #include "till/screen.h"
 
 using namespace Qt::StringLiterals;
@@ -84,8 +83,7 @@ void TextReporter::printDialog(const ShownDialog& dialog)
     m_out << cashierIndent << u'[' << printable(dialog.title) << u"]\n"_s;
     for (qsizetype i = 0; i < dialog.items.size(); ++i) {
         const QString mark = i == dialog.chosen ? u"▸"_s : u" "_s;
-        m_out << cashierIndent << mark << u' ' << i + 1 << u". "_s
-              << printable(utils::maskNumbers(dialog.items[i])) << u'\n';
+        m_out << cashierIndent << mark << u' ' << i + 1 << u". "_s << printable(dialog.items[i]) << u'\n';
     }
     if (dialog.chosen < 0)
         m_out << cashierIndent << u"Список закрыт"_s << u'\n';
@@ -94,18 +92,11 @@ void TextReporter::printDialog(const ShownDialog& dialog)
 void TextReporter::printTrace(const QList<TraceEntry>& trace)
 {
     for (const TraceEntry& entry : trace) {
-        QString heading = levelText(entry.level).leftJustified(7);
-        if (entry.source.isEmpty())
-            heading = u"http   "_s;
-        else if (entry.source != u"kyrloyalty"_s)
-            heading += u" ["_s + entry.source + u']';
         const Colour colour = entry.level == LogLevel::Error     ? Colour::Red
                               : entry.level == LogLevel::Warning ? Colour::Yellow
                                                                  : Colour::Dim;
-        for (const QString& line : entry.lines) {
-            m_out << administratorIndent << painted(heading + u"  "_s + line, colour) << u'\n';
-            heading.fill(u' ');
-        }
+        for (const QString& line : headedLines(entry))
+            m_out << administratorIndent << painted(line, colour) << u'\n';
     }
 }
 

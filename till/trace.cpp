@@ -51,6 +51,19 @@ QStringList bodyLines(const QString& mark, const QByteArray& body)
 
 } // namespace
 
+QStringList headedLines(const TraceEntry& entry)
+{
+    QString heading = entry.source.isEmpty() ? u"http   "_s : levelText(entry.level).leftJustified(7);
+    if (!entry.source.isEmpty() && entry.source != u"kyrloyalty"_s)
+        heading += u" ["_s + entry.source + u']';
+    QStringList lines;
+    for (const QString& line : entry.lines) {
+        lines.append(heading + u"  "_s + line);
+        heading.fill(u' ');
+    }
+    return lines;
+}
+
 QStringList redacted(const RestExchange& exchange)
 {
     const QString status = exchange.status > 0 ? QString::number(exchange.status) : u"no answer"_s;

@@ -44,6 +44,9 @@ private:
     LogCapture m_log;
 };
 
+/// The entry's lines in a column of their own, its level and source before the first.
+QStringList headedLines(const TraceEntry& entry);
+
 /// What was exchanged, for the administrator: the outcome, then the bodies, indented. Card and phone numbers
 /// are masked; members named "code" or "password" hide their values, a body that is not JSON all of it.
 QStringList redacted(const RestExchange& exchange);
