@@ -33,8 +33,8 @@ int runFiles(const till::Options& options, const Config& config, till::Trace& tr
 
     bool allWell = true;
     for (const till::Scenario& scenario : scenarios) {
-        reporter.begin(scenario.name, scenario.fileName);
         till::Till till({options.pluginFile, options.standProgram}, scenario.config, nullptr);
+        reporter.begin(scenario.name, scenario.fileName);
         reporter.preparations(trace.take());
         till::Player player(till, trace, reporter);
         for (const till::Step& step : scenario.steps)

@@ -14,7 +14,7 @@ namespace till {
 /// A step as it is to be played; its members are checked.
 struct Step
 {
-    const StepKind* kind; ///< of the table, never null
+    const StepKind* kind = nullptr; ///< of the table; never null in a step that was read
     QVariantMap members;
     bool mayFail = false; ///< its failure is expected to be possible and does not make the scenario fail
 };

@@ -17,9 +17,9 @@ namespace {
 QJsonValue withoutSecrets(const QJsonValue& value)
 {
     if (value.isArray()) {
-        QJsonArray list;
-        for (const QJsonValue& entry : value.toArray())
-            list.append(withoutSecrets(entry));
+        QJsonArray list = value.toArray();
+        for (auto entry = list.begin(); entry != list.end(); ++entry)
+            *entry = withoutSecrets(*entry);
         return list;
     }
     if (!value.isObject())

@@ -48,8 +48,8 @@ TEST(TillPlugin, APluginForANewerQtIsRefusedWithBothVersions)
     QFile original(QStringLiteral(PLUGIN_FILE));
     ASSERT_TRUE(original.open(QIODevice::ReadOnly));
     QByteArray library = original.readAll();
-    // In the library's metadata: the mark, a format number, the major and the minor version of Qt.
-    const qsizetype mark = library.indexOf("QTMETADATA !");
+    // In the library's metadata: the mark and a zero, a format number, the major and the minor version of Qt.
+    const qsizetype mark = library.indexOf("qt-project!");
     ASSERT_GT(mark, 0);
     library[mark + 14] = 99;
     const Files files;

@@ -29,10 +29,11 @@ TEST(TillScreen, ReceiptColumnsStandBelowEachOther)
     Document receipt(SaleReceipt, u"R-1"_s);
     receipt.addGoodsItem(QSharedPointer<GoodsItem>::create(9, u"1"_s, u"И\u0306од"_s, 5, 1));
     receipt.addGoodsItem(QSharedPointer<GoodsItem>::create(10, u"2"_s, u"Чай 茶"_s, 1500, 0.25));
-    EXPECT_EQ(screen::receipt(receipt), (QStringList{u"Чек R-1"_s,                                   //
-                                                     u" 9  И\u0306од        1 ×     5,00    5,00"_s, //
-                                                     u"10  Чай 茶  0,25 × 1 500,00  375,00"_s,       //
-                                                     u"    Итого                     380,00"_s}));
+    EXPECT_EQ(screen::receipt(receipt).join(u'\n').toStdString(),
+              "Чек R-1\n"
+              " 9  И\u0306од        1 ×     5,00    5,00\n"
+              "10  Чай 茶  0,25 × 1 500,00  375,00\n"
+              "    Итого                    380,00");
 }
 
 } // namespace till
