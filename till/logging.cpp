@@ -67,7 +67,8 @@ public:
 protected:
     void append(const Log4Qt::LoggingEvent& event) override
     {
-        deliver({levelOf(event.level()), event.loggername(), event.message()});
+        const Log4Qt::Logger* logger = event.logger();
+        deliver({levelOf(event.level()), logger ? logger->name() : QString(), event.message()});
     }
 };
 
