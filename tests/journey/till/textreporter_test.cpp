@@ -1,0 +1,39 @@
+#include "till/reporter.h"
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace till {
+
+TEST(TillTextReporter, ControlCharactersOfTheServiceDoNotReachTheTerminal)
+{
+    QString shown;
+    QTextStream out(&shown);
+    TextReporter reporter(out, false);
+    reporter.step({.number = 1,
+                   .name = u"identifyByCard"_s,
+                   .mayFail = false,
+                   .outcome = {.ok = false,
+                               .error = u"a\x1b[2Jb\nc"_s,
+                               .screen = {u"d\x7f\x9b"
+                                          u"e"_s}},
+                   .dialogs = {{.title = u"f\r"_s, .items = {u"g\t"_s}, .chosen = 0}},
+                   .points = 0,
+                   .balance = {},
+                   .impacts = {},
+                   .queued = 0,
+                   .trace = {{LogLevel::Info, u"kyrloyalty"_s, {u"h\x1b"_s}}}});
+    EXPECT_EQ(shown.toStdString(), "✗  1 identifyByCard\n"
+                                   "     [f\uFFFD]\n"
+                                   "     ▸ 1. g\uFFFD\n"
+                                   "     d\uFFFD\uFFFDe\n"
+                                   "     a\uFFFD[2Jb\n"
+                                   "     c\n"
+                                   "          info     h\uFFFD\n"
+                                   "\n");
+}
+
+} // namespace till
