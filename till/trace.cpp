@@ -18,8 +18,8 @@ QJsonValue withoutSecrets(const QJsonValue& value)
 {
     if (value.isArray()) {
         QJsonArray list = value.toArray();
-        for (auto entry = list.begin(); entry != list.end(); ++entry)
-            *entry = withoutSecrets(*entry);
+        for (auto entry : list) // a reference of Qt's own kind
+            entry = withoutSecrets(entry);
         return list;
     }
     if (!value.isObject())

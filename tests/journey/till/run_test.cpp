@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 

@@ -21,7 +21,7 @@ std::vector<std::string> problemsOf(const QByteArray& scenario)
     EXPECT_EQ(ran.status, 2);
     EXPECT_EQ(ran.out, "") << "nothing may be played beside a file with mistakes";
     std::vector<std::string> problems;
-    for (QByteArray line : ran.err.trimmed().split('\n')) {
+    for (const QByteArray& line : ran.err.trimmed().split('\n')) {
         EXPECT_TRUE(line.startsWith(bad.toUtf8() + ':')) << line.toStdString();
         problems.push_back(line.sliced(bad.toUtf8().size() + 1).toStdString());
     }

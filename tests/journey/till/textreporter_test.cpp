@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 namespace till {
 

@@ -29,7 +29,7 @@ Ran run(const QStringList& arguments, const QByteArray& input)
 
 QString Files::write(const QString& name, const QByteArray& content) const
 {
-    const QString path = m_directory.filePath(name);
+    QString path = m_directory.filePath(name);
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
         qFatal("cannot write a test's file");
