@@ -54,8 +54,10 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     const QCommandLineOption password(u"password-file"_s, u"File whose first line is the password."_s,
                                       u"FILE"_s);
     const QCommandLineOption untilEof(u"until-eof"_s, u"Stop also when the standard input is closed."_s);
-    parser.addOptions({address, port, data, user, password, untilEof});
-    const auto help = parser.addHelpOption();
+    // Not addHelpOption(): it would also bring --help-all, with options of Qt's that are nobody's business
+    // here.
+    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this help."_s);
+    parser.addOptions({help, address, port, data, user, password, untilEof});
     const auto version = parser.addVersionOption();
 
     if (!parser.parse(arguments))
