@@ -5,6 +5,9 @@
 #include <QTcpSocket>
 #include <QUrl>
 
+#include <memory>
+#include <vector>
+
 using namespace Qt::StringLiterals;
 using standtest::json;
 using standtest::Login;
@@ -20,23 +23,31 @@ protected:
         return call(m_cardInfo, {.url = {}, .headers = {"Authorization: " + value}});
     }
 
-    /// The status line that answers these bytes, or nothing when the stand only hangs up or waits for more.
-    QByteArray statusLineFor(const QByteArray& bytes) const
+    std::unique_ptr<QTcpSocket> connection() const
     {
         const QUrl url(QString::fromLatin1(root()));
-        QTcpSocket socket;
-        socket.connectToHost(url.host(), static_cast<quint16>(url.port()));
-        socket.waitForConnected();
-        socket.write(bytes);
-        socket.waitForBytesWritten();
-        while (!socket.canReadLine()) {
-            if (!socket.waitForReadyRead(500))
+        auto socket = std::make_unique<QTcpSocket>();
+        socket->connectToHost(url.host(), static_cast<quint16>(url.port()));
+        EXPECT_TRUE(socket->waitForConnected());
+        return socket;
+    }
+
+    /// Sends a request whose answer has a body without line breaks; returns the answer's status line.
+    static QByteArray statusLine(QTcpSocket& socket, const QByteArray& request)
+    {
+        socket.write(request);
+        QByteArray answer;
+        while (!answer.contains("\r\n\r\n{")) {
+            if (!socket.waitForReadyRead(20'000))
                 return {};
+            answer += socket.readAll();
         }
-        return socket.readLine().trimmed();
+        return answer.first(answer.indexOf("\r\n"));
     }
 
     const QByteArray m_cardInfo = "/v2/partner/card/2000000000017/card-info";
+    const QByteArray m_authorization =
+        "Authorization: Basic " + QByteArray("shop:secret-of-the-shop").toBase64() + "\r\n";
 };
 
 TEST_F(StandFailures, WithoutCredentialsTheServiceAsksForThem)
@@ -154,20 +165,36 @@ TEST_F(StandFailures, AnAnswerToHeadHasNoBody)
 
 TEST_F(StandFailures, NonsenseOnTheWireDoesNotEndTheStand)
 {
+    std::vector<std::unique_ptr<QTcpSocket>> connections;
     for (const auto& bytes :
          {"\r\n\r\n"_ba, "no http at all\r\n\r\n"_ba, "GET\r\n\r\n"_ba,
           "GET /v2/%zz%00%ff HTTP/1.1\r\n\r\n"_ba, "GET http:// HTTP/1.1\r\n\r\n"_ba,
           "GET / HTTP/1.1\r\nContent-Length: -5\r\n\r\n"_ba,
-          "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n"_ba, "\xff\xfe\x00\x01"_ba}) {
-        statusLineFor(bytes);
+          "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n"_ba,
+          "POST / HTTP/1.1\r\nContent-Length: 100\r\n\r\nno more"_ba, "\xff\xfe\x00\x01"_ba}) {
+        connections.push_back(connection());
+        connections.back()->write(bytes);
+        EXPECT_TRUE(connections.back()->waitForBytesWritten());
         EXPECT_EQ(call("/stand/cards").status, 200) << "after " << bytes.toPercentEncoding().constData();
     }
+    connections.clear();
+    EXPECT_EQ(call("/stand/cards").status, 200) << "after they hung up";
+    EXPECT_THAT(endStatus(), ::testing::Optional(0));
 }
 
 TEST_F(StandFailures, AnUnknownMethodIsRefusedLikeAWrongOne)
 {
-    EXPECT_EQ(statusLineFor("BREW /stand/cards HTTP/1.1\r\nHost: stand\r\n\r\n"),
+    EXPECT_EQ(statusLine(*connection(), "BREW " + m_cardInfo + " HTTP/1.1\r\n" + m_authorization + "\r\n"),
               "HTTP/1.1 405 Method Not Allowed");
+}
+
+TEST_F(StandFailures, CredentialsHoldForOneRequestNotForItsConnection)
+{
+    const auto socket = connection();
+    const auto request = "GET " + m_cardInfo + " HTTP/1.1\r\n";
+    EXPECT_EQ(statusLine(*socket, request + m_authorization + "\r\n"), "HTTP/1.1 200 OK");
+    EXPECT_EQ(statusLine(*socket, request + "\r\n"), "HTTP/1.1 401 Unauthorized");
+    EXPECT_EQ(statusLine(*socket, request + m_authorization + "\r\n"), "HTTP/1.1 200 OK");
 }
 
 } // namespace

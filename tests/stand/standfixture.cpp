@@ -2,6 +2,7 @@
 
 #include <QJsonDocument>
 
+#include <csignal>
 #include <ostream>
 
 using namespace Qt::StringLiterals;
@@ -26,6 +27,12 @@ Reply StandTest::call(const QByteArray& path, Call how) const
 }
 
 QJsonArray StandTest::exchanges(const QByteArray& query) const { return exchangesOf(m_root, query); }
+
+std::optional<int> StandTest::endStatus()
+{
+    m_stand.signal(SIGTERM);
+    return m_stand.exitStatus();
+}
 
 QJsonArray exchangesOf(const QByteArray& root, const QByteArray& query)
 {

@@ -23,6 +23,9 @@ protected:
     /// The exchanges page.
     QJsonArray exchanges(const QByteArray& query = {}) const;
 
+    /// Asks the stand to end; its exit status, or nothing when it crashed.
+    std::optional<int> endStatus();
+
     QByteArray root() const { return m_root; }
 
 private:
