@@ -99,7 +99,7 @@ Balance Accounts::balance(qint64 account) const
     return {query.value(0).toLongLong(), static_cast<Notation>(query.value(1).toInt())};
 }
 
-void Accounts::beginRegistration(const QString& number) const
+void Accounts::beginRegistration(const QString& number)
 {
     m_database.run(
         u"UPDATE cards SET status = ? WHERE number = ? AND status = ?"_s,

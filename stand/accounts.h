@@ -56,21 +56,21 @@ QString written(Balance balance);
 class Accounts
 {
 public:
-    explicit Accounts(const Database& database)
+    explicit Accounts(Database& database)
         : m_database(database)
     {}
 
-    std::optional<Card> card(const QString& number) const;
-    QList<Card> cardsOfPhone(const QString& phone) const; ///< In the order of issue.
-    std::optional<Customer> customer(qint64 id) const;
-    std::optional<Customer> firstCustomerOfPhone(const QString& phone) const;
-    Balance balance(qint64 account) const;
+    [[nodiscard]] std::optional<Card> card(const QString& number) const;
+    [[nodiscard]] QList<Card> cardsOfPhone(const QString& phone) const; ///< In the order of issue.
+    [[nodiscard]] std::optional<Customer> customer(qint64 id) const;
+    [[nodiscard]] std::optional<Customer> firstCustomerOfPhone(const QString& phone) const;
+    [[nodiscard]] Balance balance(qint64 account) const;
 
     /// A new card becomes one whose registration is not filled in; another keeps its status.
-    void beginRegistration(const QString& number) const;
+    void beginRegistration(const QString& number);
 
 private:
-    const Database& m_database;
+    Database& m_database;
 };
 
 } // namespace stand

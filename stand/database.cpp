@@ -63,7 +63,7 @@ Database::Database(const QString& file)
 
 Database::~Database() { QSqlDatabase::removeDatabase(m_connection); }
 
-QSqlQuery Database::run(const QString& statement, const QVariantList& values) const
+QSqlQuery Database::run(const QString& statement, const QVariantList& values)
 {
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
     query.setForwardOnly(true);

@@ -30,7 +30,7 @@ public:
     Q_DISABLE_COPY_MOVE(Database)
 
     /// Runs one statement; the query returned stands before its first row. Throws DatabaseError.
-    QSqlQuery run(const QString& statement, const QVariantList& values = {}) const;
+    QSqlQuery run(const QString& statement, const QVariantList& values = {});
 
 private:
     void open(const QString& file);

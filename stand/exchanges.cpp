@@ -30,8 +30,7 @@ QString text(const QByteArray& bytes) { return bytes.isEmpty() ? u""_s : QString
 
 } // namespace
 
-void Exchanges::add(const QDateTime& time, const Request& request, bool authorized,
-                    const Answer& answer) const
+void Exchanges::add(const QDateTime& time, const Request& request, bool authorized, const Answer& answer)
 {
     const auto target = request.query.isEmpty() ? request.path : request.path + '?' + request.query;
     m_database.run(uR"(INSERT INTO exchanges(time, method, path, headers, request_body, status, answer_body,

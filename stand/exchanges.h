@@ -14,17 +14,17 @@ class Database;
 class Exchanges
 {
 public:
-    explicit Exchanges(const Database& database)
+    explicit Exchanges(Database& database)
         : m_database(database)
     {}
 
-    void add(const QDateTime& time, const Request& request, bool authorized, const Answer& answer) const;
+    void add(const QDateTime& time, const Request& request, bool authorized, const Answer& answer);
 
     /// Those with a number above `number`, in their order.
-    QJsonArray after(qint64 number) const;
+    [[nodiscard]] QJsonArray after(qint64 number) const;
 
 private:
-    const Database& m_database;
+    Database& m_database;
 };
 
 } // namespace stand

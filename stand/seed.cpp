@@ -65,7 +65,7 @@ QList<Holding> holdings()
     };
 }
 
-qint64 add(const Database& database, const Customer& customer)
+qint64 add(Database& database, const Customer& customer)
 {
     const auto query = database.run(
         uR"(INSERT INTO customers(last_name, first_name, middle_name, gender, birth_day, address, email, mobile)
@@ -78,7 +78,7 @@ qint64 add(const Database& database, const Customer& customer)
 
 } // namespace
 
-void seed(const Database& database)
+void seed(Database& database)
 {
     for (const auto& [customer, cards] : holdings()) {
         const auto owner = customer ? QVariant(add(database, *customer)) : QVariant();

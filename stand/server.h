@@ -24,7 +24,7 @@ public:
     ~Server();
     Q_DISABLE_COPY_MOVE(Server)
 
-    QUrl url() const; ///< With the port it really has.
+    [[nodiscard]] QUrl url() const; ///< With the port it really has.
 
 private:
     std::unique_ptr<QHttpServer> m_http;

@@ -15,10 +15,10 @@ struct Service::Route
 {
     QByteArray method;
     QList<QByteArray> pattern;
-    Answer (Service::*handler)(const QString& value) const;
+    Answer (Service::*handler)(const QString& value);
 
     /// The segment of the path in the variable's place, or nothing when the path is another one.
-    std::optional<QByteArray> match(const QList<QByteArray>& segments) const
+    [[nodiscard]] std::optional<QByteArray> match(const QList<QByteArray>& segments) const
     {
         if (segments.size() != pattern.size())
             return std::nullopt;
@@ -32,7 +32,7 @@ struct Service::Route
         return value;
     }
 
-    bool has(const QByteArray& variable) const { return pattern.contains(variable); }
+    [[nodiscard]] bool has(const QByteArray& variable) const { return pattern.contains(variable); }
 };
 
 namespace {
@@ -111,7 +111,7 @@ const QList<Service::Route>& Service::routes()
     return table;
 }
 
-Answer Service::answer(const Request& request) const
+Answer Service::answer(const Request& request)
 {
     const auto segments = segmentsOf(request.path);
     QByteArrayList allowed;
@@ -134,19 +134,19 @@ Answer Service::answer(const Request& request) const
     return failure(404, u"Адрес не найден"_s);
 }
 
-Answer Service::cardInfo(const QString& number) const
+Answer Service::cardInfo(const QString& number)
 {
     const auto card = m_accounts.card(number);
     return card ? success({{u"card_data"_s, cardData(*card)}}) : unknownCard();
 }
 
-Answer Service::userAccount(const QString& number) const
+Answer Service::userAccount(const QString& number)
 {
     m_accounts.beginRegistration(number);
     return cardInfo(number);
 }
 
-Answer Service::userInfoByCard(const QString& number) const
+Answer Service::userInfoByCard(const QString& number)
 {
     const auto card = m_accounts.card(number);
     if (!card)
@@ -163,7 +163,7 @@ Answer Service::userInfoByCard(const QString& number) const
     return success(data);
 }
 
-Answer Service::userInfoByPhone(const QString& phone) const
+Answer Service::userInfoByPhone(const QString& phone)
 {
     QJsonObject data;
     if (const auto customer = m_accounts.firstCustomerOfPhone(phone))

@@ -12,23 +12,23 @@ class Accounts;
 class Service
 {
 public:
-    explicit Service(const Accounts& accounts)
+    explicit Service(Accounts& accounts)
         : m_accounts(accounts)
     {}
 
     /// Throws DatabaseError; every fault of the caller is an answer with the error envelope.
-    Answer answer(const Request& request) const;
+    Answer answer(const Request& request);
 
 private:
     struct Route;
     static const QList<Route>& routes();
 
-    Answer cardInfo(const QString& number) const;
-    Answer userAccount(const QString& number) const;
-    Answer userInfoByCard(const QString& number) const;
-    Answer userInfoByPhone(const QString& phone) const;
+    Answer cardInfo(const QString& number);
+    Answer userAccount(const QString& number);
+    Answer userInfoByCard(const QString& number);
+    Answer userInfoByPhone(const QString& phone);
 
-    const Accounts& m_accounts;
+    Accounts& m_accounts;
 };
 
 } // namespace stand

@@ -26,7 +26,7 @@ bool isAuthorized(const Request& request, const QByteArray& expected)
 Answer unauthorized()
 {
     auto answer = failure(401, u"Требуется авторизация"_s);
-    answer.headers.append({"WWW-Authenticate"_ba, "Basic realm=\"stand\""_ba});
+    answer.headers.append({"WWW-Authenticate"_ba, R"(Basic realm="stand")"_ba});
     return answer;
 }
 
@@ -37,7 +37,7 @@ Stand::Stand(const QString& dataFile, const Credentials& credentials)
     , m_expected((credentials.user + u':' + credentials.password).toUtf8())
 {}
 
-Answer Stand::answer(const Request& request) const
+Answer Stand::answer(const Request& request)
 {
     try {
         return request.path.startsWith("/v2/") ? serviceAnswer(request) : ownPage(request);
@@ -47,7 +47,7 @@ Answer Stand::answer(const Request& request) const
     }
 }
 
-Answer Stand::serviceAnswer(const Request& request) const
+Answer Stand::serviceAnswer(const Request& request)
 {
     const auto time = QDateTime::currentDateTimeUtc();
     const bool authorized = isAuthorized(request, m_expected);
@@ -56,7 +56,7 @@ Answer Stand::serviceAnswer(const Request& request) const
     return answer;
 }
 
-Answer Stand::ownPage(const Request& request) const
+Answer Stand::ownPage(const Request& request)
 {
     const bool exchanges = request.path == "/stand/exchanges";
     if (!exchanges && request.path != "/stand/cards")
@@ -66,7 +66,7 @@ Answer Stand::ownPage(const Request& request) const
     return exchanges ? exchangesPage(request) : page(demonstrationCards());
 }
 
-Answer Stand::exchangesPage(const Request& request) const
+Answer Stand::exchangesPage(const Request& request)
 {
     const QUrlQuery query(QString::fromUtf8(request.query));
     qint64 number = 0;

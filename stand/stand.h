@@ -25,12 +25,12 @@ public:
     Stand(const QString& dataFile, const Credentials& credentials);
 
     /// Answers every request whatever is in it; throws nothing.
-    Answer answer(const Request& request) const;
+    Answer answer(const Request& request);
 
 private:
-    Answer serviceAnswer(const Request& request) const;
-    Answer ownPage(const Request& request) const;
-    Answer exchangesPage(const Request& request) const;
+    Answer serviceAnswer(const Request& request);
+    Answer ownPage(const Request& request);
+    Answer exchangesPage(const Request& request);
 
     Database m_database;
     Accounts m_accounts{m_database};

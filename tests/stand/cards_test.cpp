@@ -10,23 +10,23 @@ namespace {
 class StandCards : public standtest::StandTest
 {
 protected:
-    QJsonObject cardInfo(const QByteArray& card) const
+    QJsonObject cardInfo(const QByteArray& card)
     {
         return get("card/" + card + "/card-info").data().value(u"card_data").toObject();
     }
-    QJsonObject userAccount(const QByteArray& card) const
+    QJsonObject userAccount(const QByteArray& card)
     {
         return get("user-account/card/" + card).data().value(u"card_data").toObject();
     }
-    standtest::Reply userInfo(const QByteArray& card) const
+    standtest::Reply userInfo(const QByteArray& card)
     {
         return get("operation/user/card/" + card + "/user-info");
     }
-    standtest::Reply phoneInfo(const QByteArray& phone) const
+    standtest::Reply phoneInfo(const QByteArray& phone)
     {
         return get("operation/user/phone/" + phone + "/user-info");
     }
-    QString balance(const QByteArray& card) const
+    QString balance(const QByteArray& card)
     {
         return userInfo(card).data().value(u"accounts_data").toArray().at(0)[u"avialable"].toString();
     }

@@ -18,12 +18,12 @@ namespace {
 class StandFailures : public standtest::StandTest
 {
 protected:
-    Reply withAuthorization(const QByteArray& value) const
+    Reply withAuthorization(const QByteArray& value)
     {
         return call(m_cardInfo, {.url = {}, .headers = {"Authorization: " + value}});
     }
 
-    std::unique_ptr<QTcpSocket> connection() const
+    [[nodiscard]] std::unique_ptr<QTcpSocket> connection() const
     {
         const QUrl url(QString::fromLatin1(root()));
         auto socket = std::make_unique<QTcpSocket>();
@@ -54,7 +54,7 @@ TEST_F(StandFailures, WithoutCredentialsTheServiceAsksForThem)
 {
     const auto reply = call(m_cardInfo);
     EXPECT_EQ(reply.status, 401);
-    EXPECT_EQ(reply.headers.value("www-authenticate"), "Basic realm=\"stand\"");
+    EXPECT_EQ(reply.headers.value("www-authenticate"), R"(Basic realm="stand")");
     EXPECT_EQ(reply.headers.value("content-type"), "application/json");
     EXPECT_EQ(reply.messages(), json(u"['Требуется авторизация']"_s).toArray());
 }

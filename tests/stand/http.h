@@ -30,9 +30,9 @@ struct Reply
     QMap<QByteArray, QByteArray> headers; ///< Names in lower case.
     QByteArray body;
 
-    QJsonValue json() const;     ///< The whole body; undefined when it is no JSON.
-    QJsonObject data() const;    ///< The success envelope's object.
-    QJsonArray messages() const; ///< The "message" members of the error envelope.
+    [[nodiscard]] QJsonValue json() const;     ///< The whole body; undefined when it is no JSON.
+    [[nodiscard]] QJsonObject data() const;    ///< The success envelope's object.
+    [[nodiscard]] QJsonArray messages() const; ///< The "message" members of the error envelope.
 };
 
 Reply send(const Call& call);

@@ -15,12 +15,12 @@ void StandTest::SetUp()
     ASSERT_FALSE(m_root.isEmpty()) << "the stand did not start: " << m_stand.errors().constData();
 }
 
-Reply StandTest::get(const QByteArray& path) const
+Reply StandTest::get(const QByteArray& path)
 {
     return call("/v2/partner/" + path, {.url = {}, .login = Login()});
 }
 
-Reply StandTest::call(const QByteArray& path, Call how) const
+Reply StandTest::call(const QByteArray& path, Call how)
 {
     how.url = m_root + path;
     return send(how);

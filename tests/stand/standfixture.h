@@ -16,17 +16,17 @@ protected:
     void SetUp() override;
 
     /// GET with the right credentials, of a path behind "/v2/partner/".
-    Reply get(const QByteArray& path) const;
+    Reply get(const QByteArray& path);
     /// Any call; `path` is from the root.
-    Reply call(const QByteArray& path, Call how = {}) const;
+    Reply call(const QByteArray& path, Call how = {});
 
     /// The exchanges page.
-    QJsonArray exchanges(const QByteArray& query = {}) const;
+    [[nodiscard]] QJsonArray exchanges(const QByteArray& query = {}) const;
 
     /// Asks the stand to end; its exit status, or nothing when it crashed.
     std::optional<int> endStatus();
 
-    QByteArray root() const { return m_root; }
+    [[nodiscard]] QByteArray root() const { return m_root; }
 
 private:
     StandProcess m_stand;
