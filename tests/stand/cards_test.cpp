@@ -93,7 +93,7 @@ TEST_F(StandCards, EachAccountHasItsOwnWayToWriteItsBalance)
 {
     EXPECT_EQ(balance("2000000000017"), u"1 234,50"_s);
     EXPECT_EQ(balance("2000000000024"), u"57.30"_s);
-    EXPECT_EQ(balance("2000000000031"), u"12 000,00"_s);
+    EXPECT_EQ(balance("2000000000031"), u"1 234 567,05"_s);
     EXPECT_EQ(balance("2000000000055"), u"300.00"_s);
     EXPECT_EQ(balance("2000000000062"), u"0.00"_s);
     EXPECT_EQ(balance("2000000000079"), u"15,00"_s);
