@@ -61,19 +61,26 @@ QHttpServerResponse responseOf(const Answer& answer, const QHttpServerRequest& r
     return response;
 }
 
+void send(QHttpServerResponder& responder, const QHttpServerResponse& response)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+    responder.sendResponse(response);
+#else
+    response.write(std::move(responder));
+#endif
+}
+
 /// The stand routes by itself, so every request is one that QHttpServer has no route for.
 void answerEveryRequest(QHttpServer& http, Server::Handler handler)
 {
+    const auto answer = [handler = std::move(handler)](const QHttpServerRequest& request, auto&& responder) {
+        send(responder, responseOf(handler(requestOf(request)), request));
+    };
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
-    http.setMissingHandler(&http, [handler = std::move(handler)](const QHttpServerRequest& request,
-                                                                 QHttpServerResponder& responder) {
-        responder.sendResponse(responseOf(handler(requestOf(request)), request));
-    });
+    http.setMissingHandler(&http, [answer](const QHttpServerRequest& request,
+                                           QHttpServerResponder& responder) { answer(request, responder); });
 #else
-    http.setMissingHandler(
-        [handler = std::move(handler)](const QHttpServerRequest& request, QHttpServerResponder&& responder) {
-            responseOf(handler(requestOf(request)), request).write(std::move(responder));
-        });
+    http.setMissingHandler(answer);
 #endif
 }
 
