@@ -1,6 +1,4 @@
-#include "host/core/dialog.h"
 #include "plugin/kyrloyaltyexception.h"
-#include "tests/support/hostworld.h"
 #include "tests/unit/plugin/loyaltydoubles.h"
 
 #include <gmock/gmock.h>
@@ -9,33 +7,13 @@ using namespace Qt::StringLiterals;
 using testing::_;
 using testing::ElementsAre;
 using testing::Return;
-using testing::StrictMock;
 using testing::Throw;
 
 namespace {
 
-struct MockDialog : Dialog
-{
-    MOCK_METHOD(int, chooseFromList, (const ChoiceRequest&), (override));
-};
-
-struct MockNotifier : ActivityNotifier
-{
-    MOCK_METHOD(void, notify, (const Event&), (override));
-};
-
-class Identification : public test_support::HostWorld
+class Identification : public LoyaltyWorld
 {
 protected:
-    Identification()
-    {
-        loyalty.client = client;
-        loyalty.m_lastError = before;
-        Singleton<ActivityNotifier>::instance = notifier = new StrictMock<MockNotifier>;
-        MockFactory<Dialog>::mocked = [this] { return dialog; };
-    }
-    ~Identification() override { MockFactory<Dialog>::mocked = nullptr; }
-
     loyalty::CardNumberResult byPhone() { return loyalty.getCardNumber({1, u"79001234567"_s}); }
     void serviceKnows(const QList<QString>& numbers)
     {
@@ -52,14 +30,7 @@ protected:
         });
     }
 
-    const tr::Tr before{u"before"_s, u"Прежняя ошибка"_s};
-    const tr::Tr failed{u"loyaltyErrorRequest"_s, u"Ошибка обращения к серверу"_s};
-    QSharedPointer<StrictMock<MockClient>> client{new StrictMock<MockClient>};
-    QSharedPointer<StrictMock<MockDialog>> dialog{new StrictMock<MockDialog>};
-    StrictMock<MockNotifier>* notifier = nullptr; // the host's singleton: its owner deletes it
-    QSharedPointer<DocumentCardRecord> card{new DocumentCardRecord(KyrLoyaltySystem, u"77"_s)};
     ChoiceRequest lastRequest;
-    OpenLoyalty loyalty;
 };
 
 TEST_F(Identification, ByCardAsksTheServiceForTheCardWhateverItsNumbersType)
