@@ -14,8 +14,9 @@ namespace {
 
 using ErrorCode = RestClient::ErrorCode;
 
-constexpr qsizetype bodyLimit = 8 * 1024 * 1024;
-constexpr qsizetype headLimit = 256 * 1024;
+constexpr qsizetype mebibyte = 1 << 20;
+constexpr qsizetype bodyLimit = 8 * mebibyte;
+constexpr qsizetype headLimit = mebibyte / 4;
 constexpr auto userAgent = "KYRLoyalty-host/" KYR_HOST_VERSION;
 
 struct Received

@@ -30,7 +30,7 @@ constexpr std::chrono::seconds patience{5};
 
 std::shared_ptr<SSL_CTX> contextFor(const Certificate& certificate)
 {
-    const std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+    std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
     SSL_CTX_use_certificate(context.get(), certificate.certificate());
     SSL_CTX_use_PrivateKey(context.get(), certificate.key());
     return context;

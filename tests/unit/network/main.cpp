@@ -6,7 +6,8 @@
 
 int main(int argc, char** argv)
 {
-    qputenv("QT_LOGGING_RULES", "network.debug=true"); // the log's tests read it, whatever the caller silences
+    qputenv("QT_LOGGING_RULES",
+            "network.debug=true"); // the log's tests read it, whatever the caller silences
     const QCoreApplication application(argc, argv);
     trustTheTestCertificates();
     testing::InitGoogleMock(&argc, argv);

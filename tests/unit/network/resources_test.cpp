@@ -78,6 +78,7 @@ void forgetThePeakOfMemory()
 } // namespace
 
 // Stands before the C library's, for libcurl too.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the library's are reserved names
 extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char* name, const char* service,
                                                                   const addrinfo* hints, addrinfo** result)
 {
@@ -137,7 +138,7 @@ TEST(RestClientResources, LeaveNoThreadAndNoHandleBehind)
 
 TEST(RestClientResources, RefuseAHundredMegabytesQuicklyAndKeepMemoryFlat)
 {
-    constexpr qint64 mebibyte = 1024 * 1024;
+    constexpr qint64 mebibyte = 1 << 20;
     HttpServer server;
     HttpAnswer answer = HttpAnswer::raw("HTTP/1.1 200 OK\r\n\r\n");
     answer.endless = 100 * mebibyte;

@@ -106,7 +106,7 @@ TEST(RestClientAnswer, GivesTheStatusOfAnErrorPageThatIsNotJson)
 
 TEST(RestClientAnswer, IsBrokenWhenATwoHundredIsNotJson)
 {
-    for (const QByteArray& body : {htmlPage, "{\"a\":1"_ba, "{} {}"_ba, "1,2"_ba, "1],[2"_ba, "nul"_ba,
+    for (const QByteArray& body : {htmlPage, R"({"a":1)"_ba, "{} {}"_ba, "1,2"_ba, "1],[2"_ba, "nul"_ba,
                                    "\xff\xfe"_ba, "\"\xff\""_ba, "// {}\n{}"_ba, "'a'"_ba}) {
         const Outcome outcome = getBody(body);
         EXPECT_EQ(outcome.errorCode, code(ErrorCode::BrokenAnswer)) << body.toStdString();
@@ -126,7 +126,7 @@ TEST(RestClientAnswer, IsARedirectForEveryThreeHundredAndNobodyFollowsIt)
     for (const int status : {300, 301, 302, 303, 304, 307, 308}) {
         HttpServer elsewhere;
         HttpServer server;
-        server.enqueue(HttpAnswer::status(status, status == 304 ? QByteArray() : "{\"a\":1}"_ba,
+        server.enqueue(HttpAnswer::status(status, status == 304 ? QByteArray() : R"({"a":1})"_ba,
                                           {"Location: " + elsewhere.url().toEncoded()}));
         const Outcome outcome = get(server.url());
         EXPECT_EQ(outcome.errorCode, code(ErrorCode::Redirect)) << status;

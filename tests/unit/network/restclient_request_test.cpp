@@ -78,7 +78,7 @@ TEST_F(RestClientRequest, PutsTheBodyByteForByte)
 
 TEST_F(RestClientRequest, SendsALargeBodyWholeAndWithoutWaitingForAHundred)
 {
-    const QByteArray body(3 * 1024 * 1024, 'x');
+    const QByteArray body(3 << 20, 'x');
     m_client.post(m_server.url(), body, {});
     const HttpRequest request = received();
     EXPECT_TRUE(request.body == body);

@@ -88,6 +88,6 @@ TEST(RestClientTls, SurvivesAServerThatLeavesWhileTheBodyIsSent)
     answer.breakOff = true;
     server.enqueue(answer);
     RestClient client;
-    client.put(server.url(), QByteArray(32 * 1024 * 1024, 'x'), {});
+    client.put(server.url(), QByteArray(32 << 20, 'x'), {});
     EXPECT_EQ(client.getErrorCode(), code(ErrorCode::Connect));
 }
