@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <charconv>
+#include <string_view>
 
 namespace {
 
@@ -15,6 +17,18 @@ std::size_t append(const char* data, std::size_t /*one*/, std::size_t size, void
 {
     static_cast<std::string*>(user)->append(data, size);
     return size;
+}
+
+bool isWhole(std::string_view answer)
+{
+    constexpr std::string_view name = "Content-Length: ";
+    const auto at = answer.find(name);
+    const auto headEnd = answer.find("\r\n\r\n");
+    if (at == std::string_view::npos || headEnd == std::string_view::npos)
+        return false;
+    std::size_t size = 0;
+    std::from_chars(answer.data() + at + name.size(), answer.data() + headEnd, size);
+    return answer.size() >= headEnd + 4 + size;
 }
 
 } // namespace
@@ -32,11 +46,12 @@ bool rawExchange(int port, const std::string& request)
     if (connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
         send(socket, request.data(), request.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(request.size())) {
         std::array<char, 8192> bytes{};
-        for (ssize_t count = 0; (count = recv(socket, bytes.data(), bytes.size(), 0)) > 0;)
+        for (ssize_t count = 0;
+             !isWhole(answer) && (count = recv(socket, bytes.data(), bytes.size(), 0)) > 0;)
             answer.append(bytes.data(), static_cast<std::size_t>(count));
     }
     close(socket);
-    return answer.starts_with("HTTP/1.1 200");
+    return answer.starts_with("HTTP/1.1 200") && isWhole(answer);
 }
 
 bool curlExchange(const std::string& url, const std::string& body, const std::string& bundle)
