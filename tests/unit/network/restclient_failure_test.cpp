@@ -141,6 +141,15 @@ TEST(RestClientFailure, IsBrokenWhenTheAnswerIsNotHttp)
     }
 }
 
+TEST(RestClientFailure, IsBrokenWhenOnlyAnInterimAnswerComes)
+{
+    for (const QByteArray& bytes : {"HTTP/1.1 100 Continue\r\n\r\n"_ba, "HTTP/1.1 103 Early Hints\r\n\r\n"_ba,
+                                    "HTTP/1.1 101 Switching Protocols\r\n\r\n"_ba}) {
+        EXPECT_EQ(getAnswer(HttpAnswer::raw(bytes)).errorCode, code(ErrorCode::BrokenAnswer))
+            << bytes.toStdString();
+    }
+}
+
 TEST(RestClientFailure, IsTooLargeAsSoonAsTheLengthIsAnnounced)
 {
     // The body never comes: only the announced length can end the exchange at once.

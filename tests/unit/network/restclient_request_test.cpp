@@ -13,7 +13,6 @@ using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 using testing::Test;
-using testing::Values;
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -160,26 +159,17 @@ TEST_F(RestClientRequest, GoesPastTheProxiesOfTheEnvironment)
     EXPECT_EQ(proxy.connections(), 0);
 }
 
-class RestClientHeaders : public RestClientRequest, public testing::WithParamInterface<QString>
-{};
-
-TEST_P(RestClientHeaders, RefusesAValueThatWouldForgeAnotherLine)
+TEST_F(RestClientRequest, RefusesAHeaderThatWouldForgeAnotherLine)
 {
-    m_client.get(m_server.url(), {}, {{u"X-Card"_s, GetParam()}});
-    EXPECT_EQ(m_client.getErrorCode(), code(RestClient::ErrorCode::BadHeader));
+    for (const QString& forged :
+         {u"1\r\nX-Admin: 1"_s, u"1\nX-Admin: 1"_s, u"1\rX-Admin: 1"_s, u"1\0002"_s}) {
+        m_client.get(m_server.url(), {}, {{u"X-Card"_s, forged}});
+        EXPECT_EQ(m_client.getErrorCode(), code(RestClient::ErrorCode::BadHeader)) << forged.toStdString();
+        m_client.get(m_server.url(), {}, {{forged, u"1"_s}});
+        EXPECT_EQ(m_client.getErrorCode(), code(RestClient::ErrorCode::BadHeader)) << forged.toStdString();
+    }
     EXPECT_EQ(m_server.connections(), 0);
 }
-
-TEST_P(RestClientHeaders, RefusesANameThatWouldForgeAnotherLine)
-{
-    m_client.get(m_server.url(), {}, {{GetParam(), u"1"_s}});
-    EXPECT_EQ(m_client.getErrorCode(), code(RestClient::ErrorCode::BadHeader));
-    EXPECT_EQ(m_server.connections(), 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(ForgedLines, RestClientHeaders,
-                         Values(u"1\r\nX-Admin: 1"_s, u"1\nX-Admin: 1"_s, u"1\rX-Admin: 1"_s,
-                                QString(u"1"_s + QChar(0) + u"2"_s)));
 
 TEST_F(RestClientRequest, RefusesAHeaderNameThatIsNoToken)
 {
