@@ -55,6 +55,13 @@ TEST(GoodsItem, CostsExactlyNothingWhenTheDiscountsTakeItAll)
     EXPECT_EQ(milk.getSumb(), 0);
 }
 
+TEST(GoodsItem, RoundsThePriceBeforeItTakesTheDiscountsOff)
+{
+    GoodsItem milk = item(0.125, 1);
+    milk.setDiscount(0.2);
+    EXPECT_EQ(milk.getSumb(), -0.07); // not 0.125 - 0.2 rounded, which is -0.08
+}
+
 TEST(GoodsItem, TellsItsNameWholeOrCutToThePaper)
 {
     const QString longName = u"Молоко пастеризованное отборное 3,4-4,5%"_s;

@@ -55,6 +55,8 @@ TEST_F(LoyaltySystem, IsRefusedWithAReasonBesideAnotherOfItsType)
     EXPECT_EQ(second.getLastErrorString(),
               tr::Tr(u"loyaltySystemAlreadyRegistered"_s, u"Система лояльности уже подключена"_s));
     EXPECT_EQ(Singleton<LoyaltySystems>::instance->find(KyrLoyaltySystem), m_system.get());
+    m_system.reset();
+    EXPECT_EQ(Singleton<LoyaltySystems>::instance->find(KyrLoyaltySystem), nullptr);
 }
 
 TEST_F(LoyaltySystem, IsAcceptedBesideOneOfAnotherType)
@@ -72,7 +74,7 @@ TEST_F(LoyaltySystem, MayRegisterAgain)
     EXPECT_TRUE(m_system->registerLoyaltySystem());
     EXPECT_TRUE(m_system->getLastErrorString().isEmpty());
     Singleton<LoyaltySystems>::instance->remove(m_system.get());
-    EXPECT_EQ(Singleton<LoyaltySystems>::instance->find(KyrLoyaltySystem), nullptr) << "it was there twice";
+    EXPECT_EQ(Singleton<LoyaltySystems>::instance->find(KyrLoyaltySystem), nullptr);
 }
 
 TEST_F(LoyaltySystem, IsGoneOnceDestroyed)
