@@ -95,7 +95,10 @@ bool BasicLoyaltySystem::registerLoyaltySystem()
 {
     if (!Singleton<LoyaltySystems>::instance)
         Singleton<LoyaltySystems>::instance = new LoyaltySystems;
-    return Singleton<LoyaltySystems>::instance->add(this);
+    if (Singleton<LoyaltySystems>::instance->add(this))
+        return true;
+    m_lastError = tr::Tr(u"loyaltySystemAlreadyRegistered"_s, u"Система лояльности уже подключена"_s);
+    return false;
 }
 
 void BasicLoyaltySystem::clearLoyaltyData()
