@@ -1,0 +1,45 @@
+#include "tests/journey/till/tillprocess.h"
+
+#include <QFile>
+
+using namespace Qt::StringLiterals;
+
+namespace tilltest {
+
+void start(QProcess& till, const QStringList& arguments)
+{
+    const QStringList stand{u"--stand"_s, QStringLiteral(STAND_PROGRAM)};
+    till.start(QStringLiteral(TILL_PROGRAM),
+               arguments.contains(u"--stand"_s) ? arguments : arguments + stand);
+}
+
+Ran run(const QStringList& arguments, const QByteArray& input)
+{
+    QProcess till;
+    start(till, arguments);
+    till.write(input);
+    till.closeWriteChannel();
+    Ran ran;
+    if (till.waitForFinished(patienceMs) && till.exitStatus() == QProcess::NormalExit)
+        ran.status = till.exitCode();
+    ran.out = till.readAllStandardOutput();
+    ran.err = till.readAllStandardError();
+    return ran;
+}
+
+QString Files::write(const QString& name, const QByteArray& content) const
+{
+    const QString path = m_directory.filePath(name);
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("cannot write a test's file");
+    return path;
+}
+
+QByteArray scenarioOf(const QByteArray& steps, const QByteArray& config)
+{
+    return R"({ "config": )" + config + R"(, "steps": [ { "do": "openSale", "id": "R-1", "positions": [ )" +
+           R"({ "articul": "1", "name": "Чай", "price": 10, "quantity": 1 } ] }, )" + steps + " ] }";
+}
+
+} // namespace tilltest

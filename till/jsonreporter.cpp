@@ -1,0 +1,62 @@
+#include "till/reporter.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+// An object of Qt's would come out in the order of the alphabet.
+QString member(const QString& name, const QJsonValue& value)
+{
+    const QByteArray list = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return u"\"%1\":"_s.arg(name) + QString::fromUtf8(list.sliced(1, list.size() - 2));
+}
+
+QJsonArray sums(const QList<DocumentImpact::PositionSum>& impacts)
+{
+    QJsonArray list;
+    for (const auto& [position, sum] : impacts)
+        list.append(QJsonObject{{u"position"_s, position}, {u"sum"_s, sum}});
+    return list;
+}
+
+} // namespace
+
+Reporter::~Reporter() = default;
+
+void JsonReporter::begin(const QString& /*name*/, const QString& /*fileName*/) {}
+
+void JsonReporter::preparations(const QList<TraceEntry>& trace)
+{
+    if (!m_trace)
+        return;
+    for (const TraceEntry& entry : trace)
+        *m_trace << headedLines(entry).join(u'\n') << u'\n';
+    m_trace->flush();
+}
+
+void JsonReporter::step(const StepReport& report)
+{
+    const QStringList members{
+        member(u"step"_s, report.number),
+        member(u"do"_s, report.name),
+        member(u"ok"_s, report.outcome.ok),
+        member(u"value"_s, QJsonValue::fromVariant(report.outcome.value)),
+        member(u"error"_s, report.outcome.error),
+        member(u"points"_s, report.points),
+        member(u"balance"_s, QJsonValue::fromVariant(report.balance)),
+        member(u"impacts"_s, sums(report.impacts)),
+        member(u"queued"_s, report.queued),
+    };
+    preparations(report.trace);
+    m_out << u'{' << members.join(u',') << u"}\n"_s << Qt::flush;
+}
+
+void JsonReporter::end(const QString& /*fileName*/, const Tally& /*tally*/) {}
+
+} // namespace till

@@ -1,0 +1,59 @@
+#include "till/player.h"
+
+#include "host/utils/basicexception.h"
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+Outcome outcomeOf(Till& till, const Step& step)
+{
+    till.cashier().script(std::nullopt);
+    try {
+        return step.kind->play(till, step.members);
+    } catch (const BasicException& failure) {
+        return {.ok = false, .error = failure.tr().ru()};
+    } catch (const std::exception& failure) {
+        return {.ok = false, .error = QString::fromUtf8(failure.what())};
+    }
+}
+
+QVariant balance(const Till& till)
+{
+    const auto card = till.card();
+    return card ? card->getBonusBalance() : QVariant();
+}
+
+QList<DocumentImpact::PositionSum> newestImpact(const BasicLoyaltySystem& loyalty)
+{
+    const auto& impacts = loyalty.getBonusImpacts();
+    return impacts.isEmpty() || !impacts.last() ? QList<DocumentImpact::PositionSum>()
+                                                : impacts.last()->getPositionSums();
+}
+
+/// Messages waiting in the host's outgoing queue; the host keeps none yet.
+int queuedMessages() { return 0; }
+
+} // namespace
+
+void Player::play(const Step& step)
+{
+    const Outcome outcome = outcomeOf(m_till, step);
+    ++m_tally.steps;
+    m_tally.failed += outcome.ok ? 0 : 1;
+    m_tally.allowed += !outcome.ok && step.mayFail ? 1 : 0;
+    m_reporter.step({.number = m_tally.steps,
+                     .name = step.kind->name,
+                     .mayFail = step.mayFail,
+                     .outcome = outcome,
+                     .dialogs = m_till.cashier().shown(),
+                     .points = m_till.loyalty().currentPointsForSpend(),
+                     .balance = balance(m_till),
+                     .impacts = newestImpact(m_till.loyalty()),
+                     .queued = queuedMessages(),
+                     .trace = m_trace.take()});
+}
+
+} // namespace till

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "host/core/documentimpact.h"
+#include "till/scriptedfrontend.h"
+#include "till/steps.h"
+#include "till/trace.h"
+
+#include <QList>
+#include <QString>
+#include <QTextStream>
+#include <QVariant>
+
+namespace till {
+
+/// How many steps were played and what became of them.
+struct Tally
+{
+    int steps = 0;
+    int failed = 0;
+    int allowed = 0; ///< of the failed: those that were allowed to
+};
+
+/// A step that was played, and how things stand after it.
+struct StepReport
+{
+    int number; ///< from 1
+    QString name;
+    bool mayFail;
+    Outcome outcome;
+    QList<ShownDialog> dialogs;
+    double points;                              ///< points for spend
+    QVariant balance;                           ///< of the card on the receipt; invalid: none, or not known
+    QList<DocumentImpact::PositionSum> impacts; ///< of the newest impact
+    int queued;                                 ///< messages waiting to be sent
+    QList<TraceEntry> trace;
+};
+
+/// Tells what happens at the till.
+class Reporter
+{
+public:
+    Reporter() = default;
+    virtual ~Reporter();
+    Reporter(const Reporter&) = delete;
+    Reporter& operator=(const Reporter&) = delete;
+
+    virtual void begin(const QString& name, const QString& fileName) = 0;
+    /// What went on before the first step.
+    virtual void preparations(const QList<TraceEntry>& trace) = 0;
+    virtual void step(const StepReport& report) = 0;
+    virtual void end(const QString& fileName, const Tally& tally) = 0;
+};
+
+/// A line of JSON for each step, and nothing else.
+class JsonReporter : public Reporter
+{
+public:
+    /// What goes on behind the steps is printed to `trace`, or nowhere when that is null.
+    JsonReporter(QTextStream& out, QTextStream* trace)
+        : m_out(out)
+        , m_trace(trace)
+    {}
+
+    void begin(const QString& name, const QString& fileName) override;
+    void preparations(const QList<TraceEntry>& trace) override;
+    void step(const StepReport& report) override;
+    void end(const QString& fileName, const Tally& tally) override;
+
+private:
+    QTextStream& m_out;
+    QTextStream* m_trace;
+};
+
+/// An account to be read: each step as the cashier sees it and, indented below, as the administrator does.
+class TextReporter : public Reporter
+{
+public:
+    TextReporter(QTextStream& out, bool colours)
+        : m_out(out)
+        , m_colours(colours)
+    {}
+
+    void begin(const QString& name, const QString& fileName) override;
+    void preparations(const QList<TraceEntry>& trace) override;
+    void step(const StepReport& report) override;
+    void end(const QString& fileName, const Tally& tally) override;
+
+private:
+    enum class Colour { Bold = 1, Dim = 2, Red = 31, Green = 32, Yellow = 33 };
+
+    [[nodiscard]] QString painted(const QString& text, Colour colour) const;
+    void printDialog(const ShownDialog& dialog);
+    void printTrace(const QList<TraceEntry>& trace);
+
+    QTextStream& m_out;
+    bool m_colours;
+};
+
+} // namespace till

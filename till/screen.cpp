@@ -1,0 +1,134 @@
+#include "till/screen.h"
+
+#include "host/utils/masking.h"
+#include "host/utils/money.h"
+
+#include <cwchar>
+
+using namespace Qt::StringLiterals;
+
+namespace till::screen {
+
+namespace {
+
+QString quantity(double value)
+{
+    QString text = QString::number(value, 'f', 3);
+    while (text.endsWith(u'0'))
+        text.chop(1);
+    if (text.endsWith(u'.'))
+        text.chop(1);
+    return text.replace(u'.', u',');
+}
+
+QString right(const QString& text, qsizetype columns)
+{
+    return QString(std::max<qsizetype>(0, columns - width(text)), u' ') + text;
+}
+
+QString left(const QString& text, qsizetype columns)
+{
+    return text + QString(std::max<qsizetype>(0, columns - width(text)), u' ');
+}
+
+/// A line of the receipt: what stands left, and the amount at the right edge.
+struct Row
+{
+    QString posnum;
+    QString name;
+    QString quantity; ///< with its sign, "2 ×"
+    QString price;
+    QString sum;
+};
+
+QList<Row> rows(const AbstractDocument& document)
+{
+    QList<Row> list;
+    const auto items = document.getGoodsItems();
+    for (const auto& item : items) {
+        const double discount = item->getDiscountSum();
+        list.append({QString::number(item->getPosnum()), item->getName(false),
+                     quantity(item->getBquant()) + u" ×"_s, amount(item->getPrice()),
+                     amount(item->getSumb() + discount)});
+        if (utils::toHundredths(discount) != 0)
+            list.append({{}, u"  скидка"_s, {}, {}, u"−"_s + amount(discount)});
+    }
+    list.append({{}, u"Итого"_s, {}, {}, amount(document.getSum())});
+    return list;
+}
+
+QString statusText(ECard::Status status)
+{
+    switch (status) {
+    case ECard::RegistrationIncomplete:
+        return u"регистрация не завершена"_s;
+    case ECard::Active:
+        return {};
+    case ECard::Blocked:
+        return u"заблокирована"_s;
+    }
+    return {};
+}
+
+} // namespace
+
+QStringList receipt(const AbstractDocument& document)
+{
+    const QList<Row> all = rows(document);
+    Row widest; // of each column, as blanks
+    const auto widen = [](QString& column, const QString& cell) {
+        column = QString(std::max(column.size(), width(cell)), u' ');
+    };
+    for (const Row& row : all) {
+        widen(widest.posnum, row.posnum);
+        widen(widest.name, row.name);
+        widen(widest.quantity, row.quantity);
+        widen(widest.price, row.price);
+        widen(widest.sum, row.sum);
+    }
+    QStringList lines{u"Чек "_s + document.getIdentifier()};
+    for (const Row& row : all) {
+        const QStringList cells{right(row.posnum, widest.posnum.size()), left(row.name, widest.name.size()),
+                                right(row.quantity, widest.quantity.size()),
+                                right(row.price, widest.price.size()), right(row.sum, widest.sum.size())};
+        lines.append(u"%1  %2  %3 %4  %5"_s.arg(cells[0], cells[1], cells[2], cells[3], cells[4]));
+    }
+    return lines;
+}
+
+QStringList customer(const DocumentCardRecord& record)
+{
+    QString card = u"Карта "_s + utils::maskNumbers(record.getNumber().toString());
+    const QString status = statusText(record.getCardStatus());
+    if (!status.isEmpty())
+        card += u", "_s + status;
+    QStringList lines{card};
+    const auto client = record.getCard()->getClient();
+    if (client && !client->getName().isEmpty())
+        lines.append(u"Покупатель: "_s + client->getName());
+    if (record.getBonusBalance().isValid())
+        lines.append(u"Баланс: "_s + amount(record.getBonusBalance().toDouble()));
+    return lines;
+}
+
+QString amount(double value)
+{
+    const std::int64_t hundredths = utils::toHundredths(value);
+    QString digits = QString::number(hundredths < 0 ? -hundredths : hundredths).rightJustified(3, u'0');
+    digits.insert(digits.size() - 2, u',');
+    for (qsizetype at = digits.size() - 6; at > 0; at -= 3)
+        digits.insert(at, u' ');
+    return hundredths < 0 ? u"−"_s + digits : digits;
+}
+
+qsizetype width(const QString& text)
+{
+    qsizetype columns = 0;
+    for (const uint character : text.toUcs4()) {
+        const int own = wcwidth(static_cast<wchar_t>(character));
+        columns += own < 0 ? 1 : own; // unknown to the C library: most are one wide
+    }
+    return columns;
+}
+
+} // namespace till::screen

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "host/core/document.h"
+
+#include <QString>
+#include <QStringList>
+
+/// What the cashier's screen shows, as lines of text in Russian.
+namespace till::screen {
+
+/// Positions and sum, in columns.
+QStringList receipt(const AbstractDocument& document);
+
+/// Whose card it is, its status when it is not active, and its balance.
+QStringList customer(const DocumentCardRecord& record);
+
+/// "1 234,50".
+QString amount(double value);
+
+/// How many columns of a terminal the text takes; a Cyrillic letter takes one, an ideograph two.
+qsizetype width(const QString& text);
+
+} // namespace till::screen

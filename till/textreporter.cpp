@@ -1,0 +1,103 @@
+#include "till/reporter.h"
+
+#include "till/screen.h"
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+const QString cashierIndent = u"     "_s;
+const QString administratorIndent = u"          "_s;
+
+/// Without control characters: a terminal would obey those in a text that came from the service.
+QString printable(QString text)
+{
+    for (QChar& character : text) {
+        if (character.category() == QChar::Other_Control)
+            character = QChar::ReplacementCharacter;
+    }
+    return text;
+}
+
+} // namespace
+
+QString TextReporter::painted(const QString& text, Colour colour) const
+{
+    const QString clean = printable(text);
+    return m_colours ? u"\x1b[%1m%2\x1b[0m"_s.arg(QString::number(static_cast<int>(colour)), clean) : clean;
+}
+
+void TextReporter::begin(const QString& name, const QString& fileName)
+{
+    m_out << painted(name, Colour::Bold);
+    if (name != fileName)
+        m_out << u"  "_s << painted(fileName, Colour::Dim);
+    m_out << u"\n\n"_s << Qt::flush;
+}
+
+void TextReporter::preparations(const QList<TraceEntry>& trace)
+{
+    printTrace(trace);
+    if (!trace.isEmpty())
+        m_out << u'\n';
+    m_out.flush();
+}
+
+void TextReporter::step(const StepReport& report)
+{
+    const Outcome& outcome = report.outcome;
+    const Colour failure = report.mayFail ? Colour::Yellow : Colour::Red;
+    m_out << (outcome.ok ? painted(u"✓"_s, Colour::Green) : painted(u"✗"_s, failure))
+          << QString::number(report.number).rightJustified(3) << u' ' << painted(report.name, Colour::Bold);
+    if (!outcome.ok && report.mayFail)
+        m_out << painted(u"  may fail"_s, Colour::Dim);
+    m_out << u'\n';
+
+    for (const ShownDialog& dialog : report.dialogs)
+        printDialog(dialog);
+    for (const QString& line : outcome.screen)
+        m_out << cashierIndent << printable(line) << u'\n';
+    if (!outcome.ok) {
+        for (const QString& line : outcome.error.split(u'\n'))
+            m_out << cashierIndent << painted(line, failure) << u'\n';
+    }
+    printTrace(report.trace);
+    m_out << u'\n' << Qt::flush;
+}
+
+void TextReporter::end(const QString& fileName, const Tally& tally)
+{
+    QString line = u"%1: %2 steps, %3 failed"_s.arg(fileName, QString::number(tally.steps),
+                                                    QString::number(tally.failed));
+    if (tally.allowed > 0)
+        line += tally.allowed == tally.failed ? u" as allowed"_s
+                                              : u", %1 of them as allowed"_s.arg(tally.allowed);
+    m_out << painted(line, tally.failed > tally.allowed ? Colour::Red : Colour::Green) << u"\n\n"_s
+          << Qt::flush;
+}
+
+void TextReporter::printDialog(const ShownDialog& dialog)
+{
+    m_out << cashierIndent << u'[' << printable(dialog.title) << u"]\n"_s;
+    for (qsizetype i = 0; i < dialog.items.size(); ++i) {
+        const QString mark = i == dialog.chosen ? u"▸"_s : u" "_s;
+        m_out << cashierIndent << mark << u' ' << i + 1 << u". "_s << printable(dialog.items[i]) << u'\n';
+    }
+    if (dialog.chosen < 0)
+        m_out << cashierIndent << u"Список закрыт"_s << u'\n';
+}
+
+void TextReporter::printTrace(const QList<TraceEntry>& trace)
+{
+    for (const TraceEntry& entry : trace) {
+        const Colour colour = entry.level == LogLevel::Error     ? Colour::Red
+                              : entry.level == LogLevel::Warning ? Colour::Yellow
+                                                                 : Colour::Dim;
+        for (const QString& line : headedLines(entry))
+            m_out << administratorIndent << painted(line, colour) << u'\n';
+    }
+}
+
+} // namespace till
