@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <list>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -102,13 +103,18 @@ TEST_F(Notifying, LeavesOutADestroyedListener)
 
 TEST_F(Notifying, ReachesAListenerSubscribedMeanwhileFromTheNextEventOn)
 {
-    Listener b(m_diary, 'b');
-    Listener a(m_diary, 'a', [this, &b] { m_notifier.subscribe(&b); });
+    std::list<Listener> late; // so many that the notifier has to move its list
+    for (int i = 0; i < 100; ++i)
+        late.emplace_back(m_diary, 'b');
+    Listener a(m_diary, 'a', [this, &late] {
+        for (Listener& listener : late)
+            m_notifier.subscribe(&listener);
+    });
     m_notifier.subscribe(&a);
     notify();
     EXPECT_EQ(m_diary, "a");
     notify();
-    EXPECT_EQ(m_diary, "aab");
+    EXPECT_EQ(m_diary, "aa" + std::string(100, 'b'));
 }
 
 TEST_F(Notifying, SurvivesAListenerThatDeletesItself)

@@ -5,7 +5,6 @@
 
 using namespace Qt::StringLiterals;
 using core::BasicDialog;
-using testing::_;
 using testing::Field;
 using testing::Return;
 
@@ -57,7 +56,7 @@ TEST_F(DialogService, AsksTheFrontEndForAText)
 TEST_F(DialogService, ThrowsAgainOnceTheFrontEndIsTakenAway)
 {
     FrontendMock frontend;
-    EXPECT_CALL(frontend, chooseFromList(_)).Times(0);
+    EXPECT_CALL(frontend, chooseFromList(testing::_)).Times(0);
     Dialog::setFrontend(&frontend);
     Dialog::setFrontend(nullptr);
     EXPECT_THROW((void)m_dialog->chooseFromList({}), BasicException);
