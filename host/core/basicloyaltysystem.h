@@ -103,8 +103,7 @@ protected:
     /// The state in words, for the log.
     [[nodiscard]] virtual QString pointsMessage() const;
     /// Spreads the record over the document's positions in proportion to their sums, in hundredths; the parts
-    /// add up to the whole. Each position takes its share of what the positions before it have left, rounded:
-    /// half a hundredth of rounding at each moves on to those that follow. A position that gets nothing has
+    /// add up to the whole, and each is within a hundredth of its exact share. A position that gets nothing has
     /// no part, so a document whose sums add up to nothing gives none.
     [[nodiscard]] virtual QList<DocumentBonusRecord>
     distributeBonusRecord(const QSharedPointer<AbstractDocument>& document,
