@@ -31,7 +31,7 @@ struct Customer
     QString lastName;
     QString firstName;
     QString middleName;
-    std::optional<int> gender; ///< 0 or 1.
+    std::optional<int> gender; ///< 0 is a man, 1 a woman.
     QString birthDay;          ///< yyyy-MM-dd
     QString address;
     QString email;

@@ -32,7 +32,7 @@ QList<Holding> holdings()
     using enum CardStatus;
     using enum Notation;
     return {
-        {Customer{u"Соколова"_s, u"Мария"_s, u"Андреевна"_s, 0, u"1986-03-14"_s,
+        {Customer{u"Соколова"_s, u"Мария"_s, u"Андреевна"_s, 1, u"1986-03-14"_s,
                   u"г. Липовец, ул. Садовая, д. 12, кв. 7"_s, u"sokolova@example.com"_s, u"79001234567"_s},
          {{u"2000000000017"_s,
            Active,
@@ -43,10 +43,10 @@ QList<Holding> holdings()
            Active,
            {123456705, Comma},
            u"Active; third of three; balance written as 1 234 567,05"_s}}},
-        {Customer{u"Ветров"_s, u"Пётр"_s, u"Ильич"_s, 1, u"1974-11-02"_s, u"г. Липовец, пер. Речной, д. 3"_s,
+        {Customer{u"Ветров"_s, u"Пётр"_s, u"Ильич"_s, 0, u"1974-11-02"_s, u"г. Липовец, пер. Речной, д. 3"_s,
                   u"vetrov@example.com"_s, u"79007654321"_s},
          {{u"2000000000048"_s, Blocked, {8000, Point}, u"Blocked; the only card of its phone"_s}}},
-        {Customer{u"Орлова"_s, u"Анна"_s, u"Сергеевна"_s, 0, u"1991-07-25"_s,
+        {Customer{u"Орлова"_s, u"Анна"_s, u"Сергеевна"_s, 1, u"1991-07-25"_s,
                   u"г. Липовец, пр. Мира, д. 40, кв. 118"_s, u"orlova@example.com"_s, u"79005550001"_s},
          {{u"2000000000055"_s,
            Active,
@@ -57,7 +57,7 @@ QList<Holding> holdings()
            New,
            {0, Point},
            u"New, nobody's yet; asking for its account begins a registration"_s}}},
-        {Customer{u"Гордеев"_s, {}, {}, 1, {}, {}, {}, u"79005550002"_s},
+        {Customer{u"Гордеев"_s, {}, {}, 0, {}, {}, {}, u"79005550002"_s},
          {{u"2000000000079"_s,
            RegistrationNotFilledIn,
            {1500, Comma},

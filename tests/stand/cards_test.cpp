@@ -81,7 +81,7 @@ TEST_F(StandCards, UserInfoOfACardTellsCustomerBalanceAndCard)
     const auto reply = userInfo("2000000000017");
     EXPECT_EQ(reply.status, 200);
     EXPECT_EQ(reply.data(), json(u"{'user_data':{'last_name':'Соколова','first_name':'Мария',"
-                                 "'middle_name':'Андреевна','gender':0,'birth_day':'1986-03-14',"
+                                 "'middle_name':'Андреевна','gender':1,'birth_day':'1986-03-14',"
                                  "'address':'г. Липовец, ул. Садовая, д. 12, кв. 7',"
                                  "'email':'sokolova@example.com','mobile':'79001234567'},"
                                  "'accounts_data':[{'avialable':'1 234,50'}],"
@@ -110,7 +110,7 @@ TEST_F(StandCards, ANewCardIsNobodysYet)
 TEST_F(StandCards, WhatTheCustomerHasNotToldIsLeftOut)
 {
     EXPECT_EQ(userInfo("2000000000079").data().value(u"user_data"),
-              json(u"{'last_name':'Гордеев','gender':1,'mobile':'79005550002'}"_s));
+              json(u"{'last_name':'Гордеев','gender':0,'mobile':'79005550002'}"_s));
 }
 
 TEST_F(StandCards, ABlockedCardStillHasItsCustomer)
