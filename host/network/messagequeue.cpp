@@ -131,8 +131,7 @@ MessageQueue::~MessageQueue() = default;
 qint64 MessageQueue::enqueue(const QString& queueName, const QString& group, const QVariantMap& message,
                              const QString& text)
 {
-    m->database.change(m->insert, {queueName, group, now(), written(message), text});
-    return utils::Database::lastId(m->insert);
+    return m->database.insert(m->insert, {queueName, group, now(), written(message), text});
 }
 
 QList<QueuedMessage> MessageQueue::messages(int limit) const

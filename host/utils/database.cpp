@@ -155,6 +155,15 @@ int Database::change(QSqlQuery& statement, const QVariantList& values) const
     return changed;
 }
 
+qint64 Database::insert(QSqlQuery& statement, const QVariantList& values) const
+{
+    requireInPlace();
+    execute(statement, values);
+    const qint64 id = statement.lastInsertId().toLongLong();
+    statement.finish();
+    return id;
+}
+
 QList<QVariantList> Database::rows(QSqlQuery& statement, const QVariantList& values) const
 {
     execute(statement, values);
@@ -173,8 +182,6 @@ QList<QVariantList> Database::rows(QSqlQuery& statement, const QVariantList& val
         fail(error);
     return result;
 }
-
-qint64 Database::lastId(const QSqlQuery& statement) { return statement.lastInsertId().toLongLong(); }
 
 void Database::atomically(const std::function<void()>& steps) const
 {

@@ -44,12 +44,12 @@ public:
     /// many rows it changed. A null text is stored as an empty one.
     int change(QSqlQuery& statement, const QVariantList& values) const;
 
+    /// The same for a statement that inserts one row; returns the row's id.
+    qint64 insert(QSqlQuery& statement, const QVariantList& values) const;
+
     /// All rows that the statement finds. Nothing of it stays open: a reader that lingers would keep the log
     /// from being folded into the file.
     [[nodiscard]] QList<QVariantList> rows(QSqlQuery& statement, const QVariantList& values = {}) const;
-
-    /// The rowid of the last insertion.
-    [[nodiscard]] static qint64 lastId(const QSqlQuery& statement);
 
     /// Runs the steps as one commit; when they throw, none of them was done. Not to be nested.
     void atomically(const std::function<void()>& steps) const;
