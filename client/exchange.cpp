@@ -1,4 +1,5 @@
 #include "client/kyrloyaltyinterface.h"
+#include "client/receipt.h"
 #include "client/servicecontract.h"
 #include "client/texts.h"
 #include "host/network/restclient.h"
@@ -52,4 +53,9 @@ QList<QString> KyrLoyaltyInterface::getErrorMessages(const QList<QVariant>& erro
         }
     }
     return messages;
+}
+
+QVariantMap KyrLoyaltyInterface::post(const QString& path, const QVariantMap& body) const
+{
+    return getServerResponse(path, receipt::compactJson(body), RestMethod::Post).value(keys::data).toMap();
 }

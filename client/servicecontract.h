@@ -20,6 +20,15 @@ inline QString userByPhone(const QString& phone)
     return u"v2/partner/operation/user/phone/"_s + phone + u"/user-info"_s;
 }
 
+inline const QString prePayment = u"v2/partner/operation/pre-payment"_s;
+inline const QString forcePayment = u"v2/partner/operation/force-payment-c2b"_s;
+inline const QString payment = u"v2/partner/operation/payment-c2b"_s;
+inline const QString confirmPayment = u"v2/partner/operation/confirm-payment-c2b"_s;
+inline const QString earnPoints = u"v2/partner/operation/payment-b2c"_s;
+inline const QString refusePayment = u"v2/partner/operation/refuse-payment"_s;
+inline const QString cancelPayment = u"v2/partner/operation/cancel-payment"_s;
+inline const QString receipt = u"v2/partner/operation/receipt"_s;
+
 } // namespace paths
 
 /// Members of the service's JSON that more than one place uses.
@@ -27,6 +36,26 @@ namespace keys {
 
 using namespace Qt::StringLiterals;
 
+inline const QString branchId = u"branch_id"_s;
 inline const QString data = u"data"_s;
+inline const QString operatorId = u"operator_id"_s;
+inline const QString position = u"position"_s;
+inline const QString receiptAmount = u"receipt_amount"_s;
+inline const QString receiptBonusAmount = u"receipt_bonus_amount"_s;
+inline const QString receiptDatetime = u"receipt_datetime"_s;
+inline const QString receiptDescription = u"receipt_description"_s;
+inline const QString receiptDetails = u"receipt_details"_s;
+inline const QString receiptNumber = u"receipt_number"_s;
+inline const QString terminalId = u"terminal_id"_s;
 
 } // namespace keys
+
+/// The kinds of operation whose receipt numbers a card record keeps.
+namespace operations {
+
+using namespace Qt::StringLiterals;
+
+inline const QString spend = u"spend"_s;
+inline const QString earn = u"earn"_s;
+
+} // namespace operations

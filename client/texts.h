@@ -18,7 +18,13 @@ inline tr::Tr balanceNotFound()
 {
     return {u"loyaltyBalanceNotFound"_s, u"В ответе от сервера не найден баланс карты"_s};
 }
-/// A mistake of the till's, told instead of crashing it.
+inline tr::Tr returnNotPossible() { return {u"kyrBackNotPossible"_s, u"Возврат не возможен"_s}; }
+inline tr::Tr saleNotLoaded()
+{
+    return {u"kyrDocumentSaleNotLoaded"_s, u"Не удалось загрузить документ продажи"_s};
+}
+/// Mistakes of the till's, told instead of crashing it.
+inline tr::Tr documentMissing() { return {u"kyrDocumentMissing"_s, u"Нет открытого документа"_s}; }
 inline tr::Tr cardRecordMissing()
 {
     return {u"kyrCardRecordMissing"_s, u"В документе нет карты системы лояльности KYRLoyalty"_s};

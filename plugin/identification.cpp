@@ -7,25 +7,13 @@ using namespace Qt::StringLiterals;
 bool KyrLoyalty::identifyByCard(QSharedPointer<DocumentCardRecord>& card, ECardNumberType /*type*/)
 {
     logger->info(u"Получение информации о карте"_s);
-    return fillCard(card);
+    return guarded([&] { client->getUserInfo(card); });
 }
 
 bool KyrLoyalty::getCardInfo(QSharedPointer<DocumentCardRecord>& card, ECardNumberType /*type*/)
 {
     logger->info(u"Запрос информации о карте"_s);
-    return fillCard(card);
-}
-
-bool KyrLoyalty::fillCard(const QSharedPointer<DocumentCardRecord>& card)
-{
-    try {
-        client->getUserInfo(card);
-        return true;
-    } catch (const KyrLoyaltyException& failure) {
-        logFailure(failure);
-        m_lastError = failure.tr();
-        return false;
-    }
+    return guarded([&] { client->getUserInfo(card); });
 }
 
 loyalty::CardNumberResult KyrLoyalty::getCardNumber(const loyalty::CardNumberInputData& input)

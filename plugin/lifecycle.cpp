@@ -7,6 +7,16 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// Keys under which the state travels with the document.
+namespace plugindata {
+const QString bonusImpacts = u"bonusImpacts"_s;
+const QString pointsForSpend = u"pointsForSpend"_s;
+} // namespace plugindata
+
+} // namespace
+
 KyrLoyalty::KyrLoyalty()
     : logger(utils::logger(u"kyrloyalty"_s, {}))
     , client(new KyrLoyaltyInterface)
@@ -47,10 +57,30 @@ void KyrLoyalty::updatePluginData() const
         // An empty place stays one, so that the list keeps its length.
         impacts.append(impact ? serder::default_serder_type<BonusImpact>::serialize(*impact) : QVariant());
     }
-    const QString pluginName = QString::fromLatin1(metaObject()->className());
-    document->setPluginData(pluginName, u"bonusImpacts"_s, impacts);
-    document->setPluginData(pluginName, u"pointsForSpend"_s, m_pointsForSpend);
+    document->setPluginData(pluginName(), plugindata::bonusImpacts, impacts);
+    document->setPluginData(pluginName(), plugindata::pointsForSpend, m_pointsForSpend);
     MockFactory<SaveToFileLogic>::create()->save(document, {});
 }
 
+// From the watched document, not the session's: the host hands over the reopened receipt before it asks.
+bool KyrLoyalty::restoreLoyaltySystem()
+{
+    const auto document = watchedDocument();
+    const auto stored = [&](const QString& key) {
+        return document ? document->getPluginData(pluginName(), key, {}) : QVariant();
+    };
+    m_pointsForSpend = stored(plugindata::pointsForSpend).toDouble();
+    m_bonusImpacts.clear();
+    const QVariantList impacts = stored(plugindata::bonusImpacts).toList();
+    for (const QVariant& impact : impacts) {
+        m_bonusImpacts.append(impact.isNull()
+                                  ? nullptr
+                                  : QSharedPointer<BonusImpact>::create(
+                                        serder::default_serder_type<BonusImpact>::deserialize(impact)));
+    }
+    return true;
+}
+
 void KyrLoyalty::logFailure(const KyrLoyaltyException& failure) const { logger->error(failure.tr().ru()); }
+
+QString KyrLoyalty::pluginName() const { return QString::fromLatin1(metaObject()->className()); }

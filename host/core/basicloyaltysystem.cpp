@@ -95,7 +95,10 @@ bool BasicLoyaltySystem::registerLoyaltySystem()
 {
     if (!Singleton<LoyaltySystems>::instance)
         Singleton<LoyaltySystems>::instance = new LoyaltySystems;
-    return Singleton<LoyaltySystems>::instance->add(this);
+    if (Singleton<LoyaltySystems>::instance->add(this))
+        return true;
+    m_lastError = tr::Tr(u"loyaltySystemAlreadyRegistered"_s, u"Система лояльности уже подключена"_s);
+    return false;
 }
 
 void BasicLoyaltySystem::clearLoyaltyData()
@@ -123,22 +126,23 @@ BasicLoyaltySystem::distributeBonusRecord(const QSharedPointer<AbstractDocument>
                                           const DocumentBonusRecord& record) const
 {
     const auto items = document->getGoodsItems();
-    std::int64_t sumLeft = 0;
+    std::int64_t total = 0;
     for (const auto& item : items)
-        sumLeft += utils::toHundredths(item->getSumb());
+        total += utils::toHundredths(item->getSumb());
 
+    // Each part is what the running share has grown by: so the parts add up to the whole, and none is further than
+    // a hundredth from its exact share.
     QList<DocumentBonusRecord> parts;
-    std::int64_t amountLeft = utils::toHundredths(record.amount);
+    const auto whole = static_cast<double>(utils::toHundredths(record.amount));
+    std::int64_t sumSoFar = 0;
+    std::int64_t amountSoFar = 0;
     for (const auto& item : items) {
-        const std::int64_t sum = utils::toHundredths(item->getSumb());
-        if (sumLeft == 0)
+        if (total == 0)
             break;
-        // Of what is left, the share of this position in the positions that are left: the last one takes the
-        // rest, so nothing is lost to rounding.
-        const double share = static_cast<double>(sum) / static_cast<double>(sumLeft);
-        const std::int64_t amount = std::llround(static_cast<double>(amountLeft) * share);
-        sumLeft -= sum;
-        amountLeft -= amount;
+        sumSoFar += utils::toHundredths(item->getSumb());
+        const double share = static_cast<double>(sumSoFar) / static_cast<double>(total);
+        const std::int64_t amount = std::llround(whole * share) - amountSoFar;
+        amountSoFar += amount;
         if (amount == 0)
             continue;
         DocumentBonusRecord part = record;

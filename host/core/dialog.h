@@ -15,11 +15,11 @@ public:
     class HOST_EXPORT Result
     {
     public:
-        [[nodiscard]] static Result entered(const QString& data) { return Result(false, data); }
-        [[nodiscard]] static Result cancelled() { return Result(true, {}); }
+        [[nodiscard]] static Result entered(const QString& data) { return {false, data}; }
+        [[nodiscard]] static Result cancelled() { return {true, {}}; }
 
         [[nodiscard]] bool canceled() const { return m_canceled; }
-        /// The entered text exactly as typed; empty when cancelled.
+        /// The entered text, changed only as the request's options say; empty when cancelled.
         [[nodiscard]] QString getData() const { return m_data; }
 
     private:
@@ -72,7 +72,7 @@ struct HOST_EXPORT TextInputRequest
     bool hidden = false;  ///< the text is not shown while it is typed
     bool trimmed = false; ///< blanks at both ends are dropped
     bool multiline = false;
-    bool uppercased = false;
+    bool uppercased = false; ///< letters are made capital
 
     QString formName; ///< identifies the question to front ends and scripts
 };

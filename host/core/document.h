@@ -36,6 +36,15 @@ public:
                                          const QVariant& defaultValue) const override;
     void setPluginData(const QString& pluginName, const QString& key, const QVariant& value) override;
 
+    // All that a stored form needs beside the above.
+    [[nodiscard]] const QHash<int, QSharedPointer<DocumentCardRecord>>& cardRecords() const
+    {
+        return m_cardRecords;
+    }
+    [[nodiscard]] const QSet<int>& flags() const { return m_flags; }
+    /// Each plug-in's values by its name.
+    [[nodiscard]] const QHash<QString, QVariantMap>& pluginData() const { return m_pluginData; }
+
 private:
     EDocumentType m_type;
     QString m_identifier;

@@ -44,6 +44,16 @@ public:
     [[nodiscard]] double getPointsForSpend() const { return m_pointsForSpend; }
     virtual void setPointsForSpend(double points) { m_pointsForSpend = points; }
 
+    /// Which document of the store the record belongs to, and how often that record had been written back
+    /// when this object last agreed with the store. Set by the store.
+    struct StoredPlace
+    {
+        QString document; ///< its identifier; empty when the record is of no stored document
+        int revision = 0;
+    };
+    [[nodiscard]] const StoredPlace& storedPlace() const { return m_storedPlace; }
+    void setStoredPlace(const StoredPlace& place) { m_storedPlace = place; }
+
 private:
     LoyaltySystemType m_kind;
     QVariant m_number;
@@ -54,4 +64,5 @@ private:
     QString m_operationId;
     QVariant m_pointsForEarn;
     double m_pointsForSpend = 0;
+    StoredPlace m_storedPlace;
 };

@@ -28,6 +28,7 @@ public:
 
     /// The discounts other than the bonus discount.
     void setDiscount(double sum) { m_discount = sum; }
+    [[nodiscard]] double getDiscount() const { return m_discount; }
     void setBonusImpactSum(double sum) { m_bonusImpactSum = sum; }
 
 private:

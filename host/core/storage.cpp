@@ -1,37 +1,37 @@
 #include "host/core/storage.h"
 
-#include "host/utils/basicexception.h"
-
-using namespace Qt::StringLiterals;
+#include "host/core/receiptstore.h"
 
 template class Singleton<DocumentsDao>;
-template class MockFactory<SaveToFileLogic>;
 
-namespace {
-
-[[noreturn]] void refuse(const QString& what)
-{
-    throw BasicException(
-        tr::Tr(u"hostStorageMissing"_s, u"%1: хранилище документов не подключено"_s.arg(what)));
-}
-
-} // namespace
+DocumentsDao::DocumentsDao() = default;
 
 DocumentsDao::~DocumentsDao() = default;
 
-QSharedPointer<AbstractDocument> DocumentsDao::loadDocument(const QVariant& /*reference*/, bool /*forUpdate*/)
+template <class Operation>
+auto DocumentsDao::inStore(Operation operation)
 {
-    refuse(u"Чтение документа"_s);
+    try {
+        if (!m_store)
+            m_store = std::make_unique<ReceiptStore>();
+        return operation(*m_store);
+    } catch (...) {
+        m_store.reset(); // whatever was wrong with the file may be mended by the next call
+        throw;
+    }
 }
 
-void DocumentsDao::saveCardRecord(const QSharedPointer<DocumentCardRecord>& /*record*/)
+QSharedPointer<AbstractDocument> DocumentsDao::loadDocument(const QVariant& reference, bool /*forUpdate*/)
 {
-    refuse(u"Сохранение карты документа"_s);
+    return inStore([&](ReceiptStore& store) { return store.load(reference.toString()); });
 }
 
-SaveToFileLogic::~SaveToFileLogic() = default;
-
-void SaveToFileLogic::save(const QSharedPointer<AbstractDocument>& /*document*/, const QString& /*fileName*/)
+void DocumentsDao::saveCardRecord(const QSharedPointer<DocumentCardRecord>& record)
 {
-    refuse(u"Сохранение документа"_s);
+    inStore([&](ReceiptStore& store) { store.saveCardRecord(record); });
+}
+
+void DocumentsDao::store(const QSharedPointer<Document>& document)
+{
+    inStore([&](ReceiptStore& store) { store.store(document); });
 }

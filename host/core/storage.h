@@ -5,35 +5,62 @@
 #include "host/utils/mockfactory.h"
 #include "host/utils/singleton.h"
 
-/// The store of closed documents.
-///
-/// The embedded host has no store yet, so every operation throws BasicException instead of losing a document
-/// silently.
+#include <memory>
+
+class Document;
+class ReceiptStore;
+
+/// The store of closed documents, `receipts.sqlite` in the data directory. Every operation is durable when it
+/// returns, and throws BasicException, with nothing changed, when it cannot be. Opens its file at the first
+/// operation, whose thread then has to make the others.
 class HOST_EXPORT DocumentsDao
 {
 public:
+    DocumentsDao();
     virtual ~DocumentsDao();
+    DocumentsDao(const DocumentsDao&) = delete;
+    DocumentsDao& operator=(const DocumentsDao&) = delete;
 
-    /// The stored document that `reference` (AbstractDocument::getSaleDocumentId) names, or null when there
-    /// is none. `forUpdate` locks it against other tills.
+    /// The stored document that `reference` (AbstractDocument::getSaleDocumentId, the sale's identifier as a
+    /// text) names, with what saveCardRecord() wrote since, or null when there is none. Each call makes an
+    /// object of its own. `forUpdate` locks it against other tills; this store is one till's, so here it
+    /// changes nothing.
     [[nodiscard]] virtual QSharedPointer<AbstractDocument> loadDocument(const QVariant& reference,
                                                                         bool forUpdate);
 
-    /// Writes a card record of a stored document back to the store.
+    /// Writes a card record of a stored document back to the store. The record is one of a document that was
+    /// loaded or stored; any other throws BasicException, and so does one that was written back from another
+    /// object in the meantime: the later write would silently undo the earlier.
     virtual void saveCardRecord(const QSharedPointer<DocumentCardRecord>& record);
+
+    /// Stores a closed document. A stored one is never replaced: storing the same again changes nothing, and
+    /// another under the same identifier throws BasicException.
+    virtual void store(const QSharedPointer<Document>& document);
+
+private:
+    /// What the operation on the opened store returns.
+    template <class Operation>
+    auto inStore(Operation operation);
+
+    std::unique_ptr<ReceiptStore> m_store;
 };
 
-/// Writes the open receipt to disk, so that a till that dies finds it again.
-///
-/// The embedded host has no file for it yet: save() throws BasicException.
+/// Keeps the open receipt on disk, so that a till that dies finds it again. A file is replaced whole or not
+/// at all, even by a power cut; each failure throws BasicException naming the file.
 class HOST_EXPORT SaveToFileLogic
 {
 public:
     virtual ~SaveToFileLogic();
 
-    /// Writes the document with its plug-in data. An empty file name is the host's own file for open
-    /// receipts.
+    /// Writes the document, one of the class Document, with its plug-in data. An empty file name is the
+    /// host's own file for open receipts, `open-receipt` in the data directory, where relative names lie too.
     virtual void save(const QSharedPointer<AbstractDocument>& document, const QString& fileName);
+
+    /// What was last saved in the host's own file; null when there is none. A file that is damaged is left
+    /// untouched.
+    [[nodiscard]] static QSharedPointer<Document> loadOpenReceipt();
+    /// Removes the host's own file, once the receipt is closed and stored; fine when there is none.
+    static void removeOpenReceipt();
 };
 
 extern template class HOST_EXPORT Singleton<DocumentsDao>;

@@ -17,12 +17,14 @@ public:
             return;
         termios quiet = m_before;
         quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        quiet.c_lflag |= ECHONL; // or what comes next would stand on the same line
         m_active = tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet) == 0;
     }
     ~EchoOff()
     {
         if (m_active)
-            tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+            tcsetattr(STDIN_FILENO, TCSADRAIN,
+                      &m_before); // keeps what is already typed for the next question
     }
     EchoOff(const EchoOff&) = delete;
     EchoOff& operator=(const EchoOff&) = delete;
@@ -65,16 +67,19 @@ int TerminalFrontend::chooseFromList(const ChoiceRequest& request)
 core::BasicDialog::Result TerminalFrontend::inputText(const TextInputRequest& request)
 {
     print(request.title);
+    const EchoOff quiet(request.hidden); // before the prompt, or a quick answer to it would be shown or lost
     QString line;
     while (true) {
         m_out << request.message.ru() << u": "_s << Qt::flush;
-        const EchoOff quiet(request.hidden);
         if (!m_in.readLineInto(&line))
             return core::BasicDialog::Result::cancelled();
+        if (request.trimmed)
+            line = line.trimmed();
+        if (request.uppercased)
+            line = line.toUpper();
         if (!line.isEmpty() || request.emptyAllowed)
-            break;
+            return core::BasicDialog::Result::entered(line);
         if (request.cancelAllowed)
             return core::BasicDialog::Result::cancelled();
     }
-    return core::BasicDialog::Result::entered(request.trimmed ? line.trimmed() : line);
 }

@@ -14,8 +14,9 @@ namespace {
 
 using ErrorCode = RestClient::ErrorCode;
 
-constexpr qsizetype bodyLimit = 8 * 1024 * 1024;
-constexpr qsizetype headLimit = 256 * 1024;
+constexpr qsizetype mebibyte = 1 << 20;
+constexpr qsizetype bodyLimit = 8 * mebibyte;
+constexpr qsizetype headLimit = mebibyte / 4;
 constexpr auto userAgent = "KYRLoyalty-host/" KYR_HOST_VERSION;
 
 struct Received
@@ -117,8 +118,8 @@ std::optional<HeaderLines> headerLines(const Request& request)
         lines.append("Connection: close");
     if (!hasContentType)
         lines.append(request.body.isEmpty() ? "Content-Type:" : "Content-Type: application/json");
-    lines.append(
-        "Expect:"); // waiting for a 100 before the body would cost a second at a service that ignores it
+    // Waiting for a 100 before the body would cost a second at a service that ignores it.
+    lines.append("Expect:");
     return lines;
 }
 
@@ -176,7 +177,6 @@ ErrorCode failureOf(CURLcode code, const Received& received)
         return ErrorCode::Tls;
     case CURLE_UNSUPPORTED_PROTOCOL: // the answer does not begin as HTTP/1: libcurl takes it for HTTP/0.9
     case CURLE_WEIRD_SERVER_REPLY:
-    case CURLE_PARTIAL_FILE:
         return ErrorCode::BrokenAnswer;
     default:
         return received.headBytes == 0 ? ErrorCode::Connect : ErrorCode::BrokenAnswer;

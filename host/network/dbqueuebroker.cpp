@@ -1,15 +1,36 @@
 #include "host/network/dbqueuebroker.h"
 
-#include "host/utils/basicexception.h"
+#include "host/network/messagequeue.h"
 
-using namespace Qt::StringLiterals;
+#include <utility>
 
 template class Singleton<DBQueueBroker>;
 
+namespace {
+
+std::function<QString()>& groupSource()
+{
+    static std::function<QString()> source;
+    return source;
+}
+
+} // namespace
+
+DBQueueBroker::DBQueueBroker() = default;
+
 DBQueueBroker::~DBQueueBroker() = default;
 
-void DBQueueBroker::enqueue(const QString& /*queueName*/, const QVariantMap& /*message*/,
-                            const QString& /*text*/)
+void DBQueueBroker::enqueue(const QString& queueName, const QVariantMap& message, const QString& text)
 {
-    throw BasicException(tr::Tr(u"hostQueueMissing"_s, u"Очередь исходящих сообщений не подключена"_s));
+    const QString group = groupSource() ? groupSource()() : QString();
+    try {
+        if (!m_queue)
+            m_queue = std::make_unique<MessageQueue>();
+        m_queue->enqueue(queueName, group, message, text);
+    } catch (...) {
+        m_queue.reset(); // whatever was wrong with the file may be mended by the next call
+        throw;
+    }
 }
+
+void DBQueueBroker::setGroupSource(std::function<QString()> source) { groupSource() = std::move(source); }

@@ -93,8 +93,7 @@ void RestClient::setTimeout(int seconds)
 
 void RestClient::get(const QUrl& url, const QJsonDocument& document, const QHash<QString, QString>& headers)
 {
-    exchange("GET"_ba, url, document.isEmpty() ? QByteArray() : document.toJson(QJsonDocument::Compact),
-             headers);
+    exchange("GET"_ba, url, document.toJson(QJsonDocument::Compact), headers);
 }
 
 void RestClient::post(const QUrl& url, const QByteArray& body, const QHash<QString, QString>& headers)

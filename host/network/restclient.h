@@ -44,8 +44,8 @@ class HOST_EXPORT RestClient : public QObject
     Q_OBJECT
 
 public:
-    /// Why there is no usable answer. All lie below 100, so they never meet an HTTP status. None but BadUrl
-    /// and BadHeader proves that the service did not act on the request.
+    /// Why there is no usable answer. All lie below 100, so they never meet an HTTP status. Only Tls, BadUrl
+    /// and BadHeader prove that the service did not get the request; after any other it may have acted on it.
     enum class ErrorCode : int {
         None = 0,
         Connect = 1, ///< no answer: name not resolved, refused, no route, closed before the first line of one

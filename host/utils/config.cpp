@@ -1,6 +1,7 @@
 #include "host/utils/config.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <algorithm>
@@ -56,19 +57,31 @@ struct Entry
 {
     QString key;
     QVariant value;
-    unsigned line;
+    toml::source_position place;
 };
 
 void collect(const toml::table& table, const QString& prefix, QList<Entry>& entries)
 {
     for (const auto& [name, node] : table) {
         const std::string_view text = name.str();
-        const QString key = prefix + QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-        if (const toml::table* inner = node.as_table())
-            collect(*inner, key + u':', entries);
+        QString part = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+        if (part.contains(u':')) // must not pass for the colon between table and key
+            part = u'"' + part + u'"';
+        const toml::table* inner = node.as_table();
+        if (inner && !(inner->is_inline() && inner->empty()))
+            collect(*inner, prefix + part + u':', entries);
         else
-            entries.append({key, toVariant(node), node.source().begin.line});
+            entries.append({prefix + part, toVariant(node), node.source().begin});
     }
+}
+
+// The parser quotes what it stumbled over, which may be the password.
+QString withoutQuotations(const toml::parse_error& error)
+{
+    static const QRegularExpression quotation(u", saw .*|'.{2,}'"_s,
+                                              QRegularExpression::DotMatchesEverythingOption);
+    const std::string_view text = error.description();
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())).remove(quotation).simplified();
 }
 
 QList<Entry> parse(const QString& fileName)
@@ -81,9 +94,10 @@ QList<Entry> parse(const QString& fileName)
         collect(toml::parse(file.readAll().toStdString()), {}, entries);
     } catch (const toml::parse_error& error) {
         throw ConfigError(u"%1:%2: is not TOML: %3"_s.arg(
-            fileName, QString::number(error.source().begin.line), QString::fromUtf8(error.what())));
+            fileName, QString::number(error.source().begin.line), withoutQuotations(error)));
     }
-    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.line < b.line; });
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry& a, const Entry& b) { return a.place < b.place; });
     return entries;
 }
 
@@ -102,7 +116,7 @@ void Config::load(const QString& fileName)
         if (problem.isEmpty())
             values.insert(entry.key, entry.value);
         else
-            problems.append(u"%1:%2: %3"_s.arg(fileName, QString::number(entry.line), problem));
+            problems.append(u"%1:%2: %3"_s.arg(fileName, QString::number(entry.place.line), problem));
     }
     if (!problems.isEmpty())
         throw ConfigError(problems.join(u'\n'));
@@ -139,7 +153,7 @@ QString Config::problem(const QString& key, const QVariant& value) const
 
 QVariant Config::typed(const QString& key, ConfigKey::Type type) const
 {
-    const QVariant value = m_values.value(key);
+    QVariant value = m_values.value(key);
     if (value.isValid() && !matches(value, type))
         throw ConfigError(u"%1: expected %2"_s.arg(key, typeName(type)));
     return value;

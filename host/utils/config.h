@@ -42,7 +42,8 @@ public:
 
     /// Replaces all values by those of the file. Throws ConfigError, and keeps the old values, when the file
     /// can't be read, is not TOML, or holds an unknown key or a value of the wrong type; each line of the
-    /// message names file, line, key and what was expected.
+    /// message names file, line, key and what was expected, in the file's order. No value of the file is in
+    /// it.
     void load(const QString& fileName);
 
     /// Sets one value over what the file says. Throws ConfigError as load does, naming the key.

@@ -9,7 +9,8 @@
 #include <concepts>
 
 /// Values to and from plain variants (maps, lists, numbers, texts, dates), which the host can store. A class
-/// takes part by being a Q_GADGET: its properties are its members.
+/// takes part by being a Q_GADGET: its properties are its members, and may be gadgets themselves. A list of
+/// gadgets is a member by way of a QVariantList property, see DocumentImpact.
 namespace serder {
 
 /// The strategy for gadgets: a map from property name to value, an enumeration as its number. `gadget` points
@@ -17,7 +18,7 @@ namespace serder {
 HOST_EXPORT QVariant serializeGadget(const QMetaObject& type, const void* gadget);
 
 /// Writes into `gadget` what the map holds for each property; a property that the map lacks keeps its value,
-/// a member that the class doesn't have is ignored.
+/// a member that the class doesn't have is ignored, and a value of a type that the property can't take too.
 HOST_EXPORT void deserializeGadget(const QMetaObject& type, void* gadget, const QVariant& value);
 
 template <class T>

@@ -26,7 +26,8 @@ public:
     [[nodiscard]] QString ru() const { return m_ru; }
     [[nodiscard]] bool isEmpty() const { return m_ru.isEmpty(); }
 
-    /// This text with `value` in place of its lowest-numbered placeholder ("%1").
+    /// This text with `value` in place of its lowest-numbered placeholder ("%1"). The value is put in as it
+    /// is, but a "%1" inside it is a placeholder to the next call: in a chain, such a value comes last.
     [[nodiscard]] Tr arg(const QString& value) const { return {m_id, m_ru.arg(value)}; }
 
     /// The text wrapped in a variant, as an argument of an event carries it.

@@ -1,0 +1,109 @@
+#include "client/receipt.h"
+
+#include "client/hostobjects.h"
+#include "client/kyrloyaltyinterface.h"
+#include "client/servicecontract.h"
+#include "client/texts.h"
+#include "host/core/session.h"
+#include "host/utils/currenttime.h"
+#include "plugin/kyrloyaltyexception.h"
+
+#include <QJsonDocument>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace receipt {
+
+QSharedPointer<AbstractDocument> current()
+{
+    auto document = hostObject<Session>().getDocument();
+    if (!document)
+        throw KyrLoyaltyException(texts::documentMissing());
+    return document;
+}
+
+QSharedPointer<DocumentCardRecord> cardRecord(const AbstractDocument& document)
+{
+    auto record = document.getCardRecord(KyrLoyaltySystem);
+    if (!record)
+        throw KyrLoyaltyException(texts::cardRecordMissing());
+    return record;
+}
+
+QString shopCode() { return hostObject<Session>().getRegistry()->getShopCode(); }
+
+QDateTime now() { return MockFactory<CurrentTime>::create()->currentDateTime(); }
+
+QString nowInSeconds() { return QString::number(now().toSecsSinceEpoch()); }
+
+QString operationNumber(const QDateTime& time, unsigned offset)
+{
+    return QString::number(static_cast<quint32>(time.toSecsSinceEpoch()) +
+                           offset); // wraps, as the service does
+}
+
+bool isZero(double money) { return std::abs(money) < 0.005; }
+
+bool isListed(const GoodsItem& item) { return !isZero(item.getSumb() + item.getBonusImpactSum()); }
+
+QVariantMap position(const GoodsItem& item, double quantity, double sum)
+{
+    return {
+        {keys::position, QString::number(item.getPosnum())},
+        {u"prod_cat"_s, 0},
+        {u"prod_code"_s, item.getArticul()},
+        {u"prod_name"_s, item.getName(false)},
+        {u"prod_price"_s, item.getPrice()},
+        {u"prod_amount"_s, quantity},
+        {u"prod_sum"_s, sum},
+    };
+}
+
+QString points(double amount) { return QString::number(amount, 'f', 2); }
+
+QByteArray compactJson(const QVariant& value)
+{
+    return QJsonDocument::fromVariant(value).toJson(QJsonDocument::Compact);
+}
+
+} // namespace receipt
+
+QVariantMap KyrLoyaltyInterface::makeCheck(bool addBonusImpact) const
+{
+    const auto document = receipt::current();
+    const auto card = receipt::cardRecord(*document);
+    if (card->getOperationId().isEmpty()) {
+        const QDateTime now = receipt::now();
+        const QVariantMap ids{{operations::spend, receipt::operationNumber(now, 0)},
+                              {operations::earn, receipt::operationNumber(now, 1)}};
+        card->setOperationId(QString::fromUtf8(receipt::compactJson(ids)));
+    }
+
+    QVariantList positions;
+    double amount = 0;
+    const auto items = document->getGoodsItems();
+    for (const auto& item : items) {
+        if (!receipt::isListed(*item))
+            continue;
+        const double sum = addBonusImpact ? item->getSumb() + item->getBonusImpactSum() : item->getSumb();
+        positions.append(receipt::position(*item, item->getBquant(), sum));
+        amount += sum;
+    }
+
+    const double discount = document->getDiscountSum();
+    return {
+        {u"card"_s, card->getNumber().toString()},
+        {keys::branchId, receipt::shopCode()},
+        {u"receipt_currency"_s, currencyName},
+        {keys::receiptAmount, amount},
+        // A text that holds JSON, not a nested array: so the service wants it.
+        {keys::receiptDetails, QString::fromUtf8(receipt::compactJson(positions))},
+        {keys::receiptDatetime, receipt::nowInSeconds()},
+        {u"receipt_discount"_s, receipt::isZero(discount) ? u"0"_s : QString::number(discount, 'f', 2)},
+        {u"check_identifier"_s, document->getIdentifier()},
+        {keys::operatorId, {}},
+        {keys::terminalId, {}},
+    };
+}

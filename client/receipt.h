@@ -1,0 +1,45 @@
+#pragma once
+
+#include "host/core/abstractdocument.h"
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QSharedPointer>
+#include <QString>
+#include <QVariantMap>
+
+/// What the operations on a receipt share.
+namespace receipt {
+
+/// The session's current document; throws KyrLoyaltyException when there is none.
+QSharedPointer<AbstractDocument> current();
+
+/// The document's record of this system's card; throws KyrLoyaltyException when it has none.
+QSharedPointer<DocumentCardRecord> cardRecord(const AbstractDocument& document);
+
+/// The shop code that the service knows this shop by.
+QString shopCode();
+
+/// The clock's time, and the same as the service writes it: decimal seconds since 1970.
+QDateTime now();
+QString nowInSeconds();
+
+/// A receipt number for an operation: the clock's seconds, of which the service takes 32 bits, plus `offset`.
+QString operationNumber(const QDateTime& time, unsigned offset);
+
+/// Whether an amount of money counts as none: less than half of a hundredth either way.
+bool isZero(double money);
+
+/// Whether the service is told of the position: it costs something, or would without its bonus discount.
+bool isListed(const GoodsItem& item);
+
+/// One position as the service expects it, with that quantity and sum.
+QVariantMap position(const GoodsItem& item, double quantity, double sum);
+
+/// An amount of points as the service expects it: a text with two decimals.
+QString points(double amount);
+
+/// Compact JSON, the form of everything that goes to the service.
+QByteArray compactJson(const QVariant& value);
+
+} // namespace receipt

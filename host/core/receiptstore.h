@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/core/document.h"
+#include "host/utils/database.h"
+
+/// The file behind DocumentsDao. A document stays as it was stored; what was written back of its card records
+/// lies beside it. Belongs to one thread; everything throws BasicException when the file can't be used.
+class ReceiptStore
+{
+public:
+    ReceiptStore();
+
+    /// Null when there is no document of that identifier.
+    [[nodiscard]] QSharedPointer<Document> load(const QString& identifier);
+    void saveCardRecord(const QSharedPointer<DocumentCardRecord>& record);
+    void store(const QSharedPointer<Document>& document);
+
+private:
+    /// The document as it was stored, without what was written back since; nothing when there is none.
+    [[nodiscard]] QByteArray original(const QString& identifier);
+    [[nodiscard]] int revision(const QString& identifier, int kind);
+    /// True when this very content is stored already; its records then know their places.
+    bool isStored(const QSharedPointer<Document>& document, const QByteArray& bytes);
+
+    utils::Database m_database;
+    QSqlQuery m_insert;
+    QSqlQuery m_select;
+    QSqlQuery m_records;
+    QSqlQuery m_revision;
+    QSqlQuery m_write;
+};

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "host/utils/export.h"
+
+#include <QString>
+
+namespace utils {
+
+/// Names the folder in which this process keeps what must outlive it. The till says it once, before anything
+/// is stored; what is open already stays where it is. A relative path counts from the current folder of that
+/// moment; an empty one takes the folder away. The host's thread only.
+HOST_EXPORT void setDataDirectory(const QString& path);
+
+/// The absolute path of the file of that name in the data directory; an absolute name stays itself. Creates
+/// the folder, for its owner alone (0700), when it is missing. Throws BasicException when no folder was named
+/// or it cannot be made.
+HOST_EXPORT QString dataFile(const QString& name);
+
+} // namespace utils

@@ -1,0 +1,130 @@
+#include "host/utils/privatefile.h"
+
+#include "host/utils/storageerror.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace utils {
+
+namespace {
+
+constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+constexpr auto unfinished = ".XXXXXX"; // behind the name of a file that is not yet in its place
+
+class Descriptor
+{
+public:
+    explicit Descriptor(int number)
+        : m_number(number)
+    {}
+    ~Descriptor()
+    {
+        if (m_number >= 0)
+            close(m_number);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    [[nodiscard]] int number() const { return m_number; }
+
+private:
+    int m_number;
+};
+
+bool writeAll(int file, const QByteArray& content)
+{
+    for (qsizetype done = 0; done < content.size();) {
+        const ssize_t count =
+            write(file, content.constData() + done, static_cast<std::size_t>(content.size() - done));
+        if (count < 0 && errno != EINTR)
+            return false;
+        done += count < 0 ? 0 : count;
+    }
+    return true;
+}
+
+} // namespace
+
+void ensurePrivateFile(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    const bool made = mknod(name.constData(), S_IFREG | ownerOnly, 0) == 0;
+    if (!made && errno != EEXIST)
+        throw systemError(errno, path);
+    struct stat found = {};
+    if (stat(name.constData(), &found) != 0)
+        throw systemError(errno, path);
+    // A strict umask takes from the owner too; an older file may have been opened to others by hand.
+    constexpr mode_t everyone = S_IRWXU | S_IRWXG | S_IRWXO;
+    const mode_t wrong = made ? (found.st_mode & everyone) ^ ownerOnly : found.st_mode & (S_IRWXG | S_IRWXO);
+    if (wrong != 0 && chmod(name.constData(), ownerOnly) != 0)
+        throw systemError(errno, path);
+    if (made)
+        syncDirectoryOf(path);
+}
+
+void replaceFile(const QString& path, const QByteArray& content)
+{
+    QByteArray name = QFile::encodeName(path) + unfinished;
+    const Descriptor file(mkostemp(name.data(), O_CLOEXEC));
+    if (file.number() < 0)
+        throw systemError(errno, path);
+    if (fchmod(file.number(), ownerOnly) != 0 || !writeAll(file.number(), content) ||
+        fsync(file.number()) != 0 || rename(name.constData(), QFile::encodeName(path).constData()) != 0) {
+        const int error = errno;
+        unlink(name.constData());
+        throw systemError(error, path);
+    }
+    syncDirectoryOf(path);
+}
+
+std::optional<QByteArray> readFile(const QString& path)
+{
+    const Descriptor opened(open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC));
+    if (opened.number() < 0) {
+        if (errno == ENOENT)
+            return std::nullopt;
+        throw systemError(errno, path);
+    }
+    QFile file;
+    QByteArray content;
+    if (file.open(opened.number(), QIODevice::ReadOnly))
+        content = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        throw storageError(StorageFault::Failed, path, file.errorString());
+    return content;
+}
+
+void removeFile(const QString& path)
+{
+    const QFileInfo info(path);
+    QStringList names{path};
+    for (const QFileInfo& left :
+         QDir(info.path()).entryInfoList({info.fileName() + u".??????"_s}, QDir::Files | QDir::Hidden))
+        names.append(left.filePath());
+    for (const QString& name : names) {
+        if (unlink(QFile::encodeName(name).constData()) != 0 && errno != ENOENT)
+            throw systemError(errno, name);
+    }
+    syncDirectoryOf(path);
+}
+
+void syncDirectoryOf(const QString& path)
+{
+    const QString directory = QFileInfo(path).absolutePath();
+    const Descriptor opened(
+        open(QFile::encodeName(directory).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.number() < 0 || fsync(opened.number()) != 0)
+        throw systemError(errno, directory);
+}
+
+} // namespace utils

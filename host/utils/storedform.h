@@ -1,0 +1,45 @@
+#pragma once
+
+#include "host/utils/export.h"
+
+#include <QByteArray>
+#include <QDataStream>
+#include <QVariant>
+
+/// How values look on disk.
+namespace utils {
+
+/// The one encoding of values; a change of it is a change of every format that uses it.
+constexpr auto storedStreamVersion = QDataStream::Qt_6_4;
+
+/// True when the value, and all that its lists and maps hold, comes back from a QDataStream as it was: the
+/// plain types of Qt. A type of somebody's own may not be known any more when it is read.
+HOST_EXPORT bool isStorable(const QVariant& value);
+
+/// What kind of content a seal names, and in which version of its format.
+struct Seal
+{
+    quint32 magic;
+    quint32 version;
+};
+
+/// The content behind a head of 48 bytes, all numbers big-endian: magic (4), version (4), size of the content
+/// (8), SHA-256 of the sixteen bytes before it and the content (32).
+HOST_EXPORT QByteArray sealed(const Seal& seal, const QByteArray& content);
+
+struct Unsealed
+{
+    enum State {
+        Whole,
+        Damaged, ///< cut short, too long, altered, or of another kind
+        Newer,   ///< whole, but of a later version
+    };
+    State state;
+    quint32 version = 0;
+    QByteArray content; ///< empty unless whole
+};
+
+/// Checks and opens what sealed() made; a version up to `seal.version` is accepted.
+HOST_EXPORT Unsealed unsealed(const Seal& seal, const QByteArray& bytes);
+
+} // namespace utils

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "stand/http.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+namespace stand {
+
+/// A page of the stand's own: the object as it is, without the service's envelope.
+Answer page(const QJsonObject& content);
+Answer page(const QJsonArray& content);
+
+/// The service's success envelope: {"data": {...}}.
+Answer success(const QJsonObject& data);
+
+/// The service's error envelope with one text: {"data": [{"message": "text"}]}.
+Answer failure(int status, const QString& message);
+
+/// The error envelope with several error objects, or with messages that are objects.
+Answer failure(int status, const QJsonArray& messages);
+
+Answer wrongMethod(const QByteArray& method, const QByteArray& allowed);
+
+} // namespace stand

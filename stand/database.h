@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+#include <QVariantList>
+
+#include <stdexcept>
+
+namespace stand {
+
+/// What SQLite refused, in a sentence for the administrator.
+class DatabaseError : public std::runtime_error
+{
+public:
+    explicit DatabaseError(const QString& what)
+        : std::runtime_error(what.toStdString())
+    {}
+};
+
+/// The stand's SQLite data: the schema of this version, writable, filled with the demonstration data when
+/// new.
+class Database
+{
+public:
+    /// Opens `file`, or a database in memory when the name is empty.
+    /// Throws DatabaseError when the file cannot be written or belongs to a newer stand.
+    explicit Database(const QString& file);
+    ~Database();
+    Q_DISABLE_COPY_MOVE(Database)
+
+    /// Runs one statement; the query returned stands before its first row. Throws DatabaseError.
+    QSqlQuery run(const QString& statement, const QVariantList& values = {});
+
+private:
+    void open(const QString& file);
+    void upgrade();
+
+    QString m_connection;
+};
+
+} // namespace stand

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "stand/http.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+
+namespace stand {
+
+class Database;
+
+/// The log of every exchange under /v2/, for tests and people. Credentials are not kept: of the request's
+/// headers only a few harmless ones are. Throws DatabaseError.
+class Exchanges
+{
+public:
+    explicit Exchanges(Database& database)
+        : m_database(database)
+    {}
+
+    void add(const QDateTime& time, const Request& request, bool authorized, const Answer& answer);
+
+    /// Those with a number above `number`, in their order.
+    [[nodiscard]] QJsonArray after(qint64 number) const;
+
+private:
+    Database& m_database;
+};
+
+} // namespace stand

@@ -1,0 +1,44 @@
+#include "stand/lifetime.h"
+#include "stand/options.h"
+#include "stand/server.h"
+#include "stand/stand.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int run(const stand::Options& options)
+{
+    stand::quitOnSignals(qApp);
+    if (options.untilEof)
+        stand::quitOnEndOfInput(qApp);
+    stand::Stand whole(options.dataFile, options.credentials);
+    const stand::Server server(options.address, options.port,
+                               [&whole](const stand::Request& request) { return whole.answer(request); });
+    QTextStream(stdout) << "The stand listens on " << server.url().toString() << Qt::endl;
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(u"stand"_s);
+    QCoreApplication::setApplicationVersion(QStringLiteral(STAND_VERSION));
+
+    const auto read = stand::readOptions(QCoreApplication::arguments());
+    if (const auto* end = std::get_if<stand::EarlyEnd>(&read)) {
+        QTextStream(end->status == 0 ? stdout : stderr) << end->text << Qt::endl;
+        return end->status;
+    }
+    try {
+        return run(std::get<stand::Options>(read));
+    } catch (const std::exception& error) {
+        QTextStream(stderr) << "stand: " << error.what() << Qt::endl;
+        return 1;
+    }
+}

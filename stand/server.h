@@ -1,0 +1,34 @@
+#pragma once
+
+#include "stand/http.h"
+
+#include <QHostAddress>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+
+class QHttpServer;
+class QTcpServer;
+
+namespace stand {
+
+/// Receives HTTP requests and hands each to one function. The only part that knows QHttpServer.
+class Server
+{
+public:
+    using Handler = std::function<Answer(const Request&)>;
+
+    /// Listens from now on; `port` 0 takes any free one. Throws std::runtime_error when it cannot.
+    Server(const QHostAddress& address, quint16 port, Handler handler);
+    ~Server();
+    Q_DISABLE_COPY_MOVE(Server)
+
+    [[nodiscard]] QUrl url() const; ///< With the port it really has.
+
+private:
+    std::unique_ptr<QHttpServer> m_http;
+    QTcpServer* m_socket = nullptr; ///< Owned by m_http.
+};
+
+} // namespace stand

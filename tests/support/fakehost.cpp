@@ -1,0 +1,48 @@
+#include "tests/support/fakehost.h"
+
+namespace test_support {
+
+namespace {
+
+class StandingTime : public CurrentTime
+{
+public:
+    explicit StandingTime(const QDateTime& time)
+        : m_time(time)
+    {}
+    [[nodiscard]] QDateTime currentDateTime() const override { return m_time; }
+
+private:
+    QDateTime m_time;
+};
+
+} // namespace
+
+void RecordingQueue::enqueue(const QString& queueName, const QVariantMap& message, const QString& text)
+{
+    if (before)
+        before();
+    entries.append({queueName, message, text});
+}
+
+QSharedPointer<AbstractDocument> FakeDocuments::loadDocument(const QVariant& reference, bool /*forUpdate*/)
+{
+    return documents.value(reference.toString());
+}
+
+void FakeDocuments::saveCardRecord(const QSharedPointer<DocumentCardRecord>& record)
+{
+    if (beforeSave)
+        beforeSave();
+    saved.append(record);
+}
+
+FixedClock::FixedClock(qint64 secondsSinceEpoch)
+    : time(QDateTime::fromSecsSinceEpoch(secondsSinceEpoch))
+{
+    MockFactory<CurrentTime>::mocked = [this] { return QSharedPointer<CurrentTime>(new StandingTime(time)); };
+}
+
+FixedClock::~FixedClock() { MockFactory<CurrentTime>::mocked = nullptr; }
+
+} // namespace test_support

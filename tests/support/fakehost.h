@@ -1,0 +1,56 @@
+#pragma once
+
+#include "host/core/storage.h"
+#include "host/network/dbqueuebroker.h"
+#include "host/utils/currenttime.h"
+
+#include <QHash>
+#include <QList>
+#include <QSharedPointer>
+
+#include <functional>
+
+namespace test_support {
+
+/// An outgoing queue that only remembers. Make it with new and store it in Singleton<DBQueueBroker>.
+class RecordingQueue : public DBQueueBroker
+{
+public:
+    struct Entry
+    {
+        QString queue;
+        QVariantMap message;
+        QString text;
+    };
+
+    void enqueue(const QString& queueName, const QVariantMap& message, const QString& text) override;
+
+    QList<Entry> entries;
+    std::function<void()> before; ///< called first on each enqueue; may throw
+};
+
+/// A store of documents in memory. Make it with new and store it in Singleton<DocumentsDao>.
+class FakeDocuments : public DocumentsDao
+{
+public:
+    QSharedPointer<AbstractDocument> loadDocument(const QVariant& reference, bool forUpdate) override;
+    void saveCardRecord(const QSharedPointer<DocumentCardRecord>& record) override;
+
+    QHash<QString, QSharedPointer<AbstractDocument>> documents; ///< by the text of their reference
+    QList<QSharedPointer<DocumentCardRecord>> saved;
+    std::function<void()> beforeSave; ///< called first on each save; may throw
+};
+
+/// A clock that stands still, for every CurrentTime made while it lives.
+class FixedClock
+{
+public:
+    explicit FixedClock(qint64 secondsSinceEpoch);
+    ~FixedClock();
+    FixedClock(const FixedClock&) = delete;
+    FixedClock& operator=(const FixedClock&) = delete;
+
+    QDateTime time;
+};
+
+} // namespace test_support

@@ -1,0 +1,113 @@
+#include "tests/support/logcapture.h"
+
+using namespace Qt::StringLiterals;
+
+#if KYR_LOG4QT_IS_UPSTREAM
+
+#include <log4qt/level.h>
+#include <log4qt/logger.h>
+#include <log4qt/loggingevent.h>
+#include <log4qt/logmanager.h>
+#include <log4qt/varia/listappender.h>
+
+namespace test_support {
+
+class LogCapture::Catcher
+{
+public:
+    explicit Catcher(const QString& loggerName)
+        : m_logger(Log4Qt::LogManager::logger(loggerName))
+    {
+        m_logger->setLevel(Log4Qt::Level::DEBUG_INT);
+        m_logger->addAppender(m_appender);
+    }
+    ~Catcher() { m_logger->removeAppender(m_appender); }
+
+    QStringList lines() const
+    {
+        QStringList result;
+        for (const auto& event : m_appender->list())
+            result.append(event.level().toString().toLower() + u": "_s + event.message());
+        return result;
+    }
+    void clear() { m_appender->clearList(); }
+
+private:
+    Log4Qt::Logger* m_logger;
+    Log4Qt::AppenderSharedPtr m_shared{new Log4Qt::ListAppender};
+    Log4Qt::ListAppender* m_appender = static_cast<Log4Qt::ListAppender*>(m_shared.data());
+};
+
+} // namespace test_support
+
+#else
+
+#include <QMessageLogContext>
+
+namespace test_support {
+
+class LogCapture::Catcher
+{
+public:
+    explicit Catcher(const QString& loggerName)
+        : m_category(loggerName)
+    {
+        s_current = this;
+        m_before = qInstallMessageHandler(handle);
+    }
+    ~Catcher()
+    {
+        qInstallMessageHandler(m_before);
+        s_current = nullptr;
+    }
+    Catcher(const Catcher&) = delete;
+    Catcher& operator=(const Catcher&) = delete;
+
+    [[nodiscard]] QStringList lines() const { return m_lines; }
+    void clear() { m_lines.clear(); }
+
+private:
+    static void handle(QtMsgType type, const QMessageLogContext& context, const QString& message)
+    {
+        if (QString::fromUtf8(context.category) == s_current->m_category)
+            s_current->m_lines.append(level(type) + u": "_s + message);
+        else
+            s_current->m_before(type, context, message);
+    }
+    static QString level(QtMsgType type)
+    {
+        switch (type) {
+        case QtDebugMsg:
+            return u"debug"_s;
+        case QtInfoMsg:
+            return u"info"_s;
+        case QtWarningMsg:
+            return u"warn"_s;
+        default:
+            return u"error"_s;
+        }
+    }
+
+    static inline Catcher* s_current = nullptr;
+    QString m_category;
+    QStringList m_lines;
+    QtMessageHandler m_before;
+};
+
+} // namespace test_support
+
+#endif
+
+namespace test_support {
+
+LogCapture::LogCapture(const QString& loggerName)
+    : m_catcher(std::make_unique<Catcher>(loggerName))
+{}
+
+LogCapture::~LogCapture() = default;
+
+QStringList LogCapture::lines() const { return m_catcher->lines(); }
+
+void LogCapture::clear() { m_catcher->clear(); }
+
+} // namespace test_support

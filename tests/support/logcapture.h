@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+namespace test_support {
+
+/// Catches what one logger writes while it lives. One at a time.
+class LogCapture
+{
+public:
+    explicit LogCapture(const QString& loggerName);
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    /// The lines so far, each behind its level: "info: …", "warn: …", "error: …", "debug: …".
+    [[nodiscard]] QStringList lines() const;
+    void clear();
+
+private:
+    class Catcher;
+    std::unique_ptr<Catcher> m_catcher;
+};
+
+} // namespace test_support

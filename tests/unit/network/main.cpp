@@ -1,0 +1,15 @@
+#include "tests/unit/network/scene.h"
+
+#include <QCoreApplication>
+
+#include <gmock/gmock.h>
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_LOGGING_RULES",
+            "network.debug=true"); // the log's tests read it, whatever the caller silences
+    const QCoreApplication application(argc, argv);
+    trustTheTestCertificates();
+    testing::InitGoogleMock(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,275 @@
+#include "host/network/messagequeue.h"
+#include "tests/unit/storage/scene.h"
+
+#include <QElapsedTimer>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class Queue : public test_support::Storage
+{
+protected:
+    ~Queue() override
+    {
+        m_raw = {};
+        QSqlDatabase::removeDatabase(u"raw"_s);
+    }
+
+    /// A connection of somebody else's to the queue's file.
+    QSqlDatabase& raw()
+    {
+        if (!m_raw.isValid()) {
+            m_raw = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"raw"_s);
+            m_raw.setDatabaseName(path(u"queue.sqlite"_s));
+            EXPECT_TRUE(m_raw.open());
+        }
+        return m_raw;
+    }
+    void execute(const QString& sql)
+    {
+        QSqlQuery query(raw());
+        ASSERT_TRUE(query.exec(sql)) << sql.toStdString();
+    }
+    QVariantList history(qint64 id)
+    {
+        QSqlQuery query(raw());
+        query.exec(u"SELECT outcome, answer, attempts, error, message IS NULL, receipt FROM history "
+                   "WHERE id = %1"_s.arg(id));
+        QVariantList row;
+        while (query.next()) {
+            for (int i = 0; i < 6; ++i)
+                row.append(query.value(i));
+        }
+        return row;
+    }
+    qint64 add(const QString& group = {}) { return queue.enqueue(u"q"_s, group, {{u"n"_s, 1}}, {}); }
+    [[nodiscard]] QList<qint64> ids() const
+    {
+        QList<qint64> result;
+        for (const QueuedMessage& message : queue.messages(1000))
+            result.append(message.id);
+        return result;
+    }
+
+    MessageQueue queue;
+
+private:
+    QSqlDatabase m_raw;
+};
+
+TEST_F(Queue, BringsAMessageBackAsItCame)
+{
+    const QVariantMap message{{u"method"_s, u"POST"_s},
+                              {u"headers"_s, QVariantMap{{u"Authorization"_s, u"Basic x"_s}}},
+                              {u"body"_s, QByteArray("{\"сумма\":\0 1}", 17)},
+                              {u"timeout"_s, 10},
+                              {u"url"_s, u"http://service/v2/x"_s}};
+    const qint64 before = QDateTime::currentMSecsSinceEpoch();
+    const qint64 id = queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, message, u"earning of R-1"_s);
+    const QList<QueuedMessage> found = MessageQueue().messages(10);
+    ASSERT_EQ(found.size(), 1);
+    const QueuedMessage& back = found.first();
+    EXPECT_EQ(back.id, id);
+    EXPECT_EQ(back.queue, u"kyrloyalty"_s);
+    EXPECT_EQ(back.group, u"R-1"_s);
+    EXPECT_EQ(back.text, u"earning of R-1"_s);
+    EXPECT_EQ(back.attempts, 0);
+    EXPECT_EQ(back.lastError, QString());
+    EXPECT_EQ(back.state, QueuedMessage::State::Waiting);
+    EXPECT_EQ(back.enqueued.timeSpec(), Qt::UTC);
+    EXPECT_GE(back.enqueued.toMSecsSinceEpoch(), before);
+    EXPECT_LE(back.enqueued.toMSecsSinceEpoch(), QDateTime::currentMSecsSinceEpoch());
+    EXPECT_EQ(back.message, message);
+    for (auto member = message.cbegin(); member != message.cend(); ++member)
+        EXPECT_EQ(back.message.value(member.key()).typeId(), member->typeId()) << member.key().toStdString();
+}
+
+TEST_F(Queue, RefusesAMessageThatCannotBeStored)
+{
+    struct Foreign
+    {
+        int value = 0;
+    };
+    const QVariantMap unfit{{u"headers"_s, QVariantMap{{u"own"_s, QVariant::fromValue(Foreign{})}}}};
+    EXPECT_EQ(failure([&] { queue.enqueue(u"q"_s, {}, unfit, {}); }), u"hostQueueMessageUnfit"_s);
+    EXPECT_THAT(ids(), IsEmpty());
+}
+
+TEST_F(Queue, IsInTheOrderOfEnqueueingAndNeverGivesAnIdTwice)
+{
+    const qint64 first = add();
+    const qint64 second = add();
+    EXPECT_THAT(ids(), ElementsAre(first, second));
+    queue.delivered(first, 0);
+    queue.delivered(second, 0);
+    EXPECT_GT(add(), second);
+}
+
+TEST_F(Queue, ListsNoMoreThanAskedFor)
+{
+    const qint64 first = add();
+    add();
+    ASSERT_EQ(queue.messages(1).size(), 1);
+    EXPECT_EQ(queue.messages(1).first().id, first);
+    EXPECT_THAT(queue.messages(0), IsEmpty());
+}
+
+TEST_F(Queue, IsWalkedFromOneMessageToTheNext)
+{
+    EXPECT_EQ(queue.after(0), std::nullopt);
+    EXPECT_EQ(queue.lastId(), 0);
+    const qint64 first = add();
+    const qint64 second = add();
+    EXPECT_EQ(queue.after(0)->id, first);
+    EXPECT_EQ(queue.after(first)->id, second);
+    EXPECT_EQ(queue.after(second), std::nullopt);
+    EXPECT_EQ(queue.lastId(), second);
+}
+
+TEST_F(Queue, MovesADeliveredMessageIntoTheHistoryWithoutItsContent)
+{
+    const qint64 id = add(u"R-1"_s);
+    queue.failed(id, u"no"_s);
+    EXPECT_TRUE(queue.delivered(id, 0));
+    EXPECT_THAT(ids(), IsEmpty());
+    EXPECT_THAT(history(id), ElementsAre(QVariant(u"delivered"_s), QVariant(0LL), QVariant(1LL),
+                                         QVariant(u"no"_s), QVariant(1LL), QVariant(u"R-1"_s)));
+}
+
+TEST_F(Queue, KeepsAllOfADroppedMessageInTheHistory)
+{
+    const qint64 id = add(u"R-1"_s);
+    queue.park(id, u"no such card"_s);
+    EXPECT_TRUE(queue.drop(id));
+    EXPECT_THAT(ids(), IsEmpty());
+    const QVariantList row = history(id);
+    ASSERT_EQ(row.size(), 6);
+    EXPECT_EQ(row[0], u"dropped"_s);
+    EXPECT_TRUE(row[1].isNull());
+    EXPECT_EQ(row[3], u"no such card"_s);
+    EXPECT_EQ(row[4], 0) << "the message is there";
+}
+
+TEST_F(Queue, NotesAFailureAndLetsTheMessageWait)
+{
+    const qint64 id = add();
+    EXPECT_TRUE(queue.failed(id, u"first"_s));
+    EXPECT_TRUE(queue.failed(id, u"second"_s));
+    const QueuedMessage message = queue.messages(1).first();
+    EXPECT_EQ(message.attempts, 2);
+    EXPECT_EQ(message.lastError, u"second"_s);
+    EXPECT_EQ(message.state, QueuedMessage::State::Waiting);
+}
+
+TEST_F(Queue, ParksAMessageAndLetsItWaitAgainInItsOldPlace)
+{
+    const qint64 first = add();
+    const qint64 second = add();
+    EXPECT_TRUE(queue.park(first, u"no"_s));
+    EXPECT_EQ(queue.after(0)->state, QueuedMessage::State::Parked);
+    EXPECT_EQ(queue.after(0)->lastError, u"no"_s);
+    EXPECT_EQ(queue.after(0)->attempts, 1);
+    EXPECT_TRUE(queue.retry(first));
+    EXPECT_FALSE(queue.retry(first)) << "it waits already";
+    EXPECT_EQ(queue.after(0)->state, QueuedMessage::State::Waiting);
+    EXPECT_THAT(ids(), ElementsAre(first, second));
+}
+
+TEST_F(Queue, DoesNothingToAMessageThatItDoesNotHold)
+{
+    const qint64 id = add();
+    queue.delivered(id, 0);
+    EXPECT_FALSE(queue.delivered(id, 0));
+    EXPECT_FALSE(queue.failed(id, u"x"_s));
+    EXPECT_FALSE(queue.park(id, u"x"_s));
+    EXPECT_FALSE(queue.retry(id));
+    EXPECT_FALSE(queue.drop(id));
+    EXPECT_EQ(queue.waitingCount(), 0);
+    EXPECT_EQ(history(id).value(0), u"delivered"_s);
+}
+
+TEST_F(Queue, CountsThroughEveryChange)
+{
+    const auto counts = [this] { return std::pair(queue.waitingCount(), queue.parkedCount()); };
+    EXPECT_EQ(counts(), std::pair(0, 0));
+    const qint64 first = add();
+    const qint64 second = add();
+    const qint64 third = add();
+    EXPECT_EQ(counts(), std::pair(3, 0));
+    queue.park(first, {});
+    queue.park(first, {});
+    queue.park(second, {});
+    EXPECT_EQ(counts(), std::pair(1, 2));
+    queue.retry(first);
+    EXPECT_EQ(counts(), std::pair(2, 1));
+    queue.failed(third, {});
+    queue.drop(second);
+    EXPECT_EQ(counts(), std::pair(2, 0));
+    queue.delivered(third, 0);
+    EXPECT_EQ(counts(), std::pair(1, 0));
+    EXPECT_EQ(MessageQueue().waitingCount(), 1) << "also for whoever opens it later";
+}
+
+TEST_F(Queue, CountsManyMessagesAsQuicklyAsOne)
+{
+    const auto fastest = [this] {
+        qint64 best = std::numeric_limits<qint64>::max();
+        for (int i = 0; i < 50; ++i) {
+            QElapsedTimer clock;
+            clock.start();
+            static_cast<void>(queue.waitingCount());
+            best = std::min(best, clock.nsecsElapsed());
+        }
+        return best;
+    };
+    add();
+    const qint64 one = fastest();
+    constexpr int many = 200000;
+    execute(u"INSERT INTO queued (queue, receipt, enqueued, message, text) "
+            "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) "
+            "SELECT 'q', '', 0, zeroblob(200), '' FROM n"_s.arg(many));
+    EXPECT_EQ(queue.waitingCount(), many + 1);
+    EXPECT_LT(fastest(), 20 * one) << "counting row by row would take hundreds of times as long";
+}
+
+TEST_F(Queue, GoesOnWhileSomebodyReadsAndTheReaderKeepsItsView)
+{
+    add();
+    execute(u"BEGIN"_s);
+    QSqlQuery reader(raw());
+    const auto seen = [&] {
+        EXPECT_TRUE(reader.exec(u"SELECT count(*) FROM queued"_s) && reader.next());
+        const int count = reader.value(0).toInt();
+        reader.finish();
+        return count;
+    };
+    EXPECT_EQ(seen(), 1);
+    add();
+    EXPECT_EQ(seen(), 1);
+    execute(u"COMMIT"_s);
+    EXPECT_EQ(seen(), 2);
+}
+
+TEST_F(Queue, TellsADamagedMessageFromAWholeOne)
+{
+    add();
+    execute(u"UPDATE queued SET message = substr(message, 1, length(message) - 1)"_s);
+    const QueuedMessage message = queue.messages(1).first();
+    EXPECT_TRUE(message.damaged);
+    EXPECT_TRUE(message.message.isEmpty());
+}
+
+TEST_F(Queue, OfALaterVersionIsRefused)
+{
+    execute(u"PRAGMA user_version=2"_s);
+    EXPECT_EQ(failure([] { const MessageQueue later; }), u"hostStorageNewer"_s);
+}
+
+} // namespace

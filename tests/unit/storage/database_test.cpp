@@ -1,0 +1,215 @@
+#include "host/utils/database.h"
+#include "tests/unit/storage/scene.h"
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using utils::Database;
+
+namespace {
+
+class DatabaseFile : public test_support::Storage
+{
+protected:
+    [[nodiscard]] static Database::Format format(int version = 1, int id = 77)
+    {
+        return {id, version, {u"CREATE TABLE t (v TEXT NOT NULL)"_s}};
+    }
+    static std::unique_ptr<Database> open(const Database::Format& of = format())
+    {
+        return std::make_unique<Database>(utils::dataFile(u"f.sqlite"_s), of);
+    }
+    static void add(const Database& database, const QVariant& value)
+    {
+        QSqlQuery insert = database.prepared(u"INSERT INTO t VALUES (?)"_s);
+        database.change(insert, {value});
+    }
+    static QStringList values(const Database& database)
+    {
+        QSqlQuery select = database.prepared(u"SELECT v FROM t ORDER BY rowid"_s);
+        QStringList result;
+        for (const QVariantList& row : database.rows(select))
+            result.append(row[0].toString());
+        return result;
+    }
+    static QVariant pragma(const Database& database, const QString& name)
+    {
+        QSqlQuery query = database.prepared(u"PRAGMA "_s + name);
+        return database.rows(query).value(0).value(0);
+    }
+};
+
+TEST_F(DatabaseFile, CommitsDurablyIntoAWriteAheadLog)
+{
+    const auto database = open();
+    EXPECT_EQ(pragma(*database, u"journal_mode"_s), u"wal"_s);
+    EXPECT_EQ(pragma(*database, u"synchronous"_s), 2) << "FULL";
+    EXPECT_EQ(pragma(*database, u"user_version"_s), 1);
+    EXPECT_EQ(pragma(*database, u"application_id"_s), 77);
+}
+
+TEST_F(DatabaseFile, IsPrivateWithItsCompanionsWhateverTheUmask)
+{
+    for (const mode_t mask : {0U, 022U, 0777U}) {
+        umask(mask);
+        utils::setDataDirectory(path(QString::number(mask)));
+        const auto database = open();
+        add(*database, u"a"_s);
+        for (const QString& name : {u"f.sqlite"_s, u"f.sqlite-wal"_s, u"f.sqlite-shm"_s})
+            EXPECT_EQ(mode(path(QString::number(mask) + u'/' + name)), 0600U) << name.toStdString() << mask;
+    }
+}
+
+TEST_F(DatabaseFile, OpenedToOthersByHandIsClosedAgain)
+{
+    open();
+    ASSERT_EQ(chmod(QFile::encodeName(path(u"f.sqlite"_s)).constData(), 0666), 0);
+    const auto database = open();
+    EXPECT_THAT(modes(), ElementsAre(u"f.sqlite 600"_s, u"f.sqlite-shm 600"_s, u"f.sqlite-wal 600"_s));
+}
+
+TEST_F(DatabaseFile, KeepsWhatWasCommittedAndNothingElse)
+{
+    const auto database = open();
+    add(*database, u"kept"_s);
+    EXPECT_THROW(database->atomically([&] {
+        add(*database, u"undone"_s);
+        throw std::runtime_error("in the middle");
+    }),
+                 std::runtime_error);
+    database->atomically([&] { add(*database, QString()); });
+    EXPECT_THAT(values(*open()), ElementsAre(u"kept"_s, QString()));
+}
+
+TEST_F(DatabaseFile, OfALaterVersionIsRefusedAndLeftUntouched)
+{
+    add(*open(format(2)), u"a"_s);
+    const QByteArray before = bytes(u"f.sqlite"_s);
+    EXPECT_EQ(failure([] { open(format(1)); }), u"hostStorageNewer"_s);
+    EXPECT_EQ(bytes(u"f.sqlite"_s), before);
+}
+
+TEST_F(DatabaseFile, OfALaterVersionKeepsItsLogUntouchedToo)
+{
+    {
+        const auto database = open(format(2));
+        add(*database, u"only in the log"_s);
+        ASSERT_TRUE(QDir().mkdir(path(u"copy"_s)));
+        for (const QString& name : {u"f.sqlite"_s, u"f.sqlite-wal"_s})
+            ASSERT_TRUE(QFile::copy(path(name), path(u"copy/"_s + name)));
+    }
+    utils::setDataDirectory(path(u"copy"_s));
+    const QByteArray file = bytes(u"copy/f.sqlite"_s);
+    const QByteArray log = bytes(u"copy/f.sqlite-wal"_s);
+    ASSERT_FALSE(log.isEmpty());
+    EXPECT_EQ(failure([] { open(format(1)); }), u"hostStorageNewer"_s);
+    EXPECT_EQ(bytes(u"copy/f.sqlite"_s), file);
+    EXPECT_EQ(bytes(u"copy/f.sqlite-wal"_s), log);
+    EXPECT_THAT(values(*open(format(2))), ElementsAre(u"only in the log"_s));
+}
+
+TEST_F(DatabaseFile, OfAnotherKindIsRefused)
+{
+    open();
+    EXPECT_EQ(failure([] { open(format(1, 78)); }), u"hostStorageDamaged"_s);
+}
+
+TEST_F(DatabaseFile, ThatIsNoDatabaseIsRefusedAndLeftUntouched)
+{
+    (void)utils::dataFile(u"f"_s);
+    overwrite(u"f.sqlite"_s, QByteArray(8192, 'x'));
+    EXPECT_EQ(failure([] { open(); }), u"hostStorageDamaged"_s);
+    EXPECT_EQ(bytes(u"f.sqlite"_s), QByteArray(8192, 'x'));
+}
+
+TEST_F(DatabaseFile, CutShortIsRefused)
+{
+    add(*open(), QString(20000, u'x'));
+    const QByteArray whole = bytes(u"f.sqlite"_s);
+    overwrite(u"f.sqlite"_s, whole.first(whole.size() / 2));
+    EXPECT_EQ(failure([] { open(); }), u"hostStorageDamaged"_s);
+}
+
+TEST_F(DatabaseFile, DamagedInTheMiddleIsRefused)
+{
+    {
+        const auto database = open();
+        for (int i = 0; i < 2000; ++i)
+            add(*database, QString::number(i));
+    }
+    QByteArray content = bytes(u"f.sqlite"_s);
+    content.replace(content.size() / 2, 4096, QByteArray(4096, '\xEE'));
+    overwrite(u"f.sqlite"_s, content);
+    EXPECT_EQ(failure([] { open(); }), u"hostStorageDamaged"_s);
+    EXPECT_EQ(bytes(u"f.sqlite"_s), content);
+}
+
+TEST_F(DatabaseFile, WhoseMakingWasInterruptedIsMadeAnew)
+{
+    (void)utils::dataFile(u"f.sqlite"_s);
+    overwrite(u"f.sqlite"_s, {});
+    add(*open(), u"a"_s);
+    EXPECT_THAT(values(*open()), ElementsAre(u"a"_s));
+}
+
+TEST_F(DatabaseFile, RemovedUnderItsHandsTakesNothingMore)
+{
+    const auto database = open();
+    ASSERT_TRUE(QFile::remove(path(u"f.sqlite"_s)));
+    EXPECT_EQ(failure([&] { add(*database, u"lost"_s); }), u"hostStorageGone"_s);
+}
+
+TEST_F(DatabaseFile, OnAFullDiskRefusesAndLosesNothing)
+{
+    const auto database = open();
+    add(*database, u"before"_s);
+    QString told;
+    {
+        const test_support::FullDisk full(bytes(u"f.sqlite-wal"_s).size() + 100);
+        told = failure([&] { add(*database, QString(50000, u'x')); });
+    }
+    EXPECT_EQ(told, u"hostStorageFull"_s);
+    add(*database, u"after"_s);
+    EXPECT_THAT(values(*open()), ElementsAre(u"before"_s, u"after"_s));
+}
+
+TEST_F(DatabaseFile, InAFolderThatMayNotBeWrittenIsRefused)
+{
+    (void)utils::dataFile(u"x"_s);
+    for (const QString& directory : {outer().path(), path()})
+        ASSERT_EQ(chmod(QFile::encodeName(directory).constData(), 0555), 0);
+    QString told;
+    {
+        const test_support::Nobody nobody;
+        told = failure([] { open(); });
+    }
+    for (const QString& directory : {outer().path(), path()})
+        ASSERT_EQ(chmod(QFile::encodeName(directory).constData(), 0700), 0);
+    EXPECT_EQ(told, u"hostStorageDenied"_s);
+    EXPECT_THAT(modes(), testing::IsEmpty());
+}
+
+TEST_F(DatabaseFile, ThatMayNotBeWrittenIsRefused)
+{
+    add(*open(), u"a"_s);
+    ASSERT_EQ(chmod(QFile::encodeName(outer().path()).constData(), 0777), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(path()).constData(), 0777), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(path(u"f.sqlite"_s)).constData(), 0400), 0);
+    const test_support::Nobody nobody;
+    EXPECT_EQ(failure([] { add(*open(), u"b"_s); }), u"hostStorageDenied"_s);
+}
+
+TEST_F(DatabaseFile, LockedByAnotherWriterIsToldAfterAWait)
+{
+    const auto first = open();
+    const auto second = open();
+    first->atomically([&] {
+        add(*first, u"a"_s);
+        EXPECT_EQ(failure([&] { add(*second, u"b"_s); }), u"hostStorageLocked"_s);
+    });
+    add(*second, u"c"_s);
+    EXPECT_THAT(values(*first), ElementsAre(u"a"_s, u"c"_s));
+}
+
+} // namespace

@@ -1,0 +1,181 @@
+#include "host/core/documentcodec.h"
+#include "host/core/storage.h"
+#include "tests/unit/storage/documents.h"
+#include "tests/unit/storage/scene.h"
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+
+namespace {
+
+class Receipts : public test_support::Storage
+{
+protected:
+    QSharedPointer<Document> load(const QVariant& reference = u"R-1"_s)
+    {
+        return dao.loadDocument(reference, false).dynamicCast<Document>();
+    }
+    /// What a till that starts anew finds.
+    static QString storedOperationId()
+    {
+        return DocumentsDao().loadDocument(u"R-1"_s, true)->getCardRecord(12)->getOperationId();
+    }
+
+    DocumentsDao dao;
+    QSharedPointer<Document> sale = richSale(u"R-1"_s);
+};
+
+TEST_F(Receipts, ComeBackAsTheyWereStoredAfterARestart)
+{
+    dao.store(sale);
+    const auto back = DocumentsDao().loadDocument(u"R-1"_s, false).dynamicCast<Document>();
+    ASSERT_NE(back, nullptr);
+    EXPECT_EQ(documentcodec::written(*back), documentcodec::written(*sale));
+    EXPECT_THAT(modes(), testing::Contains(u"receipts.sqlite 600"_s));
+}
+
+TEST_F(Receipts, AreObjectsOfTheirOwnEachTime)
+{
+    dao.store(sale);
+    const auto one = load();
+    EXPECT_NE(one, sale);
+    EXPECT_NE(one, load());
+}
+
+TEST_F(Receipts, ThatTheReferenceDoesNotNameAreNull)
+{
+    EXPECT_EQ(load(), nullptr);
+    dao.store(sale);
+    for (const QVariant& reference : {QVariant(), QVariant(u""_s), QVariant(u"r-1"_s), QVariant(u"R-1 "_s)})
+        EXPECT_EQ(load(reference), nullptr) << reference.toString().toStdString();
+}
+
+TEST_F(Receipts, OfTheSameContentMayBeStoredAgain)
+{
+    dao.store(sale);
+    EXPECT_NO_THROW(dao.store(sale));
+    EXPECT_NO_THROW(dao.store(richSale(u"R-1"_s)));
+    EXPECT_NO_THROW(dao.store(load()));
+}
+
+TEST_F(Receipts, OfOtherContentAreRefusedUnderAStoredIdentifier)
+{
+    dao.store(sale);
+    const auto other = richSale(u"R-1"_s);
+    other->setFlag(1000);
+    EXPECT_EQ(failure([&] { dao.store(other); }), u"hostDocumentStored"_s);
+    EXPECT_EQ(documentcodec::written(*load()), documentcodec::written(*sale));
+}
+
+TEST_F(Receipts, WithoutIdentifierAndNoReceiptAtAllAreRefused)
+{
+    EXPECT_EQ(failure([&] { dao.store(nullptr); }), u"hostDocumentMissing"_s);
+    EXPECT_EQ(failure([&] { dao.store(richSale({})); }), u"hostDocumentNameless"_s);
+}
+
+TEST_F(Receipts, KeepWhatIsWrittenBackOfACardRecord)
+{
+    dao.store(sale);
+    const auto record = load()->getCardRecord(12);
+    record->setOperationId(u"first"_s);
+    dao.saveCardRecord(record);
+    EXPECT_EQ(storedOperationId(), u"first"_s);
+    record->setOperationId(u"second"_s);
+    dao.saveCardRecord(record);
+    EXPECT_EQ(storedOperationId(), u"second"_s);
+}
+
+TEST_F(Receipts, TakeBackTheRecordOfADocumentJustStored)
+{
+    dao.store(sale);
+    sale->getCardRecord(12)->setOperationId(u"after"_s);
+    dao.saveCardRecord(sale->getCardRecord(12));
+    EXPECT_EQ(storedOperationId(), u"after"_s);
+    EXPECT_EQ(load()->getCardRecord(0)->getOperationId(), QString()) << "the other card's stays";
+}
+
+TEST_F(Receipts, RefuseACardRecordOfNoStoredDocument)
+{
+    const auto fresh = QSharedPointer<DocumentCardRecord>::create(KyrLoyaltySystem, u"1"_s);
+    EXPECT_EQ(failure([&] { dao.saveCardRecord(fresh); }), u"hostCardRecordForeign"_s);
+    EXPECT_EQ(failure([&] { dao.saveCardRecord(nullptr); }), u"hostCardRecordForeign"_s);
+    fresh->setStoredPlace({u"R-1"_s, 0});
+    EXPECT_EQ(failure([&] { dao.saveCardRecord(fresh); }), u"hostCardRecordForeign"_s) << "nothing stored";
+    const auto cardless = QSharedPointer<Document>::create(SaleReceipt, u"R-1"_s);
+    dao.store(cardless);
+    EXPECT_EQ(failure([&] { dao.saveCardRecord(fresh); }), u"hostCardRecordForeign"_s) << "no such card";
+}
+
+TEST_F(Receipts, RefuseAStaleCardRecordInsteadOfUndoingALaterOne)
+{
+    dao.store(sale);
+    const auto stale = load()->getCardRecord(12);
+    const auto newer = load()->getCardRecord(12);
+    newer->setOperationId(u"newer"_s);
+    dao.saveCardRecord(newer);
+    EXPECT_EQ(failure([&] { dao.saveCardRecord(stale); }), u"hostCardRecordStale"_s);
+    EXPECT_EQ(storedOperationId(), u"newer"_s);
+}
+
+TEST_F(Receipts, StoredAgainAsTheyWereClosedKeepWhatWasWrittenBack)
+{
+    dao.store(sale);
+    const auto record = load()->getCardRecord(12);
+    record->setOperationId(u"newer"_s);
+    dao.saveCardRecord(record);
+    const auto asClosed = richSale(u"R-1"_s);
+    EXPECT_NO_THROW(dao.store(asClosed));
+    EXPECT_EQ(storedOperationId(), u"newer"_s);
+    EXPECT_EQ(failure([&] { dao.saveCardRecord(asClosed->getCardRecord(12)); }), u"hostCardRecordStale"_s);
+}
+
+TEST_F(Receipts, StoredAgainAsLoadedMayWriteTheirRecordsBack)
+{
+    dao.store(sale);
+    dao.saveCardRecord(load()->getCardRecord(12));
+    const auto again = load();
+    dao.store(again);
+    EXPECT_NO_THROW(dao.saveCardRecord(again->getCardRecord(12)));
+}
+
+TEST_F(Receipts, OnAFullDiskAreRefusedAndTheOthersStay)
+{
+    dao.store(sale);
+    QString told;
+    {
+        const test_support::FullDisk full(bytes(u"receipts.sqlite-wal"_s).size());
+        told = failure([this] { dao.store(richSale(u"R-2"_s)); });
+    }
+    EXPECT_EQ(told, u"hostStorageFull"_s);
+    EXPECT_EQ(load(u"R-2"_s), nullptr);
+    EXPECT_NE(load(), nullptr);
+    EXPECT_NO_THROW(dao.store(richSale(u"R-2"_s)));
+}
+
+TEST_F(Receipts, WithoutADataDirectoryAreRefused)
+{
+    utils::setDataDirectory({});
+    EXPECT_EQ(failure([this] { dao.store(sale); }), u"hostDataDirectoryUnset"_s);
+    EXPECT_EQ(failure([this] { (void)load(); }), u"hostDataDirectoryUnset"_s);
+}
+
+TEST_F(Receipts, DamagedInTheFileAreToldNotInvented)
+{
+    dao.store(sale);
+    {
+        QSqlDatabase raw = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"raw"_s);
+        raw.setDatabaseName(path(u"receipts.sqlite"_s));
+        ASSERT_TRUE(raw.open());
+        QSqlQuery query(raw);
+        ASSERT_TRUE(query.exec(u"UPDATE documents SET content = substr(content, 1, length(content) - 1)"_s));
+    }
+    QSqlDatabase::removeDatabase(u"raw"_s);
+    EXPECT_EQ(failure([this] { (void)load(); }), u"hostStorageDamaged"_s);
+}
+
+} // namespace

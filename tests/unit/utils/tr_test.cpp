@@ -1,0 +1,120 @@
+#include "host/utils/basicexception.h"
+#include "host/utils/tr.h"
+
+#include <gtest/gtest.h>
+
+#include <type_traits>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+TEST(Tr, HasTheIdentifierAndTheTextThatItWasMadeOf)
+{
+    const tr::Tr text(u"greeting"_s, u"Здравствуйте"_s);
+    EXPECT_EQ(text.id(), u"greeting"_s);
+    EXPECT_EQ(text.ru(), u"Здравствуйте"_s);
+    EXPECT_FALSE(text.isEmpty());
+}
+
+TEST(Tr, IsEmptyWithoutAText)
+{
+    EXPECT_TRUE(tr::Tr().isEmpty());
+    EXPECT_TRUE(tr::Tr(u"onlyAnIdentifier"_s, {}).isEmpty());
+}
+
+TEST(Tr, OfAnUntranslatedTextIsUndefined)
+{
+    const tr::Tr text = tr::Tr::untranslated(u"Карта заблокирована"_s);
+    EXPECT_EQ(text.id(), u"undefined"_s);
+    EXPECT_EQ(text.ru(), u"Карта заблокирована"_s);
+}
+
+TEST(Tr, PutsAValueInPlaceOfItsLowestPlaceholder)
+{
+    const tr::Tr text(u"pair"_s, u"%2 и %1"_s);
+    EXPECT_EQ(text.arg(u"Иванов"_s), tr::Tr(u"pair"_s, u"%2 и Иванов"_s));
+    EXPECT_EQ(text.arg(u"Иванов"_s).arg(u"Петров"_s), tr::Tr(u"pair"_s, u"Петров и Иванов"_s));
+    EXPECT_EQ(text.ru(), u"%2 и %1"_s) << "the text itself must not change";
+}
+
+TEST(Tr, PutsAValueInEveryPlaceOfItsPlaceholder)
+{
+    EXPECT_EQ(tr::Tr({}, u"%1, %1"_s).arg(u"раз"_s).ru(), u"раз, раз"_s);
+}
+
+TEST(Tr, PutsAValueInAsItIsEvenIfItLooksLikeAPlaceholder)
+{
+    EXPECT_EQ(tr::Tr({}, u"Клиент: %1"_s).arg(u"100%1 %2"_s).ru(), u"Клиент: 100%1 %2"_s);
+    EXPECT_EQ(tr::Tr({}, u"%1: %2"_s).arg(u"Клиент"_s).arg(u"%1 %2"_s).ru(), u"Клиент: %1 %2"_s);
+}
+
+TEST(Tr, TakesAPlaceholderInAnEarlierValueForOneInTheNextCall)
+{
+    EXPECT_EQ(tr::Tr({}, u"%1: %2"_s).arg(u"%2"_s).arg(u"x"_s).ru(), u"x: x"_s);
+}
+
+TEST(Tr, SurvivesTheWayThroughAVariant)
+{
+    const tr::Tr text(u"greeting"_s, u"Здравствуйте, %1"_s);
+    const QVariant variant = text;
+    EXPECT_EQ(variant.metaType(), QMetaType::fromType<tr::Tr>());
+    EXPECT_EQ(variant.value<tr::Tr>(), text);
+}
+
+TEST(Tr, IsEqualWhenIdentifierAndTextAre)
+{
+    const tr::Tr text(u"id"_s, u"text"_s);
+    EXPECT_EQ(text, tr::Tr(u"id"_s, u"text"_s));
+    EXPECT_NE(text, tr::Tr(u"other"_s, u"text"_s));
+    EXPECT_NE(text, tr::Tr(u"id"_s, u"other"_s));
+}
+
+TEST(Tr, IsComparedInsideVariantsToo)
+{
+    EXPECT_TRUE(QMetaType::fromType<tr::Tr>().isEqualityComparable());
+    EXPECT_EQ(QVariant::fromValue(tr::Tr(u"id"_s, u"a"_s)), QVariant::fromValue(tr::Tr(u"id"_s, u"a"_s)));
+    EXPECT_NE(QVariant::fromValue(tr::Tr(u"id"_s, u"a"_s)), QVariant::fromValue(tr::Tr(u"id"_s, u"b"_s)));
+}
+
+TEST(TrList, KeepsTheOrderAndHoldsEachTextUntranslated)
+{
+    const tr::TrList list(QList<QString>{u"второй"_s, u"первый"_s, u"второй"_s});
+    ASSERT_EQ(list.size(), 3);
+    EXPECT_EQ(list[0], tr::Tr(u"undefined"_s, u"второй"_s));
+    EXPECT_EQ(list[1], tr::Tr(u"undefined"_s, u"первый"_s));
+    EXPECT_EQ(list[2], tr::Tr(u"undefined"_s, u"второй"_s));
+}
+
+TEST(TrList, IsEmptyWhenMadeOfNothing)
+{
+    EXPECT_TRUE(tr::TrList().isEmpty());
+    EXPECT_TRUE(tr::TrList(QList<QString>()).isEmpty());
+}
+
+TEST(BasicException, CarriesTheTextToShow)
+{
+    const tr::Tr text(u"noService"_s, u"Нет связи"_s);
+    EXPECT_EQ(BasicException(text).tr(), text);
+}
+
+TEST(BasicException, SaysItsRussianFormInUtf8)
+{
+    EXPECT_STREQ(BasicException(tr::Tr(u"noService"_s, u"Нет связи"_s)).what(), "Нет связи");
+}
+
+TEST(BasicException, IsCaughtAsARuntimeErrorAndKeepsItsTextWhenCopied)
+{
+    const tr::Tr text(u"noService"_s, u"Нет связи"_s);
+    try {
+        throw BasicException(text);
+    } catch (const std::runtime_error& error) {
+        const auto* exception = dynamic_cast<const BasicException*>(&error);
+        ASSERT_NE(exception, nullptr);
+        const BasicException copy = *exception; // NOLINT(performance-unnecessary-copy-initialization)
+        EXPECT_EQ(copy.tr(), text);
+        EXPECT_STREQ(copy.what(), "Нет связи");
+    }
+}
+
+} // namespace
