@@ -2,7 +2,8 @@
 
 template class Singleton<ActivityNotifier>;
 
-BaseActivityListener::BaseActivityListener(QObject* parent) : QObject(parent)
+BaseActivityListener::BaseActivityListener(QObject* parent)
+    : QObject(parent)
 {
     qRegisterMetaType<Event>(); // so that the slot is reached by the name of its argument's type as well
 }

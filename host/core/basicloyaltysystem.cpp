@@ -130,8 +130,8 @@ BasicLoyaltySystem::distributeBonusRecord(const QSharedPointer<AbstractDocument>
     for (const auto& item : items)
         total += utils::toHundredths(item->getSumb());
 
-    // Each part is what the running share has grown by: so the parts add up to the whole, and none is further than
-    // a hundredth from its exact share.
+    // Each part is what the running share has grown by: so the parts add up to the whole, and none is further
+    // than a hundredth from its exact share.
     QList<DocumentBonusRecord> parts;
     const auto whole = static_cast<double>(utils::toHundredths(record.amount));
     std::int64_t sumSoFar = 0;

@@ -103,8 +103,8 @@ protected:
     /// The state in words, for the log.
     [[nodiscard]] virtual QString pointsMessage() const;
     /// Spreads the record over the document's positions in proportion to their sums, in hundredths; the parts
-    /// add up to the whole, and each is within a hundredth of its exact share. A position that gets nothing has
-    /// no part, so a document whose sums add up to nothing gives none.
+    /// add up to the whole, and each is within a hundredth of its exact share. A position that gets nothing
+    /// has no part, so a document whose sums add up to nothing gives none.
     [[nodiscard]] virtual QList<DocumentBonusRecord>
     distributeBonusRecord(const QSharedPointer<AbstractDocument>& document,
                           const DocumentBonusRecord& record) const;
