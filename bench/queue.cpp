@@ -30,7 +30,7 @@ constexpr int perRound = 25; // the two take turns this often, so that both meet
 
 QVariantMap message()
 {
-    const QByteArray body = "{\"receipt\":\"" + QByteArray(2048 - 14, 'x') + "\"}";
+    const QByteArray body = R"({"receipt":")" + QByteArray(2048 - 14, 'x') + R"("})";
     return {{u"method"_s, u"POST"_s},
             {u"headers"_s, QVariantMap{{u"Authorization"_s, u"Basic dXNlcjpwYXNz"_s},
                                        {u"Content-Type"_s, u"application/json"_s}}},
@@ -100,7 +100,7 @@ int main(int argc, char** argv)
     const bool check = argc > 1 && std::string_view(argv[1]) == "--check";
     const QTemporaryDir directory(QDir::current().filePath(u"bench_queue-XXXXXX"_s));
     if (!directory.isValid()) {
-        std::fprintf(stderr, "no folder to measure in: %s\n", qPrintable(directory.errorString()));
+        qWarning("no folder to measure in: %s", qPrintable(directory.errorString()));
         return 2;
     }
     utils::setDataDirectory(directory.path());
@@ -124,7 +124,7 @@ int main(int argc, char** argv)
         measure(appended, [&] { whole = file.add(bytes) && whole; });
     }
     if (!whole || MessageQueue().waitingCount() != (rounds + 1) * perRound) {
-        std::fprintf(stderr, "not everything was kept\n");
+        qWarning("not everything was kept");
         return 2;
     }
 

@@ -18,8 +18,7 @@ namespace utils {
 namespace {
 
 constexpr auto waitForLocks = "QSQLITE_BUSY_TIMEOUT=2000"; // milliseconds: a cashier is waiting
-constexpr qint64 quicklyChecked =
-    32 * 1024 * 1024; // bytes whose pages are all looked at within half a second
+constexpr qint64 quicklyChecked = 32LL * 1024 * 1024;      // bytes; a till is not to wait long for its queue
 
 // SQLite's primary result codes; the driver's own header has none.
 enum SqliteCode : int {

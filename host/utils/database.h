@@ -23,9 +23,9 @@ class HOST_EXPORT Database
 public:
     struct Format
     {
-        int applicationId;   ///< tells this kind of file from any other SQLite file
-        int version;         ///< the file's user_version
-        QStringList creates; ///< the statements that make a new file
+        int applicationId = 0; ///< tells this kind of file from any other SQLite file
+        int version = 1;       ///< the file's user_version
+        QStringList creates;   ///< the statements that make a new file
     };
 
     /// Opens the file, or makes it. One that is damaged, a stranger's or of a later version is refused and

@@ -23,7 +23,7 @@ protected:
     {
         QVariantMap message{{u"method"_s, u"POST"_s},
                             {u"headers"_s, QVariantMap{{u"Authorization"_s, u"Basic x"_s}}},
-                            {u"body"_s, "{\"a\":1}"_ba},
+                            {u"body"_s, R"({"a":1})"_ba},
                             {u"timeout"_s, 7},
                             {u"url"_s, u"http://service/"_s + path}};
         message.insert(with);
@@ -58,7 +58,7 @@ TEST_F(Delivery, SendsTheMessageAsItSays)
     EXPECT_EQ(summary.firstError, QString());
     EXPECT_THAT(service.calls(), ElementsAre(u"POST http://service/post"_s, u"PUT http://service/put"_s,
                                              u"GET http://service/get"_s));
-    EXPECT_EQ(service.requests()[0].body, "{\"a\":1}");
+    EXPECT_EQ(service.requests()[0].body, R"({"a":1})");
     EXPECT_EQ(service.requests()[0].timeout, 7);
     EXPECT_EQ(service.requests()[0].headers, (QHash<QString, QString>{{u"Authorization"_s, u"Basic x"_s}}));
     EXPECT_THAT(queue.messages(10), IsEmpty());

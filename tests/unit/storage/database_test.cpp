@@ -135,8 +135,10 @@ TEST_F(DatabaseFile, DamagedInTheMiddleIsRefused)
 {
     {
         const auto database = open();
-        for (int i = 0; i < 2000; ++i)
-            add(*database, QString::number(i));
+        database->atomically([&] {
+            for (int i = 0; i < 2000; ++i)
+                add(*database, QString::number(i));
+        });
     }
     QByteArray content = bytes(u"f.sqlite"_s);
     content.replace(content.size() / 2, 4096, QByteArray(4096, '\xEE'));

@@ -139,6 +139,7 @@ TEST_F(Receipts, StoredAgainAsLoadedMayWriteTheirRecordsBack)
     dao.store(sale);
     dao.saveCardRecord(load()->getCardRecord(12));
     const auto again = load();
+    again->getCardRecord(12)->setStoredPlace({}); // as if the till had built it itself
     dao.store(again);
     EXPECT_NO_THROW(dao.saveCardRecord(again->getCardRecord(12)));
 }

@@ -9,14 +9,15 @@
 #include <QTemporaryDir>
 
 #include <csignal>
+#include <cstdlib>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace test_support {
 
-/// A data directory of its own for each test, not made yet, under the strangest umask that leaves the owner
-/// able to work.
+/// A data directory of its own for each test, not made yet, under a umask of 0, which keeps nothing private
+/// by itself.
 class Storage : public HostWorld
 {
 protected:
