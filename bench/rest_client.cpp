@@ -1,5 +1,6 @@
 #include "bench/baselines.h"
 #include "bench/peer.h"
+#include "bench/table.h"
 #include "host/network/restclient.h"
 
 #include <QFile>
@@ -8,11 +9,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
-#include <map>
 #include <string>
-#include <string_view>
-#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -112,37 +109,6 @@ BENCHMARK_CAPTURE(curl, get_tls, Method::Get)->UseRealTime();
 BENCHMARK_CAPTURE(restClient, post_tls, Method::Post, Transport::Tls)->UseRealTime();
 BENCHMARK_CAPTURE(curl, post_tls, Method::Post)->UseRealTime();
 
-/// Shows the table as usual and keeps each row's median.
-class Medians : public benchmark::ConsoleReporter
-{
-public:
-    Medians()
-        : ConsoleReporter(OO_Tabular)
-    {}
-
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            failed = failed || run.error_occurred;
-            if (run.run_type == Run::RT_Aggregate ? run.aggregate_name == "median" : run.repetitions <= 1)
-                times[run.run_name.function_name] = run.GetAdjustedRealTime();
-        }
-    }
-
-    std::map<std::string, double> times;
-    bool failed = false;
-};
-
-double residentKib()
-{
-    QFile file(u"/proc/self/statm"_s);
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    constexpr double pageKib = 4;
-    return file.readAll().split(' ').value(1).toDouble() * pageKib;
-}
-
 /// How much a thousand requests, half of them over TLS, add to the resident memory once warm.
 double memoryGrowth()
 {
@@ -153,26 +119,18 @@ double memoryGrowth()
         }
     };
     requests(memoryRequests);
-    const double before = residentKib();
+    const double before = bench::residentKib();
     requests(memoryRequests);
-    return residentKib() - before;
-}
-
-bool report(const char* what, double value, double bound, const char* unit)
-{
-    const bool holds = value <= bound;
-    std::printf("%-52s %8.2f%s (bound %.2f%s) %s\n", what, value, unit, bound, unit, holds ? "ok" : "over");
-    return holds;
+    return bench::residentKib() - before;
 }
 
 /// Whether all bounds hold.
-bool reportAll(std::map<std::string, double>& times)
+bool reportAll(bench::Medians& times)
 {
-    std::printf("\n");
     constexpr double overSockets = 2.5;
     constexpr double overCurl = 1.5;
     const auto ratio = [&times](const char* what, const char* ours, const char* theirs, double bound) {
-        return report(what, times[ours] / times[theirs], bound, "");
+        return bench::report(what, times[ours] / times[theirs], bound, "");
     };
     bool holds = ratio("GET to blocking sockets", "restClient/get", "sockets/get", overSockets);
     holds &= ratio("POST of 2 KB to blocking sockets", "restClient/post", "sockets/post", overSockets);
@@ -180,7 +138,7 @@ bool reportAll(std::map<std::string, double>& times)
                    overCurl);
     holds &= ratio("TLS POST of 2 KB to a libcurl handle with the bundle", "restClient/post_tls",
                    "curl/post_tls", overCurl);
-    holds &= report("resident growth over 1000 requests", memoryGrowth(), memoryBound, " KiB");
+    holds &= bench::report("resident growth over 1000 requests", memoryGrowth(), memoryBound, " KiB");
     return holds;
 }
 
@@ -191,30 +149,5 @@ int main(int argc, char** argv)
     static_cast<void>(scene());
     // A log line costs what its appender costs, which is not this library's to measure.
     QLoggingCategory::setFilterRules(u"network.debug=false"_s);
-
-    bool check = false;
-    std::vector<char*> arguments{argv[0]};
-    // Before the caller's own, so that those win.
-    std::string repetitions = "--benchmark_repetitions=15";
-    std::string interleaving = "--benchmark_enable_random_interleaving=true";
-    std::string aggregates = "--benchmark_report_aggregates_only=true";
-    for (std::string* option : {&repetitions, &interleaving, &aggregates})
-        arguments.push_back(option->data());
-    for (int i = 1; i < argc; ++i) {
-        if (std::string_view(argv[i]) == "--check")
-            check = true;
-        else
-            arguments.push_back(argv[i]);
-    }
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
-    if (benchmark::ReportUnrecognizedArguments(count, arguments.data()))
-        return 2;
-
-    Medians medians;
-    benchmark::RunSpecifiedBenchmarks(&medians);
-    const bool holds = reportAll(medians.times);
-    if (medians.failed)
-        return 1;
-    return check && !holds ? 1 : 0;
+    return bench::run(argc, argv, reportAll);
 }
