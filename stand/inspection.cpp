@@ -81,7 +81,7 @@ constexpr std::array rules = {
          "SELECT operation FROM entries GROUP BY operation HAVING sum(amount) <> 0"},
     Rule{"operation %1 does not move its points",
          "SELECT n FROM operations WHERE points <> "
-         "(SELECT coalesce(sum(amount), 0) FROM entries WHERE operation = n AND amount > 0)"},
+         "(SELECT coalesce(sum(amount), 0) FROM entries WHERE operation = operations.n AND amount > 0)"},
     Rule{"the balance of account %1 is negative",
          "SELECT account FROM entries JOIN accounts ON accounts.id = account "
          "WHERE kind = 'customer' GROUP BY account HAVING sum(amount) < 0"},
@@ -93,7 +93,7 @@ constexpr std::array rules = {
          "GROUP BY root.n HAVING sum(back.points) > root.points"},
     Rule{"the positions of operation %1 do not add up to its points",
          "SELECT n FROM operations WHERE operation IN ('spending', 'refusal') AND points <> "
-         "(SELECT coalesce(sum(shares.points), 0) FROM shares WHERE shares.operation = n)"},
+         "(SELECT coalesce(sum(shares.points), 0) FROM shares WHERE shares.operation = operations.n)"},
     Rule{
         "more than one operation has the receipt number %1",
         "SELECT receipt_number FROM operations GROUP BY operation, receipt_number, card HAVING count(*) > 1"},
