@@ -92,7 +92,7 @@ constexpr std::array rules = {
          "SELECT root.n FROM operations root JOIN operations back ON back.root = root.n "
          "GROUP BY root.n HAVING sum(back.points) > root.points"},
     Rule{"the positions of operation %1 do not add up to its points",
-         "SELECT n FROM operations WHERE operation IN ('spending', 'refusal') AND points <> "
+         "SELECT n FROM operations WHERE operation IN ('spending', 'refusal', 'cancellation') AND points <> "
          "(SELECT coalesce(sum(shares.points), 0) FROM shares WHERE shares.operation = operations.n)"},
     Rule{
         "more than one operation has the receipt number %1",

@@ -26,7 +26,7 @@ struct Share
 /// What a request is known by when it comes again: the first three, and what must then be the same.
 struct Key
 {
-    Kind kind;
+    Kind kind = Kind::Opening;
     QString receiptNumber;
     QString card; ///< Empty for a cancellation, which names none.
     QString checkIdentifier = {};
@@ -37,15 +37,15 @@ struct Key
 struct Operation
 {
     qint64 n = 0;
-    Kind kind;
+    Kind kind = Kind::Opening;
     QString card;
     Hundredths points = 0;
 };
 
 struct Entry
 {
-    qint64 account;
-    Hundredths amount; ///< What the account gets; negative: what it gives.
+    qint64 account = 0;
+    Hundredths amount = 0; ///< What the account gets; negative: what it gives.
 };
 
 /// The one place that moves points: operations and their entries, which add up to 0. Throws DatabaseError.

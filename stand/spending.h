@@ -41,7 +41,7 @@ public:
 private:
     struct Plan
     {
-        qint64 account;
+        qint64 account = 0;
         QList<Hundredths> discounts; ///< Money, for each position.
         QList<Hundredths> points;    ///< For each position.
     };
