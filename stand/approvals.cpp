@@ -29,7 +29,7 @@ const auto waiting = u"waiting"_s;
 const auto confirmed = u"confirmed"_s;
 const auto usedUp = u"used up"_s;
 const auto late = u"late"_s;
-const auto canceledState = u"canceled"_s;
+const auto canceled = u"canceled"_s;
 
 QString stateNow(const QString& state, qint64 expires)
 {
@@ -73,8 +73,6 @@ Answer Approvals::confirmPayment(const QJsonObject& body)
     if (!found)
         throw Refused(404, u"Запрос на списание не найден"_s);
 
-    if (found->state == canceledState)
-        throw Refused(409, u"Списание по этому номеру отменено"_s);
     if (found->state == usedUp)
         return attemptsUsedUp();
     if (found->state == late) {
@@ -116,7 +114,7 @@ Answer Approvals::countWrongCode(const Approval& approval)
 void Approvals::cancel(const QString& receiptNumber)
 {
     m_database.run(u"UPDATE approvals SET state = ? WHERE receipt_number = ? AND state = ?"_s,
-                   {canceledState, receiptNumber, waiting});
+                   {canceled, receiptNumber, waiting});
 }
 
 QJsonArray Approvals::list() const
