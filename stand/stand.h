@@ -36,7 +36,7 @@ public:
 private:
     Answer serviceAnswer(const Request& request);
     Answer ownPage(const Request& request);
-    Answer exchangesPage(const Request& request) const;
+    [[nodiscard]] Answer exchangesPage(const Request& request) const;
 
     Database m_database;
     Exchanges m_exchanges{m_database};
