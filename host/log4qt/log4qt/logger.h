@@ -11,7 +11,10 @@ namespace Log4Qt {
 class __attribute__((visibility("default"))) Logger
 {
 public:
-    explicit Logger(const QString& name) : m_name(name.toUtf8()), m_category(m_name.constData(), QtDebugMsg) {}
+    explicit Logger(const QString& name)
+        : m_name(name.toUtf8())
+        , m_category(m_name.constData(), QtDebugMsg)
+    {}
     Logger(const Logger&) = delete;
     Logger& operator=(const Logger&) = delete;
 
