@@ -1,5 +1,6 @@
 #include "stand/accounts.h"
 
+#include "stand/answers.h"
 #include "stand/database.h"
 
 using namespace Qt::StringLiterals;
@@ -54,6 +55,21 @@ QString written(Balance balance)
     return sign + whole + (comma ? u',' : u'.') + u"%1"_s.arg(amount % 100, 2, 10, QLatin1Char('0'));
 }
 
+void requireUnblocked(const Card& card)
+{
+    if (card.status == CardStatus::Blocked)
+        throw Refused(403, u"Карта заблокирована"_s);
+}
+
+void requireActive(const Card& card)
+{
+    requireUnblocked(card);
+    if (card.status == CardStatus::New)
+        throw Refused(403, u"Карта не активирована"_s);
+    if (card.status == CardStatus::RegistrationNotFilledIn)
+        throw Refused(403, u"Анкета владельца карты не заполнена"_s);
+}
+
 std::optional<Card> Accounts::card(const QString& number) const
 {
     auto query =
@@ -61,6 +77,13 @@ std::optional<Card> Accounts::card(const QString& number) const
     if (!query.next())
         return std::nullopt;
     return cardOf(query);
+}
+
+Card Accounts::known(const QString& number) const
+{
+    if (auto found = card(number))
+        return *found;
+    throw Refused(404, u"Карта не найдена"_s);
 }
 
 QList<Card> Accounts::cardsOfPhone(const QString& phone) const
@@ -93,7 +116,10 @@ std::optional<Customer> Accounts::firstCustomerOfPhone(const QString& phone) con
 
 Balance Accounts::balance(qint64 account) const
 {
-    auto query = m_database.run(u"SELECT balance, notation FROM accounts WHERE id = ?"_s, {account});
+    auto query = m_database.run(
+        uR"(SELECT (SELECT coalesce(sum(amount), 0) FROM entries WHERE entries.account = accounts.id), notation
+            FROM accounts WHERE id = ?)"_s,
+        {account});
     if (!query.next())
         throw DatabaseError(u"there is no account %1"_s.arg(account));
     return {query.value(0).toLongLong(), static_cast<Notation>(query.value(1).toInt())};

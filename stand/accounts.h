@@ -52,6 +52,11 @@ struct Balance
 
 QString written(Balance balance);
 
+/// Throws Refused when nothing at all may be done with the card.
+void requireUnblocked(const Card& card);
+/// Throws Refused when no points may be spent with the card.
+void requireActive(const Card& card);
+
 /// Customers, cards and accounts. Every function throws DatabaseError when the data cannot be reached.
 class Accounts
 {
@@ -61,6 +66,7 @@ public:
     {}
 
     [[nodiscard]] std::optional<Card> card(const QString& number) const;
+    [[nodiscard]] Card known(const QString& number) const; ///< Throws Refused for an unknown card.
     [[nodiscard]] QList<Card> cardsOfPhone(const QString& phone) const; ///< In the order of issue.
     [[nodiscard]] std::optional<Customer> customer(qint64 id) const;
     [[nodiscard]] std::optional<Customer> firstCustomerOfPhone(const QString& phone) const;

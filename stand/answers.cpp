@@ -34,6 +34,13 @@ Answer failure(int status, const QJsonArray& messages)
     return json(status, QJsonDocument(QJsonObject{{u"data"_s, errors}}));
 }
 
+Answer repeated(const QByteArray& body)
+{
+    Answer answer;
+    answer.body = body;
+    return answer;
+}
+
 Answer wrongMethod(const QByteArray& method, const QByteArray& allowed)
 {
     auto answer = failure(405, u"Метод %1 не поддерживается"_s.arg(QString::fromLatin1(method)));

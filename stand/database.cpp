@@ -1,53 +1,14 @@
 #include "stand/database.h"
 
+#include "stand/schema.h"
 #include "stand/seed.h"
 
 #include <QSqlError>
-#include <QStringList>
 #include <QUuid>
 
 using namespace Qt::StringLiterals;
 
 namespace stand {
-
-namespace {
-
-/// The statements which bring a file of version n to version n + 1, n being the place in the list.
-/// A step that was once released is never changed; a new one is added behind it.
-QList<QStringList> upgrades()
-{
-    return {{
-        uR"(CREATE TABLE customers(
-                id INTEGER PRIMARY KEY,
-                last_name TEXT, first_name TEXT, middle_name TEXT,
-                gender INTEGER CHECK (gender IN (0, 1)),
-                birth_day TEXT, address TEXT, email TEXT,
-                mobile TEXT NOT NULL))"_s,
-        u"CREATE INDEX customers_by_mobile ON customers(mobile)"_s,
-        // In hundredths of a point; "notation" says how the service writes it as a text.
-        uR"(CREATE TABLE accounts(
-                id INTEGER PRIMARY KEY,
-                balance INTEGER NOT NULL,
-                notation INTEGER NOT NULL CHECK (notation IN (0, 1))))"_s,
-        // The order of the ids is the order of issue.
-        uR"(CREATE TABLE cards(
-                id INTEGER PRIMARY KEY,
-                number TEXT NOT NULL UNIQUE,
-                customer INTEGER REFERENCES customers,
-                account INTEGER NOT NULL REFERENCES accounts,
-                status INTEGER NOT NULL CHECK (status BETWEEN 0 AND 3)))"_s,
-        u"CREATE INDEX cards_by_customer ON cards(customer)"_s,
-        uR"(CREATE TABLE exchanges(
-                n INTEGER PRIMARY KEY AUTOINCREMENT,
-                time TEXT NOT NULL,
-                method TEXT NOT NULL, path TEXT NOT NULL,
-                headers TEXT NOT NULL, request_body TEXT NOT NULL,
-                status INTEGER NOT NULL, answer_body TEXT NOT NULL,
-                authorized INTEGER NOT NULL))"_s,
-    }};
-}
-
-} // namespace
 
 Database::Database(const QString& file)
     : m_connection(QUuid::createUuid().toString())
@@ -89,8 +50,7 @@ void Database::open(const QString& file)
 
 void Database::upgrade()
 {
-    // IMMEDIATE asks for the right to write at once: a file that is read-only is found now, not at a sale.
-    run(u"BEGIN IMMEDIATE"_s);
+    Transaction transaction(*this);
     auto query = run(u"PRAGMA user_version"_s);
     query.next();
     const auto found = query.value(0).toInt();
@@ -106,7 +66,26 @@ void Database::upgrade()
     run(u"PRAGMA user_version = %1"_s.arg(steps.size()));
     if (found == 0)
         seed(*this);
-    run(u"COMMIT"_s);
+    transaction.commit();
+}
+
+Transaction::Transaction(Database& database)
+    : m_database(database)
+{
+    // IMMEDIATE asks for the right to write at once: a file that is read-only is found now, not at a sale.
+    m_database.run(u"BEGIN IMMEDIATE"_s);
+}
+
+Transaction::~Transaction()
+{
+    if (m_open)
+        QSqlQuery(u"ROLLBACK"_s, QSqlDatabase::database(m_database.m_connection, false));
+}
+
+void Transaction::commit()
+{
+    m_database.run(u"COMMIT"_s);
+    m_open = false;
 }
 
 } // namespace stand

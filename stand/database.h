@@ -33,10 +33,27 @@ public:
     QSqlQuery run(const QString& statement, const QVariantList& values = {});
 
 private:
+    friend class Transaction;
     void open(const QString& file);
     void upgrade();
 
     QString m_connection;
+};
+
+/// All of it or nothing: what is not committed is taken back at the end of its scope. They do not nest.
+class Transaction
+{
+public:
+    /// Throws DatabaseError.
+    explicit Transaction(Database& database);
+    ~Transaction();
+    Q_DISABLE_COPY_MOVE(Transaction)
+
+    void commit(); ///< Throws DatabaseError.
+
+private:
+    Database& m_database;
+    bool m_open = true;
 };
 
 } // namespace stand

@@ -1,5 +1,6 @@
 #include "stand/exchanges.h"
 
+#include "stand/codes.h"
 #include "stand/database.h"
 
 #include <QJsonDocument>
@@ -37,8 +38,8 @@ void Exchanges::add(const QDateTime& time, const Request& request, bool authoriz
                                              authorized)
                        VALUES (?, ?, ?, ?, ?, ?, ?, ?))"_s,
                    {time.toUTC().toString(Qt::ISODateWithMs), text(request.method), text(target),
-                    text(harmlessHeaders(request)), text(request.body), answer.status, text(answer.body),
-                    authorized});
+                    text(harmlessHeaders(request)), text(withoutCode(request)), answer.status,
+                    text(answer.body), authorized});
 }
 
 QJsonArray Exchanges::after(qint64 number) const

@@ -10,7 +10,7 @@ namespace stand {
 class Database;
 
 /// The log of every exchange under /v2/, for tests and people. Credentials are not kept: of the request's
-/// headers only a few harmless ones are. Throws DatabaseError.
+/// headers only a few harmless ones are, and the code of a confirmation is covered. Throws DatabaseError.
 class Exchanges
 {
 public:

@@ -15,7 +15,7 @@ int run(const stand::Options& options)
     stand::quitOnSignals(qApp);
     if (options.untilEof)
         stand::quitOnEndOfInput(qApp);
-    stand::Stand whole(options.dataFile, options.credentials);
+    stand::Stand whole(options.dataFile, options.credentials, options.terms);
     const stand::Server server(options.address, options.port,
                                [&whole](const stand::Request& request) { return whole.answer(request); });
     QTextStream(stdout) << "The stand listens on " << server.url().toString() << Qt::endl;

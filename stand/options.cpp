@@ -4,6 +4,8 @@
 #include <QCoreApplication>
 #include <QFile>
 
+#include <optional>
+
 using namespace Qt::StringLiterals;
 
 namespace stand {
@@ -35,6 +37,77 @@ std::variant<QString, EarlyEnd> passwordFrom(const QString& name)
     return QString::fromUtf8(line);
 }
 
+/// The options that say what points are worth and how their spending is confirmed.
+struct TermsOptions
+{
+    QCommandLineOption ratio{u"ratio"_s, u"So many points are worth so much money."_s, u"POINTS:MONEY"_s,
+                             u"1:1"_s};
+    QCommandLineOption earn{u"earn-percent"_s, u"Part of a receipt that is earned in points."_s, u"P"_s,
+                            u"5"_s};
+    QCommandLineOption spend{u"spend-percent"_s, u"Part of a position that points may pay."_s, u"P"_s,
+                             u"50"_s};
+    QCommandLineOption code{u"sms-code"_s,
+                            u"The code that confirms every spending; without it, a random one."_s, u"CODE"_s};
+    QCommandLineOption lifetime{u"code-lifetime"_s, u"How long a code may be entered."_s, u"SECONDS"_s,
+                                u"300"_s};
+    QCommandLineOption attempts{u"code-attempts"_s, u"How often a code may be entered."_s, u"N"_s, u"3"_s};
+
+    void addTo(QCommandLineParser& parser) const
+    {
+        parser.addOptions({ratio, earn, spend, code, lifetime, attempts});
+    }
+};
+
+/// A whole number within the bounds, or nothing.
+std::optional<qint64> wholeNumber(const QString& text, qint64 least, qint64 most)
+{
+    bool isNumber = false;
+    const auto number = text.toLongLong(&isNumber);
+    return isNumber && number >= least && number <= most ? std::optional(number) : std::nullopt;
+}
+
+/// Hundredths of a percent, from "5" or "2.50".
+std::optional<qint64> percent(const QString& text)
+{
+    const auto hundredths = read(text);
+    return hundredths && *hundredths >= 0 && *hundredths <= 10'000 ? hundredths : std::nullopt;
+}
+
+std::variant<Terms, EarlyEnd> readTerms(const QCommandLineParser& parser, const TermsOptions& options)
+{
+    constexpr qint64 greatestRatio = 1000;
+    constexpr qint64 day = 86'400;
+    Terms terms;
+    const auto ratio = parser.value(options.ratio).split(u':');
+    const auto points = wholeNumber(ratio.constFirst(), 1, greatestRatio);
+    const auto money = wholeNumber(ratio.constLast(), 1, greatestRatio);
+    if (ratio.size() != 2 || !points || !money)
+        return misused(
+            u"'%1' is not a ratio of whole numbers, such as 10:1."_s.arg(parser.value(options.ratio)));
+    terms.tariff.points = *points;
+    terms.tariff.money = *money;
+
+    const auto earn = percent(parser.value(options.earn));
+    const auto spend = percent(parser.value(options.spend));
+    if (!earn || !spend)
+        return misused(u"A percentage is a number from 0 to 100, such as 5 or 2.50."_s);
+    terms.tariff.earnHundredthsOfPercent = *earn;
+    terms.tariff.spendHundredthsOfPercent = *spend;
+
+    terms.codes.fixedCode = parser.value(options.code);
+    if (parser.isSet(options.code) && terms.codes.fixedCode.isEmpty())
+        return misused(u"The code is empty."_s);
+    const auto lifetime = wholeNumber(parser.value(options.lifetime), 0, day);
+    if (!lifetime)
+        return misused(u"A code lives from 0 to %1 seconds."_s.arg(day));
+    terms.codes.lifetimeInSeconds = *lifetime;
+    const auto attempts = wholeNumber(parser.value(options.attempts), 1, 100);
+    if (!attempts)
+        return misused(u"A code may be entered from 1 to 100 times."_s);
+    terms.codes.attempts = static_cast<int>(*attempts);
+    return terms;
+}
+
 } // namespace
 
 std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
@@ -58,6 +131,8 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     // here.
     const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this help."_s);
     parser.addOptions({help, address, port, data, user, password, untilEof});
+    const TermsOptions termsOptions;
+    termsOptions.addTo(parser);
     const auto version = parser.addVersionOption();
 
     if (!parser.parse(arguments))
@@ -82,6 +157,11 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     options.credentials.user = parser.value(user);
     if (options.credentials.user.contains(u':'))
         return misused(u"A user name has no colon in Basic authentication."_s);
+
+    auto terms = readTerms(parser, termsOptions);
+    if (const auto* end = std::get_if<EarlyEnd>(&terms))
+        return *end;
+    options.terms = std::get<Terms>(terms);
 
     if (parser.isSet(password)) {
         auto read = passwordFrom(parser.value(password));

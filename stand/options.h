@@ -15,6 +15,7 @@ struct Options
     quint16 port = 0; ///< 0: any free one.
     QString dataFile; ///< Empty: in memory.
     Credentials credentials;
+    Terms terms;
     bool untilEof = false;
 };
 

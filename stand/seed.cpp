@@ -2,6 +2,7 @@
 
 #include "stand/accounts.h"
 #include "stand/database.h"
+#include "stand/ledger.h"
 
 #include <QJsonObject>
 
@@ -76,18 +77,30 @@ qint64 add(Database& database, const Customer& customer)
     return query.lastInsertId().toLongLong();
 }
 
+void open(Ledger& ledger, const QString& card, qint64 account, Hundredths balance)
+{
+    if (balance == 0)
+        return;
+    ledger.record({.kind = Kind::Opening, .receiptNumber = {}, .card = card}, balance,
+                  {{account, balance}, {ledger.service(), -balance}}, {}, {});
+}
+
 } // namespace
 
 void seed(Database& database)
 {
+    Ledger ledger(database);
     for (const auto& [customer, cards] : holdings()) {
         const auto owner = customer ? QVariant(add(database, *customer)) : QVariant();
         for (const auto& card : cards) {
-            const auto account =
-                database.run(u"INSERT INTO accounts(balance, notation) VALUES (?, ?)"_s,
-                             {card.balance.hundredths, static_cast<int>(card.balance.notation)});
+            const auto account = database
+                                     .run(u"INSERT INTO accounts(notation) VALUES (?)"_s,
+                                          {static_cast<int>(card.balance.notation)})
+                                     .lastInsertId()
+                                     .toLongLong();
             database.run(u"INSERT INTO cards(number, customer, account, status) VALUES (?, ?, ?, ?)"_s,
-                         {card.number, owner, account.lastInsertId(), static_cast<int>(card.status)});
+                         {card.number, owner, account, static_cast<int>(card.status)});
+            open(ledger, card.number, account, card.balance.hundredths);
         }
     }
 }

@@ -1,34 +1,44 @@
 #pragma once
 
-#include "stand/http.h"
-
-#include <QString>
+#include "stand/accounts.h"
+#include "stand/anonymous.h"
+#include "stand/approvals.h"
+#include "stand/cards.h"
+#include "stand/earning.h"
+#include "stand/refusal.h"
 
 namespace stand {
 
-class Accounts;
+class Database;
 
 /// The contract under /v2/: which path and method means which answer. Who asks has been checked before.
 class Service
 {
 public:
-    explicit Service(Accounts& accounts)
-        : m_accounts(accounts)
-    {}
+    Service(Database& database, const Tariff& tariff, const CodeRules& rules);
+    Q_DISABLE_COPY_MOVE(Service)
+    ~Service();
 
     /// Throws DatabaseError; every fault of the caller is an answer with the error envelope.
     Answer answer(const Request& request);
 
+    [[nodiscard]] QJsonArray codes() const { return m_approvals.list(); }
+    [[nodiscard]] QJsonArray anonymousReceipts() const { return m_anonymous.list(); }
+
 private:
     struct Route;
-    static const QList<Route>& routes();
+    [[nodiscard]] QList<Route> routes();
 
-    Answer cardInfo(const QString& number);
-    Answer userAccount(const QString& number);
-    Answer userInfoByCard(const QString& number);
-    Answer userInfoByPhone(const QString& phone);
-
-    Accounts& m_accounts;
+    Tariff m_tariff;
+    Accounts m_accounts;
+    Ledger m_ledger;
+    Cards m_cards{m_accounts};
+    Spending m_spending{m_accounts, m_ledger, m_tariff};
+    Approvals m_approvals;
+    Earning m_earning{m_accounts, m_ledger, m_tariff};
+    Refusal m_refusal{m_accounts, m_ledger, m_approvals};
+    Anonymous m_anonymous;
+    QList<Route> m_routes;
 };
 
 } // namespace stand

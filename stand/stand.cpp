@@ -1,10 +1,14 @@
 #include "stand/stand.h"
 
 #include "stand/answers.h"
+#include "stand/inspection.h"
 #include "stand/seed.h"
 
 #include <QTextStream>
 #include <QUrlQuery>
+
+#include <array>
+#include <functional>
 
 using namespace Qt::StringLiterals;
 
@@ -32,8 +36,9 @@ Answer unauthorized()
 
 } // namespace
 
-Stand::Stand(const QString& dataFile, const Credentials& credentials)
+Stand::Stand(const QString& dataFile, const Credentials& credentials, const Terms& terms)
     : m_database(dataFile)
+    , m_service(m_database, terms.tariff, terms.codes)
     , m_expected((credentials.user + u':' + credentials.password).toUtf8())
 {}
 
@@ -51,22 +56,33 @@ Answer Stand::serviceAnswer(const Request& request)
 {
     const auto time = QDateTime::currentDateTimeUtc();
     const bool authorized = isAuthorized(request, m_expected);
+    // Whatever happens to the process: what was done, its answer and its trace are there together or not at
+    // all.
+    Transaction transaction(m_database);
     auto answer = authorized ? m_service.answer(request) : unauthorized();
     m_exchanges.add(time, request, authorized, answer);
+    transaction.commit();
     return answer;
 }
 
 Answer Stand::ownPage(const Request& request)
 {
-    const bool exchanges = request.path == "/stand/exchanges";
-    if (!exchanges && request.path != "/stand/cards")
-        return failure(404, u"Адрес не найден"_s);
-    if (request.method != "GET")
-        return wrongMethod(request.method, "GET");
-    return exchanges ? exchangesPage(request) : page(demonstrationCards());
+    using Page = std::pair<QByteArray, std::function<Answer()>>;
+    const std::array pages = {
+        Page{"/stand/cards", [] { return page(demonstrationCards()); }},
+        Page{"/stand/exchanges", [&] { return exchangesPage(request); }},
+        Page{"/stand/codes", [this] { return page(m_service.codes()); }},
+        Page{"/stand/ledger", [this] { return page(ledgerPage(m_database, m_service.anonymousReceipts())); }},
+        Page{"/stand/invariants", [this] { return page(invariantsPage(m_database)); }},
+    };
+    for (const auto& [path, answer] : pages) {
+        if (path == request.path)
+            return request.method == "GET" ? answer() : wrongMethod(request.method, "GET");
+    }
+    return failure(404, u"Адрес не найден"_s);
 }
 
-Answer Stand::exchangesPage(const Request& request)
+Answer Stand::exchangesPage(const Request& request) const
 {
     const QUrlQuery query(QString::fromUtf8(request.query));
     qint64 number = 0;

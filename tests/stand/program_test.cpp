@@ -183,6 +183,15 @@ TEST(StandProgram, RefusesWhatItDoesNotUnderstandOnItsCommandLine)
     expectRefusal({u"--port"_s, u"65536"_s}, 2, "65536");
     expectRefusal({u"--address"_s, u"somewhere"_s}, 2, "somewhere");
     expectRefusal({u"--user"_s, u"a:b"_s}, 2, "colon");
+    for (const auto& ratio : {u"10"_s, u"0:1"_s, u"1:0"_s, u"1.5:1"_s, u"1:2:3"_s, u"-1:1"_s, u"1001:1"_s})
+        expectRefusal({u"--ratio="_s + ratio}, 2, "10:1");
+    for (const auto& option : {u"--earn-percent="_s, u"--spend-percent="_s}) {
+        for (const auto& percent : {u"-1"_s, u"100.01"_s, u"5%"_s})
+            expectRefusal({option + percent}, 2, "from 0 to 100");
+    }
+    expectRefusal({u"--sms-code="_s}, 2, "code is empty");
+    expectRefusal({u"--code-lifetime=-1"_s}, 2, "seconds");
+    expectRefusal({u"--code-attempts=0"_s}, 2, "times");
 }
 
 TEST(StandProgram, ShowsItsHelp)
@@ -190,8 +199,10 @@ TEST(StandProgram, ShowsItsHelp)
     StandProcess stand({u"--help"_s});
     EXPECT_THAT(stand.exitStatus(), Optional(0));
     const auto help = stand.output().toStdString();
-    for (const auto* option : {"--address", "--port", "--data", "--user", "--password-file", "--until-eof",
-                               "--help", "--version", "KYR_STAND_PASSWORD"})
+    for (const auto* option :
+         {"--address", "--port", "--data", "--user", "--password-file", "--until-eof", "--ratio",
+          "--earn-percent", "--spend-percent", "--sms-code", "--code-lifetime", "--code-attempts", "--help",
+          "--version", "KYR_STAND_PASSWORD"})
         EXPECT_THAT(help, HasSubstr(option));
 }
 

@@ -41,7 +41,12 @@ QByteArray StandProcess::url()
     return line.mid(before.size()).chopped(2);
 }
 
-void StandProcess::signal(int number) const { ::kill(static_cast<pid_t>(m_process.processId()), number); }
+void StandProcess::signal(int number) const
+{
+    // Of a stand that has ended the id is 0, which would mean this test and all its siblings.
+    if (const auto id = m_process.processId(); id > 0)
+        ::kill(static_cast<pid_t>(id), number);
+}
 
 std::optional<int> StandProcess::exitStatus()
 {
