@@ -9,7 +9,6 @@
 #include <csignal>
 
 using namespace Qt::StringLiterals;
-using standtest::Check;
 using standtest::json;
 using standtest::refusalText;
 using standtest::Reply;
@@ -25,7 +24,7 @@ QJsonValue lastCode(const Shop& shop) { return shop.page("codes").toArray().last
 
 TEST(StandApproval, MovesNothingBeforeTheCodeAndAllWithIt)
 {
-    const Shop shop;
+    Shop shop;
     const auto id = approveId(shop.payment({.number = u"42"_s, .items = {{1, 75}, {2, 25}}}, u"20.00"_s));
     EXPECT_GT(id, 0);
     EXPECT_EQ(shop.balance(), 30000);
@@ -38,7 +37,7 @@ TEST(StandApproval, MovesNothingBeforeTheCodeAndAllWithIt)
 
 TEST(StandApproval, ShowsTheCodeToThePersonWhoPlaysTheCustomer)
 {
-    const Shop shop;
+    Shop shop;
     const auto reply = shop.payment({}, u"20.00"_s);
     const auto sent = lastCode(shop);
     EXPECT_EQ(sent[u"approve_id"].toInt(), approveId(reply));
@@ -66,21 +65,21 @@ TEST(StandApproval, WritesALineWithTheCodeOnStderr)
 
 TEST(StandApproval, TakesAnotherCodeEachTimeUnlessOneIsSet)
 {
-    const Shop shop;
+    Shop shop;
     QSet<QString> codes;
     for (int i = 0; i < 6; ++i) {
         shop.payment({.number = QString::number(i)}, u"1.00"_s);
         codes.insert(lastCode(shop)[u"code"].toString());
     }
     EXPECT_GT(codes.size(), 1);
-    const Shop other(fixedCode);
+    Shop other(fixedCode);
     other.payment({}, u"1.00"_s);
     EXPECT_EQ(lastCode(other)[u"code"].toString(), u"1234"_s);
 }
 
 TEST(StandApproval, RefusesAWrongCodeAndTakesTheRightOneAfterwards)
 {
-    const Shop shop(fixedCode);
+    Shop shop(fixedCode);
     const auto id = approveId(shop.payment({}, u"20.00"_s));
     EXPECT_EQ(refusalText(shop.confirm(id, u"4321"_s)), "422 Неверный код подтверждения");
     EXPECT_EQ(shop.balance(), 30000);
@@ -89,7 +88,7 @@ TEST(StandApproval, RefusesAWrongCodeAndTakesTheRightOneAfterwards)
 
 TEST(StandApproval, ComparesTheCodeExactly)
 {
-    const Shop shop(fixedCode + QStringList{u"--code-attempts"_s, u"9"_s});
+    Shop shop(fixedCode + QStringList{u"--code-attempts"_s, u"9"_s});
     const auto id = approveId(shop.payment({}, u"20.00"_s));
     for (const auto& code : {u" 1234"_s, u"1234 "_s, u"12 34"_s, u"01234"_s, u"123"_s, u""_s, u"１２３４"_s})
         EXPECT_EQ(refusalText(shop.confirm(id, code)), "422 Неверный код подтверждения")
@@ -99,7 +98,7 @@ TEST(StandApproval, ComparesTheCodeExactly)
 
 TEST(StandApproval, IsVoidWhenTheAttemptsAreUsedUp)
 {
-    const Shop shop(fixedCode);
+    Shop shop(fixedCode);
     const auto id = approveId(shop.payment({}, u"20.00"_s));
     EXPECT_EQ(refusalText(shop.confirm(id, u"0001"_s)), "422 Неверный код подтверждения");
     EXPECT_EQ(refusalText(shop.confirm(id, u"0002"_s)), "422 Неверный код подтверждения");
@@ -111,14 +110,14 @@ TEST(StandApproval, IsVoidWhenTheAttemptsAreUsedUp)
 
 TEST(StandApproval, LetsTheNumberOfAttemptsBeSet)
 {
-    const Shop shop(fixedCode + QStringList{u"--code-attempts"_s, u"1"_s});
+    Shop shop(fixedCode + QStringList{u"--code-attempts"_s, u"1"_s});
     const auto id = approveId(shop.payment({}, u"20.00"_s));
     EXPECT_EQ(refusalText(shop.confirm(id, u"0001"_s)), "422 Превышено число попыток ввода кода");
 }
 
 TEST(StandApproval, RefusesACodeThatComesTooLate)
 {
-    const Shop shop(fixedCode + QStringList{u"--code-lifetime"_s, u"0"_s});
+    Shop shop(fixedCode + QStringList{u"--code-lifetime"_s, u"0"_s});
     const auto id = approveId(shop.payment({}, u"20.00"_s));
     EXPECT_EQ(refusalText(shop.confirm(id, u"1234"_s)), "422 Срок действия кода истёк");
     EXPECT_EQ(refusalText(shop.confirm(id, u"1234"_s)), "422 Срок действия кода истёк");
@@ -128,10 +127,10 @@ TEST(StandApproval, RefusesACodeThatComesTooLate)
 
 TEST(StandApproval, SendsANewCodeWhenTheFirstCameToNothing)
 {
-    const Shop late(fixedCode + QStringList{u"--code-lifetime"_s, u"0"_s});
+    Shop late(fixedCode + QStringList{u"--code-lifetime"_s, u"0"_s});
     EXPECT_EQ(approveId(late.payment({}, u"20.00"_s)), 1);
     EXPECT_EQ(approveId(late.payment({}, u"20.00"_s)), 2);
-    const Shop usedUp(fixedCode + QStringList{u"--code-attempts"_s, u"1"_s});
+    Shop usedUp(fixedCode + QStringList{u"--code-attempts"_s, u"1"_s});
     EXPECT_EQ(approveId(usedUp.payment({}, u"20.00"_s)), 1);
     usedUp.confirm(1, u"0001"_s);
     EXPECT_EQ(approveId(usedUp.payment({}, u"20.00"_s)), 2);
@@ -140,13 +139,13 @@ TEST(StandApproval, SendsANewCodeWhenTheFirstCameToNothing)
 
 TEST(StandApproval, RefusesAnUnknownNumber)
 {
-    const Shop shop(fixedCode);
+    Shop shop(fixedCode);
     EXPECT_EQ(refusalText(shop.confirm(1, u"1234"_s)), "404 Запрос на списание не найден");
 }
 
 TEST(StandApproval, AnswersARepeatedConfirmationAsTheFirstAndSpendsOnce)
 {
-    const Shop shop(fixedCode);
+    Shop shop(fixedCode);
     const auto id = approveId(shop.payment({}, u"20.00"_s));
     const auto first = shop.confirm(id, u"1234"_s);
     const auto again = shop.confirm(id, u"1234"_s);
@@ -158,7 +157,7 @@ TEST(StandApproval, AnswersARepeatedConfirmationAsTheFirstAndSpendsOnce)
 
 TEST(StandApproval, ChecksTheSpendingWhenItIsAskedFor)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_EQ(refusalText(shop.payment({}, u"50.01"_s)), "422 Сумма списания больше допустимой");
     EXPECT_EQ(refusalText(shop.payment({.items = {{1, 1000}}}, u"300.01"_s)),
               "422 Недостаточно бонусов на карте");
@@ -167,7 +166,7 @@ TEST(StandApproval, ChecksTheSpendingWhenItIsAskedFor)
 
 TEST(StandApproval, ChecksTheBalanceAgainWhenItIsConfirmed)
 {
-    const Shop shop(fixedCode);
+    Shop shop(fixedCode);
     const auto id = approveId(shop.payment({.number = u"1"_s, .items = {{1, 600}}}, u"300.00"_s));
     EXPECT_EQ(shop.forcePayment({.number = u"2"_s}, u"0.01"_s).status, 200);
     EXPECT_EQ(refusalText(shop.confirm(id, u"1234"_s)), "422 Недостаточно бонусов на карте");
@@ -178,7 +177,7 @@ TEST(StandApproval, ChecksTheBalanceAgainWhenItIsConfirmed)
 
 TEST(StandApproval, SpendsOnceHoweverTheSameReceiptIsPaid)
 {
-    const Shop shop(fixedCode);
+    Shop shop(fixedCode);
     const auto id = approveId(shop.payment({}, u"20.00"_s));
     EXPECT_EQ(shop.forcePayment({}, u"20.00"_s).status, 200);
     EXPECT_EQ(refusalText(shop.confirm(id, u"1234"_s)), "409 Номер чека уже использован другой операцией");
@@ -190,7 +189,7 @@ TEST(StandApproval, SpendsOnceHoweverTheSameReceiptIsPaid)
 
 TEST(StandApproval, KeepsTheCodeOutOfTheExchanges)
 {
-    const Shop shop({u"--sms-code"_s, u"93751"_s});
+    Shop shop({u"--sms-code"_s, u"93751"_s});
     const auto id = approveId(shop.payment({}, u"20.00"_s));
     const auto confirm = QByteArray("confirm-payment-c2b");
     shop.confirm(id, u"93751"_s);

@@ -49,7 +49,7 @@ protected:
 TEST_F(StandBooks, AKilledStandHasKeptAllItAnswered)
 {
     std::array<Reply, 6> first;
-    const auto ask = [](const Shop& shop) {
+    const auto ask = [](Shop& shop) {
         return std::array{
             shop.forcePayment({.number = u"1"_s, .items = {{1, 33}, {2, 67}}}, u"20.00"_s),
             shop.earn({.number = u"2"_s}),
@@ -67,7 +67,7 @@ TEST_F(StandBooks, AKilledStandHasKeptAllItAnswered)
         ledger = shop.page("ledger");
         shop.kill();
     }
-    const Shop shop(arguments());
+    Shop shop(arguments());
     const auto again = ask(shop);
     for (size_t i = 0; i < first.size(); ++i) {
         EXPECT_EQ(first.at(i).status, 200) << i;
@@ -95,7 +95,7 @@ TEST_F(StandBooks, AStandKilledAtWorkHasAllOfARequestOrNothing)
         shop.kill();
         till.join();
     }
-    const Shop shop(arguments());
+    Shop shop(arguments());
     const auto done = static_cast<int>(shop.operations().size());
     EXPECT_GE(done, answered);
     EXPECT_LE(done, answered + 1) << "the one whose answer was lost";
@@ -120,7 +120,7 @@ TEST_F(StandBooks, ARequestThatFailsHalfwayLeavesNothing)
         shop.kill();
     }
     ASSERT_TRUE(change(m_file, {u"DROP TRIGGER full_disk"_s}));
-    const Shop shop(arguments());
+    Shop shop(arguments());
     EXPECT_EQ(shop.forcePayment({}, u"20.00"_s).status, 200);
     EXPECT_EQ(shop.balance(), 28000);
 }
@@ -145,7 +145,7 @@ TEST_F(StandBooks, AFileOfTheFirstVersionIsUpgraded)
          u"INSERT INTO cards(number, customer, account, status) "
          "VALUES ('2000000000055', 1, 1, 3), ('2000000000062', NULL, 2, 0)"_s,
          u"PRAGMA user_version = 1"_s}));
-    const Shop shop(arguments());
+    Shop shop(arguments());
     EXPECT_EQ(shop.balance(), 12345);
     EXPECT_EQ(shop.balance(u"2000000000062"_s), 0);
     const auto user = shop.send("user/card/2000000000055/user-info", "GET", {}).data();
@@ -170,7 +170,7 @@ TEST_F(StandBooks, BooksThatAreNotInOrderAreTold)
                  u"INSERT INTO operations(time, operation, receipt_number, card, check_identifier, asked, "
                  "names, points, root, answer) SELECT '', 'refusal', 'x', card, '', 0, '', 2001, n, '' "
                  "FROM operations WHERE operation = 'spending'"_s}));
-    const Shop shop(arguments());
+    Shop shop(arguments());
     const auto page = shop.page("invariants");
     EXPECT_FALSE(page[u"ok"].toBool(true));
     const auto told = QJsonDocument(page[u"violations"].toArray()).toJson().toStdString();
@@ -197,7 +197,7 @@ TEST_F(StandBooks, EntriesCannotBeChangedNorOverdrawAnAccount)
 
 TEST(StandLedger, ShowsOperationsEntriesAndAccounts)
 {
-    const Shop shop;
+    Shop shop;
     shop.forcePayment({.number = u"42"_s}, u"20.00"_s);
     const auto ledger = shop.page("ledger");
     auto operation = ledger[u"operations"].toArray().last().toObject();
@@ -224,7 +224,7 @@ TEST(StandLedger, ShowsOperationsEntriesAndAccounts)
 
 TEST(StandLedger, TwoTillsRacingForOneCardSpendItsPointsExactlyOnce)
 {
-    const Shop shop;
+    Shop shop;
     std::atomic<int> spent = 0;
     std::atomic<int> refused = 0;
     const auto till = [&](int first) {

@@ -152,8 +152,9 @@ private:
             account.balance += points;
     }
 
-    const Shop m_shop{{u"--ratio"_s, u"3:1"_s, u"--sms-code"_s, u"1234"_s}};
-    std::mt19937 m_random{20261121}; // a fixed row: a failure can be seen again
+    Shop m_shop{{u"--ratio"_s, u"3:1"_s, u"--sms-code"_s, u"1234"_s}};
+    // A fixed row: a failure can be seen again.
+    std::mt19937 m_random{20261121}; // NOLINT(cert-msc32-c,cert-msc51-cpp)
     QMap<QString, Account> m_accounts = {{u"2000000000055"_s, {30000, 0}}, {u"2000000000024"_s, {5730, 0}}};
     QMap<QString, Done> m_roots;    ///< By receipt number.
     QMap<QString, QString> m_chain; ///< From the number of a root or of a refusal to the root's.

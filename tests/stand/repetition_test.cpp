@@ -15,7 +15,7 @@ constexpr auto numberUsed = "409 Номер чека уже использова
 
 TEST(StandRepetition, GetsTheFirstAnswerByteForByteAndChangesNothing)
 {
-    const Shop shop;
+    Shop shop;
     const auto twice = [](const auto& request) {
         const Reply first = request();
         const Reply again = request();
@@ -39,7 +39,7 @@ TEST(StandRepetition, GetsTheFirstAnswerByteForByteAndChangesNothing)
 
 TEST(StandRepetition, WithAnotherReceiptOrAmountIsRefused)
 {
-    const Shop shop;
+    Shop shop;
     const Check other{.identifier = u"check-2"_s};
     const Check dearer{.items = {{1, 101}}};
     shop.forcePayment({}, u"20.00"_s);
@@ -65,7 +65,7 @@ TEST(StandRepetition, WithAnotherReceiptOrAmountIsRefused)
 
 TEST(StandRepetition, OfTheNumberWithAnotherCardOrOperationIsAnotherRequest)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_EQ(shop.forcePayment({}, u"20.00"_s).status, 200);
     EXPECT_EQ(shop.forcePayment({.card = u"2000000000017"_s}, u"10.00"_s).status, 200);
     EXPECT_EQ(shop.earn({}).status, 200);
@@ -74,7 +74,7 @@ TEST(StandRepetition, OfTheNumberWithAnotherCardOrOperationIsAnotherRequest)
 
 TEST(StandRepetition, DoesNotRememberWhatFailed)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_EQ(shop.forcePayment({}, u"50.01"_s).status, 422);
     EXPECT_EQ(shop.forcePayment({.identifier = u"check-2"_s}, u"50.00"_s).status, 200);
     EXPECT_EQ(shop.refuse({.number = u"8"_s}, u"9"_s).status, 404);

@@ -42,7 +42,7 @@ QJsonObject withDetails(const QString& details)
 
 TEST(StandRequests, ThatAreNoJsonObjectAreRefused)
 {
-    const Shop shop;
+    Shop shop;
     for (const auto* operation : {"pre-payment", "force-payment-c2b", "payment-c2b", "confirm-payment-c2b",
                                   "payment-b2c", "refuse-payment", "cancel-payment", "receipt"}) {
         for (const auto* body : {"", "{", "[]", "1", "null", "{\"a\":1}x", "\xff"}) {
@@ -55,7 +55,7 @@ TEST(StandRequests, ThatAreNoJsonObjectAreRefused)
 
 TEST(StandRequests, NeedTheirMethodAndCredentials)
 {
-    const Shop shop;
+    Shop shop;
     const auto reply = shop.send("payment-b2c", "GET", {});
     EXPECT_EQ(reply.status, 405);
     EXPECT_EQ(reply.headers.value("allow"), "POST");
@@ -67,7 +67,7 @@ TEST(StandRequests, NeedTheirMethodAndCredentials)
 
 TEST(StandRequests, WithoutAnyOfTheirMembersTellWhich)
 {
-    const Shop shop;
+    Shop shop;
     const QList<std::pair<QByteArray, QJsonObject>> bodies = {
         {"pre-payment", standtest::spending({}, u"1.00"_s)},
         {"force-payment-c2b", standtest::spending({}, u"1.00"_s)},
@@ -94,7 +94,7 @@ TEST(StandRequests, WithoutAnyOfTheirMembersTellWhich)
 
 TEST(StandRequests, TellAllThatIsWrongAtOnce)
 {
-    const Shop shop;
+    Shop shop;
     auto body = standtest::receipt({});
     body.insert(u"card"_s, u"x"_s);
     body.insert(u"receipt_amount"_s, -1);
@@ -107,7 +107,7 @@ TEST(StandRequests, TellAllThatIsWrongAtOnce)
 
 TEST(StandRequests, WantPointsAsATextOfAnAmount)
 {
-    const Shop shop;
+    Shop shop;
     for (const auto& points :
          {u"1.5"_s, u"1,50"_s, u"1.500"_s, u" 1.00"_s, u"x"_s, u"1e2"_s, u"10000000000"_s}) {
         EXPECT_EQ(complaint(shop.forcePayment({}, points), u"receipt_bonus_amount"_s),
@@ -119,7 +119,7 @@ TEST(StandRequests, WantPointsAsATextOfAnAmount)
 
 TEST(StandRequests, WantThePositionsOfACardsReceiptAsATextThatHoldsAList)
 {
-    const Shop shop;
+    Shop shop;
     const auto details = u"receipt_details"_s;
     const auto complaintOf = [&](const QJsonObject& body) {
         return complaint(shop.post("payment-b2c", body), details);
@@ -144,7 +144,7 @@ TEST(StandRequests, WantThePositionsOfACardsReceiptAsATextThatHoldsAList)
 
 TEST(StandRequests, OfARefusalAreInModeOneAndAskForNoPoints)
 {
-    const Shop shop;
+    Shop shop;
     const auto body = standtest::refusal({}, u"1"_s);
     EXPECT_EQ(complaint(shop.post("refuse-payment", with(body, u"refuse_mode"_s, u"2"_s)), u"refuse_mode"_s),
               "Ожидается значение 1");
@@ -155,7 +155,7 @@ TEST(StandRequests, OfARefusalAreInModeOneAndAskForNoPoints)
 
 TEST(StandRequests, OfAConfirmationNameTheRequestByAWholeNumber)
 {
-    const Shop shop;
+    Shop shop;
     for (const auto& id : {QJsonValue(1.5), QJsonValue(u"1"_s), QJsonValue(1e300)}) {
         const auto reply = shop.post("confirm-payment-c2b", {{u"approve_id"_s, id}, {u"code"_s, u"1"_s}});
         EXPECT_EQ(reply.status, 422);
@@ -165,7 +165,7 @@ TEST(StandRequests, OfAConfirmationNameTheRequestByAWholeNumber)
 
 TEST(StandAnonymous, SalesArePostedAndReturnsArePut)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_EQ(shop.post("receipt", standtest::anonymous(u"a-1"_s, 0)).json(),
               json(u"{'data':{'receipt_number':'a-1'}}"_s));
     EXPECT_EQ(shop.put("receipt", standtest::anonymous(u"a-1"_s, 1)).status, 200);
@@ -183,7 +183,7 @@ TEST(StandAnonymous, SalesArePostedAndReturnsArePut)
 
 TEST(StandAnonymous, TheKeyThatBeginsWithACyrillicLetterIsNotTheLatinOne)
 {
-    const Shop shop;
+    Shop shop;
     const auto body = without(standtest::anonymous(u"a-1"_s, 0), canceled);
     EXPECT_EQ(shop.post("receipt", with(body, u"canceled"_s, 0)).messages(),
               QJsonArray({QJsonObject{{u"canceled"_s, QJsonArray{u"Неизвестное поле"_s}},
@@ -192,7 +192,7 @@ TEST(StandAnonymous, TheKeyThatBeginsWithACyrillicLetterIsNotTheLatinOne)
 
 TEST(StandAnonymous, PositionsAreANestedList)
 {
-    const Shop shop;
+    Shop shop;
     const auto body = standtest::anonymous(u"a-1"_s, 0);
     EXPECT_EQ(
         complaint(shop.post("receipt", with(body, u"receipt_details"_s, u"[]"_s)), u"receipt_details"_s),
@@ -202,7 +202,7 @@ TEST(StandAnonymous, PositionsAreANestedList)
 
 TEST(StandAnonymous, ARepeatedReceiptIsKeptOnce)
 {
-    const Shop shop;
+    Shop shop;
     const auto body = standtest::anonymous(u"a-1"_s, 0);
     const auto first = shop.post("receipt", body);
     EXPECT_EQ(shop.post("receipt", body).body, first.body);

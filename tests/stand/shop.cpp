@@ -104,7 +104,7 @@ Shop::Shop(const QStringList& arguments)
     EXPECT_FALSE(m_root.isEmpty()) << "the stand did not start";
 }
 
-Reply Shop::send(const QByteArray& operation, const QByteArray& method, const QByteArray& body) const
+Reply Shop::send(const QByteArray& operation, const QByteArray& method, const QByteArray& body)
 {
     return standtest::send({.url = m_root + "/v2/partner/operation/" + operation,
                             .method = method,
@@ -113,51 +113,53 @@ Reply Shop::send(const QByteArray& operation, const QByteArray& method, const QB
                             .headers = {"Content-Type: application/json"}});
 }
 
-Reply Shop::post(const QByteArray& operation, const QJsonObject& body) const
+Reply Shop::post(const QByteArray& operation, const QJsonObject& body)
 {
     return send(operation, "POST", compact(body));
 }
 
-Reply Shop::put(const QByteArray& operation, const QJsonObject& body) const
+Reply Shop::put(const QByteArray& operation, const QJsonObject& body)
 {
     return send(operation, "PUT", compact(body));
 }
 
-Reply Shop::prePayment(const Check& check, const QString& points) const
+Reply Shop::prePayment(const Check& check, const QString& points)
 {
     return post("pre-payment", spending(check, points));
 }
 
-Reply Shop::forcePayment(const Check& check, const QString& points) const
+Reply Shop::forcePayment(const Check& check, const QString& points)
 {
     return post("force-payment-c2b", spending(check, points));
 }
 
-Reply Shop::payment(const Check& check, const QString& points) const
+Reply Shop::payment(const Check& check, const QString& points)
 {
     return post("payment-c2b", spending(check, points));
 }
 
-Reply Shop::confirm(int approveId, const QString& code) const
+Reply Shop::confirm(int approveId, const QString& code)
 {
     return post("confirm-payment-c2b", {{u"approve_id"_s, approveId}, {u"code"_s, code}});
 }
 
-Reply Shop::earn(const Check& check) const { return post("payment-b2c", receipt(check)); }
+Reply Shop::earn(const Check& check) { return post("payment-b2c", receipt(check)); }
 
-Reply Shop::refuse(const Check& check, const QString& refused) const
+Reply Shop::refuse(const Check& check, const QString& refused)
 {
     return post("refuse-payment", refusal(check, refused));
 }
 
-Reply Shop::cancel(const QString& canceled) const
+Reply Shop::cancel(const QString& canceled)
 {
     return post("cancel-payment", cancellation(canceled + u"-cancel"_s, canceled));
 }
 
 int Shop::balance(const QString& card) const
 {
-    const auto reply = send("user/card/" + card.toLatin1() + "/user-info", "GET", {});
+    const auto reply =
+        standtest::send({.url = m_root + "/v2/partner/operation/user/card/" + card.toLatin1() + "/user-info",
+                         .login = Login()});
     auto text = reply.data().value(u"accounts_data").toArray().at(0)[u"avialable"].toString();
     EXPECT_FALSE(text.isEmpty()) << "no balance of " << card.toStdString();
     return text.remove(u' ').remove(u',').remove(u'.').toInt();

@@ -36,17 +36,17 @@ class Shop
 public:
     explicit Shop(const QStringList& arguments = {});
 
-    Reply post(const QByteArray& operation, const QJsonObject& body) const;
-    Reply put(const QByteArray& operation, const QJsonObject& body) const;
-    Reply send(const QByteArray& operation, const QByteArray& method, const QByteArray& body) const;
+    Reply post(const QByteArray& operation, const QJsonObject& body);
+    Reply put(const QByteArray& operation, const QJsonObject& body);
+    Reply send(const QByteArray& operation, const QByteArray& method, const QByteArray& body);
 
-    Reply prePayment(const Check& check, const QString& points) const;
-    Reply forcePayment(const Check& check, const QString& points) const;
-    Reply payment(const Check& check, const QString& points) const;
-    Reply confirm(int approveId, const QString& code) const;
-    Reply earn(const Check& check) const;
-    Reply refuse(const Check& check, const QString& refused) const;
-    Reply cancel(const QString& canceled) const; ///< With the number that the till gives it.
+    Reply prePayment(const Check& check, const QString& points);
+    Reply forcePayment(const Check& check, const QString& points);
+    Reply payment(const Check& check, const QString& points);
+    Reply confirm(int approveId, const QString& code);
+    Reply earn(const Check& check);
+    Reply refuse(const Check& check, const QString& refused);
+    Reply cancel(const QString& canceled); ///< With the number that the till gives it.
 
     /// Hundredths of a point, as the service tells them at the till.
     [[nodiscard]] int balance(const QString& card = Check().card) const;

@@ -4,7 +4,6 @@
 #include "tests/stand/standfixture.h"
 
 using namespace Qt::StringLiterals;
-using standtest::Check;
 using standtest::discounts;
 using standtest::json;
 using standtest::refusalText;
@@ -28,7 +27,7 @@ const auto unknown = u"2999999999999"_s;
 
 TEST(StandPrePayment, TellsTheLimitOfEachPositionAndWhatWouldBeEarned)
 {
-    const Shop shop;
+    Shop shop;
     const auto reply = shop.prePayment({.items = {{1, 25}, {7, 10.5}}}, u"10.00"_s);
     EXPECT_EQ(reply.json(), json(u"{'data':{'receipt_details':["
                                  "{'position':'1','parameters':{'max_payment_bonus':12.5}},"
@@ -38,7 +37,7 @@ TEST(StandPrePayment, TellsTheLimitOfEachPositionAndWhatWouldBeEarned)
 
 TEST(StandPrePayment, ChangesNothing)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_EQ(shop.prePayment({}, u"10.00"_s).status, 200);
     EXPECT_EQ(shop.balance(), 30000);
     EXPECT_EQ(shop.operations().size(), 0);
@@ -46,14 +45,14 @@ TEST(StandPrePayment, ChangesNothing)
 
 TEST(StandPrePayment, LimitsTheWholeByTheBalanceAndLeavesLaterPositionsWhatIsLeft)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_THAT(limits(shop.prePayment({.items = {{1, 500}, {2, 200}, {3, 10}}}, u"0.00"_s)),
                 ElementsAre(25000, 5000, 0));
 }
 
 TEST(StandPrePayment, TellsPointsAtTheRatioAndThePercentagesSet)
 {
-    const Shop shop({u"--ratio"_s, u"10:1"_s, u"--spend-percent"_s, u"30"_s, u"--earn-percent"_s, u"2.50"_s});
+    Shop shop({u"--ratio"_s, u"10:1"_s, u"--spend-percent"_s, u"30"_s, u"--earn-percent"_s, u"2.50"_s});
     const auto reply = shop.prePayment({.items = {{1, 9.99}}}, u"20.00"_s);
     EXPECT_THAT(limits(reply), ElementsAre(2990)) << "30 % of 9.99 is 2.99, at ten points each";
     // 2.5 % of 9.99 less the 2.00 that 20 points pay: 0.19975 of money.
@@ -62,21 +61,21 @@ TEST(StandPrePayment, TellsPointsAtTheRatioAndThePercentagesSet)
 
 TEST(StandPrePayment, AllowsNothingOnACardThatMayNotSpend)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_THAT(limits(shop.prePayment({.card = notFilledIn}, u"0.00"_s)), ElementsAre(0));
     EXPECT_THAT(limits(shop.prePayment({.card = fresh}, u"0.00"_s)), ElementsAre(0));
 }
 
 TEST(StandPrePayment, IsRefusedForABlockedAndForAnUnknownCard)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_EQ(refusalText(shop.prePayment({.card = blocked}, u"1.00"_s)), "403 Карта заблокирована");
     EXPECT_EQ(refusalText(shop.prePayment({.card = unknown}, u"1.00"_s)), "404 Карта не найдена");
 }
 
 TEST(StandSpending, MovesThePointsAndTellsTheDiscountOfEachPosition)
 {
-    const Shop shop;
+    Shop shop;
     const auto reply = shop.forcePayment({.number = u"42"_s, .items = {{1, 75}, {2, 25}}}, u"20.00"_s);
     EXPECT_EQ(reply.status, 200);
     EXPECT_EQ(reply.json(), json(u"{'data':{'receipt_number':'42','newRecipientDetails':["
@@ -87,7 +86,7 @@ TEST(StandSpending, MovesThePointsAndTellsTheDiscountOfEachPosition)
 
 TEST(StandSpending, SpreadsADiscountThatDoesNotDivideToTheLastHundredthWithinTheLimits)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_THAT(discounts(shop.forcePayment({.items = {{1, 10}, {2, 10}, {3, 10}}}, u"10.00"_s)),
                 ElementsAre(333, 333, 334));
     // All that is allowed: every position is at its limit.
@@ -98,7 +97,7 @@ TEST(StandSpending, SpreadsADiscountThatDoesNotDivideToTheLastHundredthWithinThe
 
 TEST(StandSpending, TellsMoneyWhenTenPointsAreOneOfMoney)
 {
-    const Shop shop({u"--ratio"_s, u"10:1"_s});
+    Shop shop({u"--ratio"_s, u"10:1"_s});
     EXPECT_THAT(discounts(shop.forcePayment({.items = {{1, 30}, {2, 10}}}, u"100.00"_s)),
                 ElementsAre(750, 250));
     EXPECT_EQ(shop.balance(), 20000);
@@ -111,7 +110,7 @@ TEST(StandSpending, TellsMoneyWhenTenPointsAreOneOfMoney)
 
 TEST(StandSpending, OfMoreThanTheBalanceIsRefused)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_EQ(refusalText(shop.forcePayment({.items = {{1, 1000}}}, u"300.01"_s)),
               "422 Недостаточно бонусов на карте");
     EXPECT_EQ(shop.forcePayment({.items = {{1, 1000}}}, u"300.00"_s).status, 200);
@@ -122,17 +121,17 @@ TEST(StandSpending, OfMoreThanTheBalanceIsRefused)
 
 TEST(StandSpending, OfMoreThanTheLimitsAllowIsRefused)
 {
-    const Shop shop;
+    Shop shop;
     EXPECT_EQ(refusalText(shop.forcePayment({}, u"50.01"_s)), "422 Сумма списания больше допустимой");
     EXPECT_EQ(shop.forcePayment({}, u"50.00"_s).status, 200);
-    const Shop other({u"--spend-percent"_s, u"20"_s});
+    Shop other({u"--spend-percent"_s, u"20"_s});
     EXPECT_EQ(refusalText(other.forcePayment({}, u"20.01"_s)), "422 Сумма списания больше допустимой");
     EXPECT_EQ(other.forcePayment({}, u"20.00"_s).status, 200);
 }
 
 TEST(StandSpending, OfNothingOrLessIsRefused)
 {
-    const Shop shop;
+    Shop shop;
     for (const auto& points : {u"0"_s, u"0.00"_s, u"-5.00"_s}) {
         EXPECT_EQ(refusalText(shop.forcePayment({}, points)), "422 Сумма списания должна быть больше нуля");
         EXPECT_EQ(refusalText(shop.payment({}, points)), "422 Сумма списания должна быть больше нуля");
@@ -142,7 +141,7 @@ TEST(StandSpending, OfNothingOrLessIsRefused)
 
 TEST(StandSpending, NeedsAnActiveCard)
 {
-    const Shop shop;
+    Shop shop;
     for (const auto* operation : {"force-payment-c2b", "payment-c2b"}) {
         const auto refusedFor = [&](const QString& card) {
             return refusalText(shop.post(operation, standtest::spending({.card = card}, u"1.00"_s)));
@@ -157,7 +156,7 @@ TEST(StandSpending, NeedsAnActiveCard)
 
 TEST(StandSpending, RoundsSumsToHundredthsHalfAwayFromZero)
 {
-    const Shop shop({u"--spend-percent"_s, u"100"_s});
+    Shop shop({u"--spend-percent"_s, u"100"_s});
     EXPECT_THAT(limits(shop.prePayment({.items = {{1, 1.005}, {2, 0.285}, {3, 2.0049}}}, u"0.00"_s)),
                 ElementsAre(101, 29, 200));
 }
