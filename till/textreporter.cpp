@@ -85,8 +85,8 @@ void TextReporter::printDialog(const ShownDialog& dialog)
         const QString mark = i == dialog.chosen ? u"▸"_s : u" "_s;
         m_out << cashierIndent << mark << u' ' << i + 1 << u". "_s << printable(dialog.items[i]) << u'\n';
     }
-    if (dialog.chosen < 0)
-        m_out << cashierIndent << u"Список закрыт"_s << u'\n';
+    if (!dialog.outcome.isEmpty())
+        m_out << cashierIndent << printable(dialog.outcome) << u'\n';
 }
 
 void TextReporter::printTrace(const QList<TraceEntry>& trace)
