@@ -37,6 +37,7 @@ int runFiles(const till::Options& options, const Config& config, till::Trace& tr
         scenarios.append(till::readScenario(file, config));
 
     till::ScenarioClock clock;
+    QList<till::Summary> summaries;
     bool allWell = true;
     for (const till::Scenario& scenario : scenarios) {
         till::Till till(partsOf(options), scenario.config, nullptr);
@@ -45,9 +46,14 @@ int runFiles(const till::Options& options, const Config& config, till::Trace& tr
         till::Player player(till, trace, reporter, &clock);
         for (const till::Step& step : scenario.steps)
             player.play(step);
-        reporter.end(scenario.fileName, player.tally());
-        allWell = allWell && player.tally().failed == player.tally().allowed;
+        summaries.append(till::summaryOf(till));
+        summaries.last().fileName = scenario.fileName;
+        reporter.preparations(trace.take());
+        reporter.end(summaries.last(), player.tally());
+        const bool agrees = summaries.last().differences.value_or(QStringList()).isEmpty();
+        allWell = allWell && agrees && player.tally().failed == player.tally().allowed;
     }
+    reporter.total(summaries);
     return allWell ? 0 : exitFailed;
 }
 

@@ -7,24 +7,18 @@ namespace till::plays {
 
 namespace {
 
-/// Spreads the discount over the positions as the service said.
-void apply(const BonusImpact& impact, const Document& receipt)
-{
-    for (const auto& [position, sum] : impact.getPositionSums()) {
-        if (const auto item = receipt.getGoodsItemByPosnum(position))
-            item->setBonusImpactSum(item->getBonusImpactSum() + sum);
-    }
-}
-
 /// What the loyalty system has to do before the receipt may be closed.
 Outcome settle(Till& till, const QSharedPointer<Document>& receipt)
 {
     Outcome outcome{.ok = true};
     if (receipt->getDocumentType() == SaleReceipt) {
+        const int waiting = till.queue().waitingCount();
         const bool known = till.loyalty().hasPointsForEarn();
         outcome.value = till.loyalty().getPointsForEarn();
         if (known)
             outcome.screen = {u"Начислено баллов: "_s + screen::amount(outcome.value.toDouble())};
+        else if (till.queue().waitingCount() > waiting)
+            outcome.screen = {u"Баллы будут начислены позже"_s};
         till.save(); // with the numbers that the service knows the earning by
     }
     if (!till.loyalty().commit(receipt))
@@ -56,8 +50,7 @@ Outcome spendPoints(Till& till, const QVariantMap& members)
     const double points = loyalty.getPointsForSpend(receipt);
     if (!loyalty.spendPoints())
         return failed(loyalty, points);
-    apply(*loyalty.getBonusImpacts().last(), *receipt);
-    till.save();
+    till.applyImpacts();
     return {.ok = true, .value = points, .screen = screen::receipt(*receipt)};
 }
 
@@ -65,6 +58,8 @@ Outcome cancel(Till& till, const QVariantMap& /*members*/)
 {
     if (!till.loyalty().cancel())
         return failed(till.loyalty());
+    if (till.receipt())
+        till.applyImpacts(); // none are left
     return {.ok = true, .screen = {u"Данные о баллах сброшены"_s}};
 }
 

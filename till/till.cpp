@@ -18,6 +18,7 @@ namespace {
 // How far the closing of a receipt has come, kept with the receipt itself.
 const QString ownName = u"Till"_s;
 const QString stage = u"stage"_s;
+const QString applied = u"appliedImpacts"_s;
 const QString settled = u"settled"_s;     // the loyalty system has done its part
 const QString abandoned = u"abandoned"_s; // the cashier wants to be rid of it
 
@@ -34,6 +35,14 @@ QString messageGroup()
 bool isAt(const QSharedPointer<Document>& receipt, const QString& point)
 {
     return receipt && receipt->getPluginData(ownName, stage, {}).toString() == point;
+}
+
+void apply(const BonusImpact& impact, const Document& receipt)
+{
+    for (const auto& [position, sum] : impact.getPositionSums()) {
+        if (const auto item = receipt.getGoodsItemByPosnum(position))
+            item->setBonusImpactSum(item->getBonusImpactSum() + sum);
+    }
 }
 
 void saveReceipt(const QSharedPointer<Document>& receipt)
@@ -138,6 +147,7 @@ QString Till::recover()
         abandon();
         return name + u" отменялся: отмена завершена"_s;
     }
+    applyImpacts();
     return u"Найден открытый чек "_s + receipt->getIdentifier();
 }
 
@@ -158,6 +168,19 @@ void Till::open(const QSharedPointer<Document>& receipt)
 }
 
 void Till::save() const { saveReceipt(m_receipt); }
+
+// The plug-in saves the receipt when the points are spent, so a power cut may come before they are a
+// discount.
+void Till::applyImpacts() const
+{
+    const auto& impacts = loyalty().getBonusImpacts();
+    for (qsizetype i = m_receipt->getPluginData(ownName, applied, 0).toInt(); i < impacts.size(); ++i) {
+        if (impacts[i])
+            apply(*impacts[i], *m_receipt);
+    }
+    m_receipt->setPluginData(ownName, applied, static_cast<int>(impacts.size()));
+    save();
+}
 
 void Till::markSettled() const
 {

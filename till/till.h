@@ -47,6 +47,8 @@ public:
     void open(const QSharedPointer<Document>& receipt);
     /// Saves the current receipt after a change.
     void save() const;
+    /// Gives the positions what the plug-in's bonus impacts say and they do not have yet, and saves.
+    void applyImpacts() const;
     /// Notes on the current receipt that the loyalty system has done its part, and saves it: after a power
     /// cut it is not asked again.
     void markSettled() const;
