@@ -25,23 +25,35 @@ std::unique_ptr<till::Reporter> reporterFor(const till::Options& options, QTextS
     return std::make_unique<till::TextReporter>(out, colours);
 }
 
+till::Parts partsOf(const till::Options& options)
+{
+    return {options.pluginFile, options.standProgram, options.dataDirectory};
+}
+
 int runFiles(const till::Options& options, const Config& config, till::Trace& trace, till::Reporter& reporter)
 {
     QList<till::Scenario> scenarios; // all are read first: nothing is played beside a file with mistakes
     for (const QString& file : options.files)
         scenarios.append(till::readScenario(file, config));
 
+    till::ScenarioClock clock;
+    QList<till::Summary> summaries;
     bool allWell = true;
     for (const till::Scenario& scenario : scenarios) {
-        till::Till till({options.pluginFile, options.standProgram}, scenario.config, nullptr);
+        till::Till till(partsOf(options), scenario.config, nullptr);
         reporter.begin(scenario.name, scenario.fileName);
         reporter.preparations(trace.take());
-        till::Player player(till, trace, reporter);
+        till::Player player(till, trace, reporter, &clock);
         for (const till::Step& step : scenario.steps)
             player.play(step);
-        reporter.end(scenario.fileName, player.tally());
-        allWell = allWell && player.tally().failed == player.tally().allowed;
+        summaries.append(till::summaryOf(till));
+        summaries.last().fileName = scenario.fileName;
+        reporter.preparations(trace.take());
+        reporter.end(summaries.last(), player.tally());
+        const bool agrees = summaries.last().differences.value_or(QStringList()).isEmpty();
+        allWell = allWell && agrees && player.tally().failed == player.tally().allowed;
     }
+    reporter.total(summaries);
     return allWell ? 0 : exitFailed;
 }
 
@@ -51,9 +63,9 @@ int runShell(const till::Options& options, const Config& config, till::Trace& tr
     QTextStream in(stdin);
     QTextStream& talk = options.json ? err : out; // then only the steps' lines may go to the standard output
     TerminalFrontend terminal(in, talk);
-    till::Till till({options.pluginFile, options.standProgram}, config, &terminal);
+    till::Till till(partsOf(options), config, &terminal);
     reporter.preparations(trace.take());
-    till::Player player(till, trace, reporter);
+    till::Player player(till, trace, reporter, nullptr);
     till::Shell(in, talk, isatty(STDIN_FILENO) == 1).run(player);
     return 0;
 }

@@ -86,13 +86,17 @@ std::variant<Options, Text> readOptions(const QStringList& arguments)
                                     u"FILE"_s, besideProgram(u"../lib/libKYRLoyalty.so"_s));
     const QCommandLineOption stand(u"stand"_s, u"The stand, instead of the one beside this program."_s,
                                    u"FILE"_s, besideProgram(u"stand"_s));
+    const QCommandLineOption data(u"data-dir"_s,
+                                  u"Keep receipts, queue and the stand's books here, instead of in a folder "
+                                  u"of the moment."_s,
+                                  u"DIR"_s);
     const QCommandLineOption json(u"json"_s, u"Print one line of JSON for each step and nothing else."_s);
     const QCommandLineOption verbose(
         u"verbose"_s, u"Show debug lines and the exchanges with the service too; with --json on stderr."_s);
     // Not addHelpOption(), which brings a list of Qt's own options as well.
     const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this help."_s);
     const QCommandLineOption version({u"v"_s, u"version"_s}, u"Show the versions of the till and of Qt."_s);
-    parser.addOptions({config, serverUrl, plugin, stand, json, verbose, help, version});
+    parser.addOptions({config, serverUrl, plugin, stand, data, json, verbose, help, version});
 
     if (!parser.parse(arguments))
         throw UsageError(u"till: %1 See till --help."_s.arg(parser.errorText()));
@@ -110,6 +114,9 @@ std::variant<Options, Text> readOptions(const QStringList& arguments)
         options.serverUrl = checkedUrl(parser.value(serverUrl));
     options.pluginFile = parser.value(plugin);
     options.standProgram = parser.value(stand);
+    options.dataDirectory = parser.value(data);
+    if (parser.isSet(data) && options.dataDirectory.isEmpty())
+        throw UsageError(u"till: --data-dir: expected a folder; see till --help"_s);
     options.json = parser.isSet(json);
     options.verbose = parser.isSet(verbose);
     return options;

@@ -18,6 +18,7 @@ struct Options
     QString serverUrl;  ///< empty: as configured
     QString pluginFile;
     QString standProgram;
+    QString dataDirectory; ///< empty: a new one for each scenario, or for the shell
     bool json = false;
     bool verbose = false;
 };

@@ -1,6 +1,9 @@
 #include "till/player.h"
 
 #include "host/utils/basicexception.h"
+#include "till/usageerror.h"
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -10,9 +13,11 @@ namespace {
 
 Outcome outcomeOf(Till& till, const Step& step)
 {
-    till.cashier().script(std::nullopt);
+    till.cashier().script({});
     try {
         return step.kind->play(till, step.members);
+    } catch (const UsageError&) {
+        throw; // no till to go on with
     } catch (const BasicException& failure) {
         return {.ok = false, .error = failure.tr().ru()};
     } catch (const std::exception& failure) {
@@ -33,14 +38,22 @@ QList<DocumentImpact::PositionSum> newestImpact(const BasicLoyaltySystem& loyalt
                                                 : impacts.last()->getPositionSums();
 }
 
-/// Messages waiting in the host's outgoing queue; the host keeps none yet.
-int queuedMessages() { return 0; }
-
 } // namespace
+
+void Player::passTime()
+{
+    using namespace std::chrono_literals;
+    if (!m_clock)
+        return;
+    m_clock->advance(5s);
+    if (std::exchange(m_openedBefore, m_till.openedReceipts()) != m_till.openedReceipts())
+        m_clock->advance(10min);
+}
 
 void Player::play(const Step& step)
 {
     const Outcome outcome = outcomeOf(m_till, step);
+    passTime();
     ++m_tally.steps;
     m_tally.failed += outcome.ok ? 0 : 1;
     m_tally.allowed += !outcome.ok && step.mayFail ? 1 : 0;
@@ -52,7 +65,7 @@ void Player::play(const Step& step)
                      .points = m_till.loyalty().currentPointsForSpend(),
                      .balance = balance(m_till),
                      .impacts = newestImpact(m_till.loyalty()),
-                     .queued = queuedMessages(),
+                     .queued = m_till.queue().waitingCount(),
                      .trace = m_trace.take()});
 }
 

@@ -2,6 +2,7 @@
 
 #include "till/reporter.h"
 #include "till/scenario.h"
+#include "till/scenarioclock.h"
 #include "till/till.h"
 #include "till/trace.h"
 
@@ -11,11 +12,13 @@ namespace till {
 class Player
 {
 public:
-    /// All three stay the caller's and must outlive the player.
-    Player(Till& till, Trace& trace, Reporter& reporter)
+    /// All stay the caller's and must outlive the player. With a clock, each step takes its time on it;
+    /// without (null), the till has the real time.
+    Player(Till& till, Trace& trace, Reporter& reporter, ScenarioClock* clock)
         : m_till(till)
         , m_trace(trace)
         , m_reporter(reporter)
+        , m_clock(clock)
     {}
 
     /// Nothing that the plug-in throws comes out of here: it makes the step a failed one.
@@ -24,9 +27,13 @@ public:
     [[nodiscard]] const Tally& tally() const { return m_tally; }
 
 private:
+    void passTime();
+
     Till& m_till;
     Trace& m_trace;
     Reporter& m_reporter;
+    ScenarioClock* m_clock;
+    int m_openedBefore = 0;
     Tally m_tally;
 };
 

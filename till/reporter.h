@@ -3,6 +3,7 @@
 #include "host/core/documentimpact.h"
 #include "till/scriptedfrontend.h"
 #include "till/steps.h"
+#include "till/summary.h"
 #include "till/trace.h"
 
 #include <QList>
@@ -48,10 +49,12 @@ public:
     /// What went on before the first step.
     virtual void preparations(const QList<TraceEntry>& trace) = 0;
     virtual void step(const StepReport& report) = 0;
-    virtual void end(const QString& fileName, const Tally& tally) = 0;
+    virtual void end(const Summary& summary, const Tally& tally) = 0;
+    /// After the last file.
+    virtual void total(const QList<Summary>& summaries) = 0;
 };
 
-/// A line of JSON for each step, and nothing else.
+/// A line of JSON for each step, one with the summary for each file, and nothing else.
 class JsonReporter : public Reporter
 {
 public:
@@ -64,7 +67,8 @@ public:
     void begin(const QString& name, const QString& fileName) override;
     void preparations(const QList<TraceEntry>& trace) override;
     void step(const StepReport& report) override;
-    void end(const QString& fileName, const Tally& tally) override;
+    void end(const Summary& summary, const Tally& tally) override;
+    void total(const QList<Summary>& summaries) override;
 
 private:
     QTextStream& m_out;
@@ -83,7 +87,8 @@ public:
     void begin(const QString& name, const QString& fileName) override;
     void preparations(const QList<TraceEntry>& trace) override;
     void step(const StepReport& report) override;
-    void end(const QString& fileName, const Tally& tally) override;
+    void end(const Summary& summary, const Tally& tally) override;
+    void total(const QList<Summary>& summaries) override;
 
 private:
     enum class Colour { Bold = 1, Dim = 2, Red = 31, Green = 32, Yellow = 33 };

@@ -11,16 +11,6 @@ namespace till::screen {
 
 namespace {
 
-QString quantity(double value)
-{
-    QString text = QString::number(value, 'f', 3);
-    while (text.endsWith(u'0'))
-        text.chop(1);
-    if (text.endsWith(u'.'))
-        text.chop(1);
-    return text.replace(u'.', u',');
-}
-
 QString right(const QString& text, qsizetype columns)
 {
     return QString(std::max<qsizetype>(0, columns - width(text)), u' ') + text;
@@ -41,19 +31,42 @@ struct Row
     QString sum;
 };
 
+QString minus(double value) { return u"−"_s + amount(value); }
+
+QString sumText(const AbstractDocument& document)
+{
+    return document.getDocumentType() == ReturnReceipt ? u"К возврату"_s : u"К оплате"_s;
+}
+
+QString heading(const AbstractDocument& document)
+{
+    if (document.getDocumentType() != ReturnReceipt)
+        return u"Чек "_s + document.getIdentifier();
+    return u"Возврат %1 по чеку %2"_s.arg(document.getIdentifier(), document.getSaleDocumentId().toString());
+}
+
 QList<Row> rows(const AbstractDocument& document)
 {
     QList<Row> list;
+    double bonusDiscount = 0;
     const auto items = document.getGoodsItems();
     for (const auto& item : items) {
-        const double discount = item->getDiscountSum();
+        const double bonus = item->getBonusImpactSum();
+        const double discount = item->getDiscountSum() - bonus;
         list.append({QString::number(item->getPosnum()), item->getName(false),
                      quantity(item->getBquant()) + u" ×"_s, amount(item->getPrice()),
-                     amount(item->getSumb() + discount)});
+                     amount(item->getSumb() + item->getDiscountSum())});
         if (utils::toHundredths(discount) != 0)
-            list.append({{}, u"  скидка"_s, {}, {}, u"−"_s + amount(discount)});
+            list.append({{}, u"  скидка"_s, {}, {}, minus(discount)});
+        if (utils::toHundredths(bonus) != 0)
+            list.append({{}, u"  баллами"_s, {}, {}, minus(bonus)});
+        bonusDiscount += bonus;
     }
-    list.append({{}, u"Итого"_s, {}, {}, amount(document.getSum())});
+    list.append({{}, u"Итого"_s, {}, {}, amount(document.getSum() + bonusDiscount)});
+    if (utils::toHundredths(bonusDiscount) != 0) {
+        list.append({{}, u"Скидка баллами"_s, {}, {}, minus(bonusDiscount)});
+        list.append({{}, sumText(document), {}, {}, amount(document.getSum())});
+    }
     return list;
 }
 
@@ -86,7 +99,7 @@ QStringList receipt(const AbstractDocument& document)
         widen(widest.price, row.price);
         widen(widest.sum, row.sum);
     }
-    QStringList lines{u"Чек "_s + document.getIdentifier()};
+    QStringList lines{heading(document)};
     for (const Row& row : all) {
         const QStringList cells{right(row.posnum, widest.posnum.size()), left(row.name, widest.name.size()),
                                 right(row.quantity, widest.quantity.size()),
@@ -94,6 +107,12 @@ QStringList receipt(const AbstractDocument& document)
         lines.append(u"%1  %2  %3 %4  %5"_s.arg(cells[0], cells[1], cells[2], cells[3], cells[4]));
     }
     return lines;
+}
+
+QString closing(const AbstractDocument& document)
+{
+    const QString done = document.getDocumentType() == ReturnReceipt ? u"возвращено "_s : u"оплачено "_s;
+    return heading(document) + u": "_s + done + amount(document.getSum());
 }
 
 QStringList customer(const DocumentCardRecord& record)
@@ -119,6 +138,16 @@ QString amount(double value)
     for (qsizetype at = digits.size() - 6; at > 0; at -= 3)
         digits.insert(at, u' ');
     return hundredths < 0 ? u"−"_s + digits : digits;
+}
+
+QString quantity(double value)
+{
+    QString text = QString::number(value, 'f', 3);
+    while (text.endsWith(u'0'))
+        text.chop(1);
+    if (text.endsWith(u'.'))
+        text.chop(1);
+    return text.replace(u'.', u',');
 }
 
 qsizetype width(const QString& text)

@@ -8,14 +8,20 @@
 /// What the cashier's screen shows, as lines of text in Russian.
 namespace till::screen {
 
-/// Positions and sum, in columns.
+/// Positions, discounts and sums, in columns.
 QStringList receipt(const AbstractDocument& document);
+
+/// What the customer paid or gets back.
+QString closing(const AbstractDocument& document);
 
 /// Whose card it is, its status when it is not active, and its balance.
 QStringList customer(const DocumentCardRecord& record);
 
 /// "1 234,50".
 QString amount(double value);
+
+/// "2" or "0,352".
+QString quantity(double value);
 
 /// How many columns of a terminal the text takes; a Cyrillic letter takes one, an ideograph two.
 qsizetype width(const QString& text);

@@ -14,8 +14,16 @@ namespace till {
 struct ShownDialog
 {
     QString title;
-    QStringList items; ///< with card and phone numbers masked
-    int chosen = -1;   ///< index in the items; -1: closed
+    QStringList items = {}; ///< with card and phone numbers masked; none when a text was asked for
+    int chosen = -1;        ///< index in the items; -1: none
+    QString outcome = {};   ///< in words, when it is not a chosen item; never what was entered
+};
+
+/// How the cashier answers the dialogs of a step; what is not there is not scripted.
+struct Script
+{
+    std::optional<int> choice = {};   ///< the index chosen from the next list, -1 to close it
+    std::optional<QString> text = {}; ///< what is entered into the next field
 };
 
 /// Answers dialogs as the step's script says. What the script does not answer goes to the fallback; without
@@ -29,11 +37,10 @@ public:
         : m_fallback(fallback)
     {}
 
-    /// For the next step: forgets what was shown and scripted before. `choice` is the index that the cashier
-    /// chooses from the next list, -1 to close it; none: not scripted.
-    void script(std::optional<int> choice);
+    /// For the next step: forgets what was shown and scripted before.
+    void script(const Script& script);
 
-    /// The lists answered from the script or closed since then; those of the fallback it showed itself.
+    /// The dialogs answered from the script or closed since then; those of the fallback it showed itself.
     [[nodiscard]] const QList<ShownDialog>& shown() const { return m_shown; }
 
     /// Throws std::out_of_range when the scripted index is not in the list.
@@ -42,7 +49,7 @@ public:
 
 private:
     DialogFrontend* m_fallback;
-    std::optional<int> m_choice;
+    Script m_script;
     QList<ShownDialog> m_shown;
 };
 

@@ -3,6 +3,9 @@
 #include "till/usageerror.h"
 
 #include <QDeadlineTimer>
+#include <QFile>
+#include <QTextStream>
+#include <QUrl>
 
 using namespace Qt::StringLiterals;
 
@@ -12,20 +15,32 @@ namespace {
 
 constexpr int patience = 10'000; // milliseconds for the start, and again for the end
 
+QStringList argumentsOf(const StandSetup& setup)
+{
+    QStringList arguments{u"--until-eof"_s, u"--port"_s, QString::number(setup.port), u"--user"_s,
+                          StandProcess::user(), u"--data"_s, setup.dataFile,
+                          // known beforehand, so that a scenario can enter it
+                          u"--sms-code"_s, u"1234"_s};
+    if (!setup.ratio.isEmpty())
+        arguments += {u"--ratio"_s, setup.ratio};
+    return arguments;
+}
+
 } // namespace
 
 QString StandProcess::user() { return u"shop"_s; }
 
 QString StandProcess::password() { return u"secret-of-the-shop"_s; }
 
-StandProcess::StandProcess(const QString& program)
+StandProcess::StandProcess(const StandSetup& setup)
+    : m_logFile(setup.logFile)
 {
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"KYR_STAND_PASSWORD"_s, password()); // not an argument, for everybody sees those
     m_process.setProcessEnvironment(environment);
-    // What it complains of is the administrator's to read; a pipe that nobody empties would stop it.
-    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_process.start(program, {u"--until-eof"_s, u"--port"_s, u"0"_s, u"--user"_s, user()});
+    // A pipe that nobody empties would stop it.
+    m_process.setStandardErrorFile(m_logFile);
+    m_process.start(setup.program, argumentsOf(setup));
     waitForUrl();
     if (m_url.isEmpty()) {
         const QString reason = m_process.error() == QProcess::FailedToStart ? m_process.errorString()
@@ -34,18 +49,40 @@ StandProcess::StandProcess(const QString& program)
                                    : u"it did not say where it listens"_s;
         m_process.kill();
         m_process.waitForFinished(patience);
+        tellComplaints();
         throw UsageError(u"%1: the stand cannot be started: %2; name its program with --stand, or a service "
-                         "with --server-url"_s.arg(program, reason));
+                         "with --server-url"_s.arg(setup.program, reason));
     }
 }
 
 StandProcess::~StandProcess()
+{
+    stop();
+    tellComplaints();
+}
+
+int StandProcess::port() const { return QUrl(m_url).port(); }
+
+void StandProcess::stop()
 {
     m_process.closeWriteChannel();
     if (m_process.waitForFinished(patience))
         return;
     m_process.kill();
     m_process.waitForFinished(patience);
+}
+
+void StandProcess::tellComplaints() const
+{
+    QFile log(m_logFile);
+    if (!log.open(QIODevice::ReadOnly))
+        return;
+    QTextStream err(stderr);
+    while (!log.atEnd()) {
+        const QString line = QString::fromUtf8(log.readLine());
+        if (!line.startsWith(u"stand: code "_s))
+            err << line;
+    }
 }
 
 void StandProcess::waitForUrl()

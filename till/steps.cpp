@@ -1,7 +1,6 @@
 #include "till/steps.h"
 
-#include "till/screen.h"
-#include "till/till.h"
+#include "till/stepplays.h"
 
 #include <algorithm>
 
@@ -10,78 +9,6 @@ using namespace Qt::StringLiterals;
 namespace till {
 
 namespace {
-
-/// The current receipt; every step but those that open one needs it.
-QSharedPointer<Document> receiptOf(const Till& till)
-{
-    if (!till.receipt())
-        throw std::runtime_error("Чек не открыт: сначала откройте его шагом openSale");
-    return till.receipt();
-}
-
-Outcome failed(const BasicLoyaltySystem& loyalty, const QVariant& value = {})
-{
-    return {.ok = false, .value = value, .error = loyalty.getLastErrorString().ru()};
-}
-
-Outcome openSale(Till& till, const QVariantMap& members)
-{
-    const auto receipt = QSharedPointer<Document>::create(SaleReceipt, members.value(u"id"_s).toString());
-    int posnum = 0;
-    const QVariantList positions = members.value(u"positions"_s).toList();
-    for (const QVariant& entry : positions) {
-        const QVariantMap position = entry.toMap();
-        const auto item = QSharedPointer<GoodsItem>::create(
-            ++posnum, position.value(u"articul"_s).toString(), position.value(u"name"_s).toString(),
-            position.value(u"price"_s).toDouble(), position.value(u"quantity"_s).toDouble());
-        item->setDiscount(position.value(u"discount"_s).toDouble());
-        receipt->addGoodsItem(item);
-    }
-    till.open(receipt);
-    return {.ok = true, .screen = screen::receipt(*receipt)};
-}
-
-Outcome identify(Till& till, const QString& number)
-{
-    const auto receipt = receiptOf(till);
-    auto record = QSharedPointer<DocumentCardRecord>::create(KyrLoyaltySystem, number);
-    if (!till.loyalty().identifyByCard(record, ECardNumberType::Typed))
-        return failed(till.loyalty(), number);
-    receipt->setCardRecord(record);
-    receipt->setFlag(LoyaltyCardPresented);
-    return {.ok = true, .value = number, .screen = screen::customer(*record)};
-}
-
-Outcome identifyByCard(Till& till, const QVariantMap& members)
-{
-    return identify(till, members.value(u"card"_s).toString());
-}
-
-Outcome identifyByPhone(Till& till, const QVariantMap& members)
-{
-    receiptOf(till); // nobody looks for a card that could not be put anywhere
-    const QVariant choose = members.value(u"choose"_s);
-    till.cashier().script(choose.isValid() ? std::optional(choose.toInt()) : std::nullopt);
-    const loyalty::CardNumberResult found = till.loyalty().getCardNumber(
-        {.kind = loyalty::CardNumberInputData::PhoneNumber, .text = members.value(u"phone"_s).toString()});
-    if (!found.success)
-        return {.ok = false, .error = found.error.ru()};
-    if (found.cardNumber.isEmpty())
-        return {.ok = true, .screen = {u"Карта не выбрана"_s}};
-    return identify(till, found.cardNumber);
-}
-
-Outcome getCardInfo(Till& till, const QVariantMap& /*members*/)
-{
-    receiptOf(till);
-    auto record = till.card();
-    if (!record)
-        throw std::runtime_error(
-            "В чеке нет карты: сначала найдите её шагом identifyByCard или identifyByPhone");
-    if (!till.loyalty().getCardInfo(record, ECardNumberType::Typed))
-        return failed(till.loyalty());
-    return {.ok = true, .screen = screen::customer(*record)};
-}
 
 QList<Member> positionMembers()
 {
@@ -96,6 +23,16 @@ QList<Member> positionMembers()
     };
 }
 
+QList<Member> returnMembers()
+{
+    using enum Member::Type;
+    using enum Member::Need;
+    return {
+        {u"posnum"_s, Integer, Required, u"the position's number in the sale, from 1"_s},
+        {u"quantity"_s, Number, Required, u"units"_s},
+    };
+}
+
 QList<StepKind> table()
 {
     using enum Member::Type;
@@ -105,17 +42,38 @@ QList<StepKind> table()
          u"open a sale receipt"_s,
          {{u"id"_s, Text, Required, u"the receipt's identifier"_s},
           {u"positions"_s, List, Required, u"what is sold, numbered from 1"_s, positionMembers()}},
-         openSale},
+         plays::openSale},
         {u"identifyByCard"_s,
          u"present a card by its number"_s,
          {{u"card"_s, Text, Required, u"the card number"_s}},
-         identifyByCard},
+         plays::identifyByCard},
         {u"identifyByPhone"_s,
          u"find the customer's card by phone number"_s,
          {{u"phone"_s, Text, Required, u"digits only, such as 79001234567"_s},
           {u"choose"_s, Integer, Optional, u"which card of a list, from 0; -1 closes the list"_s}},
-         identifyByPhone},
-        {u"getCardInfo"_s, u"ask again for the card on the receipt"_s, {}, getCardInfo},
+         plays::identifyByPhone},
+        {u"getCardInfo"_s, u"ask again for the card on the receipt"_s, {}, plays::getCardInfo},
+        {u"request"_s, u"ask how many points may be spent"_s, {}, plays::request},
+        {u"spendPoints"_s,
+         u"spend points as a discount"_s,
+         {{u"points"_s, Number, Required, u"points that the customer wants to spend"_s},
+          {u"code"_s, Text, Optional, u"what is entered when a code is asked for; without it, nothing is"_s}},
+         plays::spendPoints},
+        {u"cancel"_s, u"forget the points of the receipt without undoing anything"_s, {}, plays::cancel},
+        {u"rollback"_s, u"undo what was done for the receipt and abandon it"_s, {}, plays::rollback},
+        {u"pay"_s, u"close the receipt, a sale or a return"_s, {}, plays::pay},
+        {u"openReturn"_s,
+         u"open a return of a closed sale"_s,
+         {{u"id"_s, Text, Required, u"the return's identifier"_s},
+          {u"of"_s, Text, Required, u"the sale's identifier"_s},
+          {u"positions"_s, List, Required, u"what comes back"_s, returnMembers()}},
+         plays::openReturn},
+        {u"deliver"_s, u"send the messages of the outgoing queue"_s, {}, plays::deliver},
+        {u"service"_s,
+         u"stop or start the stand of this till"_s,
+         {{u"up"_s, Flag, Required, u"false: the service cannot be reached from now on"_s}},
+         plays::service},
+        {u"restart"_s, u"lose everything that is not on disk and come back"_s, {}, plays::restart},
     };
 }
 

@@ -1,6 +1,7 @@
 #include "till/reporter.h"
 
 #include "till/screen.h"
+#include "till/summarytable.h"
 
 using namespace Qt::StringLiterals;
 
@@ -67,15 +68,34 @@ void TextReporter::step(const StepReport& report)
     m_out << u'\n' << Qt::flush;
 }
 
-void TextReporter::end(const QString& fileName, const Tally& tally)
+void TextReporter::end(const Summary& summary, const Tally& tally)
 {
+    const QString& fileName = summary.fileName;
     QString line = u"%1: %2 steps, %3 failed"_s.arg(fileName, QString::number(tally.steps),
                                                     QString::number(tally.failed));
     if (tally.allowed > 0)
         line += tally.allowed == tally.failed ? u" as allowed"_s
                                               : u", %1 of them as allowed"_s.arg(tally.allowed);
-    m_out << painted(line, tally.failed > tally.allowed ? Colour::Red : Colour::Green) << u"\n\n"_s
-          << Qt::flush;
+    m_out << painted(line, tally.failed > tally.allowed ? Colour::Red : Colour::Green) << u'\n';
+    if (summary.differences) {
+        for (const QString& difference : *summary.differences)
+            m_out << painted(u"ledger differs: "_s + difference, Colour::Red) << u'\n';
+    }
+    m_out << Qt::endl;
+}
+
+void TextReporter::total(const QList<Summary>& summaries)
+{
+    const QStringList lines = summaryTable(summaries);
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const bool differs = i > 0 && i <= summaries.size() && ledgerText(summaries[i - 1]) == u"differs"_s;
+        const bool framing = i == 0 || i + 1 == lines.size();
+        m_out << (differs   ? painted(lines[i], Colour::Red)
+                  : framing ? painted(lines[i], Colour::Bold)
+                            : printable(lines[i]))
+              << u'\n';
+    }
+    m_out.flush();
 }
 
 void TextReporter::printDialog(const ShownDialog& dialog)
@@ -85,8 +105,8 @@ void TextReporter::printDialog(const ShownDialog& dialog)
         const QString mark = i == dialog.chosen ? u"▸"_s : u" "_s;
         m_out << cashierIndent << mark << u' ' << i + 1 << u". "_s << printable(dialog.items[i]) << u'\n';
     }
-    if (dialog.chosen < 0)
-        m_out << cashierIndent << u"Список закрыт"_s << u'\n';
+    if (!dialog.outcome.isEmpty())
+        m_out << cashierIndent << printable(dialog.outcome) << u'\n';
 }
 
 void TextReporter::printTrace(const QList<TraceEntry>& trace)

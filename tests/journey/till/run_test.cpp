@@ -14,7 +14,7 @@ namespace tilltest {
 
 namespace {
 
-const QString tour = QStringLiteral(SCENARIOS "/identify.json");
+const QString tour = QStringLiteral(SCENARIOS "/01-identify.json");
 
 /// The lines that hold none of these texts.
 QStringList without(const QByteArray& text, const QStringList& marks)
@@ -32,7 +32,7 @@ TEST(TillRun, TheTourOfIdentificationGoesAsPlanned)
     const Ran ran = run({u"run"_s, tour});
     EXPECT_EQ(ran.status, 0) << ran.err.toStdString();
     EXPECT_EQ(ran.err, "");
-    EXPECT_THAT(ran.out.toStdString(), HasSubstr("identify.json: 13 steps, 2 failed as allowed\n"));
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr("01-identify.json: 13 steps, 2 failed as allowed\n"));
 }
 
 TEST(TillRun, EachStepIsALineOfJsonWithExactlyItsMembers)

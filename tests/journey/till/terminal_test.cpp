@@ -16,7 +16,7 @@ namespace tilltest {
 
 namespace {
 
-const QString tour = QStringLiteral(SCENARIOS "/identify.json");
+const QString tour = QStringLiteral(SCENARIOS "/01-identify.json");
 
 /// What the till shows on a terminal.
 std::string shownOnTerminal(const QProcessEnvironment& environment)

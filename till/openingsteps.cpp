@@ -1,0 +1,132 @@
+#include "host/core/storage.h"
+#include "host/utils/money.h"
+#include "till/hostobjects.h"
+#include "till/screen.h"
+#include "till/stepplays.h"
+
+using namespace Qt::StringLiterals;
+
+namespace till::plays {
+
+namespace {
+
+QSharedPointer<AbstractDocument> stored(const QString& identifier)
+{
+    return hostObject<DocumentsDao>().loadDocument(identifier, false);
+}
+
+double bonusDiscount(const Document& receipt)
+{
+    double sum = 0;
+    const auto items = receipt.getGoodsItems();
+    for (const auto& item : items)
+        sum += item->getBonusImpactSum();
+    return sum;
+}
+
+/// A new receipt may push an unpaid one aside, but not one that points were spent on.
+void requireFree(const Till& till, const QString& identifier)
+{
+    const auto receipt = till.receipt();
+    if (receipt && utils::toHundredths(bonusDiscount(*receipt)) != 0 &&
+        receipt->getDocumentType() == SaleReceipt)
+        refuse(u"Чек %1 не закрыт, в нём списаны баллы: оплатите его или отмените шагом rollback"_s.arg(
+            receipt->getIdentifier()));
+    if (stored(identifier))
+        refuse(u"Чек %1 уже есть: номер чека не повторяется"_s.arg(identifier));
+}
+
+QSharedPointer<AbstractDocument> saleOf(const QString& identifier)
+{
+    auto sale = stored(identifier);
+    if (!sale)
+        refuse(u"Чека %1 нет среди закрытых: возврат не возможен"_s.arg(identifier));
+    if (sale->getDocumentType() != SaleReceipt)
+        refuse(u"Чек %1 — не продажа: возврат не возможен"_s.arg(identifier));
+    return sale;
+}
+
+/// What of a sum of the position goes back with a part of it.
+double part(double sum, double quantity, double whole)
+{
+    return utils::toHundredths(quantity * 10) == utils::toHundredths(whole * 10)
+               ? sum
+               : utils::roundToHundredths(sum * quantity / whole);
+}
+
+QSharedPointer<GoodsItem> returned(const GoodsItem& sold, double quantity)
+{
+    constexpr double noise = 1e-6; // far below the least quantity, a thousandth
+    const double whole = sold.getBquant();
+    if (!(quantity > noise))
+        refuse(u"Позиция %1: количество для возврата должно быть больше нуля"_s.arg(sold.getPosnum()));
+    if (quantity > whole + noise)
+        refuse(u"Позиция %1: к возврату %2, а продано %3"_s.arg(
+            QString::number(sold.getPosnum()), screen::quantity(quantity), screen::quantity(whole)));
+    auto item = QSharedPointer<GoodsItem>::create(sold.getPosnum(), sold.getArticul(), sold.getName(false),
+                                                  sold.getPrice(), quantity);
+    item->setDiscount(part(sold.getDiscount(), quantity, whole));
+    item->setBonusImpactSum(part(sold.getBonusImpactSum(), quantity, whole));
+    return item;
+}
+
+/// The return has a record of its own: the sale's stays what the service's operations are refused by.
+void takeCardOver(const AbstractDocument& sale, Document& receipt)
+{
+    const auto sold = sale.getCardRecord(KyrLoyaltySystem);
+    if (!sold)
+        return;
+    const auto record = QSharedPointer<DocumentCardRecord>::create(KyrLoyaltySystem, sold->getNumber());
+    record->setCardStatus(sold->getCardStatus());
+    receipt.setCardRecord(record);
+    receipt.setFlag(LoyaltyCardPresented);
+}
+
+} // namespace
+
+Outcome openSale(Till& till, const QVariantMap& members)
+{
+    const QString identifier = members.value(u"id"_s).toString();
+    requireFree(till, identifier);
+    const auto receipt = QSharedPointer<Document>::create(SaleReceipt, identifier);
+    int posnum = 0;
+    const QVariantList positions = members.value(u"positions"_s).toList();
+    for (const QVariant& entry : positions) {
+        const QVariantMap position = entry.toMap();
+        const auto item = QSharedPointer<GoodsItem>::create(
+            ++posnum, position.value(u"articul"_s).toString(), position.value(u"name"_s).toString(),
+            position.value(u"price"_s).toDouble(), position.value(u"quantity"_s).toDouble());
+        item->setDiscount(position.value(u"discount"_s).toDouble());
+        receipt->addGoodsItem(item);
+    }
+    till.open(receipt);
+    return {.ok = true, .screen = screen::receipt(*receipt)};
+}
+
+Outcome openReturn(Till& till, const QVariantMap& members)
+{
+    const QString identifier = members.value(u"id"_s).toString();
+    const QString of = members.value(u"of"_s).toString();
+    requireFree(till, identifier);
+    const auto sale = saleOf(of);
+    const auto receipt = QSharedPointer<Document>::create(ReturnReceipt, identifier);
+    receipt->setSaleDocumentId(of);
+    const QVariantList positions = members.value(u"positions"_s).toList();
+    for (const QVariant& entry : positions) {
+        const QVariantMap position = entry.toMap();
+        const int posnum = position.value(u"posnum"_s).toInt();
+        const auto sold = sale->getGoodsItemByPosnum(posnum);
+        if (!sold)
+            refuse(u"Позиции %1 нет в чеке %2"_s.arg(QString::number(posnum), of));
+        if (receipt->getGoodsItemByPosnum(posnum))
+            refuse(u"Позиция %1 указана дважды"_s.arg(posnum));
+        receipt->addGoodsItem(returned(*sold, position.value(u"quantity"_s).toDouble()));
+    }
+    if (positions.isEmpty())
+        refuse(u"В возврате нет ни одной позиции"_s);
+    takeCardOver(*sale, *receipt);
+    till.open(receipt);
+    return {.ok = true, .screen = screen::receipt(*receipt)};
+}
+
+} // namespace till::plays

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "till/steps.h"
+#include "till/till.h"
+
+/// What the steps of the table do. All of them may throw std::exception; the step then failed.
+namespace till::plays {
+
+// The customer.
+Outcome identifyByCard(Till& till, const QVariantMap& members);
+Outcome identifyByPhone(Till& till, const QVariantMap& members);
+Outcome getCardInfo(Till& till, const QVariantMap& members);
+
+// Opening a receipt.
+Outcome openSale(Till& till, const QVariantMap& members);
+Outcome openReturn(Till& till, const QVariantMap& members);
+
+// Points, and the end of a receipt.
+Outcome request(Till& till, const QVariantMap& members);
+Outcome spendPoints(Till& till, const QVariantMap& members);
+Outcome cancel(Till& till, const QVariantMap& members);
+Outcome rollback(Till& till, const QVariantMap& members);
+Outcome pay(Till& till, const QVariantMap& members);
+
+// The till itself.
+Outcome restart(Till& till, const QVariantMap& members);
+Outcome deliver(Till& till, const QVariantMap& members);
+Outcome service(Till& till, const QVariantMap& members);
+
+/// A failure that the till itself found, in Russian for the cashier.
+[[noreturn]] void refuse(const QString& text);
+/// The current receipt; throws when there is none.
+QSharedPointer<Document> receiptOf(const Till& till);
+/// The card on the current receipt; throws when there is none.
+QSharedPointer<DocumentCardRecord> cardOf(const Till& till);
+/// A failure of the plug-in's, in its own words.
+Outcome failed(const BasicLoyaltySystem& loyalty, const QVariant& value = {});
+
+} // namespace till::plays

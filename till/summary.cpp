@@ -1,0 +1,118 @@
+#include "till/summary.h"
+
+#include "host/core/storage.h"
+#include "host/network/restclient.h"
+#include "till/hostobjects.h"
+#include "till/reconciliation.h"
+#include "till/till.h"
+#include "till/usageerror.h"
+
+#include <QSet>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+QVariantMap askStand(const Till& till, const QString& page)
+{
+    const auto client = MockFactory<RestClient>::create();
+    client->get(QUrl(till.serviceUrl() + u"stand/"_s + page), {}, {});
+    if (client->getErrorCode() != 0)
+        throw UsageError(
+            u"the stand's %1 cannot be read (error %2)"_s.arg(page, QString::number(client->getErrorCode())));
+    return client->getResponse().toMap();
+}
+
+QSharedPointer<AbstractDocument> closedReceipt(const QString& identifier)
+{
+    return hostObject<DocumentsDao>().loadDocument(identifier, false);
+}
+
+/// The receipts that messages in the queue are about, a return's under its sale.
+QSet<QString> awaitedReceipts(const MessageQueue& queue)
+{
+    QSet<QString> receipts;
+    for (auto next = queue.after(0); next; next = queue.after(next->id))
+        receipts.insert(next->group);
+    return receipts;
+}
+
+BookedReceipt booked(const QString& identifier, const Till& till, const QSet<QString>& awaited)
+{
+    BookedReceipt receipt{.document = closedReceipt(identifier)};
+    receipt.closed = !receipt.document.isNull();
+    if (!receipt.closed && till.receipt() && till.receipt()->getIdentifier() == identifier)
+        receipt.document = till.receipt();
+    const bool isReturn = receipt.document && receipt.document->getDocumentType() == ReturnReceipt;
+    receipt.awaited =
+        awaited.contains(isReturn ? receipt.document->getSaleDocumentId().toString() : identifier);
+    return receipt;
+}
+
+/// The receipts of the till and of the ledger, each once.
+QStringList allReceipts(const Till& till, const Ledger& ledger)
+{
+    QStringList all = till.closedReceipts();
+    if (till.receipt())
+        all.append(till.receipt()->getIdentifier());
+    all += ledger.receipts();
+    all.removeDuplicates();
+    return all;
+}
+
+QStringList violations(const Till& till)
+{
+    QStringList found;
+    const QStringList broken = askStand(till, u"invariants"_s).value(u"violations"_s).toStringList();
+    for (const QString& violation : broken)
+        found.append(u"the ledger itself: "_s + violation);
+    return found;
+}
+
+/// Adds what the receipts of this till have moved.
+void addPoints(Summary& summary, const QStringList& receipts, const Ledger& ledger, const Ratio& ratio)
+{
+    const auto points = [&ratio](std::int64_t money) { return money * ratio.points / ratio.money; };
+    for (const QString& identifier : receipts) {
+        const auto document = closedReceipt(identifier);
+        const bool isSale = document->getDocumentType() == SaleReceipt;
+        const std::int64_t discount = points(bonusDiscountOf(*document));
+        summary.spent += isSale ? discount : -discount;
+        if (!isSale)
+            continue;
+        const auto earned = earnedBy(*document);
+        summary.earned += earned ? points(*earned) : ledger.receipt(identifier).earnedInPoints;
+    }
+}
+
+} // namespace
+
+Summary summaryOf(Till& till)
+{
+    const Ratio ratio = ratioOf(hostObject<Config>()).value_or(Ratio{});
+    Summary summary;
+    summary.receipts = static_cast<int>(till.closedReceipts().size());
+    summary.delivered = till.deliveredMessages();
+    summary.waiting = till.queue().waitingCount();
+    summary.parked = till.queue().parkedCount();
+    summary.queued = summary.delivered + summary.waiting + summary.parked;
+
+    QVariantMap page;
+    if (till.ownsService()) {
+        till.setServiceUp(true);
+        page = askStand(till, u"ledger"_s);
+        summary.differences = violations(till);
+    }
+    const Ledger ledger(page, ratio);
+    addPoints(summary, till.closedReceipts(), ledger, ratio);
+    if (summary.differences) {
+        const QSet<QString> awaited = awaitedReceipts(till.queue());
+        for (const QString& identifier : allReceipts(till, ledger))
+            *summary.differences += ledger.differences(identifier, booked(identifier, till, awaited));
+    }
+    return summary;
+}
+
+} // namespace till
