@@ -28,7 +28,7 @@ QMap<QString, QVariant> KyrLoyaltyInterface::getServerResponse(const QString& pa
         client->get(url, QJsonDocument(), headers);
     }
 
-    const QVariantMap answer = client->getResponse().toMap();
+    QVariantMap answer = client->getResponse().toMap();
     if (client->getErrorCode() <= 0)
         return answer;
 

@@ -47,19 +47,19 @@ public:
 
     /// Asks what may be spent on the current document and what it earns once `amount` points are spent: the
     /// points that the service allows, and the earning as a bonus record.
-    virtual std::pair<double, DocumentBonusRecord> prePayment(double amount) const;
+    [[nodiscard]] virtual std::pair<double, DocumentBonusRecord> prePayment(double amount) const;
     /// Spends `amount` points on the current document at once. The impact is the discount for the receipt.
-    virtual QSharedPointer<BonusImpact> forcePayment(double amount) const;
+    [[nodiscard]] virtual QSharedPointer<BonusImpact> forcePayment(double amount) const;
     /// Starts a spending that the customer confirms with a code from the service; gives its approval id, 0
     /// when the service names none.
-    virtual int payment(double amount) const;
+    [[nodiscard]] virtual int payment(double amount) const;
     /// Finishes such a spending; `code` goes to the service as it was entered.
-    virtual QSharedPointer<BonusImpact> confirmPayment(int approveId, const QString& code,
-                                                       double amount) const;
+    [[nodiscard]] virtual QSharedPointer<BonusImpact> confirmPayment(int approveId, const QString& code,
+                                                                     double amount) const;
 
     /// Awards points for the current document: online at once, else through the outgoing queue. The record is
     /// what was earned; from the queue nothing is known yet and it says nothing.
-    virtual DocumentBonusRecord earnPoints(bool online) const;
+    [[nodiscard]] virtual DocumentBonusRecord earnPoints(bool online) const;
     /// Undoes, for the current return receipt, the earning of its sale and the spending when there was one.
     /// Always through the outgoing queue.
     virtual void refusePayment() const;
@@ -68,7 +68,7 @@ public:
     virtual void cancel(bool online) const;
 
     /// The card numbers registered for a phone number, in the service's order; empty when there are none.
-    virtual QList<QString> getCardNumbers(const QString& phone) const;
+    [[nodiscard]] virtual QList<QString> getCardNumbers(const QString& phone) const;
 
     /// Reports the current document, closed without a card, through the outgoing queue. A return that leaves
     /// part of its sale takes two messages: the sale back, then what remains of it. Another type of document
@@ -77,27 +77,27 @@ public:
 
     /// Points to money and back, by the configured ratio. Both cut toward zero to whole hundredths, but for
     /// values within a ten-thousandth of a hundredth, which come back as they are.
-    virtual double bonusToMoney(double bonus) const;
-    virtual double moneyToBonus(double money) const;
+    [[nodiscard]] virtual double bonusToMoney(double bonus) const;
+    [[nodiscard]] virtual double moneyToBonus(double money) const;
 
     /// One exchange with the service: `path` is relative and never begins with "/", `body` is UTF-8 JSON and
     /// is not sent with Get. Returns the answer's JSON object, empty when the answer is none.
-    virtual QMap<QString, QVariant> getServerResponse(const QString& path, const QByteArray& body,
-                                                      RestMethod method) const;
+    [[nodiscard]] virtual QMap<QString, QVariant>
+    getServerResponse(const QString& path, const QByteArray& body, RestMethod method) const;
 
     /// The receipt object of the current document, with `addBonusImpact` as it was before the bonus discount.
     /// Gives the card record its operation ids when it has none.
-    virtual QVariantMap makeCheck(bool addBonusImpact) const;
+    [[nodiscard]] virtual QVariantMap makeCheck(bool addBonusImpact) const;
     /// The discount of `total` money with what the service's position list puts on each position.
-    virtual QSharedPointer<BonusImpact> prepareBonusImpact(const QList<QVariant>& positions,
-                                                           double total) const;
+    [[nodiscard]] virtual QSharedPointer<BonusImpact> prepareBonusImpact(const QList<QVariant>& positions,
+                                                                         double total) const;
     /// The bonus record of that amount (money) for the current document's card.
-    virtual DocumentBonusRecord prepareBonusRecord(double amount) const;
+    [[nodiscard]] virtual DocumentBonusRecord prepareBonusRecord(double amount) const;
 
     /// The receipt number under which the operation of that kind ("spend", "earn") was sent; empty when none
     /// is recorded.
-    virtual QString getOperationId(const QSharedPointer<DocumentCardRecord>& record,
-                                   const QString& kind) const;
+    [[nodiscard]] virtual QString getOperationId(const QSharedPointer<DocumentCardRecord>& record,
+                                                 const QString& kind) const;
     /// Records it, keeping the other kinds. Whoever calls saves the record.
     virtual void setOperationId(const QSharedPointer<DocumentCardRecord>& record, const QString& kind,
                                 const QString& id) const;
@@ -105,19 +105,20 @@ public:
     /// Queues one anonymous receipt: "sale", "back", "backfull" or "salepartial".
     virtual void sendAnonymousCheck(const QString& type) const;
     /// What remains of the sale that the current document returns a part of.
-    virtual QVariantMap makeAnonymousDocumentPartial() const;
+    [[nodiscard]] virtual QVariantMap makeAnonymousDocumentPartial() const;
     /// The document's positions and amount.
-    virtual QVariantMap makeAnonymousDocument(const QSharedPointer<AbstractDocument>& document) const;
+    [[nodiscard]] virtual QVariantMap
+    makeAnonymousDocument(const QSharedPointer<AbstractDocument>& document) const;
 
     /// The service's status of the card: 0 new, 1 registration not filled in, 3 active. A blocked card
     /// throws.
-    virtual int getCardStatus(const QString& cardNumber) const;
+    [[nodiscard]] virtual int getCardStatus(const QString& cardNumber) const;
 
     /// The headers of every request as the outgoing queue wants them, ordered by name.
-    QMap<QString, QVariant> getHeadersMap() const;
+    [[nodiscard]] QMap<QString, QVariant> getHeadersMap() const;
 
     /// The texts of a failed answer's error objects, in order; empty when there are none.
-    QList<QString> getErrorMessages(const QList<QVariant>& errors) const;
+    [[nodiscard]] QList<QString> getErrorMessages(const QList<QVariant>& errors) const;
 
     /// Queues the refusal of the spending or the earning that `record` holds the id of, as an operation of
     /// the current document, and records `receiptNumber` as the new id of that kind.
@@ -134,8 +135,8 @@ protected:
 
 private:
     /// Sends the body now and gives the "data" of the answer.
-    QVariantMap post(const QString& path, const QVariantMap& body) const;
-    QVariantMap postSpending(const QString& path, double amount) const;
+    [[nodiscard]] QVariantMap post(const QString& path, const QVariantMap& body) const;
+    [[nodiscard]] QVariantMap postSpending(const QString& path, double amount) const;
     /// Leaves the body to the outgoing queue.
     void enqueue(const QString& method, const QString& path, const QVariantMap& body) const;
 };

@@ -62,7 +62,7 @@ int KyrLoyaltyInterface::getCardStatus(const QString& cardNumber) const
         throw KyrLoyaltyException(texts::cardBlocked());
     if (status == ServiceStatus::New) {
         logger->debug(u"Получена карта со статусом 'Новая'. Изменение статуса на 'Не заполнена'"_s);
-        getServerResponse(paths::userAccount(cardNumber), {}, RestMethod::Get);
+        (void)getServerResponse(paths::userAccount(cardNumber), {}, RestMethod::Get);
     }
     return status; // as first read: this receipt still sees the card as new
 }

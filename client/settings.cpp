@@ -29,7 +29,7 @@ KyrLoyaltyInterface::~KyrLoyaltyInterface() = default;
 
 bool KyrLoyaltyInterface::init()
 {
-    Config& config = hostObject<Config>();
+    auto& config = hostObject<Config>();
 
     const QStringList ratio = config.getString(u"KYRLoyalty:bonusRatio"_s, u"1:1"_s).split(u':');
     if (ratio.size() != 2) {

@@ -21,7 +21,7 @@ DocumentBonusRecord KyrLoyaltyInterface::earnPoints(bool online) const
     }
     logger->info(u"Начисление бонусных баллов"_s);
     const QVariantMap data = post(paths::earnPoints, body);
-    const auto record = prepareBonusRecord(bonusToMoney(data.value(u"paymentBonus"_s).toDouble()));
+    auto record = prepareBonusRecord(bonusToMoney(data.value(u"paymentBonus"_s).toDouble()));
     logger->info(u"Начисление выполнено"_s);
     return record;
 }
@@ -58,7 +58,7 @@ void KyrLoyaltyInterface::cancel(bool online) const
     };
     if (online) {
         logger->info(u"Полная отмена транзакции списания бонусов по чеку"_s);
-        post(paths::cancelPayment, body);
+        (void)post(paths::cancelPayment, body); // accepted is all there is to know
     } else {
         logger->info(u"Полная отмена транзакции списания бонусов по чеку в режиме офлайн"_s);
         enqueue(u"POST"_s, paths::cancelPayment, body);

@@ -17,7 +17,7 @@ bool KyrLoyalty::hasPointsForEarn()
     } catch (const KyrLoyaltyException& failure) {
         // The receipt is paid either way, so this is no failure to show: the earning goes later.
         logFailure(failure);
-        client->earnPoints(false);
+        (void)client->earnPoints(false); // what it earns is known when it is delivered
         return false;
     }
     m_bonusRecords = distributeBonusRecord(document, record);
