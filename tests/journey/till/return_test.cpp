@@ -57,6 +57,18 @@ TEST(TillReturn, OfAReturnIsRefused)
               u"Чек R-2 — не продажа: возврат не возможен"_s);
 }
 
+TEST(TillReturn, WhatCameBackBeforeCannotComeBackAgain)
+{
+    const QByteArray one = R"({ "posnum": 2, "quantity": 1 })";
+    const QByteArray pay = R"(, { "do": "pay" }, )";
+    const QList<QJsonObject> lines =
+        linesOf(runJson(scenarioOfSteps(paidSale + ',' + returnOf(one) + pay + returnOf(one, "R-3") + pay +
+                                        returnOf(R"({ "posnum": 2, "quantity": 0.001 })", "R-4"))));
+    EXPECT_TRUE(lines.value(6).value(u"ok"_s).toBool());
+    EXPECT_EQ(lines.value(8).value(u"error"_s).toString(),
+              u"Позиция 2: к возврату 0,001, а из проданных 2 уже возвращено 2"_s);
+}
+
 TEST(TillReturn, DiscountsGoBackInProportionToTheQuantity)
 {
     const Files files;
