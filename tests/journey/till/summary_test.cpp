@@ -1,5 +1,6 @@
 #include "tests/journey/till/tillprocess.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -101,6 +102,20 @@ TEST(TillSummary, TheReceiptsOfEarlierRunsStillAgree)
     const Ran ran = runJson(scenarioOfSteps(saleOf("R-2")), there);
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(linesOf(ran).last().value(u"summary"_s).toObject().value(u"receipts"_s).toInt(), 0);
+}
+
+TEST(TillSummary, ARunInTheFolderOfAnotherGoesOnWithItsClock)
+{
+    const Files files;
+    const QStringList there{u"--data-dir"_s, files.path(u"data"_s)};
+    // Within the same second; the service knows a spending by the card and the second.
+    EXPECT_EQ(runJson(scenarioOfSteps(saleOf("R-1") + ',' + spendAndPay), there).status, 0);
+    const Ran ran = runJson(scenarioOfSteps(saleOf("R-2") + ',' + spendAndPay), there);
+    EXPECT_EQ(ran.status, 0) << ran.out.toStdString();
+    QFile clock(files.path(u"data/scenario-clock"_s));
+    ASSERT_TRUE(clock.open(QIODevice::ReadOnly));
+    const auto kept = QDateTime::fromString(QString::fromLatin1(clock.readAll().trimmed()), Qt::ISODate);
+    EXPECT_GE(QDateTime::currentDateTimeUtc().secsTo(kept), 2 * 600 + 8 * 5 - 60);
 }
 
 TEST(TillSummary, AStoppedStandIsAskedNevertheless)
