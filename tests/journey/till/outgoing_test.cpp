@@ -50,6 +50,15 @@ TEST(TillOutgoing, WhatWaitsIsSaidButIsNoDifference)
                 HasSubstr("        0   0,00    0,00       1          0        1  agrees\n"));
 }
 
+TEST(TillOutgoing, AReturnWaitsBehindItsSale)
+{
+    const Ran ran = runJson(scenarioOfSteps(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 },
+        { "do": "pay" }, { "do": "openReturn", "id": "R-2", "of": "R-1", "positions": [
+            { "posnum": 1, "quantity": 1 } ] }, { "do": "pay" })"));
+    EXPECT_EQ(ran.status, 0) << "what waits under the sale's name is no difference";
+    EXPECT_EQ(linesOf(ran).last().value(u"summary"_s).toObject().value(u"waiting"_s).toInt(), 2);
+}
+
 TEST(TillOutgoing, ARefusedMessageIsSaidWithTheServicesWords)
 {
     const Files files;

@@ -176,6 +176,16 @@ TEST(TillRestart, ARollbackThatWasCutShortIsFinished)
     EXPECT_EQ(linesOf(ran).value(1).value(u"balance"_s).toDouble(), 300);
 }
 
+TEST(TillRestart, APaidReceiptIsMarkedSettledBeforeItIsStored)
+{
+    const KeptTill till;
+    EXPECT_EQ(till.runSteps(sale + ',' + card + R"(, { "do": "pay" })").status, 0);
+    utils::setDataDirectory(till.directory());
+    const auto receipt = DocumentsDao().loadDocument(u"R-1"_s, false);
+    ASSERT_TRUE(receipt);
+    EXPECT_EQ(receipt->getPluginData(u"Till"_s, u"stage"_s, {}).toString(), u"settled"_s);
+}
+
 TEST(TillRestart, WhatIsSettledIsNotAskedForAgain)
 {
     const KeptTill till;
