@@ -1,4 +1,5 @@
 #include "host/core/terminalfrontend.h"
+#include "host/utils/datadirectory.h"
 #include "till/options.h"
 #include "till/player.h"
 #include "till/settings.h"
@@ -41,6 +42,8 @@ int runFiles(const till::Options& options, const Config& config, till::Trace& tr
     bool allWell = true;
     for (const till::Scenario& scenario : scenarios) {
         till::Till till(partsOf(options), scenario.config, nullptr);
+        const QString clockFile = utils::dataFile(u"scenario-clock"_s);
+        clock.goOnFrom(clockFile);
         reporter.begin(scenario.name, scenario.fileName);
         reporter.preparations(trace.take());
         till::Player player(till, trace, reporter, &clock);
@@ -50,6 +53,7 @@ int runFiles(const till::Options& options, const Config& config, till::Trace& tr
         summaries.last().fileName = scenario.fileName;
         reporter.preparations(trace.take());
         reporter.end(summaries.last(), player.tally());
+        clock.keepIn(clockFile);
         const bool agrees = summaries.last().differences.value_or(QStringList()).isEmpty();
         allWell = allWell && agrees && player.tally().failed == player.tally().allowed;
     }

@@ -54,12 +54,30 @@ double part(double sum, double quantity, double whole)
                : utils::roundToHundredths(sum * quantity / whole);
 }
 
-QSharedPointer<GoodsItem> returned(const GoodsItem& sold, double quantity)
+/// How much of the sale's position came back already, as far as this till remembers.
+double returnedBefore(const Till& till, const QString& sale, int posnum)
+{
+    double quantity = 0;
+    for (const QString& identifier : till.closedReceipts()) {
+        const auto receipt = stored(identifier);
+        const auto item =
+            receipt->getSaleDocumentId().toString() == sale ? receipt->getGoodsItemByPosnum(posnum) : nullptr;
+        quantity += item ? item->getBquant() : 0;
+    }
+    return quantity;
+}
+
+/// The part of the sold position that comes back now; `before` came back already.
+QSharedPointer<GoodsItem> returned(const GoodsItem& sold, double quantity, double before)
 {
     constexpr double noise = 1e-6; // far below the least quantity, a thousandth
     const double whole = sold.getBquant();
     if (!(quantity > noise))
         refuse(u"Позиция %1: количество для возврата должно быть больше нуля"_s.arg(sold.getPosnum()));
+    if (quantity > whole - before + noise && before > noise)
+        refuse(u"Позиция %1: к возврату %2, а из проданных %3 уже возвращено %4"_s.arg(
+            QString::number(sold.getPosnum()), screen::quantity(quantity), screen::quantity(whole),
+            screen::quantity(before)));
     if (quantity > whole + noise)
         refuse(u"Позиция %1: к возврату %2, а продано %3"_s.arg(
             QString::number(sold.getPosnum()), screen::quantity(quantity), screen::quantity(whole)));
@@ -120,7 +138,8 @@ Outcome openReturn(Till& till, const QVariantMap& members)
             refuse(u"Позиции %1 нет в чеке %2"_s.arg(QString::number(posnum), of));
         if (receipt->getGoodsItemByPosnum(posnum))
             refuse(u"Позиция %1 указана дважды"_s.arg(posnum));
-        receipt->addGoodsItem(returned(*sold, position.value(u"quantity"_s).toDouble()));
+        receipt->addGoodsItem(
+            returned(*sold, position.value(u"quantity"_s).toDouble(), returnedBefore(till, of, posnum)));
     }
     if (positions.isEmpty())
         refuse(u"В возврате нет ни одной позиции"_s);

@@ -29,10 +29,15 @@ Scenario files are JSON:
       { "do": "openSale", "id": "R-1", "positions": [] },
       { "do": "identifyByCard", "card": "2000000000017", "mayFail": true } ] }
 All steps are played, whatever fails. "config" goes over --server-url, and that over the
-configuration file. The shell's "help" lists the steps and their members.
+configuration file. The shell's "help" lists the steps and their members. The clock of a scenario
+starts at the real time and goes ten minutes with each receipt.
 
-Exit status: 0 all went well; 1 a step failed that was not marked "mayFail"; 2 wrong usage, or a
-file, the plug-in or the stand cannot be used. The shell's is 0 or 2.)"_s;
+At the end of each file the books of its own stand are compared with the till's receipts, and a
+table tells what was spent, earned (in points), queued and delivered.
+
+Exit status: 0 all went well; 1 a step failed that was not marked "mayFail", or the stand's books
+differ from the receipts; 2 wrong usage, or a file, the plug-in or the stand cannot be used. The
+shell's is 0 or 2.)"_s;
 }
 
 QString versionText()
@@ -90,7 +95,8 @@ std::variant<Options, Text> readOptions(const QStringList& arguments)
                                   u"Keep receipts, queue and the stand's books here, instead of in a folder "
                                   u"of the moment."_s,
                                   u"DIR"_s);
-    const QCommandLineOption json(u"json"_s, u"Print one line of JSON for each step and nothing else."_s);
+    const QCommandLineOption json(
+        u"json"_s, u"Print one line of JSON for each step, one for each file's summary, and nothing else."_s);
     const QCommandLineOption verbose(
         u"verbose"_s, u"Show debug lines and the exchanges with the service too; with --json on stderr."_s);
     // Not addHelpOption(), which brings a list of Qt's own options as well.

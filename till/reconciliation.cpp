@@ -80,6 +80,8 @@ QStringList Ledger::differences(const QString& identifier, const BookedReceipt& 
     const bool isReturn = document && !isSale;
 
     QStringList found;
+    if (record && !books.card.isEmpty() && books.card != card)
+        found.append(u"%1: card %2 in the ledger"_s.arg(heading, utils::maskNumbers(books.card)));
     // Unless the cancellation of an abandoned spending waits in the queue.
     if (isSale || !booked.awaited)
         found.append(difference(heading, u"spent"_s, isSale ? bonusDiscountOf(*document) : 0, books.spent));

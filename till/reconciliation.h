@@ -19,7 +19,7 @@ namespace till {
 struct BookedReceipt
 {
     /// As it was closed, or as it is open; null: abandoned, or never this till's.
-    QSharedPointer<AbstractDocument> document;
+    QSharedPointer<AbstractDocument> document = nullptr;
     bool closed = false;
     bool awaited = false; ///< messages about it are still to be sent
 };

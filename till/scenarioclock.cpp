@@ -1,6 +1,11 @@
 #include "till/scenarioclock.h"
 
 #include "host/utils/currenttime.h"
+#include "till/usageerror.h"
+
+#include <QFile>
+
+using namespace Qt::StringLiterals;
 
 namespace till {
 
@@ -27,5 +32,23 @@ ScenarioClock::ScenarioClock()
 }
 
 ScenarioClock::~ScenarioClock() { MockFactory<CurrentTime>::mocked = {}; }
+
+void ScenarioClock::goOnFrom(const QString& fileName)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const auto kept = QDateTime::fromString(QString::fromLatin1(file.readAll().trimmed()), Qt::ISODate);
+    if (kept.isValid() && kept > m_now)
+        m_now = kept.toLocalTime();
+}
+
+void ScenarioClock::keepIn(const QString& fileName) const
+{
+    QFile file(fileName);
+    const QByteArray text = m_now.toUTC().toString(Qt::ISODate).toLatin1() + '\n';
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush())
+        throw UsageError(u"%1: cannot be written: %2"_s.arg(fileName, file.errorString()));
+}
 
 } // namespace till

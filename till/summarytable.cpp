@@ -43,7 +43,7 @@ void add(Summary& total, const Summary& summary)
     *total.differences += *summary.differences;
 }
 
-QString blanks(qsizetype columns) { return QString(std::max<qsizetype>(0, columns), u' '); }
+QString blanks(qsizetype columns) { return QString().leftJustified(columns); }
 
 } // namespace
 

@@ -29,7 +29,7 @@ TEST(TillCommandLine, HelpNamesCommandsOptionsAndExitStatuses)
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(ran.err, "");
     for (const char* word : {"run FILE...", "shell", "--config", "--server-url", "--plugin", "--stand",
-                             "--json", "--verbose", "--version", "Exit status"})
+                             "--data-dir", "--json", "--verbose", "--version", "Exit status"})
         EXPECT_THAT(ran.out.toStdString(), HasSubstr(word));
 }
 
@@ -48,6 +48,7 @@ TEST(TillCommandLine, RefusesWhatItDoesNotKnow)
     expectMisuse({u"run"_s}, "which scenario?");
     expectMisuse({u"shell"_s, u"more"_s}, "unexpected 'more'");
     expectMisuse({u"shell"_s, u"--loud"_s}, "Unknown option 'loud'");
+    expectMisuse({u"shell"_s, u"--data-dir"_s, u""_s}, "--data-dir: expected a folder");
     expectMisuse({u"shell"_s, u"--server-url"_s, u"ftp://example.com/"_s},
                  "--server-url: expected an address");
 }

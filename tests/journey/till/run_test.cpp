@@ -35,7 +35,7 @@ TEST(TillRun, TheTourOfIdentificationGoesAsPlanned)
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("01-identify.json: 13 steps, 2 failed as allowed\n"));
 }
 
-TEST(TillRun, EachStepIsALineOfJsonWithExactlyItsMembers)
+TEST(TillRun, EachStepAndTheSummaryAreLinesOfJsonWithExactlyTheirMembers)
 {
     const Files files;
     const QString file =
@@ -53,6 +53,9 @@ TEST(TillRun, EachStepIsALineOfJsonWithExactlyItsMembers)
 {"step":3,"do":"identifyByCard","ok":false,"value":"2000000000048","error":"Карта заблокирована","points":0,"balance":1234.5,"impacts":[],"queued":0}
 {"step":4,"do":"identifyByPhone","ok":true,"value":null,"error":"","points":0,"balance":1234.5,"impacts":[],"queued":0}
 {"step":5,"do":"identifyByPhone","ok":true,"value":"2000000000055","error":"","points":0,"balance":300,"impacts":[],"queued":0}
+{"summary":{"file":")" +
+            file.toStdString() +
+            R"(","steps":5,"failed":1,"allowed":1,"receipts":0,"spent":0,"earned":0,"queued":0,"delivered":0,"waiting":0,"parked":0,"differences":[]}}
 )");
 }
 
@@ -61,9 +64,9 @@ TEST(TillRun, StepsAreNumberedFromOneInEachFile)
     const Ran ran = run({u"run"_s, tour, tour, u"--json"_s});
     EXPECT_EQ(ran.status, 0);
     const QList<QByteArray> lines = ran.out.trimmed().split('\n');
-    ASSERT_EQ(lines.size(), 26);
+    ASSERT_EQ(lines.size(), 28);
     // Each file has a stand of its own, so the new card is new again.
-    EXPECT_EQ(lines.first(13), lines.last(13));
+    EXPECT_EQ(lines.first(14), lines.last(14));
 }
 
 TEST(TillRun, AnUnexpectedFailureDoesNotStopTheStepsAfterIt)
@@ -144,7 +147,7 @@ TEST(TillRun, NumbersAreMaskedOutsideThePluginsTextsAndThePasswordIsNeverShown)
 TEST(TillRun, WithJsonTheLogGoesToTheErrorsAndOnlyWhenAskedFor)
 {
     const Ran ran = run({u"run"_s, tour, u"--json"_s, u"--verbose"_s});
-    EXPECT_EQ(ran.out.count('\n'), 13);
+    EXPECT_EQ(ran.out.count('\n'), 14);
     for (const QByteArray& line : ran.out.trimmed().split('\n'))
         EXPECT_TRUE(QJsonDocument::fromJson(line).isObject()) << line.toStdString();
     EXPECT_THAT(ran.err.toStdString(), HasSubstr("debug    Получение статуса карты\n"));

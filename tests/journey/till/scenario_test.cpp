@@ -42,7 +42,8 @@ TEST(TillScenario, ATextThatIsNotJsonIsRefusedWithItsLine)
 
 TEST(TillScenario, UnknownStepsAndMembersAreNamedWithWhatIsMeant)
 {
-    EXPECT_THAT(problemsOf(R"({
+    EXPECT_THAT(
+        problemsOf(R"({
         "nmae": "x",
         "steps": [
             { "do": "openSael" },
@@ -50,10 +51,10 @@ TEST(TillScenario, UnknownStepsAndMembersAreNamedWithWhatIsMeant)
               "pin": "1" },
             { "do": "brew" }
         ] })"),
-                ElementsAre("2: unknown member \"nmae\"; did you mean \"name\"?",
-                            "4: unknown step \"openSael\"; did you mean \"openSale\"?",
-                            StartsWith("6: identifyByCard: unknown member \"pin\"; known are card"),
-                            StartsWith("7: unknown step \"brew\"; known are openSale, identifyByCard")));
+        ElementsAre("2: unknown member \"nmae\"; did you mean \"name\"?",
+                    "4: unknown step \"openSael\"; did you mean \"openSale\"?",
+                    StartsWith("6: identifyByCard: unknown member \"pin\"; known are card"),
+                    StartsWith("7: unknown step \"brew\"; known are openSale, openReturn, identifyByCard")));
 }
 
 TEST(TillScenario, MistypedAndMissingMembersAreNamed)

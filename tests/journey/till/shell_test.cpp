@@ -21,8 +21,10 @@ TEST(TillShell, EndsWellAtQuitAndAtTheEndOfInput)
 TEST(TillShell, HelpListsTheStepsAndTheirMembers)
 {
     const std::string out = run({u"shell"_s}, "help\n").out.toStdString();
-    for (const char* word : {"openSale ", "positions ", "quantity ", "identifyByCard ", "identifyByPhone ",
-                             "choose ", "getCardInfo ", "quit "})
+    for (const char* word :
+         {"openSale ", "positions ", "quantity ", "openReturn ", "posnum ", "identifyByCard ",
+          "identifyByPhone ", "request ", "spendPoints ", "code ", "cancel ", "rollback ", "pay ", "deliver ",
+          "service ", "restart ", "choose ", "getCardInfo ", "quit "})
         EXPECT_THAT(out, HasSubstr(word));
 }
 

@@ -1,6 +1,7 @@
 #include "tests/journey/till/tillprocess.h"
 
 #include <QFile>
+#include <QJsonDocument>
 
 using namespace Qt::StringLiterals;
 
@@ -34,6 +35,35 @@ QString Files::write(const QString& name, const QByteArray& content) const
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
         qFatal("cannot write a test's file");
     return path;
+}
+
+Ran runJson(const QByteArray& scenario, const QStringList& arguments)
+{
+    const Files files;
+    return run(QStringList{u"run"_s, files.write(u"s.json"_s, scenario), u"--json"_s} + arguments);
+}
+
+QList<QJsonObject> linesOf(const Ran& ran)
+{
+    QList<QJsonObject> lines;
+    for (const QByteArray& line : ran.out.trimmed().split('\n'))
+        lines.append(QJsonDocument::fromJson(line).object());
+    return lines;
+}
+
+QJsonObject play(QProcess& shell, const QByteArray& step)
+{
+    shell.write(step + '\n');
+    while (!shell.canReadLine()) {
+        if (!shell.waitForReadyRead(patienceMs))
+            return {};
+    }
+    return QJsonDocument::fromJson(shell.readLine()).object();
+}
+
+QByteArray scenarioOfSteps(const QByteArray& steps, const QByteArray& config)
+{
+    return R"({ "config": )" + config + R"(, "steps": [ )" + steps + " ] }";
 }
 
 QByteArray scenarioOf(const QByteArray& steps, const QByteArray& config)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QJsonObject>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -22,6 +23,15 @@ void start(QProcess& till, const QStringList& arguments);
 /// Runs the till to its end, with that on its standard input.
 Ran run(const QStringList& arguments, const QByteArray& input = {});
 
+/// Runs a scenario of these steps; what it says on its standard output is JSON.
+Ran runJson(const QByteArray& scenario, const QStringList& arguments = {});
+
+/// The lines of JSON that a till wrote.
+QList<QJsonObject> linesOf(const Ran& ran);
+
+/// The line that the shell answers a step with.
+QJsonObject play(QProcess& shell, const QByteArray& step);
+
 /// Files for one test.
 class Files
 {
@@ -33,6 +43,9 @@ public:
 private:
     QTemporaryDir m_directory;
 };
+
+/// A scenario of these steps.
+QByteArray scenarioOfSteps(const QByteArray& steps, const QByteArray& config = "{}");
 
 /// A scenario that opens a receipt and then does that.
 QByteArray scenarioOf(const QByteArray& steps, const QByteArray& config = "{}");

@@ -1,0 +1,219 @@
+#include "host/core/document.h"
+#include "host/core/storage.h"
+#include "host/utils/datadirectory.h"
+#include "tests/journey/till/tillprocess.h"
+
+#include <QFile>
+#include <QJsonArray>
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using ::testing::HasSubstr;
+
+namespace tilltest {
+
+namespace {
+
+const QByteArray sale =
+    R"({ "do": "openSale", "id": "R-1", "positions": [ { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] })";
+const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
+const QByteArray spend = R"({ "do": "spendPoints", "points": 100 })";
+
+/// A till whose data outlives it.
+class KeptTill
+{
+public:
+    [[nodiscard]] QString directory() const { return m_files.path(u"data"_s); }
+    [[nodiscard]] QStringList arguments() const { return {u"--data-dir"_s, directory()}; }
+    [[nodiscard]] QString openReceipt() const { return m_files.path(u"data/open-receipt"_s); }
+    [[nodiscard]] QByteArray openReceiptContent() const
+    {
+        QFile file(openReceipt());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    void putOpenReceiptBack(const QByteArray& content) const
+    {
+        QFile file(openReceipt());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(content), content.size());
+    }
+    void startShell(QProcess& shell) const
+    {
+        start(shell, QStringList{u"shell"_s, u"--json"_s} + arguments());
+    }
+    [[nodiscard]] Ran runSteps(const QByteArray& steps) const
+    {
+        return runJson(scenarioOfSteps(steps), arguments());
+    }
+
+private:
+    Files m_files;
+};
+
+void end(QProcess& shell)
+{
+    shell.closeWriteChannel();
+    EXPECT_TRUE(shell.waitForFinished(patienceMs));
+    EXPECT_EQ(shell.exitCode(), 0);
+}
+
+/// The members that a restart must not change.
+QJsonObject state(QJsonObject line)
+{
+    for (const QString& own : {u"step"_s, u"do"_s, u"value"_s})
+        line.remove(own);
+    return line;
+}
+
+} // namespace
+
+TEST(TillRestart, BringsPointsImpactsAndTheServicesNumbersBack)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    play(shell, card);
+    const QJsonObject before = play(shell, spend);
+    EXPECT_EQ(before.value(u"points"_s).toDouble(), 100);
+    EXPECT_FALSE(before.value(u"impacts"_s).toArray().isEmpty());
+    const QByteArray saved = till.openReceiptContent();
+    EXPECT_TRUE(saved.contains(QByteArray("\0s\0p\0e\0n\0d", 10))) << "the number of the spending";
+
+    const QJsonObject after = play(shell, R"({ "do": "restart" })");
+    EXPECT_EQ(state(after), state(before));
+    // It writes what it has in memory.
+    EXPECT_EQ(till.openReceiptContent(), saved);
+    end(shell);
+}
+
+TEST(TillRestart, AReceiptIsPaidAfterAPowerCutInTheMiddleOfASpending)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    for (const QByteArray& step : {sale, card, spend})
+        EXPECT_TRUE(play(shell, step).value(u"ok"_s).toBool());
+    shell.kill();
+    ASSERT_TRUE(shell.waitForFinished(patienceMs));
+
+    const Ran ran = till.runSteps(R"({ "do": "pay" })");
+    EXPECT_EQ(ran.status, 0) << ran.out.toStdString();
+    EXPECT_EQ(linesOf(ran).value(0).value(u"value"_s).toDouble(), 10);
+    EXPECT_EQ(linesOf(ran).value(1).value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 100);
+    EXPECT_FALSE(QFile::exists(till.openReceipt()));
+}
+
+TEST(TillRestart, SaysWhatItFound)
+{
+    const Files files;
+    const QString file = files.write(
+        u"s.json"_s, scenarioOfSteps(R"({ "do": "restart" }, )" + sale + R"(, { "do": "restart" })"));
+    const Ran ran = run({u"run"_s, file});
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr("     Открытого чека нет\n"));
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr("     Найден открытый чек R-1\n     Чек R-1\n     1  Чай"));
+}
+
+TEST(TillRestart, AClosingThatWasCutShortIsFinished)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    const QByteArray open = till.openReceiptContent();
+    EXPECT_EQ(play(shell, R"({ "do": "pay" })").value(u"queued"_s).toInt(), 1);
+    // As if the power had gone when the receipt was stored, but its file not removed.
+    till.putOpenReceiptBack(open);
+    // The event is raised again, for it may have been missed; the service knows a repeat by its number.
+    EXPECT_EQ(play(shell, R"({ "do": "restart" })").value(u"queued"_s).toInt(), 2);
+    EXPECT_FALSE(QFile::exists(till.openReceipt()));
+    EXPECT_EQ(play(shell, R"({ "do": "deliver" })").value(u"value"_s).toInt(), 2);
+    end(shell);
+}
+
+TEST(TillRestart, ASpendingThatWasNotYetADiscountBecomesOne)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    play(shell, card);
+    play(shell, spend);
+    end(shell);
+    // As the plug-in saved it, before the till gave the positions their discount.
+    utils::setDataDirectory(till.directory());
+    const auto receipt = SaveToFileLogic::loadOpenReceipt();
+    ASSERT_TRUE(receipt);
+    const auto item = receipt->getGoodsItemByPosnum(1);
+    ASSERT_EQ(item->getBonusImpactSum(), 100);
+    item->setBonusImpactSum(0);
+    receipt->setPluginData(u"Till"_s, u"appliedImpacts"_s, 0);
+    SaveToFileLogic().save(receipt, {});
+
+    const Ran ran = till.runSteps(R"({ "do": "restart" }, { "do": "pay" })");
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_EQ(linesOf(ran).last().value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 100);
+}
+
+TEST(TillRestart, ARollbackThatWasCutShortIsFinished)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    play(shell, card);
+    play(shell, spend);
+    end(shell);
+    utils::setDataDirectory(till.directory());
+    const auto receipt = SaveToFileLogic::loadOpenReceipt();
+    ASSERT_TRUE(receipt);
+    receipt->setPluginData(u"Till"_s, u"stage"_s, u"abandoned"_s);
+    SaveToFileLogic().save(receipt, {});
+
+    const Ran ran = till.runSteps(R"({ "do": "openSale", "id": "R-2", "positions": [] }, )" + card);
+    EXPECT_EQ(ran.status, 0) << "the spending is canceled in the ledger";
+    EXPECT_EQ(linesOf(ran).value(1).value(u"balance"_s).toDouble(), 300);
+}
+
+TEST(TillRestart, APaidReceiptIsMarkedSettledBeforeItIsStored)
+{
+    const KeptTill till;
+    EXPECT_EQ(till.runSteps(sale + ',' + card + R"(, { "do": "pay" })").status, 0);
+    utils::setDataDirectory(till.directory());
+    const auto receipt = DocumentsDao().loadDocument(u"R-1"_s, false);
+    ASSERT_TRUE(receipt);
+    EXPECT_EQ(receipt->getPluginData(u"Till"_s, u"stage"_s, {}).toString(), u"settled"_s);
+}
+
+TEST(TillRestart, WhatIsSettledIsNotAskedForAgain)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    play(shell, card);
+    end(shell);
+    utils::setDataDirectory(till.directory());
+    const auto receipt = SaveToFileLogic::loadOpenReceipt();
+    ASSERT_TRUE(receipt);
+    receipt->setPluginData(u"Till"_s, u"stage"_s, u"settled"_s);
+    SaveToFileLogic().save(receipt, {});
+
+    const Ran ran = till.runSteps(R"({ "do": "pay" })");
+    EXPECT_TRUE(linesOf(ran).value(0).value(u"ok"_s).toBool());
+    EXPECT_TRUE(linesOf(ran).value(0).value(u"value"_s).isNull());
+    EXPECT_EQ(ran.status, 1) << "in truth nothing had been earned, and the ledger tells";
+}
+
+TEST(TillRestart, ADamagedOpenReceiptIsNamed)
+{
+    const KeptTill till;
+    EXPECT_EQ(till.runSteps(sale).status, 0);
+    till.putOpenReceiptBack("nonsense");
+    const Ran ran = till.runSteps(R"({ "do": "pay" })");
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr("open-receipt"));
+}
+
+} // namespace tilltest
