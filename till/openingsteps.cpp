@@ -4,6 +4,8 @@
 #include "till/screen.h"
 #include "till/stepplays.h"
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 namespace till::plays {
@@ -46,12 +48,16 @@ QSharedPointer<AbstractDocument> saleOf(const QString& identifier)
     return sale;
 }
 
-/// What of a sum of the position goes back with a part of it.
-double part(double sum, double quantity, double whole)
+constexpr double noise = 1e-6; // far below the least quantity, a thousandth
+
+/// What of a sum of the position belongs to its first `quantity` units, cut to hundredths. The loyalty
+/// service cuts what it restores in the same way; the last unit takes what is left over.
+double partUpTo(double sum, double quantity, double whole)
 {
-    return utils::toHundredths(quantity * 10) == utils::toHundredths(whole * 10)
-               ? sum
-               : utils::roundToHundredths(sum * quantity / whole);
+    if (quantity > whole - noise)
+        return sum;
+    const auto thousandths = [](double units) { return std::llround(units * 1000); };
+    return static_cast<double>(utils::toHundredths(sum) * thousandths(quantity) / thousandths(whole)) / 100;
 }
 
 /// How much of the sale's position came back already, as far as this till remembers.
@@ -70,7 +76,6 @@ double returnedBefore(const Till& till, const QString& sale, int posnum)
 /// The part of the sold position that comes back now; `before` came back already.
 QSharedPointer<GoodsItem> returned(const GoodsItem& sold, double quantity, double before)
 {
-    constexpr double noise = 1e-6; // far below the least quantity, a thousandth
     const double whole = sold.getBquant();
     if (!(quantity > noise))
         refuse(u"Позиция %1: количество для возврата должно быть больше нуля"_s.arg(sold.getPosnum()));
@@ -83,8 +88,12 @@ QSharedPointer<GoodsItem> returned(const GoodsItem& sold, double quantity, doubl
             QString::number(sold.getPosnum()), screen::quantity(quantity), screen::quantity(whole)));
     auto item = QSharedPointer<GoodsItem>::create(sold.getPosnum(), sold.getArticul(), sold.getName(false),
                                                   sold.getPrice(), quantity);
-    item->setDiscount(part(sold.getDiscount(), quantity, whole));
-    item->setBonusImpactSum(part(sold.getBonusImpactSum(), quantity, whole));
+    const auto part = [&](double sum) {
+        return utils::roundToHundredths(partUpTo(sum, before + quantity, whole) -
+                                        partUpTo(sum, before, whole));
+    };
+    item->setDiscount(part(sold.getDiscount()));
+    item->setBonusImpactSum(part(sold.getBonusImpactSum()));
     return item;
 }
 

@@ -41,6 +41,9 @@ Outcome spendPoints(Till& till, const QVariantMap& members)
 {
     const auto receipt = receiptOf(till);
     cardOf(till);
+    if (!till.loyalty().getBonusImpacts().isEmpty())
+        refuse(u"В чеке уже списаны баллы: второе списание сервис не отличит от первого. "
+               "Отмените чек шагом rollback"_s);
     const QVariant code = members.value(u"code"_s);
     till.cashier().script(
         {.choice = {}, .text = code.isValid() ? std::optional(code.toString()) : std::nullopt});

@@ -180,6 +180,18 @@ TEST(TillReceipt, AReceiptWithSpentPointsIsNotPushedAside)
                   u"Чек R-1 не закрыт, в нём списаны баллы: оплатите его или отмените шагом rollback"_s);
 }
 
+TEST(TillReceipt, PointsAreSpentOnceOnAReceipt)
+{
+    const Ran ran = runJson(scenarioOfSteps(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 },
+        { "do": "spendPoints", "points": 100 }, { "do": "pay" })"));
+    EXPECT_EQ(ran.status, 1);
+    const QList<QJsonObject> lines = linesOf(ran);
+    ASSERT_EQ(lines.size(), 6);
+    expectFailure(lines[3], u"В чеке уже списаны баллы: второе списание сервис не отличит от первого. "
+                            "Отмените чек шагом rollback"_s);
+    EXPECT_EQ(lines[5].value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 100);
+}
+
 TEST(TillReceipt, AnIdentifierIsNotUsedTwice)
 {
     expectFailure(lastStep(sale + R"(, { "do": "pay" }, )" + sale),

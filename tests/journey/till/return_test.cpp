@@ -110,6 +110,24 @@ TEST(TillReturn, OfAllLeavesNothingOverAndRefusesEarningAndSpending)
     EXPECT_EQ(lines[9].value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 0);
 }
 
+TEST(TillReturn, InPartsOfAnOddDiscountAddsUpAndAgreesWithTheService)
+{
+    const QByteArray half = R"({ "posnum": 1, "quantity": 1 })";
+    const Ran ran = runJson(scenarioOfSteps(
+        R"({ "do": "openSale", "id": "R-1", "positions": [
+            { "articul": "1", "name": "Чай", "price": 50, "quantity": 2 } ] },
+        { "do": "identifyByCard", "card": "2000000000055" },
+        { "do": "spendPoints", "points": 33.33 }, { "do": "pay" }, )" +
+        returnOf(half, "R-2") + R"(, { "do": "pay" }, )" + returnOf(half, "R-3") + R"(, { "do": "pay" },
+        { "do": "deliver" }, { "do": "openSale", "id": "R-4", "positions": [] },
+        { "do": "identifyByCard", "card": "2000000000055" })"));
+    EXPECT_EQ(ran.status, 0) << "the ledger agrees: both cut the first part to 16.66";
+    const QList<QJsonObject> lines = linesOf(ran);
+    ASSERT_EQ(lines.size(), 12);
+    EXPECT_EQ(lines[10].value(u"balance"_s).toDouble(), 300);
+    EXPECT_EQ(lines[11].value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 0);
+}
+
 TEST(TillReturn, WithoutACardIsReportedByTheQueue)
 {
     const Ran ran = runJson(scenarioOfSteps(R"({ "do": "openSale", "id": "R-1", "positions": [
