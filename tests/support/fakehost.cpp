@@ -1,5 +1,7 @@
 #include "tests/support/fakehost.h"
 
+#include <gtest/gtest.h>
+
 namespace test_support {
 
 namespace {
@@ -25,8 +27,9 @@ void RecordingQueue::enqueue(const QString& queueName, const QVariantMap& messag
     entries.append({queueName, message, text});
 }
 
-QSharedPointer<AbstractDocument> FakeDocuments::loadDocument(const QVariant& reference, bool /*forUpdate*/)
+QSharedPointer<AbstractDocument> FakeDocuments::loadDocument(const QVariant& reference, bool forUpdate)
 {
+    EXPECT_FALSE(forUpdate) << "the client only reads";
     return documents.value(reference.toString());
 }
 

@@ -184,10 +184,15 @@ public:
 TEST_F(Anonymous, SendsThroughItsVirtualOperationsInOrder)
 {
     ReplacedSending replaced;
+    replaced.anonymousReceipt();
+    EXPECT_THAT(replaced.types, ElementsAre(u"sale"_s));
     openReturn();
     add(document, new FixedItem(1, 1));
     replaced.anonymousReceipt();
-    EXPECT_THAT(replaced.types, ElementsAre(u"backfull"_s, u"salepartial"_s));
+    EXPECT_THAT(replaced.types, ElementsAre(u"sale"_s, u"backfull"_s, u"salepartial"_s));
+    add(document, new FixedItem(2, 149));
+    replaced.anonymousReceipt();
+    EXPECT_EQ(replaced.types.last(), u"back"_s);
 }
 
 } // namespace

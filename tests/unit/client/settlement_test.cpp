@@ -130,6 +130,7 @@ TEST_F(Settlement, CancellingOfflineQueuesTheSameBodyAndUsesUpTheIds)
     EXPECT_TRUE(test_support::matchesGolden(queuedBody(), "cancel.json"));
     EXPECT_EQ(at(queue->entries[0].message, "url"),
               QVariant(u"http://service/v2/partner/operation/cancel-payment"_s));
+    EXPECT_EQ(at(queue->entries[0].message, "method"), QVariant(u"POST"_s));
     EXPECT_EQ(card->getOperationId(), QString());
     EXPECT_THAT(log(),
                 ElementsAre(u"info: Полная отмена транзакции списания бонусов по чеку в режиме офлайн"_s,
