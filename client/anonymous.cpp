@@ -77,15 +77,7 @@ QVariantMap KyrLoyaltyInterface::makeAnonymousDocument(const QSharedPointer<Abst
 {
     if (!document)
         throw KyrLoyaltyException(texts::saleNotLoaded());
-    QVariantList positions;
-    double amount = 0;
-    const auto items = document->getGoodsItems();
-    for (const auto& item : items) {
-        if (!receipt::isListed(*item))
-            continue;
-        positions.append(receipt::position(*item, item->getBquant(), item->getSumb()));
-        amount += item->getSumb();
-    }
+    const auto [positions, amount] = receipt::listing(*document, false);
     return anonymousReceiptOf(positions, amount);
 }
 

@@ -48,6 +48,20 @@ bool isZero(double money) { return std::abs(money) < 0.005; }
 
 bool isListed(const GoodsItem& item) { return !isZero(item.getSumb() + item.getBonusImpactSum()); }
 
+Listing listing(const AbstractDocument& document, bool addBonusImpact)
+{
+    Listing listing;
+    const auto items = document.getGoodsItems();
+    for (const auto& item : items) {
+        if (!isListed(*item))
+            continue;
+        const double sum = addBonusImpact ? item->getSumb() + item->getBonusImpactSum() : item->getSumb();
+        listing.positions.append(position(*item, item->getBquant(), sum));
+        listing.amount += sum;
+    }
+    return listing;
+}
+
 QVariantMap position(const GoodsItem& item, double quantity, double sum)
 {
     return {
@@ -81,17 +95,7 @@ QVariantMap KyrLoyaltyInterface::makeCheck(bool addBonusImpact) const
         card->setOperationId(QString::fromUtf8(receipt::compactJson(ids)));
     }
 
-    QVariantList positions;
-    double amount = 0;
-    const auto items = document->getGoodsItems();
-    for (const auto& item : items) {
-        if (!receipt::isListed(*item))
-            continue;
-        const double sum = addBonusImpact ? item->getSumb() + item->getBonusImpactSum() : item->getSumb();
-        positions.append(receipt::position(*item, item->getBquant(), sum));
-        amount += sum;
-    }
-
+    const auto [positions, amount] = receipt::listing(*document, addBonusImpact);
     const double discount = document->getDiscountSum();
     return {
         {u"card"_s, card->getNumber().toString()},

@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QSharedPointer>
 #include <QString>
+#include <QVariantList>
 #include <QVariantMap>
 
 /// What the operations on a receipt share.
@@ -32,6 +33,16 @@ bool isZero(double money);
 
 /// Whether the service is told of the position: it costs something, or would without its bonus discount.
 bool isListed(const GoodsItem& item);
+
+/// The listed positions of a receipt, in its order, and the plain sum of what they cost.
+struct Listing
+{
+    QVariantList positions;
+    double amount = 0;
+};
+
+/// With `addBonusImpact` the positions cost what they did before their bonus discount.
+Listing listing(const AbstractDocument& document, bool addBonusImpact);
 
 /// One position as the service expects it, with that quantity and sum.
 QVariantMap position(const GoodsItem& item, double quantity, double sum);

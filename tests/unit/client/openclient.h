@@ -1,6 +1,9 @@
 #pragma once
 
 #include "client/kyrloyaltyinterface.h"
+#include "plugin/kyrloyaltyexception.h"
+
+#include <gtest/gtest.h>
 
 /// The real client with its settings open to tests.
 class OpenClient : public KyrLoyaltyInterface
@@ -13,3 +16,16 @@ public:
     using KyrLoyaltyInterface::serverUrl;
     using KyrLoyaltyInterface::timeout;
 };
+
+/// The text of the KyrLoyaltyException that the operation throws; without one the test fails.
+template <class Operation>
+tr::Tr failureOf(Operation operation)
+{
+    try {
+        operation();
+    } catch (const KyrLoyaltyException& exception) {
+        return exception.tr();
+    }
+    ADD_FAILURE() << "no KyrLoyaltyException";
+    return {};
+}

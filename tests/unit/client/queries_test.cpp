@@ -1,4 +1,3 @@
-#include "plugin/kyrloyaltyexception.h"
 #include "tests/support/fakeservice.h"
 #include "tests/support/hostworld.h"
 #include "tests/unit/client/openclient.h"
@@ -42,17 +41,6 @@ protected:
     }
     QSharedPointer<Client> customer() const { return record->getCard()->getClient(); }
 
-    template <class Operation>
-    static tr::Tr failureOf(Operation operation)
-    {
-        try {
-            operation();
-        } catch (const KyrLoyaltyException& exception) {
-            return exception.tr();
-        }
-        ADD_FAILURE() << "no KyrLoyaltyException";
-        return {};
-    }
     tr::Tr statusFailure(const QByteArray& status)
     {
         answerStatus(status);

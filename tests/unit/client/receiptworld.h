@@ -1,7 +1,6 @@
 #pragma once
 
 #include "host/core/document.h"
-#include "plugin/kyrloyaltyexception.h"
 #include "tests/support/fakehost.h"
 #include "tests/support/fakeservice.h"
 #include "tests/support/golden.h"
@@ -56,18 +55,6 @@ protected:
         document->setSaleDocumentId(sale->getIdentifier());
         document->setCardRecord(card);
         Singleton<Session>::instance->setDocument(document);
-    }
-
-    template <class Operation>
-    static tr::Tr failureOf(Operation operation)
-    {
-        try {
-            operation();
-        } catch (const KyrLoyaltyException& exception) {
-            return exception.tr();
-        }
-        ADD_FAILURE() << "no KyrLoyaltyException";
-        return {};
     }
 
     QByteArray sentBody(qsizetype request = 0) const { return service.requests().value(request).body; }

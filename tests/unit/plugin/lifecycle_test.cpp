@@ -231,7 +231,7 @@ TEST_F(Lifecycle, PlugInDataIsNotWrittenWithoutACurrentDocument)
 TEST_F(Lifecycle, PlugInDataPassesAFailureToSaveOn)
 {
     MockFactory<SaveToFileLogic>::mocked = nullptr;
-    EXPECT_THROW(loyalty.updatePluginData(), BasicException) << "the host has no store yet, and says so";
+    EXPECT_THROW(loyalty.updatePluginData(), BasicException) << "the host has no data directory, and says so";
 }
 
 TEST(KyrLoyaltyException, CarriesATranslatableTextUnchanged)
