@@ -51,6 +51,23 @@ TEST_F(Anonymous, SaleIsQueuedAsAPostByteForByte)
     EXPECT_THAT(log(), ElementsAre(opening));
 }
 
+TEST_F(Anonymous, SaleKeepsOddNamesAndNumbersByteForByte)
+{
+    add(document, new GoodsItem(1, u"a\"b\\c"_s, u"Кофе «\"Лучший\"» ☕🎁\t\n\u0001/"_s, 1, 1));
+    add(document, new GoodsItem(2, u"2"_s, QString(QChar(0xd800)) + u"x"_s + QChar(0xdc00), 1, 1));
+    add(document, new FixedItem(3, 0.1 + 0.2, 0, 0.1 + 0.2));
+    add(document, new FixedItem(4, 1e21, 0, 1e21));
+    add(document, new FixedItem(5, -0.0, 1, -0.0));
+    client.anonymousReceipt();
+    EXPECT_TRUE(test_support::matchesGolden(queuedBody(), "anonymous_odd.json"));
+}
+
+TEST_F(Anonymous, SaleWithoutPositionsIsSentWithAnEmptyList)
+{
+    client.anonymousReceipt();
+    EXPECT_TRUE(test_support::matchesGolden(queuedBody(), "anonymous_empty.json"));
+}
+
 TEST_F(Anonymous, MessagesGoToTheQueueAndNotToTheService)
 {
     client.anonymousReceipt();
