@@ -25,7 +25,8 @@ class SecretAtTheTerminal : public testing::Test
 protected:
     void SetUp() override
     {
-        ASSERT_EQ(openpty(&m_keyboard, &m_terminal, nullptr, nullptr, nullptr), 0);
+        ASSERT_EQ(openpty(&m_keyboard, &m_terminal, nullptr, nullptr, nullptr), 0)
+            << "this machine gives no pseudo-terminals: is /dev/pts mounted?";
         m_formerInput = dup(STDIN_FILENO);
         ASSERT_EQ(dup2(m_terminal, STDIN_FILENO), STDIN_FILENO);
         m_in = fdopen(dup(m_terminal), "r");
@@ -42,8 +43,10 @@ protected:
             close(m_formerInput);
         }
         close(m_terminal);
-        static_cast<void>(fclose(m_in));
-        static_cast<void>(fclose(m_out));
+        for (FILE* stream : {m_in, m_out}) {
+            if (stream)
+                static_cast<void>(fclose(stream));
+        }
     }
 
     void ask(bool hidden)
