@@ -102,6 +102,7 @@ TEST(RestClientResources, IsConnectWhenTheNameIsUnknown)
 
 TEST(RestClientResources, EndsInTimeWhenTheNameIsNeverResolvedAndLetsTheResolverGo)
 {
+    std::thread([] {}).join(); // the thread sanitizer has one of its own from the first thread on
     const qsizetype before = threads();
     const Outcome outcome = get(QUrl(u"http://slow.test/"_s), 1);
     EXPECT_EQ(outcome.errorCode, code(ErrorCode::Timeout));
