@@ -57,7 +57,8 @@ double partUpTo(double sum, double quantity, double whole)
     if (quantity > whole - noise)
         return sum;
     const auto thousandths = [](double units) { return std::llround(units * 1000); };
-    return static_cast<double>(utils::toHundredths(sum) * thousandths(quantity) / thousandths(whole)) / 100;
+    const std::int64_t cut = utils::toHundredths(sum) * thousandths(quantity) / thousandths(whole);
+    return static_cast<double>(cut) / 100;
 }
 
 /// How much of the sale's position came back already, as far as this till remembers.
