@@ -22,7 +22,7 @@ public:
         QUrl url;
         QByteArray body;
         QHash<QString, QString> headers;
-        int timeout;
+        int timeout = 0;
     };
 
     FakeService();
@@ -47,7 +47,7 @@ private:
     struct Answer
     {
         QVariant response;
-        int errorCode;
+        int errorCode = 0;
         QString exception;
     };
 

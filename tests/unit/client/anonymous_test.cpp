@@ -25,14 +25,14 @@ protected:
         document->setReturnIdentifier(u"back-V-1"_s);
         return sale;
     }
-    QStringList methods() const
+    [[nodiscard]] QStringList methods() const
     {
         QStringList result;
         for (const auto& entry : queue->entries)
             result.append(at(entry.message, "method").toString());
         return result;
     }
-    QVariantList details(qsizetype entry = 0) const
+    [[nodiscard]] QVariantList details(qsizetype entry = 0) const
     {
         return at(queuedJson(entry), "receipt_details").toList();
     }

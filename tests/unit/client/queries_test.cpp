@@ -39,7 +39,7 @@ protected:
         EXPECT_EQ(record->getBonusBalance().typeId(), QMetaType::Double);
         return record->getBonusBalance().toDouble();
     }
-    QSharedPointer<Client> customer() const { return record->getCard()->getClient(); }
+    [[nodiscard]] QSharedPointer<Client> customer() const { return record->getCard()->getClient(); }
 
     tr::Tr statusFailure(const QByteArray& status)
     {
@@ -170,7 +170,7 @@ TEST_F(Queries, UserInfoWritesStatusZeroForANewCardAfterMovingItOn)
 class ReplacedStatus : public OpenClient
 {
 public:
-    int getCardStatus(const QString& /*cardNumber*/) const override { return 2; }
+    [[nodiscard]] int getCardStatus(const QString& /*cardNumber*/) const override { return 2; }
 };
 
 TEST_F(Queries, UserInfoHonoursAReplacedStatusQueryAndMapsABlockedCard)

@@ -14,11 +14,11 @@ class Receipt : public ReceiptWorld
 {
 protected:
     void add(GoodsItem* item) { document->addGoodsItem(QSharedPointer<GoodsItem>(item)); }
-    QByteArray json(bool addBonusImpact = false) const
+    [[nodiscard]] QByteArray json(bool addBonusImpact = false) const
     {
         return QJsonDocument::fromVariant(client.makeCheck(addBonusImpact)).toJson(QJsonDocument::Compact);
     }
-    QVariantList listed(bool addBonusImpact = false) const
+    [[nodiscard]] QVariantList listed(bool addBonusImpact = false) const
     {
         const QString details = at(client.makeCheck(addBonusImpact), "receipt_details").toString();
         return QJsonDocument::fromJson(details.toUtf8()).toVariant().toList();
@@ -149,7 +149,7 @@ class HalfCent : public Document
 {
 public:
     using Document::Document;
-    double getDiscountSum() const override { return discount; }
+    [[nodiscard]] double getDiscountSum() const override { return discount; }
     double discount = 0;
 };
 

@@ -19,8 +19,8 @@ public:
         , m_sum(sum)
         , m_bonusImpact(bonusImpact)
     {}
-    double getSumb() const override { return m_sum; }
-    double getBonusImpactSum() const override { return m_bonusImpact; }
+    [[nodiscard]] double getSumb() const override { return m_sum; }
+    [[nodiscard]] double getBonusImpactSum() const override { return m_bonusImpact; }
 
 private:
     double m_sum;
@@ -57,12 +57,15 @@ protected:
         Singleton<Session>::instance->setDocument(document);
     }
 
-    QByteArray sentBody(qsizetype request = 0) const { return service.requests().value(request).body; }
-    QByteArray queuedBody(qsizetype entry = 0) const
+    [[nodiscard]] QByteArray sentBody(qsizetype request = 0) const
+    {
+        return service.requests().value(request).body;
+    }
+    [[nodiscard]] QByteArray queuedBody(qsizetype entry = 0) const
     {
         return queue->entries.value(entry).message.value(QStringLiteral("body")).toByteArray();
     }
-    QVariantMap queuedJson(qsizetype entry = 0) const
+    [[nodiscard]] QVariantMap queuedJson(qsizetype entry = 0) const
     {
         return QJsonDocument::fromJson(queuedBody(entry)).toVariant().toMap();
     }

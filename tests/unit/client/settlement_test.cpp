@@ -22,7 +22,7 @@ protected:
         for (int i = 0; i < bonusImpacts.size(); ++i)
             document->addGoodsItem(QSharedPointer<GoodsItem>(new FixedItem(i + 1, 100, bonusImpacts[i])));
     }
-    QStringList queuedKinds() const
+    [[nodiscard]] QStringList queuedKinds() const
     {
         QStringList kinds;
         for (qsizetype i = 0; i < queue->entries.size(); ++i)
@@ -33,7 +33,6 @@ protected:
     QSharedPointer<Document> sale{new Document(SaleReceipt, u"R-0"_s)};
     QSharedPointer<DocumentCardRecord> saleCard{new DocumentCardRecord(KyrLoyaltySystem, u"2000000000017"_s)};
 
-    Settlement(const Settlement&) = delete;
     void SetUp() override { saleCard->setOperationId(uR"({"earn":"77","spend":"76"})"_s); }
 };
 

@@ -4,12 +4,13 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
-using testing::_;
 using testing::ElementsAre;
 using testing::Return;
 using testing::Throw;
 
 namespace {
+
+using testing::_;
 
 class Identification : public LoyaltyWorld
 {

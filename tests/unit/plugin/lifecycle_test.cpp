@@ -7,13 +7,14 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
-using testing::_;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Return;
 using testing::Throw;
 
 namespace {
+
+using testing::_;
 
 class Lifecycle : public LoyaltyWorld
 {

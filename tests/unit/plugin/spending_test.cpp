@@ -7,13 +7,14 @@
 #include <limits>
 
 using namespace Qt::StringLiterals;
-using testing::_;
 using testing::ElementsAre;
 using testing::InSequence;
 using testing::Return;
 using testing::Throw;
 
 namespace {
+
+using testing::_;
 
 const Event beforeDialog(static_cast<EActivityListener::Event>(73));
 
@@ -44,7 +45,7 @@ protected:
         detail->setDiscountSum(money);
         return QSharedPointer<BonusImpact>::create(detail);
     }
-    MockClient::Allowance allowance(double limit = 1000, double earning = 7.5) const
+    [[nodiscard]] MockClient::Allowance allowance(double limit = 1000, double earning = 7.5) const
     {
         return {limit, {u"2000000000017"_s, earning, 1200, {}, {}, 0}};
     }

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
-using testing::_;
 using testing::ElementsAre;
 using testing::InSequence;
 using testing::IsEmpty;
@@ -160,7 +159,7 @@ class CardNotShown : public Document
 {
 public:
     using Document::Document;
-    bool hasCardRecord(int /*kind*/) const override { return false; }
+    [[nodiscard]] bool hasCardRecord(int /*kind*/) const override { return false; }
 };
 
 TEST_F(Transaction, RollbackWithoutACardStillEmptiesThePointsForEarn)

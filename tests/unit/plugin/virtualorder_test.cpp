@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <vector>
 
@@ -15,8 +16,8 @@ template <class Member>
 std::ptrdiff_t slot(Member member)
 {
     static_assert(sizeof(member) == 2 * sizeof(std::ptrdiff_t));
-    std::ptrdiff_t words[2];
-    std::memcpy(static_cast<void*>(words), &member, sizeof(words));
+    std::array<std::ptrdiff_t, 2> words{};
+    std::memcpy(words.data(), &member, sizeof(words));
     EXPECT_EQ(words[0] % 2, 1) << "not a virtual operation";
     return words[0] / static_cast<std::ptrdiff_t>(sizeof(void*));
 }
