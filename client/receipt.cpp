@@ -44,7 +44,7 @@ QString operationNumber(const QDateTime& time, unsigned offset)
                            offset); // wraps, as the service does
 }
 
-bool isZero(double money) { return std::abs(money) < 0.005; }
+bool isZero(double money) { return std::abs(money) < leastMoney; }
 
 bool isListed(const GoodsItem& item) { return !isZero(item.getSumb() + item.getBonusImpactSum()); }
 

@@ -28,7 +28,10 @@ QString nowInSeconds();
 /// A receipt number for an operation: the clock's seconds, of which the service takes 32 bits, plus `offset`.
 QString operationNumber(const QDateTime& time, unsigned offset);
 
-/// Whether an amount of money counts as none: less than half of a hundredth either way.
+/// Half of a hundredth of the unit of money: what is below it counts as none.
+inline constexpr double leastMoney = 0.005;
+
+/// Whether an amount of money counts as none, either way.
 bool isZero(double money);
 
 /// Whether the service is told of the position: it costs something, or would without its bonus discount.

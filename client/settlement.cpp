@@ -41,7 +41,7 @@ void KyrLoyaltyInterface::refusePayment() const
     const auto items = document->getGoodsItems();
     for (const auto& item : items)
         bonusImpact += item->getBonusImpactSum();
-    if (bonusImpact > 0.005) // signed: only a positive bonus discount was a spending
+    if (bonusImpact > receipt::leastMoney) // signed: only a positive bonus discount was a spending
         sendMessageToQueue(saleCard, receipt::operationNumber(now, 1), true);
     logger->info(u"Отмена выполнена"_s);
 }
@@ -52,8 +52,8 @@ void KyrLoyaltyInterface::cancel(bool online) const
     const QString spending = getOperationId(card, operations::spend);
     const QVariantMap body{
         {keys::receiptDescription, u"Полная отмена списания/начисления бонусов"_s},
-        {keys::receiptNumber,
-         QString(spending + u"-cancel"_s)}, // a refusal's number has no dash: the service's way
+        // A refusal's number has no dash: the service's way.
+        {keys::receiptNumber, QString(spending + u"-cancel"_s)},
         {u"receipt_to_cancel"_s, spending},
     };
     if (online) {

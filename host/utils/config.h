@@ -26,7 +26,7 @@ struct ConfigKey
 
     QString name; ///< "Table:key", as everywhere in the host
     Type type;
-    QString expected; ///< what a value looks like, for messages: "a whole number of seconds, such as 10"
+    QString expected; ///< what a value looks like, for messages: "seconds to wait for an answer, such as 10"
 };
 
 /// The host's configuration: values under keys of the form "Table:key", read from a TOML file in which the
