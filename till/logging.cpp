@@ -1,8 +1,18 @@
 #include "till/logging.h"
 
+#include "till/usageerror.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QTextStream>
 #include <QtGlobal>
 
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <mutex>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #if KYR_LOG4QT_IS_UPSTREAM
 #include <log4qt/appenderskeleton.h>
@@ -21,9 +31,32 @@ namespace {
 std::mutex theMutex;
 std::function<void(const LogLine&)> theSink;
 
+/// Behind --log-file; a line is written whole, so that two programs may share the file.
+struct OpenLog
+{
+    int descriptor = -1;
+    LogLevel least = LogLevel::Info;
+};
+OpenLog theFile;
+
+void writeToFile(const LogLine& line)
+{
+    if (theFile.descriptor < 0 || line.level < theFile.least)
+        return;
+    QString text = line.text;
+    text.replace(u'\n', u"\n    "_s);
+    const QString time = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
+    const QByteArray bytes =
+        u"%1 %2 [%3] %4\n"_s.arg(time, levelText(line.level).leftJustified(7), line.logger, text).toUtf8();
+    // A full disk must not stop the till for the sake of a log.
+    [[maybe_unused]] const ssize_t written =
+        write(theFile.descriptor, bytes.constData(), static_cast<std::size_t>(bytes.size()));
+}
+
 void deliver(const LogLine& line)
 {
     const std::lock_guard lock(theMutex);
+    writeToFile(line);
     if (theSink)
         theSink(line);
 }
@@ -108,6 +141,15 @@ QString levelText(LogLevel level)
     return {};
 }
 
+std::optional<LogLevel> levelNamed(const QString& name)
+{
+    for (const LogLevel level : {LogLevel::Debug, LogLevel::Info, LogLevel::Warning, LogLevel::Error}) {
+        if (levelText(level) == name)
+            return level;
+    }
+    return std::nullopt;
+}
+
 LogCapture::LogCapture(const std::function<void(const LogLine&)>& sink)
 {
     {
@@ -125,5 +167,39 @@ LogCapture::~LogCapture()
     const std::lock_guard lock(theMutex);
     theSink = nullptr;
 }
+
+LogFile::LogFile(const QString& fileName, LogLevel least)
+{
+    if (fileName.isEmpty())
+        return;
+    const int descriptor = open(QFile::encodeName(fileName).constData(),
+                                O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+    struct stat status = {};
+    if (descriptor < 0 || fstat(descriptor, &status) != 0)
+        throw UsageError(u"%1: the log file cannot be written: %2; name another with --log-file"_s.arg(
+            fileName, QString::fromLocal8Bit(std::strerror(errno))));
+    if (!S_ISREG(status.st_mode) || (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+        close(descriptor);
+        throw UsageError(
+            u"%1: the log file must be a plain file of its owner alone (chmod 600)"_s.arg(fileName));
+    }
+    const std::lock_guard lock(theMutex);
+    theFile = {descriptor, least};
+}
+
+LogFile::~LogFile()
+{
+    const std::lock_guard lock(theMutex);
+    if (theFile.descriptor >= 0)
+        close(theFile.descriptor);
+    theFile = {};
+}
+
+ScreenLog::ScreenLog(LogLevel least)
+    : m_capture([least](const LogLine& line) {
+        if (line.level >= least)
+            QTextStream(stderr) << u"till: %1: %2: %3\n"_s.arg(line.logger, levelText(line.level), line.text);
+    })
+{}
 
 } // namespace till

@@ -3,6 +3,8 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
+#include <optional>
 
 namespace till {
 
@@ -10,6 +12,8 @@ enum class LogLevel { Debug, Info, Warning, Error };
 
 /// "info" and so on.
 QString levelText(LogLevel level);
+/// The level of that name; nothing when there is none.
+std::optional<LogLevel> levelNamed(const QString& name);
 
 struct LogLine
 {
@@ -27,6 +31,29 @@ public:
     ~LogCapture();
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
+};
+
+/// While it lives, log lines from `least` on are also appended to a file, with time, level and logger. Lines
+/// reach it only while a LogCapture lives. One at a time.
+class LogFile
+{
+public:
+    /// Makes the file, for its owner alone (0600), when it is missing. An empty name is no file. Throws
+    /// UsageError when it can't be written, or is no plain file, or others may read it.
+    LogFile(const QString& fileName, LogLevel least);
+    ~LogFile();
+    LogFile(const LogFile&) = delete;
+    LogFile& operator=(const LogFile&) = delete;
+};
+
+/// While it lives, log lines from `least` on go to the standard error. One at a time; not beside a Trace.
+class ScreenLog
+{
+public:
+    explicit ScreenLog(LogLevel least);
+
+private:
+    LogCapture m_capture;
 };
 
 } // namespace till

@@ -1,35 +1,54 @@
 #pragma once
 
-#include <QString>
-#include <QStringList>
+#include "till/logging.h"
 
-#include <variant>
+#include <QList>
+#include <QString>
+
+#include <optional>
 
 namespace till {
 
-/// What the command line asks for.
+/// An option of the command line: `--name`, or `--name VALUE`.
+struct OptionKind
+{
+    QString name;
+    QString value;         ///< what stands for its value in help, "FILE"; empty: it takes none
+    QString about;         ///< English, for help
+    QString letter = {};   ///< the short form, "q"; may be empty
+    QString variable = {}; ///< the environment variable that says the same; the option goes over it
+};
+
+/// What every command is told. Option, environment variable, configuration file, default: the first that says
+/// something counts.
 struct Options
 {
-    enum class Command { Run, Shell };
-
-    Command command = Command::Run;
-    QStringList files;  ///< scenarios to run
     QString configFile; ///< empty: none
     QString serverUrl;  ///< empty: as configured
     QString pluginFile;
     QString standProgram;
-    QString dataDirectory; ///< empty: a new one for each scenario, or for the shell
+    QString dataDirectory; ///< empty: nobody named one
+    QString logFile;       ///< empty: none
+    std::optional<LogLevel> logLevel;
     bool json = false;
     bool verbose = false;
+    bool quiet = false;
 };
 
-/// All that the command line asks for is this text on the standard output.
-struct Text
+/// The options of every command, in the order of help.
+const QList<OptionKind>& generalOptions();
+
+/// What the environment says beyond the options: name and meaning, for help.
+struct Variable
 {
-    QString text;
+    QString name;
+    QString about;
 };
+const QList<Variable>& furtherVariables();
 
-/// Needs the application object. Throws UsageError when the command line is wrong.
-std::variant<Options, Text> readOptions(const QStringList& arguments);
+/// Which log lines are shown on the screen: what the options say, else from `usual` on.
+LogLevel screenLevel(const Options& options, LogLevel usual);
+/// Which are written to the log file: what --log-level says, else from info on.
+LogLevel fileLevel(const Options& options);
 
 } // namespace till

@@ -2,6 +2,9 @@
 
 #include "till/usageerror.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QStringList>
 
 using namespace Qt::StringLiterals;
@@ -14,6 +17,12 @@ const QString serverUrlKey = u"KYRLoyalty:serverUrl"_s;
 const QString userKey = u"KYRLoyalty:user"_s;
 const QString ratioKey = u"KYRLoyalty:bonusRatio"_s;
 const QString passwordKey = u"KYRLoyalty:password"_s;
+const QString passwordFileKey = u"Till:passwordFile"_s;
+const QString dataDirectoryKey = u"Till:dataDirectory"_s;
+const QString logFileKey = u"Till:logFile"_s;
+const QString logLevelKey = u"Till:logLevel"_s;
+const QString alarmKey = u"Till:alarmAfterMinutes"_s;
+constexpr int usualAlarm = 60;
 
 QList<ConfigKey> knownKeys()
 {
@@ -27,10 +36,98 @@ QList<ConfigKey> knownKeys()
         {u"KYRLoyalty:timeout"_s, Integer, u"seconds to wait for an answer, such as 10"_s},
         {u"KYRLoyalty:smsVerification"_s, Boolean, u"true: spending points must be confirmed by SMS"_s},
         {u"Till:shopCode"_s, Text, u"the shop's code at the service, such as \"1\""_s},
+        {passwordFileKey, Text, u"a file with the password, such as \"/etc/kyr-loyalty/password\""_s},
+        {dataDirectoryKey, Text, u"a folder, such as \"/var/lib/kyr-loyalty\""_s},
+        {logFileKey, Text, u"a file, such as \"/var/log/kyr-loyalty.log\""_s},
+        {logLevelKey, Text, u"\"debug\", \"info\", \"warning\" or \"error\""_s},
+        {alarmKey, Integer, u"minutes that a message may wait before there is an alarm, such as 60"_s},
     };
 }
 
+/// What the configuration calls a file lies beside the configuration.
+QString besideConfiguration(const Options& options, const QString& name)
+{
+    return name.isEmpty() ? QString() : QFileInfo(options.configFile).dir().absoluteFilePath(name);
+}
+
+/// systemd's credentials are guarded by their folder; their own mode may tell of an access list.
+bool isCredential(const QString& fileName)
+{
+    const QString folder = qEnvironmentVariable("CREDENTIALS_DIRECTORY");
+    return !folder.isEmpty() && QFileInfo(fileName).absolutePath() == QDir::cleanPath(folder);
+}
+
+QString passwordIn(const QString& fileName)
+{
+    const auto complain = [&fileName](const QString& what) {
+        return UsageError(u"%1: the password file %2"_s.arg(fileName, what));
+    };
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        throw complain(u"cannot be read: "_s + file.errorString());
+    const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+    if ((file.permissions() & others).toInt() != 0 && !isCredential(fileName))
+        throw complain(u"may be read by others than its owner; mend it with: chmod 600 "_s + fileName);
+    constexpr qint64 longest = 1024;
+    const QByteArray line = file.readLine(longest + 2);
+    const QString password = QString::fromUtf8(line.endsWith('\n') ? line.chopped(1) : line);
+    if (password.isEmpty() || line.size() > longest)
+        throw complain(u"must hold the password in its first line"_s);
+    return password;
+}
+
+/// The environment's word, then that of the file which one of the two names; nothing: as configured.
+void takePassword(Config& config, const Options& options)
+{
+    const QString said = qEnvironmentVariable("KYR_LOYALTY_PASSWORD");
+    const QString saidFile = qEnvironmentVariable("KYR_LOYALTY_PASSWORD_FILE");
+    const QString file =
+        saidFile.isEmpty() ? besideConfiguration(options, config.getString(passwordFileKey, {})) : saidFile;
+    if (!said.isEmpty())
+        config.set(passwordKey, said);
+    else if (saidFile.isEmpty() && !file.isEmpty() && !config.getString(passwordKey, {}).isEmpty())
+        throw UsageError(u"%1: %2 and %3 both say the password; keep one"_s.arg(
+            options.configFile, passwordKey, passwordFileKey));
+    else if (!file.isEmpty())
+        config.set(passwordKey, passwordIn(file));
+}
+
+std::optional<LogLevel> configuredLevel(const Config& config)
+{
+    const QString name = config.getString(logLevelKey, {});
+    if (name.isEmpty())
+        return std::nullopt;
+    const auto level = levelNamed(name);
+    if (!level)
+        throw UsageError(u"%1: expected debug, info, warning or error"_s.arg(logLevelKey));
+    return level;
+}
+
 } // namespace
+
+Config settingsOf(Options& options)
+{
+    Config config = loadSettings(options.configFile);
+    if (!options.serverUrl.isEmpty())
+        setServerUrl(config, options.serverUrl);
+    takePassword(config, options);
+    if (options.dataDirectory.isEmpty())
+        options.dataDirectory = besideConfiguration(options, config.getString(dataDirectoryKey, {}));
+    if (options.logFile.isEmpty())
+        options.logFile = besideConfiguration(options, config.getString(logFileKey, {}));
+    if (!options.logLevel)
+        options.logLevel = configuredLevel(config);
+    static_cast<void>(alarmMinutes(config));
+    return config;
+}
+
+int alarmMinutes(const Config& config)
+{
+    const int minutes = config.getInt(alarmKey, usualAlarm);
+    if (minutes < 1)
+        throw UsageError(u"%1: expected minutes above 0, such as 60"_s.arg(alarmKey));
+    return minutes;
+}
 
 Config loadSettings(const QString& fileName)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/utils/config.h"
+#include "till/options.h"
 
 #include <QString>
 
@@ -12,6 +13,14 @@ namespace till {
 /// The configuration with every key that the till and its plug-in know, and the values of the file (none when
 /// the name is empty). Throws ConfigError.
 Config loadSettings(const QString& fileName);
+
+/// The same for these options, whose words go over the file's: the configuration file, the service's address,
+/// and the password from where it is kept. Gives the options what only the file says of the data directory
+/// and the log. Throws ConfigError or UsageError.
+Config settingsOf(Options& options);
+
+/// After how many minutes a message that waits is worth an alarm.
+int alarmMinutes(const Config& config);
 
 /// Whether it says where the service is; else the till needs a stand.
 bool namesService(const Config& config);

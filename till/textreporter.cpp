@@ -2,6 +2,7 @@
 
 #include "till/screen.h"
 #include "till/summarytable.h"
+#include "till/terminal.h"
 
 using namespace Qt::StringLiterals;
 
@@ -11,16 +12,6 @@ namespace {
 
 const QString cashierIndent = u"     "_s;
 const QString administratorIndent = u"          "_s;
-
-/// Without control characters: a terminal would obey those in a text that came from the service.
-QString printable(QString text)
-{
-    for (QChar& character : text) {
-        if (character.category() == QChar::Other_Control)
-            character = QChar::ReplacementCharacter;
-    }
-    return text;
-}
 
 } // namespace
 

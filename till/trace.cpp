@@ -76,11 +76,11 @@ QStringList redacted(const RestExchange& exchange)
            bodyLines(u"<"_s, exchange.answerBody);
 }
 
-Trace::Trace(bool verbose)
-    : m_verbose(verbose)
+Trace::Trace(LogLevel least)
+    : m_least(least)
     , m_log([this](const LogLine& line) { add(line); })
 {
-    if (verbose)
+    if (least == LogLevel::Debug)
         RestClient::setObserver([this](const RestExchange& exchange) { add(exchange); });
 }
 
@@ -103,7 +103,7 @@ QList<TraceEntry> Trace::take()
 void Trace::add(const LogLine& line)
 {
     // The network's debug lines tell less of an exchange than is shown of it anyway.
-    if (line.level == LogLevel::Debug && (!m_verbose || line.logger == u"network"_s))
+    if (line.level < m_least || (line.level == LogLevel::Debug && line.logger == u"network"_s))
         return;
     const std::lock_guard lock(m_mutex);
     m_entries.append({line.level, line.logger, line.text.split(u'\n')});

@@ -24,8 +24,8 @@ struct TraceEntry
 class Trace
 {
 public:
-    /// Not verbose: log lines from info on. Verbose: debug lines and the exchanges too.
-    explicit Trace(bool verbose);
+    /// Log lines from `least` on; from debug on, the exchanges too.
+    explicit Trace(LogLevel least);
     /// What nobody took is written to stderr from warning on, so that no failure stays unseen.
     ~Trace();
     Trace(const Trace&) = delete;
@@ -38,7 +38,7 @@ private:
     void add(const LogLine& line);
     void add(const RestExchange& exchange);
 
-    bool m_verbose;
+    LogLevel m_least;
     std::mutex m_mutex;
     QList<TraceEntry> m_entries;
     LogCapture m_log;

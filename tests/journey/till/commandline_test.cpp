@@ -39,15 +39,35 @@ TEST(TillCommandLine, VersionNamesTheTillAndQt)
     EXPECT_EQ(ran.status, 0);
     EXPECT_THAT(ran.out.toStdString(), StartsWith("till "));
     EXPECT_THAT(ran.out.toStdString(), HasSubstr(std::string("\nQt ") + qVersion() + ", built with 6."));
+    for (const char* library : {"\nOpenSSL 3.", "\nSQLite 3.", "\nlibcurl "})
+        EXPECT_THAT(ran.out.toStdString(), HasSubstr(library));
+}
+
+TEST(TillCommandLine, HelpOfACommandIsTheSameByBothNames)
+{
+    const Ran ran = run({u"help"_s, u"run"_s});
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_THAT(ran.out.toStdString(), StartsWith("Usage: till run FILE..."));
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr("Examples:\n"));
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr("Exit status:\n"));
+    EXPECT_EQ(run({u"run"_s, u"--help"_s}).out, ran.out);
+    EXPECT_EQ(run({u"-h"_s, u"run"_s}).out, ran.out);
 }
 
 TEST(TillCommandLine, RefusesWhatItDoesNotKnow)
 {
-    expectMisuse({}, "a command is missing: run or shell");
-    expectMisuse({u"walk"_s}, "unknown command 'walk': expected run or shell");
+    expectMisuse({}, "a command is missing: expected run, shell");
+    expectMisuse({u"walk"_s}, "unknown command 'walk'; known are run, shell, ");
+    expectMisuse({u"shel"_s}, "unknown command 'shel'; did you mean \"shell\"?");
+    expectMisuse({u"help"_s, u"rum"_s}, "unknown command 'rum'; did you mean \"run\"?");
     expectMisuse({u"run"_s}, "which scenario?");
     expectMisuse({u"shell"_s, u"more"_s}, "unexpected 'more'");
-    expectMisuse({u"shell"_s, u"--loud"_s}, "Unknown option 'loud'");
+    expectMisuse({u"shell"_s, u"--loud"_s}, "unknown option '--loud'; see till");
+    expectMisuse({u"shell"_s, u"--verbos"_s}, "unknown option '--verbos'; did you mean \"--verbose\"?");
+    expectMisuse({u"shell"_s, u"-x"_s}, "unknown option '-x'");
+    expectMisuse({u"shell"_s, u"--json=yes"_s}, "json");
+    expectMisuse({u"shell"_s, u"--log-level"_s, u"loud"_s},
+                 "--log-level: expected debug, info, warning or error instead of 'loud'");
     expectMisuse({u"shell"_s, u"--data-dir"_s, u""_s}, "--data-dir: expected a folder");
     expectMisuse({u"shell"_s, u"--server-url"_s, u"ftp://example.com/"_s},
                  "--server-url: expected an address");

@@ -14,9 +14,15 @@ void start(QProcess& till, const QStringList& arguments)
                arguments.contains(u"--stand"_s) ? arguments : arguments + stand);
 }
 
-Ran run(const QStringList& arguments, const QByteArray& input)
+Ran run(const QStringList& arguments, const QByteArray& input) { return runWith({}, arguments, input); }
+
+Ran runWith(const QStringList& variables, const QStringList& arguments, const QByteArray& input)
 {
     QProcess till;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    for (const QString& variable : variables)
+        environment.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
+    till.setProcessEnvironment(environment);
     start(till, arguments);
     till.write(input);
     till.closeWriteChannel();

@@ -23,6 +23,9 @@ void start(QProcess& till, const QStringList& arguments);
 /// Runs the till to its end, with that on its standard input.
 Ran run(const QStringList& arguments, const QByteArray& input = {});
 
+/// The same with these variables set, "NAME=value" each.
+Ran runWith(const QStringList& variables, const QStringList& arguments, const QByteArray& input = {});
+
 /// Runs a scenario of these steps; what it says on its standard output is JSON.
 Ran runJson(const QByteArray& scenario, const QStringList& arguments = {});
 

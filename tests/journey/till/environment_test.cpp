@@ -1,0 +1,126 @@
+#include "tests/journey/till/tillprocess.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace tilltest {
+
+namespace {
+
+const QByteArray askForACard = "openSale id=R-1 positions=[]\nidentifyByCard card=2000000000017\n";
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// Runs the shell against an address where nobody listens, and returns what it shows of the exchanges.
+std::string exchangesOf(const QStringList& variables, const QStringList& arguments)
+{
+    const Ran ran = runWith(variables, QStringList{u"shell"_s, u"--verbose"_s} + arguments, askForACard);
+    EXPECT_EQ(ran.status, 0) << ran.err.toStdString();
+    return ran.out.toStdString();
+}
+
+/// A password file with that mode.
+QString passwordFile(const Files& files, QFile::Permissions mode)
+{
+    QString path = files.write(u"password"_s, "hush-hush\n");
+    QFile::setPermissions(path, mode);
+    return path;
+}
+
+} // namespace
+
+TEST(TillEnvironment, GoesOverTheFileAndUnderTheOption)
+{
+    const Files files;
+    const QString config =
+        files.write(u"till.toml"_s, "[KYRLoyalty]\nserverUrl = \"http://127.0.0.1:1/file/\"\n");
+    const QString variable = u"KYR_SERVER_URL=http://127.0.0.1:1/variable/"_s;
+    EXPECT_THAT(exchangesOf({u"KYR_CONFIG="_s + config}, {}), HasSubstr("GET /file/v2/"));
+    EXPECT_THAT(exchangesOf({variable, u"KYR_CONFIG="_s + config}, {}), HasSubstr("GET /variable/v2/"));
+    EXPECT_THAT(exchangesOf({variable, u"KYR_CONFIG=/nowhere.toml"_s},
+                            {u"--config"_s, config, u"--server-url"_s, u"http://127.0.0.1:1/option/"_s}),
+                HasSubstr("GET /option/v2/"));
+}
+
+TEST(TillEnvironment, ADataDirectoryIsNamedByVariableOrFile)
+{
+    const Files files;
+    const QString config = files.write(u"till.toml"_s, "[Till]\ndataDirectory = \"of-the-file\"\n");
+    EXPECT_EQ(runWith({}, {u"shell"_s, u"--config"_s, config}, askForACard).status, 0);
+    EXPECT_TRUE(QFile::exists(files.path(u"of-the-file/open-receipt"_s)));
+    const QString variable = u"KYR_DATA_DIR="_s + files.path(u"of-the-variable"_s);
+    EXPECT_EQ(runWith({variable}, {u"shell"_s, u"--config"_s, config}, askForACard).status, 0);
+    EXPECT_TRUE(QFile::exists(files.path(u"of-the-variable/open-receipt"_s)));
+}
+
+TEST(TillEnvironment, ALogFileIsItsOwnersAloneAndGrows)
+{
+    const Files files;
+    const QString log = files.path(u"till.log"_s);
+    const QStringList arguments{u"shell"_s, u"--server-url"_s, u"http://127.0.0.1:1/"_s};
+    ASSERT_EQ(runWith({u"KYR_LOG_FILE="_s + log}, arguments, askForACard).status, 0);
+    const QByteArray first = contentOf(log);
+    EXPECT_THAT(first.toStdString(), HasSubstr(" [kyrloyalty] "));
+    EXPECT_EQ(QFileInfo(log).permissions() & QFile::Permissions(0x0077), QFile::Permissions());
+    ASSERT_EQ(
+        run(arguments + QStringList{u"--log-file"_s, log, u"--log-level"_s, u"error"_s}, askForACard).status,
+        0);
+    EXPECT_TRUE(contentOf(log).startsWith(first));
+}
+
+TEST(TillEnvironment, ALogFileThatOthersReadIsRefused)
+{
+    const Files files;
+    const QString log = files.write(u"till.log"_s, {});
+    QFile::setPermissions(log, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
+    const Ran ran = run({u"shell"_s, u"--log-file"_s, log});
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr("must be a plain file of its owner alone"));
+    EXPECT_THAT(run({u"shell"_s, u"--log-file"_s, u"/nowhere/log"_s}).err.toStdString(),
+                HasSubstr("/nowhere/log: the log file cannot be written: No such file or directory"));
+}
+
+TEST(TillEnvironment, APasswordFileThatOthersReadIsRefused)
+{
+    const Files files;
+    const QString file = passwordFile(files, QFile::ReadOwner | QFile::ReadGroup);
+    const QString config = files.write(u"till.toml"_s, "[Till]\npasswordFile = \"password\"\n");
+    const Ran ran = run({u"shell"_s, u"--config"_s, config});
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(
+        ran.err.toStdString(),
+        HasSubstr("may be read by others than its owner; mend it with: chmod 600 " + file.toStdString()));
+    EXPECT_THAT(ran.err.toStdString(), Not(HasSubstr("hush")));
+}
+
+TEST(TillEnvironment, APasswordInTwoPlacesIsRefused)
+{
+    const Files files;
+    passwordFile(files, QFile::ReadOwner);
+    const QString config = files.write(
+        u"till.toml"_s, "[KYRLoyalty]\npassword = \"hush\"\n[Till]\npasswordFile = \"password\"\n");
+    const Ran ran = run({u"shell"_s, u"--config"_s, config});
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(),
+                HasSubstr("KYRLoyalty:password and Till:passwordFile both say the password"));
+}
+
+TEST(TillEnvironment, QuietShowsNoWarnings)
+{
+    const QStringList arguments{u"shell"_s, u"--server-url"_s, u"http://127.0.0.1:1/"_s};
+    EXPECT_THAT(run(arguments, askForACard).out.toStdString(), HasSubstr("info "));
+    EXPECT_THAT(run(arguments + QStringList{u"-q"_s}, askForACard).out.toStdString(),
+                Not(HasSubstr("info ")));
+}
+
+} // namespace tilltest

@@ -1,0 +1,35 @@
+#include "till/commands/playing.h"
+
+#include "till/terminal.h"
+
+#include <QCoreApplication>
+#include <QDir>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+QString besideProgram(const QString& path)
+{
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + u'/' + path);
+}
+
+} // namespace
+
+std::unique_ptr<Reporter> reporterFor(const Options& options, QTextStream& out, QTextStream& err)
+{
+    if (options.json)
+        return std::make_unique<JsonReporter>(out, options.verbose ? &err : nullptr);
+    return std::make_unique<TextReporter>(out, wantsColours());
+}
+
+Parts partsOf(const Options& options)
+{
+    return {options.pluginFile.isEmpty() ? besideProgram(u"../lib/libKYRLoyalty.so"_s) : options.pluginFile,
+            options.standProgram.isEmpty() ? besideProgram(u"stand"_s) : options.standProgram,
+            options.dataDirectory};
+}
+
+} // namespace till

@@ -1,0 +1,58 @@
+#include "till/shell.h"
+
+#include "host/core/terminalfrontend.h"
+#include "till/commands/commands.h"
+#include "till/commands/playing.h"
+#include "till/settings.h"
+
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+int run(const Invocation& invocation)
+{
+    Options options = invocation.options;
+    const Config config = settingsOf(options);
+    QTextStream in(stdin);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    const LogFile logFile(options.logFile, fileLevel(options));
+    Trace trace(screenLevel(options, LogLevel::Info));
+    const auto reporter = reporterFor(options, out, err);
+
+    QTextStream& talk = options.json ? err : out; // then only the steps' lines may go to the standard output
+    TerminalFrontend terminal(in, talk);
+    Till till(partsOf(options), config, &terminal);
+    reporter->preparations(trace.take());
+    Player player(till, trace, *reporter, nullptr);
+    Shell(in, talk, isatty(STDIN_FILENO) == 1).run(player);
+    return exitWell;
+}
+
+} // namespace
+
+Command shellCommand()
+{
+    return {.name = u"shell"_s,
+            .arguments = {},
+            .fewest = 0,
+            .most = 0,
+            .missing = {},
+            .about = u"Play the steps typed on the standard input."_s,
+            .details =
+                u"The shell's own \"help\" lists the steps and their members, \"quit\" ends it. Where "
+                "nobody names a loyalty\nservice, the stand is started. Without a data directory one of "
+                "the moment is used.\n\nWith --json: one line for each step, and the talk on stderr."_s,
+            .options = {},
+            .examples = {{u"till shell"_s, u"a till to try things with"_s},
+                         {u"till shell --data-dir till-1"_s, u"one that goes on where it was left"_s}},
+            .statuses = {{0, u"the input ended, or \"quit\""_s},
+                         {2, u"wrong usage, or a file, the plug-in or the stand cannot be used"_s}},
+            .run = run};
+}
+
+} // namespace till
