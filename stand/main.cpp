@@ -16,9 +16,12 @@ int run(const stand::Options& options)
     if (options.untilEof)
         stand::quitOnEndOfInput(qApp);
     stand::Stand whole(options.dataFile, options.credentials, options.terms);
-    const stand::Server server(options.address, options.port,
-                               [&whole](const stand::Request& request) { return whole.answer(request); });
+    whole.faults().arm(options.faults);
+    stand::Server server(options.address, options.port,
+                         [&whole](const stand::Request& request) { return whole.react(request); });
     QTextStream(stdout) << "The stand listens on " << server.url().toString() << Qt::endl;
+    if (const auto refusal = whole.faults().refusal(); refusal.count() > 0)
+        server.refuse(refusal);
     return QCoreApplication::exec();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "stand/fault.h"
 #include "stand/stand.h"
 
 #include <QHostAddress>
@@ -16,6 +17,7 @@ struct Options
     QString dataFile; ///< Empty: in memory.
     Credentials credentials;
     Terms terms;
+    QList<Fault> faults;
     bool untilEof = false;
 };
 

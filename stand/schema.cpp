@@ -137,8 +137,14 @@ QStringList ledger()
     };
 }
 
+QStringList faults()
+{
+    // The name of the fault that struck the exchange; empty for none.
+    return {u"ALTER TABLE exchanges ADD COLUMN fault TEXT NOT NULL DEFAULT ''"_s};
+}
+
 } // namespace
 
-QList<QStringList> upgrades() { return {cardsAndExchanges(), ledger()}; }
+QList<QStringList> upgrades() { return {cardsAndExchanges(), ledger(), faults()}; }
 
 } // namespace stand
