@@ -1,3 +1,4 @@
+#include "stand/clock.h"
 #include "stand/lifetime.h"
 #include "stand/options.h"
 #include "stand/server.h"
@@ -15,6 +16,8 @@ int run(const stand::Options& options)
     stand::quitOnSignals(qApp);
     if (options.untilEof)
         stand::quitOnEndOfInput(qApp);
+    if (options.clock.isValid())
+        stand::setClock(options.clock);
     stand::Stand whole(options.dataFile, options.credentials, options.terms);
     whole.faults().arm(options.faults);
     stand::Server server(options.address, options.port,

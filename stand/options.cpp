@@ -169,11 +169,15 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     const QCommandLineOption fault(
         u"fault"_s, u"Something that goes wrong on purpose, see below; may be given again."_s, u"FAULT"_s);
     const QCommandLineOption faults(u"faults"_s, u"JSON file with a list of such faults."_s, u"FILE"_s);
+    const QCommandLineOption clock(u"clock"_s,
+                                   u"The time to begin with, such as 2026-12-01T00:00:00Z; without it, the "
+                                   "system's. POST /stand/clock moves it forward."_s,
+                                   u"TIME"_s);
     const QCommandLineOption untilEof(u"until-eof"_s, u"Stop also when the standard input is closed."_s);
     // Not addHelpOption(): it would also bring --help-all, with options of Qt's that are nobody's business
     // here.
     const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this help."_s);
-    parser.addOptions({help, address, port, data, user, password, fault, faults, untilEof});
+    parser.addOptions({help, address, port, data, user, password, fault, faults, clock, untilEof});
     const TermsOptions termsOptions;
     termsOptions.addTo(parser);
     const auto version = parser.addVersionOption();
@@ -200,6 +204,9 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     if (const auto* end = std::get_if<EarlyEnd>(&read))
         return *end;
     options.faults = std::get<QList<Fault>>(read);
+    options.clock = QDateTime::fromString(parser.value(clock), Qt::ISODateWithMs);
+    if (parser.isSet(clock) && !options.clock.isValid())
+        return misused(u"'%1' is no time such as 2026-12-01T00:00:00Z."_s.arg(parser.value(clock)));
     options.untilEof = parser.isSet(untilEof);
     options.credentials.user = parser.value(user);
     if (options.credentials.user.contains(u':'))

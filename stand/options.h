@@ -3,6 +3,7 @@
 #include "stand/fault.h"
 #include "stand/stand.h"
 
+#include <QDateTime>
 #include <QHostAddress>
 #include <QStringList>
 
@@ -18,6 +19,7 @@ struct Options
     Credentials credentials;
     Terms terms;
     QList<Fault> faults;
+    QDateTime clock; ///< Invalid: the system's.
     bool untilEof = false;
 };
 

@@ -1,6 +1,8 @@
 #include "stand/stand.h"
 
 #include "stand/answers.h"
+#include "stand/clock.h"
+#include "stand/clockpage.h"
 #include "stand/faultspage.h"
 #include "stand/inspection.h"
 #include "stand/mangling.h"
@@ -102,7 +104,7 @@ Answer Stand::serviceAnswer(const Request& request, const QString& fault)
 
 Answer Stand::performed(const Request& request, const QString& fault)
 {
-    const auto time = QDateTime::currentDateTimeUtc();
+    const auto time = now();
     const bool authorized = isAuthorized(request, m_expected);
     // Whatever happens to the process: what was done, its answer and its trace are there together or not at
     // all.
@@ -117,14 +119,15 @@ void Stand::remember(const Request& request, const std::optional<Answer>& answer
 {
     Answer none;
     none.status = 0;
-    m_exchanges.add(QDateTime::currentDateTimeUtc(), request, isAuthorized(request, m_expected),
-                    answer.value_or(none), fault);
+    m_exchanges.add(now(), request, isAuthorized(request, m_expected), answer.value_or(none), fault);
 }
 
 Answer Stand::ownPage(const Request& request)
 {
     if (isFaultsPage(request.path))
         return faultsPage(m_faults, request);
+    if (request.path == "/stand/clock")
+        return clockPage(request);
     using Page = std::pair<QByteArray, std::function<Answer()>>;
     const std::array pages = {
         Page{"/stand/cards", [] { return page(demonstrationCards()); }},
