@@ -18,7 +18,7 @@ function otherKinds(value) {
 function wrongValues(value) {
   switch (kindOf(value)) {
     case 'number': return [['below', -1], ['above', 2 ** 31], ['between', value + 0.001]];
-    case 'string': return [['longer', `${value}x`], ['empty', '']];
+    case 'string': return [['prefixed', `x${value}`], ['longer', `${value}x`], ['empty', '']];
     case 'list': return value.length ? [['emptied', []]] : [];
     default: return [];
   }
