@@ -62,6 +62,17 @@ describe('The contract', () => {
     ]);
   });
 
+  test('is told at once to a till that is not ours', async () => {
+    const target = '/v2/partner/operation/confirm-payment-c2b';
+    let told;
+    await exchanges.withStand([], async (base, data, complaints) => {
+      told = complaints;
+      await exchanges.send(base, { method: 'GET', path: '/v2/partner/card/2000000000017/card-info' });
+      await exchanges.send(base, { method: 'POST', path: target, body: { approve_id: '1', code: '1234' } });
+    }, process.env.KYR_JUDGED_STAND);
+    assert.equal(told(), `POST ${target}: request /approve_id: must be integer\n`);
+  });
+
   test('is broken by a wrong answer on its way to the till', async () => {
     const [file] = exchanges.scenarios().filter((name) => name.includes('02-'));
     const tamper = { path: '/payment-b2c', replace: '"paymentBonus":29.21', with: '"paymentBonus":"29.21"' };

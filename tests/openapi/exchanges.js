@@ -66,21 +66,29 @@ function send(base, { method, path: target, body = '', headers = {} }) {
   });
 }
 
-/** Calls `use` with the address of a fresh stand behind the proxy, and gives the exchanges noted. */
-function withStand(options, use) {
+/**
+ * Calls `use` with the address of a fresh stand behind the proxy, its data file and a function that gives what it said
+ * on stderr so far. Gives the exchanges noted.
+ */
+function withStand(options, use, program = proxy) {
   return withFolder((folder) => new Promise((resolve, reject) => {
     const file = path.join(folder, 'exchanges');
     const data = path.join(folder, 'stand.sqlite');
-    const stand = spawn(proxy, ['--until-eof', '--data', data, '--sms-code', '1234', ...options], {
-      env: { ...process.env, KYR_EXCHANGES: file }, stdio: ['pipe', 'pipe', 'ignore'],
+    const stand = spawn(program, ['--until-eof', '--data', data, '--sms-code', '1234', ...options], {
+      env: { ...process.env, KYR_EXCHANGES: file },
     });
+    let complaints = '';
+    stand.stderr.on('data', (text) => { complaints += text; });
     let failure = new Error('The stand ended before it said where it listens');
     stand.on('error', reject);
-    stand.on('close', () => (failure ? reject(failure) : resolve(noted(file))));
+    stand.on('close', () => {
+      if (failure) reject(new Error(`${failure.message}\n${complaints}`, { cause: failure }));
+      else resolve(noted(file));
+    });
     stand.stdout.once('data', (text) => {
       const base = /http:\S+/.exec(String(text))[0];
       failure = null;
-      use(base, data).catch((error) => { failure = error; }).finally(() => stand.stdin.end());
+      use(base, data, () => complaints).catch((error) => { failure = error; }).finally(() => stand.stdin.end());
     });
   }));
 }

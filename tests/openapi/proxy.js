@@ -3,7 +3,8 @@
 // behind itself, passes everything on and notes each exchange under /v2/ as one line of JSON, byte for byte as the
 // two saw it. Of the credentials only the scheme is noted.
 //   KYR_STAND       the real stand
-//   KYR_EXCHANGES   the file that takes the exchanges
+//   KYR_EXCHANGES   the file that takes the exchanges, if any
+//   KYR_CONTRACT    the OpenAPI page, if any: whatever is against it is told on stderr at once
 //   KYR_TAMPER      {"path": end of a path, "replace": text, "with": text}: a change to answers on their way to the till
 'use strict';
 
@@ -12,12 +13,15 @@ const http = require('http');
 const { spawn } = require('child_process');
 
 const announcement = 'The stand listens on ';
+const contract = process.env.KYR_CONTRACT ? require('./contract').Contract.read(process.env.KYR_CONTRACT) : null;
 const tamper = process.env.KYR_TAMPER ? JSON.parse(process.env.KYR_TAMPER) : null;
 
-/** The arguments without `--port N`, and that N. */
+/** The arguments without the port, and the port. */
 function withoutPort(given) {
-  const at = given.indexOf('--port');
-  return at < 0 ? [given, 0] : [[...given.slice(0, at), ...given.slice(at + 2)], Number(given[at + 1])];
+  const at = given.findIndex((one) => /^--port(=|$)/.test(one));
+  if (at < 0) return [given, 0];
+  const [, joined] = given[at].split('=');
+  return [[...given.slice(0, at), ...given.slice(at + (joined === undefined ? 2 : 1))], Number(joined ?? given[at + 1])];
 }
 
 function note(request, requestBody, answer, answerBody) {
@@ -32,7 +36,9 @@ function note(request, requestBody, answer, answerBody) {
     answerHeaders: answer.headers,
     answer: answerBody.toString('utf8'),
   };
-  fs.appendFileSync(process.env.KYR_EXCHANGES, `${JSON.stringify(exchange)}\n`);
+  if (process.env.KYR_EXCHANGES) fs.appendFileSync(process.env.KYR_EXCHANGES, `${JSON.stringify(exchange)}\n`);
+  if (!contract) return;
+  for (const text of contract.judge(exchange)) process.stderr.write(`${exchange.method} ${exchange.path}: ${text}\n`);
 }
 
 function tampered(path, body) {
@@ -62,8 +68,10 @@ function pass(base, request, response) {
   });
 }
 
-const [standArguments, port] = withoutPort(process.argv.slice(2));
-const stand = spawn(process.env.KYR_STAND, [...standArguments, '--port', '0'], { stdio: ['pipe', 'pipe', 'inherit'] });
+const [others, port] = withoutPort(process.argv.slice(2));
+// A port that is none is for the stand to refuse.
+const standArguments = Number.isInteger(port) ? [...others, '--port', '0'] : process.argv.slice(2);
+const stand = spawn(process.env.KYR_STAND, standArguments, { stdio: ['pipe', 'pipe', 'inherit'] });
 process.stdin.on('end', () => stand.stdin.end()).resume();
 for (const signal of ['SIGTERM', 'SIGINT']) process.on(signal, () => stand.kill(signal));
 stand.on('error', (error) => {
@@ -76,7 +84,13 @@ let said = '';
 stand.stdout.on('data', function listen(text) {
   said += text;
   if (!said.includes('\n')) return;
-  stand.stdout.off('data', listen).resume();
+  stand.stdout.off('data', listen);
+  if (!said.startsWith(announcement)) { // its help, for example
+    process.stdout.write(said);
+    stand.stdout.pipe(process.stdout);
+    return;
+  }
+  stand.stdout.resume();
   const base = said.slice(said.indexOf(announcement) + announcement.length).trim();
   const server = http.createServer((request, response) => pass(base, request, response));
   server.on('error', (error) => {
