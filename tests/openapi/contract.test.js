@@ -2,6 +2,8 @@
 'use strict';
 
 const assert = require('node:assert/strict');
+const fs = require('fs');
+const path = require('path');
 const { before, describe, test } = require('node:test');
 const { Contract } = require('./contract');
 const exchanges = require('./exchanges');
@@ -22,6 +24,37 @@ describe('The contract', () => {
     const wrong = played.flatMap((one) => contract.judge(one).map((text) => `${described(one)}: ${text}`));
     assert.deepEqual(wrong, []);
     t.diagnostic(`${played.length} exchanges`);
+  });
+
+  test('holds for every body that the client is known to write', () => {
+    const operations = {
+      earn: /^earn/, spendAtOnce: /^force_payment/, requestSpending: /^payment/, spendingLimits: /^pre_payment/,
+      takeBack: /^refuse_/, cancelSpending: /^cancel/, reportReturn: /^anonymous_back/, reportSale: /^anonymous_(?!back)/,
+    };
+    const names = fs.readdirSync(process.env.KYR_GOLDEN);
+    for (const [operation, prefix] of Object.entries(operations)) {
+      const real = played.find((one) => one.status === 200 && contract.operationOf(one).operationId === operation);
+      const bodies = names.filter((name) => prefix.test(name));
+      assert.ok(bodies.length > 0, operation);
+      for (const name of bodies) {
+        const body = fs.readFileSync(path.join(process.env.KYR_GOLDEN, name), 'utf8');
+        assert.deepEqual(contract.judge({ ...real, body }), [], name);
+      }
+    }
+  });
+
+  test('judges what the stand itself says that it heard and answered', async () => {
+    const good = played.find((one) => one.path.endsWith('/payment-b2c'));
+    let kept;
+    const noted = await exchanges.withStand([], async (base) => {
+      await exchanges.send(base, { method: 'GET', path: '/v2/partner/card/2000000000017/card-info?a=%20b' });
+      await exchanges.send(base, { method: 'POST', path: good.path, body: good.body });
+      await exchanges.send(base, { method: 'PUT', path: '/v2/nowhere', body: 'Ё' });
+      kept = JSON.parse((await exchanges.send(base, { method: 'GET', path: '/stand/exchanges' })).body).exchanges;
+    });
+    assert.equal(noted.length, 3);
+    assert.deepEqual(noted.map((one) => [one.method, one.path, one.body, one.status, one.answer]),
+      kept.map((one) => [one.method, one.path, one.request_body, one.status, one.answer_body]));
   });
 
   test('has no operation that the scenarios leave out', () => {

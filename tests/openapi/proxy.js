@@ -70,7 +70,8 @@ function pass(base, request, response) {
 
 const [others, port] = withoutPort(process.argv.slice(2));
 // A port that is none is for the stand to refuse.
-const standArguments = Number.isInteger(port) ? [...others, '--port', '0'] : process.argv.slice(2);
+const isPort = Number.isInteger(port) && port >= 0 && port < 65536;
+const standArguments = isPort ? [...others, '--port', '0'] : process.argv.slice(2);
 const stand = spawn(process.env.KYR_STAND, standArguments, { stdio: ['pipe', 'pipe', 'inherit'] });
 process.stdin.on('end', () => stand.stdin.end()).resume();
 for (const signal of ['SIGTERM', 'SIGINT']) process.on(signal, () => stand.kill(signal));
