@@ -131,6 +131,7 @@ Answer Stand::ownPage(const Request& request)
     using Page = std::pair<QByteArray, std::function<Answer()>>;
     const std::array pages = {
         Page{"/stand/cards", [] { return page(demonstrationCards()); }},
+        Page{"/stand/paths", [this] { return page(m_service.paths()); }},
         Page{"/stand/exchanges", [&] { return exchangesPage(request); }},
         Page{"/stand/codes", [this] { return page(m_service.codes()); }},
         Page{"/stand/ledger", [this] { return page(ledgerPage(m_database, m_service.anonymousReceipts())); }},
