@@ -7,8 +7,8 @@ namespace till {
 const QList<Command>& commands()
 {
     static const QList<Command> table{
-        runCommand(),
-        shellCommand(),
+        runCommand(),        shellCommand(),     queueListCommand(),    queueShowCommand(),
+        queueRetryCommand(), queueDropCommand(), queueDeliverCommand(),
     };
     return table;
 }

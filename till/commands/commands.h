@@ -6,5 +6,10 @@ namespace till {
 
 Command runCommand();
 Command shellCommand();
+Command queueListCommand();
+Command queueShowCommand();
+Command queueRetryCommand();
+Command queueDropCommand();
+Command queueDeliverCommand();
 
 } // namespace till
