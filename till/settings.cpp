@@ -140,6 +140,20 @@ Config loadSettings(const QString& fileName)
 
 bool namesService(const Config& config) { return !config.getString(serverUrlKey, {}).isEmpty(); }
 
+QString serverUrlOf(const Config& config) { return config.getString(serverUrlKey, {}); }
+
+int timeoutOf(const Config& config)
+{
+    constexpr int usual = 10;
+    return std::max(1, config.getInt(u"KYRLoyalty:timeout"_s, usual));
+}
+
+QString authorizationOf(const Config& config)
+{
+    const QString credentials = config.getString(userKey, {}) + u':' + config.getString(passwordKey, {});
+    return u"Basic "_s + QString::fromLatin1(credentials.toUtf8().toBase64());
+}
+
 void setServerUrl(Config& config, const QString& url) { config.set(serverUrlKey, url); }
 
 std::optional<Ratio> ratioOf(const Config& config)

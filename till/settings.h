@@ -25,6 +25,11 @@ int alarmMinutes(const Config& config);
 /// Whether it says where the service is; else the till needs a stand.
 bool namesService(const Config& config);
 void setServerUrl(Config& config, const QString& url);
+QString serverUrlOf(const Config& config);
+/// Seconds for one exchange with the service.
+int timeoutOf(const Config& config);
+/// What the configured user and password are in the header of that name.
+QString authorizationOf(const Config& config);
 /// How many points are worth how much money.
 struct Ratio
 {

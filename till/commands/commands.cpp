@@ -8,7 +8,7 @@ const QList<Command>& commands()
 {
     static const QList<Command> table{
         runCommand(),        shellCommand(),     queueListCommand(),    queueShowCommand(),
-        queueRetryCommand(), queueDropCommand(), queueDeliverCommand(),
+        queueRetryCommand(), queueDropCommand(), queueDeliverCommand(), doctorCommand(),
     };
     return table;
 }

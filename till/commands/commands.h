@@ -11,5 +11,6 @@ Command queueShowCommand();
 Command queueRetryCommand();
 Command queueDropCommand();
 Command queueDeliverCommand();
+Command doctorCommand();
 
 } // namespace till

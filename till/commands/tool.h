@@ -13,6 +13,9 @@ QString usualDataDirectory();
 /// The data directory for these options; never empty.
 QString dataDirectoryOf(const Options& options);
 
+/// Whether a till has ever kept something in that folder: a tool that looks must not begin a file there.
+bool keepsAnything(const QString& directory);
+
 /// What the administrator's tools begin with: the settings, the log, a console. The log's lines go to the
 /// standard error, from warning on unless told otherwise.
 class Tool
