@@ -19,6 +19,10 @@ Config loadSettings(const QString& fileName);
 /// and the log. Throws ConfigError or UsageError.
 Config settingsOf(Options& options);
 
+/// Every known key with its value, a line for each, for the eyes of a supporter: of the password only whether
+/// there is one.
+QString configurationText(const Config& config);
+
 /// After how many minutes a message that waits is worth an alarm.
 int alarmMinutes(const Config& config);
 

@@ -12,5 +12,6 @@ Command queueRetryCommand();
 Command queueDropCommand();
 Command queueDeliverCommand();
 Command doctorCommand();
+Command supportBundleCommand();
 
 } // namespace till

@@ -38,15 +38,10 @@ Console::Colour colourOf(State state)
                                      : Console::Colour::Red;
 }
 
-QJsonDocument asJson(const QList<Finding>& findings, bool allWell)
+bool isWell(const QList<Finding>& findings)
 {
-    QJsonArray list;
-    for (const Finding& finding : findings)
-        list.append(QJsonObject{{u"check"_s, finding.check},
-                                {u"state"_s, stateText(finding.state)},
-                                {u"text"_s, finding.text},
-                                {u"remedy"_s, finding.remedy}});
-    return QJsonDocument(QJsonObject{{u"ok"_s, allWell}, {u"findings"_s, list}});
+    return std::all_of(findings.begin(), findings.end(),
+                       [](const Finding& finding) { return finding.state == State::Ok; });
 }
 
 int run(const Invocation& invocation)
@@ -55,9 +50,7 @@ int run(const Invocation& invocation)
     // What the plug-in says while it starts is in its own finding.
     const ScreenLog log(screenLevel(invocation.options, LogLevel::Error));
     const QList<Finding> findings = examine(invocation.options);
-    const bool allWell = std::all_of(findings.begin(), findings.end(),
-                                     [](const Finding& finding) { return finding.state == State::Ok; });
-    console.value(asJson(findings, allWell));
+    console.value(findingsJson(findings));
     for (const Finding& finding : findings) {
         const QString heading = stateText(finding.state).leftJustified(8) + finding.check.leftJustified(14);
         const QStringList lines = finding.text.split(u'\n');
@@ -67,10 +60,21 @@ int run(const Invocation& invocation)
         if (!finding.remedy.isEmpty())
             console.line(QString(heading.size(), u' ') + u"→ "_s + finding.remedy);
     }
-    return allWell ? exitWell : exitFailed;
+    return isWell(findings) ? exitWell : exitFailed;
 }
 
 } // namespace
+
+QJsonDocument findingsJson(const QList<Finding>& findings)
+{
+    QJsonArray list;
+    for (const Finding& finding : findings)
+        list.append(QJsonObject{{u"check"_s, finding.check},
+                                {u"state"_s, stateText(finding.state)},
+                                {u"text"_s, finding.text},
+                                {u"remedy"_s, finding.remedy}});
+    return QJsonDocument(QJsonObject{{u"ok"_s, isWell(findings)}, {u"findings"_s, list}});
+}
 
 QString stateText(Finding::State state)
 {

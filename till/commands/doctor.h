@@ -3,6 +3,7 @@
 #include "host/utils/config.h"
 #include "till/options.h"
 
+#include <QJsonDocument>
 #include <QList>
 #include <QString>
 
@@ -21,6 +22,9 @@ struct Finding
 
 /// "ok", "warning" or "problem".
 QString stateText(Finding::State state);
+
+/// The findings as `till doctor --json` tells them.
+QJsonDocument findingsJson(const QList<Finding>& findings);
 
 /// All that the doctor looks at, in order; goes on after each failure. Uses the process's data directory.
 QList<Finding> examine(const Options& options);

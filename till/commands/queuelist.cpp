@@ -2,8 +2,6 @@
 #include "till/commands/queuereport.h"
 #include "till/commands/tool.h"
 
-#include <QJsonArray>
-
 using namespace Qt::StringLiterals;
 
 namespace till {
@@ -12,37 +10,7 @@ namespace {
 
 constexpr int usualLimit = 50;
 
-struct Listing
-{
-    QList<QueuedMessage> messages;
-    bool more = false;
-};
-
-Listing listing(const MessageQueue& queue, int limit, bool parkedOnly)
-{
-    Listing found;
-    // One by one, for a queue may hold more than fits into memory.
-    for (auto next = queue.after(0); next; next = queue.after(next->id)) {
-        if (parkedOnly && next->state != QueuedMessage::State::Parked)
-            continue;
-        found.more = found.messages.size() == limit;
-        if (found.more)
-            break;
-        found.messages.append(*next);
-    }
-    return found;
-}
-
-QJsonDocument asJson(const Listing& found, int waiting, int parked)
-{
-    QJsonArray messages;
-    for (const QueuedMessage& message : found.messages)
-        messages.append(messageJson(message));
-    return QJsonDocument(QJsonObject{
-        {u"waiting"_s, waiting}, {u"parked"_s, parked}, {u"messages"_s, messages}, {u"more"_s, found.more}});
-}
-
-void print(Console& console, const Listing& found, int waiting, int parked)
+void print(Console& console, const QueueListing& found, int waiting, int parked)
 {
     QList<QStringList> rows;
     for (const QueuedMessage& message : found.messages) {
@@ -66,10 +34,10 @@ int run(const Invocation& invocation)
     Tool tool(invocation);
     tool.useDataDirectory();
     const MessageQueue queue;
-    const Listing found = listing(queue, limit, invocation.has(u"parked"_s));
+    const QueueListing found = queueListing(queue, limit, invocation.has(u"parked"_s));
     const int waiting = queue.waitingCount();
     const int parked = queue.parkedCount();
-    tool.console.value(asJson(found, waiting, parked));
+    tool.console.value(listingJson(queue, found));
     print(tool.console, found, waiting, parked);
     return exitWell;
 }

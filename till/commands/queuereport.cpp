@@ -2,6 +2,7 @@
 
 #include "host/utils/masking.h"
 
+#include <QJsonArray>
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
@@ -29,6 +30,32 @@ QJsonObject messageJson(const QueuedMessage& message)
             {u"attempts"_s, message.attempts},
             {u"lastError"_s, utils::maskNumbers(message.lastError)},
             {u"damaged"_s, message.damaged}};
+}
+
+QueueListing queueListing(const MessageQueue& queue, int limit, bool parkedOnly)
+{
+    QueueListing found;
+    // One by one, for a queue may hold more than fits into memory.
+    for (auto next = queue.after(0); next; next = queue.after(next->id)) {
+        if (parkedOnly && next->state != QueuedMessage::State::Parked)
+            continue;
+        found.more = found.messages.size() == limit;
+        if (found.more)
+            break;
+        found.messages.append(*next);
+    }
+    return found;
+}
+
+QJsonDocument listingJson(const MessageQueue& queue, const QueueListing& listing)
+{
+    QJsonArray messages;
+    for (const QueuedMessage& message : listing.messages)
+        messages.append(messageJson(message));
+    return QJsonDocument(QJsonObject{{u"waiting"_s, queue.waitingCount()},
+                                     {u"parked"_s, queue.parkedCount()},
+                                     {u"messages"_s, messages},
+                                     {u"more"_s, listing.more}});
 }
 
 QString timeText(const QDateTime& time)

@@ -2,6 +2,7 @@
 
 #include "host/network/messagequeue.h"
 
+#include <QJsonDocument>
 #include <QJsonObject>
 
 namespace till {
@@ -21,6 +22,17 @@ QString stateText(const QueuedMessage& message);
 
 /// What the tools tell of a message: nothing of its headers and body, numbers in texts masked.
 QJsonObject messageJson(const QueuedMessage& message);
+
+/// The first messages of the queue.
+struct QueueListing
+{
+    QList<QueuedMessage> messages;
+    bool more = false; ///< there are others behind them
+};
+QueueListing queueListing(const MessageQueue& queue, int limit, bool parkedOnly);
+
+/// The same as `till queue list --json` tells it.
+QJsonDocument listingJson(const MessageQueue& queue, const QueueListing& listing);
 
 /// "2026-11-21T04:05:06Z"; empty when the time is invalid.
 QString timeText(const QDateTime& time);
