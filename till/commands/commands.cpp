@@ -7,9 +7,9 @@ namespace till {
 const QList<Command>& commands()
 {
     static const QList<Command> table{
-        runCommand(),          shellCommand(),      queueListCommand(),
-        queueShowCommand(),    queueRetryCommand(), queueDropCommand(),
-        queueDeliverCommand(), doctorCommand(),     supportBundleCommand(),
+        runCommand(),          shellCommand(),     queueListCommand(),    queueShowCommand(),
+        queueRetryCommand(),   queueDropCommand(), queueDeliverCommand(), receiptsListCommand(),
+        receiptsShowCommand(), reconcileCommand(), doctorCommand(),       supportBundleCommand(),
     };
     return table;
 }

@@ -11,6 +11,9 @@ Command queueShowCommand();
 Command queueRetryCommand();
 Command queueDropCommand();
 Command queueDeliverCommand();
+Command receiptsListCommand();
+Command receiptsShowCommand();
+Command reconcileCommand();
 Command doctorCommand();
 Command supportBundleCommand();
 
