@@ -2,6 +2,7 @@
 
 #include "stand/where.h"
 
+#include <QJsonArray>
 #include <QJsonObject>
 
 #include <stdexcept>
@@ -75,7 +76,9 @@ struct Fault
 /// For the help: every kind with its settings.
 [[nodiscard]] QString faultsInWords();
 
-/// For the stand's page: the names of all kinds.
 [[nodiscard]] QStringList faultNames();
+
+/// For the stand's page: every kind with what it does and its settings.
+[[nodiscard]] QJsonArray faultKindList();
 
 } // namespace stand
