@@ -29,6 +29,7 @@ double bonusDiscount(const Document& receipt)
 /// A new receipt may push an unpaid one aside, but not one that points were spent on.
 void requireFree(const Till& till, const QString& identifier)
 {
+    requireChangeable(till);
     const auto receipt = till.receipt();
     if (receipt && utils::toHundredths(bonusDiscount(*receipt)) != 0 &&
         receipt->getDocumentType() == SaleReceipt)
