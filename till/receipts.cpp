@@ -5,6 +5,7 @@
 #include "host/core/storage.h"
 #include "host/utils/logging.h"
 #include "host/utils/money.h"
+#include "host/utils/store.h"
 #include "till/hostobjects.h"
 
 #include <cmath>
@@ -71,10 +72,12 @@ QString Till::recover()
     const QString name = u"Чек "_s + receipt->getIdentifier();
     if (hostObject<DocumentsDao>().loadDocument(receipt->getIdentifier(), false)) {
         m_closed.append(receipt->getIdentifier());
+        m_journal.note(receipt->getIdentifier(), u"recovered"_s);
         SaveToFileLogic::removeOpenReceipt();
         return name + u" был оплачен: закрытие завершено"_s;
     }
     m_receipt = receipt;
+    m_journal.note(receipt->getIdentifier(), u"recovered"_s);
     hostObject<Session>().setDocument(receipt);
     loyalty().setDocument(receipt);
     loyalty().restoreLoyaltySystem();
@@ -106,6 +109,7 @@ void Till::open(const QSharedPointer<Document>& receipt)
     hostObject<Session>().setDocument(receipt);
     loyalty().setDocument(receipt);
     ++m_opened;
+    m_journal.note(receipt->getIdentifier(), u"opened"_s);
 }
 
 void Till::save() const { saveReceipt(m_receipt); }
@@ -125,6 +129,8 @@ bool Till::spendPoints(double points, double wanted)
     if (m_guard->nothingSpent()) {
         setUnknownSpending(*m_receipt, std::nullopt);
         save();
+    } else if (unknownSpending()) {
+        m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
     }
     return false;
 }
@@ -193,13 +199,24 @@ void Till::setStage(Stage stage) const
     }
 }
 
+// The queue's messages, the sale's record that a return changes, the receipt itself and its journal: all are
+// kept or none is. A receipt found both open and stored is therefore closed in every respect.
 bool Till::close()
 {
-    if (card() && !loyalty().commit(m_receipt))
-        return false;
-    hostObject<DocumentsDao>().store(m_receipt);
-    hostObject<ActivityNotifier>().notify(Event(EActivityListener::ReceiptClosed));
-    m_closed.append(m_receipt->getIdentifier());
+    const QString identifier = m_receipt->getIdentifier();
+    try {
+        utils::Transaction transaction;
+        if (card() && !loyalty().commit(m_receipt))
+            return false;
+        hostObject<DocumentsDao>().store(m_receipt);
+        hostObject<ActivityNotifier>().notify(Event(EActivityListener::ReceiptClosed));
+        utils::Journal().add(ReceiptJournal::entry(identifier, u"closed"_s));
+        transaction.commit();
+    } catch (...) {
+        loyalty().restoreLoyaltySystem(); // the commit has cleared it, but the receipt is still open
+        throw;
+    }
+    m_closed.append(identifier);
     letGo();
     SaveToFileLogic::removeOpenReceipt();
     return true;
@@ -213,6 +230,7 @@ bool Till::abandon()
     const bool isKnown = card() && !card()->getOperationId().isEmpty();
     if (isKnown ? !loyalty().rollback(m_receipt) : !loyalty().cancel())
         return false;
+    m_journal.note(m_receipt->getIdentifier(), u"abandoned"_s);
     letGo();
     SaveToFileLogic::removeOpenReceipt();
     return true;

@@ -9,8 +9,9 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
-RequestGuard::RequestGuard(std::function<QSharedPointer<Document>()> receipt)
+RequestGuard::RequestGuard(std::function<QSharedPointer<Document>()> receipt, ReceiptJournal& journal)
     : m_receipt(std::move(receipt))
+    , m_journal(journal)
 {
     RestClient::setGuard({
         .departing = [this](const QString& method, const QUrl& url) { departing(method, url); },
@@ -29,21 +30,28 @@ void RequestGuard::expectSpending(double points, double wanted)
     m_nothingSpent = false;
 }
 
+QSharedPointer<Document> RequestGuard::guarded(const QString& method) const
+{
+    // A GET changes nothing at the service, and its address may hold a phone number.
+    return m_pauses > 0 || method == u"GET"_s ? nullptr : m_receipt();
+}
+
 void RequestGuard::departing(const QString& method, const QUrl& url)
 {
-    const auto receipt = m_receipt();
-    if (m_pauses > 0 || !receipt || method == u"GET"_s) // a GET changes nothing at the service
+    const auto receipt = guarded(method);
+    if (!receipt)
         return;
-    const bool spends = movesPoints(url) && !m_askedAgain;
-    if (spends)
+    const bool isNewDoubt = movesPoints(url) && !m_askedAgain;
+    if (isNewDoubt)
         mark(*receipt);
     try {
         MockFactory<SaveToFileLogic>::create()->save(receipt, {});
     } catch (...) {
-        if (spends)
+        if (isNewDoubt)
             setUnknownSpending(*receipt, std::nullopt); // it does not leave
         throw;
     }
+    m_journal.note(receipt->getIdentifier(), u"request"_s, url.fileName());
 }
 
 void RequestGuard::mark(Document& receipt) const
@@ -54,7 +62,12 @@ void RequestGuard::mark(Document& receipt) const
 
 void RequestGuard::answered(const RestExchange& exchange)
 {
-    if (m_pauses == 0 && movesPoints(exchange.url))
+    const auto receipt = guarded(exchange.method);
+    if (!receipt)
+        return;
+    m_journal.note(receipt->getIdentifier(), u"answer"_s, exchange.url.fileName(), exchange.errorCode,
+                   exchange.milliseconds);
+    if (movesPoints(exchange.url))
         m_nothingSpent = provesNothingSpent(exchange, m_askedAgain);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/core/document.h"
+#include "till/receiptjournal.h"
 #include "till/unknownspending.h"
 
 #include <QSharedPointer>
@@ -16,8 +17,8 @@ namespace till {
 class RequestGuard
 {
 public:
-    /// `receipt` gives the current one, or null.
-    explicit RequestGuard(std::function<QSharedPointer<Document>()> receipt);
+    /// `receipt` gives the current one, or null. The journal stays the caller's.
+    RequestGuard(std::function<QSharedPointer<Document>()> receipt, ReceiptJournal& journal);
     ~RequestGuard();
     RequestGuard(const RequestGuard&) = delete;
     RequestGuard& operator=(const RequestGuard&) = delete;
@@ -48,8 +49,11 @@ private:
     void departing(const QString& method, const QUrl& url);
     void answered(const RestExchange& exchange);
     void mark(Document& receipt) const;
+    /// The receipt whose requests leave, or null while they are not looked after.
+    [[nodiscard]] QSharedPointer<Document> guarded(const QString& method) const;
 
     std::function<QSharedPointer<Document>()> m_receipt;
+    ReceiptJournal& m_journal;
     int m_pauses = 0;
     double m_points = 0;
     double m_wanted = 0;

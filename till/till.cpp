@@ -95,7 +95,7 @@ void Till::startUp()
     hostObject<Session>().getRegistry()->setShopCode(shop);
     m_plugin = std::make_unique<PluginHost>(m_parts.pluginFile);
     DBQueueBroker::setGroupSource(messageGroup);
-    m_guard = std::make_unique<RequestGuard>([this] { return m_receipt; });
+    m_guard = std::make_unique<RequestGuard>([this] { return m_receipt; }, m_journal);
 }
 
 // The receipt first: it holds objects that the plug-in made.
@@ -107,6 +107,7 @@ void Till::shutDown()
         letGo();
     m_plugin.reset();
     m_queue.reset();
+    m_journal.reset();
     dropHostObject<Session>();
     dropHostObject<DocumentsDao>();
     dropHostObject<DBQueueBroker>();

@@ -123,6 +123,7 @@ private:
     StandSetup m_standSetup;               ///< without a program when the configuration names a service
     std::unique_ptr<StandProcess> m_stand; ///< null when there is none, or it is stopped
     std::unique_ptr<PluginHost> m_plugin;
+    ReceiptJournal m_journal;
     std::unique_ptr<RequestGuard> m_guard;
     std::unique_ptr<MessageQueue> m_queue;
     QSharedPointer<Document> m_receipt;
