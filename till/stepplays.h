@@ -33,6 +33,9 @@ Outcome service(Till& till, const QVariantMap& members);
 QSharedPointer<Document> receiptOf(const Till& till);
 /// The card on the current receipt; throws when there is none.
 QSharedPointer<DocumentCardRecord> cardOf(const Till& till);
+/// Throws, naming the ways out, when the current receipt can only be paid or only be rolled back, or when the
+/// outcome of a spending on it is not known; then neither its card nor its points may change.
+void requireChangeable(const Till& till);
 /// A failure of the plug-in's, in its own words.
 Outcome failed(const BasicLoyaltySystem& loyalty, const QVariant& value = {});
 
