@@ -9,6 +9,11 @@
 
 #include <gmock/gmock.h>
 
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -233,6 +238,44 @@ TEST_F(DataCheck, RefusesAFullDiskBeforeAnythingIsPromised)
     }
     EXPECT_EQ(bytes(u"till.sqlite"_s), before);
     EXPECT_THAT(openDataDirectory(), IsEmpty());
+}
+
+TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
+{
+    openDataDirectory();
+    fillStore();
+    const QByteArray directory = QFile::encodeName(path());
+    enum Result { Fine, NoDisk, NotRefused, NotMended };
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // A disk of its own, seen by nobody else and gone with the process.
+        if (unshare(geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
+            mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("none", directory.constData(), "tmpfs", 0, "size=1m") != 0)
+            _exit(NoDisk);
+        Result result = openDataDirectory().isEmpty() ? Fine : NotMended;
+        fillStore();
+        {
+            QFile filler(path(u"filler"_s));
+            if (filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+                while (filler.write(QByteArray(4096, 'f')) > 0) {
+                }
+            }
+        }
+        if (failure([] { openDataDirectory(); }) != u"hostStorageFull"_s)
+            result = NotRefused;
+        QFile::remove(path(u"filler"_s));
+        if (!openDataDirectory().isEmpty() || MessageQueue().waitingCount() != 20)
+            result = NotMended;
+        _exit(result);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    if (WEXITSTATUS(status) == NoDisk)
+        GTEST_SKIP() << "no disk of its own may be mounted here";
+    EXPECT_EQ(WEXITSTATUS(status), Fine);
 }
 
 TEST_F(DataCheck, LooksThroughALargeFileOnceDamageWasMetInIt)
