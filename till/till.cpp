@@ -63,9 +63,9 @@ Till::Till(const Parts& parts, const Config& config, DialogFrontend* terminal)
         startService(settings);
     startUp();
     Dialog::setFrontend(&m_cashier);
-    const QString found = recover();
-    if (!found.isEmpty())
-        utils::logger(u"till"_s)->info(found);
+    m_found = recover();
+    if (!m_found.isEmpty())
+        utils::logger(u"till"_s)->info(m_found);
 }
 
 Till::~Till()
@@ -124,8 +124,8 @@ QString Till::restart()
 {
     shutDown();
     startUp();
-    const QString found = recover();
-    return found.isEmpty() ? u"Открытого чека нет"_s : found;
+    m_found = recover();
+    return m_found.isEmpty() ? u"Открытого чека нет"_s : m_found;
 }
 
 // Each way out of a receipt ends with the removal of its file, so whatever was interrupted is found here.
@@ -160,11 +160,16 @@ MessageQueue& Till::queue()
 
 void Till::open(const QSharedPointer<Document>& receipt)
 {
+    change(receipt);
+    ++m_opened;
+}
+
+void Till::change(const QSharedPointer<Document>& receipt)
+{
     saveReceipt(receipt);
     m_receipt = receipt;
     hostObject<Session>().setDocument(receipt);
     loyalty().setDocument(receipt);
-    ++m_opened;
 }
 
 void Till::save() const { saveReceipt(m_receipt); }
