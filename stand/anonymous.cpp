@@ -1,9 +1,9 @@
 #include "stand/anonymous.h"
 
+#include "stand/clock.h"
 #include "stand/database.h"
 #include "stand/receipts.h"
 
-#include <QDateTime>
 #include <QJsonDocument>
 
 using namespace Qt::StringLiterals;
@@ -37,8 +37,8 @@ Answer Anonymous::receipt(const QByteArray& method, const QJsonObject& body)
     auto answer = success({{u"receipt_number"_s, number}});
     m_database.run(uR"(INSERT INTO anonymous(time, method, receipt_number, amount_in_money, request, answer)
                        VALUES (?, ?, ?, ?, ?, ?))"_s,
-                   {QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs), QString::fromLatin1(method),
-                    number, amount, QString::fromUtf8(QJsonDocument(body).toJson(QJsonDocument::Compact)),
+                   {now().toString(Qt::ISODateWithMs), QString::fromLatin1(method), number, amount,
+                    QString::fromUtf8(QJsonDocument(body).toJson(QJsonDocument::Compact)),
                     QString::fromUtf8(answer.body)});
     return answer;
 }

@@ -1,9 +1,9 @@
 #include "stand/approvals.h"
 
 #include "stand/accounts.h"
+#include "stand/clock.h"
 #include "stand/database.h"
 
-#include <QDateTime>
 #include <QJsonDocument>
 #include <QTextStream>
 
@@ -33,7 +33,7 @@ const auto canceled = u"canceled"_s;
 
 QString stateNow(const QString& state, qint64 expires)
 {
-    const bool isOver = state == waiting && QDateTime::currentMSecsSinceEpoch() >= expires;
+    const bool isOver = state == waiting && now().toMSecsSinceEpoch() >= expires;
     return isOver ? late : state;
 }
 
@@ -119,15 +119,23 @@ void Approvals::cancel(const QString& receiptNumber)
 
 QJsonArray Approvals::list() const
 {
-    auto query = m_database.run(u"SELECT time, phone, id, code, state, expires FROM approvals ORDER BY id"_s);
+    auto query =
+        m_database.run(uR"(SELECT time, phone, id, code, state, expires, attempts_left, receipt_number
+                                    FROM approvals ORDER BY id)"_s);
     QJsonArray codes;
+    const auto current = now().toMSecsSinceEpoch();
     while (query.next()) {
+        const auto state = stateNow(query.value(4).toString(), query.value(5).toLongLong());
+        const auto left = state == waiting ? (query.value(5).toLongLong() - current + 999) / 1000 : 0;
         codes.append(QJsonObject{
             {u"time"_s, query.value(0).toString()},
             {u"phone"_s, masked(query.value(1).toString())},
             {u"approve_id"_s, query.value(2).toLongLong()},
             {u"code"_s, query.value(3).toString()},
-            {u"state"_s, stateNow(query.value(4).toString(), query.value(5).toLongLong())},
+            {u"state"_s, state},
+            {u"seconds_left"_s, left},
+            {u"attempts_left"_s, query.value(6).toInt()},
+            {u"receipt_number"_s, query.value(7).toString()},
         });
     }
     return codes;
@@ -166,16 +174,17 @@ qint64 Approvals::add(const SpendingRequest& request, const QJsonObject& body)
     const auto customer = card.customer ? m_accounts.customer(*card.customer) : std::nullopt;
     const auto phone = customer ? customer->mobile : u""_s;
     const auto code = nextCode(m_rules);
-    const auto now = QDateTime::currentDateTimeUtc();
+    const auto time = now();
     const auto id =
         m_database
             .run(
                 uR"(INSERT INTO approvals(time, expires, phone, receipt_number, card, check_identifier, asked,
                                            request, code, attempts_left, state)
                      VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?))"_s,
-                {now.toString(Qt::ISODateWithMs), now.toMSecsSinceEpoch() + m_rules.lifetimeInSeconds * 1000,
-                 phone, request.receipt.number, request.receipt.card, request.receipt.checkIdentifier,
-                 request.points, QString::fromUtf8(QJsonDocument(body).toJson(QJsonDocument::Compact)), code,
+                {time.toString(Qt::ISODateWithMs),
+                 time.toMSecsSinceEpoch() + m_rules.lifetimeInSeconds * 1000, phone, request.receipt.number,
+                 request.receipt.card, request.receipt.checkIdentifier, request.points,
+                 QString::fromUtf8(QJsonDocument(body).toJson(QJsonDocument::Compact)), code,
                  m_rules.attempts, waiting})
             .lastInsertId()
             .toLongLong();

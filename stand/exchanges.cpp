@@ -31,26 +31,27 @@ QString text(const QByteArray& bytes) { return bytes.isEmpty() ? u""_s : QString
 
 } // namespace
 
-void Exchanges::add(const QDateTime& time, const Request& request, bool authorized, const Answer& answer)
+void Exchanges::add(const QDateTime& time, const Request& request, bool authorized, const Answer& answer,
+                    const QString& fault)
 {
     const auto target = request.query.isEmpty() ? request.path : request.path + '?' + request.query;
     m_database.run(uR"(INSERT INTO exchanges(time, method, path, headers, request_body, status, answer_body,
-                                             authorized)
-                       VALUES (?, ?, ?, ?, ?, ?, ?, ?))"_s,
+                                             authorized, fault)
+                       VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?))"_s,
                    {time.toUTC().toString(Qt::ISODateWithMs), text(request.method), text(target),
                     text(harmlessHeaders(request)), text(withoutCode(request)), answer.status,
-                    text(answer.body), authorized});
+                    text(answer.body), authorized, fault.isNull() ? u""_s : fault});
 }
 
 QJsonArray Exchanges::after(qint64 number) const
 {
     auto query = m_database.run(uR"(SELECT n, time, method, path, headers, request_body, status, answer_body,
-                                           authorized
+                                           authorized, fault
                                     FROM exchanges WHERE n > ? ORDER BY n)"_s,
                                 {number});
     QJsonArray list;
     while (query.next()) {
-        list.append(QJsonObject{
+        QJsonObject exchange{
             {u"n"_s, query.value(0).toLongLong()},
             {u"time"_s, query.value(1).toString()},
             {u"method"_s, query.value(2).toString()},
@@ -60,7 +61,10 @@ QJsonArray Exchanges::after(qint64 number) const
             {u"status"_s, query.value(6).toInt()},
             {u"answer_body"_s, query.value(7).toString()},
             {u"authorized"_s, query.value(8).toBool()},
-        });
+        };
+        if (const auto fault = query.value(9).toString(); !fault.isEmpty())
+            exchange.insert(u"fault"_s, fault);
+        list.append(exchange);
     }
     return list;
 }

@@ -18,7 +18,10 @@ public:
         : m_database(database)
     {}
 
-    void add(const QDateTime& time, const Request& request, bool authorized, const Answer& answer);
+    /// `fault` is the name of what went wrong on purpose, or empty. Of an exchange that the service never
+    /// came to know `answer` has status 0.
+    void add(const QDateTime& time, const Request& request, bool authorized, const Answer& answer,
+             const QString& fault);
 
     /// Those with a number above `number`, in their order.
     [[nodiscard]] QJsonArray after(qint64 number) const;

@@ -1,6 +1,8 @@
 #include "stand/ledger.h"
 
+#include "stand/clock.h"
 #include "stand/database.h"
+#include "stand/invariants.h"
 #include "stand/receipts.h"
 
 #include <QDateTime>
@@ -66,19 +68,20 @@ qint64 Ledger::record(const Key& key, Hundredths points, const QList<Entry>& ent
 {
     const auto number =
         m_database
+            // Whatever the clock does, time never runs backwards here.
             .run(uR"(INSERT INTO operations(time, operation, receipt_number, card, check_identifier, asked,
                                             names, points, root, answer)
-                     VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?))"_s,
-                 {QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs), nameOf(key.kind),
-                  text(key.receiptNumber), text(key.card), text(key.checkIdentifier), key.asked,
-                  text(key.names), points, root ? QVariant(*root) : QVariant(),
-                  text(QString::fromUtf8(answer))})
+                     VALUES (max(?, coalesce((SELECT time FROM operations ORDER BY n DESC LIMIT 1), '')),
+                             ?, ?, ?, ?, ?, ?, ?, ?, ?))"_s,
+                 {now().toString(Qt::ISODateWithMs), nameOf(key.kind), text(key.receiptNumber),
+                  text(key.card), text(key.checkIdentifier), key.asked, text(key.names), points,
+                  root ? QVariant(*root) : QVariant(), text(QString::fromUtf8(answer))})
             .lastInsertId()
             .toLongLong();
     for (const auto& entry : entries) {
         if (entry.amount != 0) {
-            m_database.run(u"INSERT INTO entries(operation, account, amount) VALUES (?, ?, ?)"_s,
-                           {number, entry.account, entry.amount});
+            m_database.run(u"INSERT INTO entries(operation, account, amount, balance) VALUES (?, ?, ?, ?)"_s,
+                           {number, entry.account, entry.amount, balance(entry.account) + entry.amount});
         }
     }
     for (const auto& share : shares) {
@@ -86,15 +89,16 @@ qint64 Ledger::record(const Key& key, Hundredths points, const QList<Entry>& ent
                            VALUES (?, ?, ?, ?, ?))"_s,
                        {number, share.position, share.sum, share.thousandths, share.points});
     }
+    if (const auto broken = violations(m_database, number); !broken.isEmpty())
+        throw DatabaseError(u"the books would not be in order: "_s + broken.join(u"; "_s));
     return number;
 }
 
 Hundredths Ledger::balance(qint64 account) const
 {
     auto query =
-        m_database.run(u"SELECT coalesce(sum(amount), 0) FROM entries WHERE account = ?"_s, {account});
-    query.next();
-    return query.value(0).toLongLong();
+        m_database.run(u"SELECT balance FROM entries WHERE account = ? ORDER BY n DESC LIMIT 1"_s, {account});
+    return query.next() ? query.value(0).toLongLong() : 0;
 }
 
 qint64 Ledger::shop() const { return house(u"shop"_s); }
@@ -103,11 +107,8 @@ qint64 Ledger::service() const { return house(u"service"_s); }
 
 Hundredths Ledger::owed(qint64 account) const
 {
-    auto query = m_database.run(uR"(SELECT coalesce(-sum(amount), 0) FROM entries
-                                    WHERE account = (SELECT id FROM accounts WHERE owner = ?))"_s,
-                                {account});
-    query.next();
-    return query.value(0).toLongLong();
+    auto query = m_database.run(u"SELECT id FROM accounts WHERE kind = 'debt' AND owner = ?"_s, {account});
+    return query.next() ? -balance(query.value(0).toLongLong()) : 0;
 }
 
 qint64 Ledger::debtOf(qint64 account)

@@ -62,7 +62,8 @@ public:
     [[nodiscard]] QByteArray answerOf(qint64 operation) const;
 
     /// Writes an operation with the entries that move `points` and the answer it is remembered with. Entries
-    /// of 0 are left out. Returns its number.
+    /// of 0 are left out. Returns its number. Throws DatabaseError also when the books would not be in order
+    /// afterwards.
     qint64 record(const Key& key, Hundredths points, const QList<Entry>& entries, const QList<Share>& shares,
                   const QByteArray& answer, std::optional<qint64> root = std::nullopt);
 

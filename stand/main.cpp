@@ -1,3 +1,4 @@
+#include "stand/clock.h"
 #include "stand/lifetime.h"
 #include "stand/options.h"
 #include "stand/server.h"
@@ -15,10 +16,15 @@ int run(const stand::Options& options)
     stand::quitOnSignals(qApp);
     if (options.untilEof)
         stand::quitOnEndOfInput(qApp);
+    if (options.clock.isValid())
+        stand::setClock(options.clock);
     stand::Stand whole(options.dataFile, options.credentials, options.terms);
-    const stand::Server server(options.address, options.port,
-                               [&whole](const stand::Request& request) { return whole.answer(request); });
+    whole.faults().arm(options.faults);
+    stand::Server server(options.address, options.port,
+                         [&whole](const stand::Request& request) { return whole.react(request); });
     QTextStream(stdout) << "The stand listens on " << server.url().toString() << Qt::endl;
+    if (const auto refusal = whole.faults().refusal(); refusal.count() > 0)
+        server.refuse(refusal);
     return QCoreApplication::exec();
 }
 

@@ -108,6 +108,46 @@ std::variant<Terms, EarlyEnd> readTerms(const QCommandLineParser& parser, const 
     return terms;
 }
 
+std::variant<QList<Fault>, EarlyEnd> readFaults(const QStringList& texts, const QStringList& files)
+{
+    QList<Fault> faults;
+    try {
+        for (const auto& text : texts)
+            faults.append(faultFrom(text));
+    } catch (const FaultError& error) {
+        return misused(u"--fault: "_s + error.text());
+    }
+    for (const auto& name : files) {
+        QFile file(name);
+        if (!file.open(QIODevice::ReadOnly)) {
+            return EarlyEnd{exitFailed,
+                            u"stand: Cannot read the faults file %1: %2"_s.arg(name, file.errorString())};
+        }
+        try {
+            faults += faultsFrom(file.readAll(), name);
+        } catch (const FaultError& error) {
+            return EarlyEnd{exitFailed, u"stand: "_s + error.text()};
+        }
+    }
+    return faults;
+}
+
+QString helpText(const QCommandLineParser& parser)
+{
+    return parser.helpText() +
+           u"\nFaults: OPERATION:FAULT or OPERATION:FAULT:name=value,name=value; as JSON\n"
+           "{\"operation\": \"any\", \"fault\": \"status\", \"code\": 503, \"nth\": 2}. They are also set by "
+           "POST,\n"
+           "listed by GET and taken back by DELETE of /stand/faults.\n"
+           "  nth=1            the first call that is struck\n"
+           "  every=1          from then on, every so many-th\n"
+           "  count=1          so many calls are struck; all: for ever\n"
+           "  when=...         before the operation is done, which it then never is, or after\n"
+           "Operations: any, a path with stars (\"GET /v2/partner/card/*\"), or one of\n  "_s +
+           Where::operations().join(u' ') + u"\nFaults, with their settings as they are when not given:\n"_s +
+           faultsInWords().trimmed().prepend(u"  "_s);
+}
+
 } // namespace
 
 std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
@@ -126,11 +166,18 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     const QCommandLineOption user(u"user"_s, u"User name of the Basic authentication."_s, u"U"_s, u"shop"_s);
     const QCommandLineOption password(u"password-file"_s, u"File whose first line is the password."_s,
                                       u"FILE"_s);
+    const QCommandLineOption fault(
+        u"fault"_s, u"Something that goes wrong on purpose, see below; may be given again."_s, u"FAULT"_s);
+    const QCommandLineOption faults(u"faults"_s, u"JSON file with a list of such faults."_s, u"FILE"_s);
+    const QCommandLineOption clock(u"clock"_s,
+                                   u"The time to begin with, such as 2026-12-01T00:00:00Z; without it, the "
+                                   "system's. POST /stand/clock moves it forward."_s,
+                                   u"TIME"_s);
     const QCommandLineOption untilEof(u"until-eof"_s, u"Stop also when the standard input is closed."_s);
     // Not addHelpOption(): it would also bring --help-all, with options of Qt's that are nobody's business
     // here.
     const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this help."_s);
-    parser.addOptions({help, address, port, data, user, password, untilEof});
+    parser.addOptions({help, address, port, data, user, password, fault, faults, clock, untilEof});
     const TermsOptions termsOptions;
     termsOptions.addTo(parser);
     const auto version = parser.addVersionOption();
@@ -138,7 +185,7 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     if (!parser.parse(arguments))
         return misused(parser.errorText());
     if (parser.isSet(help))
-        return EarlyEnd{0, parser.helpText().trimmed()};
+        return EarlyEnd{0, helpText(parser)};
     if (parser.isSet(version))
         return EarlyEnd{0,
                         QCoreApplication::applicationName() + u' ' + QCoreApplication::applicationVersion()};
@@ -153,6 +200,13 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     if (!isPort)
         return misused(u"'%1' is not a port number (0 to 65535)."_s.arg(parser.value(port)));
     options.dataFile = parser.value(data);
+    auto read = readFaults(parser.values(fault), parser.values(faults));
+    if (const auto* end = std::get_if<EarlyEnd>(&read))
+        return *end;
+    options.faults = std::get<QList<Fault>>(read);
+    options.clock = QDateTime::fromString(parser.value(clock), Qt::ISODateWithMs);
+    if (parser.isSet(clock) && !options.clock.isValid())
+        return misused(u"'%1' is no time such as 2026-12-01T00:00:00Z."_s.arg(parser.value(clock)));
     options.untilEof = parser.isSet(untilEof);
     options.credentials.user = parser.value(user);
     if (options.credentials.user.contains(u':'))
@@ -164,10 +218,10 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     options.terms = std::get<Terms>(terms);
 
     if (parser.isSet(password)) {
-        auto read = passwordFrom(parser.value(password));
-        if (const auto* end = std::get_if<EarlyEnd>(&read))
+        auto line = passwordFrom(parser.value(password));
+        if (const auto* end = std::get_if<EarlyEnd>(&line))
             return *end;
-        options.credentials.password = std::get<QString>(read);
+        options.credentials.password = std::get<QString>(line);
     } else if (auto given = qEnvironmentVariable(passwordVariable); !given.isEmpty()) {
         options.credentials.password = given;
     }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "stand/fault.h"
 #include "stand/stand.h"
 
+#include <QDateTime>
 #include <QHostAddress>
 #include <QStringList>
 
@@ -16,6 +18,8 @@ struct Options
     QString dataFile; ///< Empty: in memory.
     Credentials credentials;
     Terms terms;
+    QList<Fault> faults;
+    QDateTime clock; ///< Invalid: the system's.
     bool untilEof = false;
 };
 

@@ -137,8 +137,50 @@ QStringList ledger()
     };
 }
 
+QStringList faults()
+{
+    // The name of the fault that struck the exchange; empty for none.
+    return {u"ALTER TABLE exchanges ADD COLUMN fault TEXT NOT NULL DEFAULT ''"_s};
+}
+
+/// Each entry carries the balance after it, and nothing that was written is ever changed.
+QStringList chain()
+{
+    QStringList statements = {
+        u"DROP TRIGGER entries_stay"_s,
+        u"DROP TRIGGER no_negative_balance"_s,
+        u"DROP INDEX entries_by_account"_s,
+        u"ALTER TABLE entries ADD COLUMN balance INTEGER NOT NULL DEFAULT 0"_s,
+        uR"(UPDATE entries SET balance = summed.balance
+            FROM (SELECT n, sum(amount) OVER (PARTITION BY account ORDER BY n) AS balance FROM entries) summed
+            WHERE summed.n = entries.n)"_s,
+        u"CREATE INDEX entries_by_account ON entries(account, n)"_s,
+        uR"(CREATE TRIGGER entries_stay BEFORE UPDATE ON entries
+            BEGIN SELECT RAISE(ABORT, 'entries are never changed'); END)"_s,
+        uR"(CREATE TRIGGER entries_follow BEFORE INSERT ON entries
+            BEGIN
+                SELECT RAISE(ABORT, 'an entry does not follow from the one before it')
+                WHERE NEW.balance <> NEW.amount + coalesce(
+                    (SELECT balance FROM entries WHERE account = NEW.account ORDER BY n DESC LIMIT 1), 0);
+                SELECT RAISE(ABORT, 'an entry comes after its operation was closed')
+                WHERE NEW.operation <> (SELECT max(n) FROM operations);
+                SELECT RAISE(ABORT, 'a balance would become negative')
+                FROM accounts WHERE id = NEW.account AND kind = 'customer' AND NEW.balance < 0;
+                SELECT RAISE(ABORT, 'a debt would become a credit')
+                FROM accounts WHERE id = NEW.account AND kind = 'debt' AND NEW.balance > 0;
+            END)"_s,
+    };
+    for (const auto& table : {u"operations"_s, u"shares"_s, u"anonymous"_s, u"exchanges"_s}) {
+        statements.append(u"CREATE TRIGGER %1_stay BEFORE UPDATE ON %1 "
+                          "BEGIN SELECT RAISE(ABORT, '%1 are never changed'); END"_s.arg(table));
+        statements.append(u"CREATE TRIGGER %1_remain BEFORE DELETE ON %1 "
+                          "BEGIN SELECT RAISE(ABORT, '%1 are never removed'); END"_s.arg(table));
+    }
+    return statements;
+}
+
 } // namespace
 
-QList<QStringList> upgrades() { return {cardsAndExchanges(), ledger()}; }
+QList<QStringList> upgrades() { return {cardsAndExchanges(), ledger(), faults(), chain()}; }
 
 } // namespace stand

@@ -1,9 +1,11 @@
 #include "stand/server.h"
 
+#include "stand/listener.h"
+#include "stand/wire.h"
+
 #include <QHttpServer>
 #include <QHttpServerResponse>
 #include <QMetaEnum>
-#include <QTcpServer>
 
 #include <array>
 #include <stdexcept>
@@ -70,11 +72,41 @@ void send(QHttpServerResponder& responder, const QHttpServerResponse& response)
 #endif
 }
 
-/// The stand routes by itself, so every request is one that QHttpServer has no route for.
-void answerEveryRequest(QHttpServer& http, Server::Handler handler)
+QTcpSocket* connectionOf(const QHttpServerRequest& request, const Listener& listener)
 {
-    const auto answer = [handler = std::move(handler)](const QHttpServerRequest& request, auto&& responder) {
-        send(responder, responseOf(handler(requestOf(request)), request));
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+    return listener.from(request.remoteAddress(), request.remotePort());
+#else
+    Q_UNUSED(request)
+    return listener.asking();
+#endif
+}
+
+/// What QHttpServer cannot send goes past it: its responder is left unused, and the connection is taken over.
+void react(Listener& listener, const Reaction& reaction, const QHttpServerRequest& request,
+           QHttpServerResponder& responder)
+{
+    if (const auto* answer = std::get_if<Answer>(&reaction.what))
+        send(responder, responseOf(*answer, request));
+    else if (auto* connection = connectionOf(request, listener); connection != nullptr) {
+        if (const auto* delivery = std::get_if<Delivery>(&reaction.what))
+            deliver(connection, *delivery);
+        else
+            deliver(connection, std::get<Postponed>(reaction.what));
+    }
+    if (reaction.refusal.count() > 0)
+        listener.refuse(reaction.refusal);
+}
+
+/// The stand routes by itself, so every request is one that QHttpServer has no route for.
+void answerEveryRequest(QHttpServer& http, Listener& listener, Server::Handler handler)
+{
+    const auto answer = [&listener, handler = std::move(handler)](const QHttpServerRequest& request,
+                                                                  auto&& responder) {
+        const auto reaction = listener.isRefusing()
+                                  ? Reaction{.what = Delivery{.after = Delivery::End::Reset}}
+                                  : handler(requestOf(request));
+        react(listener, reaction, request, responder);
     };
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
     http.setMissingHandler(&http, [answer](const QHttpServerRequest& request,
@@ -89,19 +121,21 @@ void answerEveryRequest(QHttpServer& http, Server::Handler handler)
 Server::Server(const QHostAddress& address, quint16 port, Handler handler)
     : m_http(std::make_unique<QHttpServer>())
 {
-    answerEveryRequest(*m_http, std::move(handler));
-    auto socket = std::make_unique<QTcpServer>();
-    if (!socket->listen(address, port)) {
+    auto listener = std::make_unique<Listener>();
+    if (!listener->open(address, port)) {
         throw std::runtime_error(
-            u"Cannot listen on %1: %2"_s.arg(urlOf(address, port).toString(), socket->errorString())
+            u"Cannot listen on %1: %2"_s.arg(urlOf(address, port).toString(), listener->errorString())
                 .toStdString());
     }
-    m_socket = socket.release();
-    m_http->bind(m_socket);
+    answerEveryRequest(*m_http, *listener, std::move(handler));
+    m_listener = listener.release();
+    m_http->bind(m_listener);
 }
 
 Server::~Server() = default;
 
-QUrl Server::url() const { return urlOf(m_socket->serverAddress(), m_socket->serverPort()); }
+QUrl Server::url() const { return urlOf(m_listener->address(), m_listener->port()); }
+
+void Server::refuse(std::chrono::milliseconds duration) { m_listener->refuse(duration); }
 
 } // namespace stand

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "stand/http.h"
+#include "stand/delivery.h"
 
 #include <QHostAddress>
 #include <QUrl>
@@ -9,15 +9,16 @@
 #include <memory>
 
 class QHttpServer;
-class QTcpServer;
 
 namespace stand {
+
+class Listener;
 
 /// Receives HTTP requests and hands each to one function. The only part that knows QHttpServer.
 class Server
 {
 public:
-    using Handler = std::function<Answer(const Request&)>;
+    using Handler = std::function<Reaction(const Request&)>;
 
     /// Listens from now on; `port` 0 takes any free one. Throws std::runtime_error when it cannot.
     Server(const QHostAddress& address, quint16 port, Handler handler);
@@ -26,9 +27,12 @@ public:
 
     [[nodiscard]] QUrl url() const; ///< With the port it really has.
 
+    /// Nobody listens for so long; requests on connections that are open already are reset.
+    void refuse(std::chrono::milliseconds duration);
+
 private:
     std::unique_ptr<QHttpServer> m_http;
-    QTcpServer* m_socket = nullptr; ///< Owned by m_http.
+    Listener* m_listener = nullptr; ///< Owned by m_http.
 };
 
 } // namespace stand

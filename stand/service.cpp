@@ -105,6 +105,18 @@ QList<Service::Route> Service::routes()
     };
 }
 
+QJsonArray Service::paths() const
+{
+    QJsonArray list;
+    for (const auto& route : m_routes) {
+        list.append(QJsonObject{
+            {u"method"_s, QString::fromLatin1(route.method)},
+            {u"path"_s, QString::fromLatin1('/' + route.pattern.join('/'))},
+        });
+    }
+    return list;
+}
+
 Answer Service::answer(const Request& request)
 {
     const auto segments = segmentsOf(request.path);

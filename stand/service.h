@@ -22,6 +22,8 @@ public:
     /// Throws DatabaseError; every fault of the caller is an answer with the error envelope.
     Answer answer(const Request& request);
 
+    /// Every path with its method, as `{"method", "path"}`.
+    [[nodiscard]] QJsonArray paths() const;
     [[nodiscard]] QJsonArray codes() const { return m_approvals.list(); }
     [[nodiscard]] QJsonArray anonymousReceipts() const { return m_anonymous.list(); }
 

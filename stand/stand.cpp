@@ -1,7 +1,11 @@
 #include "stand/stand.h"
 
 #include "stand/answers.h"
+#include "stand/clock.h"
+#include "stand/clockpage.h"
+#include "stand/faultspage.h"
 #include "stand/inspection.h"
+#include "stand/mangling.h"
 #include "stand/seed.h"
 
 #include <QTextStream>
@@ -34,6 +38,12 @@ Answer unauthorized()
     return answer;
 }
 
+Answer broken(const DatabaseError& error)
+{
+    QTextStream(stderr) << "stand: " << error.what() << Qt::endl;
+    return failure(500, u"Внутренняя ошибка сервиса"_s);
+}
+
 } // namespace
 
 Stand::Stand(const QString& dataFile, const Credentials& credentials, const Terms& terms)
@@ -42,34 +52,86 @@ Stand::Stand(const QString& dataFile, const Credentials& credentials, const Term
     , m_expected((credentials.user + u':' + credentials.password).toUtf8())
 {}
 
-Answer Stand::answer(const Request& request)
+Reaction Stand::react(const Request& request)
 {
     try {
-        return request.path.startsWith("/v2/") ? serviceAnswer(request) : ownPage(request);
+        auto reaction =
+            request.path.startsWith("/v2/") ? serviceReaction(request) : Reaction{ownPage(request)};
+        reaction.refusal += m_faults.refusal();
+        return reaction;
     } catch (const DatabaseError& error) {
-        QTextStream(stderr) << "stand: " << error.what() << Qt::endl;
-        return failure(500, u"Внутренняя ошибка сервиса"_s);
+        return {broken(error)};
     }
 }
 
-Answer Stand::serviceAnswer(const Request& request)
+Reaction Stand::serviceReaction(const Request& request)
 {
-    const auto time = QDateTime::currentDateTimeUtc();
+    const auto due = m_faults.next(request);
+    return due ? strike(*due, request) : Reaction{serviceAnswer(request)};
+}
+
+Reaction Stand::strike(const Strike& strike, const Request& request)
+{
+    const auto& fault = strike.fault;
+    if (fault.kind == FaultKind::Late && fault.when == When::Before) {
+        return {Postponed{std::chrono::milliseconds(fault.number("ms")),
+                          [this, request, name = fault.name()] { return serviceAnswer(request, name); }}};
+    }
+    auto answer = ownAnswer(fault, request);
+    if (fault.when == When::Before)
+        remember(request, answer, fault.name());
+    else if (auto service = serviceAnswer(request, fault.name()); !answer)
+        answer = std::move(service);
+    auto delivery = mangled(strike, answer);
+    if (fault.kind == FaultKind::Type && delivery.begin.endsWith(answer->body)) {
+        QTextStream(stderr) << "stand: fault " << strike.id << " changed nothing: the answer has no field "
+                            << fault.text("field") << Qt::endl;
+    }
+    Reaction reaction{std::move(delivery)};
+    if (fault.kind == FaultKind::Refuse)
+        reaction.refusal = std::chrono::milliseconds(fault.number("ms"));
+    return reaction;
+}
+
+Answer Stand::serviceAnswer(const Request& request, const QString& fault)
+{
+    try {
+        return performed(request, fault);
+    } catch (const DatabaseError& error) {
+        return broken(error);
+    }
+}
+
+Answer Stand::performed(const Request& request, const QString& fault)
+{
+    const auto time = now();
     const bool authorized = isAuthorized(request, m_expected);
     // Whatever happens to the process: what was done, its answer and its trace are there together or not at
     // all.
     Transaction transaction(m_database);
     auto answer = authorized ? m_service.answer(request) : unauthorized();
-    m_exchanges.add(time, request, authorized, answer);
+    m_exchanges.add(time, request, authorized, answer, fault);
     transaction.commit();
     return answer;
 }
 
+void Stand::remember(const Request& request, const std::optional<Answer>& answer, const QString& fault)
+{
+    Answer none;
+    none.status = 0;
+    m_exchanges.add(now(), request, isAuthorized(request, m_expected), answer.value_or(none), fault);
+}
+
 Answer Stand::ownPage(const Request& request)
 {
+    if (isFaultsPage(request.path))
+        return faultsPage(m_faults, request);
+    if (request.path == "/stand/clock")
+        return clockPage(request);
     using Page = std::pair<QByteArray, std::function<Answer()>>;
     const std::array pages = {
         Page{"/stand/cards", [] { return page(demonstrationCards()); }},
+        Page{"/stand/paths", [this] { return page(m_service.paths()); }},
         Page{"/stand/exchanges", [&] { return exchangesPage(request); }},
         Page{"/stand/codes", [this] { return page(m_service.codes()); }},
         Page{"/stand/ledger", [this] { return page(ledgerPage(m_database, m_service.anonymousReceipts())); }},

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "stand/database.h"
+#include "stand/delivery.h"
 #include "stand/exchanges.h"
-#include "stand/http.h"
+#include "stand/faults.h"
 #include "stand/service.h"
 
 #include <QByteArray>
@@ -30,17 +31,26 @@ public:
     /// An empty `dataFile` keeps the data in memory. Throws DatabaseError.
     Stand(const QString& dataFile, const Credentials& credentials, const Terms& terms);
 
-    /// Answers every request whatever is in it; throws nothing.
-    Answer answer(const Request& request);
+    /// Reacts to every request whatever is in it; throws nothing.
+    Reaction react(const Request& request);
+
+    [[nodiscard]] Faults& faults() { return m_faults; }
 
 private:
-    Answer serviceAnswer(const Request& request);
+    Reaction serviceReaction(const Request& request);
+    Reaction strike(const Strike& strike, const Request& request);
+    /// What the service says, and a trace of it.
+    Answer serviceAnswer(const Request& request, const QString& fault = {});
+    Answer performed(const Request& request, const QString& fault);
+    /// A trace of what the service never came to know.
+    void remember(const Request& request, const std::optional<Answer>& answer, const QString& fault);
     Answer ownPage(const Request& request);
     [[nodiscard]] Answer exchangesPage(const Request& request) const;
 
     Database m_database;
     Exchanges m_exchanges{m_database};
     Service m_service;
+    Faults m_faults;
     QByteArray m_expected; ///< "user:password" in UTF-8.
 };
 

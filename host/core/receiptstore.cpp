@@ -3,23 +3,10 @@
 #include "host/core/documentcodec.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/currenttime.h"
-#include "host/utils/datadirectory.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-const utils::Database::Format& format()
-{
-    static const utils::Database::Format made{
-        0x4B595272, // "KYRr"
-        1,
-        {u"CREATE TABLE documents (identifier TEXT PRIMARY KEY, stored INTEGER NOT NULL, "
-         "content BLOB NOT NULL)"_s,
-         u"CREATE TABLE card_records (document TEXT NOT NULL REFERENCES documents, kind INTEGER NOT NULL, "
-         "revision INTEGER NOT NULL, content BLOB NOT NULL, PRIMARY KEY (document, kind))"_s}};
-    return made;
-}
 
 [[noreturn]] void refuse(const QString& id, const QString& text) { throw BasicException(tr::Tr(id, text)); }
 
@@ -32,12 +19,13 @@ void setPlaces(const Document& document, int revision)
 } // namespace
 
 ReceiptStore::ReceiptStore()
-    : m_database(utils::dataFile(u"receipts.sqlite"_s), format())
-    , m_insert(m_database.prepared(u"INSERT INTO documents (identifier, stored, content) VALUES (?, ?, ?)"_s))
-    , m_select(m_database.prepared(u"SELECT content FROM documents WHERE identifier = ?"_s))
-    , m_records(m_database.prepared(u"SELECT content, revision FROM card_records WHERE document = ?"_s))
-    , m_revision(m_database.prepared(u"SELECT revision FROM card_records WHERE document = ? AND kind = ?"_s))
-    , m_write(m_database.prepared(
+    : m_database(utils::store())
+    , m_insert(
+          m_database->prepared(u"INSERT INTO documents (identifier, stored, content) VALUES (?, ?, ?)"_s))
+    , m_select(m_database->prepared(u"SELECT content FROM documents WHERE identifier = ?"_s))
+    , m_records(m_database->prepared(u"SELECT content, revision FROM card_records WHERE document = ?"_s))
+    , m_revision(m_database->prepared(u"SELECT revision FROM card_records WHERE document = ? AND kind = ?"_s))
+    , m_write(m_database->prepared(
           u"INSERT OR REPLACE INTO card_records (document, kind, revision, content) VALUES (?, ?, ?, ?)"_s))
 {}
 
@@ -46,10 +34,10 @@ QSharedPointer<Document> ReceiptStore::load(const QString& identifier)
     const QByteArray bytes = original(identifier);
     if (bytes.isEmpty())
         return nullptr;
-    auto document = documentcodec::readDocument(bytes, m_database.path());
+    auto document = documentcodec::readDocument(bytes, m_database->path());
     setPlaces(*document, 0);
-    for (const QVariantList& row : m_database.rows(m_records, {identifier})) {
-        const auto record = documentcodec::readCardRecord(row[0].toByteArray(), m_database.path());
+    for (const QVariantList& row : m_database->rows(m_records, {identifier})) {
+        const auto record = documentcodec::readCardRecord(row[0].toByteArray(), m_database->path());
         record->setStoredPlace({identifier, row[1].toInt()});
         document->setCardRecord(record);
     }
@@ -61,16 +49,16 @@ void ReceiptStore::saveCardRecord(const QSharedPointer<DocumentCardRecord>& reco
     const QString identifier = record ? record->storedPlace().document : QString();
     const QByteArray bytes = identifier.isEmpty() ? QByteArray() : original(identifier);
     if (bytes.isEmpty() ||
-        !documentcodec::readDocument(bytes, m_database.path())->hasCardRecord(record->getKind()))
+        !documentcodec::readDocument(bytes, m_database->path())->hasCardRecord(record->getKind()))
         refuse(u"hostCardRecordForeign"_s, u"Карта не сохранена: она не относится к сохранённому чеку"_s);
     const int kind = record->getKind();
     const QByteArray content = documentcodec::written(*record);
     const int next = record->storedPlace().revision + 1;
-    m_database.atomically([&] {
+    m_database->atomically([&] {
         if (revision(identifier, kind) != next - 1)
             refuse(u"hostCardRecordStale"_s,
                    u"Карта чека %1 не сохранена: её уже изменили"_s.arg(identifier));
-        m_database.change(m_write, {identifier, kind, next, content});
+        m_database->change(m_write, {identifier, kind, next, content});
     });
     record->setStoredPlace({identifier, next});
 }
@@ -84,12 +72,12 @@ void ReceiptStore::store(const QSharedPointer<Document>& document)
         refuse(u"hostDocumentNameless"_s, u"Чек не сохранён: у него нет номера"_s);
     const QByteArray bytes = documentcodec::written(*document);
     bool isNew = false;
-    m_database.atomically([&] {
+    m_database->atomically([&] {
         if (isStored(document, bytes))
             return;
         isNew = true;
         const qint64 now = MockFactory<CurrentTime>::create()->currentDateTime().toMSecsSinceEpoch();
-        m_database.change(m_insert, {identifier, now, bytes});
+        m_database->change(m_insert, {identifier, now, bytes});
     });
     if (isNew)
         setPlaces(*document, 0);
@@ -97,12 +85,12 @@ void ReceiptStore::store(const QSharedPointer<Document>& document)
 
 QByteArray ReceiptStore::original(const QString& identifier)
 {
-    return m_database.rows(m_select, {identifier}).value(0).value(0).toByteArray();
+    return m_database->rows(m_select, {identifier}).value(0).value(0).toByteArray();
 }
 
 int ReceiptStore::revision(const QString& identifier, int kind)
 {
-    return m_database.rows(m_revision, {identifier, kind}).value(0).value(0).toInt();
+    return m_database->rows(m_revision, {identifier, kind}).value(0).value(0).toInt();
 }
 
 bool ReceiptStore::isStored(const QSharedPointer<Document>& document, const QByteArray& bytes)

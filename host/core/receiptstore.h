@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/core/document.h"
-#include "host/utils/database.h"
+#include "host/utils/store.h"
 
 /// The file behind DocumentsDao. A document stays as it was stored; what was written back of its card records
 /// lies beside it. Belongs to one thread; everything throws BasicException when the file can't be used.
@@ -22,7 +22,7 @@ private:
     /// True when this very content is stored already; its records then know their places.
     bool isStored(const QSharedPointer<Document>& document, const QByteArray& bytes);
 
-    utils::Database m_database;
+    std::shared_ptr<utils::Database> m_database;
     QSqlQuery m_insert;
     QSqlQuery m_select;
     QSqlQuery m_records;

@@ -10,9 +10,9 @@
 class Document;
 class ReceiptStore;
 
-/// The store of closed documents, `receipts.sqlite` in the data directory. Every operation is durable when it
-/// returns, and throws BasicException, with nothing changed, when it cannot be. Opens its file at the first
-/// operation, whose thread then has to make the others.
+/// The closed documents in the store of the data directory. Every operation is durable when it returns, or
+/// with the utils::Transaction around it, and throws BasicException, with nothing changed, when it cannot be.
+/// Opens its file at the first operation, whose thread then has to make the others.
 class HOST_EXPORT DocumentsDao
 {
 public:

@@ -2,8 +2,7 @@
 
 #include "host/utils/basicexception.h"
 #include "host/utils/currenttime.h"
-#include "host/utils/database.h"
-#include "host/utils/datadirectory.h"
+#include "host/utils/store.h"
 #include "host/utils/storedform.h"
 
 #include <QIODevice>
@@ -12,37 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// "KYRq" and "KYRm": the file, and the seal of each message in it.
-constexpr utils::Seal messageSeal{0x4B59526D, 1};
-constexpr int fileId = 0x4B595271;
-constexpr int fileVersion = 1;
-
-// The tally makes counting a million messages as quick as counting none; being kept by triggers it is right
-// whoever changes the queue.
-const utils::Database::Format& format()
-{
-    static const utils::Database::Format made{
-        fileId,
-        fileVersion,
-        {u"CREATE TABLE queued (id INTEGER PRIMARY KEY AUTOINCREMENT, queue TEXT NOT NULL, "
-         "receipt TEXT NOT NULL, enqueued INTEGER NOT NULL, message BLOB NOT NULL, text TEXT NOT NULL, "
-         "parked INTEGER NOT NULL DEFAULT 0, attempts INTEGER NOT NULL DEFAULT 0, "
-         "error TEXT NOT NULL DEFAULT '')"_s,
-         u"CREATE TABLE history (id INTEGER PRIMARY KEY, queue TEXT NOT NULL, receipt TEXT NOT NULL, "
-         "enqueued INTEGER NOT NULL, finished INTEGER NOT NULL, text TEXT NOT NULL, "
-         "attempts INTEGER NOT NULL, error TEXT NOT NULL, outcome TEXT NOT NULL, answer INTEGER, "
-         "message BLOB)"_s,
-         u"CREATE TABLE tally (waiting INTEGER NOT NULL, parked INTEGER NOT NULL)"_s,
-         u"INSERT INTO tally VALUES (0, 0)"_s,
-         u"CREATE TRIGGER tally_in AFTER INSERT ON queued BEGIN "
-         "UPDATE tally SET waiting = waiting + 1 - new.parked, parked = parked + new.parked; END"_s,
-         u"CREATE TRIGGER tally_out AFTER DELETE ON queued BEGIN "
-         "UPDATE tally SET waiting = waiting - 1 + old.parked, parked = parked - old.parked; END"_s,
-         u"CREATE TRIGGER tally_move AFTER UPDATE OF parked ON queued BEGIN "
-         "UPDATE tally SET waiting = waiting + old.parked - new.parked, "
-         "parked = parked - old.parked + new.parked; END"_s}};
-    return made;
-}
+constexpr utils::Seal messageSeal{0x4B59526D, 1}; // "KYRm"
 
 const QString columns =
     u"SELECT id, queue, receipt, enqueued, message, text, attempts, error, parked FROM queued "_s;
@@ -93,30 +62,30 @@ QueuedMessage fromRow(const QVariantList& row)
 
 struct MessageQueue::Statements
 {
-    utils::Database database{utils::dataFile(u"queue.sqlite"_s), format()};
-    QSqlQuery insert = database.prepared(
+    std::shared_ptr<utils::Database> database = utils::store();
+    QSqlQuery insert = database->prepared(
         u"INSERT INTO queued (queue, receipt, enqueued, message, text) VALUES (?, ?, ?, ?, ?)"_s);
-    QSqlQuery list = database.prepared(columns + u"WHERE id > ? ORDER BY id LIMIT ?"_s);
-    QSqlQuery last = database.prepared(u"SELECT max(id) FROM queued"_s);
-    QSqlQuery tally = database.prepared(u"SELECT waiting, parked FROM tally"_s);
-    QSqlQuery record = database.prepared(
+    QSqlQuery list = database->prepared(columns + u"WHERE id > ? ORDER BY id LIMIT ?"_s);
+    QSqlQuery last = database->prepared(u"SELECT max(id) FROM queued"_s);
+    QSqlQuery tally = database->prepared(u"SELECT waiting, parked FROM tally"_s);
+    QSqlQuery record = database->prepared(
         u"INSERT INTO history SELECT id, queue, receipt, enqueued, ?, text, attempts, error, ?, ?, "
         "CASE WHEN ? THEN message END FROM queued WHERE id = ?"_s);
-    QSqlQuery remove = database.prepared(u"DELETE FROM queued WHERE id = ?"_s);
+    QSqlQuery remove = database->prepared(u"DELETE FROM queued WHERE id = ?"_s);
     QSqlQuery fail =
-        database.prepared(u"UPDATE queued SET attempts = attempts + 1, error = ? WHERE id = ?"_s);
-    QSqlQuery park =
-        database.prepared(u"UPDATE queued SET attempts = attempts + 1, error = ?, parked = 1 WHERE id = ?"_s);
-    QSqlQuery retry = database.prepared(u"UPDATE queued SET parked = 0 WHERE id = ? AND parked = 1"_s);
+        database->prepared(u"UPDATE queued SET attempts = attempts + 1, error = ? WHERE id = ?"_s);
+    QSqlQuery park = database->prepared(
+        u"UPDATE queued SET attempts = attempts + 1, error = ?, parked = 1 WHERE id = ?"_s);
+    QSqlQuery retry = database->prepared(u"UPDATE queued SET parked = 0 WHERE id = ? AND parked = 1"_s);
 
-    [[nodiscard]] int counted(int column) { return database.rows(tally).value(0).value(column).toInt(); }
+    [[nodiscard]] int counted(int column) { return database->rows(tally).value(0).value(column).toInt(); }
 
     bool finish(qint64 id, const QString& outcome, const QVariant& answer, bool keepMessage)
     {
         bool held = false;
-        database.atomically([&] {
-            held = database.change(record, {now(), outcome, answer, keepMessage, id}) > 0;
-            database.change(remove, {id});
+        database->atomically([&] {
+            held = database->change(record, {now(), outcome, answer, keepMessage, id}) > 0;
+            database->change(remove, {id});
         });
         return held;
     }
@@ -131,24 +100,24 @@ MessageQueue::~MessageQueue() = default;
 qint64 MessageQueue::enqueue(const QString& queueName, const QString& group, const QVariantMap& message,
                              const QString& text)
 {
-    return m->database.insert(m->insert, {queueName, group, now(), written(message), text});
+    return m->database->insert(m->insert, {queueName, group, now(), written(message), text});
 }
 
 QList<QueuedMessage> MessageQueue::messages(int limit) const
 {
     QList<QueuedMessage> result;
-    for (const QVariantList& row : m->database.rows(m->list, {0, limit}))
+    for (const QVariantList& row : m->database->rows(m->list, {0, limit}))
         result.append(fromRow(row));
     return result;
 }
 
 std::optional<QueuedMessage> MessageQueue::after(qint64 id) const
 {
-    const QList<QVariantList> found = m->database.rows(m->list, {id, 1});
+    const QList<QVariantList> found = m->database->rows(m->list, {id, 1});
     return found.isEmpty() ? std::nullopt : std::optional(fromRow(found.first()));
 }
 
-qint64 MessageQueue::lastId() const { return m->database.rows(m->last).value(0).value(0).toLongLong(); }
+qint64 MessageQueue::lastId() const { return m->database->rows(m->last).value(0).value(0).toLongLong(); }
 
 int MessageQueue::waitingCount() const { return m->counted(0); }
 
@@ -158,15 +127,15 @@ bool MessageQueue::delivered(qint64 id, int answer) { return m->finish(id, u"del
 
 bool MessageQueue::failed(qint64 id, const QString& error)
 {
-    return m->database.change(m->fail, {error, id}) > 0;
+    return m->database->change(m->fail, {error, id}) > 0;
 }
 
 bool MessageQueue::park(qint64 id, const QString& words)
 {
-    return m->database.change(m->park, {words, id}) > 0;
+    return m->database->change(m->park, {words, id}) > 0;
 }
 
-bool MessageQueue::retry(qint64 id) { return m->database.change(m->retry, {id}) > 0; }
+bool MessageQueue::retry(qint64 id) { return m->database->change(m->retry, {id}) > 0; }
 
 bool MessageQueue::drop(qint64 id)
 {

@@ -30,10 +30,10 @@ struct QueuedMessage
     bool damaged = false; ///< the stored message is not what was put in
 };
 
-/// The file behind the outgoing queue, `queue.sqlite` in the data directory. Any number of objects, in any
+/// The outgoing queue in the store of the data directory. Any number of objects, in any
 /// threads and programs, may have it open at once; each belongs to the thread that made it. What an operation
-/// changes is durable when it returns. Each throws BasicException, and changes nothing, when the file can't
-/// be used.
+/// changes is durable when it returns, or with the utils::Transaction around it. Each throws BasicException,
+/// and changes nothing, when the file can't be used.
 ///
 /// The messages hold credentials and personal data; the file is its owner's alone (0600). Once delivered,
 /// only the record that and when is kept.

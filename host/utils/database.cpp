@@ -1,14 +1,11 @@
 #include "host/utils/database.h"
 
-#include "host/utils/privatefile.h"
 #include "host/utils/storageerror.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QSqlError>
 #include <QSqlRecord>
 
-#include <atomic>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -16,9 +13,6 @@ using namespace Qt::StringLiterals;
 namespace utils {
 
 namespace {
-
-constexpr auto waitForLocks = "QSQLITE_BUSY_TIMEOUT=2000"; // milliseconds: a cashier is waiting
-constexpr qint64 quicklyChecked = 32LL * 1024 * 1024;      // bytes; a till is not to wait long for its queue
 
 // SQLite's primary result codes; the driver's own header has none.
 enum SqliteCode : int {
@@ -31,11 +25,12 @@ enum SqliteCode : int {
     CannotOpen = 14,
     NotADatabase = 26,
     ShortWrite = 778, // what writing past a limit on the file's size ends in
+    NoIndex = 4874,   // there was no room for the log's index, -shm
 };
 
 StorageFault faultOf(int code)
 {
-    if (code == ShortWrite)
+    if (code == ShortWrite || code == NoIndex)
         return StorageFault::Full;
     switch (code & 0xff) {
     case Busy:
@@ -54,87 +49,7 @@ StorageFault faultOf(int code)
     }
 }
 
-QString newConnectionName()
-{
-    static std::atomic<int> made = 0;
-    return u"kyr-store-%1"_s.arg(++made);
-}
-
 } // namespace
-
-Database::Database(const QString& path, const Format& format)
-    : m_path(path)
-    , m_connection(newConnectionName())
-{
-    ensurePrivateFile(path);
-    try {
-        if (QFileInfo(path).size() > 0) {
-            // Whoever may write folds the log into the file on closing it, so a file that might have to be
-            // left alone is first looked at by a reader.
-            connect(u"QSQLITE_OPEN_READONLY"_s);
-            check(format);
-            disconnect();
-        }
-        connect({});
-        // NORMAL would lose the last commits at a power cut.
-        execute(u"PRAGMA journal_mode=WAL"_s);
-        execute(u"PRAGMA synchronous=FULL"_s);
-        if (number(u"PRAGMA user_version"_s) == 0)
-            create(format);
-        m_inode = inode();
-    } catch (...) {
-        disconnect();
-        throw;
-    }
-}
-
-Database::~Database() { disconnect(); }
-
-void Database::connect(const QString& options)
-{
-    m_database = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_connection);
-    m_database.setDatabaseName(m_path);
-    const QString wait = QString::fromLatin1(waitForLocks);
-    m_database.setConnectOptions(options.isEmpty() ? wait : wait + u';' + options);
-    if (!m_database.open())
-        fail(m_database.lastError());
-}
-
-void Database::disconnect()
-{
-    m_database = {};
-    QSqlDatabase::removeDatabase(m_connection);
-}
-
-void Database::check(const Format& format)
-{
-    const int version = number(u"PRAGMA user_version"_s);
-    // A file of version 0 is one whose making was interrupted; then it holds nothing.
-    const bool ours = version == 0 ? number(u"SELECT count(*) FROM sqlite_master"_s) == 0
-                                   : number(u"PRAGMA application_id"_s) == format.applicationId;
-    if (!ours)
-        throw storageError(StorageFault::Damaged, m_path);
-    if (version > format.version)
-        throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(version).arg(format.version));
-    if (QFileInfo(m_path).size() > quicklyChecked)
-        return; // found as it is read
-    QSqlQuery query = prepared(u"PRAGMA quick_check(1)"_s);
-    const QString verdict = rows(query).value(0).value(0).toString();
-    if (verdict != u"ok")
-        throw storageError(StorageFault::Damaged, m_path, verdict.simplified());
-}
-
-void Database::create(const Format& format) const
-{
-    atomically([&] {
-        if (number(u"PRAGMA user_version"_s) != 0)
-            return; // another process was quicker
-        for (const QString& statement : format.creates)
-            execute(statement);
-        execute(u"PRAGMA application_id=%1"_s.arg(format.applicationId));
-        execute(u"PRAGMA user_version=%1"_s.arg(format.version));
-    });
-}
 
 QSqlQuery Database::prepared(const QString& sql) const
 {
@@ -147,6 +62,7 @@ QSqlQuery Database::prepared(const QString& sql) const
 
 int Database::change(QSqlQuery& statement, const QVariantList& values) const
 {
+    requireUnspoilt();
     requireInPlace();
     execute(statement, values);
     const int changed = statement.numRowsAffected();
@@ -156,6 +72,7 @@ int Database::change(QSqlQuery& statement, const QVariantList& values) const
 
 qint64 Database::insert(QSqlQuery& statement, const QVariantList& values) const
 {
+    requireUnspoilt();
     requireInPlace();
     execute(statement, values);
     const qint64 id = statement.lastInsertId().toLongLong();
@@ -184,15 +101,48 @@ QList<QVariantList> Database::rows(QSqlQuery& statement, const QVariantList& val
 
 void Database::atomically(const std::function<void()>& steps) const
 {
-    execute(u"BEGIN IMMEDIATE"_s);
+    const bool joins = m_transaction;
     try {
+        if (!joins)
+            begin();
         steps();
-        execute(u"COMMIT"_s);
+        if (!joins)
+            commit();
     } catch (...) {
-        QSqlQuery rollback(m_database);
-        rollback.exec(u"ROLLBACK"_s); // SQLite may have done it itself; the first failure is the one to tell
+        m_spoilt = m_transaction;
+        if (!joins)
+            rollback();
         throw;
     }
+}
+
+void Database::begin() const
+{
+    if (m_transaction)
+        throw BasicException(tr::Tr(u"hostTransactionNested"_s,
+                                    u"Внутренняя ошибка: запись в файл %1 уже начата"_s.arg(m_path)));
+    execute(u"BEGIN IMMEDIATE"_s);
+    m_transaction = true;
+    m_spoilt = false;
+}
+
+void Database::commit() const
+{
+    requireUnspoilt();
+    if (m_inode != 0)
+        requireInPlace();
+    execute(u"COMMIT"_s);
+    m_transaction = false;
+}
+
+void Database::rollback() const noexcept
+{
+    if (!m_transaction)
+        return;
+    m_transaction = false;
+    m_spoilt = false;
+    QSqlQuery query(m_database);
+    query.exec(u"ROLLBACK"_s); // SQLite may have done it itself; the first failure is the one to tell
 }
 
 void Database::execute(const QString& sql) const
@@ -231,13 +181,29 @@ ino_t Database::inode() const
 // What is written into a file that somebody has removed is kept by nobody.
 void Database::requireInPlace() const
 {
-    if (inode() != m_inode)
-        throw storageError(StorageFault::Gone, m_path);
+    if (inode() == m_inode)
+        return;
+    m_sound = false;
+    m_spoilt = m_transaction;
+    throw storageError(StorageFault::Gone, m_path);
+}
+
+// After some failures SQLite has undone the transaction by itself: what came next would be kept all alone.
+void Database::requireUnspoilt() const
+{
+    if (m_transaction && m_spoilt)
+        throw BasicException(
+            tr::Tr(u"hostTransactionSpoilt"_s,
+                   u"Не сохранено: запись в файл %1 отменена, часть её не удалась"_s.arg(m_path)));
 }
 
 void Database::fail(const QSqlError& error) const
 {
-    throw storageError(faultOf(error.nativeErrorCode().toInt()), m_path, error.databaseText());
+    const StorageFault fault = faultOf(error.nativeErrorCode().toInt());
+    if (fault != StorageFault::Full && fault != StorageFault::Locked)
+        m_sound = false;
+    m_spoilt = m_transaction;
+    throw storageError(fault, m_path, error.databaseText());
 }
 
 } // namespace utils

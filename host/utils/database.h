@@ -2,6 +2,7 @@
 
 #include "host/utils/export.h"
 
+#include <QMap>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
@@ -21,27 +22,45 @@ namespace utils {
 class HOST_EXPORT Database
 {
 public:
+    /// An older file whose content a new one takes over when it is made.
+    struct Source
+    {
+        QString path;
+        int applicationId = 0;
+        int version = 1;
+        QString name;      ///< the schema that `takes` reads
+        QStringList takes; ///< the statements that copy its content into the new tables
+    };
     struct Format
     {
-        int applicationId = 0; ///< tells this kind of file from any other SQLite file
-        int version = 1;       ///< the file's user_version
-        QStringList creates;   ///< the statements that make a new file
+        int applicationId = 0;                  ///< tells this kind of file from any other SQLite file
+        int version = 1;                        ///< the file's user_version
+        QStringList creates;                    ///< the statements that make a new file
+        QMap<int, QStringList> migrations = {}; ///< by n: the statements from version n to n + 1
+        QList<Source> sources = {};             ///< those that are missing are passed over
     };
 
-    /// Opens the file, or makes it. One that is damaged, a stranger's or of a later version is refused and
-    /// left untouched.
+    /// Opens the file, brings one of an earlier version up to date, or makes it: then it appears whole, with
+    /// what its sources hold, or not at all. One that is damaged, a stranger's or of a later version is
+    /// refused and left untouched.
     Database(const QString& path, const Format& format);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
+    /// Looks at a source as the constructor would look at a file of its own, and throws what it would throw.
+    static void examine(const Source& source);
+
     [[nodiscard]] const QString& path() const { return m_path; }
+    /// False once something happened that a connection made anew may not meet: the file was damaged, taken
+    /// away, or could not be read or written at all.
+    [[nodiscard]] bool isSound() const { return m_sound; }
 
     /// A statement to keep, for change() and rows().
     [[nodiscard]] QSqlQuery prepared(const QString& sql) const;
 
-    /// Executes a statement that changes something; durable on return unless inside atomically(). Returns how
-    /// many rows it changed. A null text is stored as an empty one.
+    /// Executes a statement that changes something; durable on return unless inside a transaction. Returns
+    /// how many rows it changed. A null text is stored as an empty one.
     int change(QSqlQuery& statement, const QVariantList& values) const;
 
     /// The same for a statement that inserts one row; returns the row's id.
@@ -51,18 +70,35 @@ public:
     /// from being folded into the file.
     [[nodiscard]] QList<QVariantList> rows(QSqlQuery& statement, const QVariantList& values = {}) const;
 
-    /// Runs the steps as one commit; when they throw, none of them was done. Not to be nested.
+    /// Runs the steps as one commit; when they throw, none of them was done. Inside a transaction it joins
+    /// it, and steps that throw spoil all of it.
     void atomically(const std::function<void()>& steps) const;
 
+    // What changes between begin() and commit() is one commit. Not to be nested.
+
+    void begin() const;
+    /// Throws when anything since begin() failed, also when somebody caught it; then nothing was done.
+    void commit() const;
+    /// Undoes everything since begin(); fine when there was none.
+    void rollback() const noexcept;
+    [[nodiscard]] bool isInTransaction() const { return m_transaction; }
+
 private:
+    explicit Database(const QString& path);
     void connect(const QString& options);
     void disconnect();
-    void check(const Format& format);
-    void create(const Format& format) const;
+    void open(const Format& format);
+    int examine(int applicationId, int version);
+    void requireKind(int applicationId, int version);
+    void ensureMade(const Format& format) const;
+    void make(const Format& format) const;
+    void fill(const Format& format);
+    void migrate(const Format& format) const;
     void execute(const QString& sql) const;
     void execute(QSqlQuery& statement, const QVariantList& values) const;
     [[nodiscard]] int number(const QString& sql) const;
     void requireInPlace() const;
+    void requireUnspoilt() const;
     [[nodiscard]] ino_t inode() const;
     [[noreturn]] void fail(const QSqlError& error) const;
 
@@ -70,6 +106,9 @@ private:
     QString m_connection;
     QSqlDatabase m_database;
     ino_t m_inode = 0;
+    mutable bool m_sound = true;
+    mutable bool m_transaction = false;
+    mutable bool m_spoilt = false;
 };
 
 } // namespace utils

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -87,6 +88,32 @@ void replaceFile(const QString& path, const QByteArray& content)
     syncDirectoryOf(path);
 }
 
+QString newPrivateFile(const QString& path)
+{
+    QByteArray name = QFile::encodeName(path) + unfinished;
+    const Descriptor file(mkostemp(name.data(), O_CLOEXEC));
+    if (file.number() < 0)
+        throw systemError(errno, path);
+    if (fchmod(file.number(), ownerOnly) != 0) {
+        const int error = errno;
+        unlink(name.constData());
+        throw systemError(error, path);
+    }
+    return QFile::decodeName(name);
+}
+
+bool moveToNewName(const QString& from, const QString& to)
+{
+    if (renameat2(AT_FDCWD, QFile::encodeName(from).constData(), AT_FDCWD, QFile::encodeName(to).constData(),
+                  RENAME_NOREPLACE) != 0) {
+        if (errno == EEXIST || errno == ENOENT)
+            return false;
+        throw systemError(errno, from);
+    }
+    syncDirectoryOf(to);
+    return true;
+}
+
 std::optional<QByteArray> readFile(const QString& path)
 {
     const Descriptor opened(open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC));
@@ -106,17 +133,41 @@ std::optional<QByteArray> readFile(const QString& path)
 
 void removeFile(const QString& path)
 {
-    const QFileInfo info(path);
-    QStringList names{path};
-    for (const QFileInfo& left :
-         QDir(info.path()).entryInfoList({info.fileName() + u".??????"_s}, QDir::Files | QDir::Hidden))
-        names.append(left.filePath());
-    for (const QString& name : names) {
-        if (unlink(QFile::encodeName(name).constData()) != 0 && errno != ENOENT)
-            throw systemError(errno, name);
-    }
+    if (unlink(QFile::encodeName(path).constData()) != 0 && errno != ENOENT)
+        throw systemError(errno, path);
+    removeUnfinished(path);
     syncDirectoryOf(path);
 }
+
+void removeUnfinished(const QString& path)
+{
+    const QFileInfo info(path);
+    for (const QString& suffix : {u""_s, u"-wal"_s, u"-shm"_s, u"-journal"_s}) {
+        for (const QFileInfo& left :
+             QDir(info.path())
+                 .entryInfoList({info.fileName() + u".??????"_s + suffix}, QDir::Files | QDir::Hidden)) {
+            if (unlink(QFile::encodeName(left.filePath()).constData()) != 0 && errno != ENOENT)
+                throw systemError(errno, left.filePath());
+        }
+    }
+}
+
+FolderLock::FolderLock(const QString& path)
+    : m_descriptor(open(QFile::encodeName(QFileInfo(path).absolutePath()).constData(),
+                        O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+{
+    if (m_descriptor < 0)
+        throw systemError(errno, path);
+    while (flock(m_descriptor, LOCK_EX) != 0) {
+        if (errno == EINTR)
+            continue;
+        const int error = errno;
+        close(m_descriptor);
+        throw systemError(error, path);
+    }
+}
+
+FolderLock::~FolderLock() { close(m_descriptor); }
 
 void syncDirectoryOf(const QString& path)
 {

@@ -22,9 +22,33 @@ HOST_EXPORT void replaceFile(const QString& path, const QByteArray& content);
 /// The file's content; nothing when there is no such file.
 HOST_EXPORT std::optional<QByteArray> readFile(const QString& path);
 
+/// A file of a new name beside `path`, empty and private, to be moved to its place when it is finished.
+HOST_EXPORT QString newPrivateFile(const QString& path);
+
+/// Gives the file another name, durably. Where a file of that name is there already, both stay as they are
+/// and false is returned.
+HOST_EXPORT bool moveToNewName(const QString& from, const QString& to);
+
 /// Removes the file, and what a killed replaceFile() left of it, for good; one that is not there is as
 /// welcome.
 HOST_EXPORT void removeFile(const QString& path);
+
+/// Removes what killed programs left of files that were to become this one, with what SQLite put beside them.
+HOST_EXPORT void removeUnfinished(const QString& path);
+
+/// Holds the folder that the file lies in while the object lives, among all threads and programs that ask for
+/// it in this way; waits for the one that has it.
+class FolderLock
+{
+public:
+    explicit FolderLock(const QString& path);
+    ~FolderLock();
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+private:
+    int m_descriptor;
+};
 
 /// Makes the entries of the folder that the file lies in durable.
 HOST_EXPORT void syncDirectoryOf(const QString& path);

@@ -22,6 +22,15 @@ int approveId(const Reply& reply) { return reply.data().value(u"approve_id").toI
 
 QJsonValue lastCode(const Shop& shop) { return shop.page("codes").toArray().last(); }
 
+/// So many seconds pass.
+void advance(const Shop& shop, int seconds)
+{
+    const auto reply = standtest::send({.url = shop.root() + "/stand/clock",
+                                        .method = "POST",
+                                        .body = R"({"advance": )" + QByteArray::number(seconds) + '}'});
+    EXPECT_EQ(reply.status, 200);
+}
+
 TEST(StandApproval, MovesNothingBeforeTheCodeAndAllWithIt)
 {
     Shop shop;
@@ -135,6 +144,29 @@ TEST(StandApproval, SendsANewCodeWhenTheFirstCameToNothing)
     usedUp.confirm(1, u"0001"_s);
     EXPECT_EQ(approveId(usedUp.payment({}, u"20.00"_s)), 2);
     EXPECT_EQ(usedUp.confirm(2, u"1234"_s).status, 200);
+}
+
+TEST(StandApproval, RepeatedKeepsItsCodeItsTimeAndItsAttempts)
+{
+    Shop shop;
+    const auto id = approveId(shop.payment({}, u"20.00"_s));
+    const auto sent = lastCode(shop);
+    EXPECT_EQ(sent[u"attempts_left"], 3);
+    EXPECT_EQ(sent[u"receipt_number"], u"100"_s);
+    const auto wrong = sent[u"code"] == u"0000"_s ? u"0001"_s : u"0000"_s;
+    shop.confirm(id, wrong);
+    advance(shop, 200);
+    EXPECT_EQ(approveId(shop.payment({}, u"20.00"_s)), id);
+    EXPECT_EQ(shop.page("codes").toArray().size(), 1);
+    EXPECT_EQ(lastCode(shop)[u"code"], sent[u"code"]);
+    EXPECT_EQ(lastCode(shop)[u"attempts_left"], 2);
+    EXPECT_GT(lastCode(shop)[u"seconds_left"].toInt(), 0);
+    EXPECT_LE(lastCode(shop)[u"seconds_left"].toInt(), 100);
+    advance(shop, 100);
+    EXPECT_EQ(lastCode(shop)[u"state"], u"late"_s);
+    EXPECT_EQ(lastCode(shop)[u"seconds_left"], 0);
+    EXPECT_EQ(refusalText(shop.confirm(id, sent[u"code"].toString())), "422 Срок действия кода истёк");
+    EXPECT_EQ(approveId(shop.payment({}, u"20.00"_s)), id + 1) << "and now there is a new one";
 }
 
 TEST(StandApproval, RefusesAnUnknownNumber)

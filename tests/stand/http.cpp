@@ -44,8 +44,8 @@ QJsonObject Reply::data() const { return json()[u"data"].toObject(); }
 QJsonArray Reply::messages() const
 {
     QJsonArray messages;
-    for (const auto& error : json()[u"data"].toArray())
-        messages.append(error.toObject().value(u"message"));
+    for (const auto& object : json()[u"data"].toArray())
+        messages.append(object.toObject().value(u"message"));
     return messages;
 }
 
@@ -62,7 +62,7 @@ Reply send(const Call& call)
     curl_easy_setopt(curl, CURLOPT_URL, call.url.constData());
     curl_easy_setopt(curl, CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(curl, CURLOPT_NOPROXY, "*");
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, 20L);
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(call.patienceMs));
     curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers.get());
     if (!call.body.isEmpty()) {
         curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(call.body.size()));
@@ -82,7 +82,8 @@ Reply send(const Call& call)
     curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, addHeader);
     curl_easy_setopt(curl, CURLOPT_HEADERDATA, &reply.headers);
 
-    if (curl_easy_perform(curl) == CURLE_OK) {
+    reply.error = curl_easy_perform(curl);
+    if (reply.error == CURLE_OK) {
         long status = 0;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
         reply.status = static_cast<int>(status);

@@ -22,11 +22,13 @@ struct Call
     std::optional<Login> login = std::nullopt;
     QByteArray body = {};
     QList<QByteArray> headers = {}; ///< "Name: value"
+    int patienceMs = 20'000;
 };
 
 struct Reply
 {
-    int status = 0;                       ///< 0: there was no answer.
+    int status = 0;                       ///< 0: there was no whole answer.
+    int error = 0;                        ///< The CURLcode.
     QMap<QByteArray, QByteArray> headers; ///< Names in lower case.
     QByteArray body;
 

@@ -47,7 +47,7 @@ TEST_F(Broker, LeavesItsFilesToTheirOwnerAloneWhateverTheUmask)
     enqueue();
     EXPECT_EQ(mode(path()), 0700U);
     EXPECT_THAT(modes(),
-                ElementsAre(u"queue.sqlite 600"_s, u"queue.sqlite-shm 600"_s, u"queue.sqlite-wal 600"_s));
+                ElementsAre(u"till.sqlite 600"_s, u"till.sqlite-shm 600"_s, u"till.sqlite-wal 600"_s));
 }
 
 TEST_F(Broker, NotesTheReceiptThatTheHostNames)
@@ -80,7 +80,7 @@ TEST_F(Broker, OnAFullDiskRefusesAndKeepsNothingHalf)
     enqueue(1);
     QString told;
     {
-        const test_support::FullDisk full(bytes(u"queue.sqlite-wal"_s).size() + 1000);
+        const test_support::FullDisk full(bytes(u"till.sqlite-wal"_s).size() + 1000);
         told = failure([this] { enqueue(2); });
     }
     EXPECT_EQ(told, u"hostStorageFull"_s);
@@ -92,16 +92,16 @@ TEST_F(Broker, OnAFullDiskRefusesAndKeepsNothingHalf)
 
 TEST_F(Broker, RefusesADamagedFileAndLeavesItAsItIs)
 {
-    (void)utils::dataFile(u"queue.sqlite"_s);
-    overwrite(u"queue.sqlite"_s, "no database at all");
+    (void)utils::dataFile(u"till.sqlite"_s);
+    overwrite(u"till.sqlite"_s, "no database at all");
     EXPECT_EQ(failure([this] { enqueue(); }), u"hostStorageDamaged"_s);
-    EXPECT_EQ(bytes(u"queue.sqlite"_s), "no database at all");
+    EXPECT_EQ(bytes(u"till.sqlite"_s), "no database at all");
 }
 
 TEST_F(Broker, SaysOnceThatItsFileWasTakenAwayAndThenStartsANewOne)
 {
     enqueue(1);
-    ASSERT_TRUE(QFile::remove(path(u"queue.sqlite"_s)));
+    ASSERT_TRUE(QFile::remove(path(u"till.sqlite"_s)));
     EXPECT_EQ(failure([this] { enqueue(2); }), u"hostStorageGone"_s);
     enqueue(3);
     EXPECT_THAT(numbers(), ElementsAre(3));

@@ -201,7 +201,7 @@ TEST_F(Delivery, ParksADamagedMessageAndGoesOnWithTheOthers)
     add(u"B"_s, u"b1"_s);
     {
         QSqlDatabase raw = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"raw"_s);
-        raw.setDatabaseName(path(u"queue.sqlite"_s));
+        raw.setDatabaseName(path(u"till.sqlite"_s));
         ASSERT_TRUE(raw.open());
         QSqlQuery query(raw);
         ASSERT_TRUE(query.exec(u"UPDATE queued SET message = zeroblob(100) WHERE id = %1"_s.arg(damaged)));

@@ -14,7 +14,7 @@ class DatabaseFile : public test_support::Storage
 protected:
     [[nodiscard]] static Database::Format format(int version = 1, int id = 77)
     {
-        return {id, version, {u"CREATE TABLE t (v TEXT NOT NULL)"_s}};
+        return {id, version, {u"CREATE TABLE t (v TEXT NOT NULL)"_s}, {}, {}};
     }
     static std::unique_ptr<Database> open(const Database::Format& of = format())
     {
@@ -88,6 +88,7 @@ TEST_F(DatabaseFile, OfALaterVersionIsRefusedAndLeftUntouched)
     const QByteArray before = bytes(u"f.sqlite"_s);
     EXPECT_EQ(failure([] { open(format(1)); }), u"hostStorageNewer"_s);
     EXPECT_EQ(bytes(u"f.sqlite"_s), before);
+    EXPECT_THAT(modes(), ElementsAre(u"f.sqlite 600"_s)) << "not even companions appear";
 }
 
 TEST_F(DatabaseFile, OfALaterVersionKeepsItsLogUntouchedToo)
@@ -106,7 +107,26 @@ TEST_F(DatabaseFile, OfALaterVersionKeepsItsLogUntouchedToo)
     EXPECT_EQ(failure([] { open(format(1)); }), u"hostStorageNewer"_s);
     EXPECT_EQ(bytes(u"copy/f.sqlite"_s), file);
     EXPECT_EQ(bytes(u"copy/f.sqlite-wal"_s), log);
+    EXPECT_FALSE(QFile::exists(path(u"copy/f.sqlite-shm"_s)));
     EXPECT_THAT(values(*open(format(2))), ElementsAre(u"only in the log"_s));
+}
+
+TEST_F(DatabaseFile, ThatOnlyItsLogMakesALaterVersionIsLeftUntouchedToo)
+{
+    open(format(1));
+    {
+        Database::Format later = format(2);
+        later.migrations = {{1, {u"ALTER TABLE t ADD COLUMN second TEXT"_s}}};
+        const auto database = open(later);
+        ASSERT_TRUE(QDir().mkdir(path(u"copy"_s)));
+        for (const QString& name : {u"f.sqlite"_s, u"f.sqlite-wal"_s})
+            ASSERT_TRUE(QFile::copy(path(name), path(u"copy/"_s + name)));
+    }
+    utils::setDataDirectory(path(u"copy"_s));
+    const QByteArray log = bytes(u"copy/f.sqlite-wal"_s);
+    EXPECT_EQ(failure([] { open(format(1)); }), u"hostStorageNewer"_s);
+    EXPECT_EQ(bytes(u"copy/f.sqlite-wal"_s), log);
+    EXPECT_FALSE(QFile::exists(path(u"copy/f.sqlite-shm"_s)));
 }
 
 TEST_F(DatabaseFile, OfAnotherKindIsRefused)
@@ -147,12 +167,67 @@ TEST_F(DatabaseFile, DamagedInTheMiddleIsRefused)
     EXPECT_EQ(bytes(u"f.sqlite"_s), content);
 }
 
-TEST_F(DatabaseFile, WhoseMakingWasInterruptedIsMadeAnew)
+TEST_F(DatabaseFile, ThatIsEmptyIsRefusedBecauseNoneIsEverMadeSo)
 {
     (void)utils::dataFile(u"f.sqlite"_s);
     overwrite(u"f.sqlite"_s, {});
+    EXPECT_EQ(failure([] { open(); }), u"hostStorageDamaged"_s);
+    EXPECT_EQ(bytes(u"f.sqlite"_s), QByteArray());
+}
+
+TEST_F(DatabaseFile, WhoseMakingWasInterruptedIsMadeAnew)
+{
+    (void)utils::dataFile(u"f.sqlite"_s);
+    overwrite(u"f.sqlite.a1B2c3"_s, "half");
+    overwrite(u"f.sqlite.a1B2c3-wal"_s, "half");
     add(*open(), u"a"_s);
     EXPECT_THAT(values(*open()), ElementsAre(u"a"_s));
+    EXPECT_THAT(modes(), ElementsAre(u"f.sqlite 600"_s));
+}
+
+TEST_F(DatabaseFile, ThatCannotBeMadeLeavesNothingBehind)
+{
+    Database::Format wrong = format();
+    wrong.creates.append(u"no SQL"_s);
+    EXPECT_EQ(failure([&] { open(wrong); }), u"hostStorageFailed"_s);
+    EXPECT_THAT(modes(), testing::IsEmpty());
+}
+
+TEST_F(DatabaseFile, OfAnEarlierVersionIsBroughtUpToDateStepByStep)
+{
+    add(*open(), u"old"_s);
+    Database::Format later = format(3);
+    later.migrations = {{1, {u"ALTER TABLE t ADD COLUMN second TEXT"_s}},
+                        {2, {u"UPDATE t SET second = v || ' in ' || (SELECT count(*) FROM t)"_s}}};
+    const auto database = open(later);
+    EXPECT_EQ(pragma(*database, u"user_version"_s), 3);
+    QSqlQuery second = database->prepared(u"SELECT second FROM t"_s);
+    EXPECT_EQ(database->rows(second), QList<QVariantList>{{u"old in 1"_s}});
+}
+
+TEST_F(DatabaseFile, WhoseMigrationFailsStaysOfItsVersion)
+{
+    add(*open(), u"old"_s);
+    Database::Format later = format(3);
+    later.migrations = {{1, {u"DELETE FROM t"_s}}, {2, {u"no SQL"_s}}};
+    EXPECT_EQ(failure([&] { open(later); }), u"hostStorageFailed"_s);
+    EXPECT_THAT(values(*open()), ElementsAre(u"old"_s));
+}
+
+TEST_F(DatabaseFile, IsNotMixedWithALogThatLiesWhereItIsMade)
+{
+    {
+        const auto database = open();
+        add(*database, u"another file's"_s);
+        ASSERT_TRUE(QFile::copy(path(u"f.sqlite-wal"_s), path(u"log"_s)));
+    }
+    ASSERT_TRUE(QFile::remove(path(u"f.sqlite"_s)));
+    ASSERT_TRUE(QFile::rename(path(u"log"_s), path(u"f.sqlite-wal"_s)));
+    const QByteArray log = bytes(u"f.sqlite-wal"_s);
+    EXPECT_THAT(values(*open()), testing::IsEmpty());
+    const QStringList aside = QDir(path()).entryList({u"f.sqlite.damaged-*-wal"_s});
+    ASSERT_EQ(aside.size(), 1);
+    EXPECT_EQ(bytes(aside.first()), log);
 }
 
 TEST_F(DatabaseFile, RemovedUnderItsHandsTakesNothingMore)

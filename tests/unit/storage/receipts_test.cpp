@@ -36,7 +36,7 @@ TEST_F(Receipts, ComeBackAsTheyWereStoredAfterARestart)
     const auto back = DocumentsDao().loadDocument(u"R-1"_s, false).dynamicCast<Document>();
     ASSERT_NE(back, nullptr);
     EXPECT_EQ(documentcodec::written(*back), documentcodec::written(*sale));
-    EXPECT_THAT(modes(), testing::Contains(u"receipts.sqlite 600"_s));
+    EXPECT_THAT(modes(), testing::Contains(u"till.sqlite 600"_s));
 }
 
 TEST_F(Receipts, AreObjectsOfTheirOwnEachTime)
@@ -149,7 +149,7 @@ TEST_F(Receipts, OnAFullDiskAreRefusedAndTheOthersStay)
     dao.store(sale);
     QString told;
     {
-        const test_support::FullDisk full(bytes(u"receipts.sqlite-wal"_s).size());
+        const test_support::FullDisk full(bytes(u"till.sqlite-wal"_s).size());
         told = failure([this] { dao.store(richSale(u"R-2"_s)); });
     }
     EXPECT_EQ(told, u"hostStorageFull"_s);
@@ -170,7 +170,7 @@ TEST_F(Receipts, DamagedInTheFileAreToldNotInvented)
     dao.store(sale);
     {
         QSqlDatabase raw = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"raw"_s);
-        raw.setDatabaseName(path(u"receipts.sqlite"_s));
+        raw.setDatabaseName(path(u"till.sqlite"_s));
         ASSERT_TRUE(raw.open());
         QSqlQuery query(raw);
         ASSERT_TRUE(query.exec(u"UPDATE documents SET content = substr(content, 1, length(content) - 1)"_s));

@@ -50,7 +50,7 @@ protected:
         struct stat found = {};
         return stat(QFile::encodeName(file).constData(), &found) == 0 ? found.st_mode & 0777U : 0U;
     }
-    /// Everything in the folder with its mode: "queue.sqlite 600".
+    /// Everything in the folder with its mode: "till.sqlite 600".
     [[nodiscard]] QStringList modes() const
     {
         QStringList result;

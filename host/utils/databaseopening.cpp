@@ -1,0 +1,203 @@
+#include "host/utils/database.h"
+#include "host/utils/privatefile.h"
+#include "host/utils/setaside.h"
+#include "host/utils/storageerror.h"
+#include "host/utils/writeaheadlog.h"
+
+#include <QFileInfo>
+#include <QSqlError>
+#include <QUrl>
+
+#include <algorithm>
+#include <atomic>
+
+using namespace Qt::StringLiterals;
+
+namespace utils {
+
+namespace {
+
+constexpr auto waitForLocks = "QSQLITE_BUSY_TIMEOUT=2000"; // milliseconds: a cashier is waiting
+constexpr qint64 quicklyChecked = 32LL * 1024 * 1024;      // bytes; a till is not to wait long for its queue
+
+QString newConnectionName()
+{
+    static std::atomic<int> made = 0;
+    return u"kyr-store-%1"_s.arg(++made);
+}
+
+} // namespace
+
+Database::Database(const QString& path)
+    : m_path(path)
+    , m_connection(newConnectionName())
+{}
+
+Database::Database(const QString& path, const Format& format)
+    : Database(path)
+{
+    try {
+        open(format);
+    } catch (...) {
+        disconnect();
+        throw;
+    }
+}
+
+Database::~Database()
+{
+    rollback();
+    disconnect();
+}
+
+void Database::examine(const Source& source)
+{
+    Database(source.path).examine(source.applicationId, source.version);
+}
+
+void Database::open(const Format& format)
+{
+    ensureMade(format);
+    ensurePrivateFile(m_path);
+    const int version = examine(format.applicationId, format.version);
+    if (version == 0)
+        throw storageError(StorageFault::Damaged, m_path);
+    connect({});
+    // NORMAL would lose the last commits at a power cut.
+    execute(u"PRAGMA journal_mode=WAL"_s);
+    execute(u"PRAGMA synchronous=FULL"_s);
+    if (version < format.version)
+        migrate(format);
+    m_inode = inode();
+}
+
+void Database::connect(const QString& options)
+{
+    m_database = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_connection);
+    const bool immutable = options.contains(u"URI"_s);
+    m_database.setDatabaseName(immutable ? QString::fromLatin1(QUrl::fromLocalFile(m_path).toEncoded()) +
+                                               u"?immutable=1"_s
+                                         : m_path);
+    const QString wait = QString::fromLatin1(waitForLocks);
+    m_database.setConnectOptions(options.isEmpty() ? wait : wait + u';' + options);
+    if (!m_database.open())
+        fail(m_database.lastError());
+}
+
+void Database::disconnect()
+{
+    m_database = {};
+    QSqlDatabase::removeDatabase(m_connection);
+}
+
+/// Returns the file's version: 0 for one that holds nothing.
+int Database::examine(int applicationId, int version)
+{
+    // A reader makes companions, and whoever may write folds the log into the file on closing it; so whether
+    // the file has to be left alone is first found out without either.
+    connect(u"QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI"_s);
+    const int inFile = number(u"PRAGMA user_version"_s);
+    const int id = number(u"PRAGMA application_id"_s);
+    disconnect();
+    const int newest = std::max(inFile, versionInLog(m_path, applicationId));
+    if ((inFile == 0 || id == applicationId) && newest > version)
+        throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(newest).arg(version));
+    connect(u"QSQLITE_OPEN_READONLY"_s);
+    requireKind(applicationId, version);
+    const int found = number(u"PRAGMA user_version"_s);
+    if (QFileInfo(m_path).size() <= quicklyChecked) { // a larger one's damage is found as it is read
+        QSqlQuery query = prepared(u"PRAGMA quick_check(1)"_s);
+        const QString verdict = rows(query).value(0).value(0).toString();
+        if (verdict != u"ok")
+            throw storageError(StorageFault::Damaged, m_path, verdict.simplified());
+    }
+    disconnect();
+    return found;
+}
+
+void Database::requireKind(int applicationId, int version)
+{
+    const int found = number(u"PRAGMA user_version"_s);
+    const bool ours = found == 0 ? number(u"SELECT count(*) FROM sqlite_master"_s) == 0
+                                 : number(u"PRAGMA application_id"_s) == applicationId;
+    if (!ours)
+        throw storageError(StorageFault::Damaged, m_path);
+    if (found > version)
+        throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(found).arg(version));
+}
+
+void Database::ensureMade(const Format& format) const
+{
+    const bool interrupted = std::any_of(format.sources.begin(), format.sources.end(),
+                                         [](const Source& source) { return QFileInfo::exists(source.path); });
+    if (QFileInfo::exists(m_path) && !interrupted)
+        return;
+    const FolderLock lock(m_path); // another process may be about it as well
+    if (!QFileInfo::exists(m_path)) {
+        // SQLite would take a log that lies there for the new file's own.
+        finishSettingAside(m_path);
+        try {
+            removeUnfinished(m_path);
+            make(format);
+        } catch (...) {
+            removeUnfinished(m_path);
+            throw;
+        }
+    }
+    for (const Source& source : format.sources)
+        setAsideWhenTaken(source.path);
+}
+
+void Database::make(const Format& format) const
+{
+    for (const Source& source : format.sources) {
+        if (QFileInfo::exists(source.path))
+            examine(source);
+    }
+    const QString unfinished = newPrivateFile(m_path);
+    Database(unfinished).fill(format);
+    moveToNewName(unfinished, m_path);
+}
+
+void Database::fill(const Format& format)
+{
+    connect({});
+    execute(u"PRAGMA journal_mode=WAL"_s);
+    execute(u"PRAGMA synchronous=FULL"_s);
+    QList<Source> present;
+    for (const Source& source : format.sources) {
+        if (!QFileInfo::exists(source.path))
+            continue;
+        QSqlQuery attach = prepared(u"ATTACH ? AS "_s + source.name);
+        execute(attach, {source.path});
+        if (number(u"PRAGMA %1.user_version"_s.arg(source.name)) > 0)
+            present.append(source);
+    }
+    atomically([&] { // locks the sources as well
+        for (const QString& statement : format.creates)
+            execute(statement);
+        for (const Source& source : present) {
+            for (const QString& statement : source.takes)
+                execute(statement);
+        }
+        execute(u"PRAGMA main.application_id=%1"_s.arg(format.applicationId));
+        execute(u"PRAGMA main.user_version=%1"_s.arg(format.version));
+    });
+    disconnect(); // the last one to close folds the log into the file
+}
+
+void Database::migrate(const Format& format) const
+{
+    atomically([&] {
+        // Another process may have been quicker.
+        for (int from = number(u"PRAGMA user_version"_s); from < format.version; ++from) {
+            if (!format.migrations.contains(from))
+                throw storageError(StorageFault::Damaged, m_path, u"version %1"_s.arg(from));
+            for (const QString& statement : format.migrations.value(from))
+                execute(statement);
+        }
+        execute(u"PRAGMA user_version=%1"_s.arg(format.version));
+    });
+}
+
+} // namespace utils

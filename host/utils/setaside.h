@@ -1,0 +1,27 @@
+#pragma once
+
+#include "host/utils/export.h"
+
+#include <QString>
+#include <QStringList>
+
+/// Files that are kept under another name, out of the way of new ones: what is damaged may still be rescued,
+/// so nothing is ever written over it. SQLite's companions of a file (-wal, -shm, -journal) go with it.
+namespace utils {
+
+/// Renames the file to `<path>.damaged-<UTC time>` and its companions to match, durably; returns the new
+/// path.
+HOST_EXPORT QString setAsideDamaged(const QString& path);
+
+/// Renames a file whose content was taken over to `<path>.imported`; fine when it is not there. One that
+/// appeared after another had been set aside stays: somebody still writes it.
+HOST_EXPORT void setAsideWhenTaken(const QString& path);
+
+/// Sets aside companions whose file is gone, as a kill in the middle of setting aside leaves them. Returns
+/// where they now lie.
+HOST_EXPORT QStringList finishSettingAside(const QString& path);
+
+/// The damaged files that lie in the data directory, oldest first, without their companions.
+HOST_EXPORT QStringList damagedFilesSetAside();
+
+} // namespace utils

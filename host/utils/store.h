@@ -1,0 +1,34 @@
+#pragma once
+
+#include "host/utils/database.h"
+
+#include <memory>
+
+namespace utils {
+
+/// This thread's connection to the data directory's `till.sqlite`: receipts, outgoing queue and journal. It
+/// is opened by the first user and closed with the last. After a failure that a new connection may not meet,
+/// such as a file that was taken away, the next call opens one. Throws BasicException when the file can't be
+/// used.
+HOST_EXPORT std::shared_ptr<Database> store();
+
+/// Everything that this thread changes in the store between construction and commit() is one commit; without
+/// commit() nothing of it was done. Other threads and programs wait for it to write, so no exchange with the
+/// service belongs inside. Not to be nested. Database::atomically() inside it joins it. Once something inside
+/// has failed, further changes and commit() throw, even when the failure was caught.
+class HOST_EXPORT Transaction
+{
+public:
+    Transaction();
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+
+    /// Durable on return. When it throws, nothing was done.
+    void commit();
+
+private:
+    std::shared_ptr<Database> m_store;
+};
+
+} // namespace utils

@@ -1,0 +1,92 @@
+#include "host/utils/storeschema.h"
+
+#include "host/utils/datadirectory.h"
+
+using namespace Qt::StringLiterals;
+
+namespace utils {
+
+namespace {
+
+constexpr int storeId = 0x4B595274; // "KYRt"
+constexpr int storeVersion = 2;
+
+constexpr int formerReceiptsId = 0x4B595272; // "KYRr"
+constexpr int formerQueueId = 0x4B595271;    // "KYRq"
+constexpr int formerVersion = 1;
+
+} // namespace
+
+QStringList receiptTables()
+{
+    return {u"CREATE TABLE documents (identifier TEXT PRIMARY KEY, stored INTEGER NOT NULL, "
+            "content BLOB NOT NULL)"_s,
+            u"CREATE TABLE card_records (document TEXT NOT NULL REFERENCES documents, kind INTEGER NOT NULL, "
+            "revision INTEGER NOT NULL, content BLOB NOT NULL, PRIMARY KEY (document, kind))"_s};
+}
+
+// The tally makes counting a million messages as quick as counting none; being kept by triggers it is right
+// whoever changes the queue.
+QStringList queueTables()
+{
+    return {u"CREATE TABLE queued (id INTEGER PRIMARY KEY AUTOINCREMENT, queue TEXT NOT NULL, "
+            "receipt TEXT NOT NULL, enqueued INTEGER NOT NULL, message BLOB NOT NULL, text TEXT NOT NULL, "
+            "parked INTEGER NOT NULL DEFAULT 0, attempts INTEGER NOT NULL DEFAULT 0, "
+            "error TEXT NOT NULL DEFAULT '')"_s,
+            u"CREATE TABLE history (id INTEGER PRIMARY KEY, queue TEXT NOT NULL, receipt TEXT NOT NULL, "
+            "enqueued INTEGER NOT NULL, finished INTEGER NOT NULL, text TEXT NOT NULL, "
+            "attempts INTEGER NOT NULL, error TEXT NOT NULL, outcome TEXT NOT NULL, answer INTEGER, "
+            "message BLOB)"_s,
+            u"CREATE TABLE tally (waiting INTEGER NOT NULL, parked INTEGER NOT NULL)"_s,
+            u"INSERT INTO tally VALUES (0, 0)"_s,
+            u"CREATE TRIGGER tally_in AFTER INSERT ON queued BEGIN "
+            "UPDATE tally SET waiting = waiting + 1 - new.parked, parked = parked + new.parked; END"_s,
+            u"CREATE TRIGGER tally_out AFTER DELETE ON queued BEGIN "
+            "UPDATE tally SET waiting = waiting - 1 + old.parked, parked = parked - old.parked; END"_s,
+            u"CREATE TRIGGER tally_move AFTER UPDATE OF parked ON queued BEGIN "
+            "UPDATE tally SET waiting = waiting + old.parked - new.parked, "
+            "parked = parked - old.parked + new.parked; END"_s};
+}
+
+QStringList journalTables()
+{
+    return {u"CREATE TABLE journal (id INTEGER PRIMARY KEY, time INTEGER NOT NULL, receipt TEXT NOT NULL, "
+            "event TEXT NOT NULL, operation TEXT NOT NULL, message INTEGER NOT NULL, code INTEGER NOT NULL, "
+            "detail TEXT NOT NULL, milliseconds INTEGER NOT NULL)"_s,
+            u"CREATE INDEX journal_receipt ON journal (receipt, id)"_s};
+}
+
+QList<Database::Source> formerFiles()
+{
+    return {
+        {dataFile(u"receipts.sqlite"_s),
+         formerReceiptsId,
+         formerVersion,
+         u"receipts"_s,
+         {u"INSERT INTO main.documents (identifier, stored, content) "
+          "SELECT identifier, stored, content FROM receipts.documents"_s,
+          u"INSERT INTO main.card_records (document, kind, revision, content) "
+          "SELECT document, kind, revision, content FROM receipts.card_records"_s}},
+        {dataFile(u"queue.sqlite"_s),
+         formerQueueId,
+         formerVersion,
+         u"outgoing"_s,
+         {u"INSERT INTO main.queued (id, queue, receipt, enqueued, message, text, parked, attempts, error) "
+          "SELECT id, queue, receipt, enqueued, message, text, parked, attempts, error "
+          "FROM outgoing.queued ORDER BY id"_s,
+          u"INSERT INTO main.history (id, queue, receipt, enqueued, finished, text, attempts, error, "
+          u"outcome, "
+          "answer, message) SELECT id, queue, receipt, enqueued, finished, text, attempts, error, outcome, "
+          "answer, message FROM outgoing.history"_s,
+          // An id that was once given is not given again.
+          u"DELETE FROM main.sqlite_sequence WHERE name = 'queued'"_s,
+          u"INSERT INTO main.sqlite_sequence (name, seq) "
+          "SELECT name, seq FROM outgoing.sqlite_sequence WHERE name = 'queued'"_s}}};
+}
+
+Database::Format storeFormat()
+{
+    return {storeId, storeVersion, receiptTables() + queueTables() + journalTables(), {}, formerFiles()};
+}
+
+} // namespace utils

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace stand {
+
+/// The calls of the service that something is meant for.
+class Where
+{
+public:
+    /// Every call.
+    Where() = default;
+
+    /// "any", the name of an operation ("payment-c2b"), or a pattern: "/v2/partner/card/*", or with a method
+    /// before it: "GET /v2/partner/card/*". A star stands for any characters. Nothing for any other text.
+    static std::optional<Where> fromText(const QString& text);
+
+    /// The names that fromText() knows, without "any".
+    static QList<QString> operations();
+
+    [[nodiscard]] bool matches(const QByteArray& method, const QByteArray& path) const;
+    [[nodiscard]] bool isAny() const { return m_method.isEmpty() && m_pattern == "*"; }
+    [[nodiscard]] QString text() const { return m_text; } ///< As it was given.
+
+private:
+    QString m_text = QStringLiteral("any");
+    QByteArray m_method; ///< Empty: every method.
+    QByteArray m_pattern = QByteArrayLiteral("*");
+};
+
+} // namespace stand

@@ -1,0 +1,135 @@
+#include "stand/wire.h"
+
+#include <QPointer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <algorithm>
+
+#include <sys/socket.h>
+
+namespace stand {
+
+namespace {
+
+constexpr qint64 chunk = 64 * 1024;
+
+/// The bytes of a delivery, one piece after the other.
+class Bytes
+{
+public:
+    explicit Bytes(const Delivery& delivery)
+        : m_delivery(delivery)
+        , m_left(delivery.begin)
+    {}
+
+    /// At most `most` bytes; empty when there are no more.
+    QByteArray next(qint64 most)
+    {
+        while (m_left.isEmpty() && m_part <= m_delivery.repeats) {
+            m_left = m_part < m_delivery.repeats ? m_delivery.filler : m_delivery.end;
+            ++m_part;
+        }
+        const auto piece = m_left.first(std::min<qsizetype>(most, m_left.size()));
+        m_left.remove(0, piece.size());
+        return piece;
+    }
+
+private:
+    const Delivery& m_delivery;
+    QByteArray m_left;
+    qint64 m_part = 0;
+};
+
+/// Lives as long as its connection.
+class Wire : public QObject
+{
+public:
+    Wire(QTcpSocket* socket, Delivery delivery)
+        : QObject(socket)
+        , m_socket(socket)
+        , m_delivery(std::move(delivery))
+    {
+        QTimer::singleShot(m_delivery.delay, this, [this] { begin(); });
+    }
+
+private:
+    void begin()
+    {
+        if (m_delivery.pieceSize == 0) {
+            connect(m_socket, &QTcpSocket::bytesWritten, this, [this] { pump(); });
+            return pump();
+        }
+        m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        drip();
+    }
+
+    /// No more than a few chunks wait in memory for a slow client.
+    void pump()
+    {
+        while (!m_ended && m_socket->bytesToWrite() < chunk) {
+            const auto bytes = m_bytes.next(chunk);
+            if (!bytes.isEmpty()) {
+                m_socket->write(bytes);
+                continue;
+            }
+            if (m_socket->bytesToWrite() == 0)
+                end();
+            return;
+        }
+    }
+
+    void drip()
+    {
+        const auto bytes = m_bytes.next(m_delivery.pieceSize);
+        if (bytes.isEmpty())
+            return end();
+        m_socket->write(bytes);
+        m_socket->flush();
+        QTimer::singleShot(m_delivery.pause, this, [this] { drip(); });
+    }
+
+    void end()
+    {
+        m_ended = true;
+        if (m_delivery.after == Delivery::End::Hang)
+            return;
+        if (m_delivery.after == Delivery::End::Close)
+            return m_socket->disconnectFromHost();
+        // Without lingering the system sends RST at once.
+        const linger atOnce{.l_onoff = 1, .l_linger = 0};
+        setsockopt(static_cast<int>(m_socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce,
+                   sizeof atOnce);
+        m_socket->abort();
+    }
+
+    QTcpSocket* m_socket;
+    Delivery m_delivery;
+    Bytes m_bytes{m_delivery};
+    bool m_ended = false;
+};
+
+/// Who read requests from it would read no more.
+void takeAway(QTcpSocket* socket) { QObject::disconnect(socket, &QIODevice::readyRead, nullptr, nullptr); }
+
+} // namespace
+
+void deliver(QTcpSocket* socket, Delivery delivery)
+{
+    takeAway(socket);
+    new Wire(socket, std::move(delivery)); // owned by the socket
+}
+
+void deliver(QTcpSocket* socket, const Postponed& postponed)
+{
+    takeAway(socket);
+    // Not bound to the socket: the operation is done also when the client has gone.
+    const QPointer<QTcpSocket> connection(socket);
+    QTimer::singleShot(postponed.delay, [connection, answer = postponed.answer] {
+        const auto late = answer();
+        if (connection)
+            new Wire(connection.data(), {.begin = headOf(late, late.body.size()) + late.body});
+    });
+}
+
+} // namespace stand
