@@ -7,9 +7,18 @@ namespace till::plays {
 
 namespace {
 
+/// Another card's record would not know the numbers of what was done with this one.
+void requireNothingSpent(const Till& till)
+{
+    requireChangeable(till);
+    if (!till.loyalty().getBonusImpacts().isEmpty())
+        refuse(u"В чеке уже списаны баллы: карту не сменить. Отмените чек шагом rollback"_s);
+}
+
 Outcome identify(Till& till, const QString& number)
 {
     const auto receipt = receiptOf(till);
+    requireNothingSpent(till);
     auto record = QSharedPointer<DocumentCardRecord>::create(KyrLoyaltySystem, number);
     if (!till.loyalty().identifyByCard(record, ECardNumberType::Typed))
         return failed(till.loyalty(), number);
@@ -38,6 +47,21 @@ QSharedPointer<DocumentCardRecord> cardOf(const Till& till)
     return till.card();
 }
 
+void requireChangeable(const Till& till)
+{
+    if (const auto spending = till.unknownSpending())
+        refuse(u"Чек %1: %2"_s.arg(till.receipt()->getIdentifier(), unknownSpendingText(*spending)));
+    switch (till.stage()) {
+    case Till::Stage::Paying:
+    case Till::Stage::Settled:
+        refuse(u"Чек %1 уже оплачивается: завершите оплату шагом pay"_s.arg(till.receipt()->getIdentifier()));
+    case Till::Stage::Abandoned:
+        refuse(u"Чек %1 отменяется: завершите отмену шагом rollback"_s.arg(till.receipt()->getIdentifier()));
+    case Till::Stage::Open:
+        break;
+    }
+}
+
 Outcome failed(const BasicLoyaltySystem& loyalty, const QVariant& value)
 {
     return {.ok = false, .value = value, .error = loyalty.getLastErrorString().ru()};
@@ -51,6 +75,7 @@ Outcome identifyByCard(Till& till, const QVariantMap& members)
 Outcome identifyByPhone(Till& till, const QVariantMap& members)
 {
     receiptOf(till); // nobody looks for a card that could not be put anywhere
+    requireNothingSpent(till);
     const QVariant choose = members.value(u"choose"_s);
     till.cashier().script(
         {.choice = choose.isValid() ? std::optional(choose.toInt()) : std::nullopt, .text = {}});

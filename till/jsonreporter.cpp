@@ -52,6 +52,7 @@ void JsonReporter::step(const StepReport& report)
         member(u"balance"_s, QJsonValue::fromVariant(report.balance)),
         member(u"impacts"_s, sums(report.impacts)),
         member(u"queued"_s, report.queued),
+        member(u"unknown"_s, report.unknown ? QJsonValue(*report.unknown) : QJsonValue()),
     };
     preparations(report.trace);
     m_out << u'{' << members.join(u',') << u"}\n"_s << Qt::flush;

@@ -29,6 +29,7 @@ double bonusDiscount(const Document& receipt)
 /// A new receipt may push an unpaid one aside, but not one that points were spent on.
 void requireFree(const Till& till, const QString& identifier)
 {
+    requireChangeable(till);
     const auto receipt = till.receipt();
     if (receipt && utils::toHundredths(bonusDiscount(*receipt)) != 0 &&
         receipt->getDocumentType() == SaleReceipt)
@@ -99,13 +100,11 @@ void takeCardOver(const AbstractDocument& sale, Document& receipt)
 
 } // namespace
 
-double returnedBefore(const Till& till, const QString& sale, int posnum)
+double returnedBefore(const QString& sale, int posnum)
 {
     double quantity = 0;
-    for (const QString& identifier : till.closedReceipts()) {
-        const auto receipt = stored(identifier);
-        const auto item =
-            receipt->getSaleDocumentId().toString() == sale ? receipt->getGoodsItemByPosnum(posnum) : nullptr;
+    for (const auto& receipt : hostObject<DocumentsDao>().returnsOf(sale)) {
+        const auto item = receipt->getGoodsItemByPosnum(posnum);
         quantity += item ? item->getBquant() : 0;
     }
     return quantity;
@@ -139,7 +138,7 @@ QSharedPointer<Document> returnOf(const Till& till, const QVariantMap& members)
         if (receipt->getGoodsItemByPosnum(posnum))
             refuse(u"Позиция %1 указана дважды"_s.arg(posnum));
         receipt->addGoodsItem(
-            returned(*sold, position.value(u"quantity"_s).toDouble(), returnedBefore(till, of, posnum)));
+            returned(*sold, position.value(u"quantity"_s).toDouble(), returnedBefore(of, posnum)));
     }
     if (positions.isEmpty())
         refuse(u"В возврате нет ни одной позиции"_s);

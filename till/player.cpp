@@ -57,6 +57,7 @@ void Player::play(const Step& step)
     ++m_tally.steps;
     m_tally.failed += outcome.ok ? 0 : 1;
     m_tally.allowed += !outcome.ok && step.mayFail ? 1 : 0;
+    const auto unknown = m_till.unknownSpending();
     m_reporter.step({.number = m_tally.steps,
                      .name = step.kind->name,
                      .mayFail = step.mayFail,
@@ -66,6 +67,7 @@ void Player::play(const Step& step)
                      .balance = balance(m_till),
                      .impacts = newestImpact(m_till.loyalty()),
                      .queued = m_till.queue().waitingCount(),
+                     .unknown = unknown ? std::optional(unknown->points) : std::nullopt,
                      .trace = m_trace.take()});
 }
 

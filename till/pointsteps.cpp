@@ -1,3 +1,4 @@
+#include "host/utils/money.h"
 #include "till/screen.h"
 #include "till/stepplays.h"
 
@@ -7,23 +8,31 @@ namespace till::plays {
 
 namespace {
 
-/// What the loyalty system has to do before the receipt may be closed.
-Outcome settle(Till& till, const QSharedPointer<Document>& receipt)
+/// What a sale earns has to be told to the loyalty system before the receipt may be closed.
+Outcome earn(Till& till)
 {
     Outcome outcome{.ok = true};
-    if (receipt->getDocumentType() == SaleReceipt) {
-        const int waiting = till.queue().waitingCount();
-        const bool known = till.loyalty().hasPointsForEarn();
-        outcome.value = till.loyalty().getPointsForEarn();
-        if (known)
-            outcome.screen = {u"Начислено баллов: "_s + screen::amount(outcome.value.toDouble())};
-        else if (till.queue().waitingCount() > waiting)
-            outcome.screen = {u"Баллы будут начислены позже"_s};
-        till.save(); // with the numbers that the service knows the earning by
-    }
-    if (!till.loyalty().commit(receipt))
-        return failed(till.loyalty(), outcome.value);
+    till.setStage(Till::Stage::Paying); // the service may know of an earning that a rollback would not undo
+    const int waiting = till.queue().waitingCount();
+    const bool known = till.loyalty().hasPointsForEarn();
+    outcome.value = till.loyalty().getPointsForEarn();
+    if (known)
+        outcome.screen = {u"Начислено баллов: "_s + screen::amount(outcome.value.toDouble())};
+    else if (till.queue().waitingCount() > waiting)
+        outcome.screen = {u"Баллы будут начислены позже"_s};
+    till.setStage(Till::Stage::Settled); // with the numbers that the service knows the earning by
     return outcome;
+}
+
+/// The one thing that may be done about a spending whose outcome is not known, besides a rollback.
+void requireSameSpending(const Till& till, double wanted)
+{
+    const auto spending = till.unknownSpending();
+    const auto isSame = [wanted](double points) {
+        return utils::toHundredths(points) == utils::toHundredths(wanted);
+    };
+    if (!spending || !(isSame(spending->points) || isSame(spending->wanted)))
+        requireChangeable(till);
 }
 
 } // namespace
@@ -41,7 +50,10 @@ Outcome spendPoints(Till& till, const QVariantMap& members)
 {
     const auto receipt = receiptOf(till);
     cardOf(till);
-    if (!till.loyalty().getBonusImpacts().isEmpty())
+    const double wanted = members.value(u"points"_s).toDouble();
+    requireSameSpending(till, wanted);
+    const auto earlier = till.unknownSpending();
+    if (!earlier && !till.loyalty().getBonusImpacts().isEmpty())
         refuse(u"В чеке уже списаны баллы: второе списание сервис не отличит от первого. "
                "Отмените чек шагом rollback"_s);
     const QVariant code = members.value(u"code"_s);
@@ -49,26 +61,30 @@ Outcome spendPoints(Till& till, const QVariantMap& members)
         {.choice = {}, .text = code.isValid() ? std::optional(code.toString()) : std::nullopt});
 
     BasicLoyaltySystem& loyalty = till.loyalty();
-    loyalty.setPointsForSpend(members.value(u"points"_s).toDouble());
-    const double points = loyalty.getPointsForSpend(receipt);
-    if (!loyalty.spendPoints())
-        return failed(loyalty, points);
-    till.applyImpacts();
-    return {.ok = true, .value = points, .screen = screen::receipt(*receipt)};
+    loyalty.setPointsForSpend(earlier ? earlier->points : wanted);
+    // Asked again it must be the same points, though the balance may be less by now.
+    const double points = earlier ? earlier->points : loyalty.getPointsForSpend(receipt);
+    if (till.spendPoints(points, wanted))
+        return {.ok = true, .value = points, .screen = screen::receipt(*receipt)};
+    Outcome outcome = failed(loyalty, points);
+    if (const auto unknown = till.unknownSpending())
+        outcome.error += u"\nЧек %1: %2"_s.arg(receipt->getIdentifier(), unknownSpendingText(*unknown));
+    return outcome;
 }
 
 Outcome cancel(Till& till, const QVariantMap& /*members*/)
 {
-    if (!till.loyalty().cancel())
+    requireChangeable(till);
+    if (!till.cancel())
         return failed(till.loyalty());
-    if (till.receipt())
-        till.applyImpacts(); // none are left
     return {.ok = true, .screen = {u"Данные о баллах сброшены"_s}};
 }
 
 Outcome rollback(Till& till, const QVariantMap& /*members*/)
 {
     const QString name = u"Чек "_s + receiptOf(till)->getIdentifier();
+    if (till.stage() == Till::Stage::Paying || till.stage() == Till::Stage::Settled)
+        requireChangeable(till);
     if (!till.abandon())
         return failed(till.loyalty());
     return {.ok = true, .screen = {name + u" отменён"_s}};
@@ -77,15 +93,14 @@ Outcome rollback(Till& till, const QVariantMap& /*members*/)
 Outcome pay(Till& till, const QVariantMap& /*members*/)
 {
     const auto receipt = receiptOf(till);
+    if (till.unknownSpending() || till.stage() == Till::Stage::Abandoned)
+        requireChangeable(till);
     Outcome outcome{.ok = true};
-    if (!till.isSettled()) {
-        if (till.card())
-            outcome = settle(till, receipt);
-        if (!outcome.ok)
-            return outcome;
-        till.markSettled();
-    }
-    till.close();
+    const bool earns = till.card() && receipt->getDocumentType() == SaleReceipt;
+    if (earns && till.stage() != Till::Stage::Settled)
+        outcome = earn(till);
+    if (!till.close())
+        return failed(till.loyalty(), outcome.value);
     outcome.screen.prepend(screen::closing(*receipt));
     return outcome;
 }

@@ -24,7 +24,8 @@ Outcome setPositions(Till& till, const QVariantMap& members)
     const auto before = receiptOf(till);
     if (before->getDocumentType() != SaleReceipt)
         refuse(u"Позиции возврата не меняются: отмените его и начните заново"_s);
-    if (!till.loyalty().getBonusImpacts().isEmpty() || till.isSettled())
+    requireChangeable(till);
+    if (!till.loyalty().getBonusImpacts().isEmpty())
         refuse(u"Баллы уже списаны: позиции не изменить. Оплатите чек или отмените его"_s);
     const auto receipt = QSharedPointer<Document>::create(SaleReceipt, before->getIdentifier());
     addPositions(*receipt, members.value(u"positions"_s).toList());

@@ -11,6 +11,8 @@
 #include <QTextStream>
 #include <QVariant>
 
+#include <optional>
+
 namespace till {
 
 /// How many steps were played and what became of them.
@@ -33,6 +35,7 @@ struct StepReport
     QVariant balance;                           ///< of the card on the receipt; invalid: none, or not known
     QList<DocumentImpact::PositionSum> impacts; ///< of the newest impact
     int queued;                                 ///< messages waiting to be sent
+    std::optional<double> unknown = {};         ///< points of a spending whose outcome is not known
     QList<TraceEntry> trace;
 };
 

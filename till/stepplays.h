@@ -30,8 +30,8 @@ Outcome service(Till& till, const QVariantMap& members);
 
 /// The return that openReturn would open, not opened yet; throws as that does.
 QSharedPointer<Document> returnOf(const Till& till, const QVariantMap& members);
-/// How much of the sale's position came back already, as far as this till remembers.
-double returnedBefore(const Till& till, const QString& sale, int posnum);
+/// How much of the sale's position came back already.
+double returnedBefore(const QString& sale, int posnum);
 /// Adds the positions of a step, numbered from 1.
 void addPositions(Document& receipt, const QVariantList& positions);
 /// A failure that the till itself found, in Russian for the cashier.
@@ -40,6 +40,9 @@ void addPositions(Document& receipt, const QVariantList& positions);
 QSharedPointer<Document> receiptOf(const Till& till);
 /// The card on the current receipt; throws when there is none.
 QSharedPointer<DocumentCardRecord> cardOf(const Till& till);
+/// Throws, naming the ways out, when the current receipt can only be paid or only be rolled back, or when the
+/// outcome of a spending on it is not known; then neither its card nor its points may change.
+void requireChangeable(const Till& till);
 /// A failure of the plug-in's, in its own words.
 Outcome failed(const BasicLoyaltySystem& loyalty, const QVariant& value = {});
 

@@ -1,26 +1,20 @@
 #include "till/till.h"
 
-#include "host/core/activitynotifier.h"
 #include "host/core/session.h"
 #include "host/core/storage.h"
 #include "host/network/dbqueuebroker.h"
 #include "host/utils/datadirectory.h"
 #include "host/utils/logging.h"
+#include "host/utils/storageerror.h"
 #include "till/hostobjects.h"
 #include "till/settings.h"
+#include "till/usageerror.h"
 
 using namespace Qt::StringLiterals;
 
 namespace till {
 
 namespace {
-
-// How far the closing of a receipt has come, kept with the receipt itself.
-const QString ownName = u"Till"_s;
-const QString stage = u"stage"_s;
-const QString applied = u"appliedImpacts"_s;
-const QString settled = u"settled"_s;     // the loyalty system has done its part
-const QString abandoned = u"abandoned"_s; // the cashier wants to be rid of it
 
 /// Messages of one receipt keep their order, and a return's follow its sale's.
 QString messageGroup()
@@ -32,22 +26,17 @@ QString messageGroup()
                                                         : document->getIdentifier();
 }
 
-bool isAt(const QSharedPointer<Document>& receipt, const QString& point)
+/// Two tills on one open receipt would overwrite each other's.
+std::unique_ptr<utils::FileLock> lockDirectory()
 {
-    return receipt && receipt->getPluginData(ownName, stage, {}).toString() == point;
-}
-
-void apply(const BonusImpact& impact, const Document& receipt)
-{
-    for (const auto& [position, sum] : impact.getPositionSums()) {
-        if (const auto item = receipt.getGoodsItemByPosnum(position))
-            item->setBonusImpactSum(item->getBonusImpactSum() + sum);
+    try {
+        return std::make_unique<utils::FileLock>(u"till.lock"_s);
+    } catch (const BasicException& failure) {
+        if (failure.tr().id() != utils::storageError(utils::StorageFault::Locked, {}).tr().id())
+            throw;
+        throw UsageError(u"%1: another till works on this data directory; end it, or give this one a "
+                         "--data-dir of its own"_s.arg(utils::dataFile(u"."_s)));
     }
-}
-
-void saveReceipt(const QSharedPointer<Document>& receipt)
-{
-    MockFactory<SaveToFileLogic>::create()->save(receipt, {});
 }
 
 } // namespace
@@ -57,6 +46,7 @@ Till::Till(const Parts& parts, const Config& config, DialogFrontend* terminal)
     , m_cashier(terminal)
 {
     utils::setDataDirectory(parts.dataDirectory.isEmpty() ? m_ownDirectory.path() : parts.dataDirectory);
+    m_lock = lockDirectory();
     auto& settings = hostObject<Config>();
     settings = config;
     if (!namesService(settings))
@@ -105,16 +95,19 @@ void Till::startUp()
     hostObject<Session>().getRegistry()->setShopCode(shop);
     m_plugin = std::make_unique<PluginHost>(m_parts.pluginFile);
     DBQueueBroker::setGroupSource(messageGroup);
+    m_guard = std::make_unique<RequestGuard>([this] { return m_receipt; }, m_journal);
 }
 
 // The receipt first: it holds objects that the plug-in made.
 void Till::shutDown()
 {
+    m_guard.reset();
     DBQueueBroker::setGroupSource({});
     if (m_plugin)
         letGo();
     m_plugin.reset();
     m_queue.reset();
+    m_journal.reset();
     dropHostObject<Session>();
     dropHostObject<DocumentsDao>();
     dropHostObject<DBQueueBroker>();
@@ -128,112 +121,11 @@ QString Till::restart()
     return m_found.isEmpty() ? u"Открытого чека нет"_s : m_found;
 }
 
-// Each way out of a receipt ends with the removal of its file, so whatever was interrupted is found here.
-QString Till::recover()
-{
-    const auto receipt = SaveToFileLogic::loadOpenReceipt();
-    if (!receipt)
-        return {};
-    const QString name = u"Чек "_s + receipt->getIdentifier();
-    m_receipt = receipt;
-    hostObject<Session>().setDocument(receipt);
-    if (hostObject<DocumentsDao>().loadDocument(receipt->getIdentifier(), false)) {
-        finishClosing();
-        return name + u" был оплачен: закрытие завершено"_s;
-    }
-    loyalty().setDocument(receipt);
-    loyalty().restoreLoyaltySystem();
-    if (isAt(receipt, abandoned)) {
-        abandon();
-        return name + u" отменялся: отмена завершена"_s;
-    }
-    applyImpacts();
-    return u"Найден открытый чек "_s + receipt->getIdentifier();
-}
-
 MessageQueue& Till::queue()
 {
     if (!m_queue)
         m_queue = std::make_unique<MessageQueue>();
     return *m_queue;
-}
-
-void Till::open(const QSharedPointer<Document>& receipt)
-{
-    change(receipt);
-    ++m_opened;
-}
-
-void Till::change(const QSharedPointer<Document>& receipt)
-{
-    saveReceipt(receipt);
-    m_receipt = receipt;
-    hostObject<Session>().setDocument(receipt);
-    loyalty().setDocument(receipt);
-}
-
-void Till::save() const { saveReceipt(m_receipt); }
-
-// The plug-in saves the receipt when the points are spent, so a power cut may come before they are a
-// discount.
-void Till::applyImpacts() const
-{
-    const auto& impacts = loyalty().getBonusImpacts();
-    for (qsizetype i = m_receipt->getPluginData(ownName, applied, 0).toInt(); i < impacts.size(); ++i) {
-        if (impacts[i])
-            apply(*impacts[i], *m_receipt);
-    }
-    m_receipt->setPluginData(ownName, applied, static_cast<int>(impacts.size()));
-    save();
-}
-
-void Till::markSettled() const
-{
-    m_receipt->setPluginData(ownName, stage, settled);
-    save();
-}
-
-bool Till::isSettled() const { return isAt(m_receipt, settled); }
-
-void Till::close()
-{
-    hostObject<DocumentsDao>().store(m_receipt);
-    finishClosing();
-}
-
-// The receipt is stored. When this is cut short it is done again, and the service knows a repeat.
-void Till::finishClosing()
-{
-    hostObject<ActivityNotifier>().notify(Event(EActivityListener::ReceiptClosed));
-    m_closed.append(m_receipt->getIdentifier());
-    hostObject<Session>().setDocument(nullptr);
-    SaveToFileLogic::removeOpenReceipt();
-    letGo();
-}
-
-bool Till::abandon()
-{
-    // Said beforehand: the rollback saves a receipt whose spending is undone, and that may never be paid.
-    m_receipt->setPluginData(ownName, stage, abandoned);
-    save();
-    if (card() && !loyalty().rollback(m_receipt))
-        return false;
-    hostObject<Session>().setDocument(nullptr);
-    SaveToFileLogic::removeOpenReceipt();
-    letGo();
-    return true;
-}
-
-void Till::letGo()
-{
-    loyalty().setDocument(nullptr);
-    hostObject<Session>().setDocument(nullptr);
-    m_receipt.reset();
-}
-
-QSharedPointer<DocumentCardRecord> Till::card() const
-{
-    return m_receipt ? m_receipt->getCardRecord(KyrLoyaltySystem) : nullptr;
 }
 
 } // namespace till

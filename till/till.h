@@ -3,7 +3,9 @@
 #include "host/core/document.h"
 #include "host/network/messagequeue.h"
 #include "host/utils/config.h"
+#include "host/utils/filelock.h"
 #include "till/pluginhost.h"
+#include "till/requestguard.h"
 #include "till/scriptedfrontend.h"
 #include "till/standprocess.h"
 
@@ -13,6 +15,7 @@
 #include <QTemporaryDir>
 
 #include <memory>
+#include <optional>
 
 namespace till {
 
@@ -31,8 +34,9 @@ class Till
 {
 public:
     /// `terminal` answers dialogs that no script answers; may be null, stays the caller's. Goes on with a
-    /// receipt that was left open in the data directory. Throws UsageError when the plug-in or the stand
-    /// can't be started, BasicException when what is stored can't be read.
+    /// receipt that was left open in the data directory. Throws UsageError when another till works on that
+    /// directory, or the plug-in or the stand can't be started, BasicException when what is stored can't be
+    /// read.
     Till(const Parts& parts, const Config& config, DialogFrontend* terminal);
     ~Till();
     Till(const Till&) = delete;
@@ -50,14 +54,29 @@ public:
     void change(const QSharedPointer<Document>& receipt);
     /// Saves the current receipt after a change.
     void save() const;
-    /// Gives the positions what the plug-in's bonus impacts say and they do not have yet, and saves.
-    void applyImpacts() const;
-    /// Notes on the current receipt that the loyalty system has done its part, and saves it: after a power
-    /// cut it is not asked again.
-    void markSettled() const;
-    [[nodiscard]] bool isSettled() const;
-    /// Stores the current receipt as closed, raises the event and leaves no receipt open.
-    void close();
+    /// Spends the points on the current receipt, on which none are spent yet, and makes them a discount. The
+    /// same points are asked for again when the outcome of an earlier spending is not known. False when the
+    /// loyalty system failed; unknownSpending() then says whether they may be spent all the same. `wanted` is
+    /// what the cashier had entered.
+    bool spendPoints(double points, double wanted);
+    /// The spending on the current receipt whose answer was lost; nothing when there is none.
+    [[nodiscard]] std::optional<UnknownSpending> unknownSpending() const;
+    /// Forgets the points of the current receipt without undoing anything. False when the plug-in refused.
+    bool cancel();
+
+    /// How far the current receipt has come.
+    enum class Stage {
+        Open,
+        Paying,    ///< the loyalty system may have done its part: the receipt can only be closed
+        Settled,   ///< it has, and is not asked again
+        Abandoned, ///< the cashier wants to be rid of it, and that is not finished
+    };
+    [[nodiscard]] Stage stage() const;
+    /// Saves the current receipt at that stage; when that can't be done it stays at the one it has.
+    void setStage(Stage stage) const;
+    /// Ends the current receipt's transaction, stores it as closed and raises the event, all or nothing, and
+    /// leaves no receipt open. False when the plug-in refused.
+    bool close();
     /// Rolls the current receipt back and leaves no receipt open. False when the plug-in refused.
     bool abandon();
 
@@ -80,6 +99,9 @@ public:
     /// The base URL of the stand.
     [[nodiscard]] QString serviceUrl() const;
 
+    /// Keeps requests that are not the current receipt's from being taken for it.
+    [[nodiscard]] RequestGuard& requestGuard() { return *m_guard; }
+
     /// How many receipts were opened so far.
     [[nodiscard]] int openedReceipts() const { return m_opened; }
     /// The identifiers of those that were closed, in their order.
@@ -93,16 +115,22 @@ private:
     void startUp();
     /// What was found, in Russian; empty: nothing.
     QString recover();
-    void finishClosing();
+    /// What is known of an open receipt that was found, in Russian.
+    [[nodiscard]] QString foundOpen() const;
+    bool finishSpending();
+    void applyImpacts() const;
     void letGo();
     void shutDown();
 
     Parts m_parts;
     QTemporaryDir m_ownDirectory; ///< unused when the parts name a data directory
+    std::unique_ptr<utils::FileLock> m_lock;
     ScriptedFrontend m_cashier;
     StandSetup m_standSetup;               ///< without a program when the configuration names a service
     std::unique_ptr<StandProcess> m_stand; ///< null when there is none, or it is stopped
     std::unique_ptr<PluginHost> m_plugin;
+    ReceiptJournal m_journal;
+    std::unique_ptr<RequestGuard> m_guard;
     std::unique_ptr<MessageQueue> m_queue;
     QSharedPointer<Document> m_receipt;
     QString m_found;

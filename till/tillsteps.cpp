@@ -18,6 +18,7 @@ Outcome restart(Till& till, const QVariantMap& /*members*/)
 
 Outcome deliver(Till& till, const QVariantMap& /*members*/)
 {
+    const RequestGuard::Pause pause(till.requestGuard()); // what waits is on disk, whoever's it is
     const auto summary = QueueDelivery(till.queue()).run();
     till.countDelivered(summary.delivered);
     const QString sent = u"Отправлено сообщений: %1"_s.arg(summary.delivered);

@@ -20,13 +20,15 @@ void setPlaces(const Document& document, int revision)
 
 ReceiptStore::ReceiptStore()
     : m_database(utils::store())
-    , m_insert(
-          m_database->prepared(u"INSERT INTO documents (identifier, stored, content) VALUES (?, ?, ?)"_s))
+    , m_insert(m_database->prepared(
+          u"INSERT INTO documents (identifier, stored, content, sale) VALUES (?, ?, ?, ?)"_s))
     , m_select(m_database->prepared(u"SELECT content FROM documents WHERE identifier = ?"_s))
     , m_records(m_database->prepared(u"SELECT content, revision FROM card_records WHERE document = ?"_s))
     , m_revision(m_database->prepared(u"SELECT revision FROM card_records WHERE document = ? AND kind = ?"_s))
     , m_write(m_database->prepared(
           u"INSERT OR REPLACE INTO card_records (document, kind, revision, content) VALUES (?, ?, ?, ?)"_s))
+    , m_returns(
+          m_database->prepared(u"SELECT identifier FROM documents WHERE sale = ? ORDER BY stored, rowid"_s))
 {}
 
 QSharedPointer<Document> ReceiptStore::load(const QString& identifier)
@@ -77,10 +79,34 @@ void ReceiptStore::store(const QSharedPointer<Document>& document)
             return;
         isNew = true;
         const qint64 now = MockFactory<CurrentTime>::create()->currentDateTime().toMSecsSinceEpoch();
-        m_database->change(m_insert, {identifier, now, bytes});
+        m_database->change(m_insert, {identifier, now, bytes, document->getSaleDocumentId().toString()});
     });
     if (isNew)
         setPlaces(*document, 0);
+}
+
+QList<QSharedPointer<Document>> ReceiptStore::returnsOf(const QString& sale)
+{
+    noteSales();
+    QList<QSharedPointer<Document>> returns;
+    for (const QVariantList& row : m_database->rows(m_returns, {sale}))
+        returns.append(load(row[0].toString()));
+    return returns;
+}
+
+void ReceiptStore::noteSales()
+{
+    QSqlQuery unknown =
+        m_database->prepared(u"SELECT identifier, content FROM documents WHERE sale IS NULL LIMIT 1000"_s);
+    QSqlQuery note = m_database->prepared(u"UPDATE documents SET sale = ? WHERE identifier = ?"_s);
+    for (auto found = m_database->rows(unknown); !found.isEmpty(); found = m_database->rows(unknown)) {
+        m_database->atomically([&] {
+            for (const QVariantList& row : found) {
+                const auto document = documentcodec::readDocument(row[1].toByteArray(), m_database->path());
+                m_database->change(note, {document->getSaleDocumentId().toString(), row[0]});
+            }
+        });
+    }
 }
 
 QByteArray ReceiptStore::original(const QString& identifier)

@@ -14,6 +14,8 @@ public:
     [[nodiscard]] QSharedPointer<Document> load(const QString& identifier);
     void saveCardRecord(const QSharedPointer<DocumentCardRecord>& record);
     void store(const QSharedPointer<Document>& document);
+    /// The stored returns of that sale, in the order in which they were stored.
+    [[nodiscard]] QList<QSharedPointer<Document>> returnsOf(const QString& sale);
 
 private:
     /// The document as it was stored, without what was written back since; nothing when there is none.
@@ -22,10 +24,14 @@ private:
     /// True when this very content is stored already; its records then know their places.
     bool isStored(const QSharedPointer<Document>& document, const QByteArray& bytes);
 
+    /// Notes on documents taken over from an earlier format which sale they return.
+    void noteSales();
+
     std::shared_ptr<utils::Database> m_database;
     QSqlQuery m_insert;
     QSqlQuery m_select;
     QSqlQuery m_records;
     QSqlQuery m_revision;
     QSqlQuery m_write;
+    QSqlQuery m_returns;
 };

@@ -35,3 +35,13 @@ void DocumentsDao::store(const QSharedPointer<Document>& document)
 {
     inStore([&](ReceiptStore& store) { store.store(document); });
 }
+
+QList<QSharedPointer<AbstractDocument>> DocumentsDao::returnsOf(const QString& sale)
+{
+    return inStore([&](ReceiptStore& store) {
+        QList<QSharedPointer<AbstractDocument>> returns;
+        for (const auto& document : store.returnsOf(sale))
+            returns.append(document);
+        return returns;
+    });
+}

@@ -37,6 +37,9 @@ public:
     /// another under the same identifier throws BasicException.
     virtual void store(const QSharedPointer<Document>& document);
 
+    /// The closed returns of that sale, in the order in which they were closed.
+    [[nodiscard]] virtual QList<QSharedPointer<AbstractDocument>> returnsOf(const QString& sale);
+
 private:
     /// What the operation on the opened store returns.
     template <class Operation>

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -22,23 +23,33 @@ namespace {
 
 using Observer = std::function<void(const RestExchange&)>;
 
-struct ObserverSlot
+struct Watchers
 {
     std::mutex mutex;
     std::shared_ptr<const Observer> observer;
+    std::shared_ptr<const RestGuard> guard;
+    std::thread::id guarded; ///< the thread whose requests the guard looks after
 };
 
-ObserverSlot& observerSlot()
+Watchers& watchers()
 {
-    static ObserverSlot slot;
-    return slot;
+    static Watchers all;
+    return all;
 }
 
 std::shared_ptr<const Observer> currentObserver()
 {
-    ObserverSlot& slot = observerSlot();
-    const std::lock_guard lock(slot.mutex);
-    return slot.observer;
+    Watchers& all = watchers();
+    const std::lock_guard lock(all.mutex);
+    return all.observer;
+}
+
+/// Null when this thread's requests have none.
+std::shared_ptr<const RestGuard> currentGuard()
+{
+    Watchers& all = watchers();
+    const std::lock_guard lock(all.mutex);
+    return all.guarded == std::this_thread::get_id() ? all.guard : nullptr;
 }
 
 /// The JSON value in a body; invalid when it is not JSON.
@@ -113,14 +124,30 @@ int RestClient::getErrorCode() const { return m_errorCode; }
 void RestClient::setObserver(Observer observer)
 {
     auto next = observer ? std::make_shared<const Observer>(std::move(observer)) : nullptr;
-    ObserverSlot& slot = observerSlot();
-    const std::lock_guard lock(slot.mutex);
-    slot.observer.swap(next); // the old one is destroyed outside the lock: it may own anything
+    Watchers& all = watchers();
+    const std::lock_guard lock(all.mutex);
+    all.observer.swap(next); // the old one is destroyed outside the lock: it may own anything
+}
+
+void RestClient::setGuard(RestGuard guard)
+{
+    const bool empty = !guard.departing && !guard.answered;
+    auto next = empty ? nullptr : std::make_shared<const RestGuard>(std::move(guard));
+    Watchers& all = watchers();
+    const std::lock_guard lock(all.mutex);
+    all.guard.swap(next);
+    all.guarded = std::this_thread::get_id();
 }
 
 void RestClient::exchange(const QByteArray& method, const QUrl& url, const QByteArray& body,
                           const QHash<QString, QString>& headers)
 {
+    const auto guard = currentGuard();
+    m_response = {};
+    m_errorCode = static_cast<int>(ErrorCode::Connect);
+    if (guard && guard->departing)
+        guard->departing(QString::fromLatin1(method), url);
+
     QElapsedTimer clock;
     clock.start();
     network::Answer answer = network::send({method, url, body, headers, m_timeout});
@@ -141,4 +168,6 @@ void RestClient::exchange(const QByteArray& method, const QUrl& url, const QByte
     log(seen);
     if (const auto observer = currentObserver())
         (*observer)(seen);
+    if (guard && guard->answered)
+        guard->answered(seen);
 }

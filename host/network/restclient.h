@@ -27,6 +27,17 @@ struct RestExchange
     qint64 milliseconds = 0; ///< from the call to the last byte of the answer
 };
 
+/// Looks after the requests of one thread, for a host that must have something on disk before the service can
+/// have seen it. An empty function is skipped.
+struct RestGuard
+{
+    /// Called just before a request leaves. When it throws, nothing is sent, and the exception goes to
+    /// whoever made the request; the client then says Connect.
+    std::function<void(const QString& method, const QUrl& url)> departing;
+    /// Called when the request is over; must not throw.
+    std::function<void(const RestExchange& exchange)> answered;
+};
+
 /// Sends one HTTP or HTTPS request at a time and waits for its answer. After get(), post() or put() returns,
 /// getErrorCode() and getResponse() tell the outcome; each request starts from nothing: a new connection, no
 /// cookies, no redirects, no compression, no proxy (the service is reached directly or on loopback, and an
@@ -89,6 +100,10 @@ public:
     /// function takes it away. May be called from any thread; an exchange already under way may still reach
     /// the observer just replaced.
     static void setObserver(std::function<void(const RestExchange&)> observer);
+
+    /// The one guard of the whole process, for the requests of the thread that calls this; those of other
+    /// threads are none of its business. An empty one takes it away.
+    static void setGuard(RestGuard guard);
 
 private:
     void exchange(const QByteArray& method, const QUrl& url, const QByteArray& body,

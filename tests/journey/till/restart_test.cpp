@@ -125,10 +125,9 @@ TEST(TillRestart, AClosingThatWasCutShortIsFinished)
     EXPECT_EQ(play(shell, R"({ "do": "pay" })").value(u"queued"_s).toInt(), 1);
     // As if the power had gone when the receipt was stored, but its file not removed.
     till.putOpenReceiptBack(open);
-    // The event is raised again, for it may have been missed; the service knows a repeat by its number.
-    EXPECT_EQ(play(shell, R"({ "do": "restart" })").value(u"queued"_s).toInt(), 2);
+    // Whatever belongs to a closing was kept along with the receipt.
+    EXPECT_EQ(play(shell, R"({ "do": "restart" })").value(u"queued"_s).toInt(), 1);
     EXPECT_FALSE(QFile::exists(till.openReceipt()));
-    EXPECT_EQ(play(shell, R"({ "do": "deliver" })").value(u"value"_s).toInt(), 2);
     end(shell);
 }
 

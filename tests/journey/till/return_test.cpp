@@ -69,6 +69,21 @@ TEST(TillReturn, WhatCameBackBeforeCannotComeBackAgain)
               u"Позиция 2: к возврату 0,001, а из проданных 2 уже возвращено 2"_s);
 }
 
+TEST(TillReturn, WhatCameBackIsRememberedByTheNextTill)
+{
+    const Files files;
+    const QStringList kept{u"--data-dir"_s, files.path(u"data"_s)};
+    const QByteArray one = R"({ "posnum": 2, "quantity": 1 })";
+    const QByteArray pay = R"(, { "do": "pay" })";
+    EXPECT_EQ(runJson(scenarioOfSteps(paidSale + ',' + returnOf(one) + pay), kept).status, 0);
+    const QList<QJsonObject> lines = linesOf(runJson(
+        scenarioOfSteps(returnOf(R"({ "posnum": 2, "quantity": 2 })", "R-3") + ',' + returnOf(one, "R-3")),
+        kept));
+    EXPECT_EQ(lines.value(0).value(u"error"_s).toString(),
+              u"Позиция 2: к возврату 2, а из проданных 2 уже возвращено 1"_s);
+    EXPECT_TRUE(lines.value(1).value(u"ok"_s).toBool());
+}
+
 TEST(TillReturn, DiscountsGoBackInProportionToTheQuantity)
 {
     const Files files;

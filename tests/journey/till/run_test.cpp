@@ -48,11 +48,11 @@ TEST(TillRun, EachStepAndTheSummaryAreLinesOfJsonWithExactlyTheirMembers)
     EXPECT_EQ(ran.err, "");
     EXPECT_EQ(
         ran.out.toStdString(),
-        R"({"step":1,"do":"openSale","ok":true,"value":null,"error":"","points":0,"balance":null,"impacts":[],"queued":0}
-{"step":2,"do":"identifyByCard","ok":true,"value":"2000000000017","error":"","points":0,"balance":1234.5,"impacts":[],"queued":0}
-{"step":3,"do":"identifyByCard","ok":false,"value":"2000000000048","error":"Карта заблокирована","points":0,"balance":1234.5,"impacts":[],"queued":0}
-{"step":4,"do":"identifyByPhone","ok":true,"value":null,"error":"","points":0,"balance":1234.5,"impacts":[],"queued":0}
-{"step":5,"do":"identifyByPhone","ok":true,"value":"2000000000055","error":"","points":0,"balance":300,"impacts":[],"queued":0}
+        R"({"step":1,"do":"openSale","ok":true,"value":null,"error":"","points":0,"balance":null,"impacts":[],"queued":0,"unknown":null}
+{"step":2,"do":"identifyByCard","ok":true,"value":"2000000000017","error":"","points":0,"balance":1234.5,"impacts":[],"queued":0,"unknown":null}
+{"step":3,"do":"identifyByCard","ok":false,"value":"2000000000048","error":"Карта заблокирована","points":0,"balance":1234.5,"impacts":[],"queued":0,"unknown":null}
+{"step":4,"do":"identifyByPhone","ok":true,"value":null,"error":"","points":0,"balance":1234.5,"impacts":[],"queued":0,"unknown":null}
+{"step":5,"do":"identifyByPhone","ok":true,"value":"2000000000055","error":"","points":0,"balance":300,"impacts":[],"queued":0,"unknown":null}
 {"summary":{"file":")" +
             file.toStdString() +
             R"(","steps":5,"failed":1,"allowed":1,"receipts":0,"spent":0,"earned":0,"queued":0,"delivered":0,"waiting":0,"parked":0,"differences":[]}}

@@ -1,0 +1,87 @@
+#include "tests/unit/network/scene.h"
+
+#include <gmock/gmock.h>
+
+#include <stdexcept>
+#include <thread>
+
+using test_support::HttpAnswer;
+using test_support::HttpServer;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::Test;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class RestClientGuard : public Test
+{
+protected:
+    RestClientGuard() { m_server.enqueue(HttpAnswer::status(422, "{}")); }
+    ~RestClientGuard() override { RestClient::setGuard({}); }
+    Q_DISABLE_COPY_MOVE(RestClientGuard)
+
+    HttpServer m_server;
+    RestClient m_client;
+};
+
+} // namespace
+
+TEST_F(RestClientGuard, IsAskedWhileNothingHasLeftYet)
+{
+    QStringList asked;
+    RestClient::setGuard({.departing =
+                              [&](const QString& method, const QUrl& url) {
+                                  EXPECT_THAT(m_server.requests(), IsEmpty());
+                                  asked.append(method + u' ' + url.path());
+                              },
+                          .answered = {}});
+    m_client.post(m_server.url(u"/pay"_s), "{}", {});
+    EXPECT_THAT(asked, ElementsAre(u"POST /pay"_s));
+    EXPECT_EQ(m_client.getErrorCode(), 422);
+}
+
+TEST_F(RestClientGuard, KeepsARequestFromLeavingByThrowing)
+{
+    m_client.post(m_server.url(), "first", {});
+    RestClient::setGuard(
+        {.departing = [](const QString&, const QUrl&) { throw std::runtime_error("the disk is full"); },
+         .answered = [](const RestExchange&) { FAIL() << "nothing was asked, so nothing is answered"; }});
+    EXPECT_THROW(m_client.put(m_server.url(), "second", {}), std::runtime_error);
+    EXPECT_THAT(m_server.requests(), SizeIs(1));
+    EXPECT_EQ(m_client.getErrorCode(), code(RestClient::ErrorCode::Connect));
+    EXPECT_FALSE(m_client.getResponse().isValid());
+}
+
+TEST_F(RestClientGuard, IsToldWhatCameOfTheRequest)
+{
+    int told = 0;
+    RestClient::setGuard({.departing = {}, .answered = [&](const RestExchange& exchange) {
+                              told = exchange.errorCode;
+                              EXPECT_EQ(exchange.method, u"PUT"_s);
+                          }});
+    m_client.put(m_server.url(), "{}", {});
+    EXPECT_EQ(told, 422);
+}
+
+TEST_F(RestClientGuard, LeavesTheRequestsOfOtherThreadsAlone)
+{
+    RestClient::setGuard(
+        {.departing = [](const QString&, const QUrl&) { throw std::runtime_error("not this thread's"); },
+         .answered = [](const RestExchange&) { FAIL(); }});
+    std::thread other([this] { m_client.get(m_server.url(), {}, {}); });
+    other.join();
+    EXPECT_EQ(m_client.getErrorCode(), 422);
+    EXPECT_THAT(m_server.requests(), SizeIs(1));
+}
+
+TEST_F(RestClientGuard, IsTakenAwayByAnEmptyOne)
+{
+    RestClient::setGuard(
+        {.departing = [](const QString&, const QUrl&) { throw std::runtime_error("still there"); },
+         .answered = {}});
+    RestClient::setGuard({});
+    m_client.get(m_server.url(), {}, {});
+    EXPECT_EQ(m_client.getErrorCode(), 422);
+}

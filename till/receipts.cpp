@@ -1,0 +1,256 @@
+#include "till/till.h"
+
+#include "host/core/activitynotifier.h"
+#include "host/core/session.h"
+#include "host/core/storage.h"
+#include "host/utils/logging.h"
+#include "host/utils/money.h"
+#include "host/utils/store.h"
+#include "till/hostobjects.h"
+
+#include <cmath>
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+/// The till's receipts, from opening to closing.
+namespace till {
+
+namespace {
+
+// Kept with the receipt itself.
+const QString ownName = u"Till"_s;
+const QString stageKey = u"stage"_s;
+const QString applied = u"appliedImpacts"_s;
+
+QString nameOf(Till::Stage stage)
+{
+    switch (stage) {
+    case Till::Stage::Paying:
+        return u"paying"_s;
+    case Till::Stage::Settled:
+        return u"settled"_s;
+    case Till::Stage::Abandoned:
+        return u"abandoned"_s;
+    case Till::Stage::Open:
+        break;
+    }
+    return {};
+}
+
+void apply(const BonusImpact& impact, const Document& receipt)
+{
+    for (const auto& [position, sum] : impact.getPositionSums()) {
+        if (const auto item = receipt.getGoodsItemByPosnum(position))
+            item->setBonusImpactSum(item->getBonusImpactSum() + sum);
+    }
+}
+
+/// Whether the discount says on which positions it falls; each share may be a hundredth off.
+bool isWhole(const BonusImpact& impact)
+{
+    double shares = 0;
+    for (const auto& [position, sum] : impact.getPositionSums())
+        shares += sum;
+    const auto missing = utils::toHundredths(impact.getTotals()->getDiscountSum() - shares);
+    return std::abs(missing) <= impact.getPositionSums().size();
+}
+
+void saveReceipt(const QSharedPointer<Document>& receipt)
+{
+    MockFactory<SaveToFileLogic>::create()->save(receipt, {});
+}
+
+} // namespace
+
+// Each way out of a receipt ends with the removal of its file, so whatever was interrupted is found here.
+QString Till::recover()
+{
+    const auto receipt = SaveToFileLogic::loadOpenReceipt();
+    if (!receipt)
+        return {};
+    const QString name = u"Чек "_s + receipt->getIdentifier();
+    if (hostObject<DocumentsDao>().loadDocument(receipt->getIdentifier(), false)) {
+        m_closed.append(receipt->getIdentifier());
+        m_journal.note(receipt->getIdentifier(), u"recovered"_s);
+        SaveToFileLogic::removeOpenReceipt();
+        return name + u" был оплачен: закрытие завершено"_s;
+    }
+    m_receipt = receipt;
+    m_journal.note(receipt->getIdentifier(), u"recovered"_s);
+    hostObject<Session>().setDocument(receipt);
+    loyalty().setDocument(receipt);
+    loyalty().restoreLoyaltySystem();
+    if (stage() == Stage::Abandoned) {
+        abandon();
+        return name + u" отменялся: отмена завершена"_s;
+    }
+    if (!unknownSpending())
+        applyImpacts();
+    else if (!loyalty().getBonusImpacts().isEmpty())
+        finishSpending(); // the answer had come
+    return foundOpen();
+}
+
+QString Till::foundOpen() const
+{
+    const QString found = u"Найден открытый чек "_s + m_receipt->getIdentifier();
+    if (const auto spending = unknownSpending())
+        return found + u": "_s + unknownSpendingText(*spending);
+    if (stage() != Stage::Open)
+        return found + u": он уже оплачивается, завершите оплату (шаг pay)"_s;
+    return found;
+}
+
+void Till::change(const QSharedPointer<Document>& receipt)
+{
+    saveReceipt(receipt);
+    m_receipt = receipt;
+    hostObject<Session>().setDocument(receipt);
+    loyalty().setDocument(receipt);
+}
+
+void Till::open(const QSharedPointer<Document>& receipt)
+{
+    change(receipt);
+    ++m_opened;
+    m_journal.note(receipt->getIdentifier(), u"opened"_s);
+}
+
+void Till::save() const { saveReceipt(m_receipt); }
+
+bool Till::spendPoints(double points, double wanted)
+{
+    m_guard->expectSpending(points, wanted);
+    const bool answered = unknownSpending() && !loyalty().getBonusImpacts().isEmpty(); // but it was not kept
+    if (answered || loyalty().spendPoints()) {
+        if (!finishSpending())
+            throw std::runtime_error(
+                u"Служба не сообщила, на какие позиции списаны баллы. Чек %1: %2"_s
+                    .arg(m_receipt->getIdentifier(), unknownSpendingText({points, wanted, {}}))
+                    .toStdString());
+        return true;
+    }
+    if (m_guard->nothingSpent()) {
+        setUnknownSpending(*m_receipt, std::nullopt);
+        save();
+    } else if (unknownSpending()) {
+        m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
+    }
+    return false;
+}
+
+/// Makes the newest impact a discount, in the same save that ends the doubt.
+bool Till::finishSpending()
+{
+    const auto& impacts = loyalty().getBonusImpacts();
+    const auto impact = impacts.isEmpty() ? nullptr : impacts.last();
+    if (impact && isWhole(*impact)) {
+        setUnknownSpending(*m_receipt, std::nullopt);
+        applyImpacts();
+        return true;
+    }
+    utils::logger(u"till"_s)->error(u"The service says that points were spent, but not on which positions"_s);
+    loyalty().cancel(); // there were no impacts before; asked again, the service repeats its first answer
+    return false;
+}
+
+std::optional<UnknownSpending> Till::unknownSpending() const
+{
+    return m_receipt ? unknownSpendingOf(*m_receipt) : std::nullopt;
+}
+
+// The plug-in saves the receipt when the points are spent, so a power cut may come before they are a
+// discount.
+void Till::applyImpacts() const
+{
+    const auto& impacts = loyalty().getBonusImpacts();
+    for (qsizetype i = m_receipt->getPluginData(ownName, applied, 0).toInt(); i < impacts.size(); ++i) {
+        if (impacts[i])
+            apply(*impacts[i], *m_receipt);
+    }
+    m_receipt->setPluginData(ownName, applied, static_cast<int>(impacts.size()));
+    save();
+}
+
+bool Till::cancel()
+{
+    if (!loyalty().cancel())
+        return false;
+    if (m_receipt)
+        applyImpacts(); // none are left
+    return true;
+}
+
+Till::Stage Till::stage() const
+{
+    const QString name = m_receipt ? m_receipt->getPluginData(ownName, stageKey, {}).toString() : QString();
+    for (const Stage known : {Stage::Paying, Stage::Settled, Stage::Abandoned}) {
+        if (name == nameOf(known))
+            return known;
+    }
+    return Stage::Open;
+}
+
+void Till::setStage(Stage stage) const
+{
+    const QVariant before = m_receipt->getPluginData(ownName, stageKey, {});
+    m_receipt->setPluginData(ownName, stageKey, nameOf(stage));
+    try {
+        save();
+    } catch (...) {
+        m_receipt->setPluginData(ownName, stageKey, before);
+        throw;
+    }
+}
+
+// The queue's messages, the sale's record that a return changes, the receipt itself and its journal: all are
+// kept or none is. A receipt found both open and stored is therefore closed in every respect.
+bool Till::close()
+{
+    const QString identifier = m_receipt->getIdentifier();
+    try {
+        utils::Transaction transaction;
+        if (card() && !loyalty().commit(m_receipt))
+            return false;
+        hostObject<DocumentsDao>().store(m_receipt);
+        hostObject<ActivityNotifier>().notify(Event(EActivityListener::ReceiptClosed));
+        utils::Journal().add(ReceiptJournal::entry(identifier, u"closed"_s));
+        transaction.commit();
+    } catch (...) {
+        loyalty().restoreLoyaltySystem(); // the commit has cleared it, but the receipt is still open
+        throw;
+    }
+    m_closed.append(identifier);
+    letGo();
+    SaveToFileLogic::removeOpenReceipt();
+    return true;
+}
+
+bool Till::abandon()
+{
+    // Said beforehand: the rollback saves a receipt whose spending is undone, and that may never be paid.
+    setStage(Stage::Abandoned);
+    // Without numbers the service knows nothing of it: it was never asked, or the rollback is done.
+    const bool isKnown = card() && !card()->getOperationId().isEmpty();
+    if (isKnown ? !loyalty().rollback(m_receipt) : !loyalty().cancel())
+        return false;
+    m_journal.note(m_receipt->getIdentifier(), u"abandoned"_s);
+    letGo();
+    SaveToFileLogic::removeOpenReceipt();
+    return true;
+}
+
+void Till::letGo()
+{
+    loyalty().setDocument(nullptr);
+    hostObject<Session>().setDocument(nullptr);
+    m_receipt.reset();
+}
+
+QSharedPointer<DocumentCardRecord> Till::card() const
+{
+    return m_receipt ? m_receipt->getCardRecord(KyrLoyaltySystem) : nullptr;
+}
+
+} // namespace till
