@@ -1,4 +1,5 @@
 #include "till/commands/commandline.h"
+#include "till/commands/tool.h"
 #include "till/versions.h"
 
 #include <QCoreApplication>
@@ -39,7 +40,7 @@ int main(int argc, char* argv[])
     try {
         return run(argc, argv);
     } catch (const std::exception& error) { // UsageError, ConfigError: the text says where and what
-        QTextStream(stderr) << QString::fromUtf8(error.what()) << Qt::endl;
+        QTextStream(stderr) << till::administratorsText(error) << Qt::endl;
         return till::exitMisused;
     }
 }

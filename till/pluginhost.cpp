@@ -5,7 +5,6 @@
 #include <QFileInfo>
 #include <QJsonObject>
 #include <QLibraryInfo>
-#include <QVersionNumber>
 
 using namespace Qt::StringLiterals;
 
@@ -40,6 +39,8 @@ PluginHost::PluginHost(const QString& fileName)
 }
 
 PluginHost::~PluginHost() { m_loader.unload(); }
+
+QVersionNumber PluginHost::builtFor() const { return qtOf(m_loader); }
 
 void PluginHost::load()
 {

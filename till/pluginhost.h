@@ -4,6 +4,7 @@
 
 #include <QPluginLoader>
 #include <QString>
+#include <QVersionNumber>
 
 namespace till {
 
@@ -21,6 +22,8 @@ public:
     PluginHost& operator=(const PluginHost&) = delete;
 
     [[nodiscard]] BasicLoyaltySystem& loyalty() const { return *m_loyalty; }
+    /// The Qt that the plug-in was built for, as its metadata says.
+    [[nodiscard]] QVersionNumber builtFor() const;
 
 private:
     void load();

@@ -6,6 +6,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
+#include <QUrl>
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -103,6 +106,22 @@ std::optional<LogLevel> configuredLevel(const Config& config)
     return level;
 }
 
+const QString unset = u"(default)"_s;
+
+QString valueText(const Config& config, const ConfigKey& key)
+{
+    if (key.type == ConfigKey::Type::Text)
+        return config.getString(key.name, unset);
+    if (key.type == ConfigKey::Type::Integer) {
+        constexpr int never = std::numeric_limits<int>::min();
+        const int value = config.getInt(key.name, never);
+        return value == never ? unset : QString::number(value);
+    }
+    const bool value = config.getBool(key.name, false);
+    const bool isSet = config.getBool(key.name, true) == value;
+    return !isSet ? unset : value ? u"true"_s : u"false"_s;
+}
+
 } // namespace
 
 Config settingsOf(Options& options)
@@ -119,6 +138,22 @@ Config settingsOf(Options& options)
         options.logLevel = configuredLevel(config);
     static_cast<void>(alarmMinutes(config));
     return config;
+}
+
+QString configurationText(const Config& config)
+{
+    QString text;
+    for (const ConfigKey& key : knownKeys()) {
+        const QString value = valueText(config, key);
+        if (key.name == passwordKey)
+            text += key.name + (value == unset ? u" is not set"_s : u" is set"_s);
+        else if (key.name == serverUrlKey && value != unset)
+            text += key.name + u" = "_s + QUrl(value).toString(QUrl::RemoveUserInfo);
+        else
+            text += key.name + u" = "_s + value;
+        text += u'\n';
+    }
+    return text;
 }
 
 int alarmMinutes(const Config& config)
@@ -139,6 +174,20 @@ Config loadSettings(const QString& fileName)
 }
 
 bool namesService(const Config& config) { return !config.getString(serverUrlKey, {}).isEmpty(); }
+
+QString serverUrlOf(const Config& config) { return config.getString(serverUrlKey, {}); }
+
+int timeoutOf(const Config& config)
+{
+    constexpr int usual = 10;
+    return std::max(1, config.getInt(u"KYRLoyalty:timeout"_s, usual));
+}
+
+QString authorizationOf(const Config& config)
+{
+    const QString credentials = config.getString(userKey, {}) + u':' + config.getString(passwordKey, {});
+    return u"Basic "_s + QString::fromLatin1(credentials.toUtf8().toBase64());
+}
 
 void setServerUrl(Config& config, const QString& url) { config.set(serverUrlKey, url); }
 

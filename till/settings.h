@@ -19,12 +19,21 @@ Config loadSettings(const QString& fileName);
 /// and the log. Throws ConfigError or UsageError.
 Config settingsOf(Options& options);
 
+/// Every known key with its value, a line for each, for the eyes of a supporter: of the password only whether
+/// there is one.
+QString configurationText(const Config& config);
+
 /// After how many minutes a message that waits is worth an alarm.
 int alarmMinutes(const Config& config);
 
 /// Whether it says where the service is; else the till needs a stand.
 bool namesService(const Config& config);
 void setServerUrl(Config& config, const QString& url);
+QString serverUrlOf(const Config& config);
+/// Seconds for one exchange with the service.
+int timeoutOf(const Config& config);
+/// What the configured user and password are in the header of that name.
+QString authorizationOf(const Config& config);
 /// How many points are worth how much money.
 struct Ratio
 {

@@ -1,8 +1,7 @@
 #include "till/summarytable.h"
 
+#include "till/aligned.h"
 #include "till/screen.h"
-
-#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -43,8 +42,6 @@ void add(Summary& total, const Summary& summary)
     *total.differences += *summary.differences;
 }
 
-QString blanks(qsizetype columns) { return QString().leftJustified(columns); }
-
 } // namespace
 
 QStringList summaryTable(const QList<Summary>& summaries)
@@ -58,20 +55,8 @@ QStringList summaryTable(const QList<Summary>& summaries)
     }
     rows.append(cells(u"total"_s, total));
 
-    QList<qsizetype> widths(rows.first().size(), 0);
-    for (const QStringList& row : rows) {
-        for (qsizetype i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], screen::width(row[i]));
-    }
-    QStringList lines;
-    for (const QStringList& row : rows) {
-        // Names stand left, numbers right, and the last column needs no blanks behind it.
-        QString line = row.first() + blanks(widths.first() - screen::width(row.first()));
-        for (qsizetype i = 1; i + 1 < row.size(); ++i)
-            line += u"  "_s + blanks(widths[i] - screen::width(row[i])) + row[i];
-        lines.append(line + u"  "_s + row.last());
-    }
-    return lines;
+    // Names stand left, numbers right.
+    return aligned(rows, {1, 2, 3, 4, 5, 6});
 }
 
 QString ledgerText(const Summary& summary)

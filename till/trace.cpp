@@ -33,17 +33,8 @@ QJsonValue withoutSecrets(const QJsonValue& value)
     return object;
 }
 
-QStringList bodyLines(const QString& mark, const QByteArray& body)
+QStringList marked(const QString& mark, QStringList lines)
 {
-    if (body.trimmed().isEmpty())
-        return {};
-    const QJsonDocument document = QJsonDocument::fromJson(body);
-    if (document.isNull())
-        return {u"%1 %2 bytes that are not a JSON object or list"_s.arg(mark, QString::number(body.size()))};
-    const QJsonDocument shown = document.isArray()
-                                    ? QJsonDocument(withoutSecrets(document.array()).toArray())
-                                    : QJsonDocument(withoutSecrets(document.object()).toObject());
-    QStringList lines = utils::maskNumbers(QString::fromUtf8(shown.toJson()).trimmed()).split(u'\n');
     for (QString& line : lines)
         line.prepend(mark + u' ');
     return lines;
@@ -72,8 +63,21 @@ QStringList redacted(const RestExchange& exchange)
     const char* name = QMetaEnum::fromType<RestClient::ErrorCode>().valueToKey(exchange.errorCode);
     if (exchange.errorCode != 0 && name)
         outcome += u" (%1)"_s.arg(QString::fromLatin1(name));
-    return QStringList{outcome} + bodyLines(u">"_s, exchange.requestBody) +
-           bodyLines(u"<"_s, exchange.answerBody);
+    return QStringList{outcome} + marked(u">"_s, redactedBody(exchange.requestBody)) +
+           marked(u"<"_s, redactedBody(exchange.answerBody));
+}
+
+QStringList redactedBody(const QByteArray& body)
+{
+    if (body.trimmed().isEmpty())
+        return {};
+    const QJsonDocument document = QJsonDocument::fromJson(body);
+    if (document.isNull())
+        return {u"%1 bytes that are not a JSON object or list"_s.arg(body.size())};
+    const QJsonDocument shown = document.isArray()
+                                    ? QJsonDocument(withoutSecrets(document.array()).toArray())
+                                    : QJsonDocument(withoutSecrets(document.object()).toObject());
+    return utils::maskNumbers(QString::fromUtf8(shown.toJson()).trimmed()).split(u'\n');
 }
 
 Trace::Trace(LogLevel least)

@@ -51,4 +51,7 @@ QStringList headedLines(const TraceEntry& entry);
 /// are masked; members named "code" or "password" hide their values, a body that is not JSON all of it.
 QStringList redacted(const RestExchange& exchange);
 
+/// One body of those in the same way, indented; empty when there is none.
+QStringList redactedBody(const QByteArray& body);
+
 } // namespace till

@@ -7,8 +7,9 @@ namespace till {
 const QList<Command>& commands()
 {
     static const QList<Command> table{
-        runCommand(),
-        shellCommand(),
+        runCommand(),          shellCommand(),      queueListCommand(),
+        queueShowCommand(),    queueRetryCommand(), queueDropCommand(),
+        queueDeliverCommand(), doctorCommand(),     supportBundleCommand(),
     };
     return table;
 }

@@ -6,5 +6,12 @@ namespace till {
 
 Command runCommand();
 Command shellCommand();
+Command queueListCommand();
+Command queueShowCommand();
+Command queueRetryCommand();
+Command queueDropCommand();
+Command queueDeliverCommand();
+Command doctorCommand();
+Command supportBundleCommand();
 
 } // namespace till

@@ -1,0 +1,208 @@
+#include "host/network/messagequeue.h"
+#include "host/utils/datadirectory.h"
+#include "tests/journey/till/tillprocess.h"
+#include "tests/support/httpserver.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLocale>
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using test_support::HttpAnswer;
+using test_support::HttpServer;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace tilltest {
+
+namespace {
+
+QByteArray dateHeader(int secondsAhead)
+{
+    const QDateTime time = QDateTime::currentDateTimeUtc().addSecs(secondsAhead);
+    return "Date: " + QLocale::c().toString(time, u"ddd, dd MMM yyyy HH:mm:ss"_s).toUtf8() + " GMT";
+}
+
+/// A till with everything in order, of which each test breaks one thing.
+class TillDoctor : public testing::Test
+{
+protected:
+    TillDoctor()
+    {
+        QDir().mkpath(directory);
+        QFile::setPermissions(directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        configure({});
+    }
+
+    void configure(const QByteArray& more)
+    {
+        static_cast<void>(
+            files.write(u"till.toml"_s, "[KYRLoyalty]\nuser = \"shop\"\npassword = \"hush\"\n" + more));
+    }
+
+    /// The service's next answer.
+    void answer(int status, int secondsAhead = 0)
+    {
+        server.enqueue(HttpAnswer::status(status, "{}", {dateHeader(secondsAhead)}));
+    }
+
+    /// What the doctor finds, by check; "status" is its exit status.
+    [[nodiscard]] QHash<QString, QJsonObject> findings(const QStringList& variables = {},
+                                                       const QString& url = {})
+    {
+        const Ran ran = runWith(
+            variables, {u"doctor"_s, u"--json"_s, u"--config"_s, files.path(u"till.toml"_s), u"--data-dir"_s,
+                        directory, u"--server-url"_s, url.isEmpty() ? server.url().toString() : url});
+        QHash<QString, QJsonObject> found;
+        const QJsonObject report = QJsonDocument::fromJson(ran.out).object();
+        for (const QJsonValue& finding : report[u"findings"_s].toArray())
+            found.insert(finding[u"check"_s].toString(), finding.toObject());
+        EXPECT_EQ(ran.status, report[u"ok"_s].toBool() ? 0 : 1) << ran.err.toStdString();
+        all = ran.out;
+        return found;
+    }
+
+    /// Expects that state, and a remedy unless it is ok.
+    static void expect(const QJsonObject& finding, const char* state, const char* text)
+    {
+        EXPECT_EQ(finding[u"state"_s].toString().toStdString(), state);
+        EXPECT_THAT(finding[u"text"_s].toString().toStdString(), HasSubstr(text));
+        EXPECT_EQ(finding[u"remedy"_s].toString().isEmpty(), finding[u"state"_s] == u"ok"_s);
+    }
+
+    const Files files;
+    const QString directory = files.path(u"data"_s);
+    HttpServer server;
+    QByteArray all;
+};
+
+} // namespace
+
+TEST_F(TillDoctor, FindsNothingWhereAllIsWell)
+{
+    answer(404);
+    const auto found = findings();
+    for (const QString& check :
+         {u"configuration"_s, u"ratio"_s, u"name"_s, u"connection"_s, u"tls"_s, u"service"_s,
+          u"credentials"_s, u"clock"_s, u"data"_s, u"files"_s, u"disk"_s, u"queue"_s, u"plug-in"_s}) {
+        EXPECT_EQ(found.value(check)[u"state"_s].toString(), u"ok"_s) << check.toStdString();
+        EXPECT_EQ(found.value(check)[u"remedy"_s].toString(), QString());
+    }
+    EXPECT_THAT(all.toStdString(), HasSubstr(R"("ok":true)"));
+    ASSERT_EQ(server.requests().size(), 1);
+    EXPECT_EQ(server.requests().first().header("Authorization"),
+              "Basic " + QByteArray("shop:hush").toBase64());
+}
+
+TEST_F(TillDoctor, ThePasswordOfTheEnvironmentGoesOverTheFiles)
+{
+    answer(404);
+    static_cast<void>(findings({u"KYR_LOYALTY_PASSWORD=other"_s}));
+    EXPECT_EQ(server.requests().first().header("Authorization"),
+              "Basic " + QByteArray("shop:other").toBase64());
+    EXPECT_THAT(all.toStdString(), Not(HasSubstr("other")));
+}
+
+TEST_F(TillDoctor, TellsRefusedCredentialsWithoutNamingThem)
+{
+    answer(401);
+    expect(findings().value(u"credentials"_s), "problem", "the service refuses user 'shop' (HTTP 401)");
+    EXPECT_THAT(all.toStdString(), Not(HasSubstr("hush")));
+}
+
+TEST_F(TillDoctor, ComparesTheClocks)
+{
+    answer(404, -600);
+    expect(findings().value(u"clock"_s), "problem", "s ahead of the service's");
+    answer(404, 20);
+    expect(findings().value(u"clock"_s), "warning", "s behind the service's");
+    server.enqueue(HttpAnswer::status(404, "{}"));
+    expect(findings().value(u"clock"_s), "warning", "the service tells no date");
+}
+
+TEST_F(TillDoctor, GoesOnWithoutAService)
+{
+    server.stop();
+    const auto found = findings();
+    expect(found.value(u"connection"_s), "problem", "onnect");
+    EXPECT_FALSE(found.contains(u"credentials"_s));
+    expect(found.value(u"plug-in"_s), "ok", "built for Qt 6.");
+    expect(findings({}, u"http://nowhere.invalid/"_s).value(u"name"_s), "problem", "nowhere.invalid");
+}
+
+TEST_F(TillDoctor, TellsAServiceInTroubleFromOneThatIsNotIt)
+{
+    answer(503);
+    expect(findings().value(u"service"_s), "warning", "HTTP 503");
+    answer(302);
+    expect(findings().value(u"service"_s), "problem", "redirected");
+    server.enqueue(HttpAnswer::none());
+    expect(findings().value(u"service"_s), "problem", "Empty reply");
+}
+
+TEST_F(TillDoctor, JudgesTheServicesCertificate)
+{
+    const test_support::Certificate certificate;
+    HttpServer secure(certificate);
+    const QString url = secure.url().toString();
+    expect(findings({}, url).value(u"tls"_s), "problem", "certificate");
+
+    const QString trusted = files.write(u"ca.pem"_s, certificate.pem());
+    secure.enqueue(HttpAnswer::status(404, "{}", {dateHeader(0)}));
+    const auto found = findings({u"SSL_CERT_FILE="_s + trusted}, url);
+    expect(found.value(u"tls"_s), "warning", "the service's certificate ends on 20");
+    expect(found.value(u"credentials"_s), "ok", "accepted");
+}
+
+TEST_F(TillDoctor, GoesOnWithABrokenConfiguration)
+{
+    configure("timeout = \"3\"\n");
+    answer(404);
+    const auto found = findings();
+    expect(found.value(u"configuration"_s), "problem", "KYRLoyalty:timeout: expected a whole number");
+    expect(found.value(u"connection"_s), "ok", "answers");
+}
+
+TEST_F(TillDoctor, TellsARatioThatIsNone)
+{
+    configure("bonusRatio = \"ten\"\n");
+    answer(404);
+    const auto found = findings();
+    expect(found.value(u"ratio"_s), "problem", "'ten' is no ratio");
+    expect(found.value(u"plug-in"_s), "problem", "init() refused");
+}
+
+TEST_F(TillDoctor, TellsFilesThatOthersReadAndFilesSetAside)
+{
+    QFile::setPermissions(directory, QFile::Permissions(0x7755));
+    QFile::setPermissions(files.write(u"data/open-receipt"_s, "x"), QFile::Permissions(0x6644));
+    answer(404);
+    const auto found = findings();
+    expect(found.value(u"data"_s), "problem", "others may enter it");
+    expect(found.value(u"files"_s), "problem", "others may read open-receipt");
+}
+
+TEST_F(TillDoctor, TellsOfMessagesThatWaitForTooLongOrAreParked)
+{
+    utils::setDataDirectory(directory);
+    MessageQueue queue;
+    utils::setDataDirectory({});
+    queue.park(queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, u"text"_s), u"refused"_s);
+    answer(404);
+    expect(findings().value(u"queue"_s), "problem", "1 parked: the service refuses them for good");
+}
+
+TEST_F(TillDoctor, TellsAPluginThatIsNone)
+{
+    const Ran ran =
+        run({u"doctor"_s, u"--plugin"_s, QStringLiteral(OTHER_LIBRARY), u"--data-dir"_s, directory});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr("problem plug-in"));
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr("→ name a fitting one with --plugin"));
+}
+
+} // namespace tilltest

@@ -1,0 +1,112 @@
+#include "host/utils/currenttime.h"
+#include "till/commands/doctor.h"
+#include "till/commands/queuereport.h"
+#include "till/commands/tool.h"
+#include "till/queuewarnings.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStorageInfo>
+
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+using State = Finding::State;
+
+constexpr qint64 mebibyte = 1 << 20;
+constexpr qint64 littleRoom = 500 * mebibyte;
+constexpr qint64 noRoom = 50 * mebibyte;
+
+bool isPrivate(const QFileInfo& file)
+{
+    const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
+                        QFile::WriteOther | QFile::ExeOther;
+    return (file.permissions() & others).toInt() == 0;
+}
+
+Finding examineFolder(const QFileInfo& folder)
+{
+    const QString path = folder.filePath();
+    if (!folder.exists())
+        return {u"data"_s, State::Warning, path + u": not there yet"_s,
+                u"name the till's with --data-dir, or start the till once"_s};
+    if (!folder.isDir())
+        return {u"data"_s, State::Problem, path + u": is no folder"_s, u"name the till's with --data-dir"_s};
+    if (folder.ownerId() != geteuid())
+        return {u"data"_s, State::Warning, u"%1: belongs to user '%2'"_s.arg(path, folder.owner()),
+                u"run the till's tools as that user: what another one makes there it cannot read"_s};
+    if (access(QFile::encodeName(path).constData(), W_OK | X_OK) != 0)
+        return {u"data"_s, State::Problem, path + u": cannot be written"_s,
+                u"check its mode, and whether the disk is mounted read-only"_s};
+    if (!isPrivate(folder))
+        return {u"data"_s, State::Problem, path + u": others may enter it"_s, u"chmod 700 "_s + path};
+    return {u"data"_s, State::Ok, path};
+}
+
+Finding examineFiles(const QString& path)
+{
+    QStringList open;
+    const QFileInfoList files = QDir(path).entryInfoList(QDir::Files | QDir::Hidden);
+    for (const QFileInfo& file : files) {
+        // The stand's own files are made-up customers.
+        if (!isPrivate(file) && !file.fileName().startsWith(u"stand."_s))
+            open.append(file.fileName());
+    }
+    if (!open.isEmpty())
+        return {u"files"_s, State::Problem, u"others may read %1"_s.arg(open.join(u", "_s)),
+                u"chmod 600 %1/*"_s.arg(path)};
+    const QStringList aside = QDir(path).entryList({u"*.damaged-*"_s}, QDir::Files);
+    if (!aside.isEmpty())
+        return {u"files"_s, State::Warning, u"damaged and set aside: %1"_s.arg(aside.join(u", "_s)),
+                u"keep them for rescue, see docs/operations.md; remove them when they are not needed"_s};
+    return {u"files"_s, State::Ok, u"private, none set aside"_s};
+}
+
+Finding examineDisk(const QString& path)
+{
+    const QStorageInfo storage(path);
+    const qint64 room = storage.bytesAvailable();
+    const QString text = u"%1 MiB free"_s.arg(room / mebibyte);
+    const QString remedy = u"make room on %1: a full disk stops the till"_s.arg(storage.rootPath());
+    if (room < noRoom)
+        return {u"disk"_s, State::Problem, text, remedy};
+    return {u"disk"_s, room < littleRoom ? State::Warning : State::Ok, text,
+            room < littleRoom ? remedy : QString()};
+}
+
+} // namespace
+
+QList<Finding> examineDirectory(const QString& path)
+{
+    const QFileInfo folder(path);
+    QList<Finding> findings{examineFolder(folder)};
+    if (folder.isDir()) {
+        findings.append(examineFiles(path));
+        findings.append(examineDisk(path));
+    }
+    return findings;
+}
+
+QList<Finding> examineQueue(const Config& config, const QString& path)
+{
+    if (!keepsAnything(path))
+        return {{u"queue"_s, State::Ok, u"nothing was ever queued here"_s}};
+    try {
+        const MessageQueue queue;
+        QList<Finding> findings;
+        for (const QueueWarning& warning : queueWarnings(queue, config))
+            findings.append({u"queue"_s, State::Problem, warning.english, warning.remedy});
+        if (findings.isEmpty())
+            findings.append({u"queue"_s, State::Ok, u"%1 waiting, none parked"_s.arg(queue.waitingCount())});
+        return findings;
+    } catch (const std::exception& failure) {
+        return {{u"queue"_s, State::Problem, administratorsText(failure), u"see docs/operations.md"_s}};
+    }
+}
+
+} // namespace till
