@@ -38,9 +38,12 @@ QString nextOf(const ReceiptReport& report)
         if (message.state == QueuedMessage::State::Parked)
             return u"parked: message %1 needs till queue retry or till queue drop"_s.arg(message.id);
     }
-    if (!report.pending.isEmpty())
-        return u"waiting: %1 to be sent, message %2 first"_s.arg(report.pending.size())
-            .arg(report.pending.first().id);
+    if (!report.pending.isEmpty()) {
+        const QueuedMessage& first = report.pending.first();
+        return first.attempts == 0 ? u"waiting: message %1 is to be sent"_s.arg(first.id)
+                                   : u"waiting: next attempt of message %1 at %2"_s.arg(
+                                         QString::number(first.id), timeText(first.due));
+    }
     if (isOutcomeUnknown(report))
         return u"outcome unknown: the answer to the spending was lost; ask again with the same amount, or roll back"_s;
     return report.state == u"open"_s ? u"the cashier goes on with it"_s : u"nothing is left to do"_s;
@@ -121,7 +124,7 @@ QList<QueuedMessage> ReceiptReports::pendingOf(const ReceiptReport& report) cons
     std::sort(ordered.begin(), ordered.end());
     QList<QueuedMessage> pending;
     for (const qint64 id : ordered) {
-        if (const auto message = messageOf(m_queue, id))
+        if (const auto message = m_queue.find(id))
             pending.append(*message);
     }
     return pending;

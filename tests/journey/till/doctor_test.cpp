@@ -191,7 +191,8 @@ TEST_F(TillDoctor, TellsOfMessagesThatWaitForTooLongOrAreParked)
     utils::setDataDirectory(directory);
     MessageQueue queue;
     utils::setDataDirectory({});
-    queue.park(queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, u"text"_s), u"refused"_s);
+    queue.park(queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, u"text"_s),
+               {.code = 422, .error = u"refused"_s, .milliseconds = 0});
     answer(404);
     expect(findings().value(u"queue"_s), "problem", "1 parked: the service refuses them for good");
 }
