@@ -70,6 +70,10 @@ public:
     /// from being folded into the file.
     [[nodiscard]] QList<QVariantList> rows(QSqlQuery& statement, const QVariantList& values = {}) const;
 
+    /// Throws when the file was removed or replaced: a reader does not notice by itself. Who changes
+    /// something need not ask.
+    void requireInPlace() const;
+
     /// Runs the steps as one commit; when they throw, none of them was done. Inside a transaction it joins
     /// it, and steps that throw spoil all of it.
     void atomically(const std::function<void()>& steps) const;
@@ -97,7 +101,6 @@ private:
     void execute(const QString& sql) const;
     void execute(QSqlQuery& statement, const QVariantList& values) const;
     [[nodiscard]] int number(const QString& sql) const;
-    void requireInPlace() const;
     void requireUnspoilt() const;
     [[nodiscard]] ino_t inode() const;
     [[noreturn]] void fail(const QSqlError& error) const;
