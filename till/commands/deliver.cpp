@@ -19,6 +19,8 @@ namespace {
 QString phaseText(const DeliveryState& state)
 {
     switch (state.phase) {
+    case DeliveryState::Phase::Starting:
+        return u"starting"_s;
     case DeliveryState::Phase::Standby:
         return u"standing by: another delivery is under way on this data directory"_s;
     case DeliveryState::Phase::Delivering:
@@ -42,6 +44,7 @@ public:
     void changed(const DeliveryState& state)
     {
         const std::lock_guard lock(m_mutex);
+        m_state = state;
         const QString text = phaseText(state);
         if (text == m_last)
             return;
@@ -58,10 +61,14 @@ public:
         m_console.line(what + (attempt.error.isEmpty() ? u"delivered"_s : utils::maskNumbers(attempt.error)));
     }
 
+    /// Once the worker is gone, its last one.
+    [[nodiscard]] const DeliveryState& state() const { return m_state; }
+
 private:
     Console& m_console;
     std::mutex m_mutex;
     QString m_last;
+    DeliveryState m_state;
 };
 
 void keepUp(const StopSignals& signals)
@@ -78,7 +85,6 @@ int run(const Invocation& invocation)
     utils::setDataDirectory(dataDirectoryOf(tool.options));
     static_cast<void>(MessageQueue().waitingCount()); // what makes delivery impossible is said at once
     Account account(tool.console);
-    DeliveryState last;
     {
         DeliveryWorker worker(
             {.delivery = {.authorization = currentAuthorization(tool.config),
@@ -91,9 +97,8 @@ int run(const Invocation& invocation)
         notifyServiceManager("READY=1");
         keepUp(signals);
         notifyServiceManager("STOPPING=1");
-        worker.requestStop();
-        last = worker.state();
     }
+    const DeliveryState& last = account.state();
     const MessageQueue queue;
     tool.console.value(QJsonDocument(QJsonObject{{u"delivered"_s, last.delivered},
                                                  {u"failed"_s, last.failed},
