@@ -7,6 +7,7 @@
 #include "till/commands/queuereport.h"
 #include "till/hostobjects.h"
 #include "till/reconciliation.h"
+#include "till/unknownspending.h"
 
 #include <QJsonArray>
 
@@ -25,13 +26,6 @@ QString stateOf(const ReceiptReport& report, bool closed)
                                                                                   : u"unknown"_s;
 }
 
-/// Whether the last word on a spending is that its answer was lost.
-bool isOutcomeUnknown(const ReceiptReport& report)
-{
-    return report.state == u"open"_s && !report.timeline.isEmpty() &&
-           report.timeline.last().event == u"unknown"_s;
-}
-
 QString nextOf(const ReceiptReport& report)
 {
     for (const QueuedMessage& message : report.pending) {
@@ -44,8 +38,10 @@ QString nextOf(const ReceiptReport& report)
                                    : u"waiting: next attempt of message %1 at %2"_s.arg(
                                          QString::number(first.id), timeText(first.due));
     }
-    if (isOutcomeUnknown(report))
-        return u"outcome unknown: the answer to the spending was lost; ask again with the same amount, or roll back"_s;
+    const auto unknown = report.document ? unknownSpendingOf(*report.document) : std::nullopt;
+    if (unknown && report.state == u"open"_s)
+        return u"outcome unknown: the answer to spending %1 points was lost at %2; ask again for as many, or roll back"_s
+            .arg(QString::number(unknown->points, 'f', 2), timeText(unknown->since));
     return report.state == u"open"_s ? u"the cashier goes on with it"_s : u"nothing is left to do"_s;
 }
 
