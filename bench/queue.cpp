@@ -100,7 +100,8 @@ int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
     const bool check = argc > 1 && std::string_view(argv[1]) == "--check";
-    const int depth = argc > 2 ? QByteArray(argv[2]).toInt() : 20000; // a million takes a minute and 2 GB
+    const int depth =
+        argc > 2 ? QByteArray(argv[2]).toInt() : 100000; // a million takes a minute and gigabytes
     if (depth < 2000 || argc > 3 || (argc > 1 && !check && std::string_view(argv[1]) != "--depth")) {
         qWarning("usage: bench_queue [--check | --depth] [DEPTH]; a DEPTH is 2000 or more");
         return 2;

@@ -62,17 +62,6 @@ double partUpTo(double sum, double quantity, double whole)
     return static_cast<double>(cut) / 100;
 }
 
-/// How much of the sale's position came back already.
-double returnedBefore(const QString& sale, int posnum)
-{
-    double quantity = 0;
-    for (const auto& receipt : hostObject<DocumentsDao>().returnsOf(sale)) {
-        const auto item = receipt->getGoodsItemByPosnum(posnum);
-        quantity += item ? item->getBquant() : 0;
-    }
-    return quantity;
-}
-
 /// The part of the sold position that comes back now; `before` came back already.
 QSharedPointer<GoodsItem> returned(const GoodsItem& sold, double quantity, double before)
 {
@@ -111,26 +100,27 @@ void takeCardOver(const AbstractDocument& sale, Document& receipt)
 
 } // namespace
 
+double returnedBefore(const QString& sale, int posnum)
+{
+    double quantity = 0;
+    for (const auto& receipt : hostObject<DocumentsDao>().returnsOf(sale)) {
+        const auto item = receipt->getGoodsItemByPosnum(posnum);
+        quantity += item ? item->getBquant() : 0;
+    }
+    return quantity;
+}
+
 Outcome openSale(Till& till, const QVariantMap& members)
 {
     const QString identifier = members.value(u"id"_s).toString();
     requireFree(till, identifier);
     const auto receipt = QSharedPointer<Document>::create(SaleReceipt, identifier);
-    int posnum = 0;
-    const QVariantList positions = members.value(u"positions"_s).toList();
-    for (const QVariant& entry : positions) {
-        const QVariantMap position = entry.toMap();
-        const auto item = QSharedPointer<GoodsItem>::create(
-            ++posnum, position.value(u"articul"_s).toString(), position.value(u"name"_s).toString(),
-            position.value(u"price"_s).toDouble(), position.value(u"quantity"_s).toDouble());
-        item->setDiscount(position.value(u"discount"_s).toDouble());
-        receipt->addGoodsItem(item);
-    }
+    addPositions(*receipt, members.value(u"positions"_s).toList());
     till.open(receipt);
     return {.ok = true, .screen = screen::receipt(*receipt)};
 }
 
-Outcome openReturn(Till& till, const QVariantMap& members)
+QSharedPointer<Document> returnOf(const Till& till, const QVariantMap& members)
 {
     const QString identifier = members.value(u"id"_s).toString();
     const QString of = members.value(u"of"_s).toString();
@@ -153,6 +143,12 @@ Outcome openReturn(Till& till, const QVariantMap& members)
     if (positions.isEmpty())
         refuse(u"В возврате нет ни одной позиции"_s);
     takeCardOver(*sale, *receipt);
+    return receipt;
+}
+
+Outcome openReturn(Till& till, const QVariantMap& members)
+{
+    const auto receipt = returnOf(till, members);
     till.open(receipt);
     return {.ok = true, .screen = screen::receipt(*receipt)};
 }

@@ -9,21 +9,21 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
-namespace {
-
-Outcome outcomeOf(Till& till, const Step& step)
+Outcome played(Till& till, const StepKind& kind, const QVariantMap& members)
 {
     till.cashier().script({});
     try {
-        return step.kind->play(till, step.members);
+        return kind.play(till, members);
     } catch (const UsageError&) {
-        throw; // no till to go on with
+        throw;
     } catch (const BasicException& failure) {
         return {.ok = false, .error = failure.tr().ru()};
     } catch (const std::exception& failure) {
         return {.ok = false, .error = QString::fromUtf8(failure.what())};
     }
 }
+
+namespace {
 
 QVariant balance(const Till& till)
 {
@@ -52,7 +52,7 @@ void Player::passTime()
 
 void Player::play(const Step& step)
 {
-    const Outcome outcome = outcomeOf(m_till, step);
+    const Outcome outcome = played(m_till, *step.kind, step.members);
     passTime();
     ++m_tally.steps;
     m_tally.failed += outcome.ok ? 0 : 1;

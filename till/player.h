@@ -8,6 +8,10 @@
 
 namespace till {
 
+/// What a step came to; what it throws is a failure. Only a UsageError comes out: then there is no till to go
+/// on with.
+Outcome played(Till& till, const StepKind& kind, const QVariantMap& members);
+
 /// Plays steps at a till, one after the other, and reports each.
 class Player
 {

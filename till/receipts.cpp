@@ -102,12 +102,17 @@ QString Till::foundOpen() const
     return found;
 }
 
-void Till::open(const QSharedPointer<Document>& receipt)
+void Till::change(const QSharedPointer<Document>& receipt)
 {
     saveReceipt(receipt);
     m_receipt = receipt;
     hostObject<Session>().setDocument(receipt);
     loyalty().setDocument(receipt);
+}
+
+void Till::open(const QSharedPointer<Document>& receipt)
+{
+    change(receipt);
     ++m_opened;
     m_journal.note(receipt->getIdentifier(), u"opened"_s);
 }

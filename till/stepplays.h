@@ -14,6 +14,7 @@ Outcome getCardInfo(Till& till, const QVariantMap& members);
 // Opening a receipt.
 Outcome openSale(Till& till, const QVariantMap& members);
 Outcome openReturn(Till& till, const QVariantMap& members);
+Outcome setPositions(Till& till, const QVariantMap& members);
 
 // Points, and the end of a receipt.
 Outcome request(Till& till, const QVariantMap& members);
@@ -27,6 +28,12 @@ Outcome restart(Till& till, const QVariantMap& members);
 Outcome deliver(Till& till, const QVariantMap& members);
 Outcome service(Till& till, const QVariantMap& members);
 
+/// The return that openReturn would open, not opened yet; throws as that does.
+QSharedPointer<Document> returnOf(const Till& till, const QVariantMap& members);
+/// How much of the sale's position came back already.
+double returnedBefore(const QString& sale, int posnum);
+/// Adds the positions of a step, numbered from 1.
+void addPositions(Document& receipt, const QVariantList& positions);
 /// A failure that the till itself found, in Russian for the cashier.
 [[noreturn]] void refuse(const QString& text);
 /// The current receipt; throws when there is none.

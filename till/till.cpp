@@ -53,9 +53,9 @@ Till::Till(const Parts& parts, const Config& config, DialogFrontend* terminal)
         startService(settings);
     startUp();
     Dialog::setFrontend(&m_cashier);
-    const QString found = recover();
-    if (!found.isEmpty())
-        utils::logger(u"till"_s)->info(found);
+    m_found = recover();
+    if (!m_found.isEmpty())
+        utils::logger(u"till"_s)->info(m_found);
 }
 
 Till::~Till()
@@ -117,8 +117,8 @@ QString Till::restart()
 {
     shutDown();
     startUp();
-    const QString found = recover();
-    return found.isEmpty() ? u"Открытого чека нет"_s : found;
+    m_found = recover();
+    return m_found.isEmpty() ? u"Открытого чека нет"_s : m_found;
 }
 
 MessageQueue& Till::queue()

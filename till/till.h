@@ -49,6 +49,9 @@ public:
 
     /// Makes it the current receipt, for the session and for the plug-in, and saves it.
     void open(const QSharedPointer<Document>& receipt);
+    /// Puts it, with its positions changed, in the place of the current receipt of the same number, and saves
+    /// it.
+    void change(const QSharedPointer<Document>& receipt);
     /// Saves the current receipt after a change.
     void save() const;
     /// Spends the points on the current receipt, on which none are spent yet, and makes them a discount. The
@@ -76,6 +79,9 @@ public:
     bool close();
     /// Rolls the current receipt back and leaves no receipt open. False when the plug-in refused.
     bool abandon();
+
+    /// What the start or the last restart found to be finished or gone on with, in Russian; empty: nothing.
+    [[nodiscard]] const QString& found() const { return m_found; }
 
     /// The current receipt, or null.
     [[nodiscard]] QSharedPointer<Document> receipt() const { return m_receipt; }
@@ -127,6 +133,7 @@ private:
     std::unique_ptr<RequestGuard> m_guard;
     std::unique_ptr<MessageQueue> m_queue;
     QSharedPointer<Document> m_receipt;
+    QString m_found;
     int m_opened = 0;
     int m_delivered = 0;
     QStringList m_closed;

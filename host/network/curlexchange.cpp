@@ -1,5 +1,6 @@
 #include "host/network/curlexchange.h"
 
+#include "host/network/idlework.h"
 #include "host/network/truststore.h"
 
 #include <curl/curl.h>
@@ -136,7 +137,13 @@ public:
             m_setUp = curl_easy_setopt(m_handle.get(), option, value);
     }
 
-    CURLcode perform() { return m_setUp == CURLE_OK ? curl_easy_perform(m_handle.get()) : m_setUp; }
+    CURLcode perform()
+    {
+        if (m_setUp != CURLE_OK)
+            return m_setUp;
+        const IdleWork* idle = IdleWork::current();
+        return idle ? performBeside(*idle) : curl_easy_perform(m_handle.get());
+    }
 
     [[nodiscard]] int status() const
     {
@@ -146,6 +153,8 @@ public:
     }
 
 private:
+    CURLcode performBeside(const IdleWork& idle);
+
     struct CleanUp
     {
         void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
@@ -153,6 +162,65 @@ private:
     std::unique_ptr<CURL, CleanUp> m_handle{curl_easy_init()};
     CURLcode m_setUp = CURLE_OK;
 };
+
+/// The exchange of one handle, a step at a time.
+class Stepwise
+{
+public:
+    explicit Stepwise(CURL* handle)
+        : m_handle(handle)
+    {
+        Q_CHECK_PTR(m_multi);
+        m_failure = curl_multi_add_handle(m_multi, m_handle);
+    }
+    ~Stepwise()
+    {
+        curl_multi_remove_handle(m_multi, m_handle);
+        curl_multi_cleanup(m_multi);
+    }
+    Stepwise(const Stepwise&) = delete;
+    Stepwise& operator=(const Stepwise&) = delete;
+
+    /// Does what can be done at once; the outcome when that was the last.
+    std::optional<CURLcode> step()
+    {
+        int running = 0;
+        if (m_failure == CURLM_OK)
+            m_failure = curl_multi_perform(m_multi, &running);
+        if (m_failure != CURLM_OK)
+            return CURLE_OUT_OF_MEMORY; // of this interface's failures the only one that is not our mistake
+        int left = 0;
+        while (const CURLMsg* message = curl_multi_info_read(m_multi, &left)) {
+            if (message->msg == CURLMSG_DONE)
+                return message->data.result;
+        }
+        return std::nullopt;
+    }
+
+    /// Until there is something to do, but no longer than that.
+    void wait(int milliseconds)
+    {
+        if (m_failure == CURLM_OK)
+            m_failure = curl_multi_poll(m_multi, nullptr, 0, milliseconds, nullptr);
+    }
+
+private:
+    CURLM* m_multi = curl_multi_init();
+    CURL* m_handle;
+    CURLMcode m_failure = CURLM_OK;
+};
+
+CURLcode Handle::performBeside(const IdleWork& idle)
+{
+    constexpr int slice = 8; // milliseconds: half of what a screen shows a picture for
+    Stepwise exchange(m_handle.get());
+    std::optional<CURLcode> outcome;
+    while (!(outcome = exchange.step())) {
+        exchange.wait(slice);
+        idle();
+    }
+    return *outcome;
+}
 
 ErrorCode failureOf(CURLcode code, const Received& received)
 {

@@ -8,6 +8,7 @@
 #include <thread>
 
 using namespace Qt::StringLiterals;
+using standtest::Check;
 using standtest::json;
 using standtest::refusalText;
 using standtest::Reply;
@@ -16,6 +17,13 @@ using standtest::Shop;
 namespace {
 
 constexpr int wholeBalance = 30000;
+
+Check numbered(const QString& number)
+{
+    Check check;
+    check.number = number;
+    return check;
+}
 
 /// Runs both at once; their answers.
 template <typename One, typename Other>
@@ -65,7 +73,9 @@ private:
     void wantTheSamePoints()
     {
         const auto spend = [this](const QString& till) {
-            return m_shop.forcePayment({.number = m_number + till, .items = {{1, 1000}}}, u"300.00"_s);
+            auto check = numbered(m_number + till);
+            check.items = {{1, 1000}};
+            return m_shop.forcePayment(check, u"300.00"_s);
         };
         const auto [one, other] = race([&] { return spend(u"a"_s); }, [&] { return spend(u"b"_s); });
         const bool oneWon = one.status == 200;
@@ -76,7 +86,7 @@ private:
 
     void sendTheSameRequest()
     {
-        const auto spend = [this] { return m_shop.forcePayment({.number = m_number}, u"7.00"_s); };
+        const auto spend = [this] { return m_shop.forcePayment(numbered(m_number), u"7.00"_s); };
         const auto [one, other] = race(spend, spend);
         EXPECT_EQ(one.status, 200);
         EXPECT_EQ(one.body, other.body);
@@ -85,7 +95,7 @@ private:
 
     void confirmTheSameCode()
     {
-        const auto id = m_shop.payment({.number = m_number}, u"7.00"_s).data().value(u"approve_id").toInt();
+        const auto id = m_shop.payment(numbered(m_number), u"7.00"_s).data().value(u"approve_id").toInt();
         const auto confirm = [this, id] { return m_shop.confirm(id, u"1234"_s); };
         const auto [one, other] = race(confirm, confirm);
         EXPECT_EQ(one.status, 200);
@@ -96,7 +106,7 @@ private:
     void spendAndCancel()
     {
         const auto [spent, canceled] =
-            race([this] { return m_shop.forcePayment({.number = m_number}, u"7.00"_s); },
+            race([this] { return m_shop.forcePayment(numbered(m_number), u"7.00"_s); },
                  [this] { return m_shop.cancel(m_number); });
         EXPECT_EQ(canceled.status, 200);
         if (spent.status == 200)
@@ -107,9 +117,9 @@ private:
 
     void returnTheSameSale()
     {
-        EXPECT_EQ(m_shop.earn({.number = m_number}).data().value(u"paymentBonus"), 5);
+        EXPECT_EQ(m_shop.earn(numbered(m_number)).data().value(u"paymentBonus"), 5);
         const auto refuse = [this](const QString& till) {
-            return m_shop.refuse({.number = m_number + till}, m_number);
+            return m_shop.refuse(numbered(m_number + till), m_number);
         };
         const auto [one, other] = race([&] { return refuse(u"a"_s); }, [&] { return refuse(u"b"_s); });
         EXPECT_EQ(one.data().value(u"refused_bonus").toDouble() +
