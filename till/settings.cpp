@@ -189,6 +189,18 @@ QString authorizationOf(const Config& config)
     return u"Basic "_s + QString::fromLatin1(credentials.toUtf8().toBase64());
 }
 
+std::function<QString(const QUrl&)> currentAuthorization(const Config& config)
+{
+    const QUrl service(serverUrlOf(config));
+    if (service.isEmpty() || config.getString(userKey, {}).isEmpty())
+        return {};
+    return [service, header = authorizationOf(config)](const QUrl& url) {
+        const bool same = url.scheme() == service.scheme() && url.host() == service.host() &&
+                          url.port() == service.port() && url.path().startsWith(service.path());
+        return same ? header : QString();
+    };
+}
+
 void setServerUrl(Config& config, const QString& url) { config.set(serverUrlKey, url); }
 
 std::optional<Ratio> ratioOf(const Config& config)

@@ -4,6 +4,7 @@
 #include "host/network/restclient.h"
 #include "till/booking.h"
 #include "till/hostobjects.h"
+#include "till/queuewarnings.h"
 #include "till/reconciliation.h"
 #include "till/till.h"
 #include "till/usageerror.h"
@@ -78,6 +79,9 @@ Summary summaryOf(Till& till)
     summary.waiting = till.queue().waitingCount();
     summary.parked = till.queue().parkedCount();
     summary.queued = summary.delivered + summary.waiting + summary.parked;
+
+    for (const QueueWarning& warning : queueWarnings(till.queue(), hostObject<Config>()))
+        summary.alarms.append(warning.russian);
 
     QVariantMap page;
     if (till.ownsService()) {

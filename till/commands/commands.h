@@ -14,6 +14,7 @@ Command queueDeliverCommand();
 Command receiptsListCommand();
 Command receiptsShowCommand();
 Command reconcileCommand();
+Command deliverCommand();
 Command doctorCommand();
 Command supportBundleCommand();
 

@@ -35,7 +35,7 @@ QList<Finding> examine(const Options& options);
 QList<Finding> examineConfiguration(Options& options, Config& config);
 /// "name", "connection", "tls", "service", "credentials" and "clock".
 QList<Finding> examineService(const Config& config);
-/// "data", "files", "disk" and "receipt".
+/// "data", "files" and "disk" of the process's data directory.
 QList<Finding> examineDirectory(const QString& path);
 /// "queue".
 QList<Finding> examineQueue(const Config& config, const QString& path);

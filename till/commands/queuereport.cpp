@@ -27,6 +27,7 @@ QJsonObject messageJson(const QueuedMessage& message)
             {u"text"_s, utils::maskNumbers(message.text)},
             {u"enqueued"_s, timeText(message.enqueued)},
             {u"state"_s, stateText(message)},
+            {u"due"_s, message.state == QueuedMessage::State::Waiting ? timeText(message.due) : QString()},
             {u"attempts"_s, message.attempts},
             {u"lastError"_s, utils::maskNumbers(message.lastError)},
             {u"damaged"_s, message.damaged}};

@@ -7,6 +7,7 @@
 #include "till/commands/queuereport.h"
 #include "till/hostobjects.h"
 #include "till/reconciliation.h"
+#include "till/unknownspending.h"
 
 #include <QJsonArray>
 
@@ -25,24 +26,22 @@ QString stateOf(const ReceiptReport& report, bool closed)
                                                                                   : u"unknown"_s;
 }
 
-/// Whether the last word on a spending is that its answer was lost.
-bool isOutcomeUnknown(const ReceiptReport& report)
-{
-    return report.state == u"open"_s && !report.timeline.isEmpty() &&
-           report.timeline.last().event == u"unknown"_s;
-}
-
 QString nextOf(const ReceiptReport& report)
 {
     for (const QueuedMessage& message : report.pending) {
         if (message.state == QueuedMessage::State::Parked)
             return u"parked: message %1 needs till queue retry or till queue drop"_s.arg(message.id);
     }
-    if (!report.pending.isEmpty())
-        return u"waiting: %1 to be sent, message %2 first"_s.arg(report.pending.size())
-            .arg(report.pending.first().id);
-    if (isOutcomeUnknown(report))
-        return u"outcome unknown: the answer to the spending was lost; ask again with the same amount, or roll back"_s;
+    if (!report.pending.isEmpty()) {
+        const QueuedMessage& first = report.pending.first();
+        return first.attempts == 0 ? u"waiting: message %1 is to be sent"_s.arg(first.id)
+                                   : u"waiting: next attempt of message %1 at %2"_s.arg(
+                                         QString::number(first.id), timeText(first.due));
+    }
+    const auto unknown = report.document ? unknownSpendingOf(*report.document) : std::nullopt;
+    if (unknown && report.state == u"open"_s)
+        return u"outcome unknown: the answer to spending %1 points was lost at %2; ask again for as many, or roll back"_s
+            .arg(QString::number(unknown->points, 'f', 2), timeText(unknown->since));
     return report.state == u"open"_s ? u"the cashier goes on with it"_s : u"nothing is left to do"_s;
 }
 
@@ -68,7 +67,7 @@ QJsonObject entryJson(const utils::JournalEntry& entry)
 {
     return {{u"time"_s, timeText(entry.time)},
             {u"event"_s, entry.event},
-            {u"operation"_s, entry.operation},
+            {u"operation"_s, utils::maskNumbers(entry.operation)}, // some paths end with a card
             {u"message"_s, entry.message == 0 ? QJsonValue() : QJsonValue(entry.message)},
             {u"code"_s, entry.code},
             {u"detail"_s, utils::maskNumbers(entry.detail)},
@@ -121,7 +120,7 @@ QList<QueuedMessage> ReceiptReports::pendingOf(const ReceiptReport& report) cons
     std::sort(ordered.begin(), ordered.end());
     QList<QueuedMessage> pending;
     for (const qint64 id : ordered) {
-        if (const auto message = messageOf(m_queue, id))
+        if (const auto message = m_queue.find(id))
             pending.append(*message);
     }
     return pending;
@@ -174,7 +173,7 @@ QStringList timelineCells(const utils::JournalEntry& entry)
         outcome += entry.code == 0 ? u"ok "_s : u"code %1 "_s.arg(entry.code);
     if (entry.milliseconds > 0)
         outcome += u"in %1 ms "_s.arg(entry.milliseconds);
-    return {timeText(entry.time), entry.event, entry.operation,
+    return {timeText(entry.time), entry.event, utils::maskNumbers(entry.operation),
             (outcome + utils::maskNumbers(entry.detail)).simplified()};
 }
 

@@ -1,6 +1,9 @@
+#include "host/core/document.h"
+#include "host/core/storage.h"
 #include "host/utils/datadirectory.h"
 #include "host/utils/journal.h"
 #include "tests/journey/till/tillprocess.h"
+#include "till/unknownspending.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -100,12 +103,14 @@ TEST_F(TillReceipts, TellsTheTimelineInItsOrder)
 TEST_F(TillReceipts, TellsThatASpendingsOutcomeIsUnknown)
 {
     play(sale);
-    note({.time = {},
-          .receipt = u"R-1"_s,
-          .event = u"unknown"_s,
-          .operation = u"force-payment-c2b"_s,
-          .detail = {}});
-    EXPECT_THAT(shown(u"R-1"_s)[u"next"_s].toString().toStdString(), HasSubstr("outcome unknown: "));
+    utils::setDataDirectory(directory);
+    const auto open = SaveToFileLogic::loadOpenReceipt();
+    till::setUnknownSpending(
+        *open, till::UnknownSpending{.points = 40, .wanted = 40, .since = QDateTime::currentDateTime()});
+    SaveToFileLogic().save(open, {});
+    utils::setDataDirectory({});
+    EXPECT_THAT(shown(u"R-1"_s)[u"next"_s].toString().toStdString(),
+                HasSubstr("outcome unknown: the answer to spending 40.00 points was lost at 20"));
 }
 
 TEST_F(TillReceipts, ListsTheLatestFirst)
