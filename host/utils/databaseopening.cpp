@@ -7,7 +7,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSqlError>
-#include <QUrl>
 
 #include <algorithm>
 #include <atomic>
@@ -76,10 +75,7 @@ void Database::open(const Format& format)
 void Database::connect(const QString& options)
 {
     m_database = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_connection);
-    const bool immutable = options.contains(u"URI"_s);
-    m_database.setDatabaseName(immutable ? QString::fromLatin1(QUrl::fromLocalFile(m_path).toEncoded()) +
-                                               u"?immutable=1"_s
-                                         : m_path);
+    m_database.setDatabaseName(m_path);
     const QString wait = QString::fromLatin1(waitForLocks);
     m_database.setConnectOptions(options.isEmpty() ? wait : wait + u';' + options);
     if (!m_database.open())
@@ -97,11 +93,7 @@ int Database::examine(int applicationId, int version)
 {
     // A reader makes companions, and whoever may write folds the log into the file on closing it; so whether
     // the file has to be left alone is first found out without either.
-    connect(u"QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI"_s);
-    const int inFile = number(u"PRAGMA user_version"_s);
-    const int id = number(u"PRAGMA application_id"_s);
-    const int pageSize = number(u"PRAGMA page_size"_s);
-    disconnect();
+    const auto [inFile, id, pageSize] = headOf(m_path);
     const int newest = std::max(inFile, versionInLog(m_path, applicationId));
     if ((inFile == 0 || id == applicationId) && newest > version)
         throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(newest).arg(version));
