@@ -1,3 +1,5 @@
+#include "host/utils/datadirectory.h"
+#include "host/utils/journal.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/stand/standprocess.h"
 #include "tests/support/lossyproxy.h"
@@ -219,6 +221,23 @@ TEST_F(LossyTill, AReceiptThatKnowsNoNumbersIsRolledBackWithoutTheService)
     begin();
     EXPECT_TRUE(play(rollback).value(u"ok"_s).toBool());
     EXPECT_EQ(m_proxy.passed("/cancel-payment"), 0);
+}
+
+TEST_F(LossyTill, TheJournalTellsWhatWasAskedForTheReceipt)
+{
+    begin();
+    m_proxy.loseAnswer(force);
+    for (const QByteArray& step : {spend, spend, pay})
+        play(step);
+    utils::setDataDirectory(m_files.path(u"data"_s));
+    QStringList told;
+    for (const utils::JournalEntry& entry : utils::Journal().of(u"R-1"_s))
+        told.append(QStringList{entry.event, entry.operation}.join(u' ').trimmed());
+    const QStringList spending{u"request pre-payment"_s, u"answer pre-payment"_s,
+                               u"request force-payment-c2b"_s, u"answer force-payment-c2b"_s};
+    EXPECT_EQ(told, QStringList{u"opened"_s} + spending + QStringList{u"unknown"_s} + spending +
+                        QStringList({u"request payment-b2c"_s, u"answer payment-b2c"_s, u"closed"_s}));
+    utils::setDataDirectory({});
 }
 
 TEST_F(LossyTill, ASecondTillOnTheSameDataIsRefused)
