@@ -30,7 +30,8 @@ enum class FaultKind {
     Status
 };
 
-/// Whether a fault comes before the operation takes effect, which it then never does, or after it.
+/// Whether a fault comes before the operation takes effect, which it then never does (but for a late one), or
+/// after it.
 enum class When { Before, After };
 
 /// A fault that is described wrongly; the text says what, where and what is right.
