@@ -1,3 +1,4 @@
+#include "host/core/datacheck.h"
 #include "host/network/deliveryworker.h"
 #include "host/network/messagequeue.h"
 #include "host/utils/datadirectory.h"
@@ -83,7 +84,9 @@ int run(const Invocation& invocation)
     const StopSignals signals;
     Tool tool(invocation);
     utils::setDataDirectory(dataDirectoryOf(tool.options));
-    static_cast<void>(MessageQueue().waitingCount()); // what makes delivery impossible is said at once
+    // What makes delivery impossible is said at once.
+    for (const utils::DataFinding& finding : openDataDirectory())
+        tool.console.line(finding.text.ru(), Console::Colour::Yellow);
     Account account(tool.console);
     {
         DeliveryWorker worker(

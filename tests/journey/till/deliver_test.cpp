@@ -3,9 +3,8 @@
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/httpserver.h"
 
-#include <QDeadlineTimer>
+#include <QDir>
 #include <QJsonDocument>
-#include <QThread>
 
 #include <gmock/gmock.h>
 
@@ -200,6 +199,19 @@ TEST_F(TillDeliver, StandsByWhileAnotherDelivers)
     EXPECT_TRUE(hears("delivering\n")) << "it takes over";
     second.kill();
     second.waitForFinished(patienceMs);
+}
+
+TEST_F(TillDeliver, SetsADamagedFileAsideAndGoesOnWithANewOne)
+{
+    utils::setDataDirectory({});
+    static_cast<void>(files.write(u"data/till.sqlite"_s, "no database at all"));
+    startProgram();
+    ASSERT_TRUE(says("till.sqlite"));
+    ASSERT_TRUE(says("delivering\n"));
+    EXPECT_EQ(stopProgram(), 0);
+    EXPECT_EQ(QDir(directory).entryList({u"till.sqlite.damaged-*"_s}).size(), 1);
+    EXPECT_THAT(run({u"doctor"_s, u"--data-dir"_s, directory}).out.toStdString(),
+                HasSubstr("warning files         damaged and set aside: till.sqlite.damaged-"));
 }
 
 TEST_F(TillDeliver, SaysAtOnceThatTheDataDirectoryCannotBeUsed)

@@ -54,7 +54,7 @@ TEST(TillScenario, UnknownStepsAndMembersAreNamedWithWhatIsMeant)
         ElementsAre("2: unknown member \"nmae\"; did you mean \"name\"?",
                     "4: unknown step \"openSael\"; did you mean \"openSale\"?",
                     StartsWith("6: identifyByCard: unknown member \"pin\"; known are card"),
-                    StartsWith("7: unknown step \"brew\"; known are openSale, openReturn, identifyByCard")));
+                    StartsWith("7: unknown step \"brew\"; known are openSale, openReturn, setPositions, identifyByCard")));
 }
 
 TEST(TillScenario, MistypedAndMissingMembersAreNamed)
