@@ -73,7 +73,7 @@ QString passwordIn(const QString& fileName)
         throw complain(u"may be read by others than its owner; mend it with: chmod 600 "_s + fileName);
     constexpr qint64 longest = 1024;
     const QByteArray line = file.readLine(longest + 2);
-    const QString password = QString::fromUtf8(line.endsWith('\n') ? line.chopped(1) : line);
+    QString password = QString::fromUtf8(line.endsWith('\n') ? line.chopped(1) : line);
     if (password.isEmpty() || line.size() > longest)
         throw complain(u"must hold the password in its first line"_s);
     return password;
