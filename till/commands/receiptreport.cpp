@@ -67,7 +67,7 @@ QJsonObject entryJson(const utils::JournalEntry& entry)
 {
     return {{u"time"_s, timeText(entry.time)},
             {u"event"_s, entry.event},
-            {u"operation"_s, utils::maskNumbers(entry.operation)}, // some paths end with a card
+            {u"operation"_s, entry.operation},
             {u"message"_s, entry.message == 0 ? QJsonValue() : QJsonValue(entry.message)},
             {u"code"_s, entry.code},
             {u"detail"_s, utils::maskNumbers(entry.detail)},
@@ -173,7 +173,7 @@ QStringList timelineCells(const utils::JournalEntry& entry)
         outcome += entry.code == 0 ? u"ok "_s : u"code %1 "_s.arg(entry.code);
     if (entry.milliseconds > 0)
         outcome += u"in %1 ms "_s.arg(entry.milliseconds);
-    return {timeText(entry.time), entry.event, utils::maskNumbers(entry.operation),
+    return {timeText(entry.time), entry.event, entry.operation,
             (outcome + utils::maskNumbers(entry.detail)).simplified()};
 }
 

@@ -1,8 +1,10 @@
 #include "host/core/document.h"
 #include "host/core/storage.h"
 #include "host/utils/datadirectory.h"
+#include "host/utils/storedform.h"
 #include "tests/journey/till/kepttill.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QJsonArray>
 
@@ -55,6 +57,46 @@ TEST(TillRecovery, WhatWasBeingPaidCanOnlyBePaid)
         EXPECT_EQ(lines.value(step).value(u"error"_s).toString(),
                   u"Чек R-1 уже оплачивается: завершите оплату шагом pay"_s);
     EXPECT_TRUE(lines.value(2).value(u"ok"_s).toBool());
+}
+
+TEST(TillRecovery, ADamagedReceiptIsSetAsideAndSaidAndTheTillGoesOn)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    end(shell);
+    QByteArray content = till.openReceiptContent();
+    content[content.size() / 2] = static_cast<char>(~content[content.size() / 2]);
+    till.putOpenReceiptBack(content);
+
+    const Ran ran = till.runSteps(sale);
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_TRUE(linesOf(ran).value(0).value(u"ok"_s).toBool()) << "the number is free again";
+    const QStringList kept = QDir(till.directory()).entryList({u"open-receipt.damaged-*"_s});
+    ASSERT_EQ(kept.size(), 1);
+    QFile damaged(till.directory() + u'/' + kept.first());
+    ASSERT_TRUE(damaged.open(QIODevice::ReadOnly));
+    EXPECT_EQ(damaged.readAll(), content) << "nothing of it is changed";
+    EXPECT_THAT(ran.err.toStdString(), testing::HasSubstr(kept.first().toStdString()))
+        << "it is said where it lies";
+}
+
+TEST(TillRecovery, AReceiptOfALaterVersionIsRefusedAndLeftAsItIs)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    end(shell);
+    const utils::Seal later{0x4B595264, 99};
+    till.putOpenReceiptBack(utils::sealed(later, "whatever it will be"));
+    const QByteArray content = till.openReceiptContent();
+
+    const Ran ran = till.runSteps(sale);
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(), testing::HasSubstr("open-receipt"));
+    EXPECT_EQ(till.openReceiptContent(), content);
 }
 
 TEST(TillRecovery, TakesLessThanTwoSecondsWithALargeReceipt)
