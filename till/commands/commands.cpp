@@ -7,7 +7,8 @@ namespace till {
 const QList<Command>& commands()
 {
     static const QList<Command> table{
-        runCommand(),          shellCommand(),      queueListCommand(),
+        runCommand(),          shellCommand(),
+        windowCommand(),      queueListCommand(),
         queueShowCommand(),    queueRetryCommand(), queueDropCommand(),
         queueDeliverCommand(), doctorCommand(),     supportBundleCommand(),
     };
