@@ -71,22 +71,22 @@ QWidget* CustomerPanel::search()
     auto* layout = new QVBoxLayout(area);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);
-    m_entry->setPlaceholderText(u"Карта или телефон  F3"_s);
+    m_entry->setPlaceholderText(u"Покупатель F3"_s);
     m_entry->setAccessibleName(u"Карта или телефон покупателя"_s);
     m_entry->setAccessibleDescription(u"Клавиша F3; Enter ищет покупателя"_s);
     m_entry->setObjectName(u"customer"_s);
     take(this, Qt::Key_F3, m_entry);
-    layout->addWidget(m_entry);
     auto* row = new QHBoxLayout;
-    row->setSpacing(8);
+    row->setSpacing(6);
+    row->addWidget(m_entry, 1);
     const auto add = [&](const QString& text, Desk::Means means) {
         auto* made = button(text, {}, u"small"_s);
         connect(made, &QPushButton::clicked, this, [this, means] { find(means); });
-        row->addWidget(made, 1);
+        row->addWidget(made);
         m_finders.append(made);
     };
-    add(u"Это карта"_s, Desk::Means::Card);
-    add(u"Это телефон"_s, Desk::Means::Phone);
+    add(u"Карта"_s, Desk::Means::Card);
+    add(u"Тел."_s, Desk::Means::Phone);
     layout->addLayout(row);
     layout->addWidget(m_hint);
     connect(m_entry, &QLineEdit::returnPressed, this, [this] { find(Desk::Means::Guess); });
@@ -184,7 +184,7 @@ void CustomerPanel::showHint()
 {
     const QString text = m_entry->text().trimmed();
     if (text.isEmpty())
-        m_hint->setText(u"Enter ищет покупателя"_s);
+        m_hint->setText(u"Номер карты или телефон, затем Enter"_s);
     else
         m_hint->setText(Desk::meansOf(text) == Desk::Means::Phone ? u"Enter: поиск по телефону"_s
                                                                   : u"Enter: поиск по карте"_s);

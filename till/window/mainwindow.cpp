@@ -95,7 +95,7 @@ QWidget* MainWindow::header()
     bar->setObjectName(u"header"_s);
     bar->setAttribute(Qt::WA_StyledBackground);
     auto* layout = new QHBoxLayout(bar);
-    layout->setContentsMargins(16, 6, 12, 6);
+    layout->setContentsMargins(16, 4, 12, 4);
     layout->addWidget(m_title, 1);
     m_codes->setFocusPolicy(Qt::NoFocus);
     m_codes->setVisible(m_desk.till().ownsService());

@@ -35,8 +35,8 @@ QString ruleText(const TextRule& rule)
 {
     const QString border =
         rule.edge.isValid() ? u" border: 1px solid %1;"_s.arg(rule.edge.name()) : QString();
-    return u"%1 { color: %2; background: %3;%4 }\n"_s.arg(rule.selector, rule.text.name(), rule.ground.name(),
-                                                          border);
+    const QString letters = rule.fromPalette ? QString() : u"color: %1; "_s.arg(rule.text.name());
+    return u"%1 { %2background: %3;%4 }\n"_s.arg(rule.selector, letters, rule.ground.name(), border);
 }
 
 /// Everything but colours; $ stands before a length that grows with the letters.
@@ -45,7 +45,7 @@ const QString shapes = uR"(
 QLabel, QPushButton { background: transparent; }
 QFrame[panel="true"] { border-radius: 8px; }
 QPushButton { border-radius: 6px; padding: 2px 8px; min-height: 40px; }
-QPushButton[role="primary"] { font-size: $19px; font-weight: bold; min-height: 58px; }
+QPushButton[role="primary"] { font-size: $19px; font-weight: bold; min-height: 54px; }
 QPushButton[role="tab"] { padding: 2px 4px; font-size: $13px; }
 QPushButton[role="goods"] { font-size: $13px; padding: 2px 4px; min-height: 46px; }
 QPushButton[role="small"] { font-size: $13px; padding: 2px 4px; }
@@ -91,7 +91,8 @@ const QList<TextRule>& textRules()
         {u"QFrame[panel=\"true\"] QLabel"_s, ink, paper, none},
         {u"QFrame[panel=\"true\"] QLabel[role=\"small\"]"_s, quiet, paper, none},
         {u"QLabel[role=\"hint\"]"_s, quiet, ground, none},
-        {u"QWidget#header QLabel"_s, paper, ink, none},
+        {u"QFrame#header"_s, paper, ink, none},
+        {u"QFrame#header QLabel"_s, paper, ink, none},
         {u"QLabel[role=\"status\"]"_s, ink, paper, none},
         {u"QLabel[role=\"status\"][state=\"warning\"]"_s, warning, warningPale, none},
         {u"QLabel[role=\"status\"][state=\"bad\"]"_s, bad, badPale, none},
@@ -110,13 +111,15 @@ const QList<TextRule>& textRules()
         {u"QPushButton[role=\"tab\"]:checked"_s, paper, accentDeep, accentDeep},
         {u"QPushButton:disabled"_s, off, offGround, edge},
         {u"QPushButton[role=\"primary\"]:disabled"_s, off, offGround, edge},
-        {u"QLineEdit"_s, ink, paper, strongEdge},
-        {u"QLineEdit:focus"_s, ink, paper, accent},
-        {u"QLineEdit:disabled"_s, off, offGround, edge},
+        {u"QLineEdit"_s, quiet, paper, strongEdge, true},
+        {u"QLineEdit:focus"_s, quiet, paper, accent, true},
+        {u"QLineEdit:disabled"_s, off, offGround, edge, true},
         {u"QTableWidget"_s, ink, paper, edge},
+        {u"QTableWidget::item"_s, ink, paper, none},
         {u"QTableWidget::item:selected"_s, ink, accentPale, none},
         {u"QHeaderView::section"_s, quiet, ground, none},
         {u"QListWidget"_s, ink, paper, edge},
+        {u"QListWidget::item"_s, ink, paper, none},
         {u"QListWidget::item:selected"_s, ink, accentPale, none},
         {u"QFrame#waiting QLabel"_s, paper, ink, none},
         {u"QFrame#waiting"_s, paper, ink, none},
@@ -134,7 +137,10 @@ void applyStyle(QApplication& application, int percent)
     font.setPixelSize(scaled(15));
     QApplication::setFont(font);
     QPalette palette(ground);
+    palette.setColor(QPalette::Text, ink);
     palette.setColor(QPalette::PlaceholderText, quiet);
+    palette.setColor(QPalette::Disabled, QPalette::Text, off);
+    palette.setColor(QPalette::Disabled, QPalette::PlaceholderText, off);
     palette.setColor(QPalette::Highlight, accent);
     palette.setColor(QPalette::HighlightedText, paper);
     QApplication::setPalette(palette);

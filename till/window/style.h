@@ -15,7 +15,9 @@ struct TextRule
     QString selector; ///< in the style sheet's language
     QColor text;
     QColor ground;
-    QColor edge; ///< of the border; invalid: none
+    QColor edge;              ///< of the border; invalid: none
+    bool fromPalette = false; ///< the palette says how the letters are coloured: a sheet would pale what
+                              ///< stands in an empty field
 };
 
 const QList<TextRule>& textRules();

@@ -54,6 +54,7 @@ public:
 
     [[nodiscard]] till::Till& till() { return *m_till; }
     [[nodiscard]] till::window::Desk& desk() { return *m_desk; }
+    [[nodiscard]] till::window::WindowFrontend& frontend() { return *m_frontend; }
     [[nodiscard]] till::window::MainWindow& window() { return *m_window; }
     [[nodiscard]] PaintProbe& probe() { return *m_probe; }
     [[nodiscard]] QString directory() const { return m_directory; }

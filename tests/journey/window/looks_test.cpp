@@ -191,9 +191,6 @@ TEST(WindowDialogs, HeedTheOptionsOfTheRequest)
 TEST(WindowDialogs, AListThatMayNotBeClosedStays)
 {
     Cashier cashier;
-    till::window::Waiting waiting2;
-    till::window::WindowFrontend frontend(waiting2);
-    frontend.setParent(&cashier.window());
     ChoiceRequest request;
     request.title = tr::Tr(u"t"_s, u"Выбор"_s);
     request.items = tr::TrList(QList<QString>{u"первый"_s, u"второй"_s});
@@ -204,7 +201,7 @@ TEST(WindowDialogs, AListThatMayNotBeClosedStays)
         cashier.press(Qt::Key_Down);
         cashier.press(Qt::Key_Return);
     });
-    EXPECT_EQ(frontend.chooseFromList(request), 1);
+    EXPECT_EQ(cashier.frontend().chooseFromList(request), 1);
 }
 
 } // namespace windowtest
