@@ -33,7 +33,7 @@ ChoiceDialog::ChoiceDialog(const ChoiceRequest& request, QWidget* parent)
     layout->addWidget(m_list);
     auto* buttons = new QHBoxLayout;
     if (m_closable) {
-        auto* close = button(u"Не выбирать"_s, u"Esc"_s);
+        auto* close = button(u"Не выбирать"_s, u"Esc"_s, u"second"_s);
         connect(close, &QPushButton::clicked, this, &ChoiceDialog::reject);
         buttons->addWidget(close);
     }

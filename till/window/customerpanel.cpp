@@ -2,6 +2,7 @@
 
 #include "host/utils/masking.h"
 #include "till/screen.h"
+#include "till/window/style.h"
 #include "till/window/widgets.h"
 
 #include <QHBoxLayout>
@@ -53,11 +54,11 @@ CustomerPanel::CustomerPanel(Desk& desk)
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(8);
+    layout->setSpacing(isCompact() ? 6 : 8);
     auto* who = panel();
     auto* inner = new QVBoxLayout(who);
-    inner->setContentsMargins(12, 10, 12, 10);
-    inner->setSpacing(6);
+    inner->setContentsMargins(12, 8, 12, 8);
+    inner->setSpacing(isCompact() ? 2 : 6);
     inner->addWidget(search());
     inner->addWidget(customer());
     layout->addWidget(who);
@@ -89,6 +90,7 @@ QWidget* CustomerPanel::search()
     add(u"Тел."_s, Desk::Means::Phone);
     layout->addLayout(row);
     layout->addWidget(m_hint);
+    m_hint->setHidden(isCompact());
     connect(m_entry, &QLineEdit::returnPressed, this, [this] { find(Desk::Means::Guess); });
     connect(m_entry, &QLineEdit::textChanged, this, [this] { showHint(); });
     return area;
@@ -98,8 +100,8 @@ QWidget* CustomerPanel::customer()
 {
     auto* area = new QWidget;
     auto* layout = new QVBoxLayout(area);
-    layout->setContentsMargins(0, 4, 0, 0);
-    layout->setSpacing(2);
+    layout->setContentsMargins(0, isCompact() ? 0 : 4, 0, 0);
+    layout->setSpacing(isCompact() ? 0 : 2);
     m_name->setWordWrap(true);
     m_card->setWordWrap(true);
     layout->addWidget(m_name);
@@ -122,8 +124,8 @@ QWidget* CustomerPanel::points()
 {
     auto* area = panel();
     auto* layout = new QVBoxLayout(area);
-    layout->setContentsMargins(12, 10, 12, 10);
-    layout->setSpacing(6);
+    layout->setContentsMargins(12, isCompact() ? 6 : 10, 12, isCompact() ? 6 : 10);
+    layout->setSpacing(isCompact() ? 2 : 6);
     layout->addWidget(m_limit);
     m_limit->setWordWrap(true);
     auto* row = new QHBoxLayout;
@@ -220,7 +222,7 @@ void CustomerPanel::showPoints()
     m_spend->setEnabled(allowed);
     if (spent) {
         m_limit->setText(u"Скидка баллами: "_s + money(m_desk.spentPoints()));
-        m_reason->setText(u"Баллы уже списаны, чек больше не меняется"_s);
+        m_reason->setText(u"Баллы списаны: чек не меняется"_s);
     } else if (!card) {
         m_limit->setText(u"Списание баллов"_s);
         m_reason->setText(u"Сначала найдите покупателя"_s);

@@ -121,7 +121,7 @@ QString Desk::limitReason(double points) const
         return u"На карте нет баллов"_s;
     if (utils::toHundredths(points) == utils::toHundredths(card->getBonusBalance().toDouble()))
         return u"Больше нет на карте"_s;
-    return u"Больше не разрешает служба для этого чека"_s;
+    return u"Больше служба не разрешает"_s;
 }
 
 bool Desk::spend(double points)

@@ -41,7 +41,7 @@ bool WindowFrontend::confirm(const QString& title, const QString& text, const QS
     words->setMinimumWidth(420);
     layout->addWidget(words);
     auto* buttons = new QHBoxLayout;
-    auto* refuse = button(no, u"Esc"_s);
+    auto* refuse = button(no, u"Esc"_s, u"second"_s);
     auto* agree = button(yes, u"Enter"_s, u"primary"_s);
     buttons->addWidget(refuse);
     buttons->addWidget(agree);

@@ -36,7 +36,7 @@ InputDialog::InputDialog(const TextInputRequest& request, QWidget* parent, const
         layout->addWidget(digitPad());
     auto* buttons = new QHBoxLayout;
     if (request.cancelAllowed) {
-        auto* cancel = button(request.cancelCaption.ru(), u"Esc"_s);
+        auto* cancel = button(request.cancelCaption.ru(), u"Esc"_s, u"second"_s);
         connect(cancel, &QPushButton::clicked, this, &InputDialog::reject);
         buttons->addWidget(cancel);
     }

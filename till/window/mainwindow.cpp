@@ -47,8 +47,8 @@ MainWindow::MainWindow(Desk& desk, Waiting& waiting, WindowFrontend& frontend)
     layout->setSpacing(0);
     layout->addWidget(header());
     auto* body = new QVBoxLayout;
-    body->setContentsMargins(12, 8, 12, 8);
-    body->setSpacing(8);
+    body->setContentsMargins(12, 8, 12, isCompact() ? 4 : 8);
+    body->setSpacing(isCompact() ? 6 : 8);
     m_notice->setMinimumHeight(36);
     m_notice->setWordWrap(true);
     body->addWidget(m_notice);
@@ -96,13 +96,18 @@ QWidget* MainWindow::header()
     bar->setAttribute(Qt::WA_StyledBackground);
     auto* layout = new QHBoxLayout(bar);
     layout->setContentsMargins(16, 4, 12, 4);
+    bar->setMinimumHeight(54);
+    bar->setHidden(isCompact()); // the number of the receipt, and a page that also F11 opens
     layout->addWidget(m_title, 1);
     m_codes->setFocusPolicy(Qt::NoFocus);
     m_codes->setVisible(m_desk.till().ownsService());
     layout->addWidget(m_codes);
     connect(m_codes, &QPushButton::clicked, this, [this] { openCodes(); });
     auto* key = new QShortcut(Qt::Key_F11, this);
-    connect(key, &QShortcut::activated, m_codes, &QPushButton::click);
+    connect(key, &QShortcut::activated, this, [this] {
+        if (m_desk.till().ownsService())
+            openCodes();
+    });
     return bar;
 }
 
@@ -133,6 +138,7 @@ void MainWindow::refresh()
     else if (receipt)
         title = u"Чек "_s + receipt->getIdentifier();
     m_title->setText(title);
+    setWindowTitle(u"Касса — "_s + title);
     m_positions->refresh();
     m_side->refresh();
     m_totals->refresh();

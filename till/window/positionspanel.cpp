@@ -53,7 +53,7 @@ PositionsPanel::PositionsPanel(Desk& desk, WindowFrontend& frontend)
     , m_article(new QLineEdit)
 {
     m_table->setHorizontalHeaderLabels(
-        {u"Товар"_s, u"Цена"_s, u"Кол-во"_s, u"Скидка"_s, u"Баллами"_s, u"Сумма"_s});
+        {u"Товар"_s, u"Цена"_s, u"Кол-во"_s, u"Скидка"_s, u"Баллы"_s, u"Сумма"_s});
     m_table->setAccessibleName(u"Товары в чеке"_s);
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -67,6 +67,7 @@ PositionsPanel::PositionsPanel(Desk& desk, WindowFrontend& frontend)
     m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     m_table->horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
     m_table->horizontalHeader()->setHighlightSections(false);
+    m_table->setColumnHidden(Price, isCompact()); // it stands below the name then
     for (int column = 0; column < Columns; ++column)
         m_table->horizontalHeaderItem(column)->setTextAlignment(
             (column == Name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
@@ -129,6 +130,7 @@ QWidget* PositionsPanel::goodsGrid()
         key->setFocusPolicy(Qt::NoFocus); // for fingers; the keyboard has the article
         connect(key, &QPushButton::clicked, this, [this, &goods] { m_desk.addGoods(goods); });
         m_entries.append(key);
+        key->setHidden(isCompact() && place >= columns);
         grid->addWidget(key, place / columns, place % columns);
         ++place;
     }
@@ -187,6 +189,9 @@ void PositionsPanel::fillTable()
     for (const auto& item : items) {
         const double bonus = item->getBonusImpactSum();
         auto* name = cell(item->getName(false) + u"\nарт. "_s + item->getArticul(), false);
+        if (isCompact())
+            name->setText(item->getName(false) + u'\n' + item->getArticul() + u": "_s +
+                          screen::amount(item->getPrice()));
         name->setData(Qt::UserRole, item->getPosnum());
         m_table->setItem(row, Name, name);
         m_table->setItem(row, Price, cell(screen::amount(item->getPrice()), true));

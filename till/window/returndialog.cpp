@@ -52,8 +52,8 @@ ReturnDialog::ReturnDialog(Desk& desk, QWidget* parent)
     , m_list(new QListWidget)
     , m_table(new QTableWidget(0, Columns))
     , m_preview(label({}))
-    , m_less(button(u"− 1"_s, u"−"_s))
-    , m_more(button(u"+ 1"_s, u"+"_s))
+    , m_less(button(u"Меньше"_s, u"−"_s))
+    , m_more(button(u"Больше"_s, u"+"_s))
     , m_all(button(u"Вернуть всё"_s, u"F4"_s))
     , m_open(button(u"Открыть возврат"_s, u"F9"_s, u"primary"_s))
 {
@@ -76,6 +76,9 @@ ReturnDialog::ReturnDialog(Desk& desk, QWidget* parent)
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setShowGrid(false);
     m_table->setTabKeyNavigation(false);
+    for (int column = 0; column < Columns; ++column)
+        m_table->horizontalHeaderItem(column)->setTextAlignment(
+            (column == Name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
     m_table->verticalHeader()->hide();
     m_table->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     m_table->verticalHeader()->setMinimumSectionSize(leastTarget);
@@ -93,7 +96,7 @@ ReturnDialog::ReturnDialog(Desk& desk, QWidget* parent)
     m_preview->setMinimumHeight(scaled(46));
     layout->addWidget(m_preview);
     auto* buttons = new QHBoxLayout;
-    auto* close = button(u"Закрыть"_s, u"Esc"_s);
+    auto* close = button(u"Закрыть"_s, u"Esc"_s, u"second"_s);
     buttons->addWidget(close);
     buttons->addWidget(m_open, 1);
     layout->addLayout(buttons);

@@ -18,6 +18,7 @@ QListWidget* lines(const QString& name)
 {
     auto* list = new QListWidget;
     list->setAccessibleName(name);
+    list->setProperty("role", u"lines"_s);
     list->setWordWrap(true);
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list->setSelectionMode(QAbstractItemView::NoSelection);

@@ -43,10 +43,10 @@ QString operationText(const QString& operation)
         {u"card-info"_s, u"карта"_s},
         {u"user-info"_s, u"покупатель"_s},
         {u"pre-payment"_s, u"предел списания"_s},
+        {u"payment-b2c"_s, u"начисление"_s},
         {u"payment-c2b"_s, u"списание с кодом"_s},
         {u"confirm-payment-c2b"_s, u"код списания"_s},
         {u"force-payment-c2b"_s, u"списание"_s},
-        {u"earn-c2b"_s, u"начисление"_s},
     };
     return names.value(operation, operation);
 }
@@ -98,7 +98,13 @@ QStringList timelineOf(const QString& receipt)
 {
     QStringList lines;
     try {
-        for (const auto& entry : utils::Journal().of(receipt)) {
+        const auto entries = utils::Journal().of(receipt);
+        for (qsizetype i = 0; i < entries.size(); ++i) {
+            const auto& entry = entries[i];
+            const bool isAnswered =
+                entry.event == u"request"_s && i + 1 < entries.size() && entries[i + 1].event == u"answer"_s;
+            if (isAnswered)
+                continue; // the answer tells of both
             QString line = entry.time.toLocalTime().toString(u"HH:mm:ss  "_s) + eventText(entry.event);
             if (!entry.operation.isEmpty())
                 line += u": "_s + operationText(entry.operation);

@@ -48,11 +48,12 @@ QPushButton { border-radius: 6px; padding: 2px 8px; min-height: 40px; }
 QPushButton[role="primary"] { font-size: $19px; font-weight: bold; min-height: 54px; }
 QPushButton[role="tab"] { padding: 2px 4px; font-size: $13px; }
 QPushButton[role="goods"] { font-size: $13px; padding: 2px 4px; min-height: 46px; }
-QPushButton[role="small"] { font-size: $13px; padding: 2px 4px; }
+QPushButton[role="small"] { font-size: $13px; padding: 2px 4px; min-width: 40px; }
+QPushButton[role="second"] { min-height: 54px; }
 QPushButton[role="digit"] { font-size: $20px; min-height: 54px; min-width: 64px; }
 QLineEdit { border-radius: 6px; padding: 2px 8px; min-height: 40px; font-size: $17px; }
 QLabel[role="title"] { font-size: $20px; font-weight: bold; }
-QLabel[role="name"] { font-size: $18px; font-weight: bold; }
+QLabel[role="name"] { font-size: $17px; font-weight: bold; }
 QLabel[role="small"] { font-size: $13px; }
 QLabel[role="total"] { font-size: $28px; font-weight: bold; }
 QLabel[role="headline"] { font-size: $30px; font-weight: bold; }
@@ -60,9 +61,11 @@ QLabel[role="status"] { font-size: $14px; padding: 4px 12px; }
 QLabel[notice] { font-size: $15px; padding: 4px 12px; border-radius: 6px; }
 QTableWidget { border-radius: 8px; outline: 0; gridline-color: transparent; }
 QTableWidget::item { padding: 3px 6px; }
-QHeaderView::section { font-size: $13px; padding: 6px 6px; border: 0; }
+QHeaderView::section { font-size: $13px; padding: 6px 6px; border: 0; border-bottom: 1px solid #C3CBD4; }
 QListWidget { border-radius: 8px; outline: 0; }
 QListWidget::item { padding: 10px 8px; min-height: 28px; }
+QListWidget[role="lines"]::item { padding: 4px 8px; min-height: 20px; }
+QFrame#waiting { border-radius: 10px; }
 QScrollBar:vertical { width: 14px; background: transparent; }
 QScrollBar::handle:vertical { background: #A9B4BF; border-radius: 7px; min-height: 44px; }
 QScrollBar::add-line, QScrollBar::sub-line { height: 0; }
@@ -117,7 +120,7 @@ const QList<TextRule>& textRules()
         {u"QTableWidget"_s, ink, paper, edge},
         {u"QTableWidget::item"_s, ink, paper, none},
         {u"QTableWidget::item:selected"_s, ink, accentPale, none},
-        {u"QHeaderView::section"_s, quiet, ground, none},
+        {u"QHeaderView::section, QHeaderView"_s, quiet, paper, none},
         {u"QListWidget"_s, ink, paper, edge},
         {u"QListWidget::item"_s, ink, paper, none},
         {u"QListWidget::item:selected"_s, ink, accentPale, none},
@@ -126,6 +129,8 @@ const QList<TextRule>& textRules()
     };
     return rules;
 }
+
+bool isCompact() { return percentInForce > 115; }
 
 int scaled(int pixels) { return pixels * percentInForce / 100; }
 

@@ -30,6 +30,9 @@ inline constexpr int leastTarget = 44;
 /// Makes the application look as designed; letters are `percent` of their usual size, 100 to 150.
 void applyStyle(QApplication& application, int percent);
 
+/// Whether the letters are so large that what only helps gives way to what is needed.
+bool isCompact();
+
 /// A length of the usual size, in the pixels of the size in force.
 int scaled(int pixels);
 

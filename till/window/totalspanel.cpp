@@ -1,6 +1,7 @@
 #include "till/window/totalspanel.h"
 
 #include "till/screen.h"
+#include "till/window/style.h"
 #include "till/window/widgets.h"
 
 #include <QHBoxLayout>
@@ -50,6 +51,8 @@ TotalsPanel::TotalsPanel(Desk& desk, const Actions& actions)
     m_whole = addRow(*grid, 0, u"Сумма"_s);
     m_discount = addRow(*grid, 1, u"Скидки"_s);
     m_points = addRow(*grid, 2, u"Баллами"_s);
+    for (QWidget* part : {grid->itemAtPosition(1, 0)->widget(), grid->itemAtPosition(1, 1)->widget()})
+        part->setHidden(isCompact()); // the positions tell it
     m_total->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     grid->addWidget(m_totalName, 3, 0);
     grid->addWidget(m_total, 3, 1);

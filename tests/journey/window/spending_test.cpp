@@ -148,4 +148,56 @@ TEST(WindowSpending, TheMessageOfThePluginIsShownWhileItConfirmsTheCode)
     EXPECT_EQ(cashier.window().waitingText(), QString());
 }
 
+namespace {
+
+/// The stand does what the next spending asks, and its answer is lost on the way.
+void loseTheNextAnswer(Cashier& cashier)
+{
+    RestClient client;
+    client.post(QUrl(cashier.till().serviceUrl() + u"stand/faults"_s),
+                R"({"operation":"POST /v2/partner/operation/force-payment-c2b","fault":"apply-then-drop"})",
+                {});
+    ASSERT_EQ(client.getErrorCode(), 0) << client.getResponse().toString().toStdString();
+}
+
+} // namespace
+
+TEST(WindowUnknown, OffersTheTwoWaysOutAndNothingElse)
+{
+    Cashier cashier;
+    cashier.sell(card);
+    loseTheNextAnswer(cashier);
+    spend(cashier, u"100"_s);
+    ASSERT_TRUE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
+    picture(cashier.window(), u"unknown"_s);
+    EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("баллы могли списаться"));
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Исход списания неизвестен"));
+    QStringList offered;
+    for (const auto* button : cashier.window().findChildren<QPushButton*>()) {
+        if (button->isVisible() && button->isEnabled() && !button->isCheckable())
+            offered.append(button->accessibleName());
+    }
+    EXPECT_THAT(offered,
+                testing::UnorderedElementsAre(u"Коды СМС"_s, u"Повторить списание"_s, u"Отменить чек"_s));
+    cashier.press(Qt::Key_F9); // the same spending again
+    EXPECT_FALSE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
+    EXPECT_EQ(spent(cashier), 100);
+    cashier.press(Qt::Key_F9);
+    EXPECT_FALSE(cashier.till().receipt());
+}
+
+TEST(WindowUnknown, IsEndedByAbandoningTheReceipt)
+{
+    Cashier cashier;
+    cashier.sell(card);
+    loseTheNextAnswer(cashier);
+    spend(cashier, u"100"_s);
+    ASSERT_TRUE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
+    cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Return); });
+    cashier.press(Qt::Key_F8);
+    EXPECT_FALSE(cashier.till().receipt());
+    cashier.sell(card);
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Баланс: 300,00")) << "the points came back";
+}
+
 } // namespace windowtest
