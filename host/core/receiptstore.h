@@ -16,6 +16,8 @@ public:
     void store(const QSharedPointer<Document>& document);
     /// The stored returns of that sale, in the order in which they were stored.
     [[nodiscard]] QList<QSharedPointer<Document>> returnsOf(const QString& sale);
+    /// The closed sales, the one that was closed last first, at most `limit`.
+    [[nodiscard]] QList<QSharedPointer<Document>> newestSales(int limit);
 
 private:
     /// The document as it was stored, without what was written back since; nothing when there is none.

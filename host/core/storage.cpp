@@ -45,3 +45,13 @@ QList<QSharedPointer<AbstractDocument>> DocumentsDao::returnsOf(const QString& s
         return returns;
     });
 }
+
+QList<QSharedPointer<AbstractDocument>> DocumentsDao::newestSales(int limit)
+{
+    return inStore([&](ReceiptStore& store) {
+        QList<QSharedPointer<AbstractDocument>> sales;
+        for (const auto& document : store.newestSales(limit))
+            sales.append(document);
+        return sales;
+    });
+}

@@ -40,6 +40,9 @@ public:
     /// The closed returns of that sale, in the order in which they were closed.
     [[nodiscard]] virtual QList<QSharedPointer<AbstractDocument>> returnsOf(const QString& sale);
 
+    /// The closed sales, the one that was closed last first, at most `limit`.
+    [[nodiscard]] virtual QList<QSharedPointer<AbstractDocument>> newestSales(int limit);
+
 private:
     /// What the operation on the opened store returns.
     template <class Operation>

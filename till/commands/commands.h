@@ -6,6 +6,7 @@ namespace till {
 
 Command runCommand();
 Command shellCommand();
+Command windowCommand();
 Command queueListCommand();
 Command queueShowCommand();
 Command queueRetryCommand();

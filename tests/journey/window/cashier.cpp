@@ -1,0 +1,199 @@
+#include "tests/journey/window/cashier.h"
+
+#include "till/settings.h"
+#include "till/window/style.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDialog>
+#include <QLabel>
+#include <QPainter>
+#include <QTableWidget>
+#include <QTest>
+#include <QWindow>
+
+using namespace Qt::StringLiterals;
+
+namespace windowtest {
+
+PaintProbe::PaintProbe(QWidget* parent)
+    : QWidget(parent)
+{
+    resize(1, 1);
+    m_timer.setInterval(4);
+    connect(&m_timer, &QTimer::timeout, this, [this] { update(); });
+    m_timer.start();
+    m_clock.start();
+    show();
+}
+
+qint64 PaintProbe::takeLongest() { return std::exchange(m_longest, 0); }
+
+void PaintProbe::paintEvent(QPaintEvent* /*event*/)
+{
+    m_longest = std::max(m_longest, m_clock.restart());
+    ++m_paintings;
+}
+
+Cashier::Cashier()
+    : Cashier(Setup{})
+{}
+
+Cashier::Cashier(const Setup& setup)
+    : m_directory(setup.dataDirectory.isEmpty() ? m_ownDirectory.path() : setup.dataDirectory)
+{
+    till::window::applyStyle(*qApp, setup.scale);
+    Config config = till::loadSettings({});
+    config.set(u"KYRLoyalty:smsVerification"_s, setup.smsVerification);
+    config.set(u"KYRLoyalty:timeout"_s, setup.timeout);
+    if (!setup.serverUrl.isEmpty())
+        till::setServerUrl(config, setup.serverUrl);
+    m_waiting = std::make_unique<till::window::Waiting>();
+    m_watch = std::make_unique<till::window::ServiceWatch>();
+    m_frontend = std::make_unique<till::window::WindowFrontend>(*m_waiting);
+    const till::Parts parts{QStringLiteral(PLUGIN_FILE), QStringLiteral(STAND_PROGRAM), m_directory};
+    m_till = std::make_unique<till::Till>(parts, config, m_frontend.get());
+    m_desk = std::make_unique<till::window::Desk>(*m_till, *m_waiting, *m_watch);
+    m_window = std::make_unique<till::window::MainWindow>(*m_desk, *m_waiting, *m_frontend);
+    m_frontend->setParent(m_window.get());
+    m_window->resize(1024, 768);
+    m_window->show();
+    m_window->activateWindow();
+    if (!QTest::qWaitForWindowActive(m_window.get()))
+        throw std::runtime_error("the window does not become active");
+    m_probe = new PaintProbe(m_window.get());
+    pump();
+    m_probe->takeLongest();
+}
+
+Cashier::~Cashier() = default;
+
+void Cashier::pump()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::processEvents();
+}
+
+// Offscreen there is no window manager to give the focus back when a dialog is gone.
+QWindow* Cashier::focused()
+{
+    if (!QGuiApplication::focusWindow() && !QApplication::activeModalWidget()) {
+        m_window->activateWindow();
+        pump();
+    }
+    return QGuiApplication::focusWindow();
+}
+
+// QTest::keyClick knows no Cyrillic; this way a key comes in as the window system's own do, with its text.
+void Cashier::press(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    QWindow* target = focused();
+    ASSERT_TRUE(target) << "no window has the focus";
+    const QString text = key == Qt::Key_Return ? u"\r"_s : QString();
+    qt_handleKeyEvent(target, QEvent::KeyPress, key, modifiers, text);
+    qt_handleKeyEvent(target, QEvent::KeyRelease, key, modifiers, text);
+    pump();
+}
+
+void Cashier::type(const QString& text)
+{
+    for (const QChar c : text) {
+        QWindow* target = focused();
+        ASSERT_TRUE(target) << "no window has the focus";
+        const int key = c.isDigit() ? Qt::Key_0 + c.digitValue() : c.toUpper().unicode();
+        qt_handleKeyEvent(target, QEvent::KeyPress, key, Qt::NoModifier, c);
+        qt_handleKeyEvent(target, QEvent::KeyRelease, key, Qt::NoModifier, c);
+    }
+    pump();
+}
+
+void Cashier::touch(const QString& name)
+{
+    QWidget* active = QApplication::activeModalWidget() ? QApplication::activeModalWidget() : m_window.get();
+    for (QAbstractButton* button : active->findChildren<QAbstractButton*>()) {
+        if (!button->isVisible() || button->accessibleName() != name)
+            continue;
+        const QPoint at = button->mapTo(button->window(), button->rect().center());
+        QTest::mouseClick(button->window()->windowHandle(), Qt::LeftButton, {}, at);
+        pump();
+        return;
+    }
+    ADD_FAILURE() << "no button " << name.toStdString();
+}
+
+void Cashier::atDialog(const std::function<void(QDialog&)>& act)
+{
+    auto* timer = new QTimer(m_window.get());
+    timer->setInterval(5);
+    QObject::connect(timer, &QTimer::timeout, m_window.get(), [this, timer, act] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isActiveWindow())
+            return;
+        timer->stop();
+        timer->deleteLater();
+        ++m_dialogs;
+        act(*dialog);
+    });
+    timer->start();
+}
+
+void Cashier::sell(const QString& card)
+{
+    press(Qt::Key_F9); // a new receipt
+    for (const QString& article : {u"4601"_s, u"4607"_s}) {
+        press(Qt::Key_F2);
+        type(article);
+        press(Qt::Key_Return);
+    }
+    if (card.isEmpty())
+        return;
+    press(Qt::Key_F3);
+    type(card);
+    press(Qt::Key_Return);
+}
+
+QString Cashier::notice() const
+{
+    for (const QLabel* label : m_window->findChildren<QLabel*>()) {
+        if (label->property("notice").isValid())
+            return label->text();
+    }
+    return {};
+}
+
+QString Cashier::status() const
+{
+    for (const QLabel* label : m_window->findChildren<QLabel*>()) {
+        if (label->property("role") == u"status"_s)
+            return label->text();
+    }
+    return {};
+}
+
+QString Cashier::screen() const
+{
+    QStringList texts;
+    for (const QLabel* label : m_window->findChildren<QLabel*>()) {
+        if (label->isVisible())
+            texts.append(label->text());
+    }
+    for (const QTableWidget* table : m_window->findChildren<QTableWidget*>()) {
+        for (int row = 0; table->isVisible() && row < table->rowCount(); ++row) {
+            for (int column = 0; column < table->columnCount(); ++column)
+                texts.append(table->item(row, column)->text());
+        }
+    }
+    return texts.join(u'\n');
+}
+
+void picture(QWidget& widget, const QString& name)
+{
+    const QPixmap shot = widget.grab();
+    EXPECT_FALSE(shot.isNull());
+    const QString folder = qEnvironmentVariable("PICTURES");
+    if (!folder.isEmpty()) {
+        EXPECT_TRUE(shot.save(folder + u'/' + name + u".png"_s));
+    }
+}
+
+} // namespace windowtest

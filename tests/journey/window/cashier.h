@@ -1,0 +1,100 @@
+#pragma once
+
+#include "till/window/desk.h"
+#include "till/window/mainwindow.h"
+
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <memory>
+
+namespace windowtest {
+
+/// How long painting was held up: a spot in the corner of the window that is painted again and again.
+class PaintProbe : public QWidget
+{
+public:
+    explicit PaintProbe(QWidget* parent);
+
+    /// The longest time between two paintings since the last call, in milliseconds.
+    qint64 takeLongest();
+    [[nodiscard]] int paintings() const { return m_paintings; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QElapsedTimer m_clock;
+    QTimer m_timer;
+    qint64 m_longest = 0;
+    int m_paintings = 0;
+};
+
+/// A cashier at the window of a till with the real plug-in and a stand of its own. Keys and clicks come in as
+/// from the screen, through Qt's queue of the window system.
+class Cashier
+{
+public:
+    struct Setup
+    {
+        bool smsVerification = false;
+        int timeout = 5;
+        int scale = 100;
+        QString serverUrl = {};
+        QString dataDirectory = {};
+    };
+    explicit Cashier(const Setup& setup);
+    Cashier();
+    ~Cashier();
+
+    [[nodiscard]] till::Till& till() { return *m_till; }
+    [[nodiscard]] till::window::Desk& desk() { return *m_desk; }
+    [[nodiscard]] till::window::WindowFrontend& frontend() { return *m_frontend; }
+    [[nodiscard]] till::window::MainWindow& window() { return *m_window; }
+    [[nodiscard]] PaintProbe& probe() { return *m_probe; }
+    [[nodiscard]] QString directory() const { return m_directory; }
+
+    /// Types the text into whatever has the focus.
+    void type(const QString& text);
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    /// A finger on the button with that accessible name in the active window.
+    void touch(const QString& name);
+    /// What is done when the next dialog is open; it is given the dialog.
+    void atDialog(const std::function<void(QDialog&)>& act);
+
+    /// A sale of two articles; with the card when one is named.
+    void sell(const QString& card = {});
+
+    [[nodiscard]] QString notice() const;
+    [[nodiscard]] QString status() const;
+    /// All texts of labels, buttons and cells that are on the screen.
+    [[nodiscard]] QString screen() const;
+    /// How many dialogs were answered.
+    [[nodiscard]] int dialogs() const { return m_dialogs; }
+
+private:
+    void pump();
+    /// The window that keys go to.
+    [[nodiscard]] QWindow* focused();
+
+    QTemporaryDir m_ownDirectory;
+    QString m_directory;
+    std::unique_ptr<till::window::Waiting> m_waiting;
+    std::unique_ptr<till::window::ServiceWatch> m_watch;
+    std::unique_ptr<till::window::WindowFrontend> m_frontend;
+    std::unique_ptr<till::Till> m_till;
+    std::unique_ptr<till::window::Desk> m_desk;
+    std::unique_ptr<till::window::MainWindow> m_window;
+    PaintProbe* m_probe = nullptr;
+    int m_dialogs = 0;
+};
+
+/// Renders the widget; keeps it in the folder that PICTURES names, when it does.
+void picture(QWidget& widget, const QString& name);
+
+} // namespace windowtest

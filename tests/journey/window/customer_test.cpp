@@ -1,0 +1,126 @@
+#include "tests/journey/window/cashier.h"
+
+#include <QListWidget>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace windowtest {
+
+namespace {
+
+const QString phoneOfThree = u"79001234567"_s;
+
+void enter(Cashier& cashier, const QString& text)
+{
+    cashier.press(Qt::Key_F3);
+    cashier.type(text);
+    cashier.press(Qt::Key_Return);
+}
+
+QString cardOf(Cashier& cashier)
+{
+    return cashier.till().card() ? cashier.till().card()->getNumber().toString() : QString();
+}
+
+} // namespace
+
+TEST(WindowCustomer, IsFoundByCardWithBalanceAndLimit)
+{
+    Cashier cashier;
+    cashier.sell(u"2000000000055"_s);
+    const std::string screen = cashier.screen().toStdString();
+    EXPECT_THAT(screen, HasSubstr("Орлова Анна Сергеевна"));
+    EXPECT_THAT(screen, HasSubstr("Баланс: 300,00"));
+    EXPECT_THAT(screen, HasSubstr("Можно списать: "));
+    EXPECT_THAT(screen, HasSubstr("…0055"));
+    EXPECT_THAT(screen, Not(HasSubstr("2000000000055"))) << "card numbers are masked";
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Баланс на "));
+}
+
+TEST(WindowCustomer, APhoneWithOneCardAsksNothing)
+{
+    Cashier cashier;
+    cashier.sell();
+    enter(cashier, u"8 (900) 555-00-01"_s);
+    EXPECT_EQ(cardOf(cashier), u"2000000000055"_s);
+    EXPECT_EQ(cashier.dialogs(), 0);
+}
+
+TEST(WindowCustomer, APhoneWithThreeCardsAsksWhichInTheServicesOrder)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.atDialog([&](QDialog& dialog) {
+        EXPECT_EQ(dialog.windowTitle(), u"Номера карт"_s);
+        const auto* list = dialog.findChild<QListWidget*>();
+        ASSERT_TRUE(list);
+        ASSERT_EQ(list->count(), 3);
+        EXPECT_EQ(list->item(0)->text(), u"…0017"_s);
+        EXPECT_EQ(list->item(2)->text(), u"…0031"_s);
+        cashier.press(Qt::Key_Down);
+        cashier.press(Qt::Key_Down);
+        cashier.press(Qt::Key_Return);
+    });
+    enter(cashier, phoneOfThree);
+    EXPECT_EQ(cashier.dialogs(), 1);
+    EXPECT_EQ(cardOf(cashier), u"2000000000031"_s);
+}
+
+TEST(WindowCustomer, AListClosedIsNoErrorAndNoCard)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Escape); });
+    enter(cashier, phoneOfThree);
+    EXPECT_EQ(cardOf(cashier), QString());
+    EXPECT_EQ(cashier.notice(), u"Карта не выбрана"_s);
+}
+
+TEST(WindowCustomer, APhoneWithoutCardsIsSaid)
+{
+    Cashier cashier;
+    cashier.sell();
+    enter(cashier, u"79009999999"_s);
+    EXPECT_EQ(cardOf(cashier), QString());
+    EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Нет карт для телефона"));
+}
+
+TEST(WindowCustomer, ABlockedCardIsRefused)
+{
+    Cashier cashier;
+    cashier.sell(u"2000000000048"_s);
+    EXPECT_EQ(cardOf(cashier), QString());
+    EXPECT_EQ(cashier.notice(), u"Карта заблокирована"_s);
+}
+
+TEST(WindowCustomer, AnUnfinishedRegistrationSpendsNothingAndSaysWhy)
+{
+    Cashier cashier;
+    cashier.sell(u"2000000000062"_s);
+    EXPECT_EQ(cardOf(cashier), u"2000000000062"_s) << cashier.notice().toStdString();
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Регистрация покупателя не завершена"));
+}
+
+TEST(WindowCustomer, NobodyIsFoundWhileTheServiceIsAwayAndTheStatusSaysWhatWorks)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.till().setServiceUp(false);
+    enter(cashier, u"2000000000055"_s);
+    EXPECT_EQ(cardOf(cashier), QString());
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("начисление уйдёт позже, списание недоступно"));
+    EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Ошибка обращения к серверу"));
+}
+
+TEST(WindowCustomer, AnEmptyEntryIsRefusedWithoutARequest)
+{
+    Cashier cashier;
+    cashier.sell();
+    enter(cashier, {});
+    EXPECT_EQ(cashier.notice(), u"Введите номер карты или телефон"_s);
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("ещё не проверена"));
+}
+
+} // namespace windowtest

@@ -1,0 +1,101 @@
+#include "tests/journey/window/cashier.h"
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+
+namespace windowtest {
+
+TEST(WindowGoods, AreAddedByArticleAndByFinger)
+{
+    Cashier cashier;
+    cashier.press(Qt::Key_F9);
+    cashier.press(Qt::Key_F2);
+    cashier.type(u"4601"_s);
+    cashier.press(Qt::Key_Return);
+    cashier.touch(u"Кофе, 250 г, 489,00 ₽"_s);
+    cashier.touch(u"Кофе, 250 г, 489,00 ₽"_s);
+    const auto items = cashier.till().receipt()->getGoodsItems();
+    ASSERT_EQ(items.size(), 2);
+    EXPECT_EQ(items[0]->getBquant(), 1);
+    EXPECT_EQ(items[1]->getBquant(), 2);
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("1 067,90 ₽"));
+}
+
+TEST(WindowGoods, AnUnknownArticleIsRefusedInWordsThoughItIsCyrillic)
+{
+    Cashier cashier;
+    cashier.press(Qt::Key_F9);
+    cashier.press(Qt::Key_F2);
+    cashier.type(u"Молоко"_s);
+    cashier.press(Qt::Key_Return);
+    EXPECT_TRUE(cashier.till().receipt()->getGoodsItems().isEmpty());
+    EXPECT_EQ(cashier.notice().toStdString(),
+              "Артикула «Молоко» нет: введите другой или выберите товар кнопкой");
+}
+
+TEST(WindowGoods, QuantityAndDiscountAreTypedInADialogAndAPositionIsRemoved)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.atDialog([&](QDialog& dialog) {
+        EXPECT_EQ(dialog.objectName(), u"quantity"_s);
+        cashier.type(u"2,5"_s);
+        cashier.press(Qt::Key_Return);
+    });
+    cashier.press(Qt::Key_F4);
+    cashier.atDialog([&](QDialog& dialog) {
+        EXPECT_EQ(dialog.objectName(), u"discount"_s);
+        cashier.touch(u"5"_s);
+        cashier.touch(u"0"_s);
+        cashier.press(Qt::Key_Return);
+    });
+    cashier.press(Qt::Key_F5);
+    auto items = cashier.till().receipt()->getGoodsItems();
+    ASSERT_EQ(items.size(), 2);
+    EXPECT_EQ(items[1]->getBquant(), 2.5);
+    EXPECT_EQ(items[1]->getDiscount(), 50);
+    EXPECT_EQ(items[1]->getSumb(), 1172.5);
+    cashier.press(Qt::Key_F6);
+    items = cashier.till().receipt()->getGoodsItems();
+    ASSERT_EQ(items.size(), 1);
+    EXPECT_EQ(items[0]->getArticul(), u"4601"_s);
+}
+
+TEST(WindowGoods, ADiscountAboveTheSumIsRefused)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.atDialog([&](QDialog&) {
+        cashier.type(u"9999"_s);
+        cashier.press(Qt::Key_Return);
+    });
+    cashier.press(Qt::Key_F5);
+    EXPECT_EQ(cashier.notice().toStdString(), "Скидка — от 0 до 489,00");
+    EXPECT_EQ(cashier.till().receipt()->getDiscountSum(), 0);
+}
+
+TEST(WindowGoods, AReceiptWithoutACardIsPaid)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.press(Qt::Key_F9);
+    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_EQ(cashier.till().closedReceipts().size(), 1);
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("оплачено 578,90"));
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("ждут отправки: 1"));
+}
+
+TEST(WindowGoods, AnAbandonedReceiptIsAskedForOnce)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Escape); });
+    cashier.press(Qt::Key_F8);
+    EXPECT_TRUE(cashier.till().receipt());
+    cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Return); });
+    cashier.press(Qt::Key_F8);
+    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_EQ(cashier.dialogs(), 2);
+}
+
+} // namespace windowtest

@@ -1,0 +1,209 @@
+#include "tests/journey/window/cashier.h"
+
+#include "till/window/inputdialog.h"
+#include "till/window/style.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QFontInfo>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace windowtest {
+
+namespace {
+
+double luminance(const QColor& colour)
+{
+    const auto part = [](double value) {
+        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * part(colour.redF()) + 0.7152 * part(colour.greenF()) + 0.0722 * part(colour.blueF());
+}
+
+double contrast(const QColor& one, const QColor& other)
+{
+    const double a = luminance(one);
+    const double b = luminance(other);
+    return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
+}
+
+/// What a label or button needs more than it has, in pixels; 0 or less: nothing is cut.
+int missing(const QWidget& widget)
+{
+    if (const auto* label = qobject_cast<const QLabel*>(&widget)) {
+        if (label->wordWrap())
+            return label->heightForWidth(label->width()) - label->height();
+        return label->minimumSizeHint().width() - label->width();
+    }
+    const auto& button = static_cast<const QAbstractButton&>(widget);
+    int widest = 0;
+    const QStringList lines = button.text().split(u'\n');
+    for (const QString& line : lines)
+        widest = std::max(widest, button.fontMetrics().horizontalAdvance(line));
+    const int height = static_cast<int>(lines.size()) * button.fontMetrics().height();
+    return std::max(widest - (button.width() - 6), height - (button.height() - 4));
+}
+
+void expectNothingCut(const QWidget& window, const QString& where)
+{
+    for (const QWidget* widget : window.findChildren<QWidget*>()) {
+        const bool hasText =
+            qobject_cast<const QLabel*>(widget) || qobject_cast<const QAbstractButton*>(widget);
+        if (!hasText || !widget->isVisible() || widget->objectName().startsWith(u"qt_"_s))
+            continue;
+        const auto* label = qobject_cast<const QLabel*>(widget);
+        const auto* button = qobject_cast<const QAbstractButton*>(widget);
+        const QString text = label ? label->text() : button->text();
+        if (text.isEmpty())
+            continue;
+        EXPECT_LE(missing(*widget), 0) << where.toStdString() << ": \"" << text.toStdString() << '"';
+        const QRect inside = QRect(widget->mapTo(&window, QPoint(0, 0)), widget->size());
+        EXPECT_TRUE(window.rect().contains(inside))
+            << where.toStdString() << ": outside: " << text.toStdString();
+    }
+    for (const QTableWidget* table : window.findChildren<QTableWidget*>()) {
+        for (int row = 0; table->isVisible() && row < table->rowCount(); ++row) {
+            for (int column = 1; column < table->columnCount(); ++column) {
+                if (table->isColumnHidden(column))
+                    continue;
+                const QString text = table->item(row, column)->text();
+                EXPECT_LE(table->fontMetrics().horizontalAdvance(text) + 12, table->columnWidth(column))
+                    << where.toStdString() << ": " << text.toStdString();
+            }
+        }
+    }
+}
+
+class WindowLooks : public testing::TestWithParam<int>
+{};
+
+} // namespace
+
+TEST(WindowColours, EveryTextStandsOutAgainstItsGround)
+{
+    for (const auto& rule : till::window::textRules())
+        EXPECT_GE(contrast(rule.text, rule.ground), 4.5) << rule.selector.toStdString();
+    EXPECT_NEAR(contrast(Qt::black, Qt::white), 21, 0.01);
+}
+
+TEST_P(WindowLooks, NoTextIsCutInTheMainStates)
+{
+    Cashier cashier({.smsVerification = true, .scale = GetParam()});
+    expectNothingCut(cashier.window(), u"between"_s);
+    cashier.sell(u"2000000000055"_s);
+    expectNothingCut(cashier.window(), u"customer"_s);
+    EXPECT_EQ(cashier.window().size(), QSize(1024, 768)) << "it needs more room than there is";
+    picture(cashier.window(), u"scale-%1"_s.arg(GetParam()));
+    cashier.atDialog([&](QDialog& dialog) {
+        expectNothingCut(dialog, u"code"_s);
+        EXPECT_LE(dialog.height(), 768);
+        cashier.type(u"1234"_s);
+        cashier.press(Qt::Key_Return);
+    });
+    cashier.press(Qt::Key_F7);
+    cashier.type(u"100"_s);
+    cashier.press(Qt::Key_Return);
+    EXPECT_EQ(cashier.dialogs(), 1);
+    expectNothingCut(cashier.window(), u"spent"_s);
+    cashier.press(Qt::Key_F9);
+    expectNothingCut(cashier.window(), u"paid"_s);
+    cashier.atDialog([&](QDialog& dialog) {
+        cashier.touch(u"Вернуть всё"_s);
+        expectNothingCut(dialog, u"return"_s);
+        cashier.press(Qt::Key_Escape);
+    });
+    cashier.press(Qt::Key_F10);
+}
+
+INSTANTIATE_TEST_SUITE_P(Percent, WindowLooks, testing::Values(100, 125, 150),
+                         [](const auto& percent) { return std::to_string(percent.param); });
+
+TEST(WindowAccess, TheFontIsTheOneThatTheLooksWereMadeWith)
+{
+    Cashier cashier;
+    EXPECT_EQ(QFontInfo(cashier.window().font()).family(), QString::fromLatin1(till::window::fontFamily));
+    const QFontMetrics metrics(cashier.window().font());
+    for (const QChar digit : u"23456789"_s)
+        EXPECT_EQ(metrics.horizontalAdvance(digit), metrics.horizontalAdvance(u'1')) << "sums do not align";
+}
+
+TEST(WindowAccess, EveryControlHasANameAndATargetForAFinger)
+{
+    Cashier cashier;
+    cashier.sell(u"2000000000055"_s);
+    for (const QWidget* widget : cashier.window().findChildren<QWidget*>()) {
+        const auto* button = qobject_cast<const QAbstractButton*>(widget);
+        const bool isControl =
+            (button && !button->inherits("QTableCornerButton")) || qobject_cast<const QLineEdit*>(widget);
+        if (!isControl || !widget->isVisible())
+            continue;
+        EXPECT_FALSE(widget->accessibleName().isEmpty()) << widget->metaObject()->className();
+        EXPECT_GE(widget->height(), till::window::leastTarget) << widget->accessibleName().toStdString();
+        EXPECT_GE(widget->width(), till::window::leastTarget) << widget->accessibleName().toStdString();
+    }
+}
+
+TEST(WindowAccess, TabReachesEveryEntryAndActionAndComesBack)
+{
+    Cashier cashier;
+    cashier.sell(u"2000000000055"_s);
+    cashier.press(Qt::Key_F2);
+    const QWidget* first = QApplication::focusWidget();
+    QStringList seen;
+    for (int i = 0; i < 60; ++i) {
+        cashier.press(Qt::Key_Tab);
+        if (QApplication::focusWidget() == first)
+            break;
+        ASSERT_TRUE(QApplication::focusWidget());
+        seen.append(QApplication::focusWidget()->accessibleName());
+    }
+    EXPECT_EQ(QApplication::focusWidget(), first) << seen.join(u", "_s).toStdString();
+    for (const QString& name : {u"Карта или телефон покупателя"_s, u"Сколько баллов списать"_s, u"Оплатить"_s,
+                                u"Отменить чек"_s, u"Количество"_s, u"Товары в чеке"_s})
+        EXPECT_TRUE(seen.contains(name)) << name.toStdString();
+}
+
+TEST(WindowDialogs, HeedTheOptionsOfTheRequest)
+{
+    Cashier cashier;
+    TextInputRequest request(tr::Tr(u"t"_s, u"Вопрос"_s), tr::Tr(u"m"_s, u"Введите"_s));
+    request.hidden = true;
+    request.trimmed = true;
+    request.uppercased = true;
+    request.cancelAllowed = false;
+    till::window::InputDialog dialog(request, &cashier.window());
+    cashier.atDialog([&](QDialog& open) {
+        EXPECT_EQ(open.findChild<QLineEdit*>()->echoMode(), QLineEdit::Password);
+        cashier.press(Qt::Key_Escape);
+        EXPECT_TRUE(open.isVisible()) << "it may not be cancelled";
+        cashier.type(u" абв "_s);
+        cashier.press(Qt::Key_Return);
+    });
+    const auto answer = dialog.ask();
+    EXPECT_FALSE(answer.canceled());
+    EXPECT_EQ(answer.getData(), u"АБВ"_s);
+}
+
+TEST(WindowDialogs, AListThatMayNotBeClosedStays)
+{
+    Cashier cashier;
+    ChoiceRequest request;
+    request.title = tr::Tr(u"t"_s, u"Выбор"_s);
+    request.items = tr::TrList(QList<QString>{u"первый"_s, u"второй"_s});
+    request.closable = false;
+    cashier.atDialog([&](QDialog& open) {
+        cashier.press(Qt::Key_Escape);
+        EXPECT_TRUE(open.isVisible());
+        cashier.press(Qt::Key_Down);
+        cashier.press(Qt::Key_Return);
+    });
+    EXPECT_EQ(cashier.frontend().chooseFromList(request), 1);
+}
+
+} // namespace windowtest

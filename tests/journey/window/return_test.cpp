@@ -1,0 +1,88 @@
+#include "tests/journey/window/cashier.h"
+
+#include <QLabel>
+#include <QListWidget>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+
+namespace windowtest {
+
+namespace {
+
+std::string wordsOf(const QDialog& dialog)
+{
+    QStringList words;
+    for (const auto* label : dialog.findChildren<QLabel*>())
+        words.append(label->text());
+    return words.join(u'\n').toStdString();
+}
+
+} // namespace
+
+TEST(WindowReturn, SaysWhatItDoesToThePointsBeforeAndIsPaid)
+{
+    Cashier cashier;
+    cashier.sell(u"2000000000055"_s);
+    cashier.press(Qt::Key_F7);
+    cashier.type(u"100"_s);
+    cashier.press(Qt::Key_Return);
+    cashier.press(Qt::Key_F9);
+    ASSERT_FALSE(cashier.till().receipt()) << cashier.notice().toStdString();
+
+    cashier.atDialog([&](QDialog& dialog) {
+        EXPECT_EQ(dialog.findChild<QListWidget*>()->count(), 1);
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("Отметьте, что возвращает покупатель"));
+        cashier.touch(u"Вернуть всё"_s);
+        EXPECT_THAT(
+            wordsOf(dialog),
+            HasSubstr(
+                "К возврату 478,90 ₽. Вернётся скидка баллами: 100,00 ₽"));
+        picture(cashier.window(), u"behind-return"_s);
+        picture(dialog, u"return"_s);
+        cashier.press(Qt::Key_F9);
+    });
+    cashier.press(Qt::Key_F10);
+    ASSERT_TRUE(cashier.till().receipt()) << cashier.notice().toStdString();
+    EXPECT_EQ(cashier.desk().stage(), till::window::Desk::Stage::Return);
+    cashier.press(Qt::Key_F9);
+    EXPECT_FALSE(cashier.till().receipt()) << cashier.notice().toStdString();
+    EXPECT_EQ(cashier.notice(), u"Возврат закрыт"_s);
+}
+
+TEST(WindowReturn, TakesAPartAndOffersOnlyTheRestLater)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.press(Qt::Key_F9);
+    cashier.atDialog([&](QDialog& dialog) {
+        cashier.touch(u"Больше"_s);
+        cashier.touch(u"Больше"_s); // one was sold
+        EXPECT_THAT(wordsOf(dialog),
+                    HasSubstr("К возврату 89,90 ₽. Карты в чеке не было"));
+        cashier.press(Qt::Key_F9);
+    });
+    cashier.press(Qt::Key_F10);
+    cashier.press(Qt::Key_F9);
+    cashier.atDialog([&](QDialog& dialog) {
+        cashier.touch(u"Вернуть всё"_s);
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("К возврату 489,00 ₽"));
+        cashier.press(Qt::Key_Escape);
+    });
+    cashier.press(Qt::Key_F10);
+    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_EQ(cashier.dialogs(), 2);
+}
+
+TEST(WindowReturn, WithoutClosedReceiptsSaysSo)
+{
+    Cashier cashier;
+    cashier.atDialog([&](QDialog& dialog) {
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("ни один чек ещё не оплачен"));
+        cashier.press(Qt::Key_Escape);
+    });
+    cashier.press(Qt::Key_F10);
+    EXPECT_EQ(cashier.dialogs(), 1);
+}
+
+} // namespace windowtest

@@ -1,0 +1,203 @@
+#include "tests/journey/window/cashier.h"
+
+#include "host/network/restclient.h"
+#include "tests/support/httpserver.h"
+
+#include <QLineEdit>
+#include <QPushButton>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+
+namespace windowtest {
+
+namespace {
+
+const QString card = u"2000000000055"_s;
+const QString rightCode = u"1234"_s;
+
+void spend(Cashier& cashier, const QString& points)
+{
+    cashier.press(Qt::Key_F7);
+    cashier.type(points);
+    cashier.press(Qt::Key_Return);
+}
+
+/// Spends a hundred points; the code's dialog is answered by `act`.
+void spendWithCode(Cashier& cashier, const std::function<void(QDialog&)>& act)
+{
+    cashier.sell(card);
+    cashier.atDialog(act);
+    spend(cashier, u"100"_s);
+}
+
+double spent(Cashier& cashier) { return cashier.desk().spentPoints(); }
+
+} // namespace
+
+TEST(WindowSpending, MakesPointsADiscountAndPays)
+{
+    Cashier cashier;
+    cashier.sell(card);
+    spend(cashier, u"100"_s);
+    EXPECT_EQ(spent(cashier), 100) << cashier.notice().toStdString();
+    EXPECT_EQ(cashier.notice(), u"Списано баллов: 100,00"_s);
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("478,90 ₽"));
+    cashier.press(Qt::Key_F9);
+    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Начислено баллов: "));
+}
+
+TEST(WindowSpending, MoreThanTheLimitIsRefusedWithTheReason)
+{
+    Cashier cashier;
+    cashier.sell(card);
+    spend(cashier, u"5000"_s);
+    EXPECT_EQ(spent(cashier), 0);
+    EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Можно списать не больше "));
+}
+
+TEST(WindowSpending, PositionsStayOnceThePointsAreSpent)
+{
+    Cashier cashier;
+    cashier.sell(card);
+    spend(cashier, u"100"_s);
+    cashier.press(Qt::Key_F6);
+    EXPECT_EQ(cashier.till().receipt()->getGoodsItems().size(), 2);
+}
+
+TEST(WindowSpending, TheCodeIsAskedForExactlyAsThePluginWantsIt)
+{
+    Cashier cashier({.smsVerification = true});
+    spendWithCode(cashier, [&](QDialog& dialog) {
+        EXPECT_EQ(dialog.objectName(), u"inputKyrConfirmCode"_s);
+        EXPECT_EQ(dialog.windowTitle(), u"Подтверждение списания"_s);
+        QStringList buttons;
+        for (const auto* button : dialog.findChildren<QPushButton*>())
+            buttons.append(button->accessibleName());
+        EXPECT_TRUE(buttons.contains(u"ОК"_s));
+        EXPECT_TRUE(buttons.contains(u"Отмена"_s));
+        EXPECT_TRUE(buttons.contains(u"7"_s)) << "it asks for digits";
+        EXPECT_EQ(cashier.window().waitingText(), QString()) << "nothing lies over the question";
+        cashier.press(Qt::Key_Return); // empty is no answer
+        EXPECT_TRUE(dialog.isVisible());
+        cashier.type(rightCode);
+        cashier.press(Qt::Key_Return);
+    });
+    EXPECT_EQ(cashier.dialogs(), 1);
+    EXPECT_EQ(spent(cashier), 100) << cashier.notice().toStdString();
+}
+
+TEST(WindowSpending, TheCodeCanBeTouchedIn)
+{
+    Cashier cashier({.smsVerification = true});
+    spendWithCode(cashier, [&](QDialog&) {
+        for (const QChar digit : u"12354"_s)
+            cashier.touch(digit);
+        cashier.touch(u"Стереть"_s);
+        cashier.touch(u"Стереть"_s);
+        cashier.touch(u"4"_s);
+        cashier.touch(u"ОК"_s);
+    });
+    EXPECT_EQ(spent(cashier), 100) << cashier.notice().toStdString();
+}
+
+TEST(WindowSpending, AWrongCodeSpendsNothingAndIsSaid)
+{
+    Cashier cashier({.smsVerification = true});
+    spendWithCode(cashier, [&](QDialog&) {
+        cashier.type(u"9999"_s);
+        cashier.press(Qt::Key_Return);
+    });
+    EXPECT_EQ(spent(cashier), 0);
+    EXPECT_FALSE(cashier.notice().isEmpty());
+    EXPECT_FALSE(cashier.till().unknownSpending());
+}
+
+TEST(WindowSpending, BlanksOfACodeAreKeptSoItIsAnother)
+{
+    Cashier cashier({.smsVerification = true});
+    QByteArray sent;
+    spendWithCode(cashier, [&](QDialog&) {
+        RestClient::setObserver([&sent](const RestExchange& exchange) { sent = exchange.requestBody; });
+        cashier.type(u" 1234 "_s);
+        cashier.press(Qt::Key_Return);
+    });
+    EXPECT_THAT(sent.toStdString(), HasSubstr("\" 1234 \""));
+}
+
+TEST(WindowSpending, ACancelledCodeSpendsNothing)
+{
+    Cashier cashier({.smsVerification = true});
+    spendWithCode(cashier, [&](QDialog&) { cashier.press(Qt::Key_Escape); });
+    EXPECT_EQ(spent(cashier), 0);
+    EXPECT_EQ(cashier.notice(), u"Пользователь отменил ввод кода"_s);
+}
+
+TEST(WindowSpending, TheMessageOfThePluginIsShownWhileItConfirmsTheCode)
+{
+    Cashier cashier({.smsVerification = true});
+    QString shown;
+    RestClient::setObserver({});
+    spendWithCode(cashier, [&](QDialog&) {
+        RestClient::setObserver([&](const RestExchange&) { shown = cashier.window().waitingText(); });
+        cashier.type(rightCode);
+        cashier.press(Qt::Key_Return);
+    });
+    EXPECT_EQ(shown, u"Обращение к системе лояльности"_s);
+    EXPECT_EQ(cashier.window().waitingText(), QString());
+}
+
+namespace {
+
+/// The stand does what the next spending asks, and its answer is lost on the way.
+void loseTheNextAnswer(Cashier& cashier)
+{
+    RestClient client;
+    client.post(QUrl(cashier.till().serviceUrl() + u"stand/faults"_s),
+                R"({"operation":"POST /v2/partner/operation/force-payment-c2b","fault":"apply-then-drop"})",
+                {});
+    ASSERT_EQ(client.getErrorCode(), 0) << client.getResponse().toString().toStdString();
+}
+
+} // namespace
+
+TEST(WindowUnknown, OffersTheTwoWaysOutAndNothingElse)
+{
+    Cashier cashier;
+    cashier.sell(card);
+    loseTheNextAnswer(cashier);
+    spend(cashier, u"100"_s);
+    ASSERT_TRUE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
+    picture(cashier.window(), u"unknown"_s);
+    EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("баллы могли списаться"));
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Исход списания неизвестен"));
+    QStringList offered;
+    for (const auto* button : cashier.window().findChildren<QPushButton*>()) {
+        if (button->isVisible() && button->isEnabled() && !button->isCheckable())
+            offered.append(button->accessibleName());
+    }
+    EXPECT_THAT(offered,
+                testing::UnorderedElementsAre(u"Коды СМС"_s, u"Повторить списание"_s, u"Отменить чек"_s));
+    cashier.press(Qt::Key_F9); // the same spending again
+    EXPECT_FALSE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
+    EXPECT_EQ(spent(cashier), 100);
+    cashier.press(Qt::Key_F9);
+    EXPECT_FALSE(cashier.till().receipt());
+}
+
+TEST(WindowUnknown, IsEndedByAbandoningTheReceipt)
+{
+    Cashier cashier;
+    cashier.sell(card);
+    loseTheNextAnswer(cashier);
+    spend(cashier, u"100"_s);
+    ASSERT_TRUE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
+    cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Return); });
+    cashier.press(Qt::Key_F8);
+    EXPECT_FALSE(cashier.till().receipt());
+    cashier.sell(card);
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Баланс: 300,00")) << "the points came back";
+}
+
+} // namespace windowtest

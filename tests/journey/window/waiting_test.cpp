@@ -1,0 +1,120 @@
+#include "tests/journey/window/cashier.h"
+
+#include "tests/support/httpserver.h"
+
+#include <QApplication>
+#include <QTest>
+#include <QWindow>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+namespace windowtest {
+
+namespace {
+
+/// A service that takes its time for every answer, and knows nobody.
+class SlowService
+{
+public:
+    explicit SlowService(std::chrono::milliseconds delay, int answers = 20)
+    {
+        for (int i = 0; i < answers; ++i) {
+            auto answer = test_support::HttpAnswer::status(404, R"({"errors":[{"message":"Карты нет"}]})");
+            answer.delay = delay;
+            m_server.enqueue(answer);
+        }
+    }
+    [[nodiscard]] QString url() const { return m_server.url().toString(); }
+    [[nodiscard]] qsizetype requests() const { return m_server.requests().size(); }
+
+private:
+    test_support::HttpServer m_server;
+};
+
+/// Starts the search for a card, and does that in the middle of its request.
+void whileSearching(Cashier& cashier, const std::function<void()>& act)
+{
+    cashier.sell();
+    cashier.probe().takeLongest();
+    QTimer::singleShot(250, &cashier.window(), act);
+    cashier.press(Qt::Key_F3);
+    cashier.type(u"2000000000055"_s);
+    cashier.press(Qt::Key_Return);
+}
+
+void keyFromTheScreen(Qt::Key key)
+{
+    qt_handleKeyEvent(QGuiApplication::focusWindow(), QEvent::KeyPress, key, Qt::NoModifier);
+    qt_handleKeyEvent(QGuiApplication::focusWindow(), QEvent::KeyRelease, key, Qt::NoModifier);
+}
+
+} // namespace
+
+TEST(WindowWaiting, GoesOnPaintingWhileARequestRuns)
+{
+    const SlowService service(600ms);
+    Cashier cashier({.serverUrl = service.url()});
+    int before = 0;
+    whileSearching(cashier, [&] {
+        before = cashier.probe().paintings();
+        EXPECT_EQ(cashier.window().waitingText(), u"Обращение к системе лояльности"_s);
+        picture(cashier.window(), u"waiting"_s);
+    });
+    EXPECT_GE(cashier.probe().paintings() - before, 5);
+    const auto longest = cashier.probe().takeLongest();
+    testing::Test::RecordProperty("longest_without_painting_ms", static_cast<int>(longest));
+    EXPECT_EQ(service.requests(), 1);
+}
+
+TEST(WindowWaiting, RefusesKeysVisiblyAndLetsNoneComeLate)
+{
+    const SlowService service(600ms);
+    Cashier cashier({.serverUrl = service.url()});
+    QString screen;
+    whileSearching(cashier, [&] {
+        keyFromTheScreen(Qt::Key_F9); // would pay
+        QTimer::singleShot(50, &cashier.window(), [&] { screen = cashier.screen(); });
+    });
+    EXPECT_THAT(screen.toStdString(), HasSubstr("Нажатие не принято"));
+    EXPECT_TRUE(cashier.till().receipt()) << "the key was kept and paid";
+    cashier.press(Qt::Key_F9);
+    EXPECT_FALSE(cashier.till().receipt()) << "keys count again";
+}
+
+TEST(WindowWaiting, DoesNotCloseInTheMiddleOfARequest)
+{
+    const SlowService service(600ms);
+    Cashier cashier({.serverUrl = service.url()});
+    whileSearching(cashier, [&] {
+        EXPECT_FALSE(cashier.window().close());
+        EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Закрыть нельзя"));
+    });
+    EXPECT_TRUE(cashier.window().isVisible());
+}
+
+TEST(WindowWaiting, ClosingWithAnOpenReceiptSaysWhereItStays)
+{
+    const QTemporaryDir kept;
+    QString number;
+    {
+        Cashier cashier({.dataDirectory = kept.path()});
+        cashier.sell();
+        number = cashier.till().receipt()->getIdentifier();
+        cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Escape); });
+        EXPECT_FALSE(cashier.window().close());
+        cashier.atDialog([&](QDialog& dialog) {
+            picture(dialog, u"closing"_s);
+            cashier.press(Qt::Key_Return);
+        });
+        EXPECT_TRUE(cashier.window().close());
+    }
+    Cashier cashier({.dataDirectory = kept.path()});
+    ASSERT_TRUE(cashier.till().receipt());
+    EXPECT_EQ(cashier.till().receipt()->getIdentifier(), number);
+    EXPECT_EQ(cashier.notice(), u"Найден открытый чек "_s + number + u": можно продолжать"_s);
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("578,90 ₽"));
+}
+
+} // namespace windowtest

@@ -1,0 +1,154 @@
+#include "till/window/desk.h"
+
+#include "host/utils/money.h"
+#include "till/screen.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+/// The customer's side of the desk.
+namespace till::window {
+
+namespace {
+
+QString digitsOf(const QString& entered)
+{
+    QString digits;
+    for (const QChar c : entered) {
+        if (c.isDigit())
+            digits += c;
+    }
+    return digits;
+}
+
+/// Whether nothing but digits, and what people write between them.
+bool isNumber(const QString& entered)
+{
+    return std::all_of(entered.begin(), entered.end(),
+                       [](QChar c) { return c.isDigit() || c.isSpace() || u"+-()"_s.contains(c); });
+}
+
+/// As the service knows phones: 79001234567.
+QString phoneOf(const QString& entered)
+{
+    if (!isNumber(entered))
+        return entered;
+    QString digits = digitsOf(entered);
+    if (digits.size() == 10)
+        digits.prepend(u'7');
+    if (digits.size() == 11 && digits.startsWith(u'8'))
+        digits[0] = u'7';
+    return digits;
+}
+
+} // namespace
+
+Desk::Means Desk::meansOf(const QString& entered)
+{
+    const QString digits = digitsOf(entered);
+    const bool looksLikePhone =
+        isNumber(entered) && ((digits.size() == 11 && QStringView(u"78").contains(digits[0])) ||
+                              (digits.size() == 10 && digits.startsWith(u'9')));
+    return looksLikePhone ? Means::Phone : Means::Card;
+}
+
+bool Desk::identify(const QString& entered, Means means)
+{
+    const QString text = entered.trimmed();
+    if (text.isEmpty()) {
+        say(Notice::Kind::Bad, u"Введите номер карты или телефон"_s);
+        return false;
+    }
+    if (stage() == Stage::Between)
+        openSale();
+    const auto card = m_till.card();
+    const bool byPhone = (means == Means::Guess ? meansOf(text) : means) == Means::Phone;
+    const auto outcome = byPhone ? play(u"identifyByPhone"_s, {{u"phone"_s, phoneOf(text)}})
+                                 : play(u"identifyByCard"_s, {{u"card"_s, text}});
+    if (!outcome)
+        return false;
+    if (m_till.card() == card) { // the list was closed
+        say(Notice::Kind::Plain, u"Карта не выбрана"_s);
+        Q_EMIT changed();
+        return false;
+    }
+    m_balanceTime = QDateTime::currentDateTime();
+    m_serviceLimit.reset();
+    say(Notice::Kind::Good, u"Покупатель найден"_s);
+    Q_EMIT changed();
+    if (!receipt()->getGoodsItems().isEmpty())
+        askLimit();
+    return true;
+}
+
+void Desk::refresh()
+{
+    if (!play(u"getCardInfo"_s))
+        return;
+    m_balanceTime = QDateTime::currentDateTime();
+    say(Notice::Kind::Good, u"Баланс обновлён"_s);
+    Q_EMIT changed();
+}
+
+void Desk::askLimit()
+{
+    if (!play(u"request"_s))
+        return;
+    m_serviceLimit = m_till.loyalty().currentPointsForSpend();
+    Q_EMIT changed();
+}
+
+std::optional<Limit> Desk::limit() const
+{
+    const auto card = m_till.card();
+    if (!card || !m_serviceLimit)
+        return std::nullopt;
+    if (card->getCardStatus() == ECard::RegistrationIncomplete)
+        return Limit{0, limitReason(0)};
+    const double points = std::min(*m_serviceLimit, card->getBonusBalance().toDouble());
+    return Limit{points, limitReason(points)};
+}
+
+QString Desk::limitReason(double points) const
+{
+    const auto card = m_till.card();
+    if (card->getCardStatus() == ECard::RegistrationIncomplete)
+        return u"Регистрация покупателя не завершена: списать нельзя"_s;
+    if (card->getCardStatus() == ECard::Blocked)
+        return u"Карта заблокирована: списать нельзя"_s;
+    if (utils::toHundredths(card->getBonusBalance().toDouble()) == 0)
+        return u"На карте нет баллов"_s;
+    if (utils::toHundredths(points) == utils::toHundredths(card->getBonusBalance().toDouble()))
+        return u"Больше нет на карте"_s;
+    return u"Больше служба не разрешает"_s;
+}
+
+bool Desk::spend(double points)
+{
+    if (const auto unknown = m_till.unknownSpending())
+        points = unknown->points;
+    else if (!(points > 0)) {
+        say(Notice::Kind::Bad, u"Введите, сколько баллов списать"_s);
+        return false;
+    } else {
+        if (!m_serviceLimit)
+            askLimit();
+        const auto most = limit();
+        if (!most)
+            return false; // the service did not say; why is on the screen
+        if (utils::toHundredths(points) > utils::toHundredths(most->points)) {
+            say(Notice::Kind::Bad,
+                u"Можно списать не больше %1. %2"_s.arg(screen::amount(most->points), most->reason));
+            return false;
+        }
+    }
+    const auto outcome = play(u"spendPoints"_s, {{u"points"_s, points}});
+    if (!outcome)
+        return false;
+    say(Notice::Kind::Good, u"Списано баллов: %1"_s.arg(screen::amount(outcome->value.toDouble())));
+    Q_EMIT changed();
+    return true;
+}
+
+} // namespace till::window

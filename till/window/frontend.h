@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/core/dialog.h"
+#include "till/window/waiting.h"
+
+#include <QPointer>
+#include <QWidget>
+
+namespace till::window {
+
+/// Shows the questions of the plug-in, and those of the window itself, as dialogs over the window.
+class WindowFrontend : public DialogFrontend
+{
+public:
+    explicit WindowFrontend(Waiting& waiting)
+        : m_waiting(waiting)
+    {}
+    /// Over which window; stays the caller's.
+    void setParent(QWidget* parent) { m_parent = parent; }
+
+    int chooseFromList(const ChoiceRequest& request) override;
+    core::BasicDialog::Result inputText(const TextInputRequest& request) override;
+    /// True when the cashier said yes; Escape is no.
+    bool confirm(const QString& title, const QString& text, const QString& yes, const QString& no);
+
+private:
+    Waiting& m_waiting;
+    QPointer<QWidget> m_parent;
+};
+
+} // namespace till::window

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "host/core/dialog.h"
+
+#include <QDialog>
+#include <QLineEdit>
+#include <QPushButton>
+
+namespace till::window {
+
+/// A question that is answered with a text, as the request's options say. One that asks for digits has keys
+/// for them on the screen.
+class InputDialog : public QDialog
+{
+public:
+    /// `start` stands in the field at first, selected.
+    InputDialog(const TextInputRequest& request, QWidget* parent, const QString& start = {});
+
+    core::BasicDialog::Result ask();
+    /// A question that may not be cancelled stays.
+    void reject() override;
+    /// Not with an empty text where that is no answer.
+    void accept() override;
+
+private:
+    QWidget* digitPad();
+    [[nodiscard]] QString answer() const;
+
+    TextInputRequest m_request;
+    QLineEdit* m_field;
+    QPushButton* m_ok;
+};
+
+} // namespace till::window

@@ -1,0 +1,265 @@
+#include "till/window/mainwindow.h"
+
+#include "till/hostobjects.h"
+#include "till/screen.h"
+#include "till/window/returndialog.h"
+#include "till/window/status.h"
+#include "till/window/style.h"
+#include "till/window/widgets.h"
+
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QHBoxLayout>
+#include <QShortcut>
+#include <QUrl>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace till::window {
+
+namespace {
+
+const QString usualWaiting = u"Обращение к системе лояльности"_s;
+const QString waitingHint = u"Подождите: касса работает"_s;
+
+} // namespace
+
+MainWindow::MainWindow(Desk& desk, Waiting& waiting, WindowFrontend& frontend)
+    : m_desk(desk)
+    , m_waiting(waiting)
+    , m_frontend(frontend)
+    , m_listener([this](const Event& event) { hear(event); })
+    , m_title(label({}, u"title"_s))
+    , m_notice(label({}))
+    , m_status(label({}, u"status"_s))
+    , m_codes(button(u"Коды СМС"_s, u"F11"_s))
+    , m_positions(new PositionsPanel(desk, frontend))
+    , m_side(new SidePanel(desk))
+    , m_totals(new TotalsPanel(desk, {[this] { next(); }, [this] { abandon(); }, [this] { giveBack(); }}))
+{
+    setWindowTitle(u"Касса"_s);
+    auto* desktop = new QWidget;
+    desktop->setObjectName(u"desk"_s);
+    auto* layout = new QVBoxLayout(desktop);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(header());
+    auto* body = new QVBoxLayout;
+    body->setContentsMargins(12, 8, 12, isCompact() ? 4 : 8);
+    body->setSpacing(isCompact() ? 6 : 8);
+    m_notice->setMinimumHeight(36);
+    m_notice->setWordWrap(true);
+    body->addWidget(m_notice);
+    auto* columns = new QHBoxLayout;
+    columns->setSpacing(12);
+    columns->addWidget(m_positions, 5);
+    auto* right = new QVBoxLayout;
+    right->setSpacing(8);
+    right->addWidget(m_side, 1);
+    right->addWidget(m_totals);
+    columns->addLayout(right, 3);
+    body->addLayout(columns, 1);
+    layout->addLayout(body, 1);
+    m_status->setMinimumHeight(32);
+    m_status->setAccessibleName(u"Что сейчас работает"_s);
+    layout->addWidget(m_status);
+    setCentralWidget(desktop);
+    m_card = waitingCard();
+
+    m_soon.setSingleShot(true);
+    m_soon.setInterval(150ms); // an answer that comes at once needs no word
+    connect(&m_soon, &QTimer::timeout, this, [this] { m_card->show(); });
+    m_clock.setInterval(5s);
+    connect(&m_clock, &QTimer::timeout, this, [this] {
+        if (!m_waiting.underWay())
+            refresh();
+    });
+    m_clock.start();
+    connect(&desk, &Desk::changed, this, [this] { refresh(); });
+    connect(&desk, &Desk::noticed, this, [this] { showNotice(); });
+    connect(&waiting, &Waiting::changed, this, [this] { showWaiting(); });
+    connect(&waiting, &Waiting::refused, this, [this] {
+        m_cardHint->setText(u"Нажатие не принято: подождите ответа"_s);
+        m_card->show();
+    });
+    hostObject<ActivityNotifier>().subscribe(&m_listener);
+    refresh();
+    showNotice();
+}
+
+QWidget* MainWindow::header()
+{
+    auto* bar = new QFrame;
+    bar->setObjectName(u"header"_s);
+    bar->setAttribute(Qt::WA_StyledBackground);
+    auto* layout = new QHBoxLayout(bar);
+    layout->setContentsMargins(16, 4, 12, 4);
+    bar->setMinimumHeight(54);
+    bar->setHidden(isCompact()); // the number of the receipt, and a page that also F11 opens
+    layout->addWidget(m_title, 1);
+    m_codes->setFocusPolicy(Qt::NoFocus);
+    m_codes->setVisible(m_desk.till().ownsService());
+    layout->addWidget(m_codes);
+    connect(m_codes, &QPushButton::clicked, this, [this] { openCodes(); });
+    auto* key = new QShortcut(Qt::Key_F11, this);
+    connect(key, &QShortcut::activated, this, [this] {
+        if (m_desk.till().ownsService())
+            openCodes();
+    });
+    return bar;
+}
+
+QFrame* MainWindow::waitingCard()
+{
+    auto* card = new QFrame(this);
+    card->setObjectName(u"waiting"_s);
+    auto* layout = new QVBoxLayout(card);
+    layout->setContentsMargins(28, 20, 28, 20);
+    m_cardText = label(usualWaiting, u"name"_s);
+    m_cardHint = label(waitingHint);
+    for (QLabel* line : {m_cardText, m_cardHint}) {
+        line->setAlignment(Qt::AlignCenter);
+        layout->addWidget(line);
+    }
+    card->hide();
+    return card;
+}
+
+QString MainWindow::waitingText() const { return m_card->isVisible() ? m_cardText->text() : QString(); }
+
+void MainWindow::refresh()
+{
+    const auto receipt = m_desk.receipt();
+    QString title = u"Касса свободна"_s;
+    if (receipt && receipt->getDocumentType() == ReturnReceipt)
+        title = u"Возврат по чеку "_s + receipt->getSaleDocumentId().toString();
+    else if (receipt)
+        title = u"Чек "_s + receipt->getIdentifier();
+    m_title->setText(title);
+    setWindowTitle(u"Касса — "_s + title);
+    m_positions->refresh();
+    m_side->refresh();
+    m_totals->refresh();
+    const Status status = statusOf(m_desk);
+    m_status->setText(status.text);
+    restyle(*m_status, "state",
+            status.state == Status::State::Well      ? u"well"_s
+            : status.state == Status::State::Warning ? u"warning"_s
+                                                     : u"bad"_s);
+    showNotice();
+}
+
+void MainWindow::showNotice()
+{
+    Notice notice = m_desk.notice();
+    if (m_desk.stage() == Desk::Stage::Unknown)
+        notice = {Notice::Kind::Bad,
+                  u"Ответ службы потерян: баллы могли списаться. F9 повторит то же списание, "
+                  "F8 отменит чек и вернёт баллы"_s};
+    m_notice->setText(notice.text);
+    const QStringList kinds{u"plain"_s, u"good"_s, u"warning"_s, u"bad"_s};
+    restyle(*m_notice, "notice", kinds[static_cast<int>(notice.kind)]);
+}
+
+void MainWindow::showWaiting()
+{
+    if (m_waiting.active()) {
+        m_cardHint->setText(waitingHint);
+        placeWaiting();
+        m_soon.start();
+        return;
+    }
+    m_soon.stop();
+    m_card->hide();
+    m_cardText->setText(usualWaiting);
+}
+
+void MainWindow::placeWaiting()
+{
+    m_card->setFixedSize(scaled(440), scaled(120));
+    m_card->move((width() - m_card->width()) / 2, (height() - m_card->height()) / 2);
+    m_card->raise();
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event)
+{
+    QMainWindow::resizeEvent(event);
+    placeWaiting();
+}
+
+void MainWindow::hear(const Event& event)
+{
+    if (event.getCode() == EActivityListener::BeforeModalDialog)
+        m_card->hide();
+    if (event.getCode() != EActivityListener::ProcessMessage)
+        return;
+    m_cardText->setText(event.getArgument(u"message"_s).value<tr::Tr>().ru());
+    placeWaiting();
+    m_card->show();
+}
+
+void MainWindow::next()
+{
+    switch (m_desk.stage()) {
+    case Desk::Stage::Between:
+        m_desk.openSale();
+        m_side->showCustomer();
+        break;
+    case Desk::Stage::Sale:
+    case Desk::Stage::Return:
+        m_desk.pay();
+        break;
+    case Desk::Stage::Unknown:
+        m_desk.spend(0);
+        break;
+    }
+}
+
+void MainWindow::abandon()
+{
+    const bool isReturn = m_desk.stage() == Desk::Stage::Return;
+    const bool spent = m_desk.pointsSpent() || m_desk.stage() == Desk::Stage::Unknown;
+    const QString text = spent ? u"Списанные баллы вернутся покупателю, чек будет забыт."_s
+                               : u"Всё, что в нём набрано, будет забыто."_s;
+    if (m_frontend.confirm(isReturn ? u"Не возвращать?"_s : u"Отменить чек?"_s, text,
+                           isReturn ? u"Не возвращать"_s : u"Отменить чек"_s, u"Оставить"_s))
+        m_desk.abandon();
+}
+
+void MainWindow::giveBack()
+{
+    ReturnDialog dialog(m_desk, this);
+    if (dialog.exec() == QDialog::Accepted)
+        m_desk.openReturn(dialog.sale(), dialog.positions());
+}
+
+void MainWindow::openCodes()
+{
+    const QString page = m_desk.till().serviceUrl() + u"stand/"_s;
+    if (QDesktopServices::openUrl(QUrl(page)))
+        m_desk.say(Notice::Kind::Plain, u"Страница с кодами открыта: "_s + page);
+    else
+        m_desk.say(Notice::Kind::Warning, u"Откройте в браузере: "_s + page);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    if (m_waiting.underWay()) {
+        m_cardHint->setText(u"Закрыть нельзя: идёт обращение к службе"_s);
+        m_card->show();
+        event->ignore();
+        return;
+    }
+    const auto receipt = m_desk.receipt();
+    const bool worthAWord = receipt && !receipt->getGoodsItems().isEmpty();
+    const bool leave =
+        !worthAWord || m_frontend.confirm(u"Закрыть кассу?"_s,
+                                          u"Чек %1 не закрыт. Он сохранён и откроется сам при следующем "
+                                          "запуске."_s.arg(receipt->getIdentifier()),
+                                          u"Закрыть кассу"_s, u"Остаться"_s);
+    event->setAccepted(leave);
+}
+
+} // namespace till::window

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "host/core/activitynotifier.h"
+#include "till/window/desk.h"
+#include "till/window/frontend.h"
+#include "till/window/positionspanel.h"
+#include "till/window/sidepanel.h"
+#include "till/window/totalspanel.h"
+
+#include <QFrame>
+#include <QLabel>
+#include <QMainWindow>
+#include <QTimer>
+
+namespace till::window {
+
+/// Hears the plug-in's messages for the window.
+class MessageListener : public BaseActivityListener
+{
+public:
+    explicit MessageListener(std::function<void(const Event&)> hear)
+        : m_hear(std::move(hear))
+    {}
+    void handleEvent(const Event& event) override { m_hear(event); }
+
+private:
+    std::function<void(const Event&)> m_hear;
+};
+
+/// The cashier's window.
+class MainWindow : public QMainWindow
+{
+public:
+    /// All are the caller's and outlive the window.
+    MainWindow(Desk& desk, Waiting& waiting, WindowFrontend& frontend);
+
+    /// What the card over the window says while a request runs; empty: it is not shown.
+    [[nodiscard]] QString waitingText() const;
+
+protected:
+    /// Not in the middle of a request; with goods on the receipt, after a word on where it stays.
+    void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    QWidget* header();
+    QFrame* waitingCard();
+    void refresh();
+    void showNotice();
+    void showWaiting();
+    void placeWaiting();
+    void hear(const Event& event);
+    void next();
+    void abandon();
+    void giveBack();
+    void openCodes();
+
+    Desk& m_desk;
+    Waiting& m_waiting;
+    WindowFrontend& m_frontend;
+    MessageListener m_listener;
+    QLabel* m_title;
+    QLabel* m_notice;
+    QLabel* m_status;
+    QPushButton* m_codes;
+    PositionsPanel* m_positions;
+    SidePanel* m_side;
+    TotalsPanel* m_totals;
+    QFrame* m_card;
+    QLabel* m_cardText;
+    QLabel* m_cardHint;
+    QTimer m_soon;
+    QTimer m_clock;
+};
+
+} // namespace till::window

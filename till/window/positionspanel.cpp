@@ -1,0 +1,255 @@
+#include "till/window/positionspanel.h"
+
+#include "host/utils/money.h"
+#include "till/screen.h"
+#include "till/window/inputdialog.h"
+#include "till/window/style.h"
+#include "till/window/widgets.h"
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace till::window {
+
+namespace {
+
+enum Column { Name, Price, Quantity, Discount, Bonus, Sum, Columns };
+
+QTableWidgetItem* cell(const QString& text, bool isNumber)
+{
+    auto* item = new QTableWidgetItem(text);
+    item->setTextAlignment((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+    return item;
+}
+
+QString reduction(double value)
+{
+    return utils::toHundredths(value) == 0 ? u"—"_s : u"−"_s + screen::amount(value);
+}
+
+/// Keys of the panel are taken wherever the focus is.
+void bind(QWidget* owner, QKeySequence key, QPushButton* target)
+{
+    auto* shortcut = new QShortcut(key, owner);
+    shortcut->setContext(Qt::WindowShortcut);
+    shortcut->setAutoRepeat(false);
+    QObject::connect(shortcut, &QShortcut::activated, target, &QPushButton::click);
+}
+
+} // namespace
+
+PositionsPanel::PositionsPanel(Desk& desk, WindowFrontend& frontend)
+    : m_desk(desk)
+    , m_frontend(frontend)
+    , m_pages(new QStackedWidget)
+    , m_table(new QTableWidget(0, Columns))
+    , m_headline(label({}, u"headline"_s))
+    , m_details(label({}, u"name"_s))
+    , m_article(new QLineEdit)
+{
+    m_table->setHorizontalHeaderLabels(
+        {u"Товар"_s, u"Цена"_s, u"Кол-во"_s, u"Скидка"_s, u"Баллы"_s, u"Сумма"_s});
+    m_table->setAccessibleName(u"Товары в чеке"_s);
+    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setShowGrid(false);
+    m_table->setWordWrap(true);
+    m_table->setTabKeyNavigation(false);
+    m_table->verticalHeader()->hide();
+    m_table->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_table->verticalHeader()->setMinimumSectionSize(leastTarget);
+    m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_table->horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
+    m_table->horizontalHeader()->setHighlightSections(false);
+    m_table->setColumnHidden(Price, isCompact()); // it stands below the name then
+    for (int column = 0; column < Columns; ++column)
+        m_table->horizontalHeaderItem(column)->setTextAlignment(
+            (column == Name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
+
+    auto* finished = panel();
+    auto* lines = new QVBoxLayout(finished);
+    lines->addStretch();
+    for (QLabel* line : {m_headline, m_details}) {
+        line->setAlignment(Qt::AlignCenter);
+        line->setWordWrap(true);
+        lines->addWidget(line);
+    }
+    lines->addStretch();
+
+    m_pages->addWidget(m_table);
+    m_pages->addWidget(finished);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    layout->addWidget(m_pages, 1);
+    layout->addWidget(changesRow());
+    layout->addWidget(entryRow());
+    layout->addWidget(goodsGrid());
+}
+
+QWidget* PositionsPanel::entryRow()
+{
+    auto* row = new QWidget;
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    m_article->setPlaceholderText(u"Артикул  F2"_s);
+    m_article->setAccessibleName(u"Артикул товара"_s);
+    m_article->setAccessibleDescription(u"Клавиша F2; Enter добавляет товар"_s);
+    m_article->setObjectName(u"article"_s);
+    auto* add = button(u"Добавить"_s, u"Enter"_s);
+    m_entries.append(add);
+    layout->addWidget(m_article, 1);
+    layout->addWidget(add);
+    connect(add, &QPushButton::clicked, this, [this] { enterArticle(); });
+    connect(m_article, &QLineEdit::returnPressed, this, [this] { enterArticle(); });
+    auto* key = new QShortcut(Qt::Key_F2, this);
+    connect(key, &QShortcut::activated, m_article, [this] {
+        m_article->setFocus(Qt::ShortcutFocusReason);
+        m_article->selectAll();
+    });
+    return row;
+}
+
+QWidget* PositionsPanel::goodsGrid()
+{
+    auto* area = new QWidget;
+    auto* grid = new QGridLayout(area);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->setSpacing(8);
+    constexpr int columns = 4;
+    int place = 0;
+    for (const Goods& goods : catalogue()) {
+        auto* key = button(goods.name + u'\n' + screen::amount(goods.price), {}, u"goods"_s);
+        key->setAccessibleName(u"%1, %2"_s.arg(goods.name, money(goods.price)));
+        key->setFocusPolicy(Qt::NoFocus); // for fingers; the keyboard has the article
+        connect(key, &QPushButton::clicked, this, [this, &goods] { m_desk.addGoods(goods); });
+        m_entries.append(key);
+        key->setHidden(isCompact() && place >= columns);
+        grid->addWidget(key, place / columns, place % columns);
+        ++place;
+    }
+    return area;
+}
+
+QWidget* PositionsPanel::changesRow()
+{
+    auto* row = new QWidget;
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    const auto add = [&](const QString& text, const QString& key, Qt::Key code,
+                         void (PositionsPanel::*action)()) {
+        auto* made = button(text, key);
+        connect(made, &QPushButton::clicked, this, action);
+        bind(this, code, made);
+        layout->addWidget(made);
+        m_changes.append(made);
+    };
+    add(u"Количество"_s, u"F4"_s, Qt::Key_F4, &PositionsPanel::askQuantity);
+    add(u"Скидка"_s, u"F5"_s, Qt::Key_F5, &PositionsPanel::askDiscount);
+    add(u"Удалить"_s, u"F6"_s, Qt::Key_F6, &PositionsPanel::removeSelected);
+    return row;
+}
+
+int PositionsPanel::selected() const
+{
+    const auto* item = m_table->item(m_table->currentRow(), Name);
+    return item ? item->data(Qt::UserRole).toInt() : 0;
+}
+
+void PositionsPanel::refresh()
+{
+    const auto receipt = m_desk.receipt();
+    const bool changeable = m_desk.changeable();
+    if (receipt)
+        fillTable();
+    else
+        fillFinished();
+    m_pages->setCurrentIndex(receipt ? 0 : 1);
+    m_article->setEnabled(changeable || !receipt);
+    for (QPushButton* entry : m_entries)
+        entry->setEnabled(changeable || !receipt);
+    for (QPushButton* change : m_changes)
+        change->setEnabled(changeable && m_table->rowCount() > 0);
+}
+
+void PositionsPanel::fillTable()
+{
+    const int before = m_table->currentRow();
+    const int count = m_table->rowCount();
+    const auto items = m_desk.receipt()->getGoodsItems();
+    m_table->setRowCount(static_cast<int>(items.size()));
+    int row = 0;
+    for (const auto& item : items) {
+        const double bonus = item->getBonusImpactSum();
+        auto* name = cell(item->getName(false) + u"\nарт. "_s + item->getArticul(), false);
+        if (isCompact())
+            name->setText(item->getName(false) + u'\n' + item->getArticul() + u": "_s +
+                          screen::amount(item->getPrice()));
+        name->setData(Qt::UserRole, item->getPosnum());
+        m_table->setItem(row, Name, name);
+        m_table->setItem(row, Price, cell(screen::amount(item->getPrice()), true));
+        m_table->setItem(row, Quantity, cell(screen::quantity(item->getBquant()), true));
+        m_table->setItem(row, Discount, cell(reduction(item->getDiscountSum() - bonus), true));
+        m_table->setItem(row, Bonus, cell(reduction(bonus), true));
+        m_table->setItem(row, Sum, cell(screen::amount(item->getSumb()), true));
+        ++row;
+    }
+    const int last = static_cast<int>(items.size()) - 1;
+    m_table->setCurrentCell(items.size() > count ? last : std::clamp(before, std::min(0, last), last), Name);
+}
+
+void PositionsPanel::fillFinished()
+{
+    m_table->setRowCount(0);
+    const QStringList& lines = m_desk.finished();
+    m_headline->setText(lines.isEmpty() ? u"Чека нет"_s : lines.first());
+    m_details->setText(lines.size() > 1 ? lines.sliced(1).join(u'\n')
+                                        : u"Откройте новый чек или добавьте товар"_s);
+}
+
+void PositionsPanel::enterArticle()
+{
+    if (m_article->text().trimmed().isEmpty())
+        return m_desk.say(Notice::Kind::Plain, u"Введите артикул товара"_s);
+    if (m_desk.addArticle(m_article->text()))
+        m_article->clear();
+    else
+        m_article->selectAll();
+}
+
+void PositionsPanel::askQuantity()
+{
+    TextInputRequest request(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s),
+                             tr::Tr(u"tillQuantity"_s, u"Сколько единиц товара"_s));
+    request.inputKind = TextInputRequest::Digits;
+    request.emptyAllowed = false;
+    request.formName = u"quantity"_s;
+    const int posnum = selected();
+    const auto answer = m_frontend.inputText(request);
+    if (!answer.canceled())
+        m_desk.setQuantity(posnum, typedNumber(answer.getData()));
+}
+
+void PositionsPanel::askDiscount()
+{
+    TextInputRequest request(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s),
+                             tr::Tr(u"tillDiscount"_s, u"Сколько рублей снять с позиции"_s));
+    request.inputKind = TextInputRequest::Digits;
+    request.emptyAllowed = false;
+    request.formName = u"discount"_s;
+    const int posnum = selected();
+    const auto answer = m_frontend.inputText(request);
+    if (!answer.canceled())
+        m_desk.setDiscount(posnum, typedNumber(answer.getData()));
+}
+
+void PositionsPanel::removeSelected() { m_desk.remove(selected()); }
+
+} // namespace till::window

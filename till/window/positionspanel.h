@@ -1,0 +1,46 @@
+#pragma once
+
+#include "till/window/desk.h"
+#include "till/window/frontend.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTableWidget>
+
+namespace till::window {
+
+/// What is bought: the table, the entry of articles, and the changes of a position.
+class PositionsPanel : public QWidget
+{
+public:
+    /// Both are the caller's and outlive the panel.
+    PositionsPanel(Desk& desk, WindowFrontend& frontend);
+
+    void refresh();
+
+private:
+    QWidget* entryRow();
+    QWidget* goodsGrid();
+    QWidget* changesRow();
+    void fillTable();
+    void fillFinished();
+    void enterArticle();
+    void askQuantity();
+    void askDiscount();
+    void removeSelected();
+    [[nodiscard]] int selected() const;
+
+    Desk& m_desk;
+    WindowFrontend& m_frontend;
+    QStackedWidget* m_pages;
+    QTableWidget* m_table;
+    QLabel* m_headline;
+    QLabel* m_details;
+    QLineEdit* m_article;
+    QList<QPushButton*> m_entries;
+    QList<QPushButton*> m_changes;
+};
+
+} // namespace till::window

@@ -1,0 +1,216 @@
+#include "till/window/returndialog.h"
+
+#include "host/core/storage.h"
+#include "host/utils/basicexception.h"
+#include "host/utils/money.h"
+#include "till/hostobjects.h"
+#include "till/reconciliation.h"
+#include "till/screen.h"
+#include "till/stepplays.h"
+#include "till/window/style.h"
+#include "till/window/widgets.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QVBoxLayout>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace till::window {
+
+namespace {
+
+enum Column { Name, Sold, Left, Now, Columns };
+constexpr int shownSales = 200;
+
+QString saleLine(const AbstractDocument& sale)
+{
+    const QString id = sale.getIdentifier();
+    const QDateTime time = QDateTime::fromString(u"20"_s + id, u"yyyyMMdd-hhmmss"_s);
+    return (time.isValid() ? time.toString(u"dd.MM HH:mm"_s) : id) + u"   "_s + money(sale.getSum());
+}
+
+} // namespace
+
+QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& giveBack)
+{
+    if (!sale.getCardRecord(KyrLoyaltySystem))
+        return u"К возврату %1. Карты в чеке не было: баллы не меняются"_s.arg(money(giveBack.getSum()));
+    const double restored = static_cast<double>(bonusDiscountOf(giveBack)) / 100;
+    const double earned = sale.getCardRecord(KyrLoyaltySystem)->getPointsForEarn().toDouble();
+    const double whole = sale.getSum();
+    const double withdrawn = whole > 0 ? earned * giveBack.getSum() / whole : 0;
+    return u"К возврату %1. Вернётся скидка баллами: %2. Снимется начисленных баллов: около %3"_s.arg(
+        money(giveBack.getSum()), money(restored), screen::amount(withdrawn));
+}
+
+ReturnDialog::ReturnDialog(Desk& desk, QWidget* parent)
+    : QDialog(parent)
+    , m_desk(desk)
+    , m_list(new QListWidget)
+    , m_table(new QTableWidget(0, Columns))
+    , m_preview(label({}))
+    , m_less(button(u"Меньше"_s, u"−"_s))
+    , m_more(button(u"Больше"_s, u"+"_s))
+    , m_all(button(u"Вернуть всё"_s, u"F4"_s))
+    , m_open(button(u"Открыть возврат"_s, u"F9"_s, u"primary"_s))
+{
+    setObjectName(u"return"_s);
+    setWindowTitle(u"Возврат"_s);
+    setFixedSize(parent ? parent->size() - QSize(40, 40) : QSize(984, 728));
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(24, 20, 24, 20);
+    layout->setSpacing(12);
+    layout->addWidget(label(u"Возврат: выберите чек и товары"_s, u"title"_s));
+    auto* middle = new QHBoxLayout;
+    middle->setSpacing(12);
+    m_list->setAccessibleName(u"Закрытые чеки"_s);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    middle->addWidget(m_list, 2);
+    m_table->setHorizontalHeaderLabels({u"Товар"_s, u"Продано"_s, u"Осталось"_s, u"Вернуть"_s});
+    m_table->setAccessibleName(u"Товары чека"_s);
+    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setShowGrid(false);
+    m_table->setTabKeyNavigation(false);
+    for (int column = 0; column < Columns; ++column)
+        m_table->horizontalHeaderItem(column)->setTextAlignment(
+            (column == Name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
+    m_table->verticalHeader()->hide();
+    m_table->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_table->verticalHeader()->setMinimumSectionSize(leastTarget);
+    m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_table->horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
+    m_table->horizontalHeader()->setHighlightSections(false);
+    middle->addWidget(m_table, 3);
+    layout->addLayout(middle, 1);
+    auto* changes = new QHBoxLayout;
+    changes->addStretch(2);
+    for (QPushButton* change : {m_less, m_more, m_all})
+        changes->addWidget(change, 1);
+    layout->addLayout(changes);
+    m_preview->setWordWrap(true);
+    m_preview->setMinimumHeight(scaled(46));
+    layout->addWidget(m_preview);
+    auto* buttons = new QHBoxLayout;
+    auto* close = button(u"Закрыть"_s, u"Esc"_s, u"second"_s);
+    buttons->addWidget(close);
+    buttons->addWidget(m_open, 1);
+    layout->addLayout(buttons);
+
+    m_less->setShortcut(Qt::Key_Minus);
+    m_more->setShortcut(Qt::Key_Plus);
+    m_all->setShortcut(Qt::Key_F4);
+    m_open->setShortcut(Qt::Key_F9);
+    connect(close, &QPushButton::clicked, this, &QDialog::reject);
+    connect(m_open, &QPushButton::clicked, this, &QDialog::accept);
+    connect(m_less, &QPushButton::clicked, this, [this] { change(-1); });
+    connect(m_more, &QPushButton::clicked, this, [this] { change(1); });
+    connect(m_all, &QPushButton::clicked, this, [this] { takeAll(); });
+    connect(m_list, &QListWidget::currentRowChanged, this, [this] { showSale(); });
+    fillSales();
+}
+
+void ReturnDialog::fillSales()
+{
+    try {
+        m_sales = hostObject<DocumentsDao>().newestSales(shownSales);
+    } catch (const BasicException& failure) {
+        m_preview->setText(failure.tr().ru());
+    }
+    for (const auto& sale : m_sales)
+        m_list->addItem(saleLine(*sale));
+    m_list->setCurrentRow(0);
+    if (m_sales.isEmpty()) {
+        m_list->addItem(u"Закрытых чеков нет"_s);
+        m_list->setEnabled(false);
+        showSale();
+    }
+    m_list->setFocus();
+}
+
+QString ReturnDialog::sale() const
+{
+    const auto chosen = m_sales.value(m_list->currentRow());
+    return chosen ? chosen->getIdentifier() : QString();
+}
+
+void ReturnDialog::showSale()
+{
+    const auto chosen = m_sales.value(m_list->currentRow());
+    const auto items = chosen ? chosen->getGoodsItems() : QList<QSharedPointer<GoodsItem>>();
+    m_left.clear();
+    m_quantity.clear();
+    m_table->setRowCount(static_cast<int>(items.size()));
+    int row = 0;
+    for (const auto& item : items) {
+        m_left.append(item->getBquant() - plays::returnedBefore(chosen->getIdentifier(), item->getPosnum()));
+        m_quantity.append(0);
+        auto* name = new QTableWidgetItem(item->getName(false));
+        name->setData(Qt::UserRole, item->getPosnum());
+        m_table->setItem(row, Name, name);
+        for (const int column : {Sold, Left, Now}) {
+            auto* cell = new QTableWidgetItem(column == Sold ? screen::quantity(item->getBquant()) : u""_s);
+            cell->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+            m_table->setItem(row, column, cell);
+        }
+        ++row;
+    }
+    m_table->setCurrentCell(0, Name);
+    preview();
+}
+
+void ReturnDialog::change(double by)
+{
+    const int row = m_table->currentRow();
+    if (row < 0)
+        return;
+    m_quantity[row] = std::clamp(m_quantity[row] + by, 0.0, m_left[row]);
+    preview();
+}
+
+void ReturnDialog::takeAll()
+{
+    m_quantity = m_left;
+    preview();
+}
+
+QVariantList ReturnDialog::positions() const
+{
+    QVariantList list;
+    for (int row = 0; row < m_table->rowCount(); ++row) {
+        if (m_quantity[row] > 0.0005)
+            list.append(QVariantMap{{u"posnum"_s, m_table->item(row, Name)->data(Qt::UserRole)},
+                                    {u"quantity"_s, m_quantity[row]}});
+    }
+    return list;
+}
+
+void ReturnDialog::preview()
+{
+    for (int row = 0; row < m_table->rowCount(); ++row) {
+        m_table->item(row, Left)->setText(screen::quantity(m_left[row] - m_quantity[row]));
+        m_table->item(row, Now)->setText(m_quantity[row] > 0 ? screen::quantity(m_quantity[row]) : u"—"_s);
+    }
+    const auto chosen = m_sales.value(m_list->currentRow());
+    const QVariantList wanted = positions();
+    for (QPushButton* change : {m_less, m_more, m_all})
+        change->setEnabled(!chosen.isNull());
+    m_open->setEnabled(!wanted.isEmpty());
+    if (!chosen || wanted.isEmpty())
+        return m_preview->setText(chosen ? u"Отметьте, что возвращает покупатель"_s
+                                         : u"Возвращать нечего: ни один чек ещё не оплачен"_s);
+    try {
+        const auto giveBack = plays::returnOf(
+            m_desk.till(), {{u"id"_s, sale() + u"-B"_s}, {u"of"_s, sale()}, {u"positions"_s, wanted}});
+        m_preview->setText(pointsPreview(*chosen, *giveBack));
+    } catch (const std::exception& failure) {
+        m_preview->setText(QString::fromUtf8(failure.what()));
+        m_open->setEnabled(false);
+    }
+}
+
+} // namespace till::window

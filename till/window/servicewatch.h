@@ -1,0 +1,35 @@
+#pragma once
+
+#include "host/network/restclient.h"
+
+#include <QDateTime>
+#include <QObject>
+
+namespace till::window {
+
+/// What the exchanges with the service tell of the line to it. One at a time: it is RestClient's observer.
+class ServiceWatch : public QObject
+{
+    Q_OBJECT
+
+public:
+    ServiceWatch();
+    ~ServiceWatch() override;
+
+    enum class Line { Unknown, Up, Down };
+    [[nodiscard]] Line line() const { return m_line; }
+    /// When the service last answered; invalid: not yet.
+    [[nodiscard]] const QDateTime& answered() const { return m_answered; }
+
+Q_SIGNALS:
+    /// On the window's thread, whoever made the exchange.
+    void exchanged(const QString& operation, int code, qint64 milliseconds);
+
+private:
+    void note(const QString& operation, int code, qint64 milliseconds);
+
+    Line m_line = Line::Unknown;
+    QDateTime m_answered;
+};
+
+} // namespace till::window

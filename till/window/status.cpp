@@ -1,0 +1,139 @@
+#include "till/window/status.h"
+
+#include "host/utils/basicexception.h"
+#include "host/utils/journal.h"
+#include "till/hostobjects.h"
+#include "till/queuewarnings.h"
+
+#include <QHash>
+
+using namespace Qt::StringLiterals;
+
+namespace till::window {
+
+namespace {
+
+constexpr int shownMessages = 50;
+
+QString balanceText(const Desk& desk)
+{
+    if (!desk.till().card())
+        return u"Покупатель не указан"_s;
+    if (!desk.balanceTime().isValid())
+        return u"Баланс прежний, не проверен"_s;
+    return u"Баланс на "_s + desk.balanceTime().toString(u"HH:mm"_s);
+}
+
+QString lineText(const ServiceWatch& watch)
+{
+    switch (watch.line()) {
+    case ServiceWatch::Line::Unknown:
+        return u"связь со службой ещё не проверена"_s;
+    case ServiceWatch::Line::Up:
+        return u"начисление сразу, списание доступно"_s;
+    case ServiceWatch::Line::Down:
+        break;
+    }
+    return u"начисление уйдёт позже, списание недоступно"_s;
+}
+
+QString operationText(const QString& operation)
+{
+    static const QHash<QString, QString> names{
+        {u"card-info"_s, u"карта"_s},
+        {u"user-info"_s, u"покупатель"_s},
+        {u"pre-payment"_s, u"предел списания"_s},
+        {u"payment-b2c"_s, u"начисление"_s},
+        {u"payment-c2b"_s, u"списание с кодом"_s},
+        {u"confirm-payment-c2b"_s, u"код списания"_s},
+        {u"force-payment-c2b"_s, u"списание"_s},
+    };
+    return names.value(operation, operation);
+}
+
+QString eventText(const QString& event)
+{
+    static const QHash<QString, QString> names{
+        {u"opened"_s, u"чек открыт"_s},
+        {u"request"_s, u"запрос"_s},
+        {u"answer"_s, u"ответ"_s},
+        {u"queued"_s, u"в очередь"_s},
+        {u"attempt"_s, u"не отправлено"_s},
+        {u"delivered"_s, u"отправлено"_s},
+        {u"parked"_s, u"отклонено службой"_s},
+        {u"retried"_s, u"снова в очереди"_s},
+        {u"dropped"_s, u"снято с очереди"_s},
+        {u"closed"_s, u"чек закрыт"_s},
+        {u"abandoned"_s, u"чек отменён"_s},
+        {u"recovered"_s, u"найден после перезапуска"_s},
+        {u"unknown"_s, u"исход неизвестен"_s},
+    };
+    return names.value(event, event);
+}
+
+} // namespace
+
+Status statusOf(Desk& desk)
+{
+    using enum Status::State;
+    Status status;
+    try {
+        if (desk.stage() == Desk::Stage::Unknown)
+            return {Bad, u"Исход списания неизвестен: повторите списание или отмените чек"_s};
+        const auto warnings = queueWarnings(desk.till().queue(), hostObject<Config>());
+        if (!warnings.isEmpty())
+            return {Bad, warnings.first().russian};
+        status.text = balanceText(desk) + u", "_s + lineText(desk.watch());
+        status.state = desk.watch().line() == ServiceWatch::Line::Down ? Warning : Well;
+        const int waiting = desk.till().queue().waitingCount();
+        if (waiting > 0)
+            status.text += u", ждут отправки: %1"_s.arg(waiting);
+    } catch (const BasicException& failure) {
+        status = {Bad, failure.tr().ru()};
+    }
+    return status;
+}
+
+QStringList timelineOf(const QString& receipt)
+{
+    QStringList lines;
+    try {
+        const auto entries = utils::Journal().of(receipt);
+        for (qsizetype i = 0; i < entries.size(); ++i) {
+            const auto& entry = entries[i];
+            const bool isAnswered =
+                entry.event == u"request"_s && i + 1 < entries.size() && entries[i + 1].event == u"answer"_s;
+            if (isAnswered)
+                continue; // the answer tells of both
+            QString line = entry.time.toLocalTime().toString(u"HH:mm:ss  "_s) + eventText(entry.event);
+            if (!entry.operation.isEmpty())
+                line += u": "_s + operationText(entry.operation);
+            if (entry.event == u"answer"_s)
+                line +=
+                    entry.code == 0 ? u", %1 мс"_s.arg(entry.milliseconds) : u", ошибка %1"_s.arg(entry.code);
+            lines.append(line);
+        }
+    } catch (const BasicException& failure) {
+        lines.append(failure.tr().ru());
+    }
+    return lines;
+}
+
+QStringList queueLines(const MessageQueue& queue)
+{
+    QStringList lines;
+    for (const QueuedMessage& message : queue.messages(shownMessages)) {
+        const QString operation = message.message.value(u"url"_s).toString().section(u'/', -1);
+        QString line = message.enqueued.toLocalTime().toString(u"HH:mm  "_s) + operationText(operation);
+        if (!message.group.isEmpty())
+            line += u", чек "_s + message.group;
+        if (message.state == QueuedMessage::State::Parked)
+            line += u"\nотклонено службой"_s;
+        else if (message.attempts > 0)
+            line += u"\nпопыток: %1"_s.arg(message.attempts);
+        lines.append(line);
+    }
+    return lines;
+}
+
+} // namespace till::window

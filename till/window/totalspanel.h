@@ -1,0 +1,45 @@
+#pragma once
+
+#include "till/window/desk.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+
+#include <functional>
+
+namespace till::window {
+
+/// What is to be paid, and the one thing to do next; always in the same place.
+class TotalsPanel : public QWidget
+{
+public:
+    struct Actions
+    {
+        std::function<void()> next;    ///< the one thing to do
+        std::function<void()> abandon; ///< to be rid of the receipt
+        std::function<void()> giveBack;
+    };
+
+    /// The desk is the caller's and outlives the panel.
+    TotalsPanel(Desk& desk, const Actions& actions);
+
+    void refresh();
+
+private:
+    QLabel* addRow(QGridLayout& grid, int row, const QString& text);
+    void showSums();
+    void showActions();
+
+    Desk& m_desk;
+    QLabel* m_whole;
+    QLabel* m_discount;
+    QLabel* m_points;
+    QLabel* m_totalName;
+    QLabel* m_total;
+    QPushButton* m_next;
+    QPushButton* m_abandon;
+    QPushButton* m_return;
+};
+
+} // namespace till::window

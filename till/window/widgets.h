@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QFrame>
+#include <QLabel>
+#include <QPushButton>
+
+namespace till::window {
+
+/// A label in that role of the style sheet.
+QLabel* label(const QString& text, const QString& role = {});
+
+/// A button that shows its key; `role` as in the style sheet. The key itself is bound by whoever owns it.
+QPushButton* button(const QString& text, const QString& key = {}, const QString& role = {});
+
+/// Names the button anew; its key stays shown.
+void setText(QPushButton& button, const QString& text, const QString& key);
+
+/// A white sheet with a thin edge.
+QFrame* panel();
+
+/// Gives the widget another property of the style sheet, and its look.
+void restyle(QWidget& widget, const char* property, const QVariant& value);
+
+/// The amount or number that a cashier typed, with comma or point; below 0 when it is none.
+double typedNumber(const QString& text);
+
+/// "1 234,50 ₽"
+QString money(double value);
+
+} // namespace till::window
