@@ -8,7 +8,6 @@
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
-using stand::Fault;
 using stand::FaultError;
 using stand::faultFrom;
 using stand::FaultKind;

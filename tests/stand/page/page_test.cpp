@@ -8,7 +8,6 @@
 
 using namespace Qt::StringLiterals;
 using standtest::Browser;
-using standtest::Login;
 using standtest::Shop;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
