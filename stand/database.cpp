@@ -17,24 +17,49 @@ Database::Database(const QString& file)
         open(file);
         upgrade();
     } catch (const DatabaseError& error) {
+        m_prepared.clear();
         QSqlDatabase::removeDatabase(m_connection);
         throw DatabaseError(u"Cannot use the data file %1: %2"_s.arg(file, QString::fromUtf8(error.what())));
     }
 }
 
-Database::~Database() { QSqlDatabase::removeDatabase(m_connection); }
-
-QSqlQuery Database::run(const QString& statement, const QVariantList& values)
+Database::~Database()
 {
-    QSqlQuery query(QSqlDatabase::database(m_connection, false));
-    query.setForwardOnly(true);
-    bool done = query.prepare(statement);
-    for (const auto& value : values)
-        query.addBindValue(value);
-    done = done && query.exec();
-    if (!done)
+    m_prepared.clear();
+    QSqlDatabase::removeDatabase(m_connection);
+}
+
+Rows Database::run(const QString& statement, const QVariantList& values)
+{
+    // To prepare a statement costs more than to run it.
+    const auto found = m_prepared.find(statement);
+    const bool isPrepared = found != m_prepared.end();
+    QSqlQuery query =
+        isPrepared ? std::move(found->second) : QSqlQuery(QSqlDatabase::database(m_connection, false));
+    if (isPrepared)
+        m_prepared.erase(found);
+    else {
+        query.setForwardOnly(true);
+        if (!query.prepare(statement))
+            throw DatabaseError(query.lastError().text());
+    }
+    for (int i = 0; i < values.size(); ++i)
+        query.bindValue(i, values[i]);
+    if (!query.exec())
         throw DatabaseError(query.lastError().text());
-    return query;
+    return {*this, statement, std::move(query)};
+}
+
+Rows::Rows(Database& database, QString statement, QSqlQuery prepared)
+    : QSqlQuery(std::move(prepared))
+    , m_database(database)
+    , m_statement(std::move(statement))
+{}
+
+Rows::~Rows()
+{
+    finish();
+    m_database.m_prepared.emplace(m_statement, static_cast<QSqlQuery&&>(*this));
 }
 
 void Database::open(const QString& file)

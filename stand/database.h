@@ -6,6 +6,7 @@
 #include <QVariantList>
 
 #include <stdexcept>
+#include <unordered_map>
 
 namespace stand {
 
@@ -16,6 +17,21 @@ public:
     explicit DatabaseError(const QString& what)
         : std::runtime_error(what.toStdString())
     {}
+};
+
+class Database;
+
+/// The rows of a statement that ran. Its preparation goes back to the database with it, for the next one.
+class Rows : public QSqlQuery
+{
+public:
+    Rows(Database& database, QString statement, QSqlQuery prepared);
+    ~Rows();
+    Q_DISABLE_COPY_MOVE(Rows)
+
+private:
+    Database& m_database;
+    QString m_statement;
 };
 
 /// The stand's SQLite data: the schema of this version, writable, filled with the demonstration data when
@@ -29,15 +45,17 @@ public:
     ~Database();
     Q_DISABLE_COPY_MOVE(Database)
 
-    /// Runs one statement; the query returned stands before its first row. Throws DatabaseError.
-    QSqlQuery run(const QString& statement, const QVariantList& values = {});
+    /// Runs one statement; what is returned stands before the first row. Throws DatabaseError.
+    Rows run(const QString& statement, const QVariantList& values = {});
 
 private:
     friend class Transaction;
+    friend class Rows;
     void open(const QString& file);
     void upgrade();
 
     QString m_connection;
+    std::unordered_multimap<QString, QSqlQuery> m_prepared; ///< By statement; those that nobody reads from.
 };
 
 /// All of it or nothing: what is not committed is taken back at the end of its scope. They do not nest.

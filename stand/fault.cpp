@@ -161,6 +161,23 @@ QStringList faultNames()
     return names;
 }
 
+QJsonArray faultKindList()
+{
+    QJsonArray list;
+    for (const auto& kind : faultKinds()) {
+        QJsonObject settings;
+        for (const auto& setting : kind.settings)
+            settings.insert(setting.name, setting.byDefault);
+        list.append(QJsonObject{{u"name"_s, kind.name},
+                                {u"says"_s, kind.says},
+                                {u"before"_s, kind.before},
+                                {u"after"_s, kind.after},
+                                {u"when"_s, nameOf(kind.byDefault)},
+                                {u"settings"_s, settings}});
+    }
+    return list;
+}
+
 QString faultsInWords()
 {
     QString words;

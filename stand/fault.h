@@ -2,6 +2,7 @@
 
 #include "stand/where.h"
 
+#include <QJsonArray>
 #include <QJsonObject>
 
 #include <stdexcept>
@@ -29,7 +30,8 @@ enum class FaultKind {
     Status
 };
 
-/// Whether a fault comes before the operation takes effect, which it then never does, or after it.
+/// Whether a fault comes before the operation takes effect, which it then never does (but for a late one), or
+/// after it.
 enum class When { Before, After };
 
 /// A fault that is described wrongly; the text says what, where and what is right.
@@ -75,7 +77,9 @@ struct Fault
 /// For the help: every kind with its settings.
 [[nodiscard]] QString faultsInWords();
 
-/// For the stand's page: the names of all kinds.
 [[nodiscard]] QStringList faultNames();
+
+/// For the stand's page: every kind with what it does and its settings.
+[[nodiscard]] QJsonArray faultKindList();
 
 } // namespace stand

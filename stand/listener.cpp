@@ -1,7 +1,8 @@
 #include "stand/listener.h"
 
+#include "stand/later.h"
+
 #include <QTextStream>
-#include <QTimer>
 
 namespace stand {
 
@@ -27,7 +28,7 @@ void Listener::refuse(std::chrono::milliseconds duration)
 {
     close();
     ++m_refusals;
-    QTimer::singleShot(duration, this, [this] {
+    later(duration, this, [this] {
         if (--m_refusals == 0)
             listenAgain();
     });
@@ -40,7 +41,7 @@ void Listener::listenAgain()
     QTextStream(stderr) << "stand: cannot listen again on port " << m_port << ": " << errorString()
                         << Qt::endl;
     constexpr std::chrono::milliseconds pause{200};
-    QTimer::singleShot(pause, this, [this] { listenAgain(); });
+    later(pause, this, [this] { listenAgain(); });
 }
 
 void Listener::incomingConnection(qintptr descriptor)

@@ -14,7 +14,7 @@ namespace stand {
 
 namespace {
 
-constexpr qint64 fillerSize = 64 * 1024;
+constexpr qint64 fillerSize = 65'536;
 
 Answer statusAnswer(const Fault& fault)
 {

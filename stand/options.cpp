@@ -47,7 +47,9 @@ struct TermsOptions
     QCommandLineOption spend{u"spend-percent"_s, u"Part of a position that points may pay."_s, u"P"_s,
                              u"50"_s};
     QCommandLineOption code{u"sms-code"_s,
-                            u"The code that confirms every spending; without it, a random one."_s, u"CODE"_s};
+                            u"The code that confirms every spending; without it, a random one for each. "
+                            "A repeated request keeps its code."_s,
+                            u"CODE"_s};
     QCommandLineOption lifetime{u"code-lifetime"_s, u"How long a code may be entered."_s, u"SECONDS"_s,
                                 u"300"_s};
     QCommandLineOption attempts{u"code-attempts"_s, u"How often a code may be entered."_s, u"N"_s, u"3"_s};
@@ -142,7 +144,8 @@ QString helpText(const QCommandLineParser& parser)
            "  nth=1            the first call that is struck\n"
            "  every=1          from then on, every so many-th\n"
            "  count=1          so many calls are struck; all: for ever\n"
-           "  when=...         before the operation is done, which it then never is, or after\n"
+           "  when=...         before the operation is done, which it then never is (but for late), or "
+           "after\n"
            "Operations: any, a path with stars (\"GET /v2/partner/card/*\"), or one of\n  "_s +
            Where::operations().join(u' ') + u"\nFaults, with their settings as they are when not given:\n"_s +
            faultsInWords().trimmed().prepend(u"  "_s);
@@ -154,9 +157,12 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        u"A stand-in for the loyalty service: JSON over HTTP, with demonstration cards (see /stand/cards) "
-        u"and\n"
-        "a log of what it was asked (see /stand/exchanges). Runs until SIGTERM or SIGINT.\n\n"
+        u"A stand-in for the loyalty service: JSON over HTTP under /v2/, with demonstration cards. Runs "
+        u"until\n"
+        "SIGTERM or SIGINT. Open its address in a browser to see codes, balances, ledger, exchanges and "
+        "faults;\n"
+        "the same as JSON: GET /stand/cards, /stand/codes, /stand/ledger, /stand/invariants,\n"
+        "/stand/exchanges, /stand/faults, /stand/clock.\n\n"
         "The password is read from the password file, else from the environment variable\n"
         "KYR_STAND_PASSWORD, else it is \"secret-of-the-shop\"."_s);
     const QCommandLineOption address(u"address"_s, u"Address to listen on."_s, u"A"_s, u"127.0.0.1"_s);

@@ -6,7 +6,9 @@
 #include "stand/faultspage.h"
 #include "stand/inspection.h"
 #include "stand/mangling.h"
+#include "stand/overview.h"
 #include "stand/seed.h"
+#include "stand/webpage.h"
 
 #include <QTextStream>
 #include <QUrlQuery>
@@ -124,6 +126,8 @@ void Stand::remember(const Request& request, const std::optional<Answer>& answer
 
 Answer Stand::ownPage(const Request& request)
 {
+    if (auto file = webPage(request))
+        return *file;
     if (isFaultsPage(request.path))
         return faultsPage(m_faults, request);
     if (request.path == "/stand/clock")
@@ -135,6 +139,7 @@ Answer Stand::ownPage(const Request& request)
         Page{"/stand/exchanges", [&] { return exchangesPage(request); }},
         Page{"/stand/codes", [this] { return page(m_service.codes()); }},
         Page{"/stand/ledger", [this] { return page(ledgerPage(m_database, m_service.anonymousReceipts())); }},
+        Page{"/stand/overview", [this] { return page(overview()); }},
         Page{"/stand/invariants", [this] { return page(invariantsPage(m_database)); }},
     };
     for (const auto& [path, answer] : pages) {
@@ -142,6 +147,22 @@ Answer Stand::ownPage(const Request& request)
             return request.method == "GET" ? answer() : wrongMethod(request.method, "GET");
     }
     return failure(404, u"Адрес не найден"_s);
+}
+
+QJsonObject Stand::overview()
+{
+    constexpr qsizetype most = 12;
+    QJsonArray codes;
+    const auto sent = m_service.codes();
+    for (auto i = sent.size() - 1; i >= 0 && codes.size() < most; --i)
+        codes.append(sent.at(i));
+    auto overview = booksOverview(m_database);
+    overview.insert(u"codes"_s, codes);
+    overview.insert(u"faults"_s, m_faults.list());
+    overview.insert(u"kinds"_s, faultKindList());
+    overview.insert(u"fault_operations"_s,
+                    QJsonArray::fromStringList(QStringList{u"any"_s} + Where::operations()));
+    return overview;
 }
 
 Answer Stand::exchangesPage(const Request& request) const

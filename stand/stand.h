@@ -45,6 +45,7 @@ private:
     /// A trace of what the service never came to know.
     void remember(const Request& request, const std::optional<Answer>& answer, const QString& fault);
     Answer ownPage(const Request& request);
+    QJsonObject overview(); ///< All that the page for people shows.
     [[nodiscard]] Answer exchangesPage(const Request& request) const;
 
     Database m_database;

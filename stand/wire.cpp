@@ -1,8 +1,10 @@
 #include "stand/wire.h"
 
+#include "stand/later.h"
+
+#include <QCoreApplication>
 #include <QPointer>
 #include <QTcpSocket>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -12,7 +14,7 @@ namespace stand {
 
 namespace {
 
-constexpr qint64 chunk = 64 * 1024;
+constexpr qint64 chunk = 65'536;
 
 /// The bytes of a delivery, one piece after the other.
 class Bytes
@@ -30,7 +32,7 @@ public:
             m_left = m_part < m_delivery.repeats ? m_delivery.filler : m_delivery.end;
             ++m_part;
         }
-        const auto piece = m_left.first(std::min<qsizetype>(most, m_left.size()));
+        auto piece = m_left.first(std::min<qsizetype>(most, m_left.size()));
         m_left.remove(0, piece.size());
         return piece;
     }
@@ -50,7 +52,7 @@ public:
         , m_socket(socket)
         , m_delivery(std::move(delivery))
     {
-        QTimer::singleShot(m_delivery.delay, this, [this] { begin(); });
+        later(m_delivery.delay, this, [this] { begin(); });
     }
 
 private:
@@ -86,7 +88,7 @@ private:
             return end();
         m_socket->write(bytes);
         m_socket->flush();
-        QTimer::singleShot(m_delivery.pause, this, [this] { drip(); });
+        later(m_delivery.pause, this, [this] { drip(); });
     }
 
     void end()
@@ -125,7 +127,7 @@ void deliver(QTcpSocket* socket, const Postponed& postponed)
     takeAway(socket);
     // Not bound to the socket: the operation is done also when the client has gone.
     const QPointer<QTcpSocket> connection(socket);
-    QTimer::singleShot(postponed.delay, [connection, answer = postponed.answer] {
+    later(postponed.delay, QCoreApplication::instance(), [connection, answer = postponed.answer] {
         const auto late = answer();
         if (connection)
             new Wire(connection.data(), {.begin = headOf(late, late.body.size()) + late.body});

@@ -64,12 +64,19 @@ void JsonReporter::end(const Summary& summary, const Tally& tally)
     const QJsonValue differences =
         summary.differences ? QJsonValue(QJsonArray::fromStringList(*summary.differences)) : QJsonValue();
     const QStringList members{
-        member(u"file"_s, summary.fileName),         member(u"steps"_s, tally.steps),
-        member(u"failed"_s, tally.failed),           member(u"allowed"_s, tally.allowed),
-        member(u"receipts"_s, summary.receipts),     member(u"spent"_s, points(summary.spent)),
-        member(u"earned"_s, points(summary.earned)), member(u"queued"_s, summary.queued),
-        member(u"delivered"_s, summary.delivered),   member(u"waiting"_s, summary.waiting),
-        member(u"parked"_s, summary.parked),         member(u"differences"_s, differences),
+        member(u"file"_s, summary.fileName),
+        member(u"steps"_s, tally.steps),
+        member(u"failed"_s, tally.failed),
+        member(u"allowed"_s, tally.allowed),
+        member(u"receipts"_s, summary.receipts),
+        member(u"spent"_s, points(summary.spent)),
+        member(u"earned"_s, points(summary.earned)),
+        member(u"queued"_s, summary.queued),
+        member(u"delivered"_s, summary.delivered),
+        member(u"waiting"_s, summary.waiting),
+        member(u"parked"_s, summary.parked),
+        member(u"differences"_s, differences),
+        member(u"alarms"_s, QJsonArray::fromStringList(summary.alarms)),
     };
     m_out << u"{\"summary\":{"_s << members.join(u',') << u"}}\n"_s << Qt::flush;
 }

@@ -1,5 +1,6 @@
 #include "till/queuewarnings.h"
 
+#include "host/network/queuealarms.h"
 #include "host/utils/currenttime.h"
 #include "till/commands/queuereport.h"
 #include "till/settings.h"
@@ -8,23 +9,42 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
+namespace {
+
+QString localText(const QDateTime& time) { return time.toLocalTime().toString(u"dd.MM.yyyy HH:mm"_s); }
+
+QueueWarning warningOf(QueueAlarm alarm, const QueueHealth& health, const QDateTime& now)
+{
+    switch (alarm) {
+    case QueueAlarm::CredentialsRefused:
+        return {u"Служба лояльности не принимает имя или пароль с %1. Сообщите администратору"_s.arg(
+                    localText(health.credentialsRefused)),
+                u"the service refuses the credentials for %1; %2 waiting"_s.arg(
+                    ageText(health.credentialsRefused, now), QString::number(health.waiting)),
+                u"mend KYRLoyalty:user and the password, restart the till; then till queue deliver"_s};
+    case QueueAlarm::Parked:
+        return {u"Служба лояльности отклонила сообщений: %1. Сообщите администратору"_s.arg(health.parked),
+                u"%1 parked: the service refuses them for good"_s.arg(health.parked),
+                u"see till queue list --parked; then till queue retry or till queue drop"_s};
+    case QueueAlarm::WaitingTooLong:
+        return {u"Сообщения не доходят до службы лояльности с %1. Сообщите администратору"_s.arg(
+                    localText(health.oldestWaiting)),
+                u"%1 waiting, the oldest for %2"_s.arg(QString::number(health.waiting),
+                                                       ageText(health.oldestWaiting, now)),
+                u"see till queue list, and what is said of the service here"_s};
+    }
+    return {};
+}
+
+} // namespace
+
 QList<QueueWarning> queueWarnings(const MessageQueue& queue, const Config& config)
 {
-    QList<QueueWarning> warnings;
-    const int parked = queue.parkedCount();
-    if (parked > 0)
-        warnings.append({u"Служба лояльности отклонила сообщений: %1. Сообщите администратору"_s.arg(parked),
-                         u"%1 parked: the service refuses them for good"_s.arg(parked),
-                         u"see till queue list --parked; then till queue retry or till queue drop"_s});
-    const auto oldest = queue.after(0);
+    const QueueHealth health = queue.health();
     const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
-    if (oldest && oldest->state == QueuedMessage::State::Waiting &&
-        oldest->enqueued.secsTo(now) > alarmMinutes(config) * 60)
-        warnings.append(
-            {u"Сообщения не доходят до службы лояльности с %1. Сообщите администратору"_s.arg(
-                 oldest->enqueued.toLocalTime().toString(u"dd.MM.yyyy HH:mm"_s)),
-             u"%1 waiting, the oldest for %2"_s.arg(queue.waitingCount()).arg(ageText(oldest->enqueued, now)),
-             u"see till queue list, and the lines on the service above"_s});
+    QList<QueueWarning> warnings;
+    for (const QueueAlarm alarm : alarmsOf(health, now, std::chrono::minutes(alarmMinutes(config))))
+        warnings.append(warningOf(alarm, health, now));
     return warnings;
 }
 

@@ -2,19 +2,12 @@
 
 #include "host/utils/masking.h"
 #include "host/utils/money.h"
-#include "till/screen.h"
 
 using namespace Qt::StringLiterals;
 
 namespace till {
 
 namespace {
-
-struct Operation
-{
-    QString kind;
-    QString receipt;
-};
 
 QString number(std::int64_t hundredths)
 {
@@ -33,76 +26,165 @@ QString difference(const QString& heading, const QString& what, std::int64_t til
 
 Ledger::Ledger(const QVariantMap& page, const Ratio& ratio)
 {
-    QHash<qlonglong, Operation> known;
     const QVariantList operations = page.value(u"operations"_s).toList();
-    for (const QVariant& entry : operations) {
-        const QVariantMap operation = entry.toMap();
-        const QString kind = operation.value(u"operation"_s).toString();
-        if (kind == u"opening"_s)
-            continue;
-        const Operation root = known.value(operation.value(u"root"_s).toLongLong());
-        // A cancellation names no receipt but the one whose spending it cancels.
-        const QString identifier =
-            kind == u"cancellation"_s ? root.receipt : operation.value(u"check_identifier"_s).toString();
-        if (identifier.isEmpty())
-            continue; // a cancellation of nothing
-        known.insert(operation.value(u"n"_s).toLongLong(), {kind, identifier});
-        if (!m_receipts.contains(identifier))
-            m_order.append(identifier);
+    for (const QVariant& operation : operations)
+        addOperation(operation.toMap(), ratio);
+    const QVariantList anonymous = page.value(u"anonymous"_s).toList();
+    for (const QVariant& report : anonymous)
+        addAnonymous(report.toMap());
+}
 
-        const std::int64_t points = utils::toHundredths(operation.value(u"points"_s).toDouble());
-        const std::int64_t money = points * ratio.money / ratio.points;
-        LedgerReceipt& receipt = m_receipts[identifier];
-        if (receipt.card.isEmpty())
-            receipt.card = operation.value(u"card"_s).toString();
-        if (kind == u"spending"_s) {
-            receipt.spent += money;
-        } else if (kind == u"cancellation"_s) {
-            receipt.spent -= money;
-        } else if (kind == u"earning"_s) {
-            receipt.earned += money;
-            receipt.earnedInPoints += points;
-            ++receipt.earnings;
-        } else if (root.kind == u"spending"_s) {
-            receipt.givenBack += money;
-        }
+void Ledger::addOperation(const QVariantMap& operation, const Ratio& ratio)
+{
+    const QString kind = operation.value(u"operation"_s).toString();
+    if (kind == u"opening"_s)
+        return;
+    const Root root = m_operations.value(operation.value(u"root"_s).toLongLong());
+    // A cancellation names no receipt but the one whose spending it cancels.
+    const QString identifier =
+        kind == u"cancellation"_s ? root.receipt : operation.value(u"check_identifier"_s).toString();
+    if (identifier.isEmpty())
+        return; // a cancellation of nothing
+    m_operations.insert(operation.value(u"n"_s).toLongLong(), {kind, identifier});
+    noteDay(identifier, operation.value(u"time"_s).toString());
+
+    const std::int64_t points = utils::toHundredths(operation.value(u"points"_s).toDouble());
+    const std::int64_t money = points * ratio.money / ratio.points;
+    LedgerReceipt& receipt = m_receipts[identifier];
+    if (receipt.card.isEmpty())
+        receipt.card = operation.value(u"card"_s).toString();
+    if (kind == u"spending"_s) {
+        receipt.spent += money;
+    } else if (kind == u"cancellation"_s) {
+        receipt.spent -= money;
+    } else if (kind == u"earning"_s) {
+        receipt.earned += money;
+        receipt.earnedInPoints += points;
+        ++receipt.earnings;
+    } else if (root.kind == u"spending"_s) {
+        receipt.givenBack += money;
+    } else {
+        receipt.takenBack += points;
     }
+}
+
+void Ledger::addAnonymous(const QVariantMap& report)
+{
+    const QString identifier = report.value(u"receipt_number"_s).toString();
+    const double amount = report.value(u"receipt"_s).toMap().value(u"receipt_amount"_s).toDouble();
+    noteDay(identifier, report.value(u"time"_s).toString());
+    m_anonymous.insert(report.value(u"method"_s).toString() + u' ' + identifier, utils::toHundredths(amount));
+}
+
+void Ledger::noteDay(const QString& identifier, const QString& time)
+{
+    if (!m_known.contains(identifier))
+        m_order.append(identifier);
+    m_known.insert(identifier);
+    m_days.insert(QDateTime::fromString(time, Qt::ISODateWithMs).toLocalTime().date(), identifier);
+}
+
+QStringList Ledger::receiptsOf(const QDate& day) const
+{
+    QStringList found;
+    for (const QString& identifier : m_order) {
+        if (m_days.contains(day, identifier))
+            found.append(identifier);
+    }
+    return found;
 }
 
 QStringList Ledger::differences(const QString& identifier, const BookedReceipt& booked) const
 {
     const LedgerReceipt books = receipt(identifier);
-    const AbstractDocument* document = booked.document.get();
-    const auto record = document ? document->getCardRecord(KyrLoyaltySystem) : nullptr;
+    const auto record = booked.document ? booked.document->getCardRecord(KyrLoyaltySystem) : nullptr;
     const QString card = record ? record->getNumber().toString() : books.card;
     const QString heading = identifier + (card.isEmpty() ? u""_s : u", card "_s + utils::maskNumbers(card));
-    const bool isSale = document && document->getDocumentType() == SaleReceipt;
-    const bool isReturn = document && !isSale;
-
     QStringList found;
     if (record && !books.card.isEmpty() && books.card != card)
         found.append(u"%1: card %2 in the ledger"_s.arg(heading, utils::maskNumbers(books.card)));
+    found += pointsDifferences(heading, books, booked);
+    found.append(earningDifference(heading, books, booked));
+    found.append(takenBackDifference(heading, books, booked));
+    if (!record)
+        found.append(anonymousDifference(identifier, booked));
+    found.removeAll(QString());
+    return found;
+}
+
+QStringList Ledger::pointsDifferences(const QString& heading, const LedgerReceipt& books,
+                                      const BookedReceipt& booked) const
+{
+    const AbstractDocument* document = booked.document.get();
+    const bool isSale = document && document->getDocumentType() == SaleReceipt;
+    const bool isReturn = document && !isSale;
+    QStringList found;
     // Unless the cancellation of an abandoned spending waits in the queue.
     if (isSale || !booked.awaited)
         found.append(difference(heading, u"spent"_s, isSale ? bonusDiscountOf(*document) : 0, books.spent));
-
     const bool refusalWaits = booked.awaited && books.givenBack == 0;
     if (!isReturn)
         found.append(difference(heading, u"given back"_s, 0, books.givenBack));
     else if (booked.closed && !refusalWaits)
         found.append(difference(heading, u"given back"_s, bonusDiscountOf(*document), books.givenBack));
-
-    const bool earns = isSale && record;
-    if (!earns)
-        found.append(difference(heading, u"earned"_s, 0, books.earned));
-    else if (books.earnings > 1)
-        found.append(u"%1: %2 earnings in the ledger"_s.arg(heading, QString::number(books.earnings)));
-    else if (const auto earned = earnedBy(*document); earned && books.earnings == 1)
-        found.append(difference(heading, u"earned"_s, *earned, books.earned));
-    else if (books.earnings == 0 && booked.closed && !booked.awaited)
-        found.append(heading + u": no earning in the ledger"_s);
-    found.removeAll(QString());
     return found;
+}
+
+QString Ledger::earningDifference(const QString& heading, const LedgerReceipt& books,
+                                  const BookedReceipt& booked) const
+{
+    const AbstractDocument* document = booked.document.get();
+    const bool earns =
+        document && document->getDocumentType() == SaleReceipt && document->getCardRecord(KyrLoyaltySystem);
+    if (!earns)
+        return difference(heading, u"earned"_s, 0, books.earned);
+    if (books.earnings > 1)
+        return u"%1: %2 earnings in the ledger"_s.arg(heading, QString::number(books.earnings));
+    if (const auto earned = earnedBy(*document); earned && books.earnings == 1)
+        return difference(heading, u"earned"_s, *earned, books.earned);
+    const bool missing = books.earnings == 0 && booked.closed && !booked.awaited;
+    return missing ? heading + u": no earning in the ledger"_s : QString();
+}
+
+// What comes back counts in proportion to the sums; the service cuts each position's part to hundredths.
+QString Ledger::takenBackDifference(const QString& heading, const LedgerReceipt& books,
+                                    const BookedReceipt& booked) const
+{
+    const AbstractDocument* document = booked.document.get();
+    const bool isReturn = booked.closed && document && document->getDocumentType() == ReturnReceipt;
+    if (!isReturn)
+        return books.takenBack == 0
+                   ? QString()
+                   : u"%1: %2 earned points taken back in the ledger, none at the till"_s.arg(
+                         heading, number(books.takenBack));
+    if (!booked.sale || (booked.awaited && books.takenBack == 0))
+        return {};
+    const std::int64_t sold = utils::toHundredths(booked.sale->getSum());
+    const std::int64_t earned = receipt(booked.sale->getIdentifier()).earnedInPoints;
+    const std::int64_t expected = sold > 0 ? earned * utils::toHundredths(document->getSum()) / sold : 0;
+    const auto noise = static_cast<std::int64_t>(booked.sale->getGoodsItems().size());
+    return std::abs(expected - books.takenBack) <= noise
+               ? QString()
+               : u"%1: earned points taken back: %2 for what came back, %3 in the ledger"_s.arg(
+                     heading, number(expected), number(books.takenBack));
+}
+
+QString Ledger::anonymousDifference(const QString& identifier, const BookedReceipt& booked) const
+{
+    if (!booked.document && m_anonymous.contains(u"POST "_s + identifier))
+        return identifier + u", no card: reported to the service, unknown to the till"_s;
+    if (!booked.closed || booked.awaited)
+        return {};
+    const bool isReturn = booked.document->getDocumentType() == ReturnReceipt;
+    const QString key =
+        isReturn ? u"PUT "_s + booked.document->getReturnIdentifier() : u"POST "_s + identifier;
+    const auto reported = m_anonymous.constFind(key);
+    if (reported == m_anonymous.constEnd())
+        return identifier + u", no card: not reported to the service"_s;
+    if (isReturn) // of a part of the sale the service is told the whole sale, and then the rest anew
+        return {};
+    return difference(identifier + u", no card"_s, u"reported"_s,
+                      utils::toHundredths(booked.document->getSum()), *reported);
 }
 
 std::int64_t bonusDiscountOf(const AbstractDocument& document)

@@ -3,6 +3,8 @@
 #include "host/core/abstractdocument.h"
 #include "till/settings.h"
 
+#include <QDate>
+#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QSharedPointer>
@@ -21,6 +23,8 @@ struct BookedReceipt
     /// As it was closed, or as it is open; null: abandoned, or never this till's.
     QSharedPointer<AbstractDocument> document = nullptr;
     bool closed = false;
+    /// Of a return: its sale as it was closed; null when the till does not have it.
+    QSharedPointer<AbstractDocument> sale = nullptr;
     bool awaited = false; ///< messages about it are still to be sent
 };
 
@@ -34,6 +38,7 @@ struct LedgerReceipt
     std::int64_t earnedInPoints = 0; ///< the same in hundredths of a point
     int earnings = 0;                ///< how many operations that was
     std::int64_t givenBack = 0;      ///< of spendings, by refusals that a return sent
+    std::int64_t takenBack = 0;      ///< of earnings, by refusals that a return sent; hundredths of a point
 };
 
 /// The stand's books by receipt.
@@ -45,6 +50,8 @@ public:
 
     /// The receipts that it has operations of, in their order.
     [[nodiscard]] const QStringList& receipts() const { return m_order; }
+    /// Those with an operation on that day of local time.
+    [[nodiscard]] QStringList receiptsOf(const QDate& day) const;
     [[nodiscard]] LedgerReceipt receipt(const QString& identifier) const
     {
         return m_receipts.value(identifier);
@@ -55,8 +62,29 @@ public:
     [[nodiscard]] QStringList differences(const QString& identifier, const BookedReceipt& booked) const;
 
 private:
+    void addOperation(const QVariantMap& operation, const Ratio& ratio);
+    void addAnonymous(const QVariantMap& report);
+    void noteDay(const QString& identifier, const QString& time);
+    [[nodiscard]] QStringList pointsDifferences(const QString& heading, const LedgerReceipt& books,
+                                                const BookedReceipt& booked) const;
+    [[nodiscard]] QString earningDifference(const QString& heading, const LedgerReceipt& books,
+                                            const BookedReceipt& booked) const;
+    [[nodiscard]] QString takenBackDifference(const QString& heading, const LedgerReceipt& books,
+                                              const BookedReceipt& booked) const;
+    [[nodiscard]] QString anonymousDifference(const QString& identifier, const BookedReceipt& booked) const;
+
+    struct Root
+    {
+        QString kind;
+        QString receipt;
+    };
+
     QStringList m_order;
+    QSet<QString> m_known; ///< those of m_order
     QHash<QString, LedgerReceipt> m_receipts;
+    QHash<qlonglong, Root> m_operations;
+    QHash<QString, std::int64_t> m_anonymous; ///< hundredths of money, by method and number: "POST R-1"
+    QMultiHash<QDate, QString> m_days;
 };
 
 /// All bonus discounts of the receipt, in hundredths of money.

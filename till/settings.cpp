@@ -73,7 +73,7 @@ QString passwordIn(const QString& fileName)
         throw complain(u"may be read by others than its owner; mend it with: chmod 600 "_s + fileName);
     constexpr qint64 longest = 1024;
     const QByteArray line = file.readLine(longest + 2);
-    const QString password = QString::fromUtf8(line.endsWith('\n') ? line.chopped(1) : line);
+    QString password = QString::fromUtf8(line.endsWith('\n') ? line.chopped(1) : line);
     if (password.isEmpty() || line.size() > longest)
         throw complain(u"must hold the password in its first line"_s);
     return password;
@@ -187,6 +187,18 @@ QString authorizationOf(const Config& config)
 {
     const QString credentials = config.getString(userKey, {}) + u':' + config.getString(passwordKey, {});
     return u"Basic "_s + QString::fromLatin1(credentials.toUtf8().toBase64());
+}
+
+std::function<QString(const QUrl&)> currentAuthorization(const Config& config)
+{
+    const QUrl service(serverUrlOf(config));
+    if (service.isEmpty() || config.getString(userKey, {}).isEmpty())
+        return {};
+    return [service, header = authorizationOf(config)](const QUrl& url) {
+        const bool same = url.scheme() == service.scheme() && url.host() == service.host() &&
+                          url.port() == service.port() && url.path().startsWith(service.path());
+        return same ? header : QString();
+    };
 }
 
 void setServerUrl(Config& config, const QString& url) { config.set(serverUrlKey, url); }

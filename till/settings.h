@@ -4,8 +4,10 @@
 #include "till/options.h"
 
 #include <QString>
+#include <QUrl>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 namespace till {
@@ -34,6 +36,8 @@ QString serverUrlOf(const Config& config);
 int timeoutOf(const Config& config);
 /// What the configured user and password are in the header of that name.
 QString authorizationOf(const Config& config);
+/// The same for whoever delivers the queue: for the configured service's own addresses, nothing for others.
+std::function<QString(const QUrl&)> currentAuthorization(const Config& config);
 /// How many points are worth how much money.
 struct Ratio
 {

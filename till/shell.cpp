@@ -96,8 +96,10 @@ void Shell::run(Player& player)
     if (m_prompt)
         m_talk << u"Type a step, help, or quit.\n"_s;
     while (true) {
-        if (m_prompt)
+        if (m_prompt) {
+            printAlarms();
             m_talk << u"till> "_s;
+        }
         m_talk.flush();
         if (!m_in.readLineInto(&line))
             break;
@@ -118,6 +120,16 @@ void Shell::run(Player& player)
     }
     if (m_prompt)
         m_talk << Qt::endl; // the terminal shows the end of the input without ending the line
+}
+
+void Shell::printAlarms()
+{
+    const QStringList alarms = m_alarms ? m_alarms() : QStringList();
+    for (const QString& alarm : alarms) {
+        if (!m_told.contains(alarm))
+            m_talk << u"! "_s << alarm << u'\n';
+    }
+    m_told = alarms;
 }
 
 void Shell::printHelp()

@@ -18,7 +18,7 @@ public:
 
     [[nodiscard]] std::stop_token token() const { return m_stop.get_token(); }
     /// True when the request came within that time.
-    bool wait(std::chrono::milliseconds time) const;
+    [[nodiscard]] bool wait(std::chrono::milliseconds time) const;
 
 private:
     void listen();

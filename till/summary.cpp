@@ -2,7 +2,9 @@
 
 #include "host/core/storage.h"
 #include "host/network/restclient.h"
+#include "till/booking.h"
 #include "till/hostobjects.h"
+#include "till/queuewarnings.h"
 #include "till/reconciliation.h"
 #include "till/till.h"
 #include "till/usageerror.h"
@@ -28,27 +30,6 @@ QVariantMap askStand(const Till& till, const QString& page)
 QSharedPointer<AbstractDocument> closedReceipt(const QString& identifier)
 {
     return hostObject<DocumentsDao>().loadDocument(identifier, false);
-}
-
-/// The receipts that messages in the queue are about, a return's under its sale.
-QSet<QString> awaitedReceipts(const MessageQueue& queue)
-{
-    QSet<QString> receipts;
-    for (auto next = queue.after(0); next; next = queue.after(next->id))
-        receipts.insert(next->group);
-    return receipts;
-}
-
-BookedReceipt booked(const QString& identifier, const Till& till, const QSet<QString>& awaited)
-{
-    BookedReceipt receipt{.document = closedReceipt(identifier)};
-    receipt.closed = !receipt.document.isNull();
-    if (!receipt.closed && till.receipt() && till.receipt()->getIdentifier() == identifier)
-        receipt.document = till.receipt();
-    const bool isReturn = receipt.document && receipt.document->getDocumentType() == ReturnReceipt;
-    receipt.awaited =
-        awaited.contains(isReturn ? receipt.document->getSaleDocumentId().toString() : identifier);
-    return receipt;
 }
 
 /// The receipts of the till and of the ledger, each once.
@@ -99,6 +80,9 @@ Summary summaryOf(Till& till)
     summary.parked = till.queue().parkedCount();
     summary.queued = summary.delivered + summary.waiting + summary.parked;
 
+    for (const QueueWarning& warning : queueWarnings(till.queue(), hostObject<Config>()))
+        summary.alarms.append(warning.russian);
+
     QVariantMap page;
     if (till.ownsService()) {
         till.setServiceUp(true);
@@ -110,7 +94,8 @@ Summary summaryOf(Till& till)
     if (summary.differences) {
         const QSet<QString> awaited = awaitedReceipts(till.queue());
         for (const QString& identifier : allReceipts(till, ledger))
-            *summary.differences += ledger.differences(identifier, booked(identifier, till, awaited));
+            *summary.differences +=
+                ledger.differences(identifier, bookedReceipt(identifier, till.receipt(), awaited));
     }
     return summary;
 }

@@ -68,6 +68,8 @@ void TextReporter::end(const Summary& summary, const Tally& tally)
         line += tally.allowed == tally.failed ? u" as allowed"_s
                                               : u", %1 of them as allowed"_s.arg(tally.allowed);
     m_out << painted(line, tally.failed > tally.allowed ? Colour::Red : Colour::Green) << u'\n';
+    for (const QString& alarm : summary.alarms)
+        m_out << painted(alarm, Colour::Yellow) << u'\n';
     if (summary.differences) {
         for (const QString& difference : *summary.differences)
             m_out << painted(u"ledger differs: "_s + difference, Colour::Red) << u'\n';

@@ -1,5 +1,6 @@
 #include "till/till.h"
 
+#include "host/core/datacheck.h"
 #include "host/core/session.h"
 #include "host/core/storage.h"
 #include "host/network/dbqueuebroker.h"
@@ -51,9 +52,8 @@ Till::Till(const Parts& parts, const Config& config, DialogFrontend* terminal)
     settings = config;
     if (!namesService(settings))
         startService(settings);
-    startUp();
     Dialog::setFrontend(&m_cashier);
-    m_found = recover();
+    startUp();
     if (!m_found.isEmpty())
         utils::logger(u"till"_s)->info(m_found);
 }
@@ -91,11 +91,17 @@ QString Till::serviceUrl() const { return u"http://127.0.0.1:%1/"_s.arg(m_standS
 
 void Till::startUp()
 {
+    QStringList found;
+    const auto findings = openDataDirectory();
+    for (const utils::DataFinding& finding : findings)
+        found.append(finding.text.ru());
     const QString shop = hostObject<Config>().getString(u"Till:shopCode"_s, u"1"_s);
     hostObject<Session>().getRegistry()->setShopCode(shop);
     m_plugin = std::make_unique<PluginHost>(m_parts.pluginFile);
     DBQueueBroker::setGroupSource(messageGroup);
     m_guard = std::make_unique<RequestGuard>([this] { return m_receipt; }, m_journal);
+    found.append(recover());
+    m_found = found.join(u' ').trimmed();
 }
 
 // The receipt first: it holds objects that the plug-in made.
@@ -117,7 +123,6 @@ QString Till::restart()
 {
     shutDown();
     startUp();
-    m_found = recover();
     return m_found.isEmpty() ? u"Открытого чека нет"_s : m_found;
 }
 

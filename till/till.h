@@ -80,7 +80,8 @@ public:
     /// Rolls the current receipt back and leaves no receipt open. False when the plug-in refused.
     bool abandon();
 
-    /// What the start or the last restart found to be finished or gone on with, in Russian; empty: nothing.
+    /// What the start or the last restart found: damaged files, and a receipt to be finished or gone on
+    /// with. In Russian; empty: nothing.
     [[nodiscard]] const QString& found() const { return m_found; }
 
     /// The current receipt, or null.
@@ -112,8 +113,9 @@ public:
 
 private:
     void startService(Config& settings);
+    /// Puts together what needs no command line, and notes what it found.
     void startUp();
-    /// What was found, in Russian; empty: nothing.
+    /// What was found of an open receipt, in Russian; empty: nothing.
     QString recover();
     /// What is known of an open receipt that was found, in Russian.
     [[nodiscard]] QString foundOpen() const;

@@ -1,5 +1,6 @@
-#include "host/network/queuedelivery.h"
 #include "host/utils/masking.h"
+#include "till/deliverynow.h"
+#include "till/hostobjects.h"
 #include "till/screen.h"
 #include "till/stepplays.h"
 #include "till/usageerror.h"
@@ -19,7 +20,7 @@ Outcome restart(Till& till, const QVariantMap& /*members*/)
 Outcome deliver(Till& till, const QVariantMap& /*members*/)
 {
     const RequestGuard::Pause pause(till.requestGuard()); // what waits is on disk, whoever's it is
-    const auto summary = QueueDelivery(till.queue()).run();
+    const auto summary = deliverNow(till.queue(), hostObject<Config>());
     till.countDelivered(summary.delivered);
     const QString sent = u"Отправлено сообщений: %1"_s.arg(summary.delivered);
     if (summary.waiting == 0 && summary.parked == 0)

@@ -1,61 +1,32 @@
 #include "host/network/messagequeue.h"
 
-#include "host/utils/basicexception.h"
+#include "host/network/queuedform.h"
+#include "host/network/queuenotice.h"
+#include "host/network/queuepause.h"
 #include "host/utils/currenttime.h"
+#include "host/utils/journal.h"
 #include "host/utils/store.h"
-#include "host/utils/storedform.h"
 
-#include <QIODevice>
+#include <QUrl>
+
+#include <functional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr utils::Seal messageSeal{0x4B59526D, 1}; // "KYRm"
+constexpr int firstStatus = 100; // below lie RestClient's own codes: the service did not answer
 
-const QString columns =
-    u"SELECT id, queue, receipt, enqueued, message, text, attempts, error, parked FROM queued "_s;
+const QString columns = network::queuedColumns();
+const QString sendable = u"WHERE head = 1 AND parked = 0 AND "_s;
+const QString firstDue = u" ORDER BY due, id LIMIT 1"_s;
 
 qint64 now() { return MockFactory<CurrentTime>::create()->currentDateTime().toMSecsSinceEpoch(); }
 
-QByteArray written(const QVariantMap& message)
+/// The last segment of the service's path: what the message is about.
+QString operationOf(const QueuedMessage& message)
 {
-    if (!utils::isStorable(message))
-        throw BasicException(tr::Tr(u"hostQueueMessageUnfit"_s,
-                                    u"Сообщение не поставлено в очередь: такие данные нельзя сохранить"_s));
-    QByteArray content;
-    QDataStream out(&content, QIODevice::WriteOnly);
-    out.setVersion(utils::storedStreamVersion);
-    out << message;
-    return utils::sealed(messageSeal, content);
-}
-
-std::optional<QVariantMap> read(const QByteArray& bytes)
-{
-    const utils::Unsealed opened = utils::unsealed(messageSeal, bytes);
-    QDataStream in(opened.content);
-    in.setVersion(utils::storedStreamVersion);
-    QVariantMap message;
-    in >> message;
-    const bool whole = opened.state == utils::Unsealed::Whole && in.status() == QDataStream::Ok && in.atEnd();
-    return whole ? std::optional(message) : std::nullopt;
-}
-
-QueuedMessage fromRow(const QVariantList& row)
-{
-    QueuedMessage result;
-    result.id = row[0].toLongLong();
-    result.queue = row[1].toString();
-    result.group = row[2].toString();
-    result.enqueued = QDateTime::fromMSecsSinceEpoch(row[3].toLongLong(), Qt::UTC);
-    const auto message = read(row[4].toByteArray());
-    result.message = message.value_or(QVariantMap());
-    result.damaged = !message;
-    result.text = row[5].toString();
-    result.attempts = row[6].toInt();
-    result.lastError = row[7].toString();
-    result.state = row[8].toBool() ? QueuedMessage::State::Parked : QueuedMessage::State::Waiting;
-    return result;
+    return message.message.value(u"url"_s).toUrl().fileName();
 }
 
 } // namespace
@@ -63,31 +34,86 @@ QueuedMessage fromRow(const QVariantList& row)
 struct MessageQueue::Statements
 {
     std::shared_ptr<utils::Database> database = utils::store();
+    utils::Journal journal;
     QSqlQuery insert = database->prepared(
         u"INSERT INTO queued (queue, receipt, enqueued, message, text) VALUES (?, ?, ?, ?, ?)"_s);
     QSqlQuery list = database->prepared(columns + u"WHERE id > ? ORDER BY id LIMIT ?"_s);
+    QSqlQuery one = database->prepared(columns + u"WHERE id = ?"_s);
+    QSqlQuery due = database->prepared(columns + sendable + u"due <= ?"_s + firstDue);
+    QSqlQuery misdated = database->prepared(columns + sendable + u"due > ?"_s + firstDue);
     QSqlQuery last = database->prepared(u"SELECT max(id) FROM queued"_s);
-    QSqlQuery tally = database->prepared(u"SELECT waiting, parked FROM tally"_s);
+    QSqlQuery oldest =
+        database->prepared(u"SELECT enqueued FROM queued WHERE parked = 0 ORDER BY enqueued LIMIT 1"_s);
+    QSqlQuery tally =
+        database->prepared(u"SELECT waiting, parked, delivered, error, refused, probes, probe FROM tally"_s);
     QSqlQuery record = database->prepared(
         u"INSERT INTO history SELECT id, queue, receipt, enqueued, ?, text, attempts, error, ?, ?, "
         "CASE WHEN ? THEN message END FROM queued WHERE id = ?"_s);
     QSqlQuery remove = database->prepared(u"DELETE FROM queued WHERE id = ?"_s);
     QSqlQuery fail =
-        database->prepared(u"UPDATE queued SET attempts = attempts + 1, error = ? WHERE id = ?"_s);
+        database->prepared(u"UPDATE queued SET attempts = attempts + 1, error = ?, due = ? WHERE id = ?"_s);
     QSqlQuery park = database->prepared(
         u"UPDATE queued SET attempts = attempts + 1, error = ?, parked = 1 WHERE id = ?"_s);
-    QSqlQuery retry = database->prepared(u"UPDATE queued SET parked = 0 WHERE id = ? AND parked = 1"_s);
+    QSqlQuery retry = database->prepared(
+        u"UPDATE queued SET parked = 0, due = 0 WHERE id = ? AND (parked = 1 OR due <> 0)"_s);
+    QSqlQuery hasten = database->prepared(u"UPDATE queued SET due = 0 "_s + sendable + u"due > 0"_s);
+    QSqlQuery probeNow = database->prepared(u"UPDATE tally SET probe = 0 WHERE probe <> 0"_s);
+    QSqlQuery noteDelivery = database->prepared(
+        u"UPDATE tally SET delivered = ?, error = '', refused = 0, probes = 0, probe = 0"_s);
+    QSqlQuery noteFailure = database->prepared(u"UPDATE tally SET error = ?"_s);
+    QSqlQuery noteAnswer =
+        database->prepared(u"UPDATE tally SET error = ?, refused = 0, probes = 0, probe = 0"_s);
+    QSqlQuery noteRefusal = database->prepared(
+        u"UPDATE tally SET error = ?, refused = CASE refused WHEN 0 THEN ? ELSE refused END, "
+        "probes = probes + 1, probe = ?"_s);
 
-    [[nodiscard]] int counted(int column) { return database->rows(tally).value(0).value(column).toInt(); }
+    [[nodiscard]] QVariantList counts() { return database->rows(tally).value(0); }
+
+    [[nodiscard]] std::optional<QueuedMessage> first(QSqlQuery& query, const QVariantList& values)
+    {
+        const QList<QVariantList> found = database->rows(query, values);
+        return found.isEmpty() ? std::nullopt : std::optional(network::queuedFromRow(found.first()));
+    }
+
+    void tell(const QString& event, const QueuedMessage& message, const QueueAttempt& attempt)
+    {
+        if (message.group.isEmpty())
+            return; // the journal is the receipts'
+        journal.add({.time = {},
+                     .receipt = message.group,
+                     .event = event,
+                     .operation = operationOf(message),
+                     .message = message.id,
+                     .code = attempt.code,
+                     .detail = attempt.error,
+                     .milliseconds = attempt.milliseconds});
+    }
+
+    /// The step and what the journal tells of it as one commit. False when the queue does not hold the
+    /// message or the step does nothing to it.
+    bool change(qint64 id, const QString& event, const QueueAttempt& attempt,
+                const std::function<bool()>& step)
+    {
+        bool done = false;
+        database->atomically([&] {
+            const auto message = first(one, {id});
+            done = message && step();
+            if (done)
+                tell(event, *message, attempt);
+        });
+        return done;
+    }
 
     bool finish(qint64 id, const QString& outcome, const QVariant& answer, bool keepMessage)
     {
-        bool held = false;
-        database->atomically([&] {
-            held = database->change(record, {now(), outcome, answer, keepMessage, id}) > 0;
-            database->change(remove, {id});
-        });
-        return held;
+        database->change(record, {now(), outcome, answer, keepMessage, id});
+        return database->change(remove, {id}) > 0;
+    }
+
+    bool noteAttempt(QSqlQuery& statement, const QVariantList& values, const QueueAttempt& attempt)
+    {
+        database->change(attempt.code < firstStatus ? noteFailure : noteAnswer, {attempt.error});
+        return database->change(statement, values) > 0;
     }
 };
 
@@ -100,44 +126,118 @@ MessageQueue::~MessageQueue() = default;
 qint64 MessageQueue::enqueue(const QString& queueName, const QString& group, const QVariantMap& message,
                              const QString& text)
 {
-    return m->database->insert(m->insert, {queueName, group, now(), written(message), text});
+    const QByteArray bytes = network::writtenMessage(message);
+    QueuedMessage queued;
+    queued.group = group;
+    queued.message = message;
+    m->database->atomically([&] {
+        queued.id = m->database->insert(m->insert, {queueName, group, now(), bytes, text});
+        m->tell(u"queued"_s, queued, {});
+    });
+    network::queuenotice::raise();
+    return queued.id;
 }
 
-QList<QueuedMessage> MessageQueue::messages(int limit) const
+QList<QueuedMessage> MessageQueue::messages(int limit, qint64 after) const
 {
     QList<QueuedMessage> result;
-    for (const QVariantList& row : m->database->rows(m->list, {0, limit}))
-        result.append(fromRow(row));
+    for (const QVariantList& row : m->database->rows(m->list, {after, limit}))
+        result.append(network::queuedFromRow(row));
     return result;
 }
 
-std::optional<QueuedMessage> MessageQueue::after(qint64 id) const
-{
-    const QList<QVariantList> found = m->database->rows(m->list, {id, 1});
-    return found.isEmpty() ? std::nullopt : std::optional(fromRow(found.first()));
-}
+std::optional<QueuedMessage> MessageQueue::find(qint64 id) const { return m->first(m->one, {id}); }
+
+std::optional<QueuedMessage> MessageQueue::after(qint64 id) const { return m->first(m->list, {id, 1}); }
 
 qint64 MessageQueue::lastId() const { return m->database->rows(m->last).value(0).value(0).toLongLong(); }
 
-int MessageQueue::waitingCount() const { return m->counted(0); }
+int MessageQueue::waitingCount() const { return m->counts().value(0).toInt(); }
 
-int MessageQueue::parkedCount() const { return m->counted(1); }
+int MessageQueue::parkedCount() const { return m->counts().value(1).toInt(); }
 
-bool MessageQueue::delivered(qint64 id, int answer) { return m->finish(id, u"delivered"_s, answer, false); }
-
-bool MessageQueue::failed(qint64 id, const QString& error)
+QueueHealth MessageQueue::health() const
 {
-    return m->database->change(m->fail, {error, id}) > 0;
+    const QVariantList tally = m->counts();
+    const QVariantList oldest = m->database->rows(m->oldest).value(0);
+    return {.waiting = tally.value(0).toInt(),
+            .parked = tally.value(1).toInt(),
+            .oldestWaiting = network::storedTime(oldest.value(0)),
+            .credentialsRefused = network::storedTime(tally.value(4)),
+            .lastDelivered = network::storedTime(tally.value(2)),
+            .lastError = tally.value(3).toString()};
 }
 
-bool MessageQueue::park(qint64 id, const QString& words)
+std::optional<QueuedMessage> MessageQueue::nextDue(const QDateTime& until, const QDateTime& now) const
 {
-    return m->database->change(m->park, {words, id}) > 0;
+    m->database->requireInPlace();
+    const auto due = m->first(m->due, {until.toMSecsSinceEpoch()});
+    return due ? due : m->first(m->misdated, {(now + network::longestPause).toMSecsSinceEpoch()});
 }
 
-bool MessageQueue::retry(qint64 id) { return m->database->change(m->retry, {id}) > 0; }
+std::optional<CredentialsRefusal> MessageQueue::refusal() const
+{
+    const QVariantList tally = m->counts();
+    const QDateTime since = network::storedTime(tally.value(4));
+    if (!since.isValid())
+        return {};
+    return CredentialsRefusal{since, tally.value(5).toInt(),
+                              QDateTime::fromMSecsSinceEpoch(tally.value(6).toLongLong(), Qt::UTC)};
+}
+
+bool MessageQueue::delivered(qint64 id, const QueueAttempt& attempt)
+{
+    return m->change(id, u"delivered"_s, attempt, [&] {
+        m->database->change(m->noteDelivery, {now()});
+        return m->finish(id, u"delivered"_s, attempt.code, false);
+    });
+}
+
+bool MessageQueue::failed(qint64 id, const QueueAttempt& attempt, const QDateTime& due)
+{
+    return m->change(id, u"attempt"_s, attempt, [&] {
+        return m->noteAttempt(m->fail, {attempt.error, due.toMSecsSinceEpoch(), id}, attempt);
+    });
+}
+
+bool MessageQueue::park(qint64 id, const QueueAttempt& attempt)
+{
+    return m->change(id, u"parked"_s, attempt, [&] {
+        return m->noteAttempt(m->park, {attempt.error, id}, attempt);
+    });
+}
+
+bool MessageQueue::refused(qint64 id, const QueueAttempt& attempt, const QDateTime& due,
+                           const QDateTime& nextProbe)
+{
+    return m->change(id, u"attempt"_s, attempt, [&] {
+        m->database->change(m->noteRefusal, {attempt.error, now(), nextProbe.toMSecsSinceEpoch()});
+        return m->database->change(m->fail, {attempt.error, due.toMSecsSinceEpoch(), id}) > 0;
+    });
+}
+
+bool MessageQueue::retry(qint64 id)
+{
+    const bool done =
+        m->change(id, u"retried"_s, {}, [&] { return m->database->change(m->retry, {id}) > 0; });
+    network::queuenotice::raise();
+    return done;
+}
 
 bool MessageQueue::drop(qint64 id)
 {
-    return m->finish(id, u"dropped"_s, QVariant(QMetaType::fromType<int>()), true);
+    const QVariant noAnswer(QMetaType::fromType<int>());
+    const bool done =
+        m->change(id, u"dropped"_s, {}, [&] { return m->finish(id, u"dropped"_s, noAnswer, true); });
+    network::queuenotice::raise();
+    return done;
+}
+
+void MessageQueue::expedite()
+{
+    m->database->atomically([&] {
+        m->database->change(m->hasten, {});
+        m->database->change(m->probeNow, {});
+    });
+    network::queuenotice::raise();
 }

@@ -25,15 +25,43 @@ struct QueuedMessage
     QVariantMap message; ///< as it was put in, types included; empty when damaged
     QString text;        ///< what it is, for the administrator
     int attempts = 0;    ///< how often sending it failed
-    QString lastError;   ///< why the last one did, for the administrator; may be the service's own words
+    QDateTime due;       ///< UTC; the next attempt is made then, when its group and the service let it
+    QString lastError; ///< why the last attempt failed, for the administrator; may be the service's own words
     State state = State::Waiting;
     bool damaged = false; ///< the stored message is not what was put in
 };
 
-/// The outgoing queue in the store of the data directory. Any number of objects, in any
-/// threads and programs, may have it open at once; each belongs to the thread that made it. What an operation
-/// changes is durable when it returns, or with the utils::Transaction around it. Each throws BasicException,
-/// and changes nothing, when the file can't be used.
+/// What one attempt to send a message came to.
+struct QueueAttempt
+{
+    int code = 0;            ///< RestClient's: 0 for a 2xx, else an HTTP status or an ErrorCode
+    QString error;           ///< for the administrator; empty after a success
+    qint64 milliseconds = 0; ///< how long it took
+};
+
+/// That the service refuses the credentials, which holds up everything.
+struct CredentialsRefusal
+{
+    QDateTime since;     ///< UTC
+    int probes = 0;      ///< how often it was tried so far, the first refusal included
+    QDateTime nextProbe; ///< UTC; until then nothing is sent
+};
+
+/// The queue at a glance. Times are UTC.
+struct QueueHealth
+{
+    int waiting = 0;
+    int parked = 0;
+    QDateTime oldestWaiting;      ///< when the one that waits longest was put in; invalid: none waits
+    QDateTime credentialsRefused; ///< since when the service refuses the credentials; invalid: it does not
+    QDateTime lastDelivered;      ///< invalid: nothing yet
+    QString lastError;            ///< why the last attempt failed; empty when it did not
+};
+
+/// The outgoing queue in the store of the data directory. Any number of objects, in any threads and programs,
+/// may have it open at once; each belongs to the thread that made it. What an operation changes is durable
+/// when it returns, or with the utils::Transaction around it; so is the entry in the journal of the message's
+/// receipt. Each throws BasicException, and changes nothing, when the file can't be used.
 ///
 /// The messages hold credentials and personal data; the file is its owner's alone (0600). Once delivered,
 /// only the record that and when is kept.
@@ -50,29 +78,48 @@ public:
     qint64 enqueue(const QString& queueName, const QString& group, const QVariantMap& message,
                    const QString& text);
 
-    /// The first messages in order, waiting and parked, at most `limit`.
-    [[nodiscard]] QList<QueuedMessage> messages(int limit) const;
+    /// The first messages behind that id in order, waiting and parked, at most `limit`.
+    [[nodiscard]] QList<QueuedMessage> messages(int limit, qint64 after = 0) const;
+    /// The message of that id; nothing when the queue does not hold it (any more).
+    [[nodiscard]] std::optional<QueuedMessage> find(qint64 id) const;
     /// The first message behind that id, waiting or parked; nothing at the end.
     [[nodiscard]] std::optional<QueuedMessage> after(qint64 id) const;
     /// The highest id in the queue; 0 when it is empty.
     [[nodiscard]] qint64 lastId() const;
 
-    /// How many wait, and how many are parked; in constant time.
+    // Each takes the same time however many messages wait.
+
     [[nodiscard]] int waitingCount() const;
     [[nodiscard]] int parkedCount() const;
+    [[nodiscard]] QueueHealth health() const;
+    /// What to send next of all that nothing of its group holds up: the one that was due first, at `until` at
+    /// the latest. One that would be due later than the longest pause after `now` counts as due: the clock
+    /// has jumped back since that time was set.
+    [[nodiscard]] std::optional<QueuedMessage> nextDue(const QDateTime& until, const QDateTime& now) const;
+    /// Nothing when the service takes the credentials, as far as is known.
+    [[nodiscard]] std::optional<CredentialsRefusal> refusal() const;
 
-    // Each is true when the queue still held a message of that id.
+    // Each is true when the queue still held a message of that id. An answer of the service other than 401
+    // ends the refusal of the credentials.
 
-    /// Moves a message out into the history. `answer` is RestClient's code of the answer: 0 for a 2xx.
-    bool delivered(qint64 id, int answer);
-    /// Notes that sending failed; the message waits on.
-    bool failed(qint64 id, const QString& error);
-    /// Sets a message aside with the words of who refused it. Later messages of its group wait behind it.
-    bool park(qint64 id, const QString& words);
-    /// Lets a parked message wait again, in its old place.
+    /// Moves a message out into the history.
+    bool delivered(qint64 id, const QueueAttempt& attempt);
+    /// Notes that sending failed; the message is to be tried again when it is due.
+    bool failed(qint64 id, const QueueAttempt& attempt, const QDateTime& due);
+    /// Sets a message aside with the error. Later messages of its group wait behind it.
+    bool park(qint64 id, const QueueAttempt& attempt);
+    /// Notes that sending failed and that the credentials are refused, or still not known to be taken:
+    /// nothing is to be sent before `nextProbe`.
+    bool refused(qint64 id, const QueueAttempt& attempt, const QDateTime& due, const QDateTime& nextProbe);
+    /// Lets a parked message wait again, in its old place, and makes it due at once; so too one that waits
+    /// out a pause. False as well when it is due at once already.
     bool retry(qint64 id);
-    /// Gives a message up. The history keeps all of it, so that what was dropped by mistake is not lost.
+    /// Gives a message up; its group goes on. The history keeps all of it, so that what was dropped by
+    /// mistake is not lost.
     bool drop(qint64 id);
+
+    /// Ends every pause: all that waits is due at once, also when the credentials were refused.
+    void expedite();
 
 private:
     struct Statements;

@@ -1,171 +1,115 @@
 #include "host/network/queuedelivery.h"
 
-#include "host/network/messagequeue.h"
-#include "host/network/restclient.h"
-#include "host/utils/filelock.h"
+#include "host/network/queuepause.h"
+#include "host/network/queuesending.h"
+#include "host/utils/currenttime.h"
 #include "host/utils/logging.h"
+#include "host/utils/storageerror.h"
 
-#include <QSet>
-#include <QStringList>
+#include <QRandomGenerator>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
+using network::SendingOutcome;
 
 namespace {
 
-using ErrorCode = RestClient::ErrorCode;
+const QString lockName = u"queue.lock"_s;
 
-constexpr int firstStatus = 100; // RestClient's own codes lie below
-constexpr qsizetype longestWords = 2000;
-
-/// What an attempt came to.
-struct Outcome
+/// The time, which does not go back within one run: what has failed in it would be due again.
+QDateTime notBefore(const QDateTime& start)
 {
-    int code = 0;
-    QString error; ///< empty when delivered
-    bool hopeless = false;
-};
-
-QString codeText(int code)
-{
-    if (code >= firstStatus)
-        return u"HTTP %1"_s.arg(code);
-    switch (static_cast<ErrorCode>(code)) {
-    case ErrorCode::Connect:
-        return u"no connection to the service"_s;
-    case ErrorCode::Timeout:
-        return u"no answer in time"_s;
-    case ErrorCode::Tls:
-        return u"the service's certificate is not trusted, or TLS failed"_s;
-    case ErrorCode::BrokenAnswer:
-        return u"the answer is broken or not JSON"_s;
-    case ErrorCode::TooLarge:
-        return u"the answer is too large"_s;
-    case ErrorCode::Redirect:
-        return u"redirected: somebody other than the service answered"_s;
-    case ErrorCode::BadUrl:
-        return u"the message's URL is not valid"_s;
-    case ErrorCode::BadHeader:
-        return u"a header of the message cannot be sent"_s;
-    case ErrorCode::None:
-        break;
-    }
-    return u"error %1"_s.arg(code);
+    return std::max(MockFactory<CurrentTime>::create()->currentDateTime(), start);
 }
 
-bool isHopeless(int code)
-{
-    constexpr int unauthorized = 401; // credentials are mended on the service's side
-    constexpr int timeout = 408;
-    constexpr int tooEarly = 425;
-    constexpr int tooMany = 429;
-    if (code < firstStatus)
-        return code == static_cast<int>(ErrorCode::BadUrl) || code == static_cast<int>(ErrorCode::BadHeader);
-    return code >= 400 && code < 500 && code != unauthorized && code != timeout && code != tooEarly &&
-           code != tooMany;
-}
-
-/// The texts of the service's error envelope, {"data": [{"message": text or {field: text or [texts]}}]}.
-QString serviceWords(const QVariant& answer)
-{
-    QStringList words;
-    const QVariantList errors = answer.toMap().value(u"data"_s).toList();
-    for (const QVariant& error : errors) {
-        const QVariant message = error.toMap().value(u"message"_s);
-        if (message.typeId() == QMetaType::QString)
-            words.append(message.toString());
-        const QVariantMap fields = message.toMap();
-        for (const QVariant& field : fields)
-            words.append(field.toStringList());
-    }
-    return words.join(u'\n').left(longestWords);
-}
-
-QHash<QString, QString> headersOf(const QVariantMap& message)
-{
-    QHash<QString, QString> headers;
-    const QVariantMap given = message.value(u"headers"_s).toMap();
-    for (auto header = given.cbegin(); header != given.cend(); ++header)
-        headers.insert(header.key(), header.value().toString());
-    return headers;
-}
-
-Outcome send(const QueuedMessage& queued)
-{
-    if (queued.damaged)
-        return {0, u"the stored message is damaged"_s, true};
-    const QVariantMap& message = queued.message;
-    const QVariant address = message.value(u"url"_s);
-    const QUrl url =
-        address.typeId() == QMetaType::QUrl ? address.toUrl() : QUrl(address.toString(), QUrl::TolerantMode);
-    const QByteArray body = message.value(u"body"_s).toByteArray();
-    const QString method = message.value(u"method"_s).toString();
-
-    const auto client = MockFactory<RestClient>::create();
-    client->setTimeout(message.value(u"timeout"_s).toInt());
-    if (method == u"POST")
-        client->post(url, body, headersOf(message));
-    else if (method == u"PUT")
-        client->put(url, body, headersOf(message));
-    else if (method == u"GET" && body.isEmpty())
-        client->get(url, {}, headersOf(message));
-    else
-        return {0, u"the message's method cannot be sent: only POST, PUT, and GET without a body"_s, true};
-
-    const int code = client->getErrorCode();
-    if (code <= 0)
-        return {};
-    const QString words = serviceWords(client->getResponse());
-    const bool hopeless = isHopeless(code);
-    if (words.isEmpty())
-        return {code, codeText(code), hopeless};
-    return {code, hopeless ? words : codeText(code) + u": "_s + words, hopeless};
-}
+Log4Qt::Logger* log() { return utils::logger(u"network"_s); }
 
 } // namespace
 
+std::unique_ptr<utils::FileLock> QueueDelivery::lock() { return utils::FileLock::ifFree(lockName); }
+
 QueueDelivery::QueueDelivery(MessageQueue& queue)
-    : m_queue(queue)
+    : QueueDelivery(queue, Options{})
 {}
+
+QueueDelivery::QueueDelivery(MessageQueue& queue, Options options)
+    : m_queue(queue)
+    , m_options(std::move(options))
+{
+    if (!m_options.random)
+        m_options.random = [] { return QRandomGenerator::global()->generateDouble(); };
+}
 
 QueueDelivery::Summary QueueDelivery::run(const std::stop_token& stop)
 {
-    // Two deliveries at once would send everything twice, and mix up the order.
-    const utils::FileLock lock(u"queue.lock"_s);
+    const utils::FileLock held(lockName);
+    m_queue.expedite();
+    return deliverDue(held, stop);
+}
+
+QueueDelivery::Summary QueueDelivery::deliverDue(const utils::FileLock& /*held*/, const std::stop_token& stop)
+{
     Summary summary;
-    QSet<QString> held;
-    const qint64 last = m_queue.lastId(); // what comes in meanwhile is the next run's
-    for (auto next = m_queue.after(0); next && next->id <= last && !stop.stop_requested();
-         next = m_queue.after(next->id)) {
-        if (held.contains(next->group))
-            continue;
-        QString error;
-        if (next->state == QueuedMessage::State::Waiting && deliver(*next, error))
-            ++summary.delivered;
-        else if (!next->group.isEmpty())
-            held.insert(next->group);
-        if (summary.firstError.isEmpty())
-            summary.firstError = error;
+    const QDateTime start = MockFactory<CurrentTime>::create()->currentDateTime();
+    while (!stop.stop_requested()) {
+        const QDateTime now = notBefore(start);
+        const auto next = isHeldUp(now) ? std::nullopt : m_queue.nextDue(start, now);
+        if (!next)
+            break;
+        deliver(*next, start, summary);
     }
     summary.waiting = m_queue.waitingCount();
     summary.parked = m_queue.parkedCount();
     return summary;
 }
 
-bool QueueDelivery::deliver(const QueuedMessage& message, QString& error)
+bool QueueDelivery::isHeldUp(const QDateTime& now) const
 {
-    const Outcome outcome = send(message);
-    error = outcome.error;
-    if (error.isEmpty()) {
-        if (!m_queue.delivered(message.id, outcome.code))
-            utils::logger(u"network"_s)
-                ->warn(u"Queue: message %1 was delivered while being dropped"_s.arg(message.id));
-        return true;
+    const auto refusal = m_queue.refusal();
+    // A probe set for later than any pause was set before the clock jumped back.
+    return refusal && refusal->nextProbe > now && refusal->nextProbe <= now + network::longestPause;
+}
+
+void QueueDelivery::deliver(const QueuedMessage& message, const QDateTime& start, Summary& summary)
+{
+    const SendingOutcome outcome = network::sendQueued(message, m_options.authorization);
+    const bool held = note(message, outcome, notBefore(start));
+    if (outcome.delivered()) {
+        ++summary.delivered;
+        if (!held)
+            log()->warn(u"Queue: message %1 was delivered while being dropped"_s.arg(message.id));
     }
+    if (summary.firstError.isEmpty())
+        summary.firstError = outcome.attempt.error;
+    if (m_options.attempted)
+        m_options.attempted(message, outcome.attempt);
+}
+
+bool QueueDelivery::note(const QueuedMessage& message, const SendingOutcome& outcome, const QDateTime& now)
+{
+    const QueueAttempt& attempt = outcome.attempt;
+    const auto refusal = m_queue.refusal();
+    if (outcome.answered() && !outcome.unauthorized() && refusal)
+        log()->info(u"Queue: the service takes the credentials again"_s);
+    if (outcome.delivered())
+        return m_queue.delivered(message.id, attempt);
     if (outcome.hopeless) {
-        m_queue.park(message.id, error);
-        utils::logger(u"network"_s)->warn(u"Queue: message %1 is parked"_s.arg(message.id));
-    } else {
-        m_queue.failed(message.id, error);
+        log()->warn(u"Queue: message %1 is parked"_s.arg(message.id));
+        return m_queue.park(message.id, attempt);
     }
-    return false;
+    const QDateTime due = after(now, message.attempts + 1);
+    if (!outcome.unauthorized() && (outcome.answered() || !refusal))
+        return m_queue.failed(message.id, attempt, due);
+    if (!refusal)
+        log()->error(u"Queue: the service refuses the credentials; nothing is delivered until it takes them. "
+                     "Check user and password"_s);
+    const QDateTime nextProbe = after(now, refusal ? refusal->probes + 1 : 1);
+    return m_queue.refused(message.id, attempt, due, nextProbe); // the next probe is another message
+}
+
+QDateTime QueueDelivery::after(const QDateTime& now, int attempts) const
+{
+    return now + network::pauseAfter(attempts, m_options.random());
 }

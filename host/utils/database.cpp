@@ -145,6 +145,12 @@ void Database::rollback() const noexcept
     query.exec(u"ROLLBACK"_s); // SQLite may have done it itself; the first failure is the one to tell
 }
 
+void Database::requireWritable() const
+{
+    requireInPlace();
+    atomically([this] { execute(u"PRAGMA user_version=%1"_s.arg(number(u"PRAGMA user_version"_s))); });
+}
+
 void Database::execute(const QString& sql) const
 {
     QSqlQuery query(m_database);
@@ -203,6 +209,8 @@ void Database::fail(const QSqlError& error) const
     if (fault != StorageFault::Full && fault != StorageFault::Locked)
         m_sound = false;
     m_spoilt = m_transaction;
+    if (fault == StorageFault::Damaged && m_inode != 0)
+        suspect();
     throw storageError(fault, m_path, error.databaseText());
 }
 

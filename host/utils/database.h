@@ -30,6 +30,8 @@ public:
         int version = 1;
         QString name;      ///< the schema that `takes` reads
         QStringList takes; ///< the statements that copy its content into the new tables
+        QString noteTaken; ///< the statement that notes in the new file that it did
+        QString taken;     ///< the query that finds the note: a count
     };
     struct Format
     {
@@ -48,8 +50,9 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    /// Looks at a source as the constructor would look at a file of its own, and throws what it would throw.
-    static void examine(const Source& source);
+    /// Looks at a file that exists as the constructor does, throws what it would throw, and returns the
+    /// file's version: 0 for one that was not made to its end.
+    static int examine(const QString& path, int applicationId, int version);
 
     [[nodiscard]] const QString& path() const { return m_path; }
     /// False once something happened that a connection made anew may not meet: the file was damaged, taken
@@ -70,6 +73,10 @@ public:
     /// from being folded into the file.
     [[nodiscard]] QList<QVariantList> rows(QSqlQuery& statement, const QVariantList& values = {}) const;
 
+    /// Throws when the file was removed or replaced: a reader does not notice by itself. Who changes
+    /// something need not ask.
+    void requireInPlace() const;
+
     /// Runs the steps as one commit; when they throw, none of them was done. Inside a transaction it joins
     /// it, and steps that throw spoil all of it.
     void atomically(const std::function<void()>& steps) const;
@@ -81,6 +88,9 @@ public:
     void commit() const;
     /// Undoes everything since begin(); fine when there was none.
     void rollback() const noexcept;
+    /// Writes something that changes nothing, so that a disk that is full or may not be written to is met
+    /// now.
+    void requireWritable() const;
     [[nodiscard]] bool isInTransaction() const { return m_transaction; }
 
 private:
@@ -89,15 +99,17 @@ private:
     void disconnect();
     void open(const Format& format);
     int examine(int applicationId, int version);
+    [[nodiscard]] QString suspicion() const;
+    void suspect() const noexcept;
     void requireKind(int applicationId, int version);
     void ensureMade(const Format& format) const;
+    void setSourcesAside(const Format& format) const;
     void make(const Format& format) const;
     void fill(const Format& format);
     void migrate(const Format& format) const;
     void execute(const QString& sql) const;
     void execute(QSqlQuery& statement, const QVariantList& values) const;
     [[nodiscard]] int number(const QString& sql) const;
-    void requireInPlace() const;
     void requireUnspoilt() const;
     [[nodiscard]] ino_t inode() const;
     [[noreturn]] void fail(const QSqlError& error) const;

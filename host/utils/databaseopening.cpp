@@ -4,9 +4,9 @@
 #include "host/utils/storageerror.h"
 #include "host/utils/writeaheadlog.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QSqlError>
-#include <QUrl>
 
 #include <algorithm>
 #include <atomic>
@@ -50,9 +50,9 @@ Database::~Database()
     disconnect();
 }
 
-void Database::examine(const Source& source)
+int Database::examine(const QString& path, int applicationId, int version)
 {
-    Database(source.path).examine(source.applicationId, source.version);
+    return Database(path).examine(applicationId, version);
 }
 
 void Database::open(const Format& format)
@@ -68,16 +68,14 @@ void Database::open(const Format& format)
     execute(u"PRAGMA synchronous=FULL"_s);
     if (version < format.version)
         migrate(format);
+    setSourcesAside(format);
     m_inode = inode();
 }
 
 void Database::connect(const QString& options)
 {
     m_database = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_connection);
-    const bool immutable = options.contains(u"URI"_s);
-    m_database.setDatabaseName(immutable ? QString::fromLatin1(QUrl::fromLocalFile(m_path).toEncoded()) +
-                                               u"?immutable=1"_s
-                                         : m_path);
+    m_database.setDatabaseName(m_path);
     const QString wait = QString::fromLatin1(waitForLocks);
     m_database.setConnectOptions(options.isEmpty() ? wait : wait + u';' + options);
     if (!m_database.open())
@@ -95,24 +93,37 @@ int Database::examine(int applicationId, int version)
 {
     // A reader makes companions, and whoever may write folds the log into the file on closing it; so whether
     // the file has to be left alone is first found out without either.
-    connect(u"QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI"_s);
-    const int inFile = number(u"PRAGMA user_version"_s);
-    const int id = number(u"PRAGMA application_id"_s);
-    disconnect();
+    const auto [inFile, id, pageSize] = headOf(m_path);
     const int newest = std::max(inFile, versionInLog(m_path, applicationId));
     if ((inFile == 0 || id == applicationId) && newest > version)
         throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(newest).arg(version));
+    if (pageSize == 0 ||
+        QFileInfo(m_path).size() % pageSize != 0) // SQLite would take what is missing for zeros
+        throw storageError(StorageFault::Damaged, m_path);
     connect(u"QSQLITE_OPEN_READONLY"_s);
     requireKind(applicationId, version);
     const int found = number(u"PRAGMA user_version"_s);
-    if (QFileInfo(m_path).size() <= quicklyChecked) { // a larger one's damage is found as it is read
+    // A larger one's damage is found as it is read; then it is checked the next time.
+    if (QFileInfo(m_path).size() <= quicklyChecked || QFileInfo::exists(suspicion())) {
         QSqlQuery query = prepared(u"PRAGMA quick_check(1)"_s);
         const QString verdict = rows(query).value(0).value(0).toString();
         if (verdict != u"ok")
             throw storageError(StorageFault::Damaged, m_path, verdict.simplified());
+        QFile::remove(suspicion());
     }
     disconnect();
     return found;
+}
+
+QString Database::suspicion() const { return m_path + u".suspect"_s; }
+
+void Database::suspect() const noexcept
+{
+    try {
+        ensurePrivateFile(suspicion());
+    } catch (const BasicException&) {
+        // It will be found again as it was found now.
+    }
 }
 
 void Database::requireKind(int applicationId, int version)
@@ -128,31 +139,38 @@ void Database::requireKind(int applicationId, int version)
 
 void Database::ensureMade(const Format& format) const
 {
-    const bool interrupted = std::any_of(format.sources.begin(), format.sources.end(),
-                                         [](const Source& source) { return QFileInfo::exists(source.path); });
-    if (QFileInfo::exists(m_path) && !interrupted)
+    if (QFileInfo::exists(m_path))
         return;
     const FolderLock lock(m_path); // another process may be about it as well
-    if (!QFileInfo::exists(m_path)) {
-        // SQLite would take a log that lies there for the new file's own.
-        finishSettingAside(m_path);
-        try {
-            removeUnfinished(m_path);
-            make(format);
-        } catch (...) {
-            removeUnfinished(m_path);
-            throw;
+    if (QFileInfo::exists(m_path))
+        return;
+    // SQLite would take a log that lies there for the new file's own.
+    finishSettingAside(m_path);
+    try {
+        removeUnfinished(m_path);
+        make(format);
+    } catch (...) {
+        removeUnfinished(m_path);
+        throw;
+    }
+}
+
+// Only what is known to be in the new file: one that somebody put there later is still to be looked at.
+void Database::setSourcesAside(const Format& format) const
+{
+    for (const Source& source : format.sources) {
+        if (QFileInfo::exists(source.path) && number(source.taken) > 0) {
+            const FolderLock lock(m_path);
+            setAsideWhenTaken(source.path);
         }
     }
-    for (const Source& source : format.sources)
-        setAsideWhenTaken(source.path);
 }
 
 void Database::make(const Format& format) const
 {
     for (const Source& source : format.sources) {
         if (QFileInfo::exists(source.path))
-            examine(source);
+            examine(source.path, source.applicationId, source.version);
     }
     const QString unfinished = newPrivateFile(m_path);
     Database(unfinished).fill(format);
@@ -170,15 +188,17 @@ void Database::fill(const Format& format)
             continue;
         QSqlQuery attach = prepared(u"ATTACH ? AS "_s + source.name);
         execute(attach, {source.path});
-        if (number(u"PRAGMA %1.user_version"_s.arg(source.name)) > 0)
-            present.append(source);
+        present.append(source);
     }
     atomically([&] { // locks the sources as well
         for (const QString& statement : format.creates)
             execute(statement);
         for (const Source& source : present) {
-            for (const QString& statement : source.takes)
+            // Version 0 is one that was not made to its end, and holds nothing.
+            const bool empty = number(u"PRAGMA %1.user_version"_s.arg(source.name)) == 0;
+            for (const QString& statement : empty ? QStringList() : source.takes)
                 execute(statement);
+            execute(source.noteTaken);
         }
         execute(u"PRAGMA main.application_id=%1"_s.arg(format.applicationId));
         execute(u"PRAGMA main.user_version=%1"_s.arg(format.version));

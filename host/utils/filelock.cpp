@@ -11,23 +11,42 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <utility>
+
 namespace utils {
 
 FileLock::FileLock(const QString& name)
 {
     const QString path = dataFile(name);
+    if (!take(path))
+        throw storageError(StorageFault::Locked, path);
+}
+
+std::unique_ptr<FileLock> FileLock::ifFree(const QString& name)
+{
+    std::unique_ptr<FileLock> lock(new FileLock); // its constructor is not make_unique's to call
+    return lock->take(dataFile(name)) ? std::move(lock) : nullptr;
+}
+
+bool FileLock::take(const QString& path)
+{
     ensurePrivateFile(path);
     m_descriptor = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
     if (m_descriptor >= 0 && flock(m_descriptor, LOCK_EX | LOCK_NB) == 0)
-        return;
+        return true;
     const int error = errno;
     if (m_descriptor >= 0)
         close(m_descriptor);
+    m_descriptor = -1;
     if (error == EWOULDBLOCK)
-        throw storageError(StorageFault::Locked, path);
+        return false;
     throw systemError(error, path);
 }
 
-FileLock::~FileLock() { close(m_descriptor); }
+FileLock::~FileLock()
+{
+    if (m_descriptor >= 0)
+        close(m_descriptor);
+}
 
 } // namespace utils

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <memory>
+
 namespace utils {
 
 /// A file of the data directory held by one holder at a time, among all threads and programs, while the
@@ -13,12 +15,18 @@ class HOST_EXPORT FileLock
 public:
     /// Throws BasicException at once when somebody else holds it.
     explicit FileLock(const QString& name);
+    /// The same, but nothing when somebody else holds it.
+    [[nodiscard]] static std::unique_ptr<FileLock> ifFree(const QString& name);
     ~FileLock();
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
 
 private:
-    int m_descriptor;
+    FileLock() = default;
+    /// False when somebody else holds it.
+    [[nodiscard]] bool take(const QString& path);
+
+    int m_descriptor = -1;
 };
 
 } // namespace utils

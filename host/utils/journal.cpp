@@ -36,8 +36,8 @@ void Journal::add(const JournalEntry& entry)
     const QDateTime time =
         entry.time.isValid() ? entry.time : MockFactory<CurrentTime>::create()->currentDateTime();
     m->database->insert(m->insert,
-                        {time.toMSecsSinceEpoch(), entry.receipt, entry.event, entry.operation, entry.message,
-                         entry.code, maskNumbers(entry.detail), entry.milliseconds});
+                        {time.toMSecsSinceEpoch(), entry.receipt, entry.event, maskNumbers(entry.operation),
+                         entry.message, entry.code, maskNumbers(entry.detail), entry.milliseconds});
 }
 
 QList<JournalEntry> Journal::of(const QString& receipt) const

@@ -17,10 +17,11 @@ struct JournalEntry
     QString receipt; ///< the document's identifier; for messages of the queue their group
     QString event; ///< "opened", "request", "answer", "queued", "attempt", "delivered", "parked", "retried",
                    ///< "dropped", "closed", "abandoned", "recovered" or "unknown"
-    QString operation;       ///< the last segment of the service's path, or empty
-    qint64 message = 0;      ///< the id in the outgoing queue; 0 for none
-    int code = 0;            ///< RestClient's code; 0 for success
-    QString detail;          ///< never a secret; long numbers are masked when it is kept
+    QString operation;  ///< the last segment of the service's path, or empty; long numbers are masked when it
+                        ///< is kept
+    qint64 message = 0; ///< the id in the outgoing queue; 0 for none
+    int code = 0;       ///< RestClient's code; 0 for success
+    QString detail;     ///< never a secret; masked like the operation
     qint64 milliseconds = 0; ///< how long it took
 };
 

@@ -49,6 +49,7 @@ void moveWithCompanions(const QString& from, const QString& to)
         if (QFileInfo::exists(from + suffix))
             moveToNewName(from + suffix, to + suffix);
     }
+    ensurePrivateFile(to);
 }
 
 QStringList setAsideFiles(const QString& path)
@@ -70,6 +71,7 @@ QString setAsideDamaged(const QString& path)
 {
     const QString to = freeName(path);
     moveWithCompanions(path, to);
+    QFile::remove(path + u".suspect"_s); // now it is said
     return to;
 }
 
@@ -104,7 +106,6 @@ QStringList damagedFilesSetAside()
 {
     const QDir directory(QFileInfo(dataFile(u"any"_s)).path());
     QStringList result;
-    QStringList seen;
     for (QString name : directory.entryList({u"*.damaged-*"_s}, QDir::Files, QDir::Name)) {
         for (const QString& suffix : companions()) {
             if (name.endsWith(suffix))

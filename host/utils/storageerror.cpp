@@ -63,4 +63,9 @@ BasicException systemError(int error, const QString& file)
     return storageError(faultOf(error), file, QString::fromStdString(std::generic_category().message(error)));
 }
 
+bool isFault(const BasicException& exception, StorageFault fault)
+{
+    return exception.tr().id() == textOf(fault).id();
+}
+
 } // namespace utils

@@ -22,4 +22,7 @@ HOST_EXPORT BasicException storageError(StorageFault fault, const QString& file,
 /// The same for a failed system call, told by its errno.
 HOST_EXPORT BasicException systemError(int error, const QString& file);
 
+/// True when the exception tells of that fault.
+HOST_EXPORT bool isFault(const BasicException& exception, StorageFault fault);
+
 } // namespace utils

@@ -11,6 +11,7 @@ constexpr auto storeName = "till.sqlite";
 QStringList receiptTables();
 QStringList queueTables();
 QStringList journalTables();
+QStringList importTables();
 
 /// The two files of version 1, with the paths that they have in the data directory.
 QList<Database::Source> formerFiles();

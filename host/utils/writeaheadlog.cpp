@@ -19,6 +19,8 @@ constexpr qsizetype saltsInFrame = 8;
 constexpr qsizetype salts = 8;
 constexpr qsizetype versionInPage = 60; // of the first page
 constexpr qsizetype idInPage = 68;
+constexpr qsizetype pageSizeInPage = 16;
+constexpr qsizetype fileHeader = 100;
 constexpr quint32 longestPage = 65536;
 
 quint32 numberAt(const QByteArray& bytes, qsizetype at)
@@ -27,6 +29,20 @@ quint32 numberAt(const QByteArray& bytes, qsizetype at)
 }
 
 } // namespace
+
+DatabaseHead headOf(const QString& database)
+{
+    QFile file(database);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray head = file.read(fileHeader);
+    if (head.size() < fileHeader || !head.startsWith("SQLite format 3"))
+        return {};
+    const auto pageSize = qFromBigEndian<quint16>(head.constData() + pageSizeInPage);
+    return {.version = static_cast<int>(numberAt(head, versionInPage)),
+            .applicationId = static_cast<int>(numberAt(head, idInPage)),
+            .pageSize = pageSize == 1 ? static_cast<int>(longestPage) : pageSize};
+}
 
 int versionInLog(const QString& database, int applicationId)
 {

@@ -4,6 +4,18 @@
 
 namespace utils {
 
+/// What a database file itself says, its log left aside.
+struct DatabaseHead
+{
+    int version = 0;
+    int applicationId = 0;
+    int pageSize = 4096;
+};
+
+/// Read without SQLite: in the middle of folding the log in, which a kill may have cut short, the file alone
+/// makes no sense to it. A file without a head says what an empty one does.
+DatabaseHead headOf(const QString& database);
+
 /// The newest version (user_version) that the log beside an SQLite file gives it, when the file is of that
 /// kind; 0 when the log gives none. Reads the log alone: SQLite itself can't look into it without making
 /// files. A commit that was cut off in the middle counts too.

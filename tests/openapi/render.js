@@ -18,8 +18,9 @@ function inline(file) {
   return () => `<script>${code}</script>`;
 }
 
+const cli = path.join(path.dirname(require.resolve('@redocly/cli/package.json')), 'bin', 'cli.js');
+
 function rendered(openapi, html) {
-  const cli = path.join(path.dirname(require.resolve('@redocly/cli/package.json')), 'bin', 'cli.js');
   const config = ['--config', path.join(__dirname, 'redocly.yaml')];
   execFileSync(process.execPath, [cli, 'build-docs', openapi, '--disableGoogleFont', ...config, '-o', html], {
     env: { ...process.env, REDOCLY_TELEMETRY: 'off', REDOCLY_SUPPRESS_UPDATE_NOTICE: 'true' },
@@ -35,13 +36,16 @@ function loadedFromElsewhere(page) {
 }
 
 function render(openapi, html) {
-  const bundle = require.resolve('redoc/bundles/redoc.standalone.js');
+  // The very one that the page was rendered with: another would not find its styles.
+  const bundle = require.resolve('redoc/bundles/redoc.standalone.js', { paths: [cli] });
   const page = rendered(openapi, html)
     .replace(/<script src="[^"]*redoc\.standalone\.js"[^>]*><\/script>/, inline(bundle))
     .replaceAll(logo, 'data:,')
     .replace('<head>', `<head>\n  <meta http-equiv="Content-Security-Policy" content="${policy}">`);
   const left = loadedFromElsewhere(page);
   if (left.length) throw new Error(`The page would load ${left.join(' ')}`);
+  // Without them a browser shows the menu's lens, a screen wide.
+  if (!/<style data-styled="true"[^>]*>[^<]{10000}/.test(page)) throw new Error('The page has no styles');
   fs.writeFileSync(html, page);
 }
 

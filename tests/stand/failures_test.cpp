@@ -136,7 +136,7 @@ TEST_F(StandFailures, AnUnknownPathIsNotFound)
 {
     for (const auto* path :
          {"/v2/", "/v2/partner/card/2000000000017", "/v2/partner/card/2000000000017/card-info/",
-          "/v2/partner/card/2000000000017/card-info/x", "/", "/v2", "/v1/partner", "/stand/",
+          "/v2/partner/card/2000000000017/card-info/x", "/v2", "/v1/partner", "/stand/nowhere",
           "/stand/exchanges/1"}) {
         const auto reply = call(path, {.url = {}, .login = Login()});
         EXPECT_EQ(reply.status, 404) << path;

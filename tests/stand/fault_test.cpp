@@ -4,6 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <QFile>
+#include <QRegularExpression>
+
 using namespace Qt::StringLiterals;
 using stand::Fault;
 using stand::FaultError;
@@ -191,6 +194,24 @@ TEST(FaultFile, SaysInWhichLineWhatIsWrong)
     EXPECT_THAT(reasonInFile("{}"), HasSubstr("\"fault\" is missing"));
     EXPECT_THAT(reasonInFile("{\"fault\": \"late\", \"ms\": 1.5}"), HasSubstr("\"ms\" is a whole number"));
     EXPECT_THAT(reasonInFile("{\"fault\": \"late\", \"nht\": 2}"), HasSubstr("knows no \"nht\""));
+}
+
+TEST(FaultDocumentation, HasAnExampleOfEveryFaultThatIsRight)
+{
+    QFile page(QStringLiteral(KYR_SOURCE_DIR "/docs/service.md"));
+    ASSERT_TRUE(page.open(QIODevice::ReadOnly));
+    static const QRegularExpression row(u"^\\| `([a-z-]+)` \\|.*\\| `([^`]+:[^`]+)` \\| [a-z, ]+ \\|$"_s,
+                                        QRegularExpression::MultilineOption);
+    QStringList documented;
+    for (auto rows = row.globalMatch(QString::fromUtf8(page.readAll())); rows.hasNext();) {
+        const auto match = rows.next();
+        documented.append(match.captured(1));
+        EXPECT_EQ(faultFrom(match.captured(2)).name(), match.captured(1));
+    }
+    auto names = stand::faultNames();
+    names.sort();
+    documented.sort();
+    EXPECT_EQ(documented, names);
 }
 
 TEST(FaultCalls, AreStruckFromTheNthOnSoOftenAndAtSuchDistances)

@@ -79,7 +79,7 @@ TEST_F(StandFaults, HangAnswersNothingUntilTheClientGivesUpAndNobodyElseWaits)
 {
     arm(R"(["card-info:hang"])");
     Reply hanging;
-    std::thread till([&] { hanging = cardInfo(1500); });
+    std::thread till([&] { hanging = cardInfo(3000); });
     // Its turn has come when it is in the log.
     while (standtest::exchangesOf(m_shop.root()).isEmpty())
         std::this_thread::yield();
@@ -99,13 +99,13 @@ TEST_F(StandFaults, LateAnswersComeLate)
 
 TEST_F(StandFaults, LateBeforeTheOperationDoesItThoughNobodyWaits)
 {
-    arm(R"(["force-payment-c2b:late:when=before,ms=300"])");
+    arm(R"(["force-payment-c2b:late:when=before,ms=2500"])");
     const auto body = QJsonDocument(standtest::spending({}, u"20.00"_s)).toJson();
     const auto reply = standtest::send({.url = m_shop.root() + "/v2/partner/operation/force-payment-c2b",
                                         .method = "POST",
                                         .login = Login(),
                                         .body = body,
-                                        .patienceMs = 100});
+                                        .patienceMs = 1000});
     EXPECT_EQ(reply.error, CURLE_OPERATION_TIMEDOUT);
     EXPECT_EQ(m_shop.balance(), 30000);
     while (m_shop.operations().isEmpty())
@@ -210,7 +210,7 @@ TEST_F(StandFaults, AStatusMayComeAlthoughTheOperationWasDone)
 
 TEST_F(StandFaults, RefuseClosesTheDoorForAWhile)
 {
-    arm(R"(["any:refuse:ms=1500"])");
+    arm(R"(["any:refuse:ms=2500"])");
     EXPECT_EQ(cardInfo().error, CURLE_COULDNT_CONNECT) << "the very next call";
     EXPECT_EQ(standtest::send({.url = m_shop.root() + "/stand/cards"}).error, CURLE_COULDNT_CONNECT);
     Reply reply;
@@ -221,7 +221,7 @@ TEST_F(StandFaults, RefuseClosesTheDoorForAWhile)
 
 TEST_F(StandFaults, RefuseWaitsForItsCall)
 {
-    arm(R"(["any:refuse:nth=3,ms=1000"])");
+    arm(R"(["any:refuse:nth=3,ms=2500"])");
     EXPECT_EQ(cardInfo().json(), m_info);
     EXPECT_EQ(cardInfo().json(), m_info);
     EXPECT_EQ(cardInfo().error, CURLE_COULDNT_CONNECT);
@@ -229,7 +229,7 @@ TEST_F(StandFaults, RefuseWaitsForItsCall)
 
 TEST_F(StandFaults, RefuseOfOneOperationResetsItAndRefusesWhatFollows)
 {
-    arm(R"(["force-payment-c2b:refuse:ms=1000"])");
+    arm(R"(["force-payment-c2b:refuse:ms=2500"])");
     EXPECT_EQ(cardInfo().json(), m_info);
     EXPECT_EQ(m_shop.forcePayment({}, u"20.00"_s).error, CURLE_RECV_ERROR);
     EXPECT_EQ(cardInfo().error, CURLE_COULDNT_CONNECT);

@@ -18,7 +18,7 @@ struct Item
 struct Check
 {
     QString number = QStringLiteral("100");
-    QList<Item> items = {{}};
+    QList<Item> items = QList<Item>(1);
     QString card = QStringLiteral("2000000000055"); ///< With 300 points.
     QString identifier = QStringLiteral("check-1");
 };

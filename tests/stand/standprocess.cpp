@@ -19,6 +19,8 @@ StandProcess::StandProcess(const QStringList& arguments, const QByteArray& passw
     if (!passwordInEnvironment.isEmpty())
         environment.insert(u"KYR_STAND_PASSWORD"_s, QString::fromUtf8(passwordInEnvironment));
     m_process.setProcessEnvironment(environment);
+    if (m_errors.open())
+        m_process.setStandardErrorFile(m_errors.fileName());
     m_process.start(QStringLiteral(STAND_PROGRAM), arguments);
 }
 
@@ -39,6 +41,12 @@ QByteArray StandProcess::url()
     if (!line.startsWith(before + "http://") || !line.endsWith("/\n"))
         return {};
     return line.mid(before.size()).chopped(2);
+}
+
+QByteArray StandProcess::errors()
+{
+    m_errors.seek(0);
+    return m_errors.readAll();
 }
 
 void StandProcess::signal(int number) const

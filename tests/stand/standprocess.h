@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QProcess>
 #include <QStringList>
+#include <QTemporaryFile>
 
 #include <optional>
 
@@ -29,9 +30,10 @@ public:
 
     /// What it wrote, after its end.
     QByteArray output() { return m_process.readAllStandardOutput(); }
-    QByteArray errors() { return m_process.readAllStandardError(); }
+    QByteArray errors();
 
 private:
+    QTemporaryFile m_errors; ///< No pipe, which would stop a stand that writes more than it holds.
     QProcess m_process;
 };
 

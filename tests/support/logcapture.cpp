@@ -44,6 +44,9 @@ private:
 
 #include <QMessageLogContext>
 
+#include <mutex>
+#include <utility>
+
 namespace test_support {
 
 class LogCapture::Catcher
@@ -52,27 +55,44 @@ public:
     explicit Catcher(const QString& loggerName)
         : m_category(loggerName)
     {
-        s_current = this;
+        const std::lock_guard lock(s_mutex);
+        m_outer = std::exchange(s_current, this);
         m_before = qInstallMessageHandler(handle);
     }
     ~Catcher()
     {
+        const std::lock_guard lock(s_mutex);
         qInstallMessageHandler(m_before);
-        s_current = nullptr;
+        s_current = m_outer;
     }
     Catcher(const Catcher&) = delete;
     Catcher& operator=(const Catcher&) = delete;
 
-    [[nodiscard]] QStringList lines() const { return m_lines; }
-    void clear() { m_lines.clear(); }
+    [[nodiscard]] QStringList lines() const
+    {
+        const std::lock_guard lock(s_mutex);
+        return m_lines;
+    }
+    void clear()
+    {
+        const std::lock_guard lock(s_mutex);
+        m_lines.clear();
+    }
 
 private:
     static void handle(QtMsgType type, const QMessageLogContext& context, const QString& message)
     {
-        if (QString::fromUtf8(context.category) == s_current->m_category)
-            s_current->m_lines.append(level(type) + u": "_s + message);
-        else
-            s_current->m_before(type, context, message);
+        const std::lock_guard lock(s_mutex); // whatever thread writes
+        QtMessageHandler before = nullptr;
+        for (Catcher* catcher = s_current; catcher != nullptr; catcher = catcher->m_outer) {
+            if (QString::fromUtf8(context.category) == catcher->m_category) {
+                catcher->m_lines.append(level(type) + u": "_s + message);
+                return;
+            }
+            before = catcher->m_before;
+        }
+        if (before != nullptr)
+            before(type, context, message);
     }
     static QString level(QtMsgType type)
     {
@@ -88,10 +108,12 @@ private:
         }
     }
 
+    static inline std::mutex s_mutex;
     static inline Catcher* s_current = nullptr;
     QString m_category;
     QStringList m_lines;
-    QtMessageHandler m_before;
+    Catcher* m_outer = nullptr;
+    QtMessageHandler m_before = nullptr;
 };
 
 } // namespace test_support

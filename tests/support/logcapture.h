@@ -7,7 +7,8 @@
 
 namespace test_support {
 
-/// Catches what one logger writes while it lives. One at a time.
+/// Catches what one logger writes while it lives, in whatever thread. They end in the reverse order of their
+/// making.
 class LogCapture
 {
 public:

@@ -18,7 +18,7 @@ QCommandLineOption optionOf(const OptionKind& kind)
 {
     const QStringList names =
         kind.letter.isEmpty() ? QStringList{kind.name} : QStringList{kind.letter, kind.name};
-    return QCommandLineOption(names, kind.about, kind.value);
+    return {names, kind.about, kind.value};
 }
 
 void add(QCommandLineParser& parser, const QList<OptionKind>& kinds)

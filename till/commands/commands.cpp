@@ -7,10 +7,10 @@ namespace till {
 const QList<Command>& commands()
 {
     static const QList<Command> table{
-        runCommand(),          shellCommand(),
-        windowCommand(),      queueListCommand(),
-        queueShowCommand(),    queueRetryCommand(), queueDropCommand(),
-        queueDeliverCommand(), doctorCommand(),     supportBundleCommand(),
+        runCommand(),          shellCommand(),         windowCommand(),    queueListCommand(),
+        queueShowCommand(),    queueRetryCommand(),    queueDropCommand(), queueDeliverCommand(),
+        receiptsListCommand(), receiptsShowCommand(),  reconcileCommand(), deliverCommand(),
+        doctorCommand(),       supportBundleCommand(),
     };
     return table;
 }

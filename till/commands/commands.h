@@ -12,6 +12,10 @@ Command queueShowCommand();
 Command queueRetryCommand();
 Command queueDropCommand();
 Command queueDeliverCommand();
+Command receiptsListCommand();
+Command receiptsShowCommand();
+Command reconcileCommand();
+Command deliverCommand();
 Command doctorCommand();
 Command supportBundleCommand();
 

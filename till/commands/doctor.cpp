@@ -130,11 +130,11 @@ QList<Finding> examine(const Options& given)
     QList<Finding> findings = examineConfiguration(options, config);
     findings += examineService(config);
     const QString path = dataDirectoryOf(options);
+    const bool isThere = QFileInfo(path).isDir(); // naming it is enough to have it made
+    utils::setDataDirectory(isThere ? path : QString());
     findings += examineDirectory(path);
-    if (QFileInfo(path).isDir()) {
-        utils::setDataDirectory(path);
+    if (isThere)
         findings += examineQueue(config, path);
-    }
     findings.append(examinePlugin(options, config));
     utils::setDataDirectory({});
     return findings;

@@ -27,7 +27,7 @@ QString stateText(Finding::State state);
 QJsonDocument findingsJson(const QList<Finding>& findings);
 
 /// All that the doctor looks at, in order; goes on after each failure. Uses the process's data directory.
-QList<Finding> examine(const Options& options);
+QList<Finding> examine(const Options& given);
 
 // Its parts. What they can't look at, because something before it failed, they leave out.
 
@@ -35,7 +35,7 @@ QList<Finding> examine(const Options& options);
 QList<Finding> examineConfiguration(Options& options, Config& config);
 /// "name", "connection", "tls", "service", "credentials" and "clock".
 QList<Finding> examineService(const Config& config);
-/// "data", "files", "disk" and "receipt".
+/// "data", "files" and "disk" of the process's data directory.
 QList<Finding> examineDirectory(const QString& path);
 /// "queue".
 QList<Finding> examineQueue(const Config& config, const QString& path);

@@ -1,4 +1,4 @@
-#include "host/utils/currenttime.h"
+#include "host/utils/setaside.h"
 #include "till/commands/doctor.h"
 #include "till/commands/queuereport.h"
 #include "till/commands/tool.h"
@@ -60,7 +60,9 @@ Finding examineFiles(const QString& path)
     if (!open.isEmpty())
         return {u"files"_s, State::Problem, u"others may read %1"_s.arg(open.join(u", "_s)),
                 u"chmod 600 %1/*"_s.arg(path)};
-    const QStringList aside = QDir(path).entryList({u"*.damaged-*"_s}, QDir::Files);
+    QStringList aside;
+    for (const QString& file : utils::damagedFilesSetAside())
+        aside.append(QFileInfo(file).fileName());
     if (!aside.isEmpty())
         return {u"files"_s, State::Warning, u"damaged and set aside: %1"_s.arg(aside.join(u", "_s)),
                 u"keep them for rescue, see docs/operations.md; remove them when they are not needed"_s};

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 
 using namespace Qt::StringLiterals;
 
@@ -14,6 +15,14 @@ namespace {
 QString besideProgram(const QString& path)
 {
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + u'/' + path);
+}
+
+/// Where it is built, else where it is installed.
+QString usualPlugin()
+{
+    const QString built = besideProgram(u"../lib/libKYRLoyalty.so"_s);
+    const QString installed = besideProgram(u"../" KYR_LIBRARY_FOLDER "/libKYRLoyalty.so"_s);
+    return QFile::exists(built) || !QFile::exists(installed) ? built : installed;
 }
 
 } // namespace
@@ -27,7 +36,7 @@ std::unique_ptr<Reporter> reporterFor(const Options& options, QTextStream& out, 
 
 Parts partsOf(const Options& options)
 {
-    return {options.pluginFile.isEmpty() ? besideProgram(u"../lib/libKYRLoyalty.so"_s) : options.pluginFile,
+    return {options.pluginFile.isEmpty() ? usualPlugin() : options.pluginFile,
             options.standProgram.isEmpty() ? besideProgram(u"stand"_s) : options.standProgram,
             options.dataDirectory};
 }

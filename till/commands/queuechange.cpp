@@ -99,12 +99,6 @@ qint64 messageId(const QString& text)
     return id;
 }
 
-std::optional<QueuedMessage> messageOf(const MessageQueue& queue, qint64 id)
-{
-    auto found = queue.after(id - 1);
-    return found && found->id == id ? found : std::nullopt;
-}
-
 Command queueRetryCommand()
 {
     return {.name = u"queue retry"_s,

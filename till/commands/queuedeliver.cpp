@@ -39,7 +39,10 @@ int run(const Invocation& invocation)
     QueueDelivery::Summary summary;
     {
         const Progress progress(tool.console, queue.waitingCount());
-        summary = QueueDelivery(queue).run(signals.token());
+        summary =
+            QueueDelivery(queue,
+                          {.authorization = currentAuthorization(tool.config), .random = {}, .attempted = {}})
+                .run(signals.token());
     }
     const QString error = utils::maskNumbers(summary.firstError);
     tool.console.line(u"%1 delivered, %2 waiting, %3 parked"_s.arg(summary.delivered)

@@ -5,9 +5,17 @@
 #include <QJsonArray>
 #include <QUrl>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace till {
+
+namespace {
+
+constexpr int piecesOf = 500;
+
+} // namespace
 
 QString operationOf(const QueuedMessage& message)
 {
@@ -27,6 +35,7 @@ QJsonObject messageJson(const QueuedMessage& message)
             {u"text"_s, utils::maskNumbers(message.text)},
             {u"enqueued"_s, timeText(message.enqueued)},
             {u"state"_s, stateText(message)},
+            {u"due"_s, message.state == QueuedMessage::State::Waiting ? timeText(message.due) : QString()},
             {u"attempts"_s, message.attempts},
             {u"lastError"_s, utils::maskNumbers(message.lastError)},
             {u"damaged"_s, message.damaged}};
@@ -35,16 +44,23 @@ QJsonObject messageJson(const QueuedMessage& message)
 QueueListing queueListing(const MessageQueue& queue, int limit, bool parkedOnly)
 {
     QueueListing found;
-    // One by one, for a queue may hold more than fits into memory.
-    for (auto next = queue.after(0); next; next = queue.after(next->id)) {
-        if (parkedOnly && next->state != QueuedMessage::State::Parked)
-            continue;
-        found.more = found.messages.size() == limit;
-        if (found.more)
-            break;
-        found.messages.append(*next);
+    // In pieces, for a queue may hold more than fits into memory.
+    qint64 last = 0;
+    while (true) {
+        const QList<QueuedMessage> piece =
+            queue.messages(parkedOnly ? piecesOf : std::min(limit, piecesOf) + 1, last);
+        for (const QueuedMessage& message : piece) {
+            last = message.id;
+            if (parkedOnly && message.state != QueuedMessage::State::Parked)
+                continue;
+            found.more = found.messages.size() == limit;
+            if (found.more)
+                return found;
+            found.messages.append(message);
+        }
+        if (piece.isEmpty())
+            return found;
     }
-    return found;
 }
 
 QJsonDocument listingJson(const MessageQueue& queue, const QueueListing& listing)

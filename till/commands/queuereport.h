@@ -14,9 +14,6 @@ QString operationOf(const QueuedMessage& message);
 /// The number of a message as it is typed; throws UsageError when it is none.
 qint64 messageId(const QString& text);
 
-/// The message of that number, or nothing.
-std::optional<QueuedMessage> messageOf(const MessageQueue& queue, qint64 id);
-
 /// "waiting" or "parked".
 QString stateText(const QueuedMessage& message);
 

@@ -42,7 +42,7 @@ void print(Console& console, const QJsonObject& whole)
             console.line(name.leftJustified(12) + value);
     };
     field(u"message"_s, QString::number(whole[u"id"_s].toInteger()));
-    for (const QString& name : {u"receipt"_s, u"text"_s, u"enqueued"_s, u"state"_s})
+    for (const QString& name : {u"receipt"_s, u"text"_s, u"enqueued"_s, u"state"_s, u"due"_s})
         field(name, whole[name].toString());
     field(u"attempts"_s, QString::number(whole[u"attempts"_s].toInt()));
     field(u"last error"_s, whole[u"lastError"_s].toString().replace(u'\n', u"; "_s));
@@ -63,7 +63,7 @@ int run(const Invocation& invocation)
     tool.useDataDirectory();
     const qint64 id = messageId(invocation.arguments.first());
     const MessageQueue queue;
-    const auto message = messageOf(queue, id);
+    const auto message = queue.find(id);
     if (!message)
         throw UsageError(u"till: queue show: no message %1 in the queue; see till queue list"_s.arg(id));
     const QJsonObject whole = wholeJson(*message);

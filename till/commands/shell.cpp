@@ -1,8 +1,11 @@
 #include "till/shell.h"
 
 #include "host/core/terminalfrontend.h"
+#include "host/network/deliveryworker.h"
 #include "till/commands/commands.h"
 #include "till/commands/playing.h"
+#include "till/hostobjects.h"
+#include "till/queuewarnings.h"
 #include "till/settings.h"
 
 #include <unistd.h>
@@ -12,6 +15,14 @@ using namespace Qt::StringLiterals;
 namespace till {
 
 namespace {
+
+QStringList alarmsAt(Till& till)
+{
+    QStringList alarms;
+    for (const QueueWarning& warning : queueWarnings(till.queue(), hostObject<Config>()))
+        alarms.append(warning.russian);
+    return alarms;
+}
 
 int run(const Invocation& invocation)
 {
@@ -29,7 +40,11 @@ int run(const Invocation& invocation)
     Till till(partsOf(options), config, &terminal);
     reporter->preparations(trace.take());
     Player player(till, trace, *reporter, nullptr);
-    Shell(in, talk, isatty(STDIN_FILENO) == 1).run(player);
+    const DeliveryWorker worker({.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
+                                              .random = {},
+                                              .attempted = {}},
+                                 .changed = {}});
+    Shell(in, talk, isatty(STDIN_FILENO) == 1, [&till] { return alarmsAt(till); }).run(player);
     return exitWell;
 }
 

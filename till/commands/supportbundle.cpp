@@ -4,6 +4,7 @@
 #include "till/commands/commands.h"
 #include "till/commands/doctor.h"
 #include "till/commands/queuereport.h"
+#include "till/commands/receiptreport.h"
 #include "till/commands/tool.h"
 #include "till/versions.h"
 
@@ -19,6 +20,7 @@ namespace till {
 namespace {
 
 constexpr int messagesShown = 1000;
+constexpr int receiptsShown = 200;
 constexpr qint64 logTail = 1 << 20;
 
 /// A last look at everything that leaves the machine: whatever went through so far, the shop's secrets are
@@ -72,6 +74,18 @@ QString queueText()
     }
 }
 
+QString receiptsText()
+{
+    try {
+        QJsonArray receipts;
+        for (const ReceiptReport& report : ReceiptReports().latest(receiptsShown))
+            receipts.append(receiptJson(report));
+        return pretty(QJsonDocument(QJsonObject{{u"receipts"_s, receipts}}));
+    } catch (const std::exception& failure) {
+        return administratorsText(failure);
+    }
+}
+
 QList<ArchivedFile> collected(const Options& given)
 {
     Options options = given;
@@ -88,6 +102,7 @@ QList<ArchivedFile> collected(const Options& given)
     if (keepsAnything(directory)) {
         utils::setDataDirectory(directory);
         files.append({u"queue.json"_s, scrubber.scrubbed(queueText())});
+        files.append({u"receipts.json"_s, scrubber.scrubbed(receiptsText())});
         utils::setDataDirectory({});
     }
     return files;

@@ -13,7 +13,7 @@ namespace till {
 
 QString usualDataDirectory()
 {
-    const QString service = qEnvironmentVariable("STATE_DIRECTORY").section(u':', 0, 0);
+    QString service = qEnvironmentVariable("STATE_DIRECTORY").section(u':', 0, 0);
     if (!service.isEmpty())
         return service;
     const QString state = qEnvironmentVariable("XDG_STATE_HOME");

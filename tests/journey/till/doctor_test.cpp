@@ -8,6 +8,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLocale>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
 
 #include <gmock/gmock.h>
 
@@ -72,6 +75,21 @@ protected:
         EXPECT_EQ(finding[u"state"_s].toString().toStdString(), state);
         EXPECT_THAT(finding[u"text"_s].toString().toStdString(), HasSubstr(text));
         EXPECT_EQ(finding[u"remedy"_s].toString().isEmpty(), finding[u"state"_s] == u"ok"_s);
+    }
+
+    /// Puts back the time at which everything in the queue was put in.
+    void makeOlder(std::chrono::milliseconds age) const
+    {
+        const QString connection = u"doctor-test"_s;
+        {
+            QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
+            database.setDatabaseName(directory + u"/till.sqlite"_s);
+            ASSERT_TRUE(database.open());
+            QSqlQuery query(database);
+            EXPECT_TRUE(query.exec(u"UPDATE queued SET enqueued = enqueued - %1"_s.arg(age.count())))
+                << query.lastError().text().toStdString();
+        }
+        QSqlDatabase::removeDatabase(connection);
     }
 
     const Files files;
@@ -191,9 +209,35 @@ TEST_F(TillDoctor, TellsOfMessagesThatWaitForTooLongOrAreParked)
     utils::setDataDirectory(directory);
     MessageQueue queue;
     utils::setDataDirectory({});
-    queue.park(queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, u"text"_s), u"refused"_s);
+    queue.park(queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, u"text"_s),
+               {.code = 422, .error = u"refused"_s, .milliseconds = 0});
     answer(404);
     expect(findings().value(u"queue"_s), "problem", "1 parked: the service refuses them for good");
+}
+
+TEST_F(TillDoctor, NamesDamagedFilesThatWereSetAside)
+{
+    const QString name = u"till.sqlite.damaged-20261121T040506Z"_s;
+    QFile::setPermissions(files.write(u"data/"_s + name, "x"), QFile::ReadOwner | QFile::WriteOwner);
+    answer(404);
+    expect(findings().value(u"files"_s), "warning", name.toLatin1().constData());
+}
+
+TEST_F(TillDoctor, TellsOfAMessageThatWaitsForLongerThanConfigured)
+{
+    utils::setDataDirectory(directory);
+    MessageQueue queue;
+    utils::setDataDirectory({});
+    queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, u"text"_s);
+    makeOlder(std::chrono::minutes(90));
+    answer(404);
+    expect(findings().value(u"queue"_s), "problem", "1 waiting, the oldest for 1 h 30 min");
+    configure("[Till]\nalarmAfterMinutes = 120\n");
+    answer(404);
+    expect(findings().value(u"queue"_s), "ok", "1 waiting, none parked");
+    configure("[Till]\nalarmAfterMinutes = 0\n");
+    expect(findings().value(u"configuration"_s), "problem",
+           "Till:alarmAfterMinutes: expected minutes above 0");
 }
 
 TEST_F(TillDoctor, TellsAPluginThatIsNone)

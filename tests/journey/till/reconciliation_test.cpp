@@ -69,6 +69,48 @@ TEST(TillReconciliation, ASaleAgreesToTheHundredth)
                     "R-1, card …0055: earned 13.00 at the till, 12.99 in the ledger"));
 }
 
+TEST(TillReconciliation, AReturnTakesBackWhatItsPartOfTheSaleHasEarned)
+{
+    BookedReceipt back = receiptOf(ReturnReceipt, 0);
+    const auto sale = QSharedPointer<Document>::create(SaleReceipt, u"R-0"_s);
+    sale->addGoodsItem(QSharedPointer<GoodsItem>::create(1, u"1"_s, u"Чай"_s, 300, 2));
+    back.sale = sale;
+    const auto books = [](double taken) {
+        return QVariantList{operation(1, earning, u"R-0"_s, 30), operation(2, refusal, u"R-1"_s, taken, 1)};
+    };
+    EXPECT_THAT(differences(books(15), back), IsEmpty());
+    EXPECT_THAT(differences(books(14.99), back), IsEmpty()) << "each position's part is cut";
+    EXPECT_THAT(
+        differences(books(14.98), back),
+        ElementsAre(
+            "R-1, card …0055: earned points taken back: 15.00 for what came back, 14.98 in the ledger"));
+    EXPECT_THAT(
+        differences(books(15), receiptOf(SaleReceipt, 0)),
+        testing::Contains("R-1, card …0055: 15.00 earned points taken back in the ledger, none at the till"));
+}
+
+TEST(TillReconciliation, AReceiptWithoutACardIsReportedOnce)
+{
+    const auto document = QSharedPointer<Document>::create(SaleReceipt, u"R-1"_s);
+    document->addGoodsItem(QSharedPointer<GoodsItem>::create(1, u"1"_s, u"Чай"_s, 300, 1));
+    BookedReceipt sale{.document = document, .closed = true};
+    const auto reported = [](double amount) {
+        const QVariantMap receipt{{u"receipt_amount"_s, amount}};
+        const QVariantMap report{
+            {u"method"_s, u"POST"_s}, {u"receipt_number"_s, u"R-1"_s}, {u"receipt"_s, receipt}};
+        return Ledger({{u"anonymous"_s, QVariantList{report}}}, {});
+    };
+    EXPECT_THAT(reported(300).differences(u"R-1"_s, sale), IsEmpty());
+    EXPECT_THAT(reported(299).differences(u"R-1"_s, sale),
+                ElementsAre(u"R-1, no card: reported 300.00 at the till, 299.00 in the ledger"_s));
+    EXPECT_THAT(reported(300).differences(u"R-1"_s, {}),
+                ElementsAre(u"R-1, no card: reported to the service, unknown to the till"_s));
+    EXPECT_THAT(Ledger({}, {}).differences(u"R-1"_s, sale),
+                ElementsAre(u"R-1, no card: not reported to the service"_s));
+    sale.awaited = true;
+    EXPECT_THAT(Ledger({}, {}).differences(u"R-1"_s, sale), IsEmpty());
+}
+
 TEST(TillReconciliation, PointsAreWorthWhatTheRatioSays)
 {
     // 12.37 points are 1.23 of money: the plug-in cuts, and can tell no more.

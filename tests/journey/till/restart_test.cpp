@@ -1,7 +1,7 @@
 #include "host/core/document.h"
 #include "host/core/storage.h"
 #include "host/utils/datadirectory.h"
-#include "tests/journey/till/tillprocess.h"
+#include "tests/journey/till/kepttill.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -14,49 +14,6 @@ using ::testing::HasSubstr;
 namespace tilltest {
 
 namespace {
-
-const QByteArray sale =
-    R"({ "do": "openSale", "id": "R-1", "positions": [ { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] })";
-const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
-const QByteArray spend = R"({ "do": "spendPoints", "points": 100 })";
-
-/// A till whose data outlives it.
-class KeptTill
-{
-public:
-    [[nodiscard]] QString directory() const { return m_files.path(u"data"_s); }
-    [[nodiscard]] QStringList arguments() const { return {u"--data-dir"_s, directory()}; }
-    [[nodiscard]] QString openReceipt() const { return m_files.path(u"data/open-receipt"_s); }
-    [[nodiscard]] QByteArray openReceiptContent() const
-    {
-        QFile file(openReceipt());
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-    void putOpenReceiptBack(const QByteArray& content) const
-    {
-        QFile file(openReceipt());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        ASSERT_EQ(file.write(content), content.size());
-    }
-    void startShell(QProcess& shell) const
-    {
-        start(shell, QStringList{u"shell"_s, u"--json"_s} + arguments());
-    }
-    [[nodiscard]] Ran runSteps(const QByteArray& steps) const
-    {
-        return runJson(scenarioOfSteps(steps), arguments());
-    }
-
-private:
-    Files m_files;
-};
-
-void end(QProcess& shell)
-{
-    shell.closeWriteChannel();
-    EXPECT_TRUE(shell.waitForFinished(patienceMs));
-    EXPECT_EQ(shell.exitCode(), 0);
-}
 
 /// The members that a restart must not change.
 QJsonObject state(QJsonObject line)

@@ -55,7 +55,7 @@ TEST(TillRun, EachStepAndTheSummaryAreLinesOfJsonWithExactlyTheirMembers)
 {"step":5,"do":"identifyByPhone","ok":true,"value":"2000000000055","error":"","points":0,"balance":300,"impacts":[],"queued":0,"unknown":null}
 {"summary":{"file":")" +
             file.toStdString() +
-            R"(","steps":5,"failed":1,"allowed":1,"receipts":0,"spent":0,"earned":0,"queued":0,"delivered":0,"waiting":0,"parked":0,"differences":[]}}
+            R"(","steps":5,"failed":1,"allowed":1,"receipts":0,"spent":0,"earned":0,"queued":0,"delivered":0,"waiting":0,"parked":0,"differences":[],"alarms":[]}}
 )");
 }
 

@@ -51,10 +51,12 @@ TEST(TillScenario, UnknownStepsAndMembersAreNamedWithWhatIsMeant)
               "pin": "1" },
             { "do": "brew" }
         ] })"),
-        ElementsAre("2: unknown member \"nmae\"; did you mean \"name\"?",
-                    "4: unknown step \"openSael\"; did you mean \"openSale\"?",
-                    StartsWith("6: identifyByCard: unknown member \"pin\"; known are card"),
-                    StartsWith("7: unknown step \"brew\"; known are openSale, openReturn, identifyByCard")));
+        ElementsAre(
+            "2: unknown member \"nmae\"; did you mean \"name\"?",
+            "4: unknown step \"openSael\"; did you mean \"openSale\"?",
+            StartsWith("6: identifyByCard: unknown member \"pin\"; known are card"),
+            StartsWith(
+                "7: unknown step \"brew\"; known are openSale, openReturn, setPositions, identifyByCard")));
 }
 
 TEST(TillScenario, MistypedAndMissingMembersAreNamed)

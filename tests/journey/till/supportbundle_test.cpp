@@ -90,8 +90,8 @@ TEST_F(TillSupportBundle, HoldsNoSecretAndNoWholeNumber)
 {
     ASSERT_EQ(bundle().status, 0);
     const auto contents = unpacked();
-    for (const QString& name :
-         {u"versions.txt"_s, u"doctor.json"_s, u"configuration.txt"_s, u"queue.json"_s, u"log.txt"_s})
+    for (const QString& name : {u"versions.txt"_s, u"doctor.json"_s, u"configuration.txt"_s, u"queue.json"_s,
+                                u"receipts.json"_s, u"log.txt"_s})
         EXPECT_THAT(contents.value(name).toStdString(), Not(IsEmpty())) << name.toStdString();
     for (auto content = contents.begin(); content != contents.end(); ++content) {
         for (const QByteArray& secret : secrets)

@@ -52,6 +52,7 @@ protected:
         return row;
     }
     qint64 add(const QString& group = {}) { return queue.enqueue(u"q"_s, group, {{u"n"_s, 1}}, {}); }
+    static QDateTime now() { return QDateTime::currentDateTimeUtc(); }
     [[nodiscard]] QList<qint64> ids() const
     {
         QList<qint64> result;
@@ -109,8 +110,8 @@ TEST_F(Queue, IsInTheOrderOfEnqueueingAndNeverGivesAnIdTwice)
     const qint64 first = add();
     const qint64 second = add();
     EXPECT_THAT(ids(), ElementsAre(first, second));
-    queue.delivered(first, 0);
-    queue.delivered(second, 0);
+    queue.delivered(first, {});
+    queue.delivered(second, {});
     EXPECT_GT(add(), second);
 }
 
@@ -138,8 +139,8 @@ TEST_F(Queue, IsWalkedFromOneMessageToTheNext)
 TEST_F(Queue, MovesADeliveredMessageIntoTheHistoryWithoutItsContent)
 {
     const qint64 id = add(u"R-1"_s);
-    queue.failed(id, u"no"_s);
-    EXPECT_TRUE(queue.delivered(id, 0));
+    queue.failed(id, {.error = u"no"_s}, now());
+    EXPECT_TRUE(queue.delivered(id, {}));
     EXPECT_THAT(ids(), IsEmpty());
     EXPECT_THAT(history(id), ElementsAre(QVariant(u"delivered"_s), QVariant(0LL), QVariant(1LL),
                                          QVariant(u"no"_s), QVariant(1LL), QVariant(u"R-1"_s)));
@@ -148,7 +149,7 @@ TEST_F(Queue, MovesADeliveredMessageIntoTheHistoryWithoutItsContent)
 TEST_F(Queue, KeepsAllOfADroppedMessageInTheHistory)
 {
     const qint64 id = add(u"R-1"_s);
-    queue.park(id, u"no such card"_s);
+    queue.park(id, {.error = u"no such card"_s});
     EXPECT_TRUE(queue.drop(id));
     EXPECT_THAT(ids(), IsEmpty());
     const QVariantList row = history(id);
@@ -162,8 +163,8 @@ TEST_F(Queue, KeepsAllOfADroppedMessageInTheHistory)
 TEST_F(Queue, NotesAFailureAndLetsTheMessageWait)
 {
     const qint64 id = add();
-    EXPECT_TRUE(queue.failed(id, u"first"_s));
-    EXPECT_TRUE(queue.failed(id, u"second"_s));
+    EXPECT_TRUE(queue.failed(id, {.error = u"first"_s}, now()));
+    EXPECT_TRUE(queue.failed(id, {.error = u"second"_s}, now()));
     const QueuedMessage message = queue.messages(1).first();
     EXPECT_EQ(message.attempts, 2);
     EXPECT_EQ(message.lastError, u"second"_s);
@@ -174,7 +175,7 @@ TEST_F(Queue, ParksAMessageAndLetsItWaitAgainInItsOldPlace)
 {
     const qint64 first = add();
     const qint64 second = add();
-    EXPECT_TRUE(queue.park(first, u"no"_s));
+    EXPECT_TRUE(queue.park(first, {.error = u"no"_s}));
     EXPECT_EQ(queue.after(0)->state, QueuedMessage::State::Parked);
     EXPECT_EQ(queue.after(0)->lastError, u"no"_s);
     EXPECT_EQ(queue.after(0)->attempts, 1);
@@ -187,10 +188,10 @@ TEST_F(Queue, ParksAMessageAndLetsItWaitAgainInItsOldPlace)
 TEST_F(Queue, DoesNothingToAMessageThatItDoesNotHold)
 {
     const qint64 id = add();
-    queue.delivered(id, 0);
-    EXPECT_FALSE(queue.delivered(id, 0));
-    EXPECT_FALSE(queue.failed(id, u"x"_s));
-    EXPECT_FALSE(queue.park(id, u"x"_s));
+    queue.delivered(id, {});
+    EXPECT_FALSE(queue.delivered(id, {}));
+    EXPECT_FALSE(queue.failed(id, {.error = u"x"_s}, now()));
+    EXPECT_FALSE(queue.park(id, {.error = u"x"_s}));
     EXPECT_FALSE(queue.retry(id));
     EXPECT_FALSE(queue.drop(id));
     EXPECT_EQ(queue.waitingCount(), 0);
@@ -211,10 +212,10 @@ TEST_F(Queue, CountsThroughEveryChange)
     EXPECT_EQ(counts(), std::pair(1, 2));
     queue.retry(first);
     EXPECT_EQ(counts(), std::pair(2, 1));
-    queue.failed(third, {});
+    queue.failed(third, {}, now());
     queue.drop(second);
     EXPECT_EQ(counts(), std::pair(2, 0));
-    queue.delivered(third, 0);
+    queue.delivered(third, {});
     EXPECT_EQ(counts(), std::pair(1, 0));
     EXPECT_EQ(MessageQueue().waitingCount(), 1) << "also for whoever opens it later";
 }

@@ -49,6 +49,22 @@ TEST_F(DatabaseFile, CommitsDurablyIntoAWriteAheadLog)
     EXPECT_EQ(pragma(*database, u"application_id"_s), 77);
 }
 
+TEST_F(DatabaseFile, OpensAfterAKillWhileTheLogWasFoldedIn)
+{
+    auto database = open();
+    for (int i = 0; i < 100; ++i)
+        add(*database, QString(1000, u'a'));
+    const QByteArray before = bytes(u"f.sqlite"_s);
+    const QByteArray log = bytes(u"f.sqlite-wal"_s);
+    database.reset();
+    const QByteArray after = bytes(u"f.sqlite"_s);
+    ASSERT_GT(after.size(), before.size());
+    // The first page is written already, and speaks of pages that are in the log only.
+    overwrite(u"f.sqlite"_s, after.first(4096) + before.sliced(4096));
+    overwrite(u"f.sqlite-wal"_s, log);
+    EXPECT_EQ(values(*open()).size(), 100);
+}
+
 TEST_F(DatabaseFile, IsPrivateWithItsCompanionsWhateverTheUmask)
 {
     for (const mode_t mask : {0U, 022U, 0777U}) {

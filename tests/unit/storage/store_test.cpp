@@ -185,9 +185,10 @@ TEST_F(Store, KeepsTheJournalOfEachReceiptInItsOrder)
     const qint64 before = QDateTime::currentMSecsSinceEpoch();
     journal.add({noon, u"R-1"_s, u"attempt"_s, u"earn"_s, 7, 503, u"card 2000000000017"_s, 1234});
     journal.add({{}, u"R-2"_s, u"opened"_s, {}, 0, 0, {}, 0});
-    journal.add({{}, u"R-1"_s, u"delivered"_s, u"earn"_s, 7, 0, {}, 12});
+    journal.add({{}, u"R-1"_s, u"delivered"_s, u"2000000000017"_s, 7, 0, {}, 12});
     const QList<utils::JournalEntry> entries = utils::Journal().of(u"R-1"_s);
     ASSERT_EQ(entries.size(), 2);
+    EXPECT_EQ(entries[1].operation, u"…0017"_s) << "some paths end with a card";
     EXPECT_EQ(entries[0].time, noon);
     EXPECT_EQ(entries[0].time.timeSpec(), Qt::UTC);
     EXPECT_EQ(entries[0].receipt, u"R-1"_s);

@@ -1,0 +1,32 @@
+#include "host/core/datacheck.h"
+
+#include "host/core/storage.h"
+#include "host/utils/datadirectory.h"
+#include "host/utils/storageerror.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool isDamagedReceipt(const QString& /*path*/)
+{
+    try {
+        static_cast<void>(SaveToFileLogic::loadOpenReceipt());
+        return false;
+    } catch (const BasicException& exception) {
+        if (utils::isFault(exception, utils::StorageFault::Damaged))
+            return true;
+        throw;
+    }
+}
+
+} // namespace
+
+QList<utils::DataFinding> openDataDirectory()
+{
+    // First, because a receipt of a later version says that the store is not to be touched either.
+    QList<utils::DataFinding> findings =
+        utils::setAsideAndTell(utils::dataFile(u"open-receipt"_s), isDamagedReceipt);
+    findings += utils::openStore();
+    return findings;
+}

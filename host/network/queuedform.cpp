@@ -1,0 +1,74 @@
+#include "host/network/queuedform.h"
+
+#include "host/utils/basicexception.h"
+#include "host/utils/storedform.h"
+
+#include <QDataStream>
+#include <QIODevice>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace network {
+
+namespace {
+
+constexpr utils::Seal messageSeal{0x4B59526D, 1}; // "KYRm"
+
+std::optional<QVariantMap> readMessage(const QByteArray& bytes)
+{
+    const utils::Unsealed opened = utils::unsealed(messageSeal, bytes);
+    QDataStream in(opened.content);
+    in.setVersion(utils::storedStreamVersion);
+    QVariantMap message;
+    in >> message;
+    const bool whole = opened.state == utils::Unsealed::Whole && in.status() == QDataStream::Ok && in.atEnd();
+    return whole ? std::optional(message) : std::nullopt;
+}
+
+} // namespace
+
+QByteArray writtenMessage(const QVariantMap& message)
+{
+    if (!utils::isStorable(message))
+        throw BasicException(tr::Tr(u"hostQueueMessageUnfit"_s,
+                                    u"Сообщение не поставлено в очередь: такие данные нельзя сохранить"_s));
+    QByteArray content;
+    QDataStream out(&content, QIODevice::WriteOnly);
+    out.setVersion(utils::storedStreamVersion);
+    out << message;
+    return utils::sealed(messageSeal, content);
+}
+
+QString queuedColumns()
+{
+    return u"SELECT id, queue, receipt, enqueued, message, text, attempts, error, parked, due FROM queued "_s;
+}
+
+QueuedMessage queuedFromRow(const QVariantList& row)
+{
+    QueuedMessage result;
+    result.id = row[0].toLongLong();
+    result.queue = row[1].toString();
+    result.group = row[2].toString();
+    result.enqueued = QDateTime::fromMSecsSinceEpoch(row[3].toLongLong(), Qt::UTC);
+    const auto message = readMessage(row[4].toByteArray());
+    result.message = message.value_or(QVariantMap());
+    result.damaged = !message;
+    result.text = row[5].toString();
+    result.attempts = row[6].toInt();
+    result.lastError = row[7].toString();
+    result.state = row[8].toBool() ? QueuedMessage::State::Parked : QueuedMessage::State::Waiting;
+    const QDateTime due = storedTime(row[9]);
+    result.due = due.isValid() ? due : result.enqueued;
+    return result;
+}
+
+QDateTime storedTime(const QVariant& milliseconds)
+{
+    const qint64 value = milliseconds.toLongLong();
+    return value == 0 ? QDateTime() : QDateTime::fromMSecsSinceEpoch(value, Qt::UTC);
+}
+
+} // namespace network

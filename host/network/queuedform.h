@@ -1,0 +1,25 @@
+#pragma once
+
+#include "host/network/messagequeue.h"
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QVariantList>
+#include <QVariantMap>
+
+/// How a message lies in the queue's file.
+namespace network {
+
+/// The bytes to store; throws BasicException when a value of the message is not Qt's own.
+[[nodiscard]] QByteArray writtenMessage(const QVariantMap& message);
+
+/// The beginning of a query for messages, up to its conditions.
+[[nodiscard]] QString queuedColumns();
+
+/// The message in a row that such a query found.
+[[nodiscard]] QueuedMessage queuedFromRow(const QVariantList& row);
+
+/// A stored time in UTC; 0 stands for none.
+[[nodiscard]] QDateTime storedTime(const QVariant& milliseconds);
+
+} // namespace network

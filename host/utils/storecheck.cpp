@@ -1,0 +1,132 @@
+#include "host/utils/storecheck.h"
+
+#include "host/utils/datadirectory.h"
+#include "host/utils/logging.h"
+#include "host/utils/privatefile.h"
+#include "host/utils/setaside.h"
+#include "host/utils/storageerror.h"
+#include "host/utils/store.h"
+#include "host/utils/storeschema.h"
+
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+namespace utils {
+
+namespace {
+
+constexpr qsizetype leastRoom = 64 * 1024; // bytes: a receipt of a thousand positions
+
+QString nameOf(const QString& path) { return QFileInfo(path).fileName(); }
+
+DataFinding told(DataFinding::Kind kind, const QString& file, const QString& now)
+{
+    const QStringList names{nameOf(file), nameOf(now)};
+    switch (kind) {
+    case DataFinding::Kind::Damaged:
+        logger(u"storage"_s)->error(u"%1 is damaged; it was set aside as %2"_s.arg(file, nameOf(now)));
+        return {kind, file, now,
+                tr::Tr(u"hostDataDamaged"_s,
+                       u"Файл данных %1 повреждён. Он сохранён как %2, работа начата с новым файлом. "
+                       "Сообщите администратору"_s.arg(names[0], names[1]))};
+    case DataFinding::Kind::Lost:
+        logger(u"storage"_s)
+            ->error(u"%1 lay there without its file; it was set aside as %2"_s.arg(file, nameOf(now)));
+        return {kind, file, now,
+                tr::Tr(u"hostDataLost"_s, u"Журнал %1 остался без своего файла данных. Он сохранён как %2. "
+                                          "Сообщите администратору"_s.arg(names[0], names[1]))};
+    case DataFinding::Kind::Strange:
+        break;
+    }
+    logger(u"storage"_s)
+        ->error(u"%1 was written by an earlier version after the upgrade; it is not used"_s.arg(file));
+    return {kind, file, now,
+            tr::Tr(u"hostDataStrange"_s,
+                   u"Файл %1 записан прежней версией программы после обновления и не используется. "
+                   "Сообщите администратору"_s.arg(names[0]))};
+}
+
+bool isDamagedAs(const QString& path, int applicationId, int version, bool mayBeEmpty)
+{
+    try {
+        return Database::examine(path, applicationId, version) == 0 && !mayBeEmpty;
+    } catch (const BasicException& exception) {
+        if (isFault(exception, StorageFault::Damaged))
+            return true;
+        throw;
+    }
+}
+
+bool isDamagedStore(const QString& path)
+{
+    const Database::Format format = storeFormat();
+    return isDamagedAs(path, format.applicationId, format.version, false);
+}
+
+bool isDamagedFormer(const QString& path)
+{
+    for (const Database::Source& source : formerFiles()) {
+        if (source.path == path)
+            return isDamagedAs(path, source.applicationId, source.version, true);
+    }
+    return false;
+}
+
+QList<DataFinding> checkFormerFiles()
+{
+    QList<DataFinding> findings;
+    for (const Database::Source& source : formerFiles())
+        findings += setAsideAndTell(source.path, isDamagedFormer);
+    return findings;
+}
+
+QList<DataFinding> strangeFiles()
+{
+    QList<DataFinding> findings;
+    for (const Database::Source& source : formerFiles()) {
+        if (QFileInfo::exists(source.path))
+            findings.append(told(DataFinding::Kind::Strange, source.path, source.path));
+    }
+    return findings;
+}
+
+void requireRoom()
+{
+    const QString probe = dataFile(u"write-check"_s);
+    replaceFile(probe, QByteArray(leastRoom, '\0'));
+    removeFile(probe);
+    store()->requireWritable();
+}
+
+} // namespace
+
+QList<DataFinding> setAsideAndTell(const QString& path, bool (*isDamaged)(const QString& path))
+{
+    if (!QFileInfo::exists(path) || !isDamaged(path))
+        return {};
+    const FolderLock lock(path); // another program may just have done it
+    if (!QFileInfo::exists(path) || !isDamaged(path))
+        return {};
+    return {told(DataFinding::Kind::Damaged, path, setAsideDamaged(path))};
+}
+
+QList<DataFinding> openStore()
+{
+    const QString path = dataFile(QString::fromLatin1(storeName));
+    QList<DataFinding> findings;
+    if (!QFileInfo::exists(path)) {
+        const FolderLock lock(path);
+        for (const QString& now : finishSettingAside(path))
+            findings.append(told(DataFinding::Kind::Lost, path + now.sliced(now.lastIndexOf(u'-')), now));
+    }
+    findings += setAsideAndTell(path, isDamagedStore);
+    if (!QFileInfo::exists(path))
+        findings += checkFormerFiles();
+    const auto opened = store();
+    findings += strangeFiles();
+    requireRoom();
+    return findings;
+}
+
+} // namespace utils

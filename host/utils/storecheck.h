@@ -1,0 +1,36 @@
+#pragma once
+
+#include "host/utils/export.h"
+#include "host/utils/tr.h"
+
+#include <QList>
+#include <QString>
+
+/// How the data directory is looked through at a program's start, before anything of it is used.
+namespace utils {
+
+/// What was found wrong, for the cashier's screen and the administrator.
+struct DataFinding
+{
+    enum class Kind {
+        Damaged, ///< the file was set aside; a new one takes its place
+        Lost,    ///< a log without its file, left by an interruption, was set aside
+        Strange, ///< a file of a former version appeared after its content had been taken over; it stays as
+                 ///< it is
+    };
+    Kind kind = Kind::Damaged;
+    QString file; ///< its path as it was
+    QString now;  ///< the path where it lies now
+    tr::Tr text;  ///< all of it in one sentence, in Russian
+};
+
+/// Opens the store, made anew when there is none or when it was damaged, and makes sure that it can be
+/// written. Each finding is logged as well. Throws BasicException when a file is of a later version, may not
+/// be written or there is no room; whatever is of a later version is left byte for byte as it was.
+HOST_EXPORT QList<DataFinding> openStore();
+
+/// Sets a damaged file aside and tells of it. `isDamaged` is asked again while no other program does the
+/// same; nothing when the file is whole by then.
+HOST_EXPORT QList<DataFinding> setAsideAndTell(const QString& path, bool (*isDamaged)(const QString& path));
+
+} // namespace utils

@@ -1,0 +1,225 @@
+#include "host/network/messagequeue.h"
+#include "host/utils/datadirectory.h"
+#include "tests/journey/till/tillprocess.h"
+#include "tests/support/httpserver.h"
+
+#include <QDir>
+#include <QJsonDocument>
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <csignal>
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using test_support::HttpAnswer;
+using test_support::HttpServer;
+using ::testing::HasSubstr;
+
+namespace tilltest {
+
+namespace {
+
+/// The service manager's end of the line.
+class Manager
+{
+public:
+    explicit Manager(const QString& path)
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        const QByteArray name = path.toUtf8();
+        std::memcpy(address.sun_path, name.constData(), static_cast<std::size_t>(name.size()));
+        m_socket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        const timeval patience{30, 0};
+        setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        EXPECT_EQ(bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    }
+    ~Manager() { close(m_socket); }
+    Manager(const Manager&) = delete;
+    Manager& operator=(const Manager&) = delete;
+
+    /// Waits until it is told that.
+    bool hears(const QByteArray& state) const
+    {
+        std::array<char, 512> piece{};
+        ssize_t size = 0;
+        while ((size = recv(m_socket, piece.data(), piece.size(), 0)) > 0) {
+            if (QByteArrayView(piece.data(), size) == state)
+                return true;
+        }
+        return false;
+    }
+
+private:
+    int m_socket;
+};
+
+/// A data directory with an outgoing queue, a service, and the program that delivers to it.
+class TillDeliver : public testing::Test
+{
+protected:
+    TillDeliver()
+    {
+        enqueue(u"R-1"_s);
+        static_cast<void>(files.write(u"till.toml"_s, "[KYRLoyalty]\nserverUrl = \"" +
+                                                          server.url().toString().toUtf8() +
+                                                          "\"\nuser = \"shop\"\npassword = \"new\"\n"));
+    }
+    ~TillDeliver() override
+    {
+        utils::setDataDirectory({});
+        program.kill();
+        program.waitForFinished(patienceMs);
+    }
+
+    void enqueue(const QString& receipt)
+    {
+        utils::setDataDirectory(directory);
+        MessageQueue().enqueue(u"kyrloyalty"_s, receipt,
+                               {{u"method"_s, u"POST"_s},
+                                {u"url"_s, server.url(u"/v2/payment-b2c"_s)},
+                                {u"headers"_s, QVariantMap{{u"Authorization"_s, u"Basic b2xk"_s}}},
+                                {u"timeout"_s, 5},
+                                {u"body"_s, QByteArray("{}")}},
+                               u"text"_s);
+    }
+
+    [[nodiscard]] QStringList arguments() const
+    {
+        return {u"deliver"_s, u"--data-dir"_s, directory, u"--config"_s, files.path(u"till.toml"_s)};
+    }
+
+    void startProgram(const QStringList& variables = {}, const QStringList& more = {})
+    {
+        auto environment = QProcessEnvironment::systemEnvironment();
+        for (const QString& variable : variables)
+            environment.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
+        program.setProcessEnvironment(environment);
+        tilltest::start(program, arguments() + more);
+        ASSERT_TRUE(program.waitForStarted(patienceMs));
+    }
+
+    /// Waits until the program has said that on its standard output.
+    bool says(const QByteArray& text)
+    {
+        while (!said.contains(text)) {
+            if (!program.waitForReadyRead(patienceMs))
+                return false;
+            said += program.readAllStandardOutput();
+        }
+        return true;
+    }
+
+    /// Ends it as a service manager does, and returns its exit status.
+    int stopProgram(int signal = SIGTERM)
+    {
+        kill(static_cast<pid_t>(program.processId()), signal);
+        EXPECT_TRUE(program.waitForFinished(patienceMs));
+        said += program.readAllStandardOutput();
+        return program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
+    }
+
+    const Files files;
+    const QString directory = files.path(u"data"_s);
+    HttpServer server;
+    QProcess program;
+    QByteArray said;
+};
+
+} // namespace
+
+TEST_F(TillDeliver, SendsWhatWaitsAndWhatComesInUntilItIsTold)
+{
+    server.enqueue(HttpAnswer::status(200, "{}"));
+    server.enqueue(HttpAnswer::status(200, "{}"));
+    startProgram();
+    ASSERT_TRUE(says("message 1 of R-1, payment-b2c: delivered\n"));
+    enqueue(u"R-2"_s);
+    ASSERT_TRUE(says("message 2 of R-2, payment-b2c: delivered\n"));
+    EXPECT_EQ(stopProgram(), 0);
+    EXPECT_TRUE(said.endsWith("stopped\n")) << said.toStdString();
+    EXPECT_EQ(server.requests().size(), 2);
+}
+
+TEST_F(TillDeliver, UsesThePresentPassword)
+{
+    server.enqueue(HttpAnswer::status(200, "{}"));
+    startProgram();
+    ASSERT_TRUE(says("delivered\n"));
+    EXPECT_EQ(server.requests().value(0).header("Authorization"),
+              "Basic " + QByteArray("shop:new").toBase64());
+    EXPECT_EQ(stopProgram(SIGINT), 0);
+}
+
+TEST_F(TillDeliver, FinishesTheMessageInHand)
+{
+    HttpAnswer slow = HttpAnswer::status(200, "{}");
+    slow.delay = std::chrono::seconds(1);
+    server.enqueue(slow);
+    startProgram({}, {u"--json"_s});
+    ASSERT_EQ(server.waitForRequests(1).size(), 1);
+    EXPECT_EQ(stopProgram(), 0);
+    const QJsonObject summary = QJsonDocument::fromJson(said).object();
+    EXPECT_EQ(summary[u"delivered"_s].toInt(), 1) << said.toStdString();
+    EXPECT_EQ(summary[u"waiting"_s].toInt(), 0);
+}
+
+TEST_F(TillDeliver, TellsTheServiceManagerAndKeepsItsWatchdog)
+{
+    const QString path = files.path(u"notify"_s);
+    const Manager manager(path);
+    startProgram({u"NOTIFY_SOCKET="_s + path, u"WATCHDOG_USEC=200000"_s});
+    EXPECT_TRUE(manager.hears("READY=1"));
+    EXPECT_TRUE(manager.hears("WATCHDOG=1"));
+    EXPECT_EQ(stopProgram(), 0);
+    EXPECT_TRUE(manager.hears("STOPPING=1"));
+}
+
+TEST_F(TillDeliver, StandsByWhileAnotherDelivers)
+{
+    server.enqueue(HttpAnswer::status(200, "{}"));
+    startProgram();
+    ASSERT_TRUE(says("delivered\n"));
+    QProcess second;
+    tilltest::start(second, arguments());
+    QByteArray heard;
+    const auto hears = [&](const char* text) {
+        while (!heard.contains(text) && second.waitForReadyRead(patienceMs))
+            heard += second.readAllStandardOutput();
+        return heard.contains(text);
+    };
+    EXPECT_TRUE(hears("standing by: another delivery is under way"));
+    EXPECT_EQ(run({u"queue"_s, u"deliver"_s, u"--data-dir"_s, directory}).status, 2);
+    EXPECT_EQ(stopProgram(), 0);
+    EXPECT_TRUE(hears("delivering\n")) << "it takes over";
+    second.kill();
+    second.waitForFinished(patienceMs);
+}
+
+TEST_F(TillDeliver, SetsADamagedFileAsideAndGoesOnWithANewOne)
+{
+    utils::setDataDirectory({});
+    static_cast<void>(files.write(u"data/till.sqlite"_s, "no database at all"));
+    startProgram();
+    ASSERT_TRUE(says("till.sqlite"));
+    ASSERT_TRUE(says("delivering\n"));
+    EXPECT_EQ(stopProgram(), 0);
+    EXPECT_EQ(QDir(directory).entryList({u"till.sqlite.damaged-*"_s}).size(), 1);
+    EXPECT_THAT(run({u"doctor"_s, u"--data-dir"_s, directory}).out.toStdString(),
+                HasSubstr("warning files         damaged and set aside: till.sqlite.damaged-"));
+}
+
+TEST_F(TillDeliver, SaysAtOnceThatTheDataDirectoryCannotBeUsed)
+{
+    const QString file = files.write(u"file"_s, {});
+    const Ran ran = run({u"deliver"_s, u"--data-dir"_s, file + u"/data"_s});
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr("till: "));
+}
+
+} // namespace tilltest

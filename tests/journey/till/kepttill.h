@@ -1,0 +1,55 @@
+#pragma once
+
+#include "tests/journey/till/tillprocess.h"
+
+#include <QFile>
+
+#include <gmock/gmock.h>
+
+namespace tilltest {
+
+// A receipt that points are spent on, step by step.
+inline const QByteArray sale =
+    R"({ "do": "openSale", "id": "R-1", "positions": [ { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] })";
+inline const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
+inline const QByteArray spend = R"({ "do": "spendPoints", "points": 100 })";
+
+/// A till whose data outlives it.
+class KeptTill
+{
+public:
+    [[nodiscard]] QString directory() const { return m_files.path(QStringLiteral("data")); }
+    [[nodiscard]] QStringList arguments() const { return {QStringLiteral("--data-dir"), directory()}; }
+    [[nodiscard]] QString openReceipt() const { return m_files.path(QStringLiteral("data/open-receipt")); }
+    [[nodiscard]] QByteArray openReceiptContent() const
+    {
+        QFile file(openReceipt());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    void putOpenReceiptBack(const QByteArray& content) const
+    {
+        QFile file(openReceipt());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(content), content.size());
+    }
+    void startShell(QProcess& shell) const
+    {
+        start(shell, QStringList{QStringLiteral("shell"), QStringLiteral("--json")} + arguments());
+    }
+    [[nodiscard]] Ran runSteps(const QByteArray& steps) const
+    {
+        return runJson(scenarioOfSteps(steps), arguments());
+    }
+
+private:
+    Files m_files;
+};
+
+inline void end(QProcess& shell)
+{
+    shell.closeWriteChannel();
+    EXPECT_TRUE(shell.waitForFinished(patienceMs));
+    EXPECT_EQ(shell.exitCode(), 0);
+}
+
+} // namespace tilltest

@@ -1,0 +1,143 @@
+#include "host/core/document.h"
+#include "host/core/storage.h"
+#include "host/utils/datadirectory.h"
+#include "host/utils/journal.h"
+#include "tests/journey/till/tillprocess.h"
+#include "till/unknownspending.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace tilltest {
+
+namespace {
+
+const QByteArray sale = R"({ "do": "openSale", "id": "R-1", "positions": [
+    { "articul": "1", "name": "Чай", "price": 300, "quantity": 2 } ] }, { "do": "identifyByCard", "card": "2000000000055" })";
+
+/// A data directory in which a till played, and where more may be noted.
+class TillReceipts : public testing::Test
+{
+protected:
+    ~TillReceipts() override { utils::setDataDirectory({}); }
+
+    void play(const QByteArray& steps)
+    {
+        EXPECT_EQ(runJson(scenarioOfSteps(steps), {u"--data-dir"_s, directory}).status, 0);
+    }
+
+    void note(const utils::JournalEntry& entry)
+    {
+        utils::setDataDirectory(directory);
+        utils::Journal().add(entry);
+        utils::setDataDirectory({});
+    }
+
+    [[nodiscard]] Ran receipts(const QStringList& arguments) const
+    {
+        return run(QStringList{u"receipts"_s} + arguments + QStringList{u"--data-dir"_s, directory});
+    }
+
+    [[nodiscard]] QJsonObject shown(const QString& identifier) const
+    {
+        return QJsonDocument::fromJson(receipts({u"show"_s, identifier, u"--json"_s}).out).object();
+    }
+
+    const Files files;
+    const QString directory = files.path(u"data"_s);
+};
+
+} // namespace
+
+TEST_F(TillReceipts, ShowsAClosedSaleWithItsPointsAndItsCardMasked)
+{
+    play(sale + R"(, { "do": "spendPoints", "points": 100 }, { "do": "pay" })");
+    const QJsonObject receipt = shown(u"R-1"_s);
+    EXPECT_EQ(receipt[u"state"_s].toString(), u"closed"_s);
+    EXPECT_EQ(receipt[u"type"_s].toString(), u"sale"_s);
+    EXPECT_EQ(receipt[u"sum"_s].toDouble(), 500);
+    EXPECT_EQ(receipt[u"pointsDiscount"_s].toDouble(), 100);
+    EXPECT_EQ(receipt[u"earned"_s].toDouble(), 25);
+    EXPECT_EQ(receipt[u"card"_s].toString(), u"…0055"_s);
+    EXPECT_EQ(receipt[u"positions"_s][0][u"sum"_s].toDouble(), 500);
+    EXPECT_EQ(receipt[u"next"_s].toString(), u"nothing is left to do"_s);
+    const Ran ran = receipts({u"show"_s, u"R-1"_s});
+    EXPECT_THAT(ran.out.toStdString(), AllOf(HasSubstr("sale R-1, closed\ncard …0055\n"),
+                                             HasSubstr("sum 500.00, paid with points 100.00, earned 25.00"),
+                                             Not(HasSubstr("2000000000055"))));
+}
+
+TEST_F(TillReceipts, ShowsAnOpenReceipt)
+{
+    play(sale);
+    EXPECT_EQ(shown(u"R-1"_s)[u"state"_s].toString(), u"open"_s);
+    EXPECT_EQ(shown(u"R-1"_s)[u"next"_s].toString(), u"the cashier goes on with it"_s);
+}
+
+TEST_F(TillReceipts, TellsTheTimelineInItsOrder)
+{
+    play(sale + R"(, { "do": "pay" })");
+    const qsizetype before = shown(u"R-1"_s)[u"timeline"_s].toArray().size();
+    note({.time = {},
+          .receipt = u"R-1"_s,
+          .event = u"attempt"_s,
+          .operation = u"payment-b2c"_s,
+          .message = 7,
+          .code = 503,
+          .detail = u"busy with 2000000000055"_s,
+          .milliseconds = 12});
+    const QJsonArray timeline = shown(u"R-1"_s)[u"timeline"_s].toArray();
+    ASSERT_EQ(timeline.size(), before + 1);
+    EXPECT_EQ(timeline.last()[u"code"_s].toInt(), 503);
+    EXPECT_THAT(receipts({u"show"_s, u"R-1"_s}).out.toStdString(),
+                HasSubstr("attempt  payment-b2c  message 7 code 503 in 12 ms busy with …0055\n"));
+}
+
+TEST_F(TillReceipts, TellsThatASpendingsOutcomeIsUnknown)
+{
+    play(sale);
+    utils::setDataDirectory(directory);
+    const auto open = SaveToFileLogic::loadOpenReceipt();
+    till::setUnknownSpending(
+        *open, till::UnknownSpending{.points = 40, .wanted = 40, .since = QDateTime::currentDateTime()});
+    SaveToFileLogic().save(open, {});
+    utils::setDataDirectory({});
+    EXPECT_THAT(shown(u"R-1"_s)[u"next"_s].toString().toStdString(),
+                HasSubstr("outcome unknown: the answer to spending 40.00 points was lost at 20"));
+}
+
+TEST_F(TillReceipts, ListsTheLatestFirst)
+{
+    play(sale + R"(, { "do": "pay" })");
+    note({.time = {}, .receipt = u"R-1"_s, .event = u"closed"_s, .operation = {}, .detail = {}});
+    note({.time = {}, .receipt = u"R-2"_s, .event = u"abandoned"_s, .operation = {}, .detail = {}});
+    const QJsonArray list =
+        QJsonDocument::fromJson(receipts({u"list"_s, u"--json"_s}).out)[u"receipts"_s].toArray();
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list[0][u"receipt"_s].toString(), u"R-2"_s);
+    EXPECT_EQ(list[0][u"state"_s].toString(), u"abandoned"_s);
+    EXPECT_EQ(list[1][u"state"_s].toString(), u"closed"_s);
+    EXPECT_EQ(
+        QJsonDocument::fromJson(receipts({u"list"_s, u"--limit"_s, u"1"_s, u"--json"_s}).out)[u"receipts"_s]
+            .toArray()
+            .size(),
+        1);
+    EXPECT_THAT(receipts({u"list"_s}).out.toStdString(), HasSubstr("receipt  last "));
+}
+
+TEST_F(TillReceipts, AReceiptThatNobodyKnowsIsRefused)
+{
+    play(sale);
+    const Ran ran = receipts({u"show"_s, u"R-9"_s});
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr("no receipt 'R-9' here; see till receipts list"));
+}
+
+} // namespace tilltest

@@ -1,0 +1,145 @@
+#include "host/core/document.h"
+#include "host/core/storage.h"
+#include "host/utils/datadirectory.h"
+#include "host/utils/storedform.h"
+#include "tests/journey/till/kepttill.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonArray>
+
+#include <iostream>
+
+using namespace Qt::StringLiterals;
+
+namespace tilltest {
+
+TEST(TillRecovery, ARollbackOfWhatIsRolledBackAlreadyDoesNotAskTheServiceAgain)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    for (const QByteArray& step : {sale, card, spend})
+        play(shell, step);
+    end(shell);
+    // As the plug-in saved it once the service had canceled, before the till removed the file.
+    utils::setDataDirectory(till.directory());
+    const auto receipt = SaveToFileLogic::loadOpenReceipt();
+    ASSERT_TRUE(receipt);
+    receipt->setPluginData(u"Till"_s, u"stage"_s, u"abandoned"_s);
+    receipt->getCardRecord(KyrLoyaltySystem)->setOperationId({});
+    SaveToFileLogic().save(receipt, {});
+
+    const Ran ran =
+        runJson(scenarioOfSteps(R"({ "do": "deliver" })"), till.arguments() + QStringList{u"--verbose"_s});
+    EXPECT_FALSE(QFile::exists(till.openReceipt()));
+    EXPECT_EQ(linesOf(ran).value(0).value(u"value"_s).toInt(), 0) << "nothing was queued";
+    EXPECT_FALSE(ran.err.contains("cancel-payment"));
+}
+
+TEST(TillRecovery, WhatWasBeingPaidCanOnlyBePaid)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    for (const QByteArray& step : {sale, card, spend})
+        play(shell, step);
+    end(shell);
+    utils::setDataDirectory(till.directory());
+    const auto receipt = SaveToFileLogic::loadOpenReceipt();
+    ASSERT_TRUE(receipt);
+    receipt->setPluginData(u"Till"_s, u"stage"_s, u"paying"_s);
+    SaveToFileLogic().save(receipt, {});
+
+    const QList<QJsonObject> lines = linesOf(till.runSteps(
+        R"({ "do": "rollback", "mayFail": true }, { "do": "cancel", "mayFail": true }, { "do": "pay" })"));
+    for (const int step : {0, 1})
+        EXPECT_EQ(lines.value(step).value(u"error"_s).toString(),
+                  u"Чек R-1 уже оплачивается: завершите оплату шагом pay"_s);
+    EXPECT_TRUE(lines.value(2).value(u"ok"_s).toBool());
+}
+
+TEST(TillRecovery, ADamagedReceiptIsSetAsideAndSaidAndTheTillGoesOn)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    end(shell);
+    QByteArray content = till.openReceiptContent();
+    content[content.size() / 2] = static_cast<char>(~content[content.size() / 2]);
+    till.putOpenReceiptBack(content);
+
+    const Ran ran = till.runSteps(sale);
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_TRUE(linesOf(ran).value(0).value(u"ok"_s).toBool()) << "the number is free again";
+    const QStringList kept = QDir(till.directory()).entryList({u"open-receipt.damaged-*"_s});
+    ASSERT_EQ(kept.size(), 1);
+    QFile damaged(till.directory() + u'/' + kept.first());
+    ASSERT_TRUE(damaged.open(QIODevice::ReadOnly));
+    EXPECT_EQ(damaged.readAll(), content) << "nothing of it is changed";
+    EXPECT_THAT(ran.err.toStdString(), testing::HasSubstr(kept.first().toStdString()))
+        << "it is said where it lies";
+}
+
+TEST(TillRecovery, AReceiptOfALaterVersionIsRefusedAndLeftAsItIs)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    end(shell);
+    const utils::Seal later{0x4B595264, 99};
+    till.putOpenReceiptBack(utils::sealed(later, "whatever it will be"));
+    const QByteArray content = till.openReceiptContent();
+
+    const Ran ran = till.runSteps(sale);
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(), testing::HasSubstr("open-receipt"));
+    EXPECT_EQ(till.openReceiptContent(), content);
+}
+
+TEST(TillRecovery, TakesLessThanTwoSecondsWithALargeReceipt)
+{
+    const KeptTill till;
+    QByteArrayList positions;
+    for (int i = 0; i < 2000; ++i)
+        positions.append(R"({ "articul": "1", "name": "Чай", "price": 9.99, "quantity": 2 })");
+    const QByteArray large =
+        R"({ "do": "openSale", "id": "R-1", "positions": [ )" + positions.join(", ") + "] }";
+    EXPECT_EQ(till.runSteps(large + ", " + card + R"(, { "do": "request" })").status, 0);
+    QProcess shell;
+    QElapsedTimer clock;
+    clock.start();
+    till.startShell(shell);
+    EXPECT_TRUE(play(shell, R"({ "do": "getCardInfo" })").value(u"ok"_s).toBool());
+    const qint64 taken = clock.elapsed();
+    std::cout << "From the start to the first answer: " << taken << " ms" << std::endl;
+    EXPECT_LT(taken, 2000);
+    end(shell);
+}
+
+TEST(TillRecovery, AReceiptThatCannotBeClosedStaysOpenAndQueuesNothing)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    for (const QByteArray& step : {sale, card, QByteArray(R"({ "do": "pay" })")})
+        EXPECT_TRUE(play(shell, step).value(u"ok"_s).toBool());
+    const QByteArray back =
+        R"({ "do": "openReturn", "id": "V-1", "of": "R-1", "positions": [ { "posnum": 1, "quantity": 1 } ] })";
+    EXPECT_TRUE(play(shell, back).value(u"ok"_s).toBool());
+    {
+        // Somebody else has a document stored under the return's number in the meantime.
+        utils::setDataDirectory(till.directory());
+        DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, u"V-1"_s));
+    }
+    const QJsonObject refused = play(shell, R"({ "do": "pay" })");
+    EXPECT_EQ(refused.value(u"error"_s).toString(), u"Чек V-1 уже сохранён с другим содержимым"_s);
+    EXPECT_EQ(refused.value(u"queued"_s).toInt(), 0) << "the return's refusals went with it";
+    EXPECT_TRUE(QFile::exists(till.openReceipt()));
+    EXPECT_TRUE(play(shell, R"({ "do": "rollback" })").value(u"ok"_s).toBool()) << "the till goes on";
+    end(shell);
+}
+
+} // namespace tilltest

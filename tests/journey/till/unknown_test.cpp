@@ -1,0 +1,253 @@
+#include "host/utils/datadirectory.h"
+#include "host/utils/journal.h"
+#include "tests/journey/till/tillprocess.h"
+#include "tests/stand/standprocess.h"
+#include "tests/support/lossyproxy.h"
+
+#include <QFile>
+#include <QJsonArray>
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace tilltest {
+
+namespace {
+
+const QByteArray sale =
+    R"({ "do": "openSale", "id": "R-1", "positions": [ { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] })";
+const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
+const QByteArray spend = R"({ "do": "spendPoints", "points": 100, "code": "1234" })";
+const QByteArray pay = R"({ "do": "pay" })";
+const QByteArray rollback = R"({ "do": "rollback" })";
+const QByteArray force = "/force-payment-c2b";
+const QByteArray confirm = "/confirm-payment-c2b";
+
+/// A till on a service whose answers do not always come; both outlive the till's process.
+class LossyTill : public ::testing::Test
+{
+protected:
+    LossyTill()
+        : m_stand({u"--sms-code"_s, u"1234"_s})
+        , m_proxy(m_stand.url())
+    {}
+
+    void begin(const QByteArray& extra = {})
+    {
+        const QByteArray config =
+            "[KYRLoyalty]\nuser = \"shop\"\npassword = \"secret-of-the-shop\"\nserverUrl = \"" +
+            m_proxy.url().toUtf8() + "\"\n" + extra;
+        startTill(m_files.write(u"till.toml"_s, config));
+        for (const QByteArray& step : {sale, card})
+            EXPECT_TRUE(play(step).value(u"ok"_s).toBool());
+    }
+    void startTill(const QString& config)
+    {
+        m_config = config;
+        start(m_shell,
+              {u"shell"_s, u"--json"_s, u"--config"_s, config, u"--data-dir"_s, m_files.path(u"data"_s)});
+    }
+    QJsonObject play(const QByteArray& step) { return tilltest::play(m_shell, step); }
+    std::string errorOf(const QByteArray& step)
+    {
+        return play(step).value(u"error"_s).toString().toStdString();
+    }
+    /// Kills the till and starts another.
+    void powerCut()
+    {
+        m_shell.kill();
+        ASSERT_TRUE(m_shell.waitForFinished(patienceMs));
+        startTill(m_config);
+    }
+    /// What is left on the card after all, as the service says.
+    double balanceAfterAll()
+    {
+        play(R"({ "do": "openSale", "id": "R-9", "positions": [] })");
+        return play(card).value(u"balance"_s).toDouble();
+    }
+    void expectUnknown(const QJsonObject& line)
+    {
+        EXPECT_FALSE(line.value(u"ok"_s).toBool());
+        EXPECT_EQ(line.value(u"unknown"_s).toDouble(), 100);
+        EXPECT_THAT(
+            line.value(u"error"_s).toString().toStdString(),
+            HasSubstr("Чек R-1: исход списания 100,00 баллов неизвестен, повторите списание той же суммы "
+                      "(шаг spendPoints) или отмените чек (шаг rollback)"));
+    }
+    ~LossyTill() override
+    {
+        m_shell.closeWriteChannel();
+        m_shell.waitForFinished(patienceMs);
+    }
+    Q_DISABLE_COPY_MOVE(LossyTill)
+
+    Files m_files;
+    standtest::StandProcess m_stand;
+    test_support::LossyProxy m_proxy;
+    QProcess m_shell;
+    QString m_config;
+};
+
+} // namespace
+
+TEST_F(LossyTill, ASpendingWhoseAnswerIsLostIsUnknownAndAskingAgainFindsOut)
+{
+    begin();
+    m_proxy.loseAnswer(force);
+    expectUnknown(play(spend));
+    const QJsonObject again = play(spend);
+    EXPECT_TRUE(again.value(u"ok"_s).toBool());
+    EXPECT_TRUE(again.value(u"unknown"_s).isNull());
+    EXPECT_EQ(again.value(u"impacts"_s).toArray().size(), 1);
+    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_EQ(balanceAfterAll(), 210) << "300, less 100, and 10 earned";
+}
+
+TEST_F(LossyTill, AnUnknownSpendingSurvivesAPowerCutAndIsSaidInOneLine)
+{
+    begin();
+    m_proxy.loseAnswer(force);
+    play(spend);
+    powerCut();
+    EXPECT_EQ(play(R"({ "do": "restart" })").value(u"unknown"_s).toDouble(), 100);
+    // Though the balance that the service tells now is less than what was asked for.
+    EXPECT_EQ(play(R"({ "do": "getCardInfo" })").value(u"balance"_s).toDouble(), 200);
+    EXPECT_TRUE(play(spend).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_EQ(balanceAfterAll(), 210);
+}
+
+TEST_F(LossyTill, ARollbackResolvesAnUnknownSpending)
+{
+    begin();
+    m_proxy.loseAnswer(force);
+    play(spend);
+    EXPECT_TRUE(play(rollback).value(u"ok"_s).toBool());
+    EXPECT_EQ(balanceAfterAll(), 300);
+}
+
+TEST_F(LossyTill, NothingElseIsDoneWhileTheOutcomeIsUnknown)
+{
+    begin();
+    m_proxy.loseAnswer(force);
+    play(spend);
+    const QByteArray other = R"({ "do": "openSale", "id": "R-2", "positions": [] })";
+    const QByteArray less = R"({ "do": "spendPoints", "points": 50 })";
+    for (const QByteArray& step : {pay, QByteArray(R"({ "do": "cancel" })"), other, less, card})
+        expectUnknown(play(step));
+    EXPECT_EQ(m_proxy.passed(force), 1);
+}
+
+TEST_F(LossyTill, ARefusalIsNoUnknownOutcome)
+{
+    begin();
+    m_proxy.answerInstead(force, 422);
+    EXPECT_TRUE(play(spend).value(u"unknown"_s).isNull());
+    EXPECT_TRUE(play(R"({ "do": "spendPoints", "points": 50 })").value(u"ok"_s).toBool());
+}
+
+TEST_F(LossyTill, ServerErrorsAndWhatIsNotJsonLeaveTheOutcomeUnknown)
+{
+    begin();
+    for (const int status : {500, 503, 408, 425}) {
+        m_proxy.answerInstead(force, status);
+        expectUnknown(play(spend));
+    }
+    m_proxy.replaceAnswer(force, "<html>");
+    expectUnknown(play(spend));
+    EXPECT_TRUE(play(spend).value(u"ok"_s).toBool());
+}
+
+TEST_F(LossyTill, AnAnswerWithoutPositionsIsNotTakenForADiscount)
+{
+    begin();
+    m_proxy.replaceAnswer(force, R"({"status":"success","data":{}})");
+    expectUnknown(play(spend));
+    powerCut();
+    const QJsonObject again = play(spend);
+    EXPECT_TRUE(again.value(u"ok"_s).toBool());
+    EXPECT_EQ(again.value(u"impacts"_s).toArray().size(), 1);
+    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_EQ(balanceAfterAll(), 210);
+}
+
+TEST_F(LossyTill, ARefusedCallerSaysNothingOfAnEarlierSpending)
+{
+    begin();
+    m_proxy.loseAnswer(force);
+    play(spend);
+    for (const int status : {401, 403, 429}) {
+        m_proxy.answerInstead(force, status);
+        expectUnknown(play(spend));
+    }
+    m_proxy.answerInstead(force, 422);
+    EXPECT_TRUE(play(spend).value(u"unknown"_s).isNull()) << "the service judged the spending itself";
+}
+
+TEST_F(LossyTill, AWrongCodeSaysNothingOfAConfirmationWhoseAnswerWasLost)
+{
+    begin("smsVerification = true\n");
+    m_proxy.loseAnswer(confirm);
+    expectUnknown(play(spend));
+    expectUnknown(play(R"({ "do": "spendPoints", "points": 100, "code": "9999" })"));
+    EXPECT_TRUE(play(spend).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_EQ(balanceAfterAll(), 210);
+}
+
+TEST_F(LossyTill, AWrongCodeTheFirstTimeIsARefusal)
+{
+    begin("smsVerification = true\n");
+    EXPECT_TRUE(
+        play(R"({ "do": "spendPoints", "points": 100, "code": "9999" })").value(u"unknown"_s).isNull());
+}
+
+TEST_F(LossyTill, WhatIsBeingPaidIsNotRolledBack)
+{
+    begin();
+    m_proxy.answerInstead("/payment-b2c", 503);
+    ASSERT_TRUE(QFile::exists(m_files.path(u"data/open-receipt"_s)));
+    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_EQ(m_proxy.passed("/payment-b2c"), 0);
+    EXPECT_EQ(play(R"({ "do": "deliver" })").value(u"value"_s).toInt(), 1);
+    EXPECT_EQ(balanceAfterAll(), 315);
+}
+
+TEST_F(LossyTill, AReceiptThatKnowsNoNumbersIsRolledBackWithoutTheService)
+{
+    begin();
+    EXPECT_TRUE(play(rollback).value(u"ok"_s).toBool());
+    EXPECT_EQ(m_proxy.passed("/cancel-payment"), 0);
+}
+
+TEST_F(LossyTill, TheJournalTellsWhatWasAskedForTheReceipt)
+{
+    begin();
+    m_proxy.loseAnswer(force);
+    for (const QByteArray& step : {spend, spend, pay})
+        play(step);
+    utils::setDataDirectory(m_files.path(u"data"_s));
+    QStringList told;
+    for (const utils::JournalEntry& entry : utils::Journal().of(u"R-1"_s))
+        told.append(QStringList{entry.event, entry.operation}.join(u' ').trimmed());
+    const QStringList spending{u"request pre-payment"_s, u"answer pre-payment"_s,
+                               u"request force-payment-c2b"_s, u"answer force-payment-c2b"_s};
+    EXPECT_EQ(told, QStringList{u"opened"_s} + spending + QStringList{u"unknown"_s} + spending +
+                        QStringList({u"request payment-b2c"_s, u"answer payment-b2c"_s, u"closed"_s}));
+    utils::setDataDirectory({});
+}
+
+TEST_F(LossyTill, ASecondTillOnTheSameDataIsRefused)
+{
+    begin();
+    const Ran ran =
+        runJson(scenarioOfSteps(pay), {u"--config"_s, m_config, u"--data-dir"_s, m_files.path(u"data"_s)});
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr("another till works on this data directory"));
+    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+}
+
+} // namespace tilltest

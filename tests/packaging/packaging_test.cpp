@@ -1,0 +1,119 @@
+#include "till/commands/command.h"
+
+#include <QFile>
+#include <QProcess>
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::Not;
+using ::testing::UnorderedElementsAre;
+
+namespace {
+
+const QString packaging = QStringLiteral(KYR_PACKAGING_DIR);
+
+QString contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+/// What the manual says of a command: from its entry to that of the next.
+QString manualOf(const till::Command& command)
+{
+    const QString manual = contentOf(packaging + u"/man/till.1"_s);
+    const qsizetype begin = manual.indexOf(u"\n.It Cm %1"_s.arg(command.name));
+    const qsizetype end = manual.indexOf(u"\n.It Cm "_s, begin + 1);
+    return begin < 0 ? QString() : manual.sliced(begin, (end < 0 ? manual.size() : end) - begin);
+}
+
+/// What bash offers in place of the last of these words.
+std::vector<std::string> completions(const QStringList& words)
+{
+    static const QString script = u"source \"$0\"; COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _till; "
+                                  "for offer in \"${COMPREPLY[@]}\"; do echo \"$offer\"; done"_s;
+    QProcess bash;
+    bash.start(u"bash"_s,
+               QStringList{u"--norc"_s, u"-euc"_s, script, packaging + u"/completion/till"_s} + words);
+    EXPECT_TRUE(bash.waitForFinished());
+    EXPECT_EQ(bash.exitCode(), 0) << bash.readAllStandardError().toStdString();
+    std::vector<std::string> offers;
+    for (const QByteArray& line : bash.readAllStandardOutput().split('\n')) {
+        if (!line.isEmpty())
+            offers.push_back(line.toStdString());
+    }
+    return offers;
+}
+
+} // namespace
+
+TEST(Packaging, TheManualNamesEveryCommandWithItsOptions)
+{
+    for (const till::Command& command : till::commands()) {
+        const QString manual = manualOf(command);
+        EXPECT_FALSE(manual.isEmpty()) << command.name.toStdString();
+        for (const till::OptionKind& option : command.options)
+            EXPECT_TRUE(manual.contains(u"Fl \\-%1"_s.arg(option.name)))
+                << command.name.toStdString() << " --" << option.name.toStdString();
+    }
+}
+
+TEST(Packaging, TheManualNamesEveryGeneralOptionAndVariable)
+{
+    const QString manual = contentOf(packaging + u"/man/till.1"_s);
+    for (const till::OptionKind& option : till::generalOptions()) {
+        EXPECT_TRUE(manual.contains(u"Fl \\-%1"_s.arg(option.name))) << option.name.toStdString();
+        EXPECT_TRUE(option.variable.isEmpty() || manual.contains(u".It Ev %1\n"_s.arg(option.variable)))
+            << option.variable.toStdString();
+    }
+    for (const till::Variable& variable : till::furtherVariables())
+        EXPECT_TRUE(manual.contains(u".It Ev %1\n"_s.arg(variable.name))) << variable.name.toStdString();
+}
+
+TEST(Packaging, TheManualNamesNoCommandThatIsNone)
+{
+    const QStringList lines = contentOf(packaging + u"/man/till.1"_s).split(u'\n');
+    qsizetype named = 0;
+    for (const QString& line : lines)
+        named += line.startsWith(u".It Cm "_s) ? 1 : 0;
+    EXPECT_EQ(named, till::commands().size());
+}
+
+TEST(Packaging, CompletionOffersEveryCommand)
+{
+    for (const till::Command& command : till::commands()) {
+        QStringList words = command.name.split(u' ');
+        const std::string last = words.last().toStdString();
+        words.last().clear();
+        EXPECT_THAT(completions(QStringList{u"till"_s} + words), Contains(last));
+        EXPECT_THAT(completions(QStringList{u"till"_s, u"help"_s} + words), Contains(last));
+    }
+}
+
+TEST(Packaging, CompletionOffersEveryOptionOfACommandAndNoOther)
+{
+    for (const till::Command& command : till::commands()) {
+        std::vector<std::string> expected;
+        for (const till::OptionKind& option : till::generalOptions() + command.options)
+            expected.push_back("--" + option.name.toStdString());
+        EXPECT_THAT(completions(QStringList{u"till"_s} + command.name.split(u' ') + QStringList{u"--"_s}),
+                    testing::UnorderedElementsAreArray(expected))
+            << command.name.toStdString();
+    }
+}
+
+TEST(Packaging, CompletionKnowsWhatAnOptionTakes)
+{
+    EXPECT_THAT(completions({u"till"_s, u"--log-level"_s, u"w"_s}), ElementsAre("warning"));
+    EXPECT_THAT(completions({u"till"_s, u"--config"_s, packaging + u"/man/till."_s}),
+                ElementsAre((packaging + u"/man/till.1"_s).toStdString()));
+    EXPECT_THAT(completions({u"till"_s, u"--data-dir"_s, packaging + u"/m"_s}),
+                ElementsAre((packaging + u"/man"_s).toStdString()));
+    EXPECT_THAT(completions({u"till"_s, u"--data-dir"_s, u"queue"_s, u"queue"_s, u"l"_s}),
+                ElementsAre("list"))
+        << "an option's value is no command";
+    EXPECT_THAT(completions({u"till"_s, u"queue"_s, u"list"_s, u"--limit"_s, u""_s}), testing::IsEmpty());
+}

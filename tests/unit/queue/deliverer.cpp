@@ -1,0 +1,15 @@
+#include "host/network/deliveryworker.h"
+#include "host/utils/datadirectory.h"
+
+#include <QCoreApplication>
+
+/// Delivers the queue of the data directory that its argument names, until it is killed.
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    if (argc != 2)
+        return 2;
+    utils::setDataDirectory(QString::fromLocal8Bit(argv[1]));
+    const DeliveryWorker worker;
+    return QCoreApplication::exec();
+}

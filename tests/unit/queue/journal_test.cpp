@@ -1,0 +1,87 @@
+#include "host/utils/journal.h"
+#include "host/utils/store.h"
+#include "tests/unit/queue/scene.h"
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class QueueJournal : public test_support::Storage
+{
+protected:
+    qint64 add(const QString& group = u"R-1"_s)
+    {
+        return queue.enqueue(u"q"_s, group,
+                             test_support::messageTo(u"http://service/v2/refuse-payment?x=1"_s), {});
+    }
+    static QStringList told(const QString& receipt = u"R-1"_s)
+    {
+        QStringList result;
+        for (const auto& entry : utils::Journal().of(receipt))
+            result.append(u"%1 %2 #%3 %4 %5 %6 ms"_s.arg(entry.event, entry.operation)
+                              .arg(entry.message)
+                              .arg(entry.code)
+                              .arg(entry.detail)
+                              .arg(entry.milliseconds));
+        return result;
+    }
+
+    MessageQueue queue;
+};
+
+TEST_F(QueueJournal, TellsWhatHappenedToEachMessageOfAReceipt)
+{
+    const qint64 first = add();
+    const qint64 second = add();
+    queue.failed(first, {503, u"HTTP 503"_s, 12}, QDateTime::currentDateTime());
+    queue.retry(first);
+    queue.refused(first, {401, u"HTTP 401"_s, 3}, QDateTime::currentDateTime(), QDateTime::currentDateTime());
+    queue.delivered(first, {0, {}, 34});
+    queue.park(second, {400, u"Карта 2000000000017 не найдена"_s, 56});
+    queue.drop(second);
+    const QString a = u"#%1"_s.arg(first);
+    const QString b = u"#%1"_s.arg(second);
+    EXPECT_THAT(told(), ElementsAre(u"queued refuse-payment "_s + a + u" 0  0 ms"_s,
+                                    u"queued refuse-payment "_s + b + u" 0  0 ms"_s,
+                                    u"attempt refuse-payment "_s + a + u" 503 HTTP 503 12 ms"_s,
+                                    u"retried refuse-payment "_s + a + u" 0  0 ms"_s,
+                                    u"attempt refuse-payment "_s + a + u" 401 HTTP 401 3 ms"_s,
+                                    u"delivered refuse-payment "_s + a + u" 0  34 ms"_s,
+                                    u"parked refuse-payment "_s + b + u" 400 Карта …0017 не найдена 56 ms"_s,
+                                    u"dropped refuse-payment "_s + b + u" 0  0 ms"_s));
+}
+
+TEST_F(QueueJournal, TellsNothingOfWhatWasNotDone)
+{
+    const qint64 id = add();
+    queue.delivered(id, {});
+    const QStringList before = told();
+    queue.delivered(id, {});
+    queue.failed(id, {}, {});
+    queue.park(id, {});
+    queue.retry(id);
+    queue.drop(id);
+    EXPECT_EQ(told(), before);
+}
+
+TEST_F(QueueJournal, TellsNothingOfAMessageOfNoReceipt)
+{
+    queue.delivered(add({}), {});
+    EXPECT_THAT(utils::Journal().receipts(10), IsEmpty());
+}
+
+TEST_F(QueueJournal, IsKeptWithTheChangeOrNotAtAll)
+{
+    {
+        const utils::Transaction forgotten;
+        add();
+    }
+    EXPECT_THAT(told(), IsEmpty());
+    EXPECT_EQ(queue.waitingCount(), 0);
+}
+
+} // namespace

@@ -1,0 +1,239 @@
+#include "tests/support/fakeservice.h"
+#include "tests/unit/queue/scene.h"
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using State = QueuedMessage::State;
+
+namespace {
+
+const QString refusedLine =
+    u"error: Queue: the service refuses the credentials; nothing is delivered until it takes them. "
+    "Check user and password"_s;
+const QString takenLine = u"info: Queue: the service takes the credentials again"_s;
+
+class PausingDelivery : public test_support::Storage
+{
+protected:
+    PausingDelivery()
+    {
+        options.random = [] { return 0.5; };
+    }
+
+    qint64 add(const QString& group, const QString& path)
+    {
+        return queue.enqueue(u"q"_s, group, test_support::messageTo(u"http://service/"_s + path), {});
+    }
+    QueueDelivery::Summary pass()
+    {
+        const auto lock = QueueDelivery::lock();
+        return QueueDelivery(queue, options).deliverDue(*lock);
+    }
+    /// The paths sent since the last call.
+    QStringList sent()
+    {
+        QStringList result;
+        for (; m_seen < service.requests().size(); ++m_seen)
+            result.append(service.requests()[m_seen].url.path().mid(1));
+        return result;
+    }
+    void answer(std::initializer_list<int> codes)
+    {
+        for (const int code : codes)
+            service.answer("{}", code);
+    }
+
+    test_support::StillClock clock;
+    MessageQueue queue;
+    test_support::FakeService service;
+    QueueDelivery::Options options;
+    test_support::LogCapture networkLog{u"network"_s};
+
+private:
+    qsizetype m_seen = 0;
+};
+
+TEST_F(PausingDelivery, WaitsLongerAfterEachFailure)
+{
+    const qint64 id = add({}, u"x"_s);
+    for (const auto pause : {1s, 2s, 4s, 8s}) {
+        answer({503});
+        pass();
+        EXPECT_THAT(sent(), ElementsAre(u"x"_s));
+        EXPECT_EQ(queue.find(id)->due, clock.now() + pause);
+        clock.move(pause - 1ms);
+        pass();
+        EXPECT_THAT(sent(), IsEmpty());
+        clock.move(1ms);
+    }
+}
+
+TEST_F(PausingDelivery, SendsOtherGroupsWhileOneWaitsOutItsPause)
+{
+    add(u"A"_s, u"a1"_s);
+    add(u"A"_s, u"a2"_s);
+    answer({503});
+    pass();
+    add(u"B"_s, u"b1"_s);
+    add(u"B"_s, u"b2"_s);
+    answer({0, 0});
+    EXPECT_EQ(pass().delivered, 2);
+    EXPECT_THAT(sent(), ElementsAre(u"a1"_s, u"b1"_s, u"b2"_s));
+    clock.move(1s);
+    answer({0, 0});
+    EXPECT_EQ(pass().delivered, 2);
+    EXPECT_THAT(sent(), ElementsAre(u"a1"_s, u"a2"_s));
+}
+
+TEST_F(PausingDelivery, SendsEverythingWhenSomebodyAsksWhateverThePauses)
+{
+    add(u"A"_s, u"a1"_s);
+    answer({503, 503, 0});
+    pass();
+    QueueDelivery(queue, options).run();
+    EXPECT_EQ(QueueDelivery(queue, options).run().delivered, 1);
+}
+
+TEST_F(PausingDelivery, TriesNothingTwiceInOneRunHoweverSlowTheServiceIs)
+{
+    for (const char* path : {"1", "2", "3"})
+        add({}, QString::fromLatin1(path));
+    answer({2, 2, 2});
+    options.attempted = [this](const QueuedMessage&, const QueueAttempt&) { clock.move(10min); };
+    pass();
+    EXPECT_THAT(sent(), ElementsAre(u"1"_s, u"2"_s, u"3"_s));
+}
+
+TEST_F(PausingDelivery, IsNeitherStalledNorDrivenRoundByAClockThatJumpsBack)
+{
+    add({}, u"1"_s);
+    add({}, u"2"_s);
+    answer({503, 503});
+    options.attempted = [this](const QueuedMessage&, const QueueAttempt&) { clock.move(-24h); };
+    pass();
+    EXPECT_THAT(sent(), ElementsAre(u"1"_s, u"2"_s));
+    options.attempted = {};
+    answer({0, 0});
+    EXPECT_EQ(pass().delivered, 2);
+}
+
+TEST_F(PausingDelivery, HoldsUpEverythingWhenTheCredentialsAreRefusedAndSaysSoOnce)
+{
+    const qint64 first = add(u"A"_s, u"a1"_s);
+    const qint64 other = add(u"B"_s, u"b1"_s);
+    const QDateTime since = clock.now();
+    for (const auto pause : {1s, 2s, 4s, 8s}) {
+        answer({401});
+        pass();
+        EXPECT_EQ(sent().size(), 1) << "one to probe with";
+        clock.move(pause - 1ms);
+        pass();
+        EXPECT_THAT(sent(), IsEmpty());
+        clock.move(1ms);
+    }
+    EXPECT_EQ(queue.find(first)->attempts, 2) << "and not always the same one";
+    EXPECT_EQ(queue.find(other)->attempts, 2);
+    EXPECT_EQ(queue.find(first)->state, State::Waiting);
+    EXPECT_EQ(queue.health().credentialsRefused, since);
+    EXPECT_EQ(queue.health().lastError, u"HTTP 401"_s);
+    EXPECT_THAT(networkLog.lines(), ElementsAre(refusedLine));
+}
+
+TEST_F(PausingDelivery, GoesOnWithEverythingOnceAProbeIsTaken)
+{
+    add(u"A"_s, u"a1"_s);
+    add(u"B"_s, u"b1"_s);
+    answer({401});
+    pass();
+    clock.move(1s);
+    answer({0, 0});
+    EXPECT_EQ(pass().delivered, 2);
+    EXPECT_FALSE(queue.health().credentialsRefused.isValid());
+    EXPECT_THAT(networkLog.lines(), ElementsAre(refusedLine, takenLine));
+}
+
+TEST_F(PausingDelivery, GoesOnWithTheOthersWhenAProbeIsRefusedForAnotherReason)
+{
+    add(u"A"_s, u"a1"_s);
+    add(u"B"_s, u"b1"_s);
+    answer({401});
+    pass();
+    clock.move(1s);
+    answer({400, 0});
+    const auto summary = pass();
+    EXPECT_EQ(summary.delivered, 1);
+    EXPECT_EQ(summary.parked, 1);
+    EXPECT_FALSE(queue.refusal());
+}
+
+TEST_F(PausingDelivery, GoesOnProbingOneByOneWhenAProbeIsNotAnsweredAtAll)
+{
+    add(u"A"_s, u"a1"_s);
+    add(u"B"_s, u"b1"_s);
+    answer({401});
+    pass();
+    clock.move(1s);
+    answer({1});
+    pass();
+    EXPECT_THAT(sent(), ElementsAre(u"a1"_s, u"b1"_s));
+    pass();
+    EXPECT_THAT(sent(), IsEmpty());
+    clock.move(2s);
+    answer({401});
+    pass();
+    EXPECT_EQ(sent().size(), 1);
+    EXPECT_THAT(networkLog.lines(), ElementsAre(refusedLine));
+}
+
+TEST_F(PausingDelivery, ProbesAtOnceWhenTheClockHasJumpedBackBehindTheRefusal)
+{
+    add({}, u"x"_s);
+    answer({401});
+    pass();
+    clock.move(-1h);
+    answer({0});
+    EXPECT_EQ(pass().delivered, 1);
+}
+
+TEST_F(PausingDelivery, SendsThePresentCredentialsInPlaceOfTheStoredOnesWhereTheyAreGiven)
+{
+    options.authorization = [](const QUrl& url) {
+        return url.host() == u"service"_s ? u"Basic new"_s : QString();
+    };
+    QVariantMap message = test_support::messageTo(u"http://service/a"_s);
+    message.insert(u"headers"_s, QVariantMap{{u"AUTHORIZATION"_s, u"Basic x"_s}, {u"B"_s, u"b"_s}});
+    queue.enqueue(u"q"_s, {}, message, {});
+    queue.enqueue(u"q"_s, {}, test_support::messageTo(u"http://elsewhere/a"_s), {});
+    answer({0, 0});
+    pass();
+    using Headers = QHash<QString, QString>;
+    EXPECT_EQ(service.requests()[0].headers,
+              (Headers{{u"Authorization"_s, u"Basic new"_s}, {u"B"_s, u"b"_s}}));
+    EXPECT_EQ(service.requests()[1].headers, (Headers{{u"Authorization"_s, u"Basic x"_s}}));
+}
+
+TEST_F(PausingDelivery, TellsOfEachAttempt)
+{
+    QStringList told;
+    options.attempted = [&told](const QueuedMessage& message, const QueueAttempt& attempt) {
+        told.append(u"%1: %2 %3"_s.arg(message.group).arg(attempt.code).arg(attempt.error));
+    };
+    add(u"A"_s, u"a"_s);
+    add(u"B"_s, u"b"_s);
+    answer({503, 0});
+    pass();
+    EXPECT_THAT(told, ElementsAre(u"A: 503 HTTP 503"_s, u"B: 0 "_s));
+}
+
+TEST_F(PausingDelivery, IsNobodyElsesWhileSomebodyHoldsTheLock)
+{
+    const auto lock = QueueDelivery::lock();
+    EXPECT_NE(lock, nullptr);
+    EXPECT_EQ(QueueDelivery::lock(), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,303 @@
+#include "host/core/datacheck.h"
+#include "host/core/storage.h"
+#include "host/network/messagequeue.h"
+#include "host/utils/setaside.h"
+#include "host/utils/store.h"
+#include "host/utils/storedform.h"
+#include "tests/unit/storage/documents.h"
+#include "tests/unit/storage/scene.h"
+
+#include <gmock/gmock.h>
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using utils::DataFinding;
+
+namespace {
+
+class DataCheck : public test_support::Storage
+{
+protected:
+    using Files = QMap<QString, QByteArray>;
+
+    [[nodiscard]] Files files() const
+    {
+        Files result;
+        for (const QString& name : QDir(path()).entryList(QDir::Files | QDir::Hidden))
+            result.insert(name, bytes(name));
+        return result;
+    }
+    /// A store of several hundred pages, closed.
+    static void fillStore()
+    {
+        utils::Transaction transaction;
+        DocumentsDao dao;
+        MessageQueue queue;
+        for (int i = 0; i < 20; ++i) {
+            dao.store(richSale(u"R-%1"_s.arg(i)));
+            queue.enqueue(u"q"_s, {}, {{u"body"_s, QByteArray(3000, 'b')}}, u"message %1"_s.arg(i));
+        }
+        transaction.commit();
+    }
+    static void changeStore(const QString& sql)
+    {
+        const auto store = utils::store();
+        QSqlQuery query = store->prepared(sql);
+        static_cast<void>(store->rows(query));
+    }
+    /// What the check must do with a store of that content: keep it elsewhere and go on with a new one.
+    void expectSetAside(const QByteArray& content)
+    {
+        (void)utils::dataFile(u"x"_s);
+        overwrite(u"till.sqlite"_s, content);
+        const QList<DataFinding> found = openDataDirectory();
+        ASSERT_EQ(found.size(), 1);
+        EXPECT_EQ(found[0].kind, DataFinding::Kind::Damaged);
+        EXPECT_EQ(found[0].file, path(u"till.sqlite"_s));
+        EXPECT_TRUE(found[0].text.ru().contains(QFileInfo(found[0].now).fileName()));
+        EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), content);
+        EXPECT_EQ(mode(found[0].now), 0600U);
+        EXPECT_EQ(MessageQueue().waitingCount(), 0);
+        EXPECT_NO_THROW(DocumentsDao().store(richSale(u"R-1"_s)));
+        ASSERT_TRUE(QFile::remove(found[0].now));
+    }
+};
+
+TEST_F(DataCheck, FindsNothingInANewFolderAndInASoundOne)
+{
+    EXPECT_THAT(openDataDirectory(), IsEmpty());
+    EXPECT_THAT(modes(), ElementsAre(u"till.sqlite 600"_s));
+    fillStore();
+    MockFactory<SaveToFileLogic>::create()->save(richSale(u"R-99"_s), {});
+    EXPECT_THAT(openDataDirectory(), IsEmpty());
+    EXPECT_EQ(MessageQueue().waitingCount(), 20);
+    EXPECT_THAT(utils::damagedFilesSetAside(), IsEmpty());
+}
+
+TEST_F(DataCheck, SetsAStoreAsideThatIsDamagedInAnyOfItsPages)
+{
+    fillStore();
+    const QByteArray whole = bytes(u"till.sqlite"_s);
+    constexpr qsizetype page = 4096;
+    ASSERT_GT(whole.size(), 20 * page);
+    for (qsizetype at = 0; at < whole.size(); at += page) {
+        SCOPED_TRACE(at);
+        QByteArray content = whole;
+        expectSetAside(content.replace(at, page, QByteArray(page, '\xEE')));
+    }
+}
+
+TEST_F(DataCheck, SetsAStoreAsideThatWasCutShort)
+{
+    fillStore();
+    const QByteArray whole = bytes(u"till.sqlite"_s);
+    for (const qsizetype size : {qsizetype(0), qsizetype(1), qsizetype(99), qsizetype(4096), whole.size() / 2,
+                                 whole.size() - 4096, whole.size() - 1}) {
+        SCOPED_TRACE(size);
+        expectSetAside(whole.first(size));
+    }
+}
+
+TEST_F(DataCheck, SetsAStoreAsideThatIsAnotherPrograms)
+{
+    expectSetAside("SQLite format 3 is not what follows");
+    expectSetAside(QByteArray(100000, '\0'));
+}
+
+TEST_F(DataCheck, SetsADamagedStoreAsideWithItsLog)
+{
+    QByteArray log;
+    {
+        const auto held = utils::store();
+        fillStore();
+        log = bytes(u"till.sqlite-wal"_s);
+    }
+    overwrite(u"till.sqlite"_s, QByteArray(8192, 'x'));
+    overwrite(u"till.sqlite-wal"_s, log);
+    const QList<DataFinding> found = openDataDirectory();
+    ASSERT_EQ(found.size(), 1);
+    EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName() + u"-wal"_s), log);
+    EXPECT_EQ(MessageQueue().waitingCount(), 0);
+    EXPECT_THAT(utils::damagedFilesSetAside(), ElementsAre(found[0].now));
+}
+
+TEST_F(DataCheck, PutsALogToItsFileWhenSettingAsideWasInterrupted)
+{
+    const QString aside = path(u"till.sqlite.damaged-20260101T000000Z"_s);
+    {
+        const auto held = utils::store();
+        fillStore();
+        ASSERT_TRUE(QFile::copy(path(u"till.sqlite"_s), aside));
+        ASSERT_TRUE(QFile::copy(path(u"till.sqlite-wal"_s), path(u"log"_s)));
+    }
+    ASSERT_TRUE(QFile::remove(path(u"till.sqlite"_s)));
+    ASSERT_TRUE(QFile::rename(path(u"log"_s), path(u"till.sqlite-wal"_s)));
+    const QByteArray log = bytes(u"till.sqlite-wal"_s);
+    const QList<DataFinding> found = openDataDirectory();
+    ASSERT_EQ(found.size(), 1);
+    EXPECT_EQ(found[0].kind, DataFinding::Kind::Lost);
+    EXPECT_EQ(found[0].now, aside + u"-wal"_s);
+    EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), log);
+    EXPECT_EQ(MessageQueue().waitingCount(), 0) << "nothing of the log got into the new file";
+    const auto old =
+        std::make_unique<utils::Database>(aside, utils::Database::Format{0x4B595274, 2, {}, {}, {}});
+    QSqlQuery count = old->prepared(u"SELECT count(*) FROM queued"_s);
+    EXPECT_EQ(old->rows(count).value(0).value(0), 20) << "the log was folded into its own file";
+}
+
+TEST_F(DataCheck, SetsADamagedOpenReceiptAside)
+{
+    MockFactory<SaveToFileLogic>::create()->save(richSale(u"R-1"_s), {});
+    const QByteArray cut = bytes(u"open-receipt"_s).chopped(1);
+    overwrite(u"open-receipt"_s, cut);
+    const QList<DataFinding> found = openDataDirectory();
+    ASSERT_EQ(found.size(), 1);
+    EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), cut);
+    EXPECT_EQ(SaveToFileLogic::loadOpenReceipt(), nullptr);
+    EXPECT_THAT(utils::damagedFilesSetAside(), ElementsAre(found[0].now));
+}
+
+TEST_F(DataCheck, NeverGivesTwoFilesSetAsideTheSameName)
+{
+    for (int i = 0; i < 3; ++i) {
+        (void)utils::dataFile(u"x"_s);
+        overwrite(u"open-receipt"_s, QByteArray::number(i));
+        ASSERT_EQ(openDataDirectory().size(), 1);
+    }
+    EXPECT_EQ(utils::damagedFilesSetAside().size(), 3);
+}
+
+TEST_F(DataCheck, LeavesAStoreOfALaterVersionByteForByteAsItWas)
+{
+    fillStore();
+    changeStore(u"PRAGMA user_version=99"_s);
+    const Files before = files();
+    EXPECT_EQ(failure([] { openDataDirectory(); }), u"hostStorageNewer"_s);
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(DataCheck, LeavesEverythingAsItWasWhenTheOpenReceiptIsOfALaterVersion)
+{
+    (void)utils::dataFile(u"x"_s);
+    overwrite(u"open-receipt"_s, utils::sealed({0x4B595264, 2}, "what only the later version knows"));
+    overwrite(u"till.sqlite"_s, "damaged as far as this version knows");
+    const Files before = files();
+    EXPECT_EQ(failure([] { openDataDirectory(); }), u"hostStorageNewer"_s);
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(DataCheck, TellsOfAFormerFileThatWasWrittenAfterTheUpgradeAndLeavesIt)
+{
+    openDataDirectory();
+    overwrite(u"queue.sqlite"_s, "an earlier version's");
+    const QList<DataFinding> found = openDataDirectory();
+    ASSERT_EQ(found.size(), 1);
+    EXPECT_EQ(found[0].kind, DataFinding::Kind::Strange);
+    EXPECT_EQ(bytes(u"queue.sqlite"_s), "an earlier version's");
+}
+
+TEST_F(DataCheck, SetsADamagedFormerFileAsideAndTakesTheOther)
+{
+    QDir().mkpath(path());
+    for (const QString& name : {u"receipts.sqlite"_s, u"receipts.sqlite-wal"_s})
+        ASSERT_TRUE(QFile::copy(QStringLiteral(KYR_TEST_DATA "/version1/") + name, path(name)));
+    overwrite(u"queue.sqlite"_s, QByteArray(8192, 'x'));
+    const QList<DataFinding> found = openDataDirectory();
+    ASSERT_EQ(found.size(), 1);
+    EXPECT_EQ(found[0].file, path(u"queue.sqlite"_s));
+    EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), QByteArray(8192, 'x'));
+    EXPECT_NE(DocumentsDao().loadDocument(u"R-1"_s, false), nullptr);
+}
+
+TEST_F(DataCheck, RefusesAFolderOrAFileThatMayNotBeWritten)
+{
+    openDataDirectory();
+    for (const auto& [file, mode] : {std::pair(path(), 0555U), std::pair(path(u"till.sqlite"_s), 0444U)}) {
+        for (const QString& open : {outer().path(), path()})
+            ASSERT_EQ(chmod(QFile::encodeName(open).constData(), 0777), 0);
+        ASSERT_EQ(chmod(QFile::encodeName(file).constData(), mode), 0);
+        const test_support::Nobody nobody;
+        EXPECT_EQ(failure([] { openDataDirectory(); }), u"hostStorageDenied"_s) << file.toStdString();
+    }
+    ASSERT_EQ(chmod(QFile::encodeName(path()).constData(), 0700), 0);
+}
+
+TEST_F(DataCheck, RefusesAFullDiskBeforeAnythingIsPromised)
+{
+    openDataDirectory();
+    const QByteArray before = bytes(u"till.sqlite"_s);
+    {
+        const test_support::FullDisk full(16 * 1024);
+        EXPECT_EQ(failure([] { openDataDirectory(); }), u"hostStorageFull"_s);
+    }
+    EXPECT_EQ(bytes(u"till.sqlite"_s), before);
+    EXPECT_THAT(openDataDirectory(), IsEmpty());
+}
+
+TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
+{
+    openDataDirectory();
+    fillStore();
+    const QByteArray directory = QFile::encodeName(path());
+    enum Result { Fine, NoDisk, NotRefused, NotMended };
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // A disk of its own, seen by nobody else and gone with the process.
+        if (unshare(geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
+            mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("none", directory.constData(), "tmpfs", 0, "size=1m") != 0)
+            _exit(NoDisk);
+        Result result = openDataDirectory().isEmpty() ? Fine : NotMended;
+        fillStore();
+        {
+            QFile filler(path(u"filler"_s));
+            if (filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+                while (filler.write(QByteArray(4096, 'f')) > 0) {
+                }
+            }
+        }
+        if (failure([] { openDataDirectory(); }) != u"hostStorageFull"_s)
+            result = NotRefused;
+        QFile::remove(path(u"filler"_s));
+        if (!openDataDirectory().isEmpty() || MessageQueue().waitingCount() != 20)
+            result = NotMended;
+        _exit(result);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    if (WEXITSTATUS(status) == NoDisk)
+        GTEST_SKIP() << "no disk of its own may be mounted here";
+    EXPECT_EQ(WEXITSTATUS(status), Fine);
+}
+
+TEST_F(DataCheck, LooksThroughALargeFileOnceDamageWasMetInIt)
+{
+    fillStore();
+    changeStore(
+        u"INSERT INTO history (id, queue, receipt, enqueued, finished, text, attempts, error, outcome, "
+        "message) VALUES (1, '', '', 0, 0, '', 0, '', '', zeroblob(40000000))"_s);
+    for (int i = 100; i < 300; ++i)
+        DocumentsDao().store(richSale(u"R-%1"_s.arg(i)));
+    QByteArray content = bytes(u"till.sqlite"_s);
+    const qsizetype at = content.size() - 40 * 4096;
+    overwrite(u"till.sqlite"_s, content.replace(at, 40 * 4096, QByteArray(40 * 4096, '\xEE')));
+    EXPECT_THAT(openDataDirectory(), IsEmpty()) << "too large to be looked through at each start";
+    QString told;
+    for (int i = 100; i < 300 && told.isEmpty(); ++i)
+        told = failure([&] { (void)DocumentsDao().loadDocument(u"R-%1"_s.arg(i), false); });
+    EXPECT_EQ(told, u"hostStorageDamaged"_s);
+    const QList<DataFinding> found = openDataDirectory();
+    ASSERT_EQ(found.size(), 1);
+    EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()).sliced(at), content.sliced(at));
+    EXPECT_THAT(openDataDirectory(), IsEmpty());
+}
+
+} // namespace
