@@ -1,5 +1,6 @@
 #include "till/deliverynow.h"
 
+#include "host/network/idlework.h"
 #include "host/utils/currenttime.h"
 #include "host/utils/filelock.h"
 #include "till/settings.h"
@@ -24,8 +25,11 @@ QueueDelivery::Summary waitForWorker(MessageQueue& queue)
         const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
         return queue.nextDue(now, now).has_value() && !queue.refusal();
     };
-    while (isDue() && !patience.hasExpired())
+    while (isDue() && !patience.hasExpired()) {
         QThread::msleep(glance);
+        if (const IdleWork* idle = IdleWork::current())
+            (*idle)();
+    }
     const QueueHealth health = queue.health();
     QueueDelivery::Summary summary;
     summary.delivered = std::max(0, before - health.waiting - health.parked);

@@ -1,5 +1,7 @@
+#include "host/network/deliveryworker.h"
 #include "till/commands/commands.h"
 #include "till/commands/playing.h"
+#include "till/hostobjects.h"
 #include "till/settings.h"
 #include "till/trace.h"
 #include "till/usageerror.h"
@@ -72,6 +74,10 @@ int run(const Invocation& invocation)
     window::ServiceWatch watch;
     window::WindowFrontend frontend(waiting);
     Till till(partsOf(options), config, &frontend);
+    const DeliveryWorker worker({.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
+                                              .random = {},
+                                              .attempted = {}},
+                                 .changed = {}});
     window::Desk desk(till, waiting, watch);
     window::MainWindow view(desk, waiting, frontend);
     frontend.setParent(&view);

@@ -45,7 +45,7 @@ CustomerPanel::CustomerPanel(Desk& desk)
     , m_hint(label({}, u"small"_s))
     , m_name(label({}, u"name"_s))
     , m_card(label({}, u"small"_s))
-    , m_balance(label({}))
+    , m_balance(label({}, u"name"_s))
     , m_again(button(u"Обновить"_s, {}, u"small"_s))
     , m_points(new QLineEdit)
     , m_spend(button(u"Списать"_s, u"F7"_s))
@@ -220,7 +220,12 @@ void CustomerPanel::showPoints()
                          (!limit || limit->points > 0);
     m_points->setEnabled(allowed);
     m_spend->setEnabled(allowed);
-    if (spent) {
+    const auto unknown = m_desk.till().unknownSpending();
+    if (unknown) {
+        m_points->clear();
+        m_limit->setText(u"Списание %1: исход неизвестен"_s.arg(screen::amount(unknown->points)));
+        m_reason->setText(u"Запрос ушёл в "_s + unknown->since.toString(u"HH:mm:ss"_s));
+    } else if (spent) {
         m_limit->setText(u"Скидка баллами: "_s + money(m_desk.spentPoints()));
         m_reason->setText(u"Баллы списаны: чек не меняется"_s);
     } else if (!card) {

@@ -209,9 +209,19 @@ void PositionsPanel::fillFinished()
 {
     m_table->setRowCount(0);
     const QStringList& lines = m_desk.finished();
-    m_headline->setText(lines.isEmpty() ? u"Чека нет"_s : lines.first());
-    m_details->setText(lines.size() > 1 ? lines.sliced(1).join(u'\n')
-                                        : u"Откройте новый чек или добавьте товар"_s);
+    if (lines.isEmpty()) {
+        m_headline->setText(u"Чека нет"_s);
+        m_details->setText(u"Откройте новый чек или добавьте товар"_s);
+        return;
+    }
+    // "Чек 7: оплачено 10,00": the sum is what the cashier looks for
+    const qsizetype colon = lines.first().indexOf(u": "_s);
+    QString headline = lines.first().sliced(colon < 0 ? 0 : colon + 2);
+    headline[0] = headline[0].toUpper();
+    m_headline->setText(colon < 0 ? headline : headline + u" ₽"_s);
+    m_details->setText(
+        ((colon < 0 ? QStringList() : QStringList{lines.first().first(colon)}) + lines.sliced(1))
+            .join(u'\n'));
 }
 
 void PositionsPanel::enterArticle()

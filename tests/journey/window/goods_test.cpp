@@ -81,7 +81,7 @@ TEST(WindowGoods, AReceiptWithoutACardIsPaid)
     cashier.press(Qt::Key_F9);
     EXPECT_FALSE(cashier.till().receipt());
     EXPECT_EQ(cashier.till().closedReceipts().size(), 1);
-    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("оплачено 578,90"));
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Оплачено 578,90 ₽"));
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("ждут отправки: 1"));
 }
 

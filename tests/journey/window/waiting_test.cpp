@@ -3,6 +3,8 @@
 #include "tests/support/httpserver.h"
 
 #include <QApplication>
+#include <QFile>
+#include <QProcess>
 #include <QTest>
 #include <QWindow>
 
@@ -115,6 +117,37 @@ TEST(WindowWaiting, ClosingWithAnOpenReceiptSaysWhereItStays)
     EXPECT_EQ(cashier.till().receipt()->getIdentifier(), number);
     EXPECT_EQ(cashier.notice(), u"Найден открытый чек "_s + number + u": можно продолжать"_s);
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("578,90 ₽"));
+}
+
+TEST(WindowRestart, AfterAKillTheReceiptIsOnTheScreenAndALineSaysSo)
+{
+    const QTemporaryDir kept;
+    QProcess program;
+    program.start(QStringLiteral(TILL_PROGRAM),
+                  {u"window"_s, u"--demo"_s, u"--data-dir"_s, kept.path()}); // offscreen, as this program is
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(kept.filePath(u"open-receipt"_s)); }, 20'000))
+        << program.readAllStandardError().toStdString();
+    program.kill();
+    ASSERT_TRUE(program.waitForFinished());
+
+    Cashier cashier({.dataDirectory = kept.path()});
+    ASSERT_TRUE(cashier.till().receipt());
+    EXPECT_EQ(cashier.till().receipt()->getGoodsItems().size(), 3);
+    EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Найден открытый чек "));
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("722,80 ₽"));
+}
+
+TEST(WindowProgram, WithoutADisplaySaysHowToSeeItAnyway)
+{
+    QProcess program;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    for (const QString& name : {u"QT_QPA_PLATFORM"_s, u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s})
+        environment.remove(name);
+    program.setProcessEnvironment(environment);
+    program.start(QStringLiteral(TILL_PROGRAM), {u"window"_s});
+    ASSERT_TRUE(program.waitForFinished());
+    EXPECT_EQ(program.exitCode(), 2);
+    EXPECT_THAT(program.readAllStandardError().toStdString(), HasSubstr("xvfb-run till window"));
 }
 
 } // namespace windowtest
