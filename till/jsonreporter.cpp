@@ -33,11 +33,16 @@ void JsonReporter::begin(const QString& /*name*/, const QString& /*fileName*/) {
 
 void JsonReporter::preparations(const QList<TraceEntry>& trace)
 {
-    if (!m_trace)
-        return;
-    for (const TraceEntry& entry : trace)
-        *m_trace << headedLines(entry).join(u'\n') << u'\n';
-    m_trace->flush();
+    print(trace, m_verbose ? LogLevel::Debug : LogLevel::Warning);
+}
+
+void JsonReporter::print(const QList<TraceEntry>& trace, LogLevel least)
+{
+    for (const TraceEntry& entry : trace) {
+        if (entry.level >= least)
+            m_err << headedLines(entry).join(u'\n') << u'\n';
+    }
+    m_err.flush();
 }
 
 void JsonReporter::step(const StepReport& report)
@@ -54,7 +59,8 @@ void JsonReporter::step(const StepReport& report)
         member(u"queued"_s, report.queued),
         member(u"unknown"_s, report.unknown ? QJsonValue(*report.unknown) : QJsonValue()),
     };
-    preparations(report.trace);
+    if (m_verbose)
+        print(report.trace, LogLevel::Debug);
     m_out << u'{' << members.join(u',') << u"}\n"_s << Qt::flush;
 }
 

@@ -61,10 +61,12 @@ public:
 class JsonReporter : public Reporter
 {
 public:
-    /// What goes on behind the steps is printed to `trace`, or nowhere when that is null.
-    JsonReporter(QTextStream& out, QTextStream* trace)
+    /// What goes on behind the steps is printed to `err` when `verbose`; warnings before the first step
+    /// always are: no line of JSON tells of them.
+    JsonReporter(QTextStream& out, QTextStream& err, bool verbose)
         : m_out(out)
-        , m_trace(trace)
+        , m_err(err)
+        , m_verbose(verbose)
     {}
 
     void begin(const QString& name, const QString& fileName) override;
@@ -74,8 +76,11 @@ public:
     void total(const QList<Summary>& summaries) override;
 
 private:
+    void print(const QList<TraceEntry>& trace, LogLevel least);
+
     QTextStream& m_out;
-    QTextStream* m_trace;
+    QTextStream& m_err;
+    bool m_verbose;
 };
 
 /// An account to be read: each step as the cashier sees it and, indented below, as the administrator does.

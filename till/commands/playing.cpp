@@ -30,7 +30,7 @@ QString usualPlugin()
 std::unique_ptr<Reporter> reporterFor(const Options& options, QTextStream& out, QTextStream& err)
 {
     if (options.json)
-        return std::make_unique<JsonReporter>(out, options.verbose ? &err : nullptr);
+        return std::make_unique<JsonReporter>(out, err, options.verbose);
     return std::make_unique<TextReporter>(out, wantsColours());
 }
 

@@ -162,14 +162,4 @@ TEST(TillRestart, WhatIsSettledIsNotAskedForAgain)
     EXPECT_EQ(ran.status, 1) << "in truth nothing had been earned, and the ledger tells";
 }
 
-TEST(TillRestart, ADamagedOpenReceiptIsNamed)
-{
-    const KeptTill till;
-    EXPECT_EQ(till.runSteps(sale).status, 0);
-    till.putOpenReceiptBack("nonsense");
-    const Ran ran = till.runSteps(R"({ "do": "pay" })");
-    EXPECT_EQ(ran.status, 2);
-    EXPECT_THAT(ran.err.toStdString(), HasSubstr("open-receipt"));
-}
-
 } // namespace tilltest
