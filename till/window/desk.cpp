@@ -1,6 +1,7 @@
 #include "till/window/desk.h"
 
 #include "host/core/storage.h"
+#include "host/utils/basicexception.h"
 #include "host/utils/currenttime.h"
 #include "host/utils/money.h"
 #include "till/hostobjects.h"
@@ -76,17 +77,23 @@ void Desk::say(Notice::Kind kind, const QString& text)
 }
 
 // The service tells receipts apart by the second, and a number is never given twice.
-QString Desk::nextIdentifier() const
+QString Desk::nextIdentifier()
 {
     QDateTime time = MockFactory<CurrentTime>::create()->currentDateTime();
-    const auto& now = receipt();
-    QString identifier;
-    do {
-        identifier = time.toString(u"yyMMdd-hhmmss"_s);
+    if (m_lastOpened.isValid() && time < m_lastOpened.addSecs(1))
+        time = m_lastOpened.addSecs(1);
+    const auto isTaken = [this](const QString& identifier) {
+        try {
+            return (receipt() && receipt()->getIdentifier() == identifier) ||
+                   hostObject<DocumentsDao>().loadDocument(identifier, false);
+        } catch (const BasicException&) {
+            return false; // the step that opens the receipt meets it again, and says it
+        }
+    };
+    while (isTaken(time.toString(u"yyMMdd-hhmmss"_s)))
         time = time.addSecs(1);
-    } while (hostObject<DocumentsDao>().loadDocument(identifier, false) ||
-             (now && now->getIdentifier() == identifier));
-    return identifier;
+    m_lastOpened = time;
+    return time.toString(u"yyMMdd-hhmmss"_s);
 }
 
 void Desk::startAnew()

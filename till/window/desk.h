@@ -85,7 +85,7 @@ private:
     std::optional<Outcome> play(const QString& step, const QVariantMap& members = {});
     void replacePositions(const QVariantList& positions);
     [[nodiscard]] QVariantList positions() const;
-    [[nodiscard]] QString nextIdentifier() const;
+    [[nodiscard]] QString nextIdentifier();
     [[nodiscard]] QString limitReason(double service) const;
     void startAnew();
 
@@ -95,6 +95,7 @@ private:
     Notice m_notice;
     QStringList m_finished;
     QDateTime m_balanceTime;
+    QDateTime m_lastOpened; ///< the second that the last receipt is named after
     std::optional<double> m_serviceLimit;
 };
 

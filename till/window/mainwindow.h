@@ -67,8 +67,8 @@ private:
     SidePanel* m_side;
     TotalsPanel* m_totals;
     QFrame* m_card;
-    QLabel* m_cardText;
-    QLabel* m_cardHint;
+    QLabel* m_cardText = nullptr;
+    QLabel* m_cardHint = nullptr;
     QTimer m_soon;
     QTimer m_clock;
 };

@@ -84,8 +84,6 @@ bool Waiting::eventFilter(QObject* watched, QEvent* event)
         return true;
     case QEvent::MouseButtonPress:
     case QEvent::TouchBegin:
-        Q_EMIT refused();
-        return true;
     case QEvent::Shortcut:
         Q_EMIT refused();
         return true;

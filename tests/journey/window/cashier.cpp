@@ -1,5 +1,6 @@
 #include "tests/journey/window/cashier.h"
 
+#include "host/network/restclient.h"
 #include "till/settings.h"
 #include "till/window/style.h"
 
@@ -150,6 +151,15 @@ void Cashier::sell(const QString& card)
     press(Qt::Key_F3);
     type(card);
     press(Qt::Key_Return);
+}
+
+void Cashier::loseTheNextSpending()
+{
+    RestClient client;
+    client.post(QUrl(m_till->serviceUrl() + u"stand/faults"_s),
+                R"({"operation":"POST /v2/partner/operation/force-payment-c2b","fault":"apply-then-drop"})",
+                {});
+    ASSERT_EQ(client.getErrorCode(), 0) << client.getResponse().toString().toStdString();
 }
 
 QString Cashier::notice() const

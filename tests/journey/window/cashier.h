@@ -70,6 +70,9 @@ public:
     /// A sale of two articles; with the card when one is named.
     void sell(const QString& card = {});
 
+    /// The stand does what the next spending asks, and its answer is lost on the way.
+    void loseTheNextSpending();
+
     [[nodiscard]] QString notice() const;
     [[nodiscard]] QString status() const;
     /// All texts of labels, buttons and cells that are on the screen.

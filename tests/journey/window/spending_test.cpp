@@ -148,25 +148,11 @@ TEST(WindowSpending, TheMessageOfThePluginIsShownWhileItConfirmsTheCode)
     EXPECT_EQ(cashier.window().waitingText(), QString());
 }
 
-namespace {
-
-/// The stand does what the next spending asks, and its answer is lost on the way.
-void loseTheNextAnswer(Cashier& cashier)
-{
-    RestClient client;
-    client.post(QUrl(cashier.till().serviceUrl() + u"stand/faults"_s),
-                R"({"operation":"POST /v2/partner/operation/force-payment-c2b","fault":"apply-then-drop"})",
-                {});
-    ASSERT_EQ(client.getErrorCode(), 0) << client.getResponse().toString().toStdString();
-}
-
-} // namespace
-
 TEST(WindowUnknown, OffersTheTwoWaysOutAndNothingElse)
 {
     Cashier cashier;
     cashier.sell(card);
-    loseTheNextAnswer(cashier);
+    cashier.loseTheNextSpending();
     spend(cashier, u"100"_s);
     ASSERT_TRUE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
     picture(cashier.window(), u"unknown"_s);
@@ -190,7 +176,7 @@ TEST(WindowUnknown, IsEndedByAbandoningTheReceipt)
 {
     Cashier cashier;
     cashier.sell(card);
-    loseTheNextAnswer(cashier);
+    cashier.loseTheNextSpending();
     spend(cashier, u"100"_s);
     ASSERT_TRUE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
     cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Return); });
