@@ -205,14 +205,14 @@ TEST_F(LossyTill, AWrongCodeTheFirstTimeIsARefusal)
         play(R"({ "do": "spendPoints", "points": 100, "code": "9999" })").value(u"unknown"_s).isNull());
 }
 
-TEST_F(LossyTill, WhatIsBeingPaidIsNotRolledBack)
+TEST_F(LossyTill, AnEarningThatTheServiceDidNotTakeIsSentLaterAndOnce)
 {
     begin();
     m_proxy.answerInstead("/payment-b2c", 503);
     ASSERT_TRUE(QFile::exists(m_files.path(u"data/open-receipt"_s)));
     EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
-    EXPECT_EQ(m_proxy.passed("/payment-b2c"), 0);
-    EXPECT_EQ(play(R"({ "do": "deliver" })").value(u"value"_s).toInt(), 1);
+    EXPECT_TRUE(play(R"({ "do": "deliver" })").value(u"ok"_s).toBool()) << "unless the shell was quicker";
+    EXPECT_EQ(m_proxy.passed("/payment-b2c"), 1);
     EXPECT_EQ(balanceAfterAll(), 315);
 }
 
