@@ -10,6 +10,7 @@
 #include "stand/seed.h"
 #include "stand/webpage.h"
 
+#include <QLocale>
 #include <QTextStream>
 #include <QUrlQuery>
 
@@ -46,6 +47,12 @@ Answer broken(const DatabaseError& error)
     return failure(500, u"Внутренняя ошибка сервиса"_s);
 }
 
+/// The time as HTTP writes it; callers judge their own clocks by it.
+QByteArray httpDate(const QDateTime& time)
+{
+    return QLocale::c().toString(time, u"ddd, dd MMM yyyy HH:mm:ss 'GMT'").toLatin1();
+}
+
 } // namespace
 
 Stand::Stand(const QString& dataFile, const Credentials& credentials, const Terms& terms)
@@ -60,6 +67,8 @@ Reaction Stand::react(const Request& request)
         auto reaction =
             request.path.startsWith("/v2/") ? serviceReaction(request) : Reaction{ownPage(request)};
         reaction.refusal += m_faults.refusal();
+        if (auto* answer = std::get_if<Answer>(&reaction.what))
+            answer->headers.append({"Date"_ba, httpDate(now())});
         return reaction;
     } catch (const DatabaseError& error) {
         return {broken(error)};

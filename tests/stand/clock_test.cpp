@@ -45,6 +45,15 @@ TEST(StandClock, GoesForwardAndDatesOperationsAndExchanges)
     EXPECT_EQ(timeOf(shop).date(), QDate(2030, 2, 1));
 }
 
+TEST(StandClock, IsToldWithEachAnswer)
+{
+    const Shop shop({u"--clock"_s, u"2030-01-02T03:04:05Z"_s});
+    const auto date =
+        QString::fromLatin1(standtest::send({.url = shop.root() + "/stand/clock"}).headers["date"]);
+    EXPECT_EQ(date.first(20), u"Wed, 02 Jan 2030 03:"_s);
+    EXPECT_TRUE(date.endsWith(u" GMT"_s)) << date.toStdString();
+}
+
 TEST(StandClock, NeverGoesBack)
 {
     Shop shop({u"--clock"_s, u"2030-01-02T03:04:05Z"_s});
