@@ -28,11 +28,8 @@ void ReceiptJournal::note(const QString& receipt, const QString& event, const QS
 void ReceiptJournal::add(const utils::JournalEntry& entry)
 {
     try {
-        if (!m_journal)
-            m_journal = std::make_unique<utils::Journal>();
-        m_journal->add(entry);
+        m_journal.get().add(entry);
     } catch (const BasicException& failure) {
-        m_journal.reset(); // whatever was wrong with the file may be mended by the next time
         utils::logger(u"till"_s)->warn(
             u"No entry \"%1\" in the journal of %2: %3"_s.arg(entry.event, entry.receipt, failure.tr().ru()));
     }

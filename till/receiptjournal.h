@@ -1,10 +1,9 @@
 #pragma once
 
 #include "host/utils/journal.h"
+#include "host/utils/store.h"
 
 #include <QString>
-
-#include <memory>
 
 namespace till {
 
@@ -25,7 +24,7 @@ public:
 private:
     void add(const utils::JournalEntry& entry);
 
-    std::unique_ptr<utils::Journal> m_journal;
+    utils::StoreUser<utils::Journal> m_journal;
 };
 
 } // namespace till

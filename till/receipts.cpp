@@ -3,6 +3,7 @@
 #include "host/core/activitynotifier.h"
 #include "host/core/session.h"
 #include "host/core/storage.h"
+#include "host/utils/basicexception.h"
 #include "host/utils/logging.h"
 #include "host/utils/money.h"
 #include "host/utils/store.h"
@@ -53,6 +54,16 @@ bool isWhole(const BonusImpact& impact)
         shares += sum;
     const auto missing = utils::toHundredths(impact.getTotals()->getDiscountSum() - shares);
     return std::abs(missing) <= impact.getPositionSums().size();
+}
+
+/// Once all of it is done, what is left of it on disk is found and done away with by the next start.
+void removeOpenReceipt()
+{
+    try {
+        SaveToFileLogic::removeOpenReceipt();
+    } catch (const BasicException& failure) {
+        utils::logger(u"till"_s)->warn(u"The file of a finished receipt is left: "_s + failure.tr().ru());
+    }
 }
 
 void saveReceipt(const QSharedPointer<Document>& receipt)
@@ -183,7 +194,7 @@ bool Till::close()
     }
     m_closed.append(identifier);
     letGo();
-    SaveToFileLogic::removeOpenReceipt();
+    removeOpenReceipt();
     return true;
 }
 
@@ -197,7 +208,7 @@ bool Till::abandon()
         return false;
     m_journal.note(m_receipt->getIdentifier(), u"abandoned"_s);
     letGo();
-    SaveToFileLogic::removeOpenReceipt();
+    removeOpenReceipt();
     return true;
 }
 

@@ -126,11 +126,6 @@ QString Till::restart()
     return m_found.isEmpty() ? u"Открытого чека нет"_s : m_found;
 }
 
-MessageQueue& Till::queue()
-{
-    if (!m_queue)
-        m_queue = std::make_unique<MessageQueue>();
-    return *m_queue;
-}
+MessageQueue& Till::queue() { return m_queue.get(); }
 
 } // namespace till

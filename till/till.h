@@ -4,6 +4,7 @@
 #include "host/network/messagequeue.h"
 #include "host/utils/config.h"
 #include "host/utils/filelock.h"
+#include "host/utils/store.h"
 #include "till/pluginhost.h"
 #include "till/requestguard.h"
 #include "till/scriptedfrontend.h"
@@ -133,7 +134,7 @@ private:
     std::unique_ptr<PluginHost> m_plugin;
     ReceiptJournal m_journal;
     std::unique_ptr<RequestGuard> m_guard;
-    std::unique_ptr<MessageQueue> m_queue;
+    utils::StoreUser<MessageQueue> m_queue;
     QSharedPointer<Document> m_receipt;
     QString m_found;
     int m_opened = 0;

@@ -27,8 +27,8 @@ ReceiptStore::ReceiptStore()
     , m_revision(m_database->prepared(u"SELECT revision FROM card_records WHERE document = ? AND kind = ?"_s))
     , m_write(m_database->prepared(
           u"INSERT OR REPLACE INTO card_records (document, kind, revision, content) VALUES (?, ?, ?, ?)"_s))
-    , m_returns(
-          m_database->prepared(u"SELECT identifier FROM documents WHERE sale = ? ORDER BY stored, rowid"_s))
+    , m_returns(m_database->prepared(
+          u"SELECT identifier FROM documents WHERE sale = ? AND sale <> '' ORDER BY stored, rowid"_s))
 {}
 
 QSharedPointer<Document> ReceiptStore::load(const QString& identifier)

@@ -4,21 +4,16 @@
 
 template class Singleton<DocumentsDao>;
 
-DocumentsDao::DocumentsDao() = default;
+DocumentsDao::DocumentsDao()
+    : m_store(std::make_unique<utils::StoreUser<ReceiptStore>>())
+{}
 
 DocumentsDao::~DocumentsDao() = default;
 
 template <class Operation>
 auto DocumentsDao::inStore(Operation operation)
 {
-    try {
-        if (!m_store)
-            m_store = std::make_unique<ReceiptStore>();
-        return operation(*m_store);
-    } catch (...) {
-        m_store.reset(); // whatever was wrong with the file may be mended by the next call
-        throw;
-    }
+    return operation(m_store->get());
 }
 
 QSharedPointer<AbstractDocument> DocumentsDao::loadDocument(const QVariant& reference, bool /*forUpdate*/)

@@ -9,6 +9,10 @@
 
 class Document;
 class ReceiptStore;
+namespace utils {
+template <class User>
+class StoreUser;
+}
 
 /// The closed documents in the store of the data directory. Every operation is durable when it returns, or
 /// with the utils::Transaction around it, and throws BasicException, with nothing changed, when it cannot be.
@@ -48,7 +52,7 @@ private:
     template <class Operation>
     auto inStore(Operation operation);
 
-    std::unique_ptr<ReceiptStore> m_store;
+    std::unique_ptr<utils::StoreUser<ReceiptStore>> m_store;
 };
 
 /// Keeps the open receipt on disk, so that a till that dies finds it again. A file is replaced whole or not

@@ -1,6 +1,7 @@
 #include "host/network/dbqueuebroker.h"
 
 #include "host/network/messagequeue.h"
+#include "host/utils/store.h"
 
 #include <utility>
 
@@ -16,21 +17,16 @@ std::function<QString()>& groupSource()
 
 } // namespace
 
-DBQueueBroker::DBQueueBroker() = default;
+DBQueueBroker::DBQueueBroker()
+    : m_queue(std::make_unique<utils::StoreUser<MessageQueue>>())
+{}
 
 DBQueueBroker::~DBQueueBroker() = default;
 
 void DBQueueBroker::enqueue(const QString& queueName, const QVariantMap& message, const QString& text)
 {
     const QString group = groupSource() ? groupSource()() : QString();
-    try {
-        if (!m_queue)
-            m_queue = std::make_unique<MessageQueue>();
-        m_queue->enqueue(queueName, group, message, text);
-    } catch (...) {
-        m_queue.reset(); // whatever was wrong with the file may be mended by the next call
-        throw;
-    }
+    m_queue->get().enqueue(queueName, group, message, text);
 }
 
 void DBQueueBroker::setGroupSource(std::function<QString()> source) { groupSource() = std::move(source); }

@@ -10,6 +10,10 @@
 #include <memory>
 
 class MessageQueue;
+namespace utils {
+template <class User>
+class StoreUser;
+}
 
 /// The host's persistent outgoing queue: what it accepts is sent later, however long that takes.
 /// QueueDelivery sends it, MessageQueue reads it.
@@ -36,7 +40,7 @@ public:
     static void setGroupSource(std::function<QString()> source);
 
 private:
-    std::unique_ptr<MessageQueue> m_queue;
+    std::unique_ptr<utils::StoreUser<MessageQueue>> m_queue;
 };
 
 extern template class HOST_EXPORT Singleton<DBQueueBroker>;

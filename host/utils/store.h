@@ -3,6 +3,7 @@
 #include "host/utils/database.h"
 
 #include <memory>
+#include <utility>
 
 namespace utils {
 
@@ -29,6 +30,36 @@ public:
 
 private:
     std::shared_ptr<Database> m_store;
+};
+
+/// What lives on the store's connection, such as a MessageQueue: made when it is first asked for, and made
+/// anew when the connection is another since. One that stayed on a connection given up would find the store
+/// locked: by this thread's own transaction.
+template <class User>
+class StoreUser
+{
+public:
+    /// Throws BasicException when the store can't be used.
+    User& get()
+    {
+        auto current = store();
+        if (m_store != current) {
+            reset();
+            m_user = std::make_unique<User>();
+            m_store = std::move(current);
+        }
+        return *m_user;
+    }
+    /// Lets go of the connection.
+    void reset()
+    {
+        m_user.reset();
+        m_store.reset();
+    }
+
+private:
+    std::shared_ptr<Database> m_store;
+    std::unique_ptr<User> m_user;
 };
 
 } // namespace utils

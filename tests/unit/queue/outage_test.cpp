@@ -66,7 +66,7 @@ private:
         {
             m_code = m_service.take(QJsonDocument::fromJson(body).object());
         }
-        [[nodiscard]] QVariant getResponse() const override { return {}; }
+        [[nodiscard]] QVariant getResponse() const override { return QVariantMap(); }
         [[nodiscard]] int getErrorCode() const override { return m_code; }
 
     private:

@@ -54,6 +54,22 @@ protected:
 const Found nothing{};
 const Found everything{true, 1, {u"R-1"_s}};
 
+TEST_F(Store, IsOneConnectionForAllUsersAgainAfterItFailed)
+{
+    dao.store(richSale(u"R-0"_s));
+    enqueue();
+    const auto close = [this] {
+        Transaction transaction;
+        closeReceipt();
+        transaction.commit();
+    };
+    ASSERT_TRUE(QFile::rename(path(u"till.sqlite"_s), path(u"aside"_s)));
+    EXPECT_EQ(failure(close), u"hostStorageGone"_s);
+    ASSERT_TRUE(QFile::rename(path(u"aside"_s), path(u"till.sqlite"_s)));
+    EXPECT_EQ(failure(close), QString()) << "nobody waits for a lock that another of us holds";
+    EXPECT_EQ(found(), (Found{true, 2, {u"R-1"_s}}));
+}
+
 TEST_F(Store, IsOneConnectionForAllUsersOfAThreadAndAnotherInTheNext)
 {
     const auto mine = utils::store();

@@ -97,6 +97,26 @@ protected:
         ASSERT_NE(open, nullptr);
         EXPECT_EQ(documentcodec::written(*open), documentcodec::written(*richSale(u"R-4"_s)));
     }
+    /// As the version before did it: nothing beside the document told what it returns.
+    void closeAReturnInTheFormerFile(const QString& identifier, const QString& sale) const
+    {
+        const utils::Database receipts(path(u"receipts.sqlite"_s), {0x4B595272, 1, {}, {}, {}});
+        const auto document = QSharedPointer<Document>::create(ReturnReceipt, identifier);
+        document->setSaleDocumentId(sale);
+        QSqlQuery count = receipts.prepared(u"SELECT max(stored) FROM documents"_s);
+        const qint64 last = receipts.rows(count).value(0).value(0).toLongLong();
+        QSqlQuery insert =
+            receipts.prepared(u"INSERT INTO documents (identifier, stored, content) VALUES (?, ?, ?)"_s);
+        receipts.change(insert, {identifier, last + 1, documentcodec::written(*document)});
+    }
+    static QStringList returnsOf(const QString& sale)
+    {
+        DocumentsDao dao;
+        QStringList identifiers;
+        for (const auto& document : dao.returnsOf(sale))
+            identifiers.append(document->getIdentifier());
+        return identifiers;
+    }
     [[nodiscard]] QStringList names() const { return QDir(path()).entryList(QDir::Files); }
 };
 
@@ -129,6 +149,21 @@ TEST_F(Upgrade, TakesABackWrittenRecordOnTopOfTheImportedRevision)
     const auto record = dao.loadDocument(u"R-1"_s, false)->getCardRecord(12);
     record->setOperationId(u"third"_s);
     EXPECT_NO_THROW(dao.saveCardRecord(record));
+}
+
+TEST_F(Upgrade, FindsTheReturnsOfASaleThatNobodyHadNotedBefore)
+{
+    closeAReturnInTheFormerFile(u"V-1"_s, u"R-1"_s);
+    closeAReturnInTheFormerFile(u"V-2"_s, u"R-2"_s);
+    closeAReturnInTheFormerFile(u"V-0"_s, u"R-1"_s);
+    EXPECT_THAT(returnsOf(u"R-1"_s), ElementsAre(u"V-1"_s, u"V-0"_s)) << "in the order of closing";
+    EXPECT_THAT(returnsOf(u"R-2"_s), ElementsAre(u"V-2"_s));
+    EXPECT_THAT(returnsOf({}), IsEmpty()) << "a sale is no return of a nameless one";
+
+    const auto later = QSharedPointer<Document>::create(ReturnReceipt, u"V-3"_s);
+    later->setSaleDocumentId(u"R-1"_s);
+    DocumentsDao().store(later);
+    EXPECT_THAT(returnsOf(u"R-1"_s), ElementsAre(u"V-1"_s, u"V-0"_s, u"V-3"_s));
 }
 
 TEST_F(Upgrade, WithOnlyOneFormerFileTakesThatOne)
