@@ -11,7 +11,7 @@ namespace {
 void requireNothingSpent(const Till& till)
 {
     requireChangeable(till);
-    if (!till.loyalty().getBonusImpacts().isEmpty())
+    if (till.hasSpentPoints())
         refuse(u"В чеке уже списаны баллы: карту не сменить. Отмените чек шагом rollback"_s);
 }
 

@@ -17,24 +17,13 @@ QSharedPointer<AbstractDocument> stored(const QString& identifier)
     return hostObject<DocumentsDao>().loadDocument(identifier, false);
 }
 
-double bonusDiscount(const Document& receipt)
-{
-    double sum = 0;
-    const auto items = receipt.getGoodsItems();
-    for (const auto& item : items)
-        sum += item->getBonusImpactSum();
-    return sum;
-}
-
 /// A new receipt may push an unpaid one aside, but not one that points were spent on.
 void requireFree(const Till& till, const QString& identifier)
 {
     requireChangeable(till);
-    const auto receipt = till.receipt();
-    if (receipt && utils::toHundredths(bonusDiscount(*receipt)) != 0 &&
-        receipt->getDocumentType() == SaleReceipt)
+    if (till.hasSpentPoints())
         refuse(u"Чек %1 не закрыт, в нём списаны баллы: оплатите его или отмените шагом rollback"_s.arg(
-            receipt->getIdentifier()));
+            till.receipt()->getIdentifier()));
     if (stored(identifier))
         refuse(u"Чек %1 уже есть: номер чека не повторяется"_s.arg(identifier));
 }

@@ -53,7 +53,7 @@ Outcome spendPoints(Till& till, const QVariantMap& members)
     const double wanted = members.value(u"points"_s).toDouble();
     requireSameSpending(till, wanted);
     const auto earlier = till.unknownSpending();
-    if (!earlier && !till.loyalty().getBonusImpacts().isEmpty())
+    if (!earlier && till.hasSpentPoints())
         refuse(u"В чеке уже списаны баллы: второе списание сервис не отличит от первого. "
                "Отмените чек шагом rollback"_s);
     const QVariant code = members.value(u"code"_s);

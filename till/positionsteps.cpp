@@ -25,7 +25,7 @@ Outcome setPositions(Till& till, const QVariantMap& members)
     if (before->getDocumentType() != SaleReceipt)
         refuse(u"Позиции возврата не меняются: отмените его и начните заново"_s);
     requireChangeable(till);
-    if (!till.loyalty().getBonusImpacts().isEmpty())
+    if (till.hasSpentPoints())
         refuse(u"Баллы уже списаны: позиции не изменить. Оплатите чек или отмените его"_s);
     const auto receipt = QSharedPointer<Document>::create(SaleReceipt, before->getIdentifier());
     addPositions(*receipt, members.value(u"positions"_s).toList());

@@ -8,6 +8,7 @@
 #include "host/utils/money.h"
 #include "host/utils/store.h"
 #include "till/hostobjects.h"
+#include "till/reconciliation.h"
 
 #include <cmath>
 #include <stdexcept>
@@ -142,6 +143,12 @@ void Till::applyImpacts() const
     }
     m_receipt->setPluginData(ownName, applied, static_cast<int>(impacts.size()));
     save();
+}
+
+bool Till::hasSpentPoints() const
+{
+    return m_receipt && m_receipt->getDocumentType() == SaleReceipt &&
+           (!loyalty().getBonusImpacts().isEmpty() || bonusDiscountOf(*m_receipt) != 0);
 }
 
 bool Till::cancel()

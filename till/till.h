@@ -62,6 +62,9 @@ public:
     bool spendPoints(double points, double wanted);
     /// The spending on the current receipt whose answer was lost; nothing when there is none.
     [[nodiscard]] std::optional<UnknownSpending> unknownSpending() const;
+    /// Whether points are spent on the current sale, also when cancel() has forgotten them since: the service
+    /// has not.
+    [[nodiscard]] bool hasSpentPoints() const;
     /// Forgets the points of the current receipt without undoing anything. False when the plug-in refused.
     bool cancel();
 

@@ -6,6 +6,7 @@
 #include "host/utils/money.h"
 #include "till/hostobjects.h"
 #include "till/player.h"
+#include "till/reconciliation.h"
 #include "till/screen.h"
 #include "till/usageerror.h"
 
@@ -38,17 +39,11 @@ bool Desk::changeable() const
     return stage() == Stage::Sale && !pointsSpent() && m_till.stage() == Till::Stage::Open;
 }
 
-bool Desk::pointsSpent() const { return receipt() && !m_till.loyalty().getBonusImpacts().isEmpty(); }
+bool Desk::pointsSpent() const { return m_till.hasSpentPoints(); }
 
 double Desk::spentPoints() const
 {
-    double sum = 0;
-    if (receipt()) {
-        const auto items = receipt()->getGoodsItems();
-        for (const auto& item : items)
-            sum += item->getBonusImpactSum();
-    }
-    return sum;
+    return receipt() ? static_cast<double>(bonusDiscountOf(*receipt())) / 100 : 0;
 }
 
 std::optional<Outcome> Desk::play(const QString& step, const QVariantMap& members)

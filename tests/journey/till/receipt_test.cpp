@@ -173,6 +173,24 @@ TEST(TillReceipt, CancelForgetsThePointsButKeepsTheReceipt)
     EXPECT_TRUE(lines[4].value(u"ok"_s).toBool());
 }
 
+TEST(TillReceipt, PointsThatWereSpentStaySpentWhenTheyAreForgotten)
+{
+    const Ran ran = runJson(scenarioOfSteps(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 },
+        { "do": "cancel" },
+        { "do": "spendPoints", "points": 100, "mayFail": true },
+        { "do": "setPositions", "positions": [], "mayFail": true },
+        { "do": "identifyByCard", "card": "2000000000017", "mayFail": true },
+        { "do": "openSale", "id": "R-2", "positions": [], "mayFail": true },
+        { "do": "pay" })"));
+    EXPECT_EQ(ran.status, 0) << "the ledger agrees";
+    const QList<QJsonObject> lines = linesOf(ran);
+    ASSERT_EQ(lines.size(), 10);
+    EXPECT_TRUE(lines[3].value(u"ok"_s).toBool());
+    for (int step = 4; step < 8; ++step)
+        EXPECT_FALSE(lines[step].value(u"ok"_s).toBool()) << step;
+    EXPECT_EQ(lines[9].value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 100);
+}
+
 TEST(TillReceipt, AReceiptWithSpentPointsIsNotPushedAside)
 {
     expectFailure(lastStep(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 },
