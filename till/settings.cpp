@@ -95,6 +95,14 @@ void takePassword(Config& config, const Options& options)
         config.set(passwordKey, passwordIn(file));
 }
 
+/// With the port that it goes to, and without "." and ".." on the way there.
+QUrl comparable(const QUrl& given)
+{
+    QUrl url = given.adjusted(QUrl::NormalizePathSegments);
+    url.setPort(url.port(url.scheme() == u"https"_s ? 443 : 80));
+    return url;
+}
+
 std::optional<LogLevel> configuredLevel(const Config& config)
 {
     const QString name = config.getString(logLevelKey, {});
@@ -175,7 +183,11 @@ Config loadSettings(const QString& fileName)
 
 bool namesService(const Config& config) { return !config.getString(serverUrlKey, {}).isEmpty(); }
 
-QString serverUrlOf(const Config& config) { return config.getString(serverUrlKey, {}); }
+QString serverUrlOf(const Config& config)
+{
+    const QString url = config.getString(serverUrlKey, {});
+    return url.isEmpty() || url.endsWith(u'/') ? url : url + u'/';
+}
 
 int timeoutOf(const Config& config)
 {
@@ -191,10 +203,11 @@ QString authorizationOf(const Config& config)
 
 std::function<QString(const QUrl&)> currentAuthorization(const Config& config)
 {
-    const QUrl service(serverUrlOf(config));
-    if (service.isEmpty() || config.getString(userKey, {}).isEmpty())
+    const QUrl service = comparable(QUrl(serverUrlOf(config)));
+    if (service.host().isEmpty() || config.getString(userKey, {}).isEmpty())
         return {};
-    return [service, header = authorizationOf(config)](const QUrl& url) {
+    return [service, header = authorizationOf(config)](const QUrl& given) {
+        const QUrl url = comparable(given);
         const bool same = url.scheme() == service.scheme() && url.host() == service.host() &&
                           url.port() == service.port() && url.path().startsWith(service.path());
         return same ? header : QString();

@@ -31,6 +31,7 @@ int alarmMinutes(const Config& config);
 /// Whether it says where the service is; else the till needs a stand.
 bool namesService(const Config& config);
 void setServerUrl(Config& config, const QString& url);
+/// As the plug-in uses it, with a "/" at its end; empty: not configured.
 QString serverUrlOf(const Config& config);
 /// Seconds for one exchange with the service.
 int timeoutOf(const Config& config);

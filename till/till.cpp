@@ -53,12 +53,19 @@ Till::Till(const Parts& parts, const Config& config, DialogFrontend* terminal)
     if (!namesService(settings))
         startService(settings);
     Dialog::setFrontend(&m_cashier);
-    startUp();
+    try {
+        startUp();
+    } catch (...) {
+        end(); // without an object there is no destructor
+        throw;
+    }
     if (!m_found.isEmpty())
         utils::logger(u"till"_s)->info(m_found);
 }
 
-Till::~Till()
+Till::~Till() { end(); }
+
+void Till::end()
 {
     Dialog::setFrontend(nullptr);
     shutDown();
@@ -122,7 +129,11 @@ void Till::shutDown()
 QString Till::restart()
 {
     shutDown();
-    startUp();
+    try {
+        startUp();
+    } catch (const BasicException& failure) {
+        throw UsageError(failure.tr().ru());
+    }
     return m_found.isEmpty() ? u"Открытого чека нет"_s : m_found;
 }
 

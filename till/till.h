@@ -94,7 +94,7 @@ public:
     [[nodiscard]] QSharedPointer<DocumentCardRecord> card() const;
 
     /// Forgets everything that is not on disk, as a power cut does, and comes back. Returns what it found, in
-    /// Russian. Throws like the constructor.
+    /// Russian. Throws UsageError when it can't come back: then nothing more can be done with it.
     QString restart();
 
     /// Whether this till has a stand of its own, running or not.
@@ -127,6 +127,7 @@ private:
     void applyImpacts() const;
     void letGo();
     void shutDown();
+    void end();
 
     Parts m_parts;
     QTemporaryDir m_ownDirectory; ///< unused when the parts name a data directory

@@ -48,7 +48,7 @@ struct MessageQueue::Statements
         database->prepared(u"SELECT waiting, parked, delivered, error, refused, probes, probe FROM tally"_s);
     QSqlQuery record = database->prepared(
         u"INSERT INTO history SELECT id, queue, receipt, enqueued, ?, text, attempts, error, ?, ?, "
-        "CASE WHEN ? THEN message END FROM queued WHERE id = ?"_s);
+        "CASE WHEN ? THEN coalesce(?, message) END FROM queued WHERE id = ?"_s);
     QSqlQuery remove = database->prepared(u"DELETE FROM queued WHERE id = ?"_s);
     QSqlQuery fail =
         database->prepared(u"UPDATE queued SET attempts = attempts + 1, error = ?, due = ? WHERE id = ?"_s);
@@ -104,9 +104,20 @@ struct MessageQueue::Statements
         return done;
     }
 
-    bool finish(qint64 id, const QString& outcome, const QVariant& answer, bool keepMessage)
+    bool deliver(qint64 id, int answer)
     {
-        database->change(record, {now(), outcome, answer, keepMessage, id});
+        database->change(record, {now(), u"delivered"_s, answer, false, {}, id});
+        return database->change(remove, {id}) > 0;
+    }
+
+    // What is damaged is kept as it lies.
+    bool drop(qint64 id)
+    {
+        const auto dropped = first(one, {id});
+        const bool whole = dropped && !dropped->damaged;
+        const QVariant kept = whole ? network::writtenWithoutAuthorization(dropped->message) : QVariant();
+        const QVariant noAnswer(QMetaType::fromType<int>());
+        database->change(record, {now(), u"dropped"_s, noAnswer, true, kept, id});
         return database->change(remove, {id}) > 0;
     }
 
@@ -189,7 +200,7 @@ bool MessageQueue::delivered(qint64 id, const QueueAttempt& attempt)
 {
     return m->change(id, u"delivered"_s, attempt, [&] {
         m->database->change(m->noteDelivery, {now()});
-        return m->finish(id, u"delivered"_s, attempt.code, false);
+        return m->deliver(id, attempt.code);
     });
 }
 
@@ -226,9 +237,7 @@ bool MessageQueue::retry(qint64 id)
 
 bool MessageQueue::drop(qint64 id)
 {
-    const QVariant noAnswer(QMetaType::fromType<int>());
-    const bool done =
-        m->change(id, u"dropped"_s, {}, [&] { return m->finish(id, u"dropped"_s, noAnswer, true); });
+    const bool done = m->change(id, u"dropped"_s, {}, [&] { return m->drop(id); });
     network::queuenotice::raise();
     return done;
 }

@@ -114,8 +114,8 @@ public:
     /// Lets a parked message wait again, in its old place, and makes it due at once; so too one that waits
     /// out a pause. False as well when it is due at once already.
     bool retry(qint64 id);
-    /// Gives a message up; its group goes on. The history keeps all of it, so that what was dropped by
-    /// mistake is not lost.
+    /// Gives a message up; its group goes on. The history keeps all of it but the credentials, so that what
+    /// was dropped by mistake is not lost.
     bool drop(qint64 id);
 
     /// Ends every pause: all that waits is due at once, also when the credentials were refused.

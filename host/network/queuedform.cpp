@@ -41,6 +41,22 @@ QByteArray writtenMessage(const QVariantMap& message)
     return utils::sealed(messageSeal, content);
 }
 
+QVariantMap withoutAuthorization(QVariantMap headers)
+{
+    headers.removeIf([](const std::pair<const QString&, QVariant&>& header) {
+        return header.first.compare("Authorization"_L1, Qt::CaseInsensitive) == 0;
+    });
+    return headers;
+}
+
+QByteArray writtenWithoutAuthorization(QVariantMap message)
+{
+    const auto headers = message.find(u"headers"_s);
+    if (headers != message.end())
+        *headers = withoutAuthorization(headers->toMap());
+    return writtenMessage(message);
+}
+
 QString queuedColumns()
 {
     return u"SELECT id, queue, receipt, enqueued, message, text, attempts, error, parked, due FROM queued "_s;

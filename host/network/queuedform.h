@@ -13,6 +13,12 @@ namespace network {
 /// The bytes to store; throws BasicException when a value of the message is not Qt's own.
 [[nodiscard]] QByteArray writtenMessage(const QVariantMap& message);
 
+/// The headers but for "Authorization", however it is spelt.
+[[nodiscard]] QVariantMap withoutAuthorization(QVariantMap headers);
+
+/// The bytes to store of a message that was given up: whoever sends it after all has the credentials.
+[[nodiscard]] QByteArray writtenWithoutAuthorization(QVariantMap message);
+
 /// The beginning of a query for messages, up to its conditions.
 [[nodiscard]] QString queuedColumns();
 

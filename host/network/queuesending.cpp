@@ -1,5 +1,6 @@
 #include "host/network/queuesending.h"
 
+#include "host/network/queuedform.h"
 #include "host/network/restclient.h"
 
 #include <QElapsedTimer>
@@ -75,15 +76,14 @@ QString serviceWords(const QVariant& answer)
 /// ever; so the present credentials are sent, where whoever knows them says that they are for this URL.
 QHash<QString, QString> headersOf(const QVariantMap& message, const QString& authorization)
 {
-    const QString name = u"Authorization"_s;
-    QHash<QString, QString> headers;
-    const QVariantMap given = message.value(u"headers"_s).toMap();
-    for (auto header = given.cbegin(); header != given.cend(); ++header) {
-        if (authorization.isEmpty() || header.key().compare(name, Qt::CaseInsensitive) != 0)
-            headers.insert(header.key(), header.value().toString());
+    QVariantMap given = message.value(u"headers"_s).toMap();
+    if (!authorization.isEmpty()) {
+        given = withoutAuthorization(given);
+        given.insert(u"Authorization"_s, authorization);
     }
-    if (!authorization.isEmpty())
-        headers.insert(name, authorization);
+    QHash<QString, QString> headers;
+    for (auto header = given.cbegin(); header != given.cend(); ++header)
+        headers.insert(header.key(), header.value().toString());
     return headers;
 }
 

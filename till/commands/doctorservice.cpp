@@ -20,13 +20,7 @@ constexpr qint64 clockLimit = 60; // seconds
 // A page that asks for credentials and changes nothing, whatever it answers.
 const QString page = u"v2/partner/card/0/card-info"_s;
 
-QUrl pageOf(const Config& config)
-{
-    QString base = serverUrlOf(config);
-    if (!base.endsWith(u'/'))
-        base += u'/';
-    return QUrl(base + page);
-}
+QUrl pageOf(const Config& config) { return QUrl(serverUrlOf(config) + page); }
 
 QHash<QString, QString> headersOf(const Config& config)
 {

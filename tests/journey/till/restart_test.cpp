@@ -3,6 +3,7 @@
 #include "host/utils/datadirectory.h"
 #include "tests/journey/till/kepttill.h"
 
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 
@@ -160,6 +161,22 @@ TEST(TillRestart, WhatIsSettledIsNotAskedForAgain)
     EXPECT_TRUE(linesOf(ran).value(0).value(u"ok"_s).toBool());
     EXPECT_TRUE(linesOf(ran).value(0).value(u"value"_s).isNull());
     EXPECT_EQ(ran.status, 1) << "in truth nothing had been earned, and the ledger tells";
+}
+
+TEST(TillRestart, ATillThatCannotComeBackEndsAndSaysWhy)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    // Where a start tries whether the disk has room.
+    ASSERT_TRUE(QDir(till.directory()).mkdir(u"write-check"_s));
+    shell.write(R"({ "do": "restart" })"
+                "\n");
+    ASSERT_TRUE(shell.waitForFinished(patienceMs));
+    EXPECT_EQ(shell.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(shell.exitCode(), 2);
+    EXPECT_THAT(shell.readAllStandardError().toStdString(), HasSubstr("write-check"));
 }
 
 } // namespace tilltest

@@ -160,6 +160,32 @@ TEST_F(Queue, KeepsAllOfADroppedMessageInTheHistory)
     EXPECT_EQ(row[4], 0) << "the message is there";
 }
 
+TEST_F(Queue, KeepsNoCredentialsOfADroppedMessage)
+{
+    const QVariantMap headers{{u"authorization"_s, u"Basic c2VjcmV0"_s}, {u"Accept"_s, u"text/plain"_s}};
+    const QVariantMap message{{u"headers"_s, headers}, {u"body"_s, QByteArray("{}")}, {u"timeout"_s, 10}};
+    const qint64 id = queue.enqueue(u"q"_s, u"R-1"_s, message, {});
+    EXPECT_TRUE(queue.drop(id));
+    // Back into the queue, to read it there.
+    execute(u"INSERT INTO queued (queue, receipt, enqueued, message, text) "
+            "SELECT queue, receipt, enqueued, message, text FROM history"_s);
+    ASSERT_EQ(queue.messages(10).size(), 1);
+    const QVariantMap kept = queue.messages(10).first().message;
+    EXPECT_EQ(kept, (QVariantMap{{u"headers"_s, QVariantMap{{u"Accept"_s, u"text/plain"_s}}},
+                                 {u"body"_s, QByteArray("{}")},
+                                 {u"timeout"_s, 10}}));
+}
+
+TEST_F(Queue, KeepsADamagedMessageThatIsDroppedAsItLies)
+{
+    const qint64 id = add();
+    execute(u"UPDATE queued SET message = x'0102'"_s);
+    EXPECT_TRUE(queue.drop(id));
+    QSqlQuery query(raw());
+    ASSERT_TRUE(query.exec(u"SELECT message FROM history WHERE id = %1"_s.arg(id)) && query.next());
+    EXPECT_EQ(query.value(0).toByteArray(), "\1\2");
+}
+
 TEST_F(Queue, NotesAFailureAndLetsTheMessageWait)
 {
     const qint64 id = add();

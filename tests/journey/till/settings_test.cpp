@@ -1,0 +1,50 @@
+#include "host/utils/config.h"
+#include "till/settings.h"
+
+#include <QUrl>
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+bool getsCredentials(const QString& serverUrl, const QString& url)
+{
+    Config config = loadSettings({});
+    setServerUrl(config, serverUrl);
+    setCredentials(config, u"shop"_s, u"secret"_s);
+    return currentAuthorization(config)(QUrl(url)) == authorizationOf(config);
+}
+
+} // namespace
+
+TEST(TillSettings, TheServicesOwnAddressesGetThePresentCredentials)
+{
+    for (const QString& serverUrl :
+         {u"http://good.example/api"_s, u"http://good.example/api/"_s, u"http://GOOD.example:80/api/"_s})
+        EXPECT_TRUE(getsCredentials(serverUrl, u"http://good.example/api/v2/x"_s)) << serverUrl.toStdString();
+    EXPECT_TRUE(getsCredentials(u"http://good.example"_s, u"http://good.example:80/v2/x"_s));
+    EXPECT_TRUE(getsCredentials(u"https://good.example:443"_s, u"https://good.example/v2/x"_s));
+}
+
+TEST(TillSettings, NobodyElseGetsTheCredentials)
+{
+    for (const QString& url :
+         {u"http://good.example.evil/api/v2/x"_s, u"http://good.example@evil/api/v2/x"_s,
+          u"http://evil/http://good.example/api/"_s, u"http://good.example:8080/api/v2/x"_s,
+          u"https://good.example/api/v2/x"_s, u"http://good.example/api-evil/v2/x"_s,
+          u"http://good.example/api/../evil/x"_s, u"http://good.example/v2/x"_s, QString()})
+        EXPECT_FALSE(getsCredentials(u"http://good.example/api"_s, url)) << url.toStdString();
+}
+
+TEST(TillSettings, WithoutAServiceNobodyGetsCredentials)
+{
+    Config config = loadSettings({});
+    setCredentials(config, u"shop"_s, u"secret"_s);
+    EXPECT_FALSE(currentAuthorization(config));
+}
+
+} // namespace till
