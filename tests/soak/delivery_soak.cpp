@@ -109,6 +109,15 @@ public:
         ++m_kills;
     }
 
+    /// The service dies in the midst of an exchange, and the delivery soon after.
+    void killBoth()
+    {
+        m_service.arm({u"any:late:ms=600,when=after"_s, nothingPasses});
+        m_till.killADelivery(m_service, [this] { m_service.kill(); });
+        m_service.start();
+        ++m_kills;
+    }
+
     void endWell()
     {
         m_simulation.pass(1h);
@@ -146,6 +155,8 @@ void goThroughIt(Ordeal& ordeal)
             ordeal.beDown(30min);
         if (number % 10 == 0)
             ordeal.killTheDelivery();
+        if (number % 14 == 0)
+            ordeal.killBoth();
     }
     ordeal.endWell();
 }

@@ -34,13 +34,15 @@ bool TillThere::play(int receipts) const
 
 bool TillThere::deliver() const { return run({u"queue"_s, u"deliver"_s}); }
 
-void TillThere::killADelivery(const Service& service) const
+void TillThere::killADelivery(const Service& service, const std::function<void()>& meanwhile) const
 {
     const QJsonArray before = service.exchanges();
     const qint64 last = before.isEmpty() ? 0 : before.last().toObject().value(u"n"_s).toInteger();
     QProcess delivery;
     delivery.start(QStringLiteral(TILL_PROGRAM), with({u"deliver"_s}));
     const bool came = service.waitForExchange(last);
+    if (meanwhile)
+        meanwhile();
     delivery.kill();
     if (!came || !delivery.waitForFinished(patienceMs))
         throw std::runtime_error("no delivery came to be killed: " +

@@ -4,6 +4,8 @@
 
 #include <QTemporaryDir>
 
+#include <functional>
+
 namespace soaktest {
 
 /// Where a till keeps its data, and the real program that works there.
@@ -19,8 +21,9 @@ public:
     [[nodiscard]] bool play(int receipts) const;
     /// `till queue deliver`: whether nothing is left.
     [[nodiscard]] bool deliver() const;
-    /// Starts `till deliver` and kills it while an exchange is under way that the service has seen.
-    void killADelivery(const Service& service) const;
+    /// Starts `till deliver`, does that while an exchange is under way that the service has seen, and kills
+    /// it.
+    void killADelivery(const Service& service, const std::function<void()>& meanwhile = {}) const;
 
 private:
     [[nodiscard]] QStringList with(const QStringList& arguments) const;
