@@ -99,6 +99,8 @@ private:
     void disconnect();
     void open(const Format& format);
     int examine(int applicationId, int version);
+    /// Past SQLite, so only while this process has no connection to the file.
+    void lookFromOutside(int applicationId, int version) const;
     [[nodiscard]] QString suspicion() const;
     void suspect() const noexcept;
     void requireKind(int applicationId, int version);

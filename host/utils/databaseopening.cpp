@@ -6,10 +6,13 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QSqlError>
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -19,6 +22,21 @@ namespace {
 
 constexpr auto waitForLocks = "QSQLITE_BUSY_TIMEOUT=2000"; // milliseconds: a cashier is waiting
 constexpr qint64 quicklyChecked = 32LL * 1024 * 1024;      // bytes; a till is not to wait long for its queue
+
+/// How many connections this process has to each file, known by its inode: a replaced one is another.
+/// Whoever else opens such a file, and closes it, takes from SQLite the locks that it holds there for the
+/// whole process; another program would then remove the log under its hands.
+struct FilesInUse
+{
+    std::recursive_mutex mutex; ///< held while a file is looked at and opened
+    QHash<ino_t, int> connections;
+};
+
+FilesInUse& filesInUse()
+{
+    static FilesInUse made;
+    return made;
+}
 
 QString newConnectionName()
 {
@@ -57,6 +75,7 @@ int Database::examine(const QString& path, int applicationId, int version)
 
 void Database::open(const Format& format)
 {
+    const std::lock_guard lock(filesInUse().mutex);
     ensureMade(format);
     ensurePrivateFile(m_path);
     const int version = examine(format.applicationId, format.version);
@@ -70,6 +89,7 @@ void Database::open(const Format& format)
         migrate(format);
     setSourcesAside(format);
     m_inode = inode();
+    ++filesInUse().connections[m_inode];
 }
 
 void Database::connect(const QString& options)
@@ -86,10 +106,15 @@ void Database::disconnect()
 {
     m_database = {};
     QSqlDatabase::removeDatabase(m_connection);
+    if (m_inode == 0)
+        return;
+    const std::lock_guard lock(filesInUse().mutex);
+    const ino_t left = std::exchange(m_inode, 0);
+    if (--filesInUse().connections[left] == 0)
+        filesInUse().connections.remove(left);
 }
 
-/// Returns the file's version: 0 for one that holds nothing.
-int Database::examine(int applicationId, int version)
+void Database::lookFromOutside(int applicationId, int version) const
 {
     // A reader makes companions, and whoever may write folds the log into the file on closing it; so whether
     // the file has to be left alone is first found out without either.
@@ -100,6 +125,14 @@ int Database::examine(int applicationId, int version)
     if (pageSize == 0 ||
         QFileInfo(m_path).size() % pageSize != 0) // SQLite would take what is missing for zeros
         throw storageError(StorageFault::Damaged, m_path);
+}
+
+/// Returns the file's version: 0 for one that holds nothing.
+int Database::examine(int applicationId, int version)
+{
+    const std::lock_guard lock(filesInUse().mutex);
+    if (!filesInUse().connections.contains(inode()))
+        lookFromOutside(applicationId, version);
     connect(u"QSQLITE_OPEN_READONLY"_s);
     requireKind(applicationId, version);
     const int found = number(u"PRAGMA user_version"_s);

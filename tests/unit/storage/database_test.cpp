@@ -1,7 +1,12 @@
 #include "host/utils/database.h"
 #include "tests/unit/storage/scene.h"
 
+#include <QFile>
+
 #include <gmock/gmock.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
@@ -63,6 +68,28 @@ TEST_F(DatabaseFile, OpensAfterAKillWhileTheLogWasFoldedIn)
     overwrite(u"f.sqlite"_s, after.first(4096) + before.sliced(4096));
     overwrite(u"f.sqlite-wal"_s, log);
     EXPECT_EQ(values(*open()).size(), 100);
+}
+
+TEST_F(DatabaseFile, KeepsItsLocksWhenAnotherConnectionOfTheProcessIsOpenedAndClosed)
+{
+    const auto database = open();
+    add(*database, u"one"_s);
+    const auto locks = [] {
+        struct stat found = {};
+        EXPECT_EQ(stat(QFile::encodeName(utils::dataFile(u"f.sqlite"_s)).constData(), &found), 0);
+        QFile table(u"/proc/locks"_s);
+        EXPECT_TRUE(table.open(QIODevice::ReadOnly));
+        const QByteArray ours = ' ' + QByteArray::number(getpid()) + ' ';
+        const QByteArray file = ':' + QByteArray::number(static_cast<quint64>(found.st_ino)) + ' ';
+        int held = 0;
+        for (const QByteArray& line : table.readAll().split('\n'))
+            held += line.contains(ours) && line.contains(file) ? 1 : 0;
+        return held;
+    };
+    const int before = locks();
+    ASSERT_GT(before, 0);
+    open().reset();
+    EXPECT_EQ(locks(), before);
 }
 
 TEST_F(DatabaseFile, IsPrivateWithItsCompanionsWhateverTheUmask)
