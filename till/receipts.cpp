@@ -3,6 +3,7 @@
 #include "host/core/activitynotifier.h"
 #include "host/core/session.h"
 #include "host/core/storage.h"
+#include "host/utils/basicexception.h"
 #include "host/utils/logging.h"
 #include "host/utils/money.h"
 #include "host/utils/store.h"
@@ -189,8 +190,7 @@ bool Till::close()
         throw;
     }
     m_closed.append(identifier);
-    letGo();
-    SaveToFileLogic::removeOpenReceipt();
+    leave();
     return true;
 }
 
@@ -203,9 +203,21 @@ bool Till::abandon()
     if (isKnown ? !loyalty().rollback(m_receipt) : !loyalty().cancel())
         return false;
     m_journal.note(m_receipt->getIdentifier(), u"abandoned"_s);
-    letGo();
-    SaveToFileLogic::removeOpenReceipt();
+    leave();
     return true;
+}
+
+// What could not be removed is found by the next start, which knows that it came to its end; until then the
+// next receipt takes its place. Whoever has paid is not to be told that it failed.
+void Till::leave()
+{
+    letGo();
+    try {
+        SaveToFileLogic::removeOpenReceipt();
+    } catch (const BasicException& failure) {
+        utils::logger(u"till"_s)->warn(u"The receipt is finished, but its file stays: "_s +
+                                       failure.tr().ru());
+    }
 }
 
 void Till::letGo()

@@ -25,10 +25,9 @@ QString Till::recover()
     hostObject<Session>().setDocument(receipt);
     loyalty().setDocument(receipt);
     loyalty().restoreLoyaltySystem();
-    if (stage() == Stage::Abandoned) {
-        abandon();
-        return name + u" отменялся: отмена завершена"_s;
-    }
+    if (stage() == Stage::Abandoned)
+        return name + (abandon() ? u" отменялся: отмена завершена"_s
+                                 : u" отменялся: завершите отмену (шаг rollback)"_s);
     if (!unknownSpending())
         applyImpacts();
     else if (!loyalty().getBonusImpacts().isEmpty())

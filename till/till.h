@@ -124,6 +124,7 @@ private:
     [[nodiscard]] QString foundOpen() const;
     bool finishSpending();
     void applyImpacts() const;
+    void leave();
     void letGo();
     void shutDown();
     void end();
