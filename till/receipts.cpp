@@ -57,16 +57,6 @@ bool isWhole(const BonusImpact& impact)
     return std::abs(missing) <= impact.getPositionSums().size();
 }
 
-/// Once all of it is done, what is left of it on disk is found and done away with by the next start.
-void removeOpenReceipt()
-{
-    try {
-        SaveToFileLogic::removeOpenReceipt();
-    } catch (const BasicException& failure) {
-        utils::logger(u"till"_s)->warn(u"The file of a finished receipt is left: "_s + failure.tr().ru());
-    }
-}
-
 void saveReceipt(const QSharedPointer<Document>& receipt)
 {
     MockFactory<SaveToFileLogic>::create()->save(receipt, {});
@@ -200,8 +190,7 @@ bool Till::close()
         throw;
     }
     m_closed.append(identifier);
-    letGo();
-    removeOpenReceipt();
+    leave();
     return true;
 }
 
@@ -214,9 +203,21 @@ bool Till::abandon()
     if (isKnown ? !loyalty().rollback(m_receipt) : !loyalty().cancel())
         return false;
     m_journal.note(m_receipt->getIdentifier(), u"abandoned"_s);
-    letGo();
-    removeOpenReceipt();
+    leave();
     return true;
+}
+
+// What could not be removed is found by the next start, which knows that it came to its end; until then the
+// next receipt takes its place. Whoever has paid is not to be told that it failed.
+void Till::leave()
+{
+    letGo();
+    try {
+        SaveToFileLogic::removeOpenReceipt();
+    } catch (const BasicException& failure) {
+        utils::logger(u"till"_s)->warn(u"The receipt is finished, but its file stays: "_s +
+                                       failure.tr().ru());
+    }
 }
 
 void Till::letGo()

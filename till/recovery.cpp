@@ -25,10 +25,9 @@ QString Till::recover()
     hostObject<Session>().setDocument(receipt);
     loyalty().setDocument(receipt);
     loyalty().restoreLoyaltySystem();
-    if (stage() == Stage::Abandoned) {
-        abandon();
-        return name + u" отменялся: отмена завершена"_s;
-    }
+    if (stage() == Stage::Abandoned)
+        return name + (abandon() ? u" отменялся: отмена завершена"_s
+                                 : u" отменялся: завершите отмену (шаг rollback)"_s);
     if (!unknownSpending())
         applyImpacts();
     else if (!loyalty().getBonusImpacts().isEmpty())
@@ -38,7 +37,7 @@ QString Till::recover()
 
 QString Till::foundOpen() const
 {
-    const QString found = u"Найден открытый чек "_s + m_receipt->getIdentifier();
+    QString found = u"Найден открытый чек "_s + m_receipt->getIdentifier();
     if (const auto spending = unknownSpending())
         return found + u": "_s + unknownSpendingText(*spending);
     if (stage() != Stage::Open)

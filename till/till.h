@@ -125,6 +125,7 @@ private:
     [[nodiscard]] QString foundOpen() const;
     bool finishSpending();
     void applyImpacts() const;
+    void leave();
     void letGo();
     void shutDown();
     void end();

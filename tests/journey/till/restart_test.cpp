@@ -179,4 +179,25 @@ TEST(TillRestart, ATillThatCannotComeBackEndsAndSaysWhy)
     EXPECT_THAT(shell.readAllStandardError().toStdString(), HasSubstr("write-check"));
 }
 
+TEST(TillRestart, APaidReceiptWhoseFileStaysIsPaidAllTheSame)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    const QByteArray content = till.openReceiptContent();
+    // A folder in the file's place cannot be removed like a file.
+    ASSERT_TRUE(QFile::remove(till.openReceipt()));
+    ASSERT_TRUE(QDir().mkdir(till.openReceipt()));
+    const QJsonObject paid = play(shell, R"({ "do": "pay" })");
+    EXPECT_TRUE(paid.value(u"ok"_s).toBool()) << paid.value(u"error"_s).toString().toStdString();
+    end(shell);
+
+    ASSERT_TRUE(QDir().rmdir(till.openReceipt()));
+    till.putOpenReceiptBack(content);
+    const QList<QJsonObject> lines = linesOf(till.runSteps(R"({ "do": "pay", "mayFail": true })"));
+    EXPECT_EQ(lines.value(0).value(u"error"_s).toString(),
+              u"Чек не открыт: сначала откройте его шагом openSale"_s);
+}
+
 } // namespace tilltest
