@@ -7,6 +7,7 @@
 #include "till/usageerror.h"
 #include "till/window/desk.h"
 #include "till/window/mainwindow.h"
+#include "till/window/quietstop.h"
 #include "till/window/style.h"
 
 #include <QApplication>
@@ -66,6 +67,7 @@ int run(const Invocation& invocation)
     QByteArray name = "till"_ba;
     char* arguments[] = {name.data(), nullptr};
     QApplication application(count, arguments);
+    const window::QuietStop quietStop;
     window::applyStyle(application, scale);
 
     const LogFile logFile(options.logFile, fileLevel(options));

@@ -207,8 +207,8 @@ void CustomerPanel::showCustomer()
     m_name->setText(client && !client->getName().isEmpty() ? client->getName() : u"Имя не указано"_s);
     m_card->setText(u"Карта "_s + utils::maskNumbers(card->getNumber().toString()) + statusOf(*card));
     const QVariant balance = card->getBonusBalance();
-    m_balance->setText(balance.isValid() ? u"Баланс: "_s + screen::amount(balance.toDouble())
-                                         : u"Баланс: —"_s);
+    const QString caption = m_desk.balanceTime().isValid() ? u"Баланс: "_s : u"Было: "_s;
+    m_balance->setText(balance.isValid() ? caption + screen::amount(balance.toDouble()) : u"Баланс: —"_s);
 }
 
 void CustomerPanel::showPoints()

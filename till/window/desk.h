@@ -53,7 +53,7 @@ public:
     [[nodiscard]] double spentPoints() const;
     /// Nothing while nobody has asked, or the receipt has changed since.
     [[nodiscard]] std::optional<Limit> limit() const;
-    /// When the service told the balance; invalid: not for this receipt.
+    /// When the service told the balance; invalid: not for this receipt, or not since points were spent.
     [[nodiscard]] const QDateTime& balanceTime() const { return m_balanceTime; }
 
     void openSale(const QVariantList& positions = {});

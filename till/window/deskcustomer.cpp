@@ -143,6 +143,7 @@ bool Desk::spend(double points)
             return false;
         }
     }
+    m_balanceTime = {}; // it is another one now, or may be
     const auto outcome = play(u"spendPoints"_s, {{u"points"_s, points}});
     if (!outcome)
         return false;

@@ -58,7 +58,10 @@ QWidget* InputDialog::digitPad()
     grid->setSpacing(8);
     const QStringList keys{u"1"_s, u"2"_s, u"3"_s, u"4"_s, u"5"_s, u"6"_s,
                            u"7"_s, u"8"_s, u"9"_s, u","_s, u"0"_s, u"⌫"_s};
+    const bool isAmount = m_request.formName == u"quantity"_s || m_request.formName == u"discount"_s;
     for (int i = 0; i < keys.size(); ++i) {
+        if (keys[i] == u"," && !isAmount)
+            continue; // a code has none
         auto* key = button(keys[i], {}, u"digit"_s);
         key->setFocusPolicy(Qt::NoFocus); // the field keeps it, and Tab goes on to the answers
         if (keys[i] == u"⌫")

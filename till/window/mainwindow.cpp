@@ -19,13 +19,6 @@ using namespace std::chrono_literals;
 
 namespace till::window {
 
-namespace {
-
-const QString usualWaiting = u"Обращение к системе лояльности"_s;
-const QString waitingHint = u"Подождите: касса работает"_s;
-
-} // namespace
-
 MainWindow::MainWindow(Desk& desk, Waiting& waiting, WindowFrontend& frontend)
     : m_desk(desk)
     , m_waiting(waiting)
@@ -66,11 +59,8 @@ MainWindow::MainWindow(Desk& desk, Waiting& waiting, WindowFrontend& frontend)
     m_status->setAccessibleName(u"Что сейчас работает"_s);
     layout->addWidget(m_status);
     setCentralWidget(desktop);
-    m_card = waitingCard();
+    m_card = new WaitingCard(this);
 
-    m_soon.setSingleShot(true);
-    m_soon.setInterval(150ms); // an answer that comes at once needs no word
-    connect(&m_soon, &QTimer::timeout, this, [this] { m_card->show(); });
     m_clock.setInterval(5s);
     connect(&m_clock, &QTimer::timeout, this, [this] {
         if (!m_waiting.underWay())
@@ -80,10 +70,8 @@ MainWindow::MainWindow(Desk& desk, Waiting& waiting, WindowFrontend& frontend)
     connect(&desk, &Desk::changed, this, [this] { refresh(); });
     connect(&desk, &Desk::noticed, this, [this] { showNotice(); });
     connect(&waiting, &Waiting::changed, this, [this] { showWaiting(); });
-    connect(&waiting, &Waiting::refused, this, [this] {
-        m_cardHint->setText(u"Нажатие не принято: подождите ответа"_s);
-        m_card->show();
-    });
+    connect(&waiting, &Waiting::refused, this,
+            [this] { m_card->showRefusal(u"Нажатие не принято: подождите ответа"_s); });
     hostObject<ActivityNotifier>().subscribe(&m_listener);
     refresh();
     showNotice();
@@ -111,23 +99,7 @@ QWidget* MainWindow::header()
     return bar;
 }
 
-QFrame* MainWindow::waitingCard()
-{
-    auto* card = new QFrame(this);
-    card->setObjectName(u"waiting"_s);
-    auto* layout = new QVBoxLayout(card);
-    layout->setContentsMargins(28, 20, 28, 20);
-    m_cardText = label(usualWaiting, u"name"_s);
-    m_cardHint = label(waitingHint);
-    for (QLabel* line : {m_cardText, m_cardHint}) {
-        line->setAlignment(Qt::AlignCenter);
-        layout->addWidget(line);
-    }
-    card->hide();
-    return card;
-}
-
-QString MainWindow::waitingText() const { return m_card->isVisible() ? m_cardText->text() : QString(); }
+QString MainWindow::waitingText() const { return m_card->text(); }
 
 void MainWindow::refresh()
 {
@@ -165,28 +137,16 @@ void MainWindow::showNotice()
 
 void MainWindow::showWaiting()
 {
-    if (m_waiting.active()) {
-        m_cardHint->setText(waitingHint);
-        placeWaiting();
-        m_soon.start();
-        return;
-    }
-    m_soon.stop();
-    m_card->hide();
-    m_cardText->setText(usualWaiting);
-}
-
-void MainWindow::placeWaiting()
-{
-    m_card->setFixedSize(scaled(440), scaled(120));
-    m_card->move((width() - m_card->width()) / 2, (height() - m_card->height()) / 2);
-    m_card->raise();
+    if (m_waiting.active())
+        m_card->begin();
+    else
+        m_card->end();
 }
 
 void MainWindow::resizeEvent(QResizeEvent* event)
 {
     QMainWindow::resizeEvent(event);
-    placeWaiting();
+    m_card->place();
 }
 
 void MainWindow::hear(const Event& event)
@@ -195,9 +155,7 @@ void MainWindow::hear(const Event& event)
         m_card->hide();
     if (event.getCode() != EActivityListener::ProcessMessage)
         return;
-    m_cardText->setText(event.getArgument(u"message"_s).value<tr::Tr>().ru());
-    placeWaiting();
-    m_card->show();
+    m_card->showMessage(event.getArgument(u"message"_s).value<tr::Tr>().ru());
 }
 
 void MainWindow::next()
@@ -247,8 +205,7 @@ void MainWindow::openCodes()
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     if (m_waiting.underWay()) {
-        m_cardHint->setText(u"Закрыть нельзя: идёт обращение к службе"_s);
-        m_card->show();
+        m_card->showRefusal(u"Закрыть нельзя: идёт обращение к службе"_s);
         event->ignore();
         return;
     }

@@ -6,8 +6,8 @@
 #include "till/window/positionspanel.h"
 #include "till/window/sidepanel.h"
 #include "till/window/totalspanel.h"
+#include "till/window/waitingcard.h"
 
-#include <QFrame>
 #include <QLabel>
 #include <QMainWindow>
 #include <QTimer>
@@ -44,11 +44,9 @@ protected:
 
 private:
     QWidget* header();
-    QFrame* waitingCard();
     void refresh();
     void showNotice();
     void showWaiting();
-    void placeWaiting();
     void hear(const Event& event);
     void next();
     void abandon();
@@ -66,10 +64,7 @@ private:
     PositionsPanel* m_positions;
     SidePanel* m_side;
     TotalsPanel* m_totals;
-    QFrame* m_card;
-    QLabel* m_cardText = nullptr;
-    QLabel* m_cardHint = nullptr;
-    QTimer m_soon;
+    WaitingCard* m_card;
     QTimer m_clock;
 };
 

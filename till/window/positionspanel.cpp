@@ -1,6 +1,5 @@
 #include "till/window/positionspanel.h"
 
-#include "host/utils/money.h"
 #include "till/screen.h"
 #include "till/window/inputdialog.h"
 #include "till/window/style.h"
@@ -8,7 +7,6 @@
 
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -17,20 +15,6 @@ using namespace Qt::StringLiterals;
 namespace till::window {
 
 namespace {
-
-enum Column { Name, Price, Quantity, Discount, Bonus, Sum, Columns };
-
-QTableWidgetItem* cell(const QString& text, bool isNumber)
-{
-    auto* item = new QTableWidgetItem(text);
-    item->setTextAlignment((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
-    return item;
-}
-
-QString reduction(double value)
-{
-    return utils::toHundredths(value) == 0 ? u"—"_s : u"−"_s + screen::amount(value);
-}
 
 /// Keys of the panel are taken wherever the focus is.
 void bind(QWidget* owner, QKeySequence key, QPushButton* target)
@@ -47,31 +31,11 @@ PositionsPanel::PositionsPanel(Desk& desk, WindowFrontend& frontend)
     : m_desk(desk)
     , m_frontend(frontend)
     , m_pages(new QStackedWidget)
-    , m_table(new QTableWidget(0, Columns))
+    , m_table(new PositionsTable)
     , m_headline(label({}, u"headline"_s))
     , m_details(label({}, u"name"_s))
     , m_article(new QLineEdit)
 {
-    m_table->setHorizontalHeaderLabels(
-        {u"Товар"_s, u"Цена"_s, u"Кол-во"_s, u"Скидка"_s, u"Баллы"_s, u"Сумма"_s});
-    m_table->setAccessibleName(u"Товары в чеке"_s);
-    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
-    m_table->setShowGrid(false);
-    m_table->setWordWrap(true);
-    m_table->setTabKeyNavigation(false);
-    m_table->verticalHeader()->hide();
-    m_table->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    m_table->verticalHeader()->setMinimumSectionSize(leastTarget);
-    m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    m_table->horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
-    m_table->horizontalHeader()->setHighlightSections(false);
-    m_table->setColumnHidden(Price, isCompact()); // it stands below the name then
-    for (int column = 0; column < Columns; ++column)
-        m_table->horizontalHeaderItem(column)->setTextAlignment(
-            (column == Name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
-
     auto* finished = panel();
     auto* lines = new QVBoxLayout(finished);
     lines->addStretch();
@@ -157,18 +121,12 @@ QWidget* PositionsPanel::changesRow()
     return row;
 }
 
-int PositionsPanel::selected() const
-{
-    const auto* item = m_table->item(m_table->currentRow(), Name);
-    return item ? item->data(Qt::UserRole).toInt() : 0;
-}
-
 void PositionsPanel::refresh()
 {
     const auto receipt = m_desk.receipt();
     const bool changeable = m_desk.changeable();
     if (receipt)
-        fillTable();
+        m_table->fill(*receipt);
     else
         fillFinished();
     m_pages->setCurrentIndex(receipt ? 0 : 1);
@@ -177,32 +135,6 @@ void PositionsPanel::refresh()
         entry->setEnabled(changeable || !receipt);
     for (QPushButton* change : m_changes)
         change->setEnabled(changeable && m_table->rowCount() > 0);
-}
-
-void PositionsPanel::fillTable()
-{
-    const int before = m_table->currentRow();
-    const int count = m_table->rowCount();
-    const auto items = m_desk.receipt()->getGoodsItems();
-    m_table->setRowCount(static_cast<int>(items.size()));
-    int row = 0;
-    for (const auto& item : items) {
-        const double bonus = item->getBonusImpactSum();
-        auto* name = cell(item->getName(false) + u"\nарт. "_s + item->getArticul(), false);
-        if (isCompact())
-            name->setText(item->getName(false) + u'\n' + item->getArticul() + u": "_s +
-                          screen::amount(item->getPrice()));
-        name->setData(Qt::UserRole, item->getPosnum());
-        m_table->setItem(row, Name, name);
-        m_table->setItem(row, Price, cell(screen::amount(item->getPrice()), true));
-        m_table->setItem(row, Quantity, cell(screen::quantity(item->getBquant()), true));
-        m_table->setItem(row, Discount, cell(reduction(item->getDiscountSum() - bonus), true));
-        m_table->setItem(row, Bonus, cell(reduction(bonus), true));
-        m_table->setItem(row, Sum, cell(screen::amount(item->getSumb()), true));
-        ++row;
-    }
-    const int last = static_cast<int>(items.size()) - 1;
-    m_table->setCurrentCell(items.size() > count ? last : std::clamp(before, std::min(0, last), last), Name);
 }
 
 void PositionsPanel::fillFinished()
@@ -241,7 +173,7 @@ void PositionsPanel::askQuantity()
     request.inputKind = TextInputRequest::Digits;
     request.emptyAllowed = false;
     request.formName = u"quantity"_s;
-    const int posnum = selected();
+    const int posnum = m_table->selected();
     const auto answer = m_frontend.inputText(request);
     if (!answer.canceled())
         m_desk.setQuantity(posnum, typedNumber(answer.getData()));
@@ -254,12 +186,12 @@ void PositionsPanel::askDiscount()
     request.inputKind = TextInputRequest::Digits;
     request.emptyAllowed = false;
     request.formName = u"discount"_s;
-    const int posnum = selected();
+    const int posnum = m_table->selected();
     const auto answer = m_frontend.inputText(request);
     if (!answer.canceled())
         m_desk.setDiscount(posnum, typedNumber(answer.getData()));
 }
 
-void PositionsPanel::removeSelected() { m_desk.remove(selected()); }
+void PositionsPanel::removeSelected() { m_desk.remove(m_table->selected()); }
 
 } // namespace till::window

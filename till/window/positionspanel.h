@@ -2,12 +2,12 @@
 
 #include "till/window/desk.h"
 #include "till/window/frontend.h"
+#include "till/window/positionstable.h"
 
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QStackedWidget>
-#include <QTableWidget>
 
 namespace till::window {
 
@@ -24,18 +24,16 @@ private:
     QWidget* entryRow();
     QWidget* goodsGrid();
     QWidget* changesRow();
-    void fillTable();
     void fillFinished();
     void enterArticle();
     void askQuantity();
     void askDiscount();
     void removeSelected();
-    [[nodiscard]] int selected() const;
 
     Desk& m_desk;
     WindowFrontend& m_frontend;
     QStackedWidget* m_pages;
-    QTableWidget* m_table;
+    PositionsTable* m_table;
     QLabel* m_headline;
     QLabel* m_details;
     QLineEdit* m_article;

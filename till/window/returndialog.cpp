@@ -24,12 +24,23 @@ namespace {
 
 enum Column { Name, Sold, Left, Now, Columns };
 constexpr int shownSales = 200;
+constexpr int sumPlaces = 12;
+constexpr QChar figureSpace(0x2007); // as wide as a digit, so that the sums align
 
 QString saleLine(const AbstractDocument& sale)
 {
     const QString id = sale.getIdentifier();
     const QDateTime time = QDateTime::fromString(u"20"_s + id, u"yyyyMMdd-hhmmss"_s);
-    return (time.isValid() ? time.toString(u"dd.MM HH:mm"_s) : id) + u"   "_s + money(sale.getSum());
+    const QString when = time.isValid() ? u"\n"_s + time.toString(u"dd.MM.yyyy, HH:mm"_s) : QString();
+    return id + u"  "_s + money(sale.getSum()).rightJustified(sumPlaces, figureSpace) + when;
+}
+
+QList<double> leftOf(const QString& sale, const QList<QSharedPointer<GoodsItem>>& items)
+{
+    QList<double> left;
+    for (const auto& item : items)
+        left.append(item->getBquant() - plays::returnedBefore(sale, item->getPosnum()));
+    return left;
 }
 
 } // namespace
@@ -85,13 +96,16 @@ ReturnDialog::ReturnDialog(Desk& desk, QWidget* parent)
     m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     m_table->horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
     m_table->horizontalHeader()->setHighlightSections(false);
-    middle->addWidget(m_table, 3);
-    layout->addLayout(middle, 1);
+    auto* goods = new QVBoxLayout;
+    goods->setSpacing(8);
+    goods->addWidget(m_table, 1);
     auto* changes = new QHBoxLayout;
-    changes->addStretch(2);
+    changes->setSpacing(8);
     for (QPushButton* change : {m_less, m_more, m_all})
         changes->addWidget(change, 1);
-    layout->addLayout(changes);
+    goods->addLayout(changes);
+    middle->addLayout(goods, 3);
+    layout->addLayout(middle, 1);
     m_preview->setWordWrap(true);
     m_preview->setMinimumHeight(scaled(46));
     layout->addWidget(m_preview);
@@ -119,15 +133,16 @@ void ReturnDialog::fillSales()
     try {
         m_sales = hostObject<DocumentsDao>().newestSales(shownSales);
     } catch (const BasicException& failure) {
-        m_preview->setText(failure.tr().ru());
+        m_failure = failure.tr().ru();
     }
     for (const auto& sale : m_sales)
         m_list->addItem(saleLine(*sale));
-    m_list->setCurrentRow(0);
+    m_list->setEnabled(!m_sales.isEmpty());
     if (m_sales.isEmpty()) {
-        m_list->addItem(u"Закрытых чеков нет"_s);
-        m_list->setEnabled(false);
-        showSale();
+        m_list->addItem(m_failure.isEmpty() ? u"Закрытых чеков нет"_s : u"Чеки не прочитаны"_s);
+        preview();
+    } else {
+        m_list->setCurrentRow(0);
     }
     m_list->setFocus();
 }
@@ -141,14 +156,18 @@ QString ReturnDialog::sale() const
 void ReturnDialog::showSale()
 {
     const auto chosen = m_sales.value(m_list->currentRow());
-    const auto items = chosen ? chosen->getGoodsItems() : QList<QSharedPointer<GoodsItem>>();
-    m_left.clear();
-    m_quantity.clear();
+    auto items = chosen ? chosen->getGoodsItems() : QList<QSharedPointer<GoodsItem>>();
+    m_failure.clear();
+    try {
+        m_left = leftOf(chosen ? chosen->getIdentifier() : QString(), items);
+    } catch (const BasicException& failure) {
+        m_failure = failure.tr().ru();
+        items.clear(); // how much is left of them is not known, so none may come back
+    }
+    m_quantity = QList<double>(items.size(), 0.0);
     m_table->setRowCount(static_cast<int>(items.size()));
     int row = 0;
     for (const auto& item : items) {
-        m_left.append(item->getBquant() - plays::returnedBefore(chosen->getIdentifier(), item->getPosnum()));
-        m_quantity.append(0);
         auto* name = new QTableWidgetItem(item->getName(false));
         name->setData(Qt::UserRole, item->getPosnum());
         m_table->setItem(row, Name, name);
@@ -198,8 +217,10 @@ void ReturnDialog::preview()
     const auto chosen = m_sales.value(m_list->currentRow());
     const QVariantList wanted = positions();
     for (QPushButton* change : {m_less, m_more, m_all})
-        change->setEnabled(!chosen.isNull());
+        change->setEnabled(m_table->rowCount() > 0);
     m_open->setEnabled(!wanted.isEmpty());
+    if (!m_failure.isEmpty())
+        return m_preview->setText(m_failure);
     if (!chosen || wanted.isEmpty())
         return m_preview->setText(chosen ? u"Отметьте, что возвращает покупатель"_s
                                          : u"Возвращать нечего: ни один чек ещё не оплачен"_s);

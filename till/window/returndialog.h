@@ -36,6 +36,7 @@ private:
     QPushButton* m_more;
     QPushButton* m_all;
     QPushButton* m_open;
+    QString m_failure;        ///< what the store says; empty: nothing
     QList<double> m_left;     ///< of each row: what may still come back
     QList<double> m_quantity; ///< of each row: what is to come back now
 };

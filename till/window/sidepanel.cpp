@@ -47,7 +47,7 @@ SidePanel::SidePanel(Desk& desk)
     auto* row = new QHBoxLayout;
     row->setSpacing(6);
     int page = 0;
-    for (const QString& name : {u"Клиент"_s, u"Очередь"_s, u"Ход чека"_s}) {
+    for (const QString& name : {u"Покупатель"_s, u"Очередь"_s, u"Ход чека"_s}) {
         auto* tab = button(name, {}, u"tab"_s);
         tab->setCheckable(true);
         tab->setAutoExclusive(true);

@@ -20,7 +20,7 @@ QString balanceText(const Desk& desk)
     if (!desk.till().card())
         return u"Покупатель не указан"_s;
     if (!desk.balanceTime().isValid())
-        return u"Баланс прежний, не проверен"_s;
+        return desk.pointsSpent() ? u"Баланс — до списания"_s : u"Баланс прежний, не проверен"_s;
     return u"Баланс на "_s + desk.balanceTime().toString(u"HH:mm"_s);
 }
 
@@ -55,8 +55,7 @@ QString eventText(const QString& event)
 {
     static const QHash<QString, QString> names{
         {u"opened"_s, u"чек открыт"_s},
-        {u"request"_s, u"запрос"_s},
-        {u"answer"_s, u"ответ"_s},
+        {u"request"_s, u"запрос ушёл, ответа нет"_s},
         {u"queued"_s, u"в очередь"_s},
         {u"attempt"_s, u"не отправлено"_s},
         {u"delivered"_s, u"отправлено"_s},
@@ -69,6 +68,16 @@ QString eventText(const QString& event)
         {u"unknown"_s, u"исход неизвестен"_s},
     };
     return names.value(event, event);
+}
+
+/// What became of a request; 0 is success, and below 400 nothing of the service's came back.
+QString answerText(int code, qint64 milliseconds)
+{
+    if (code == 0)
+        return u"ответ за %1 мс"_s.arg(milliseconds);
+    if (code >= 500)
+        return u"сбой службы, код %1"_s.arg(code);
+    return code >= 400 ? u"отказ службы, код %1"_s.arg(code) : u"нет ответа"_s;
 }
 
 } // namespace
@@ -105,12 +114,10 @@ QStringList timelineOf(const QString& receipt)
                 entry.event == u"request"_s && i + 1 < entries.size() && entries[i + 1].event == u"answer"_s;
             if (isAnswered)
                 continue; // the answer tells of both
-            QString line = entry.time.toLocalTime().toString(u"HH:mm:ss  "_s) + eventText(entry.event);
-            if (!entry.operation.isEmpty())
-                line += u": "_s + operationText(entry.operation);
-            if (entry.event == u"answer"_s)
-                line +=
-                    entry.code == 0 ? u", %1 мс"_s.arg(entry.milliseconds) : u", ошибка %1"_s.arg(entry.code);
+            const QString event = entry.event == u"answer"_s ? answerText(entry.code, entry.milliseconds)
+                                                             : eventText(entry.event);
+            QString line = entry.time.toLocalTime().toString(u"HH:mm:ss  "_s);
+            line += entry.operation.isEmpty() ? event : operationText(entry.operation) + u": "_s + event;
             lines.append(line);
         }
     } catch (const BasicException& failure) {

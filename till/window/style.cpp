@@ -44,7 +44,7 @@ const QString shapes = uR"(
 * { font-family: "DejaVu Sans"; font-size: $15px; }
 QLabel, QPushButton { background: transparent; }
 QFrame[panel="true"] { border-radius: 8px; }
-QPushButton { border-radius: 6px; padding: 2px 8px; min-height: 40px; }
+QPushButton { border-radius: 6px; padding: 2px 8px; min-height: 40px; outline: 0; }
 QPushButton[role="primary"] { font-size: $19px; font-weight: bold; min-height: 54px; }
 QPushButton[role="tab"] { padding: 2px 4px; font-size: $13px; }
 QPushButton[role="goods"] { font-size: $13px; padding: 2px 4px; min-height: 46px; }
@@ -59,10 +59,10 @@ QLabel[role="total"] { font-size: $28px; font-weight: bold; }
 QLabel[role="headline"] { font-size: $30px; font-weight: bold; }
 QLabel[role="status"] { font-size: $14px; padding: 4px 12px; }
 QLabel[notice] { font-size: $15px; padding: 4px 12px; border-radius: 6px; }
-QTableWidget { border-radius: 8px; outline: 0; gridline-color: transparent; }
+QTableWidget { border-radius: 8px; padding: 2px; outline: 0; gridline-color: transparent; }
 QTableWidget::item { padding: 3px 6px; }
-QHeaderView::section { font-size: $13px; padding: 6px 6px; border: 0; border-bottom: 1px solid #C3CBD4; }
-QListWidget { border-radius: 8px; outline: 0; }
+QHeaderView::section { font-size: $13px; padding: 6px 9px; border: 0; border-bottom: 1px solid #C3CBD4; }
+QListWidget { border-radius: 8px; padding: 4px; outline: 0; }
 QListWidget::item { padding: 10px 8px; min-height: 28px; }
 QListWidget[role="lines"]::item { padding: 4px 8px; min-height: 20px; }
 QFrame#waiting { border-radius: 10px; }
@@ -106,6 +106,8 @@ const QList<TextRule>& textRules()
         {u"QPushButton"_s, accentDeep, paper, strongEdge},
         {u"QPushButton:pressed"_s, accentDeep, accentPale, accent},
         {u"QPushButton:focus"_s, accentDeep, accentPale, accent},
+        {u"QFrame#header QPushButton"_s, paper, ink, strongEdge},
+        {u"QFrame#header QPushButton:pressed"_s, paper, accentDeep, strongEdge},
         {u"QPushButton[role=\"primary\"]"_s, paper, accent, accent},
         {u"QPushButton[role=\"primary\"]:pressed"_s, paper, accentDeep, accentDeep},
         {u"QPushButton[role=\"primary\"]:focus"_s, paper, accentDeep, ink},
@@ -143,6 +145,7 @@ void applyStyle(QApplication& application, int percent)
     QApplication::setFont(font);
     QPalette palette(ground);
     palette.setColor(QPalette::Text, ink);
+    palette.setColor(QPalette::WindowText, ink);
     palette.setColor(QPalette::PlaceholderText, quiet);
     palette.setColor(QPalette::Disabled, QPalette::Text, off);
     palette.setColor(QPalette::Disabled, QPalette::PlaceholderText, off);
@@ -150,6 +153,8 @@ void applyStyle(QApplication& application, int percent)
     palette.setColor(QPalette::HighlightedText, paper);
     QApplication::setPalette(palette);
     QString sheet = scaledShapes();
+    if (isCompact())
+        sheet += u"QHeaderView::section { padding-left: 3px; }\n"_s; // the names of the goods need the room
     for (const TextRule& rule : textRules())
         sheet += ruleText(rule);
     application.setStyleSheet(sheet);

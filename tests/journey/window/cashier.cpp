@@ -47,8 +47,11 @@ Cashier::Cashier(const Setup& setup)
     Config config = till::loadSettings({});
     config.set(u"KYRLoyalty:smsVerification"_s, setup.smsVerification);
     config.set(u"KYRLoyalty:timeout"_s, setup.timeout);
-    if (!setup.serverUrl.isEmpty())
+    if (!setup.serverUrl.isEmpty()) {
         till::setServerUrl(config, setup.serverUrl);
+        config.set(u"KYRLoyalty:user"_s, u"shop"_s); // as a stand of the tests knows it
+        config.set(u"KYRLoyalty:password"_s, u"secret-of-the-shop"_s);
+    }
     m_waiting = std::make_unique<till::window::Waiting>();
     m_watch = std::make_unique<till::window::ServiceWatch>();
     m_frontend = std::make_unique<till::window::WindowFrontend>(*m_waiting);
@@ -153,11 +156,13 @@ void Cashier::sell(const QString& card)
     press(Qt::Key_Return);
 }
 
-void Cashier::loseTheNextSpending()
+void Cashier::loseTheNextSpending() { spoilTheNext(u"force-payment-c2b"_s, R"("fault":"apply-then-drop")"); }
+
+void Cashier::spoilTheNext(const QString& operation, const QByteArray& fault)
 {
     RestClient client;
     client.post(QUrl(m_till->serviceUrl() + u"stand/faults"_s),
-                R"({"operation":"POST /v2/partner/operation/force-payment-c2b","fault":"apply-then-drop"})",
+                R"({"operation":"POST /v2/partner/operation/)" + operation.toUtf8() + R"(",)" + fault + "}",
                 {});
     ASSERT_EQ(client.getErrorCode(), 0) << client.getResponse().toString().toStdString();
 }

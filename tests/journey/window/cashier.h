@@ -70,6 +70,8 @@ public:
     /// A sale of two articles; with the card when one is named.
     void sell(const QString& card = {});
 
+    /// The stand's next call of the operation ("payment-b2c") goes wrong, as its page of faults describes it.
+    void spoilTheNext(const QString& operation, const QByteArray& fault);
     /// The stand does what the next spending asks, and its answer is lost on the way.
     void loseTheNextSpending();
 

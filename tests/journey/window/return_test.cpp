@@ -1,3 +1,6 @@
+#include "host/core/storage.h"
+#include "host/utils/basicexception.h"
+#include "host/utils/singleton.h"
 #include "tests/journey/window/cashier.h"
 
 #include <QLabel>
@@ -17,6 +20,30 @@ std::string wordsOf(const QDialog& dialog)
         words.append(label->text());
     return words.join(u'\n').toStdString();
 }
+
+/// A store that finds the closed sales, but then can't be read.
+class FailingReceipts : public DocumentsDao
+{
+public:
+    QList<QSharedPointer<AbstractDocument>> returnsOf(const QString& /*sale*/) override
+    {
+        throw BasicException(tr::Tr(u"t"_s, u"Хранилище не читается"_s));
+    }
+};
+
+/// Puts another object in the place of the host's, and the host's back.
+class InPlace
+{
+public:
+    explicit InPlace(DocumentsDao* other)
+        : m_before(std::exchange(Singleton<DocumentsDao>::instance, other))
+    {}
+    ~InPlace() { delete std::exchange(Singleton<DocumentsDao>::instance, m_before); }
+    Q_DISABLE_COPY_MOVE(InPlace)
+
+private:
+    DocumentsDao* m_before;
+};
 
 } // namespace
 
@@ -72,6 +99,24 @@ TEST(WindowReturn, TakesAPartAndOffersOnlyTheRestLater)
     cashier.press(Qt::Key_F10);
     EXPECT_FALSE(cashier.till().receipt());
     EXPECT_EQ(cashier.dialogs(), 2);
+}
+
+TEST(WindowReturn, OfAStoreThatFailsSaysSoAndOpensNothing)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.press(Qt::Key_F9);
+    cashier.atDialog([&](QDialog& dialog) {
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("Хранилище не читается"));
+        cashier.press(Qt::Key_F4);
+        cashier.press(Qt::Key_F9);
+        EXPECT_TRUE(dialog.isVisible()) << "nothing can be given back";
+        cashier.press(Qt::Key_Escape);
+    });
+    const InPlace failing(new FailingReceipts);
+    cashier.press(Qt::Key_F10);
+    EXPECT_EQ(cashier.dialogs(), 1);
+    EXPECT_FALSE(cashier.till().receipt());
 }
 
 TEST(WindowReturn, WithoutClosedReceiptsSaysSo)

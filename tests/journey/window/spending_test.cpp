@@ -57,6 +57,18 @@ TEST(WindowSpending, MoreThanTheLimitIsRefusedWithTheReason)
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Можно списать не больше "));
 }
 
+TEST(WindowSpending, TheBalanceFromBeforeIsNotShownAsThatOfNow)
+{
+    Cashier cashier;
+    cashier.sell(card);
+    spend(cashier, u"100"_s);
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Было: 300,00"));
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Баланс — до списания"));
+    cashier.touch(u"Обновить баланс"_s);
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Баланс: 200,00"));
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Баланс на "));
+}
+
 TEST(WindowSpending, PositionsStayOnceThePointsAreSpent)
 {
     Cashier cashier;

@@ -26,6 +26,14 @@ protected:
         return DocumentsDao().loadDocument(u"R-1"_s, true)->getCardRecord(12)->getOperationId();
     }
 
+    static QStringList identifiersOf(const QList<QSharedPointer<AbstractDocument>>& receipts)
+    {
+        QStringList identifiers;
+        for (const auto& receipt : receipts)
+            identifiers.append(receipt->getIdentifier());
+        return identifiers;
+    }
+
     DocumentsDao dao;
     QSharedPointer<Document> sale = richSale(u"R-1"_s);
 };
@@ -53,6 +61,19 @@ TEST_F(Receipts, ThatTheReferenceDoesNotNameAreNull)
     dao.store(sale);
     for (const QVariant& reference : {QVariant(), QVariant(u""_s), QVariant(u"r-1"_s), QVariant(u"R-1 "_s)})
         EXPECT_EQ(load(reference), nullptr) << reference.toString().toStdString();
+}
+
+TEST_F(Receipts, ThatAreSalesAreListedTheLastClosedFirstAndNoMoreThanAskedFor)
+{
+    EXPECT_EQ(identifiersOf(dao.newestSales(10)), QStringList());
+    for (const QString& identifier : {u"R-2"_s, u"R-10"_s, u"R-1"_s})
+        dao.store(richSale(identifier));
+    const auto giveBack = QSharedPointer<Document>::create(ReturnReceipt, u"V-1"_s);
+    giveBack->setSaleDocumentId(u"R-1"_s);
+    dao.store(giveBack);
+    EXPECT_EQ(identifiersOf(dao.newestSales(10)), QStringList({u"R-1"_s, u"R-10"_s, u"R-2"_s}));
+    EXPECT_EQ(identifiersOf(dao.newestSales(2)), QStringList({u"R-1"_s, u"R-10"_s}));
+    EXPECT_EQ(identifiersOf(DocumentsDao().newestSales(1)), QStringList(u"R-1"_s)) << "after a restart";
 }
 
 TEST_F(Receipts, OfTheSameContentMayBeStoredAgain)

@@ -1,0 +1,81 @@
+#include "tests/journey/window/cashier.h"
+
+#include <QListWidget>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace windowtest {
+
+namespace {
+
+/// A receipt is paid while the service is away, which then is there again; its number.
+QString earnOffline(Cashier& cashier)
+{
+    cashier.sell(u"2000000000055"_s);
+    const QString number = cashier.till().receipt()->getIdentifier();
+    cashier.till().setServiceUp(false);
+    cashier.press(Qt::Key_F9);
+    EXPECT_FALSE(cashier.till().receipt()) << cashier.notice().toStdString();
+    cashier.till().setServiceUp(true);
+    return number;
+}
+
+/// The lines of the list with that name, when it is on the screen.
+std::string linesOf(Cashier& cashier, const QString& name)
+{
+    QStringList lines;
+    for (const auto* list : cashier.window().findChildren<QListWidget*>()) {
+        for (int i = 0; list->isVisible() && list->accessibleName() == name && i < list->count(); ++i)
+            lines.append(list->item(i)->text());
+    }
+    return lines.join(u'\n').toStdString();
+}
+
+std::string queueOf(Cashier& cashier) { return linesOf(cashier, u"Очередь отправки"_s); }
+
+} // namespace
+
+TEST(WindowQueue, ShowsAnEarningThatWaitsAndSendsItAtAFinger)
+{
+    Cashier cashier;
+    const QString number = earnOffline(cashier);
+    cashier.press(Qt::Key_F12);
+    EXPECT_THAT(queueOf(cashier), HasSubstr("начисление, чек " + number.toStdString()));
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("ждут отправки: 1"));
+    cashier.touch(u"Отправить сейчас"_s);
+    EXPECT_EQ(queueOf(cashier), "Всё отправлено") << cashier.notice().toStdString();
+    EXPECT_THAT(cashier.status().toStdString(), Not(HasSubstr("ждут отправки")));
+    cashier.press(Qt::Key_F12);
+    EXPECT_THAT(linesOf(cashier, u"Ход чека"_s), HasSubstr("отправлено"));
+}
+
+TEST(WindowAlarm, TellsOfAMessageThatTheServiceRefusesForGood)
+{
+    Cashier cashier;
+    earnOffline(cashier);
+    cashier.spoilTheNext(u"payment-b2c"_s, R"("fault":"status","code":422)");
+    cashier.press(Qt::Key_F12);
+    cashier.touch(u"Отправить сейчас"_s);
+    EXPECT_EQ(cashier.till().queue().parkedCount(), 1) << cashier.notice().toStdString();
+    EXPECT_EQ(cashier.status(), u"Служба лояльности отклонила сообщений: 1. Сообщите администратору"_s);
+    EXPECT_THAT(queueOf(cashier), HasSubstr("отклонено службой"));
+}
+
+TEST(WindowAlarm, TellsThatTheServiceRefusesUserOrPassword)
+{
+    Cashier cashier;
+    earnOffline(cashier);
+    cashier.spoilTheNext(u"payment-b2c"_s, R"("fault":"status","code":401)");
+    cashier.press(Qt::Key_F12);
+    cashier.touch(u"Отправить сейчас"_s);
+    EXPECT_EQ(cashier.till().queue().waitingCount(), 1) << "it is kept for the right password";
+    EXPECT_THAT(cashier.status().toStdString(),
+                HasSubstr("Служба лояльности не принимает имя или пароль с "));
+    cashier.touch(u"Отправить сейчас"_s); // accepted now
+    EXPECT_EQ(cashier.till().queue().waitingCount(), 0) << cashier.notice().toStdString();
+    EXPECT_THAT(cashier.status().toStdString(), Not(HasSubstr("пароль")));
+}
+
+} // namespace windowtest

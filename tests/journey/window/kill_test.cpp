@@ -1,0 +1,79 @@
+#include "tests/journey/window/cashier.h"
+
+#include "tests/stand/standprocess.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+
+namespace windowtest {
+
+namespace {
+
+constexpr int patienceMs = 30'000;
+
+/// Plays the step in a till's shell and gives its line.
+QJsonObject played(QProcess& shell, const QByteArray& step)
+{
+    shell.write(step.simplified() + '\n');
+    while (shell.state() == QProcess::Running && !shell.canReadLine() && shell.waitForReadyRead(patienceMs)) {
+    }
+    return QJsonDocument::fromJson(shell.readLine()).object();
+}
+
+} // namespace
+
+TEST(WindowKill, WithTheOutcomeUnknownComesBackToTheTwoWaysOut)
+{
+    const QTemporaryDir kept;
+    standtest::StandProcess stand({u"--fault"_s, u"force-payment-c2b:apply-then-drop:count=1"_s});
+    const QString url = QString::fromUtf8(stand.url());
+    QFile settings(kept.filePath(u"till.toml"_s));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    settings.write("[KYRLoyalty]\nuser = \"shop\"\npassword = \"secret-of-the-shop\"\nserverUrl = \"" +
+                   url.toUtf8() + "\"\n");
+    settings.close();
+    const QString data = kept.filePath(u"data"_s);
+    QProcess shell;
+    shell.start(QStringLiteral(TILL_PROGRAM),
+                {u"shell"_s, u"--json"_s, u"--data-dir"_s, data, u"--config"_s, settings.fileName()});
+    ASSERT_TRUE(shell.waitForStarted());
+    played(shell, R"({ "do": "openSale", "id": "R-1",
+        "positions": [ { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] })");
+    played(shell, R"({ "do": "identifyByCard", "card": "2000000000055" })");
+    const QJsonObject line = played(shell, R"({ "do": "spendPoints", "points": 100 })");
+    ASSERT_EQ(line.value(u"unknown"_s).toDouble(), 100) << QJsonDocument(line).toJson().toStdString();
+    shell.kill();
+    ASSERT_TRUE(shell.waitForFinished(patienceMs));
+
+    Cashier cashier({.serverUrl = url, .dataDirectory = data});
+    ASSERT_EQ(cashier.desk().stage(), till::window::Desk::Stage::Unknown);
+    EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("баллы могли списаться"));
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Исход списания неизвестен"));
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Списание 100,00: исход неизвестен"));
+    cashier.press(Qt::Key_F9);
+    EXPECT_EQ(cashier.desk().spentPoints(), 100) << cashier.notice().toStdString();
+    cashier.press(Qt::Key_F9);
+    EXPECT_FALSE(cashier.till().receipt()) << cashier.notice().toStdString();
+}
+
+TEST(WindowProgram, EndsWithoutAQuestionWhenTheSystemAsksItToAndKeepsTheReceipt)
+{
+    const QTemporaryDir kept;
+    QProcess program;
+    program.start(QStringLiteral(TILL_PROGRAM), {u"window"_s, u"--demo"_s, u"--data-dir"_s, kept.path()});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(kept.filePath(u"open-receipt"_s)); }, patienceMs))
+        << program.readAllStandardError().toStdString();
+    program.terminate();
+    ASSERT_TRUE(program.waitForFinished(patienceMs));
+    EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(program.exitCode(), 0);
+    EXPECT_TRUE(QFile::exists(kept.filePath(u"open-receipt"_s)));
+}
+
+} // namespace windowtest
