@@ -38,7 +38,7 @@ QString Till::recover()
 
 QString Till::foundOpen() const
 {
-    const QString found = u"Найден открытый чек "_s + m_receipt->getIdentifier();
+    QString found = u"Найден открытый чек "_s + m_receipt->getIdentifier();
     if (const auto spending = unknownSpending())
         return found + u": "_s + unknownSpendingText(*spending);
     if (stage() != Stage::Open)

@@ -12,6 +12,8 @@
 #include <QApplication>
 #include <QFontInfo>
 
+#include <array>
+
 using namespace Qt::StringLiterals;
 
 namespace till {
@@ -64,8 +66,8 @@ int run(const Invocation& invocation)
     const Config config = settingsOf(options);
     int count = 1;
     QByteArray name = "till"_ba;
-    char* arguments[] = {name.data(), nullptr};
-    QApplication application(count, arguments);
+    std::array<char*, 2> arguments{name.data(), nullptr};
+    QApplication application(count, arguments.data());
     window::applyStyle(application, scale);
 
     const LogFile logFile(options.logFile, fileLevel(options));
