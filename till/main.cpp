@@ -11,7 +11,7 @@ namespace {
 
 void tell(const QString& text) { QTextStream(stdout) << text << Qt::endl; }
 
-int run(int& argc, char* argv[])
+int run(int& argc, char** argv)
 {
     QCoreApplication::setApplicationName(u"till"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(TILL_VERSION));

@@ -115,7 +115,7 @@ QSharedPointer<Document> returnOf(const Till& till, const QVariantMap& members)
     const QString of = members.value(u"of"_s).toString();
     requireFree(till, identifier);
     const auto sale = saleOf(of);
-    const auto receipt = QSharedPointer<Document>::create(ReturnReceipt, identifier);
+    auto receipt = QSharedPointer<Document>::create(ReturnReceipt, identifier);
     receipt->setSaleDocumentId(of);
     const QVariantList positions = members.value(u"positions"_s).toList();
     for (const QVariant& entry : positions) {

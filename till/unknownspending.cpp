@@ -23,7 +23,7 @@ struct SpendingPath
     /// Whether a repeat that the service refuses was judged as the spending of this receipt. The service
     /// looks for a spending under the receipt's number before anything else, and gives its first answer
     /// again. A confirmation is judged by its code first: a wrong one says nothing of what went before.
-    bool refusalSettlesARepeat;
+    bool refusalSettlesARepeat = false;
 };
 
 constexpr std::array spendingPaths{

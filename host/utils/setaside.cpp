@@ -69,7 +69,7 @@ QStringList setAsideFiles(const QString& path)
 
 QString setAsideDamaged(const QString& path)
 {
-    const QString to = freeName(path);
+    QString to = freeName(path);
     moveWithCompanions(path, to);
     QFile::remove(path + u".suspect"_s); // now it is said
     return to;

@@ -8,7 +8,7 @@ namespace utils {
 std::shared_ptr<Database> store()
 {
     thread_local std::weak_ptr<Database> shared;
-    const auto current = shared.lock();
+    auto current = shared.lock();
     // What failed inside a transaction must not go on outside it.
     if (current && current->isInTransaction())
         return current;

@@ -16,7 +16,7 @@ namespace utils {
 
 namespace {
 
-constexpr qsizetype leastRoom = 64 * 1024; // bytes: a receipt of a thousand positions
+constexpr qsizetype leastRoom = qsizetype{64} * 1024; // bytes: a receipt of a thousand positions
 
 QString nameOf(const QString& path) { return QFileInfo(path).fileName(); }
 

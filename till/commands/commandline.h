@@ -21,7 +21,7 @@ struct VersionsWanted
 /// A command and what it is called with.
 struct Call
 {
-    const Command* command; ///< of the table
+    const Command* command = nullptr; ///< of the table
     Invocation invocation;
 };
 

@@ -46,7 +46,7 @@ int list(const Invocation& invocation)
 void printPositions(Console& console, const QJsonArray& positions)
 {
     QList<QStringList> rows;
-    for (const QJsonValue& position : positions)
+    for (const auto& position : positions)
         rows.append({QString::number(position[u"position"_s].toInt()), position[u"name"_s].toString(),
                      screen::quantity(position[u"quantity"_s].toDouble()), amount(position[u"price"_s]),
                      amount(position[u"discount"_s]), amount(position[u"pointsDiscount"_s]),

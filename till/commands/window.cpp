@@ -13,6 +13,8 @@
 #include <QApplication>
 #include <QFontInfo>
 
+#include <array>
+
 using namespace Qt::StringLiterals;
 
 namespace till {
@@ -65,8 +67,8 @@ int run(const Invocation& invocation)
     const Config config = settingsOf(options);
     int count = 1;
     QByteArray name = "till"_ba;
-    char* arguments[] = {name.data(), nullptr};
-    QApplication application(count, arguments);
+    std::array<char*, 2> arguments{name.data(), nullptr};
+    QApplication application(count, arguments.data());
     const window::QuietStop quietStop;
     window::applyStyle(application, scale);
 

@@ -5,6 +5,7 @@
 #include "host/utils/currenttime.h"
 #include "till/hostobjects.h"
 #include "till/player.h"
+#include "till/reconciliation.h"
 #include "till/usageerror.h"
 
 using namespace Qt::StringLiterals;

@@ -44,7 +44,7 @@ public:
     Manager& operator=(const Manager&) = delete;
 
     /// Waits until it is told that.
-    bool hears(const QByteArray& state) const
+    [[nodiscard]] bool hears(const QByteArray& state) const
     {
         std::array<char, 512> piece{};
         ssize_t size = 0;

@@ -62,7 +62,8 @@ protected:
                         directory, u"--server-url"_s, url.isEmpty() ? server.url().toString() : url});
         QHash<QString, QJsonObject> found;
         const QJsonObject report = QJsonDocument::fromJson(ran.out).object();
-        for (const QJsonValue& finding : report[u"findings"_s].toArray())
+        const QJsonArray findings = report[u"findings"_s].toArray();
+        for (const auto& finding : findings)
             found.insert(finding[u"check"_s].toString(), finding.toObject());
         EXPECT_EQ(ran.status, report[u"ok"_s].toBool() ? 0 : 1) << ran.err.toStdString();
         all = ran.out;

@@ -50,7 +50,7 @@ protected:
         return QJsonDocument::fromJson(receipts({u"show"_s, identifier, u"--json"_s}).out).object();
     }
 
-    const Files files;
+    const Files files{};
     const QString directory = files.path(u"data"_s);
 };
 

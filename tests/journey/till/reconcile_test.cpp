@@ -33,7 +33,7 @@ protected:
         return run(QStringList{u"reconcile"_s, u"--data-dir"_s, directory} + more);
     }
 
-    const Files files;
+    const Files files{};
     const QString directory = files.path(u"data"_s);
 };
 

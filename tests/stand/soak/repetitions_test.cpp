@@ -34,7 +34,7 @@ public:
     /// under way.
     Reply send(const QByteArray& operation, const QJsonObject& body)
     {
-        const auto reply = m_killIsDue ? sendAndKill(operation, body) : m_shop->post(operation, body);
+        auto reply = m_killIsDue ? sendAndKill(operation, body) : m_shop->post(operation, body);
         EXPECT_NE(reply.status, 0);
         ++m_requests;
         // What failed is not remembered, so it may be answered otherwise later.

@@ -15,7 +15,6 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using test_support::StillClock;
-using testing::IsEmpty;
 using ErrorCode = RestClient::ErrorCode;
 
 namespace {

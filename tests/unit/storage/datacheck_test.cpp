@@ -233,7 +233,7 @@ TEST_F(DataCheck, RefusesAFullDiskBeforeAnythingIsPromised)
     openDataDirectory();
     const QByteArray before = bytes(u"till.sqlite"_s);
     {
-        const test_support::FullDisk full(16 * 1024);
+        const test_support::FullDisk full(qint64{16} * 1024);
         EXPECT_EQ(failure([] { openDataDirectory(); }), u"hostStorageFull"_s);
     }
     EXPECT_EQ(bytes(u"till.sqlite"_s), before);
@@ -287,8 +287,9 @@ TEST_F(DataCheck, LooksThroughALargeFileOnceDamageWasMetInIt)
     for (int i = 100; i < 300; ++i)
         DocumentsDao().store(richSale(u"R-%1"_s.arg(i)));
     QByteArray content = bytes(u"till.sqlite"_s);
-    const qsizetype at = content.size() - 40 * 4096;
-    overwrite(u"till.sqlite"_s, content.replace(at, 40 * 4096, QByteArray(40 * 4096, '\xEE')));
+    const QByteArray rubbish(qsizetype{40} * 4096, '\xEE');
+    const qsizetype at = content.size() - rubbish.size();
+    overwrite(u"till.sqlite"_s, content.replace(at, rubbish.size(), rubbish));
     EXPECT_THAT(openDataDirectory(), IsEmpty()) << "too large to be looked through at each start";
     QString told;
     for (int i = 100; i < 300 && told.isEmpty(); ++i)

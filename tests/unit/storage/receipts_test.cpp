@@ -9,7 +9,6 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
 
 namespace {
 
