@@ -90,13 +90,13 @@ void Service::kill()
 
 void Service::arm(const QStringList& faults)
 {
-    ask("POST", "faults", QJsonDocument(QJsonArray::fromStringList(faults)).toJson());
+    tell("POST", "faults", QJsonDocument(QJsonArray::fromStringList(faults)).toJson());
 }
 
 void Service::disarm()
 {
     collectStrikes();
-    ask("DELETE", "faults");
+    tell("DELETE", "faults");
 }
 
 void Service::collectStrikes()
@@ -111,7 +111,12 @@ void Service::setTime(const QDateTime& time)
     if (m_time.isValid() && time <= m_time)
         return;
     m_time = time;
-    ask("POST", "clock", R"({"time": ")" + time.toUTC().toString(Qt::ISODate).toLatin1() + "\"}");
+    tell("POST", "clock", R"({"time": ")" + time.toUTC().toString(Qt::ISODate).toLatin1() + "\"}");
+}
+
+void Service::tell(const QByteArray& method, const QByteArray& path, const QByteArray& body)
+{
+    static_cast<void>(ask(method, path, body));
 }
 
 QJsonObject Service::page(const QByteArray& name) const { return ask("GET", name); }

@@ -46,7 +46,10 @@ public:
     [[nodiscard]] bool waitForExchange(qint64 after) const;
 
 private:
-    QJsonObject ask(const QByteArray& method, const QByteArray& path, const QByteArray& body = {}) const;
+    [[nodiscard]] QJsonObject ask(const QByteArray& method, const QByteArray& path,
+                                  const QByteArray& body = {}) const;
+    /// An order, whose answer says no more than that it was taken.
+    void tell(const QByteArray& method, const QByteArray& path, const QByteArray& body = {});
     void collectStrikes();
 
     quint16 m_port = 0;
