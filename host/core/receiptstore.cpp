@@ -98,7 +98,7 @@ QList<QSharedPointer<Document>> ReceiptStore::newestSales(int limit)
 {
     noteSales();
     QSqlQuery newest = m_database->prepared(
-        u"SELECT identifier FROM documents WHERE sale = '' ORDER BY stored DESC, identifier DESC LIMIT ?"_s);
+        u"SELECT identifier FROM documents WHERE sale = '' ORDER BY stored DESC, rowid DESC LIMIT ?"_s);
     QList<QSharedPointer<Document>> sales;
     for (const QVariantList& row : m_database->rows(newest, {limit})) {
         const auto document = load(row[0].toString());

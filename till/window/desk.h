@@ -86,7 +86,7 @@ private:
     void replacePositions(const QVariantList& positions);
     [[nodiscard]] QVariantList positions() const;
     [[nodiscard]] QString nextIdentifier();
-    [[nodiscard]] QString limitReason(double service) const;
+    [[nodiscard]] QString limitReason(double points) const;
     void startAnew();
 
     Till& m_till;

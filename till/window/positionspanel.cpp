@@ -17,7 +17,7 @@ namespace till::window {
 namespace {
 
 /// Keys of the panel are taken wherever the focus is.
-void bind(QWidget* owner, QKeySequence key, QPushButton* target)
+void bind(QWidget* owner, const QKeySequence& key, QPushButton* target)
 {
     auto* shortcut = new QShortcut(key, owner);
     shortcut->setContext(Qt::WindowShortcut);

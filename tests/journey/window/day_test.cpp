@@ -31,7 +31,7 @@ TEST(WindowDay, LosesNoInputAndNoReceiptWhileTheServiceComesAndGoes)
         if (i % 4 == 3)
             cashier.till().setServiceUp(false);
         cashier.probe().takeLongest();
-        const QString card = cards[static_cast<qsizetype>(random() % 4)];
+        const QString& card = cards[static_cast<qsizetype>(random() % 4)];
         cashier.sell(card);
         ASSERT_TRUE(cashier.till().receipt());
         ASSERT_EQ(cashier.till().receipt()->getGoodsItems().size(), 2) << "a key was lost in receipt " << i;
