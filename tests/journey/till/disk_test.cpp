@@ -40,12 +40,26 @@ void letNumbersPass()
 
 std::string errorOf(const QJsonObject& line) { return line.value(u"error"_s).toString().toStdString(); }
 
+/// Has a disk of its own to fill, which a container may forbid: there the injected failures of the tests
+/// below, which need no mount, stand alone. Where the project is judged nothing is left out.
+class TillMountedDisk : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        const QString fault = Place::mountingFault();
+        if (fault.isEmpty())
+            return;
+        if (qEnvironmentVariableIsSet("CI"))
+            FAIL() << fault.toStdString();
+        GTEST_SKIP() << fault.toStdString();
+    }
+};
+
 } // namespace
 
-TEST(TillDisk, FullAtAnyStepIsSaidAndPromisesNothingAndTheReceiptGoesOnOnceThereIsRoom)
+TEST_F(TillMountedDisk, FullAtAnyStepIsSaidAndPromisesNothingAndTheReceiptGoesOnOnceThereIsRoom)
 {
-    if (const QString fault = Place::mountingFault(); !fault.isEmpty())
-        GTEST_SKIP() << fault.toStdString();
     const Place place;
     QProcess shell;
     place.startShellOnSmallDisk(shell);
@@ -164,10 +178,8 @@ TEST(TillDisk, FullBetweenARequestAndItsAnswerLeavesTheOutcomeUnknownUntilThereI
     EXPECT_GT(lost, 0);
 }
 
-TEST(TillDisk, ThatMayNotBeWrittenEndsEveryTillAtOnceWithAClearWord)
+TEST_F(TillMountedDisk, ThatMayNotBeWrittenEndsEveryTillAtOnceWithAClearWord)
 {
-    if (const QString fault = Place::mountingFault(); !fault.isEmpty())
-        GTEST_SKIP() << fault.toStdString();
     const Place place;
     QProcess shell;
     place.startShell(shell);
@@ -188,10 +200,8 @@ TEST(TillDisk, ThatMayNotBeWrittenEndsEveryTillAtOnceWithAClearWord)
     EXPECT_EQ(place.lastExchange(), 0) << "the service was asked nothing";
 }
 
-TEST(TillDisk, FullAtTheStartEndsTheTillAtOnceWithAClearWord)
+TEST_F(TillMountedDisk, FullAtTheStartEndsTheTillAtOnceWithAClearWord)
 {
-    if (const QString fault = Place::mountingFault(); !fault.isEmpty())
-        GTEST_SKIP() << fault.toStdString();
     const Place place;
     for (const auto* size : {"4k", "64k", "128k"}) {
         QProcess shell;

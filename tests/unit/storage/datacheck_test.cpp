@@ -273,7 +273,9 @@ TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFEXITED(status));
-    if (WEXITSTATUS(status) == NoDisk)
+    // A container may forbid it; the test above, whose disk is full by a limit, then stands alone. Where the
+    // project is judged nothing is left out.
+    if (WEXITSTATUS(status) == NoDisk && !qEnvironmentVariableIsSet("CI"))
         GTEST_SKIP() << "no disk of its own may be mounted here";
     EXPECT_EQ(WEXITSTATUS(status), Fine);
 }
