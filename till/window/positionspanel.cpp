@@ -166,30 +166,29 @@ void PositionsPanel::enterArticle()
         m_article->selectAll();
 }
 
-void PositionsPanel::askQuantity()
+void PositionsPanel::askFor(const tr::Tr& title, const tr::Tr& message, const QString& formName,
+                            void (Desk::*set)(int posnum, double value))
 {
-    TextInputRequest request(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s),
-                             tr::Tr(u"tillQuantity"_s, u"Сколько единиц товара"_s));
+    TextInputRequest request(title, message);
     request.inputKind = TextInputRequest::Digits;
     request.emptyAllowed = false;
-    request.formName = u"quantity"_s;
+    request.formName = formName;
     const int posnum = m_table->selected();
     const auto answer = m_frontend.inputText(request);
     if (!answer.canceled())
-        m_desk.setQuantity(posnum, typedNumber(answer.getData()));
+        (m_desk.*set)(posnum, typedNumber(answer.getData()));
+}
+
+void PositionsPanel::askQuantity()
+{
+    askFor(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s),
+           tr::Tr(u"tillQuantity"_s, u"Сколько единиц товара"_s), u"quantity"_s, &Desk::setQuantity);
 }
 
 void PositionsPanel::askDiscount()
 {
-    TextInputRequest request(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s),
-                             tr::Tr(u"tillDiscount"_s, u"Сколько рублей снять с позиции"_s));
-    request.inputKind = TextInputRequest::Digits;
-    request.emptyAllowed = false;
-    request.formName = u"discount"_s;
-    const int posnum = m_table->selected();
-    const auto answer = m_frontend.inputText(request);
-    if (!answer.canceled())
-        m_desk.setDiscount(posnum, typedNumber(answer.getData()));
+    askFor(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s),
+           tr::Tr(u"tillDiscount"_s, u"Сколько рублей снять с позиции"_s), u"discount"_s, &Desk::setDiscount);
 }
 
 void PositionsPanel::removeSelected() { m_desk.remove(m_table->selected()); }

@@ -26,6 +26,9 @@ private:
     QWidget* changesRow();
     void fillFinished();
     void enterArticle();
+    /// Asks for a number and sets it on the selected position.
+    void askFor(const tr::Tr& title, const tr::Tr& message, const QString& formName,
+                void (Desk::*set)(int posnum, double value));
     void askQuantity();
     void askDiscount();
     void removeSelected();

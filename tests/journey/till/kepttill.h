@@ -1,5 +1,8 @@
 #pragma once
 
+#include "host/core/document.h"
+#include "host/core/storage.h"
+#include "host/utils/datadirectory.h"
 #include "tests/journey/till/tillprocess.h"
 
 #include <QFile>
@@ -44,6 +47,24 @@ public:
 private:
     Files m_files;
 };
+
+inline void end(QProcess& shell);
+
+/// Leaves a receipt open that points were spent on, and changes it as something interrupted would have.
+template <class Change>
+void leaveSpent(const KeptTill& till, Change change)
+{
+    QProcess shell;
+    till.startShell(shell);
+    for (const QByteArray& step : {sale, card, spend})
+        play(shell, step);
+    end(shell);
+    utils::setDataDirectory(till.directory());
+    const auto receipt = SaveToFileLogic::loadOpenReceipt();
+    ASSERT_TRUE(receipt);
+    change(*receipt);
+    SaveToFileLogic().save(receipt, {});
+}
 
 inline void end(QProcess& shell)
 {

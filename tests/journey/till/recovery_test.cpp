@@ -17,18 +17,11 @@ namespace tilltest {
 TEST(TillRecovery, ARollbackOfWhatIsRolledBackAlreadyDoesNotAskTheServiceAgain)
 {
     const KeptTill till;
-    QProcess shell;
-    till.startShell(shell);
-    for (const QByteArray& step : {sale, card, spend})
-        play(shell, step);
-    end(shell);
     // As the plug-in saved it once the service had canceled, before the till removed the file.
-    utils::setDataDirectory(till.directory());
-    const auto receipt = SaveToFileLogic::loadOpenReceipt();
-    ASSERT_TRUE(receipt);
-    receipt->setPluginData(u"Till"_s, u"stage"_s, u"abandoned"_s);
-    receipt->getCardRecord(KyrLoyaltySystem)->setOperationId({});
-    SaveToFileLogic().save(receipt, {});
+    leaveSpent(till, [](Document& receipt) {
+        receipt.setPluginData(u"Till"_s, u"stage"_s, u"abandoned"_s);
+        receipt.getCardRecord(KyrLoyaltySystem)->setOperationId({});
+    });
 
     const Ran ran =
         runJson(scenarioOfSteps(R"({ "do": "deliver" })"), till.arguments() + QStringList{u"--verbose"_s});
@@ -40,16 +33,7 @@ TEST(TillRecovery, ARollbackOfWhatIsRolledBackAlreadyDoesNotAskTheServiceAgain)
 TEST(TillRecovery, WhatWasBeingPaidCanOnlyBePaid)
 {
     const KeptTill till;
-    QProcess shell;
-    till.startShell(shell);
-    for (const QByteArray& step : {sale, card, spend})
-        play(shell, step);
-    end(shell);
-    utils::setDataDirectory(till.directory());
-    const auto receipt = SaveToFileLogic::loadOpenReceipt();
-    ASSERT_TRUE(receipt);
-    receipt->setPluginData(u"Till"_s, u"stage"_s, u"paying"_s);
-    SaveToFileLogic().save(receipt, {});
+    leaveSpent(till, [](Document& receipt) { receipt.setPluginData(u"Till"_s, u"stage"_s, u"paying"_s); });
 
     const QList<QJsonObject> lines = linesOf(till.runSteps(
         R"({ "do": "rollback", "mayFail": true }, { "do": "cancel", "mayFail": true }, { "do": "pay" })"));

@@ -117,17 +117,7 @@ TEST(TillRestart, ASpendingThatWasNotYetADiscountBecomesOne)
 TEST(TillRestart, ARollbackThatWasCutShortIsFinished)
 {
     const KeptTill till;
-    QProcess shell;
-    till.startShell(shell);
-    play(shell, sale);
-    play(shell, card);
-    play(shell, spend);
-    end(shell);
-    utils::setDataDirectory(till.directory());
-    const auto receipt = SaveToFileLogic::loadOpenReceipt();
-    ASSERT_TRUE(receipt);
-    receipt->setPluginData(u"Till"_s, u"stage"_s, u"abandoned"_s);
-    SaveToFileLogic().save(receipt, {});
+    leaveSpent(till, [](Document& receipt) { receipt.setPluginData(u"Till"_s, u"stage"_s, u"abandoned"_s); });
 
     const Ran ran = till.runSteps(R"({ "do": "openSale", "id": "R-2", "positions": [] }, )" + card);
     EXPECT_EQ(ran.status, 0) << "the spending is canceled in the ledger";
