@@ -50,9 +50,17 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    /// Looks at a file that exists as the constructor does, throws what it would throw, and returns the
+    /// Bytes: a file up to this size is read through for damage by a process's first connection to it, and a
+    /// larger one when damage was met in it before. A cashier waits for a start, so it must not take much
+    /// longer the more is kept.
+    static constexpr qint64 readAtAStart = qint64{16} * 1024 * 1024;
+
+    /// Looks at a file that exists as the first connection does, throws what it would throw, and returns the
     /// file's version: 0 for one that was not made to its end.
     static int examine(const QString& path, int applicationId, int version);
+    /// The same for a file of any size, all of which is read. Damage that is found makes the next start read
+    /// through all of it too.
+    static void readThrough(const QString& path, int applicationId, int version);
 
     [[nodiscard]] const QString& path() const { return m_path; }
     /// False once something happened that a connection made anew may not meet: the file was damaged, taken
@@ -98,7 +106,12 @@ private:
     void connect(const QString& options);
     void disconnect();
     void open(const Format& format);
-    int examine(int applicationId, int version);
+    enum class Look {
+        AtItsKind,
+        AtAStart,
+        Through,
+    };
+    int examine(int applicationId, int version, Look look);
     /// Past SQLite, so only while this process has no connection to the file.
     void lookFromOutside(int applicationId, int version) const;
     [[nodiscard]] QString suspicion() const;

@@ -21,7 +21,6 @@ namespace utils {
 namespace {
 
 constexpr auto waitForLocks = "QSQLITE_BUSY_TIMEOUT=2000"; // milliseconds: a cashier is waiting
-constexpr qint64 quicklyChecked = 32LL * 1024 * 1024;      // bytes; a till is not to wait long for its queue
 
 /// How many connections this process has to each file, known by its inode: a replaced one is another.
 /// Whoever else opens such a file, and closes it, takes from SQLite the locks that it holds there for the
@@ -70,7 +69,19 @@ Database::~Database()
 
 int Database::examine(const QString& path, int applicationId, int version)
 {
-    return Database(path).examine(applicationId, version);
+    return Database(path).examine(applicationId, version, Look::AtAStart);
+}
+
+void Database::readThrough(const QString& path, int applicationId, int version)
+{
+    Database file(path);
+    try {
+        file.examine(applicationId, version, Look::Through);
+    } catch (const BasicException& exception) {
+        if (isFault(exception, StorageFault::Damaged))
+            file.suspect();
+        throw;
+    }
 }
 
 void Database::open(const Format& format)
@@ -78,7 +89,9 @@ void Database::open(const Format& format)
     const std::lock_guard lock(filesInUse().mutex);
     ensureMade(format);
     ensurePrivateFile(m_path);
-    const int version = examine(format.applicationId, format.version);
+    const bool isFirst = !filesInUse().connections.contains(inode());
+    const int version =
+        examine(format.applicationId, format.version, isFirst ? Look::AtAStart : Look::AtItsKind);
     if (version == 0)
         throw storageError(StorageFault::Damaged, m_path);
     connect({});
@@ -128,7 +141,7 @@ void Database::lookFromOutside(int applicationId, int version) const
 }
 
 /// Returns the file's version: 0 for one that holds nothing.
-int Database::examine(int applicationId, int version)
+int Database::examine(int applicationId, int version, Look look)
 {
     const std::lock_guard lock(filesInUse().mutex);
     if (!filesInUse().connections.contains(inode()))
@@ -136,8 +149,11 @@ int Database::examine(int applicationId, int version)
     connect(u"QSQLITE_OPEN_READONLY"_s);
     requireKind(applicationId, version);
     const int found = number(u"PRAGMA user_version"_s);
-    // A larger one's damage is found as it is read; then it is checked the next time.
-    if (QFileInfo(m_path).size() <= quicklyChecked || QFileInfo::exists(suspicion())) {
+    // A larger one's damage is found as it is read; then it is looked through the next time.
+    const bool isReadThrough =
+        look == Look::AtAStart ? QFileInfo(m_path).size() <= readAtAStart || QFileInfo::exists(suspicion())
+                               : look == Look::Through;
+    if (isReadThrough) {
         QSqlQuery query = prepared(u"PRAGMA quick_check(1)"_s);
         const QString verdict = rows(query).value(0).value(0).toString();
         if (verdict != u"ok")

@@ -91,6 +91,8 @@ QList<DataFinding> strangeFiles()
     return findings;
 }
 
+QString storePath() { return dataFile(QString::fromLatin1(storeName)); }
+
 void requireRoom()
 {
     const QString probe = dataFile(u"write-check"_s);
@@ -111,19 +113,35 @@ QList<DataFinding> setAsideAndTell(const QString& path, bool (*isDamaged)(const 
     return {told(DataFinding::Kind::Damaged, path, setAsideDamaged(path))};
 }
 
+void readThroughStore()
+{
+    const Database::Format format = storeFormat();
+    Database::readThrough(storePath(), format.applicationId, format.version);
+}
+
 QList<DataFinding> openStore()
 {
-    const QString path = dataFile(QString::fromLatin1(storeName));
+    const QString path = storePath();
     QList<DataFinding> findings;
     if (!QFileInfo::exists(path)) {
         const FolderLock lock(path);
         for (const QString& now : finishSettingAside(path))
             findings.append(told(DataFinding::Kind::Lost, path + now.sliced(now.lastIndexOf(u'-')), now));
     }
-    findings += setAsideAndTell(path, isDamagedStore);
-    if (!QFileInfo::exists(path))
-        findings += checkFormerFiles();
-    const auto opened = store();
+    const auto opened = [&] {
+        if (!QFileInfo::exists(path))
+            findings += checkFormerFiles();
+        return store();
+    };
+    std::shared_ptr<Database> held;
+    try {
+        held = opened();
+    } catch (const BasicException& exception) {
+        if (!isFault(exception, StorageFault::Damaged))
+            throw;
+        findings += setAsideAndTell(path, isDamagedStore);
+        held = opened();
+    }
     findings += strangeFiles();
     requireRoom();
     return findings;

@@ -29,6 +29,10 @@ struct DataFinding
 /// be written or there is no room; whatever is of a later version is left byte for byte as it was.
 HOST_EXPORT QList<DataFinding> openStore();
 
+/// Reads all of a store that exists, of whatever size, while others may work with it: seconds for a gigabyte.
+/// Throws BasicException when it is damaged, and the next openStore() sets it aside.
+HOST_EXPORT void readThroughStore();
+
 /// Sets a damaged file aside and tells of it. `isDamaged` is asked again while no other program does the
 /// same; nothing when the file is whole by then.
 HOST_EXPORT QList<DataFinding> setAsideAndTell(const QString& path, bool (*isDamaged)(const QString& path));

@@ -133,8 +133,10 @@ QList<Finding> examine(const Options& given)
     const bool isThere = QFileInfo(path).isDir(); // naming it is enough to have it made
     utils::setDataDirectory(isThere ? path : QString());
     findings += examineDirectory(path);
-    if (isThere)
+    if (isThere) {
+        findings.append(examineStore(path));
         findings += examineQueue(config, path);
+    }
     findings.append(examinePlugin(options, config));
     utils::setDataDirectory({});
     return findings;
@@ -148,14 +150,17 @@ Command doctorCommand()
             .most = 0,
             .missing = {},
             .about = u"Look for what is wrong, and say how to mend it."_s,
-            .details = u"Looks at the configuration, the way to the service (name, connection, TLS, "
-                       u"credentials, clock), the\n"
-                       "data directory, the disk, the queue and the plug-in, and goes on after each failure. "
-                       "Asks the service\n"
-                       "once, and changes nothing.\n\n"
-                       "With --json: {\"ok\", \"findings\"}; each finding is {\"check\", \"state\" (\"ok\", "
-                       "\"warning\" or "
-                       "\"problem\"),\n\"text\", \"remedy\"}."_s,
+            .details =
+                u"Looks at the configuration, the way to the service (name, connection, TLS, "
+                "credentials, clock), the\n"
+                "data directory, the disk, the store, all of which is read, the queue and the plug-in, and "
+                "goes on after\n"
+                "each failure. Asks the service once, and changes nothing; a store found damaged is set "
+                "aside by the\n"
+                "next start.\n\n"
+                "With --json: {\"ok\", \"findings\"}; each finding is {\"check\", \"state\" (\"ok\", "
+                "\"warning\" or "
+                "\"problem\"),\n\"text\", \"remedy\"}."_s,
             .options = {},
             .examples = {{u"till doctor --config till.toml"_s, u"of that till"_s},
                          {u"till doctor --json | jq -r '.findings[] | select(.state != \"ok\") | .text'"_s,

@@ -37,6 +37,8 @@ QList<Finding> examineConfiguration(Options& options, Config& config);
 QList<Finding> examineService(const Config& config);
 /// "data", "files" and "disk" of the process's data directory.
 QList<Finding> examineDirectory(const QString& path);
+/// "store", all of which is read.
+Finding examineStore(const QString& path);
 /// "queue".
 QList<Finding> examineQueue(const Config& config, const QString& path);
 /// "plug-in".

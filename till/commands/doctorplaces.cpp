@@ -1,4 +1,5 @@
 #include "host/utils/setaside.h"
+#include "host/utils/storecheck.h"
 #include "till/commands/doctor.h"
 #include "till/commands/queuereport.h"
 #include "till/commands/tool.h"
@@ -92,6 +93,20 @@ QList<Finding> examineDirectory(const QString& path)
         findings.append(examineDisk(path));
     }
     return findings;
+}
+
+Finding examineStore(const QString& path)
+{
+    const QFileInfo store(QDir(path).filePath(u"till.sqlite"_s));
+    if (!store.exists())
+        return {u"store"_s, State::Ok, u"not there yet"_s};
+    try {
+        utils::readThroughStore();
+        return {u"store"_s, State::Ok, u"sound, %1 MiB"_s.arg(store.size() / mebibyte)};
+    } catch (const std::exception& failure) {
+        return {u"store"_s, State::Problem, administratorsText(failure),
+                u"restart the till, which sets a damaged file aside; see docs/operations.md"_s};
+    }
 }
 
 QList<Finding> examineQueue(const Config& config, const QString& path)

@@ -105,9 +105,9 @@ TEST_F(TillDoctor, FindsNothingWhereAllIsWell)
 {
     answer(404);
     const auto found = findings();
-    for (const QString& check :
-         {u"configuration"_s, u"ratio"_s, u"name"_s, u"connection"_s, u"tls"_s, u"service"_s,
-          u"credentials"_s, u"clock"_s, u"data"_s, u"files"_s, u"disk"_s, u"queue"_s, u"plug-in"_s}) {
+    for (const QString& check : {u"configuration"_s, u"ratio"_s, u"name"_s, u"connection"_s, u"tls"_s,
+                                 u"service"_s, u"credentials"_s, u"clock"_s, u"data"_s, u"files"_s, u"disk"_s,
+                                 u"store"_s, u"queue"_s, u"plug-in"_s}) {
         EXPECT_EQ(found.value(check)[u"state"_s].toString(), u"ok"_s) << check.toStdString();
         EXPECT_EQ(found.value(check)[u"remedy"_s].toString(), QString());
     }
@@ -203,6 +203,23 @@ TEST_F(TillDoctor, TellsFilesThatOthersReadAndFilesSetAside)
     const auto found = findings();
     expect(found.value(u"data"_s), "problem", "others may enter it");
     expect(found.value(u"files"_s), "problem", "others may read open-receipt");
+}
+
+TEST_F(TillDoctor, ReadsAllOfTheStore)
+{
+    utils::setDataDirectory(directory);
+    for (int i = 0; i < 40; ++i)
+        (void)MessageQueue().enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, QString(4000, u'x'));
+    utils::setDataDirectory({});
+    answer(404);
+    expect(findings().value(u"store"_s), "ok", "sound");
+
+    QFile store(directory + u"/till.sqlite"_s);
+    ASSERT_TRUE(store.open(QIODevice::ReadWrite) && store.seek(store.size() - 8192));
+    ASSERT_EQ(store.write(QByteArray(4096, 'x')), 4096);
+    store.close();
+    answer(404);
+    expect(findings().value(u"store"_s), "problem", "a file is damaged");
 }
 
 TEST_F(TillDoctor, TellsOfMessagesThatWaitForTooLongOrAreParked)

@@ -67,6 +67,33 @@ protected:
         EXPECT_NO_THROW(DocumentsDao().store(richSale(u"R-1"_s)));
         ASSERT_TRUE(QFile::remove(found[0].now));
     }
+
+    /// Makes a store larger than what a start reads, with rubbish at its end, and returns its bytes.
+    QByteArray damageALargeStore() const
+    {
+        fillStore();
+        changeStore(u"INSERT INTO history (id, queue, receipt, enqueued, finished, text, attempts, error, "
+                    "outcome, message) VALUES (1, '', '', 0, 0, '', 0, '', '', zeroblob(%1))"_s.arg(
+                        utils::Database::readAtAStart));
+        for (int i = 100; i < 300; ++i)
+            DocumentsDao().store(richSale(u"R-%1"_s.arg(i)));
+        const QByteArray rubbish(rubbishSize, '\xEE');
+        QByteArray content = bytes(u"till.sqlite"_s);
+        content.replace(content.size() - rubbishSize, rubbishSize, rubbish);
+        overwrite(u"till.sqlite"_s, content);
+        return content;
+    }
+
+    void expectSetAsideAtItsEnd(const QByteArray& damaged) const
+    {
+        const QList<DataFinding> found = openDataDirectory();
+        ASSERT_EQ(found.size(), 1);
+        EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()).last(rubbishSize), damaged.last(rubbishSize));
+        EXPECT_THAT(openDataDirectory(), IsEmpty());
+    }
+
+private:
+    static constexpr qsizetype rubbishSize = qsizetype{40} * 4096;
 };
 
 TEST_F(DataCheck, FindsNothingInANewFolderAndInASoundOne)
@@ -282,25 +309,30 @@ TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
 
 TEST_F(DataCheck, LooksThroughALargeFileOnceDamageWasMetInIt)
 {
-    fillStore();
-    changeStore(
-        u"INSERT INTO history (id, queue, receipt, enqueued, finished, text, attempts, error, outcome, "
-        "message) VALUES (1, '', '', 0, 0, '', 0, '', '', zeroblob(40000000))"_s);
-    for (int i = 100; i < 300; ++i)
-        DocumentsDao().store(richSale(u"R-%1"_s.arg(i)));
-    QByteArray content = bytes(u"till.sqlite"_s);
-    const QByteArray rubbish(qsizetype{40} * 4096, '\xEE');
-    const qsizetype at = content.size() - rubbish.size();
-    overwrite(u"till.sqlite"_s, content.replace(at, rubbish.size(), rubbish));
+    const QByteArray damaged = damageALargeStore();
     EXPECT_THAT(openDataDirectory(), IsEmpty()) << "too large to be looked through at each start";
     QString told;
     for (int i = 100; i < 300 && told.isEmpty(); ++i)
         told = failure([&] { (void)DocumentsDao().loadDocument(u"R-%1"_s.arg(i), false); });
     EXPECT_EQ(told, u"hostStorageDamaged"_s);
-    const QList<DataFinding> found = openDataDirectory();
-    ASSERT_EQ(found.size(), 1);
-    EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()).sliced(at), content.sliced(at));
+    expectSetAsideAtItsEnd(damaged);
+}
+
+TEST_F(DataCheck, SetsALargeFileAsideOnceItWasReadThrough)
+{
+    const QByteArray damaged = damageALargeStore();
+    EXPECT_EQ(failure([] { utils::readThroughStore(); }), u"hostStorageDamaged"_s);
+    expectSetAsideAtItsEnd(damaged);
+}
+
+TEST_F(DataCheck, KeepsASoundStoreThatWasReadThroughUnderSuspicion)
+{
+    fillStore();
+    overwrite(u"till.sqlite.suspect"_s, {});
+    EXPECT_NO_THROW(utils::readThroughStore());
+    EXPECT_FALSE(QFile::exists(path(u"till.sqlite.suspect"_s)));
     EXPECT_THAT(openDataDirectory(), IsEmpty());
+    EXPECT_EQ(MessageQueue().waitingCount(), 20);
 }
 
 } // namespace
