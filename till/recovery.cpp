@@ -25,9 +25,11 @@ QString Till::recover()
     hostObject<Session>().setDocument(receipt);
     loyalty().setDocument(receipt);
     loyalty().restoreLoyaltySystem();
-    if (stage() == Stage::Abandoned)
+    if (stage() == Stage::Abandoned) {
+        const RequestGuard::Hurry hurry(*m_guard); // a cashier waits for the start
         return name + (abandon() ? u" отменялся: отмена завершена"_s
                                  : u" отменялся: завершите отмену (шаг rollback)"_s);
+    }
     if (!unknownSpending())
         applyImpacts();
     else if (!loyalty().getBonusImpacts().isEmpty())

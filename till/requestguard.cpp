@@ -13,13 +13,19 @@ RequestGuard::RequestGuard(std::function<QSharedPointer<Document>()> receipt, Re
     : m_receipt(std::move(receipt))
     , m_journal(journal)
 {
-    RestClient::setGuard({
-        .departing = [this](const QString& method, const QUrl& url) { departing(method, url); },
-        .answered = [this](const RestExchange& exchange) { answered(exchange); },
-    });
+    install(0);
 }
 
 RequestGuard::~RequestGuard() { RestClient::setGuard({}); }
+
+void RequestGuard::install(int secondsAtMost)
+{
+    RestClient::setGuard({
+        .departing = [this](const QString& method, const QUrl& url) { departing(method, url); },
+        .answered = [this](const RestExchange& exchange) { answered(exchange); },
+        .secondsAtMost = secondsAtMost,
+    });
+}
 
 void RequestGuard::expectSpending(double points, double wanted)
 {

@@ -40,12 +40,31 @@ public:
         RequestGuard& m_guard;
     };
 
+    /// While one lives, an exchange takes a second at most: what fails for it goes through the queue.
+    class Hurry
+    {
+    public:
+        explicit Hurry(RequestGuard& guard)
+            : m_guard(guard)
+        {
+            m_guard.install(1);
+        }
+        ~Hurry() { m_guard.install(0); }
+        Hurry(const Hurry&) = delete;
+        Hurry& operator=(const Hurry&) = delete;
+
+    private:
+        RequestGuard& m_guard;
+    };
+
     /// Says what the next request that spends points is about.
     void expectSpending(double points, double wanted);
     /// Whether, since then, it turned out that nothing was spent for the receipt.
     [[nodiscard]] bool nothingSpent() const { return m_nothingSpent; }
 
 private:
+    /// `secondsAtMost` as of RestGuard.
+    void install(int secondsAtMost);
     void departing(const QString& method, const QUrl& url);
     void answered(const RestExchange& exchange);
     void mark(Document& receipt) const;

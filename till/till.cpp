@@ -99,8 +99,9 @@ QString Till::serviceUrl() const { return u"http://127.0.0.1:%1/"_s.arg(m_standS
 void Till::startUp()
 {
     QStringList found;
-    const auto findings = openDataDirectory();
-    for (const utils::DataFinding& finding : findings)
+    const utils::OpenedStore opened = openDataDirectory();
+    m_store = opened.store;
+    for (const utils::DataFinding& finding : opened.findings)
         found.append(finding.text.ru());
     const QString shop = hostObject<Config>().getString(u"Till:shopCode"_s, u"1"_s);
     hostObject<Session>().getRegistry()->setShopCode(shop);
@@ -121,6 +122,7 @@ void Till::shutDown()
     m_plugin.reset();
     m_queue.reset();
     m_journal.reset();
+    m_store.reset();
     dropHostObject<Session>();
     dropHostObject<DocumentsDao>();
     dropHostObject<DBQueueBroker>();

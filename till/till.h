@@ -139,6 +139,7 @@ private:
     std::unique_ptr<PluginHost> m_plugin;
     ReceiptJournal m_journal;
     std::unique_ptr<RequestGuard> m_guard;
+    std::shared_ptr<utils::Database> m_store; ///< held, so that nobody opens and reads it once more
     utils::StoreUser<MessageQueue> m_queue;
     QSharedPointer<Document> m_receipt;
     QString m_found;

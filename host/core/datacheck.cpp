@@ -22,11 +22,12 @@ bool isDamagedReceipt(const QString& /*path*/)
 
 } // namespace
 
-QList<utils::DataFinding> openDataDirectory()
+utils::OpenedStore openDataDirectory()
 {
     // First, because a receipt of a later version says that the store is not to be touched either.
-    QList<utils::DataFinding> findings =
+    const QList<utils::DataFinding> findings =
         utils::setAsideAndTell(utils::dataFile(u"open-receipt"_s), isDamagedReceipt);
-    findings += utils::openStore();
-    return findings;
+    utils::OpenedStore opened = utils::openStore();
+    opened.findings = findings + opened.findings;
+    return opened;
 }

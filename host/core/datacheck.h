@@ -7,4 +7,4 @@
 /// takes its place. Throws BasicException, and what is there stays as it is, when a file was written by a
 /// later version, when the folder may not be written, or when there is no room: all of it before anything is
 /// promised. utils::damagedFilesSetAside() lists what was set aside by this and by earlier starts.
-HOST_EXPORT QList<utils::DataFinding> openDataDirectory();
+HOST_EXPORT utils::OpenedStore openDataDirectory();

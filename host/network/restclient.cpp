@@ -131,7 +131,7 @@ void RestClient::setObserver(Observer observer)
 
 void RestClient::setGuard(RestGuard guard)
 {
-    const bool empty = !guard.departing && !guard.answered;
+    const bool empty = !guard.departing && !guard.answered && guard.secondsAtMost == 0;
     auto next = empty ? nullptr : std::make_shared<const RestGuard>(std::move(guard));
     Watchers& all = watchers();
     const std::lock_guard lock(all.mutex);
@@ -150,7 +150,8 @@ void RestClient::exchange(const QByteArray& method, const QUrl& url, const QByte
 
     QElapsedTimer clock;
     clock.start();
-    network::Answer answer = network::send({method, url, body, headers, m_timeout});
+    const int atMost = guard && guard->secondsAtMost > 0 ? guard->secondsAtMost : longestTimeout;
+    network::Answer answer = network::send({method, url, body, headers, std::min(m_timeout, atMost)});
 
     m_response = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
     const bool errorStatus = answer.failure == ErrorCode::None && answer.status >= 400;

@@ -36,6 +36,8 @@ struct RestGuard
     std::function<void(const QString& method, const QUrl& url)> departing;
     /// Called when the request is over; must not throw.
     std::function<void(const RestExchange& exchange)> answered;
+    /// The longest that an exchange may take, whatever its client allows; 0: as long as that.
+    int secondsAtMost = 0;
 };
 
 /// Sends one HTTP or HTTPS request at a time and waits for its answer. After get(), post() or put() returns,

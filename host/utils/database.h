@@ -53,7 +53,7 @@ public:
     /// Bytes: a file up to this size is read through for damage by a process's first connection to it, and a
     /// larger one when damage was met in it before. A cashier waits for a start, so it must not take much
     /// longer the more is kept.
-    static constexpr qint64 readAtAStart = qint64{16} * 1024 * 1024;
+    static constexpr qint64 readAtAStart = qint64{4} * 1024 * 1024;
 
     /// Looks at a file that exists as the first connection does, throws what it would throw, and returns the
     /// file's version: 0 for one that was not made to its end.

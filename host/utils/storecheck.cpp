@@ -119,32 +119,32 @@ void readThroughStore()
     Database::readThrough(storePath(), format.applicationId, format.version);
 }
 
-QList<DataFinding> openStore()
+OpenedStore openStore()
 {
     const QString path = storePath();
-    QList<DataFinding> findings;
+    OpenedStore opened;
+    QList<DataFinding>& findings = opened.findings;
     if (!QFileInfo::exists(path)) {
         const FolderLock lock(path);
         for (const QString& now : finishSettingAside(path))
             findings.append(told(DataFinding::Kind::Lost, path + now.sliced(now.lastIndexOf(u'-')), now));
     }
-    const auto opened = [&] {
+    const auto openOrMake = [&] {
         if (!QFileInfo::exists(path))
             findings += checkFormerFiles();
-        return store();
+        opened.store = store();
     };
-    std::shared_ptr<Database> held;
     try {
-        held = opened();
+        openOrMake();
     } catch (const BasicException& exception) {
         if (!isFault(exception, StorageFault::Damaged))
             throw;
         findings += setAsideAndTell(path, isDamagedStore);
-        held = opened();
+        openOrMake();
     }
     findings += strangeFiles();
     requireRoom();
-    return findings;
+    return opened;
 }
 
 } // namespace utils

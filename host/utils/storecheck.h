@@ -1,10 +1,13 @@
 #pragma once
 
+#include "host/utils/database.h"
 #include "host/utils/export.h"
 #include "host/utils/tr.h"
 
 #include <QList>
 #include <QString>
+
+#include <memory>
 
 /// How the data directory is looked through at a program's start, before anything of it is used.
 namespace utils {
@@ -24,10 +27,18 @@ struct DataFinding
     tr::Tr text;  ///< all of it in one sentence, in Russian
 };
 
+/// The store as a program's start opened it. Whoever lets go of the connection while it works has the file
+/// read anew by the next one.
+struct OpenedStore
+{
+    QList<DataFinding> findings;
+    std::shared_ptr<Database> store;
+};
+
 /// Opens the store, made anew when there is none or when it was damaged, and makes sure that it can be
 /// written. Each finding is logged as well. Throws BasicException when a file is of a later version, may not
 /// be written or there is no room; whatever is of a later version is left byte for byte as it was.
-HOST_EXPORT QList<DataFinding> openStore();
+HOST_EXPORT OpenedStore openStore();
 
 /// Reads all of a store that exists, of whatever size, while others may work with it: seconds for a gigabyte.
 /// Throws BasicException when it is damaged, and the next openStore() sets it aside.

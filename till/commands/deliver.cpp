@@ -85,7 +85,8 @@ int run(const Invocation& invocation)
     Tool tool(invocation);
     utils::setDataDirectory(dataDirectoryOf(tool.options));
     // What makes delivery impossible is said at once.
-    for (const utils::DataFinding& finding : openDataDirectory())
+    const utils::OpenedStore opened = openDataDirectory();
+    for (const utils::DataFinding& finding : opened.findings)
         tool.console.line(finding.text.ru(), Console::Colour::Yellow);
     Account account(tool.console);
     {

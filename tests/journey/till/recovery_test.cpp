@@ -3,6 +3,7 @@
 #include "host/utils/datadirectory.h"
 #include "host/utils/storedform.h"
 #include "tests/journey/till/kepttill.h"
+#include "tests/support/httpserver.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -11,6 +12,8 @@
 #include <iostream>
 
 using namespace Qt::StringLiterals;
+using test_support::HttpAnswer;
+using test_support::HttpServer;
 
 namespace tilltest {
 
@@ -28,6 +31,30 @@ TEST(TillRecovery, ARollbackOfWhatIsRolledBackAlreadyDoesNotAskTheServiceAgain)
     EXPECT_FALSE(QFile::exists(till.openReceipt()));
     EXPECT_EQ(linesOf(ran).value(0).value(u"value"_s).toInt(), 0) << "nothing was queued";
     EXPECT_FALSE(ran.err.contains("cancel-payment"));
+}
+
+TEST(TillRecovery, DoesNotWaitForAServiceThatDoesNotAnswer)
+{
+    const KeptTill till;
+    leaveSpent(till, [](Document& receipt) { receipt.setPluginData(u"Till"_s, u"stage"_s, u"abandoned"_s); });
+
+    HttpServer slow;
+    HttpAnswer never = HttpAnswer::status(200, "{}");
+    never.delay = std::chrono::seconds(60);
+    slow.enqueue(never);
+    slow.enqueue(HttpAnswer::status(200, "{}"));
+    QElapsedTimer clock;
+    clock.start();
+    const Ran ran = runJson(scenarioOfSteps(R"({ "do": "deliver" })"),
+                            till.arguments() + QStringList{u"--server-url"_s, slow.url().toString()});
+    EXPECT_LT(clock.elapsed(), 2000);
+    EXPECT_FALSE(QFile::exists(till.openReceipt()));
+    EXPECT_EQ(linesOf(ran).value(0).value(u"value"_s).toInt(), 1)
+        << "the cancellation went through the queue";
+    ASSERT_EQ(slow.requests().size(), 2);
+    EXPECT_TRUE(slow.requests()[0].path.endsWith("/cancel-payment"));
+    EXPECT_EQ(slow.requests()[1].path, slow.requests()[0].path);
+    EXPECT_EQ(slow.requests()[1].body, slow.requests()[0].body) << "the service knows the repeat";
 }
 
 TEST(TillRecovery, WhatWasBeingPaidCanOnlyBePaid)

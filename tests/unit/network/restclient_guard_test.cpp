@@ -65,6 +65,29 @@ TEST_F(RestClientGuard, IsToldWhatCameOfTheRequest)
     EXPECT_EQ(told, 422);
 }
 
+TEST_F(RestClientGuard, EndsAnExchangeThatTakesLongerThanItAllows)
+{
+    m_client.post(m_server.url(), "{}", {});
+    HttpAnswer late = HttpAnswer::status(200, "{}");
+    late.delay = std::chrono::seconds(60);
+    m_server.enqueue(late);
+    RestClient::setGuard({.departing = {}, .answered = {}, .secondsAtMost = 1});
+    m_client.post(m_server.url(), "{}", {});
+    EXPECT_EQ(m_client.getErrorCode(), code(RestClient::ErrorCode::Timeout));
+}
+
+TEST_F(RestClientGuard, LeavesAShorterTimeLimitAsItIs)
+{
+    m_client.post(m_server.url(), "{}", {});
+    HttpAnswer late = HttpAnswer::status(200, "{}");
+    late.delay = std::chrono::seconds(60);
+    m_server.enqueue(late);
+    RestClient::setGuard({.departing = {}, .answered = {}, .secondsAtMost = 3600});
+    m_client.setTimeout(1);
+    m_client.post(m_server.url(), "{}", {});
+    EXPECT_EQ(m_client.getErrorCode(), code(RestClient::ErrorCode::Timeout));
+}
+
 TEST_F(RestClientGuard, LeavesTheRequestsOfOtherThreadsAlone)
 {
     RestClient::setGuard(

@@ -33,6 +33,7 @@ protected:
             result.insert(name, bytes(name));
         return result;
     }
+    static QList<DataFinding> findings() { return openDataDirectory().findings; }
     /// A store of several hundred pages, closed.
     static void fillStore()
     {
@@ -56,7 +57,7 @@ protected:
     {
         (void)utils::dataFile(u"x"_s);
         overwrite(u"till.sqlite"_s, content);
-        const QList<DataFinding> found = openDataDirectory();
+        const QList<DataFinding> found = findings();
         ASSERT_EQ(found.size(), 1);
         EXPECT_EQ(found[0].kind, DataFinding::Kind::Damaged);
         EXPECT_EQ(found[0].file, path(u"till.sqlite"_s));
@@ -86,10 +87,10 @@ protected:
 
     void expectSetAsideAtItsEnd(const QByteArray& damaged) const
     {
-        const QList<DataFinding> found = openDataDirectory();
+        const QList<DataFinding> found = findings();
         ASSERT_EQ(found.size(), 1);
         EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()).last(rubbishSize), damaged.last(rubbishSize));
-        EXPECT_THAT(openDataDirectory(), IsEmpty());
+        EXPECT_THAT(findings(), IsEmpty());
     }
 
 private:
@@ -98,11 +99,11 @@ private:
 
 TEST_F(DataCheck, FindsNothingInANewFolderAndInASoundOne)
 {
-    EXPECT_THAT(openDataDirectory(), IsEmpty());
+    EXPECT_THAT(findings(), IsEmpty());
     EXPECT_THAT(modes(), ElementsAre(u"till.sqlite 600"_s));
     fillStore();
     MockFactory<SaveToFileLogic>::create()->save(richSale(u"R-99"_s), {});
-    EXPECT_THAT(openDataDirectory(), IsEmpty());
+    EXPECT_THAT(findings(), IsEmpty());
     EXPECT_EQ(MessageQueue().waitingCount(), 20);
     EXPECT_THAT(utils::damagedFilesSetAside(), IsEmpty());
 }
@@ -147,7 +148,7 @@ TEST_F(DataCheck, SetsADamagedStoreAsideWithItsLog)
     }
     overwrite(u"till.sqlite"_s, QByteArray(8192, 'x'));
     overwrite(u"till.sqlite-wal"_s, log);
-    const QList<DataFinding> found = openDataDirectory();
+    const QList<DataFinding> found = findings();
     ASSERT_EQ(found.size(), 1);
     EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName() + u"-wal"_s), log);
     EXPECT_EQ(MessageQueue().waitingCount(), 0);
@@ -166,7 +167,7 @@ TEST_F(DataCheck, PutsALogToItsFileWhenSettingAsideWasInterrupted)
     ASSERT_TRUE(QFile::remove(path(u"till.sqlite"_s)));
     ASSERT_TRUE(QFile::rename(path(u"log"_s), path(u"till.sqlite-wal"_s)));
     const QByteArray log = bytes(u"till.sqlite-wal"_s);
-    const QList<DataFinding> found = openDataDirectory();
+    const QList<DataFinding> found = findings();
     ASSERT_EQ(found.size(), 1);
     EXPECT_EQ(found[0].kind, DataFinding::Kind::Lost);
     EXPECT_EQ(found[0].now, aside + u"-wal"_s);
@@ -183,7 +184,7 @@ TEST_F(DataCheck, SetsADamagedOpenReceiptAside)
     MockFactory<SaveToFileLogic>::create()->save(richSale(u"R-1"_s), {});
     const QByteArray cut = bytes(u"open-receipt"_s).chopped(1);
     overwrite(u"open-receipt"_s, cut);
-    const QList<DataFinding> found = openDataDirectory();
+    const QList<DataFinding> found = findings();
     ASSERT_EQ(found.size(), 1);
     EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), cut);
     EXPECT_EQ(SaveToFileLogic::loadOpenReceipt(), nullptr);
@@ -195,7 +196,7 @@ TEST_F(DataCheck, NeverGivesTwoFilesSetAsideTheSameName)
     for (int i = 0; i < 3; ++i) {
         (void)utils::dataFile(u"x"_s);
         overwrite(u"open-receipt"_s, QByteArray::number(i));
-        ASSERT_EQ(openDataDirectory().size(), 1);
+        ASSERT_EQ(findings().size(), 1);
     }
     EXPECT_EQ(utils::damagedFilesSetAside().size(), 3);
 }
@@ -205,7 +206,7 @@ TEST_F(DataCheck, LeavesAStoreOfALaterVersionByteForByteAsItWas)
     fillStore();
     changeStore(u"PRAGMA user_version=99"_s);
     const Files before = files();
-    EXPECT_EQ(failure([] { openDataDirectory(); }), u"hostStorageNewer"_s);
+    EXPECT_EQ(failure([] { findings(); }), u"hostStorageNewer"_s);
     EXPECT_EQ(files(), before);
 }
 
@@ -215,15 +216,15 @@ TEST_F(DataCheck, LeavesEverythingAsItWasWhenTheOpenReceiptIsOfALaterVersion)
     overwrite(u"open-receipt"_s, utils::sealed({0x4B595264, 2}, "what only the later version knows"));
     overwrite(u"till.sqlite"_s, "damaged as far as this version knows");
     const Files before = files();
-    EXPECT_EQ(failure([] { openDataDirectory(); }), u"hostStorageNewer"_s);
+    EXPECT_EQ(failure([] { findings(); }), u"hostStorageNewer"_s);
     EXPECT_EQ(files(), before);
 }
 
 TEST_F(DataCheck, TellsOfAFormerFileThatWasWrittenAfterTheUpgradeAndLeavesIt)
 {
-    openDataDirectory();
+    findings();
     overwrite(u"queue.sqlite"_s, "an earlier version's");
-    const QList<DataFinding> found = openDataDirectory();
+    const QList<DataFinding> found = findings();
     ASSERT_EQ(found.size(), 1);
     EXPECT_EQ(found[0].kind, DataFinding::Kind::Strange);
     EXPECT_EQ(bytes(u"queue.sqlite"_s), "an earlier version's");
@@ -235,7 +236,7 @@ TEST_F(DataCheck, SetsADamagedFormerFileAsideAndTakesTheOther)
     for (const QString& name : {u"receipts.sqlite"_s, u"receipts.sqlite-wal"_s})
         ASSERT_TRUE(QFile::copy(QStringLiteral(KYR_TEST_DATA "/version1/") + name, path(name)));
     overwrite(u"queue.sqlite"_s, QByteArray(8192, 'x'));
-    const QList<DataFinding> found = openDataDirectory();
+    const QList<DataFinding> found = findings();
     ASSERT_EQ(found.size(), 1);
     EXPECT_EQ(found[0].file, path(u"queue.sqlite"_s));
     EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), QByteArray(8192, 'x'));
@@ -244,32 +245,32 @@ TEST_F(DataCheck, SetsADamagedFormerFileAsideAndTakesTheOther)
 
 TEST_F(DataCheck, RefusesAFolderOrAFileThatMayNotBeWritten)
 {
-    openDataDirectory();
+    findings();
     for (const auto& [file, mode] : {std::pair(path(), 0555U), std::pair(path(u"till.sqlite"_s), 0444U)}) {
         for (const QString& open : {outer().path(), path()})
             ASSERT_EQ(chmod(QFile::encodeName(open).constData(), 0777), 0);
         ASSERT_EQ(chmod(QFile::encodeName(file).constData(), mode), 0);
         const test_support::Nobody nobody;
-        EXPECT_EQ(failure([] { openDataDirectory(); }), u"hostStorageDenied"_s) << file.toStdString();
+        EXPECT_EQ(failure([] { findings(); }), u"hostStorageDenied"_s) << file.toStdString();
     }
     ASSERT_EQ(chmod(QFile::encodeName(path()).constData(), 0700), 0);
 }
 
 TEST_F(DataCheck, RefusesAFullDiskBeforeAnythingIsPromised)
 {
-    openDataDirectory();
+    findings();
     const QByteArray before = bytes(u"till.sqlite"_s);
     {
         const test_support::FullDisk full(qint64{16} * 1024);
-        EXPECT_EQ(failure([] { openDataDirectory(); }), u"hostStorageFull"_s);
+        EXPECT_EQ(failure([] { findings(); }), u"hostStorageFull"_s);
     }
     EXPECT_EQ(bytes(u"till.sqlite"_s), before);
-    EXPECT_THAT(openDataDirectory(), IsEmpty());
+    EXPECT_THAT(findings(), IsEmpty());
 }
 
 TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
 {
-    openDataDirectory();
+    findings();
     fillStore();
     const QByteArray directory = QFile::encodeName(path());
     enum Result { Fine, NoDisk, NotRefused, NotMended };
@@ -281,7 +282,7 @@ TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
             mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
             mount("none", directory.constData(), "tmpfs", 0, "size=1m") != 0)
             _exit(NoDisk);
-        Result result = openDataDirectory().isEmpty() ? Fine : NotMended;
+        Result result = findings().isEmpty() ? Fine : NotMended;
         fillStore();
         {
             QFile filler(path(u"filler"_s));
@@ -290,10 +291,10 @@ TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
                 }
             }
         }
-        if (failure([] { openDataDirectory(); }) != u"hostStorageFull"_s)
+        if (failure([] { findings(); }) != u"hostStorageFull"_s)
             result = NotRefused;
         QFile::remove(path(u"filler"_s));
-        if (!openDataDirectory().isEmpty() || MessageQueue().waitingCount() != 20)
+        if (!findings().isEmpty() || MessageQueue().waitingCount() != 20)
             result = NotMended;
         _exit(result);
     }
@@ -310,7 +311,7 @@ TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
 TEST_F(DataCheck, LooksThroughALargeFileOnceDamageWasMetInIt)
 {
     const QByteArray damaged = damageALargeStore();
-    EXPECT_THAT(openDataDirectory(), IsEmpty()) << "too large to be looked through at each start";
+    EXPECT_THAT(findings(), IsEmpty()) << "too large to be looked through at each start";
     QString told;
     for (int i = 100; i < 300 && told.isEmpty(); ++i)
         told = failure([&] { (void)DocumentsDao().loadDocument(u"R-%1"_s.arg(i), false); });
@@ -331,7 +332,7 @@ TEST_F(DataCheck, KeepsASoundStoreThatWasReadThroughUnderSuspicion)
     overwrite(u"till.sqlite.suspect"_s, {});
     EXPECT_NO_THROW(utils::readThroughStore());
     EXPECT_FALSE(QFile::exists(path(u"till.sqlite.suspect"_s)));
-    EXPECT_THAT(openDataDirectory(), IsEmpty());
+    EXPECT_THAT(findings(), IsEmpty());
     EXPECT_EQ(MessageQueue().waitingCount(), 20);
 }
 
