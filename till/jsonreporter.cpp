@@ -56,7 +56,7 @@ void JsonReporter::step(const StepReport& report)
         member(u"points"_s, report.points),
         member(u"balance"_s, QJsonValue::fromVariant(report.balance)),
         member(u"impacts"_s, sums(report.impacts)),
-        member(u"queued"_s, report.queued),
+        member(u"queued"_s, report.queued ? QJsonValue(*report.queued) : QJsonValue()),
         member(u"unknown"_s, report.unknown ? QJsonValue(*report.unknown) : QJsonValue()),
     };
     if (m_verbose)

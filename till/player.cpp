@@ -1,6 +1,7 @@
 #include "till/player.h"
 
 #include "host/utils/basicexception.h"
+#include "host/utils/logging.h"
 #include "till/usageerror.h"
 
 #include <utility>
@@ -38,6 +39,17 @@ QList<DocumentImpact::PositionSum> newestImpact(const BasicLoyaltySystem& loyalt
                                                 : impacts.last()->getPositionSums();
 }
 
+/// A queue that cannot be read is no reason to leave the cashier alone with an open receipt.
+std::optional<int> waiting(Till& till)
+{
+    try {
+        return till.queue().waitingCount();
+    } catch (const BasicException& failure) {
+        utils::logger(u"till"_s)->error(failure.tr().ru());
+        return std::nullopt;
+    }
+}
+
 } // namespace
 
 void Player::passTime()
@@ -66,7 +78,7 @@ void Player::play(const Step& step)
                      .points = m_till.loyalty().currentPointsForSpend(),
                      .balance = balance(m_till),
                      .impacts = newestImpact(m_till.loyalty()),
-                     .queued = m_till.queue().waitingCount(),
+                     .queued = waiting(m_till),
                      .unknown = unknown ? std::optional(unknown->points) : std::nullopt,
                      .trace = m_trace.take()});
 }

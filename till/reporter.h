@@ -34,7 +34,7 @@ struct StepReport
     double points;                              ///< points for spend
     QVariant balance;                           ///< of the card on the receipt; invalid: none, or not known
     QList<DocumentImpact::PositionSum> impacts; ///< of the newest impact
-    int queued;                                 ///< messages waiting to be sent
+    std::optional<int> queued;                  ///< messages waiting to be sent; nothing: it cannot be read
     std::optional<double> unknown = {};         ///< points of a spending whose outcome is not known
     QList<TraceEntry> trace;
 };

@@ -93,6 +93,31 @@ TEST(TillRecovery, ADamagedReceiptIsSetAsideAndSaidAndTheTillGoesOn)
         << "it is said where it lies";
 }
 
+TEST(TillRecovery, AStoreThatIsDamagedDuringWorkIsSaidAtEachStepAndSetAsideByTheNextStart)
+{
+    const KeptTill till;
+    QProcess shell;
+    till.startShell(shell);
+    play(shell, sale);
+    play(shell, card);
+    const QString path = till.directory() + u"/till.sqlite"_s;
+    QFile store(path);
+    ASSERT_TRUE(store.open(QIODevice::ReadWrite) && store.seek(4096));
+    ASSERT_GT(store.write(QByteArray(store.size(), 'x')), 0);
+    store.close();
+    ASSERT_TRUE(QFile::resize(path + u"-wal"_s, 0));
+
+    const QJsonObject paid = play(shell, R"({ "do": "pay" })");
+    EXPECT_FALSE(paid.value(u"ok"_s).toBool());
+    EXPECT_THAT(paid.value(u"error"_s).toString().toStdString(), testing::HasSubstr("till.sqlite"));
+    EXPECT_TRUE(paid.value(u"queued"_s).isNull());
+    EXPECT_FALSE(play(shell, R"({ "do": "pay" })").isEmpty()) << "the till goes on";
+    end(shell);
+
+    EXPECT_TRUE(linesOf(till.runSteps(R"({ "do": "pay" })")).value(0).value(u"ok"_s).toBool());
+    EXPECT_EQ(QDir(till.directory()).entryList({u"till.sqlite.damaged-*"_s}).size(), 1);
+}
+
 TEST(TillRecovery, AReceiptOfALaterVersionIsRefusedAndLeftAsItIs)
 {
     const KeptTill till;
