@@ -27,6 +27,11 @@ int stride()
     return isNumber && every > 0 ? every : 61; // a sample: a few seconds for each scenario
 }
 
+std::string textOf(const Kill& kill)
+{
+    return u"killed at %1 %2"_s.arg(kill.call).arg(kill.number).toStdString();
+}
+
 std::string textOf(const QStringList& lines) { return lines.join(u'\n').toStdString(); }
 
 std::string nameOf(const ::testing::TestParamInfo<qsizetype>& info)
@@ -70,18 +75,27 @@ protected:
         return chosen;
     }
 
-    /// Plays the scenario, is killed there, and goes on; true when it was killed.
-    static bool playKilledAt(const Kill& kill, const QStringList& books)
+    /// Plays the scenario, is killed at the first of these calls, goes on, is killed at the next, and so on
+    /// to the end; how often it was killed.
+    static int playKilledAt(const QList<Kill>& kills, const QStringList& books)
     {
         World world(scenario());
-        const Ended first = runTillKilledAt(kill.call, kill.number, world.arguments());
-        Ended last = first;
-        if (first.killed)
-            last = runTill(world.arguments(first.steps.size()));
-        EXPECT_EQ(last.status, 0) << last.errors.toStdString() << "after " << first.steps.size() << " steps";
+        int killed = 0;
+        qsizetype played = 0;
+        Ended ended;
+        for (const Kill& kill : kills) {
+            ended = runTillKilledAt(kill.call, kill.number, world.arguments(played));
+            played += ended.steps.size();
+            if (!ended.killed)
+                break;
+            ++killed;
+        }
+        if (ended.killed)
+            ended = runTill(world.arguments(played));
+        EXPECT_EQ(ended.status, 0) << ended.errors.toStdString() << "after " << played << " steps";
         EXPECT_EQ(textOf(booksOf(world.standUrl())), textOf(books));
         EXPECT_THAT(textOf(differences(world.dataDirectory(), world.standUrl())), IsEmpty());
-        return first.killed;
+        return killed;
     }
 };
 
@@ -94,14 +108,28 @@ TEST_P(ACrashingTill, LosesAndDoublesNothing)
     ASSERT_FALSE(plan.isEmpty());
     int killed = 0;
     for (const Kill& kill : plan) {
-        SCOPED_TRACE(u"killed at %1 %2 of %3"_s.arg(kill.call)
-                         .arg(kill.number)
-                         .arg(QString::fromLatin1(scenario().name))
-                         .toStdString());
-        killed += playKilledAt(kill, books) ? 1 : 0;
+        SCOPED_TRACE(textOf(kill));
+        killed += playKilledAt({kill}, books);
     }
     EXPECT_GE(killed + 1, plan.size() * 9 / 10) << "hardly any call may come or not, as time has it";
     std::cout << scenario().name << ": killed " << killed << " times of " << plan.size() << std::endl;
+}
+
+TEST_P(ACrashingTill, LosesAndDoublesNothingWhenKilledAgainOnItsWayBack)
+{
+    const QStringList books = undisturbed();
+    const QList<Kill> plan = kills();
+    ASSERT_FALSE(plan.isEmpty());
+    int twice = 0;
+    for (qsizetype i = 0; i < plan.size(); ++i) {
+        // Another kind of call each time; what is left to do is shorter, so that many never come to it.
+        const Kill& again = plan[(i * 5 + plan.size() / 2) % plan.size()];
+        const QList<Kill> both{plan[i], {again.call, (again.number + 2) / 3}};
+        SCOPED_TRACE(textOf(both[0]) + ", then " + textOf(both[1]));
+        twice += playKilledAt(both, books) > 1 ? 1 : 0;
+    }
+    EXPECT_GE(twice, plan.size() / 2);
+    std::cout << scenario().name << ": killed twice " << twice << " times of " << plan.size() << std::endl;
 }
 
 INSTANTIATE_TEST_SUITE_P(Playing, ACrashingTill, ::testing::Range<qsizetype>(0, scenarios().size()), nameOf);
