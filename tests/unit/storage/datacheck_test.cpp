@@ -70,7 +70,7 @@ protected:
     }
 
     /// Makes a store larger than what a start reads, with rubbish at its end, and returns its bytes.
-    QByteArray damageALargeStore() const
+    [[nodiscard]] QByteArray damageALargeStore() const
     {
         fillStore();
         changeStore(u"INSERT INTO history (id, queue, receipt, enqueued, finished, text, attempts, error, "
