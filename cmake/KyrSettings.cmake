@@ -31,6 +31,9 @@ target_compile_definitions(kyr_settings INTERFACE
 if(KYR_SANITIZE)
   target_compile_options(kyr_settings INTERFACE -fsanitize=${KYR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(kyr_settings INTERFACE -fsanitize=${KYR_SANITIZE})
+  if(KYR_SANITIZE MATCHES thread)
+    set(KYR_PROGRAM_SOURCES "${PROJECT_SOURCE_DIR}/cmake/tsan/clone.cpp")
+  endif()
 else()
   # A sanitizer's runtime is found in the program, so its libraries have undefined symbols by design.
   target_link_options(kyr_settings INTERFACE -Wl,--no-undefined)

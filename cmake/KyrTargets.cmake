@@ -26,7 +26,7 @@ endfunction()
 
 function(kyr_program name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
-  add_executable(${name} ${arg_SOURCES})
+  add_executable(${name} ${arg_SOURCES} ${KYR_PROGRAM_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBS} kyr_settings)
 endfunction()
 

@@ -264,9 +264,7 @@ QList<HttpRequest> HttpServer::requests() const
 QList<HttpRequest> HttpServer::waitForRequests(qsizetype count) const
 {
     std::unique_lock lock(m_worker->mutex);
-    // Not wait_for(): the thread sanitizer does not see that it lets go of the mutex.
-    m_worker->arrived.wait_until(lock, std::chrono::system_clock::now() + patience,
-                                 [&] { return m_worker->requests.size() >= count; });
+    m_worker->arrived.wait_for(lock, patience, [&] { return m_worker->requests.size() >= count; });
     return m_worker->requests;
 }
 
