@@ -59,7 +59,8 @@ private:
     int m_troubles = 0; // in a row
     mutable std::mutex m_mutex;
     DeliveryState m_state;
-    std::atomic<Clock::time_point> m_due = Clock::now(); ///< when the thread has to have gone on
+    /// When the thread has to have gone on.
+    std::atomic<Clock::time_point> m_due = Clock::now();
     std::jthread m_thread; // the last: it uses all of the others
 };
 
