@@ -34,6 +34,13 @@ QString phaseText(const DeliveryState& state)
     return {};
 }
 
+QString lastFailure(const DeliveryState& state)
+{
+    return state.lastError.isEmpty()
+               ? QString()
+               : u"; the last attempt failed: "_s + utils::maskNumbers(state.lastError).replace(u'\n', u' ');
+}
+
 /// What the worker's thread tells, on the console and to the service manager.
 class Account
 {
@@ -47,11 +54,11 @@ public:
         const std::lock_guard lock(m_mutex);
         m_state = state;
         const QString text = phaseText(state);
+        notifyServiceManager("STATUS=" + (text + lastFailure(state)).toUtf8());
         if (text == m_last)
             return;
         m_last = text;
         m_console.line(text);
-        notifyServiceManager("STATUS=" + text.toUtf8());
     }
 
     void attempted(const QueuedMessage& message, const QueueAttempt& attempt)
