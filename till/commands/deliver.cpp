@@ -34,13 +34,6 @@ QString phaseText(const DeliveryState& state)
     return {};
 }
 
-QString lastFailure(const DeliveryState& state)
-{
-    return state.lastError.isEmpty()
-               ? QString()
-               : u"; the last attempt failed: "_s + utils::maskNumbers(state.lastError).replace(u'\n', u' ');
-}
-
 /// What the worker's thread tells, on the console and to the service manager.
 class Account
 {
@@ -54,7 +47,9 @@ public:
         const std::lock_guard lock(m_mutex);
         m_state = state;
         const QString text = phaseText(state);
-        notifyServiceManager("STATUS=" + (text + lastFailure(state)).toUtf8());
+        // Every user of the machine may read the status: why it failed may hold the service's words.
+        notifyServiceManager("STATUS=" + text.toUtf8() +
+                             (state.lastError.isEmpty() ? "" : "; the last attempt failed, see the journal"));
         if (text == m_last)
             return;
         m_last = text;
@@ -138,7 +133,7 @@ Command deliverCommand()
                 "hand. The\n"
                 "present password takes the place of the one that a message was queued with. Tells the "
                 "service manager that\n"
-                "started it when it is ready, and keeps its watchdog while the delivery goes on.\n\n"
+                "started it when it is ready, and keeps its watchdog.\n\n"
                 "With --json: {\"delivered\", \"failed\" (attempts), \"waiting\", \"parked\"}, at the end."_s,
             .options = {},
             .examples = {{u"till deliver --config /etc/kyr-loyalty/till.toml"_s, u"in the foreground"_s},
