@@ -2,9 +2,12 @@
 
 #include "host/network/queuenotice.h"
 #include "host/network/queuepause.h"
+#include "host/network/restclient.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/logging.h"
 
+#include <algorithm>
+#include <atomic>
 #include <exception>
 #include <mutex>
 #include <thread>
@@ -29,7 +32,15 @@ public:
         return m_state;
     }
 
+    [[nodiscard]] std::chrono::milliseconds overdue() const
+    {
+        const auto late = Clock::now() - m_due.load();
+        return std::max(std::chrono::duration_cast<std::chrono::milliseconds>(late), {});
+    }
+
 private:
+    using Clock = std::chrono::steady_clock;
+
     void run(const std::stop_token& stop);
     /// Delivers until a stop is asked for. Throws when the data directory can't be used.
     void work(const std::stop_token& stop);
@@ -40,11 +51,16 @@ private:
     void noteAttempt(const QueuedMessage& message, const QueueAttempt& attempt);
     template <class Change>
     void change(Change change);
+    /// The thread goes on, and has to do so again within that time.
+    void beat(std::chrono::milliseconds longest = {}) { m_due = Clock::now() + longest; }
+    void wait(std::uint64_t seen, std::chrono::milliseconds longest, const std::stop_token& stop);
 
     Options m_options;
     int m_troubles = 0; // in a row
     mutable std::mutex m_mutex;
     DeliveryState m_state;
+    /// When the thread has to have gone on.
+    std::atomic<Clock::time_point> m_due = Clock::now();
     std::jthread m_thread; // the last: it uses all of the others
 };
 
@@ -60,9 +76,10 @@ void DeliveryWorker::Thread::run(const std::stop_token& stop)
         }
         // What is put in meanwhile mends nothing: wait for the stop alone.
         if (m_troubles > 0)
-            network::queuenotice::wait(UINT64_MAX, network::pauseAfter(m_troubles, 0.5), stop);
+            wait(UINT64_MAX, network::pauseAfter(m_troubles, 0.5), stop);
     }
     change([](DeliveryState& state) { state.phase = Phase::Stopped; });
+    m_due = Clock::time_point::max();
 }
 
 void DeliveryWorker::Thread::work(const std::stop_token& stop)
@@ -74,6 +91,12 @@ void DeliveryWorker::Thread::work(const std::stop_token& stop)
     options.attempted = [this](const QueuedMessage& message, const QueueAttempt& attempt) {
         noteAttempt(message, attempt);
     };
+    // Asked for just before each exchange, whose own limit lies in the message.
+    options.authorization = [this](const QUrl& url) {
+        beat(std::chrono::seconds(RestClient::longestTimeout));
+        const auto& present = m_options.delivery.authorization;
+        return present ? present(url) : QString();
+    };
     MessageQueue queue;
     QueueDelivery delivery(queue, options);
     if (m_troubles == 0) // else the first run through shows whether they are over
@@ -83,7 +106,7 @@ void DeliveryWorker::Thread::work(const std::stop_token& stop)
         delivery.deliverDue(*lock, stop);
         m_troubles = 0;
         noteDelivering();
-        network::queuenotice::wait(seen, m_options.poll, stop);
+        wait(seen, m_options.poll, stop);
     }
 }
 
@@ -97,9 +120,17 @@ std::unique_ptr<utils::FileLock> DeliveryWorker::Thread::standBy(const std::stop
             state.phase = Phase::Standby;
             state.trouble.clear();
         });
-        network::queuenotice::wait(UINT64_MAX, m_options.poll, stop);
+        wait(UINT64_MAX, m_options.poll, stop);
     }
     return nullptr;
+}
+
+void DeliveryWorker::Thread::wait(std::uint64_t seen, std::chrono::milliseconds longest,
+                                  const std::stop_token& stop)
+{
+    beat(longest);
+    network::queuenotice::wait(seen, longest, stop);
+    beat();
 }
 
 void DeliveryWorker::Thread::noteDelivering()
@@ -122,6 +153,7 @@ void DeliveryWorker::Thread::noteTrouble(const QString& what)
 
 void DeliveryWorker::Thread::noteAttempt(const QueuedMessage& message, const QueueAttempt& attempt)
 {
+    beat();
     change([&attempt](DeliveryState& state) {
         ++(attempt.error.isEmpty() ? state.delivered : state.failed);
         state.lastError = attempt.error;
@@ -159,3 +191,5 @@ DeliveryWorker::~DeliveryWorker() = default;
 void DeliveryWorker::requestStop() { m_thread->requestStop(); }
 
 DeliveryState DeliveryWorker::state() const { return m_thread->state(); }
+
+std::chrono::milliseconds DeliveryWorker::overdue() const { return m_thread->overdue(); }

@@ -62,6 +62,12 @@ public:
     /// May be asked for in any thread.
     [[nodiscard]] DeliveryState state() const;
 
+    /// How long the thread has been busy with one step beyond what that step may take: beyond the pause that
+    /// it makes, beyond the longest exchange that there is (RestClient::longestTimeout), beyond no time at
+    /// all with anything else. Small while the worker lives, idle or not; grows without end once it is stuck.
+    /// Zero when it has ended. May be asked for in any thread.
+    [[nodiscard]] std::chrono::milliseconds overdue() const;
+
 private:
     class Thread;
     std::unique_ptr<Thread> m_thread;

@@ -47,11 +47,13 @@ public:
         const std::lock_guard lock(m_mutex);
         m_state = state;
         const QString text = phaseText(state);
+        // Every user of the machine may read the status: why it failed may hold the service's words.
+        notifyServiceManager("STATUS=" + text.toUtf8() +
+                             (state.lastError.isEmpty() ? "" : "; the last attempt failed, see the journal"));
         if (text == m_last)
             return;
         m_last = text;
         m_console.line(text);
-        notifyServiceManager("STATUS=" + text.toUtf8());
     }
 
     void attempted(const QueuedMessage& message, const QueueAttempt& attempt)
@@ -72,11 +74,15 @@ private:
     DeliveryState m_state;
 };
 
-void keepUp(const StopSignals& signals)
+/// Returns when it is time to stop.
+void keepUp(const StopSignals& signals, const DeliveryWorker& worker)
 {
     const auto interval = watchdogInterval().value_or(std::chrono::hours(1));
-    while (!signals.wait(interval))
-        notifyServiceManager("WATCHDOG=1");
+    while (!signals.wait(interval)) {
+        // This thread hardly ever gets stuck; the worker delivers, so the watchdog is to watch that.
+        if (worker.overdue() < interval)
+            notifyServiceManager("WATCHDOG=1");
+    }
 }
 
 int run(const Invocation& invocation)
@@ -99,7 +105,7 @@ int run(const Invocation& invocation)
                               }},
              .changed = [&account](const DeliveryState& state) { account.changed(state); }});
         notifyServiceManager("READY=1");
-        keepUp(signals);
+        keepUp(signals, worker);
         notifyServiceManager("STOPPING=1");
     }
     const DeliveryState& last = account.state();

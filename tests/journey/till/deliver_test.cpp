@@ -9,9 +9,12 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -35,8 +38,6 @@ public:
         const QByteArray name = path.toUtf8();
         std::memcpy(address.sun_path, name.constData(), static_cast<std::size_t>(name.size()));
         m_socket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        const timeval patience{30, 0};
-        setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
         EXPECT_EQ(bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     }
     ~Manager() { close(m_socket); }
@@ -46,17 +47,70 @@ public:
     /// Waits until it is told that.
     [[nodiscard]] bool hears(const QByteArray& state) const
     {
-        std::array<char, 512> piece{};
-        ssize_t size = 0;
-        while ((size = recv(m_socket, piece.data(), piece.size(), 0)) > 0) {
-            if (QByteArrayView(piece.data(), size) == state)
+        setPatience(std::chrono::milliseconds(patienceMs));
+        QByteArray heard;
+        while (!(heard = next()).isNull()) {
+            if (heard == state)
                 return true;
         }
         return false;
     }
 
+    /// Waits until it is told nothing for so long.
+    [[nodiscard]] bool hearsNothingFor(std::chrono::milliseconds time) const
+    {
+        setPatience(time);
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(patienceMs);
+        while (!next().isNull()) {
+            if (std::chrono::steady_clock::now() > end)
+                return false;
+        }
+        return true;
+    }
+
 private:
+    void setPatience(std::chrono::milliseconds time) const
+    {
+        const timeval patience{time.count() / 1000, time.count() % 1000 * 1000};
+        setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    }
+    /// Null when nothing comes.
+    [[nodiscard]] QByteArray next() const
+    {
+        std::array<char, 512> piece{};
+        const ssize_t size = recv(m_socket, piece.data(), piece.size(), 0);
+        return size < 0 ? QByteArray() : QByteArray(piece.data(), size);
+    }
+
     int m_socket;
+};
+
+/// A named pipe with no room left: whoever writes to it is stuck until it is emptied.
+class FullPipe
+{
+public:
+    explicit FullPipe(const QString& path)
+    {
+        const QByteArray name = path.toUtf8();
+        EXPECT_EQ(mkfifo(name.constData(), 0600), 0);
+        m_pipe = open(name.constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+        const QByteArray page(4096, ' ');
+        while (write(m_pipe, page.constData(), static_cast<std::size_t>(page.size())) > 0) {
+        }
+    }
+    ~FullPipe() { close(m_pipe); }
+    FullPipe(const FullPipe&) = delete;
+    FullPipe& operator=(const FullPipe&) = delete;
+
+    void empty() const
+    {
+        std::array<char, 4096> piece{};
+        while (read(m_pipe, piece.data(), piece.size()) > 0) {
+        }
+    }
+
+private:
+    int m_pipe;
 };
 
 /// A data directory with an outgoing queue, a service, and the program that delivers to it.
@@ -178,6 +232,33 @@ TEST_F(TillDeliver, TellsTheServiceManagerAndKeepsItsWatchdog)
     EXPECT_TRUE(manager.hears("WATCHDOG=1"));
     EXPECT_EQ(stopProgram(), 0);
     EXPECT_TRUE(manager.hears("STOPPING=1"));
+}
+
+TEST_F(TillDeliver, TellsTheServiceManagerThatTheLastAttemptFailedButNotWhy)
+{
+    server.enqueue(HttpAnswer::status(503, R"({"data": [{"message": "down"}]})"));
+    server.enqueue(HttpAnswer::status(200, "{}"));
+    const QString path = files.path(u"notify"_s);
+    const Manager manager(path);
+    startProgram({u"NOTIFY_SOCKET="_s + path});
+    EXPECT_TRUE(manager.hears("STATUS=delivering"));
+    EXPECT_TRUE(manager.hears("STATUS=delivering; the last attempt failed, see the journal"));
+    EXPECT_TRUE(manager.hears("STATUS=delivering"));
+    EXPECT_EQ(stopProgram(), 0);
+}
+
+TEST_F(TillDeliver, LetsTheWatchdogGoWhileItsDeliveryIsStuck)
+{
+    const QString path = files.path(u"notify"_s);
+    const Manager manager(path);
+    const FullPipe output(files.path(u"output"_s));
+    program.setStandardOutputFile(files.path(u"output"_s));
+    startProgram({u"NOTIFY_SOCKET="_s + path, u"WATCHDOG_USEC=200000"_s});
+    ASSERT_TRUE(manager.hears("READY=1"));
+    EXPECT_TRUE(manager.hearsNothingFor(std::chrono::seconds(1)));
+    output.empty();
+    EXPECT_TRUE(manager.hears("WATCHDOG=1"));
+    EXPECT_EQ(stopProgram(), 0);
 }
 
 TEST_F(TillDeliver, StandsByWhileAnotherDelivers)

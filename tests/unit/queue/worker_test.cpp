@@ -250,4 +250,99 @@ TEST_F(Worker, NoticesThatItsFileWasTakenAwayAndGoesOnWithTheNewOne)
     EXPECT_THAT(sent(), ElementsAre(7));
 }
 
+/// Long enough for a worker to become overdue in, if ever.
+constexpr auto period = 400ms;
+
+/// The most that the worker was overdue in a period.
+std::chrono::milliseconds mostOverdue(const DeliveryWorker& worker)
+{
+    std::chrono::milliseconds most{0};
+    const auto end = std::chrono::steady_clock::now() + period;
+    while (std::chrono::steady_clock::now() < end) {
+        most = std::max(most, worker.overdue());
+        std::this_thread::sleep_for(1ms);
+    }
+    return most;
+}
+
+/// Waits until its being overdue is so.
+template <class Condition>
+bool comesTo(const DeliveryWorker& worker, Condition condition)
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!condition(worker.overdue())) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+TEST_F(Worker, IsNotOverdueWhileThereIsNothingToDo)
+{
+    Watch watch;
+    const DeliveryWorker worker(options(watch, 24h));
+    ASSERT_TRUE(watch.saw(Phase::Delivering));
+    EXPECT_LT(mostOverdue(worker), period / 2);
+}
+
+TEST_F(Worker, IsNotOverdueWhileItStandsBy)
+{
+    const auto lock = QueueDelivery::lock();
+    Watch watch;
+    const DeliveryWorker worker(options(watch, 24h));
+    ASSERT_TRUE(watch.saw(Phase::Standby));
+    EXPECT_LT(mostOverdue(worker), period / 2);
+}
+
+TEST_F(Worker, IsNotOverdueInThePauseAfterATrouble)
+{
+    const QString damaged = path(u"damaged"_s);
+    utils::setDataDirectory(damaged);
+    (void)utils::dataFile(u"till.sqlite"_s);
+    overwrite(u"damaged/till.sqlite"_s, "no database at all");
+    Watch watch;
+    const DeliveryWorker worker(options(watch));
+    ASSERT_TRUE(watch.saw(Phase::Trouble));
+    EXPECT_LT(mostOverdue(worker), period / 2);
+}
+
+TEST_F(Worker, IsNotOverdueWhileItWaitsForAnAnswer)
+{
+    answer(1, 24h);
+    add(u"A"_s, 1);
+    Watch watch;
+    const DeliveryWorker worker(options(watch));
+    ASSERT_EQ(server.waitForRequests(1).size(), 1);
+    EXPECT_LT(mostOverdue(worker), period / 2);
+    server.stop(); // or it would wait for the rest of the message's timeout
+}
+
+TEST_F(Worker, IsOverdueWhileItIsStuckInAnythingElse)
+{
+    answer(1);
+    add(u"A"_s, 1);
+    std::mutex stuck;
+    Watch watch;
+    DeliveryWorker::Options chosen = options(watch, 24h);
+    chosen.delivery.attempted = [&stuck](const QueuedMessage&, const QueueAttempt&) {
+        const std::lock_guard lock(stuck);
+    };
+    std::unique_lock lock(stuck);
+    const DeliveryWorker worker(chosen);
+    const bool cameTo = comesTo(worker, [](auto time) { return time > period; });
+    lock.unlock();
+    EXPECT_TRUE(cameTo);
+    EXPECT_TRUE(comesTo(worker, [](auto time) { return time == 0ms; })) << "it goes on";
+}
+
+TEST_F(Worker, IsNotOverdueOnceItHasEnded)
+{
+    Watch watch;
+    DeliveryWorker worker(options(watch));
+    worker.requestStop();
+    ASSERT_TRUE(watch.saw(Phase::Stopped));
+    EXPECT_LT(mostOverdue(worker), period / 2);
+}
+
 } // namespace
