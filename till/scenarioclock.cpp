@@ -1,7 +1,7 @@
 #include "till/scenarioclock.h"
 
 #include "host/utils/currenttime.h"
-#include "till/usageerror.h"
+#include "host/utils/privatefile.h"
 
 #include <QFile>
 
@@ -45,10 +45,7 @@ void ScenarioClock::goOnFrom(const QString& fileName)
 
 void ScenarioClock::keepIn(const QString& fileName) const
 {
-    QFile file(fileName);
-    const QByteArray text = m_now.toUTC().toString(Qt::ISODate).toLatin1() + '\n';
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush())
-        throw UsageError(u"%1: cannot be written: %2"_s.arg(fileName, file.errorString()));
+    utils::replaceFile(fileName, m_now.toUTC().toString(Qt::ISODate).toLatin1() + '\n');
 }
 
 } // namespace till

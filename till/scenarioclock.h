@@ -20,7 +20,7 @@ public:
     /// Goes on where the clock of an earlier run stopped that was kept in that file, when that lies ahead:
     /// the service must not meet a second twice. Nothing happens when there is no such file.
     void goOnFrom(const QString& fileName);
-    /// Throws UsageError when the file can't be written.
+    /// Throws BasicException when the file can't be written.
     void keepIn(const QString& fileName) const;
 
     void advance(std::chrono::seconds time) { m_now = m_now.addSecs(time.count()); }

@@ -2,7 +2,7 @@
 
 #include "host/network/queuenotice.h"
 #include "host/network/queuepause.h"
-#include "host/network/restclient.h"
+#include "host/network/queuesending.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/logging.h"
 
@@ -91,11 +91,10 @@ void DeliveryWorker::Thread::work(const std::stop_token& stop)
     options.attempted = [this](const QueuedMessage& message, const QueueAttempt& attempt) {
         noteAttempt(message, attempt);
     };
-    // Asked for just before each exchange, whose own limit lies in the message.
-    options.authorization = [this](const QUrl& url) {
-        beat(std::chrono::seconds(RestClient::longestTimeout));
-        const auto& present = m_options.delivery.authorization;
-        return present ? present(url) : QString();
+    options.attempting = [this](const QueuedMessage& message) {
+        beat(network::timeoutOf(message));
+        if (m_options.delivery.attempting)
+            m_options.delivery.attempting(message);
     };
     MessageQueue queue;
     QueueDelivery delivery(queue, options);

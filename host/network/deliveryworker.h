@@ -63,9 +63,9 @@ public:
     [[nodiscard]] DeliveryState state() const;
 
     /// How long the thread has been busy with one step beyond what that step may take: beyond the pause that
-    /// it makes, beyond the longest exchange that there is (RestClient::longestTimeout), beyond no time at
-    /// all with anything else. Small while the worker lives, idle or not; grows without end once it is stuck.
-    /// Zero when it has ended. May be asked for in any thread.
+    /// it makes, beyond the timeout of the message that it sends, beyond no time at all with anything else.
+    /// Small while the worker lives, idle or not; grows without end once it is stuck. Zero when it has ended.
+    /// May be asked for in any thread.
     [[nodiscard]] std::chrono::milliseconds overdue() const;
 
 private:

@@ -74,6 +74,8 @@ bool QueueDelivery::isHeldUp(const QDateTime& now) const
 
 void QueueDelivery::deliver(const QueuedMessage& message, const QDateTime& start, Summary& summary)
 {
+    if (m_options.attempting)
+        m_options.attempting(message);
     const SendingOutcome outcome = network::sendQueued(message, m_options.authorization);
     const bool held = note(message, outcome, notBefore(start));
     if (outcome.delivered()) {

@@ -40,6 +40,8 @@ public:
         std::function<QString(const QUrl&)> authorization;
         /// Moves the pauses, from 0 to 1; by default the system's.
         std::function<double()> random;
+        /// Told of each message just before it is sent.
+        std::function<void(const QueuedMessage&)> attempting = {};
         /// Told of each attempt after it was noted in the queue.
         std::function<void(const QueuedMessage&, const QueueAttempt&)> attempted;
     };

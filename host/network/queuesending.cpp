@@ -118,6 +118,11 @@ bool SendingOutcome::unauthorized() const { return attempt.code == unauthorizedS
 
 bool SendingOutcome::answered() const { return delivered() || attempt.code >= firstStatus; }
 
+std::chrono::seconds timeoutOf(const QueuedMessage& queued)
+{
+    return std::chrono::seconds(RestClient::timeoutOf(queued.message.value(u"timeout"_s).toInt()));
+}
+
 SendingOutcome sendQueued(const QueuedMessage& queued,
                           const std::function<QString(const QUrl&)>& authorization)
 {
@@ -132,7 +137,7 @@ SendingOutcome sendQueued(const QueuedMessage& queued,
     const auto headers = headersOf(message, authorization ? authorization(url) : QString());
 
     const auto client = MockFactory<RestClient>::create();
-    client->setTimeout(message.value(u"timeout"_s).toInt());
+    client->setTimeout(static_cast<int>(timeoutOf(queued).count()));
     QElapsedTimer clock;
     clock.start();
     if (method == u"POST")

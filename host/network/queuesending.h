@@ -4,6 +4,7 @@
 
 #include <QUrl>
 
+#include <chrono>
 #include <functional>
 
 namespace network {
@@ -20,6 +21,9 @@ struct SendingOutcome
     /// It was the service that answered, not the network that failed.
     [[nodiscard]] bool answered() const;
 };
+
+/// The longest that sending the message may take.
+[[nodiscard]] std::chrono::seconds timeoutOf(const QueuedMessage& queued);
 
 /// Sends the message and waits for the answer. What `authorization` says takes the place of the stored header
 /// of that name.

@@ -97,9 +97,11 @@ void log(const RestExchange& exchange)
 
 } // namespace
 
-void RestClient::setTimeout(int seconds)
+void RestClient::setTimeout(int seconds) { m_timeout = timeoutOf(seconds); }
+
+int RestClient::timeoutOf(int seconds)
 {
-    m_timeout = seconds > 0 ? std::min(seconds, longestTimeout) : defaultTimeout;
+    return seconds > 0 ? std::min(seconds, longestTimeout) : defaultTimeout;
 }
 
 void RestClient::get(const QUrl& url, const QJsonDocument& document, const QHash<QString, QString>& headers)

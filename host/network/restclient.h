@@ -81,6 +81,8 @@ public:
     /// so there is no "unlimited": 0 or less means defaultTimeout, more than longestTimeout means
     /// longestTimeout.
     virtual void setTimeout(int seconds);
+    /// The seconds that setTimeout() makes of these.
+    [[nodiscard]] static int timeoutOf(int seconds);
 
     /// GET; a document that is not empty is sent as its compact JSON.
     virtual void get(const QUrl& url, const QJsonDocument& document, const QHash<QString, QString>& headers);
