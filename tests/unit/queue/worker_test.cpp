@@ -336,6 +336,24 @@ TEST_F(Worker, IsOverdueWhileItIsStuckInAnythingElse)
     EXPECT_TRUE(comesTo(worker, [](auto time) { return time == 0ms; })) << "it goes on";
 }
 
+TEST_F(Worker, IsOverdueOnceAMessageTakesLongerThanItsTimeout)
+{
+    QVariantMap message = test_support::messageTo(server.url(u"/x"_s).toString(), "1");
+    message.insert(u"timeout"_s, 1);
+    queue.enqueue(u"q"_s, u"A"_s, message, {});
+    answer(1);
+    std::mutex stuck;
+    Watch watch;
+    DeliveryWorker::Options chosen = options(watch, 24h);
+    chosen.delivery.attempting = [&stuck](const QueuedMessage&) { const std::lock_guard lock(stuck); };
+    std::unique_lock lock(stuck);
+    const DeliveryWorker worker(chosen);
+    const bool cameTo = comesTo(worker, [](auto time) { return time > period; });
+    lock.unlock();
+    EXPECT_TRUE(cameTo);
+    EXPECT_TRUE(watch.sawDelivered(1)) << "it goes on";
+}
+
 TEST_F(Worker, IsNotOverdueOnceItHasEnded)
 {
     Watch watch;
