@@ -11,11 +11,9 @@ bool isAnswer(int code) { return code == 0 || (code >= 400 && code < 500); }
 
 ServiceWatch::ServiceWatch()
 {
+    connect(this, &ServiceWatch::heard, this, &ServiceWatch::note);
     RestClient::setObserver([this](const RestExchange& exchange) {
-        const QString operation = exchange.url.path().section(u'/', -1);
-        const int code = exchange.errorCode;
-        const qint64 milliseconds = exchange.milliseconds;
-        QMetaObject::invokeMethod(this, [=, this] { note(operation, code, milliseconds); });
+        Q_EMIT heard(exchange.url.path().section(u'/', -1), exchange.errorCode, exchange.milliseconds);
     });
 }
 

@@ -24,6 +24,8 @@ public:
 Q_SIGNALS:
     /// On the window's thread, whoever made the exchange.
     void exchanged(const QString& operation, int code, qint64 milliseconds);
+    /// On the thread that made the exchange.
+    void heard(const QString& operation, int code, qint64 milliseconds);
 
 private:
     void note(const QString& operation, int code, qint64 milliseconds);
