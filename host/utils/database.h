@@ -50,8 +50,8 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    /// Bytes: a file up to this size is read through for damage by a process's first connection to it, and a
-    /// larger one when damage was met in it before. A cashier waits for a start, so it must not take much
+    /// Bytes: a file up to this size is read through for damage by a process's first connection to it, and any
+    /// by each connection once damage was met in it. A cashier waits for a start, so it must not take much
     /// longer the more is kept.
     static constexpr qint64 readAtAStart = qint64{4} * 1024 * 1024;
 

@@ -149,10 +149,9 @@ int Database::examine(int applicationId, int version, Look look)
     connect(u"QSQLITE_OPEN_READONLY"_s);
     requireKind(applicationId, version);
     const int found = number(u"PRAGMA user_version"_s);
-    // A larger one's damage is found as it is read; then it is looked through the next time.
-    const bool isReadThrough =
-        look == Look::AtAStart ? QFileInfo(m_path).size() <= readAtAStart || QFileInfo::exists(suspicion())
-                               : look == Look::Through;
+    // A larger one's damage is found as it is read; from then on nobody works with it unseen.
+    const bool isReadThrough = look == Look::Through || QFileInfo::exists(suspicion()) ||
+                               (look == Look::AtAStart && QFileInfo(m_path).size() <= readAtAStart);
     if (isReadThrough) {
         QSqlQuery query = prepared(u"PRAGMA quick_check(1)"_s);
         const QString verdict = rows(query).value(0).value(0).toString();

@@ -12,6 +12,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -324,6 +325,20 @@ TEST_F(DataCheck, SetsALargeFileAsideOnceItWasReadThrough)
     const QByteArray damaged = damageALargeStore();
     EXPECT_EQ(failure([] { utils::readThroughStore(); }), u"hostStorageDamaged"_s);
     expectSetAsideAtItsEnd(damaged);
+}
+
+TEST_F(DataCheck, LetsNobodyWorkOnWithAStoreInWhichDamageWasMet)
+{
+    fillStore();
+    const auto held = utils::store();
+    overwrite(u"till.sqlite"_s, bytes(u"till.sqlite"_s).chopped(4096) + QByteArray(4096, '\xEE'));
+    QString unsuspected;
+    std::thread([&] { unsuspected = failure([] { utils::store(); }); }).join();
+    EXPECT_EQ(unsuspected, QString()) << "one connection of the process has read it";
+    overwrite(u"till.sqlite.suspect"_s, {});
+    QString suspected;
+    std::thread([&] { suspected = failure([] { utils::store(); }); }).join();
+    EXPECT_EQ(suspected, u"hostStorageDamaged"_s);
 }
 
 TEST_F(DataCheck, KeepsASoundStoreThatWasReadThroughUnderSuspicion)
