@@ -3,6 +3,7 @@
 #include "host/utils/masking.h"
 #include "host/utils/money.h"
 
+#include <clocale>
 #include <cwchar>
 
 using namespace Qt::StringLiterals;
@@ -10,6 +11,23 @@ using namespace Qt::StringLiterals;
 namespace till::screen {
 
 namespace {
+
+/// What is written is UTF-8 whatever the environment says; the C library measures by the thread's locale.
+class Utf8Locale
+{
+public:
+    Utf8Locale()
+    {
+        static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+        m_before = uselocale(utf8);
+    }
+    ~Utf8Locale() { uselocale(m_before); }
+    Utf8Locale(const Utf8Locale&) = delete;
+    Utf8Locale& operator=(const Utf8Locale&) = delete;
+
+private:
+    locale_t m_before;
+};
 
 QString right(const QString& text, qsizetype columns)
 {
@@ -152,6 +170,7 @@ QString quantity(double value)
 
 qsizetype width(const QString& text)
 {
+    const Utf8Locale locale;
     qsizetype columns = 0;
     for (const uint character : text.toUcs4()) {
         const int own = wcwidth(static_cast<wchar_t>(character));

@@ -7,8 +7,8 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QStorageInfo>
 
+#include <filesystem>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -19,9 +19,9 @@ namespace {
 
 using State = Finding::State;
 
-constexpr qint64 mebibyte = 1 << 20;
-constexpr qint64 littleRoom = 500 * mebibyte;
-constexpr qint64 noRoom = 50 * mebibyte;
+constexpr std::uintmax_t mebibyte = 1 << 20;
+constexpr std::uintmax_t littleRoom = 500 * mebibyte;
+constexpr std::uintmax_t noRoom = 50 * mebibyte;
 
 bool isPrivate(const QFileInfo& file)
 {
@@ -72,10 +72,10 @@ Finding examineFiles(const QString& path)
 
 Finding examineDisk(const QString& path)
 {
-    const QStorageInfo storage(path);
-    const qint64 room = storage.bytesAvailable();
+    std::error_code failure; // then the room is the largest number there is; the folder's own finding tells
+    const auto room = std::filesystem::space(path.toStdString(), failure).available;
     const QString text = u"%1 MiB free"_s.arg(room / mebibyte);
-    const QString remedy = u"make room on %1: a full disk stops the till"_s.arg(storage.rootPath());
+    const QString remedy = u"make room on the disk of %1: a full disk stops the till"_s.arg(path);
     if (room < noRoom)
         return {u"disk"_s, State::Problem, text, remedy};
     return {u"disk"_s, room < littleRoom ? State::Warning : State::Ok, text,

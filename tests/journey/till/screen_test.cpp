@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <clocale>
+
 using namespace Qt::StringLiterals;
 
 namespace till {
@@ -22,6 +24,14 @@ TEST(TillScreen, WidthCountsColumnsOfTheTerminal)
     EXPECT_EQ(screen::width(u"Йод"_s), 3);
     EXPECT_EQ(screen::width(u"И\u0306од"_s), 3) << "a letter with its breve apart";
     EXPECT_EQ(screen::width(u"茶"_s), 2);
+}
+
+TEST(TillScreen, WidthIsTheSameInEveryEnvironment)
+{
+    const QByteArray before = setlocale(LC_ALL, nullptr);
+    setlocale(LC_ALL, "C");
+    EXPECT_EQ(screen::width(u"И\u0306од 茶"_s), 6);
+    setlocale(LC_ALL, before.constData());
 }
 
 TEST(TillScreen, ReceiptColumnsStandBelowEachOther)
