@@ -50,9 +50,9 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    /// Bytes: a file up to this size is read through for damage by a process's first connection to it, and any
-    /// by each connection once damage was met in it. A cashier waits for a start, so it must not take much
-    /// longer the more is kept.
+    /// Bytes: a file up to this size is read through for damage by a process's first connection to it, and
+    /// any by each connection once damage was met in it. A cashier waits for a start, so it must not take
+    /// much longer the more is kept.
     static constexpr qint64 readAtAStart = qint64{4} * 1024 * 1024;
 
     /// Looks at a file that exists as the first connection does, throws what it would throw, and returns the

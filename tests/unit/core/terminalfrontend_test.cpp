@@ -17,7 +17,7 @@ protected:
         QTextStream in(&typed);
         QTextStream out(&m_printed);
         TerminalFrontend terminal(in, out);
-        const auto result = ask(terminal);
+        auto result = ask(terminal);
         m_unread = in.readAll();
         return result;
     }

@@ -12,10 +12,7 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-using core::BasicDialog;
 using testing::EndsWith;
-using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
