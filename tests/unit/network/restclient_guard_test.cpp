@@ -22,6 +22,15 @@ protected:
     ~RestClientGuard() override { RestClient::setGuard({}); }
     Q_DISABLE_COPY_MOVE(RestClientGuard)
 
+    /// The next answer comes later than any test waits.
+    void answerNever()
+    {
+        m_client.post(m_server.url(), "{}", {}); // takes the answer that is waiting
+        HttpAnswer late = HttpAnswer::status(200, "{}");
+        late.delay = std::chrono::hours(1);
+        m_server.enqueue(late);
+    }
+
     HttpServer m_server;
     RestClient m_client;
 };
@@ -67,10 +76,7 @@ TEST_F(RestClientGuard, IsToldWhatCameOfTheRequest)
 
 TEST_F(RestClientGuard, EndsAnExchangeThatTakesLongerThanItAllows)
 {
-    m_client.post(m_server.url(), "{}", {});
-    HttpAnswer late = HttpAnswer::status(200, "{}");
-    late.delay = std::chrono::seconds(60);
-    m_server.enqueue(late);
+    answerNever();
     RestClient::setGuard({.departing = {}, .answered = {}, .secondsAtMost = 1});
     m_client.post(m_server.url(), "{}", {});
     EXPECT_EQ(m_client.getErrorCode(), code(RestClient::ErrorCode::Timeout));
@@ -78,10 +84,7 @@ TEST_F(RestClientGuard, EndsAnExchangeThatTakesLongerThanItAllows)
 
 TEST_F(RestClientGuard, LeavesAShorterTimeLimitAsItIs)
 {
-    m_client.post(m_server.url(), "{}", {});
-    HttpAnswer late = HttpAnswer::status(200, "{}");
-    late.delay = std::chrono::seconds(60);
-    m_server.enqueue(late);
+    answerNever();
     RestClient::setGuard({.departing = {}, .answered = {}, .secondsAtMost = 3600});
     m_client.setTimeout(1);
     m_client.post(m_server.url(), "{}", {});

@@ -80,6 +80,14 @@ protected:
         result.poll = poll;
         return result;
     }
+    /// In a data directory of its own. Returns the file's path.
+    [[nodiscard]] QString useADamagedStore() const
+    {
+        utils::setDataDirectory(path(u"damaged"_s));
+        const QString store = utils::dataFile(u"till.sqlite"_s);
+        overwrite(u"damaged/till.sqlite"_s, "no database at all");
+        return store;
+    }
     [[nodiscard]] QList<int> sent() const
     {
         QList<int> result;
@@ -217,16 +225,13 @@ TEST_F(Worker, StopsAtOnceInStandby)
 
 TEST_F(Worker, SaysOnceThatItsFileCannotBeUsedAndGoesOnWhenItCan)
 {
-    const QString damaged = path(u"damaged"_s);
-    utils::setDataDirectory(damaged);
-    (void)utils::dataFile(u"till.sqlite"_s);
-    overwrite(u"damaged/till.sqlite"_s, "no database at all");
+    const QString damaged = useADamagedStore();
     Watch watch;
     const DeliveryWorker worker(options(watch));
     ASSERT_TRUE(watch.saw([](const DeliveryState& state) {
         return state.phase == Phase::Trouble && state.trouble.contains(u"till.sqlite"_s);
     }));
-    ASSERT_TRUE(QFile::remove(damaged + u"/till.sqlite"_s));
+    ASSERT_TRUE(QFile::remove(damaged));
     ASSERT_TRUE(watch.saw(Phase::Delivering));
     EXPECT_EQ(worker.state().trouble, QString());
     EXPECT_EQ(networkLog.lines().filter(u"nothing can be delivered for now"_s).size(), 1);
@@ -297,10 +302,7 @@ TEST_F(Worker, IsNotOverdueWhileItStandsBy)
 
 TEST_F(Worker, IsNotOverdueInThePauseAfterATrouble)
 {
-    const QString damaged = path(u"damaged"_s);
-    utils::setDataDirectory(damaged);
-    (void)utils::dataFile(u"till.sqlite"_s);
-    overwrite(u"damaged/till.sqlite"_s, "no database at all");
+    (void)useADamagedStore();
     Watch watch;
     const DeliveryWorker worker(options(watch));
     ASSERT_TRUE(watch.saw(Phase::Trouble));
