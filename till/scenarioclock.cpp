@@ -1,29 +1,13 @@
 #include "till/scenarioclock.h"
 
-#include "host/utils/currenttime.h"
 #include "host/utils/privatefile.h"
+#include "host/utils/standingtime.h"
 
 #include <QFile>
 
 using namespace Qt::StringLiterals;
 
 namespace till {
-
-namespace {
-
-class StandingTime : public CurrentTime
-{
-public:
-    explicit StandingTime(const QDateTime& now)
-        : m_now(now)
-    {}
-    [[nodiscard]] QDateTime currentDateTime() const override { return m_now; }
-
-private:
-    QDateTime m_now;
-};
-
-} // namespace
 
 ScenarioClock::ScenarioClock()
     : m_now(QDateTime::currentDateTime())

@@ -2,32 +2,16 @@
 
 #include "host/network/queuedelivery.h"
 #include "host/network/queuepause.h"
-#include "host/utils/currenttime.h"
+#include "host/utils/standingtime.h"
 
 #include <limits>
 
 namespace soaktest {
 
-namespace {
-
-class SetTime : public CurrentTime
-{
-public:
-    explicit SetTime(const QDateTime& time)
-        : m_time(time)
-    {}
-    [[nodiscard]] QDateTime currentDateTime() const override { return m_time; }
-
-private:
-    QDateTime m_time;
-};
-
-} // namespace
-
 Simulation::Simulation(const QDateTime& start)
     : m_now(start)
 {
-    MockFactory<CurrentTime>::mocked = [this] { return QSharedPointer<SetTime>::create(m_now); };
+    MockFactory<CurrentTime>::mocked = [this] { return QSharedPointer<StandingTime>::create(m_now); };
 }
 
 Simulation::~Simulation() { MockFactory<CurrentTime>::mocked = {}; }

@@ -1,24 +1,10 @@
 #include "tests/support/fakehost.h"
 
+#include "host/utils/standingtime.h"
+
 #include <gtest/gtest.h>
 
 namespace test_support {
-
-namespace {
-
-class StandingTime : public CurrentTime
-{
-public:
-    explicit StandingTime(const QDateTime& time)
-        : m_time(time)
-    {}
-    [[nodiscard]] QDateTime currentDateTime() const override { return m_time; }
-
-private:
-    QDateTime m_time;
-};
-
-} // namespace
 
 void RecordingQueue::enqueue(const QString& queueName, const QVariantMap& message, const QString& text)
 {

@@ -1,4 +1,4 @@
-#include "tests/journey/till/tillprocess.h"
+#include "tests/journey/till/kepttill.h"
 
 #include <QFile>
 
@@ -11,9 +11,6 @@ namespace tilltest {
 
 namespace {
 
-const QByteArray sale = R"({ "do": "openSale", "id": "R-1", "positions": [
-    { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] })";
-const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
 const QByteArray down = R"({ "do": "service", "up": false })";
 const QByteArray up = R"({ "do": "service", "up": true })";
 

@@ -1,4 +1,4 @@
-#include "tests/journey/till/tillprocess.h"
+#include "tests/journey/till/kepttill.h"
 
 #include <gmock/gmock.h>
 
@@ -9,13 +9,9 @@ namespace tilltest {
 
 namespace {
 
-const QByteArray sale = R"({ "do": "openSale", "id": "R-1", "positions": [
-    { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] })";
-const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
 const QByteArray two = R"({ "do": "setPositions", "positions": [
     { "articul": "1", "name": "Чай", "price": 300, "quantity": 1, "discount": 100 },
     { "articul": "2", "name": "Мёд", "price": 250, "quantity": 2 } ] })";
-const QByteArray spend = R"({ "do": "spendPoints", "points": 100 })";
 const QByteArray pay = R"({ "do": "pay" })";
 
 /// What the step says that is played after these.

@@ -305,7 +305,8 @@ TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
     // A container may forbid it; the test above, whose disk is full by a limit, then stands alone. Where the
     // project is judged nothing is left out.
     if (WEXITSTATUS(status) == NoDisk && !qEnvironmentVariableIsSet("CI"))
-        GTEST_SKIP() << "no disk of its own may be mounted here";
+        GTEST_SKIP() << "nothing may be mounted here (in a container it takes the capability SYS_ADMIN); "
+                        "RefusesAFullDiskBeforeAnythingIsPromised has it full by a limit";
     EXPECT_EQ(WEXITSTATUS(status), Fine);
 }
 
