@@ -4,7 +4,36 @@
 
 #include <QTextStream>
 
+#include <memory>
+
+#include <fcntl.h>
+
 namespace stand {
+
+Connection::Connection(Listener* listener)
+    : QTcpSocket(listener)
+    , m_listener(*listener)
+{}
+
+QTcpSocket* Connection::takeOver()
+{
+    auto connection = std::make_unique<QTcpSocket>(&m_listener);
+    const auto descriptor = fcntl(static_cast<int>(socketDescriptor()), F_DUPFD_CLOEXEC, 0);
+    if (descriptor < 0 || !connection->setSocketDescriptor(descriptor))
+        return nullptr;
+    disconnect(this, &QIODevice::readyRead, nullptr, nullptr);
+    abort(); // closes this descriptor only
+    connect(connection.get(), &QTcpSocket::disconnected, connection.get(), &QObject::deleteLater);
+    return connection.release();
+}
+
+qint64 Connection::writeData(const char* data, qint64 size)
+{
+    if (!m_listener.m_isCatching)
+        return QTcpSocket::writeData(data, size);
+    m_listener.m_answered = this;
+    return size;
+}
 
 bool Listener::open(const QHostAddress& address, quint16 port)
 {
@@ -15,13 +44,13 @@ bool Listener::open(const QHostAddress& address, quint16 port)
     return true;
 }
 
-QTcpSocket* Listener::from(const QHostAddress& address, quint16 port) const
+QTcpSocket* Listener::takeOverAnswered(const std::function<void()>& answer)
 {
-    for (auto* socket : findChildren<QTcpSocket*>()) {
-        if (socket->peerPort() == port && socket->peerAddress() == address)
-            return socket;
-    }
-    return nullptr;
+    m_answered = nullptr;
+    m_isCatching = true;
+    answer();
+    m_isCatching = false;
+    return m_answered ? m_answered->takeOver() : nullptr;
 }
 
 void Listener::refuse(std::chrono::milliseconds duration)
@@ -46,14 +75,12 @@ void Listener::listenAgain()
 
 void Listener::incomingConnection(qintptr descriptor)
 {
-    auto* socket = new QTcpSocket(this);
-    if (!socket->setSocketDescriptor(descriptor)) {
-        delete socket;
+    auto* connection = new Connection(this);
+    if (!connection->setSocketDescriptor(descriptor)) {
+        delete connection;
         return;
     }
-    // First to be told of what arrives, before who reads it.
-    connect(socket, &QIODevice::readyRead, this, [this, socket] { m_asking = socket; });
-    addPendingConnection(socket);
+    addPendingConnection(connection);
 }
 
 } // namespace stand

@@ -5,18 +5,39 @@
 #include <QTcpSocket>
 
 #include <chrono>
+#include <functional>
 
 namespace stand {
 
-/// A TCP server that knows on which connection a request comes, and can stop listening for a while.
+class Listener;
+
+/// A client's connection as QHttpServer has it: the stand may catch what is written to it, and take it over.
+class Connection : public QTcpSocket
+{
+public:
+    explicit Connection(Listener* listener); ///< Owned by it until somebody else takes it.
+
+    /// The same connection, which from now on nobody but the caller reads or writes; here it looks as if the
+    /// client had gone. What is returned lives until it is disconnected. Null when the client has gone
+    /// indeed.
+    QTcpSocket* takeOver();
+
+protected:
+    qint64 writeData(const char* data, qint64 size) override;
+
+private:
+    Listener& m_listener;
+};
+
+/// A TCP server below QHttpServer: lets the stand send what QHttpServer never would, and can stop listening
+/// for a while. Of QHttpServer it needs only that it takes its connections from here and answers while it is
+/// asked to.
 class Listener : public QTcpServer
 {
 public:
-    /// The connection whose bytes arrived last: while a request is answered, the one it came on.
-    [[nodiscard]] QTcpSocket* asking() const { return m_asking; }
-
-    /// The connection from this address and port, or null.
-    [[nodiscard]] QTcpSocket* from(const QHostAddress& address, quint16 port) const;
+    /// Lets QHttpServer write an answer, of which nothing is sent, and takes over the connection that it was
+    /// meant for, as Connection::takeOver() does.
+    QTcpSocket* takeOverAnswered(const std::function<void()>& answer);
 
     /// Nobody listens for so long, counted from the last call: connections are refused by the system.
     void refuse(std::chrono::milliseconds duration);
@@ -31,9 +52,12 @@ protected:
     void incomingConnection(qintptr descriptor) override;
 
 private:
+    friend class Connection;
+
     void listenAgain();
 
-    QPointer<QTcpSocket> m_asking;
+    bool m_isCatching = false;
+    QPointer<Connection> m_answered; ///< Which was written to while catching.
     QHostAddress m_address;
     quint16 m_port = 0;
     int m_refusals = 0;

@@ -72,23 +72,15 @@ void send(QHttpServerResponder& responder, const QHttpServerResponse& response)
 #endif
 }
 
-QTcpSocket* connectionOf(const QHttpServerRequest& request, const Listener& listener)
-{
-#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
-    return listener.from(request.remoteAddress(), request.remotePort());
-#else
-    Q_UNUSED(request)
-    return listener.asking();
-#endif
-}
-
-/// What QHttpServer cannot send goes past it: its responder is left unused, and the connection is taken over.
+/// QHttpServer believes that it answered; what it cannot send goes past it.
 void react(Listener& listener, const Reaction& reaction, const QHttpServerRequest& request,
            QHttpServerResponder& responder)
 {
-    if (const auto* answer = std::get_if<Answer>(&reaction.what))
+    if (const auto* answer = std::get_if<Answer>(&reaction.what)) {
         send(responder, responseOf(*answer, request));
-    else if (auto* connection = connectionOf(request, listener); connection != nullptr) {
+    } else {
+        auto* connection = listener.takeOverAnswered(
+            [&] { send(responder, QHttpServerResponse(QHttpServerResponse::StatusCode::NoContent)); });
         if (const auto* delivery = std::get_if<Delivery>(&reaction.what))
             deliver(connection, *delivery);
         else

@@ -111,27 +111,22 @@ private:
     bool m_ended = false;
 };
 
-/// Who read requests from it would read no more.
-void takeAway(QTcpSocket* socket) { QObject::disconnect(socket, &QIODevice::readyRead, nullptr, nullptr); }
-
 } // namespace
 
-void deliver(QTcpSocket* socket, Delivery delivery)
+void deliver(QTcpSocket* connection, Delivery delivery)
 {
-    takeAway(socket);
-    new Wire(socket, std::move(delivery)); // owned by the socket
+    if (connection != nullptr)
+        new Wire(connection, std::move(delivery)); // owned by the connection
 }
 
-void deliver(QTcpSocket* socket, const Postponed& postponed)
+void deliver(QTcpSocket* connection, const Postponed& postponed)
 {
-    takeAway(socket);
-    // Not bound to the socket: the operation is done also when the client has gone.
-    const QPointer<QTcpSocket> connection(socket);
-    later(postponed.delay, QCoreApplication::instance(), [connection, answer = postponed.answer] {
-        const auto late = answer();
-        if (connection)
-            new Wire(connection.data(), {.begin = headOf(late, late.body.size()) + late.body});
-    });
+    // Not bound to the connection: the operation is done also when the client has gone.
+    later(postponed.delay, QCoreApplication::instance(),
+          [connection = QPointer(connection), answer = postponed.answer] {
+              const auto late = answer();
+              deliver(connection, {.begin = headOf(late, late.body.size()) + late.body});
+          });
 }
 
 } // namespace stand

@@ -6,11 +6,11 @@ class QTcpSocket;
 
 namespace stand {
 
-/// Takes the connection away from whoever reads and writes it, and puts the delivery on it from the next turn
-/// of the event loop on. `socket` stays its own.
-void deliver(QTcpSocket* socket, Delivery delivery);
+/// Puts the delivery on a connection that nobody else uses, from the next turn of the event loop on. Without
+/// a connection (null) nothing is sent.
+void deliver(QTcpSocket* connection, Delivery delivery);
 
-/// The same for an answer that is found later.
-void deliver(QTcpSocket* socket, const Postponed& postponed);
+/// The same for an answer that is found later; it is found although the client has gone.
+void deliver(QTcpSocket* connection, const Postponed& postponed);
 
 } // namespace stand
