@@ -24,7 +24,7 @@ struct Fault
 {
     QByteArray pathEnd;
     bool passOn = true;
-    std::optional<QByteArray> answer; ///< nothing: none comes
+    QByteArray answer; ///< Empty: none comes.
 };
 
 QByteArray answerOf(int status, const QByteArray& body)
@@ -135,7 +135,7 @@ private:
             m_passed.push_back(path);
         }
         if (fault)
-            answer = fault->answer.value_or(QByteArray());
+            answer = fault->answer;
         client.write(answer);
         while (client.bytesToWrite() > 0 && client.waitForBytesWritten(patienceMs)) {
         }
@@ -173,7 +173,7 @@ LossyProxy::~LossyProxy() = default;
 
 QString LossyProxy::url() const { return u"http://127.0.0.1:%1/"_s.arg(m_worker->port()); }
 
-void LossyProxy::loseAnswer(const QByteArray& pathEnd) { m_worker->add({pathEnd, true, std::nullopt}); }
+void LossyProxy::loseAnswer(const QByteArray& pathEnd) { m_worker->add({pathEnd, true, {}}); }
 
 void LossyProxy::replaceAnswer(const QByteArray& pathEnd, const QByteArray& body)
 {

@@ -202,8 +202,8 @@ TEST_F(Lifecycle, PlugInDataHoldsImpactsAndPointsAndTheDocumentIsSaved)
 
 TEST_F(Lifecycle, PlugInDataKeepsThePlaceOfANullImpact)
 {
-    loyalty.m_bonusImpacts = {QSharedPointer<BonusImpact>::create(), nullptr,
-                              QSharedPointer<BonusImpact>::create()};
+    const auto impact = QSharedPointer<BonusImpact>::create();
+    loyalty.m_bonusImpacts = {impact, nullptr, impact};
     EXPECT_CALL(*save, save(_, _));
     loyalty.updatePluginData();
     const QVariantList impacts = document->getPluginData(u"KyrLoyalty"_s, u"bonusImpacts"_s, {}).toList();
