@@ -6,6 +6,7 @@
 #include "host/utils/currenttime.h"
 #include "host/utils/journal.h"
 #include "host/utils/store.h"
+#include "host/utils/utc.h"
 
 #include <QUrl>
 
@@ -193,7 +194,7 @@ std::optional<CredentialsRefusal> MessageQueue::refusal() const
     if (!since.isValid())
         return {};
     return CredentialsRefusal{since, tally.value(5).toInt(),
-                              QDateTime::fromMSecsSinceEpoch(tally.value(6).toLongLong(), Qt::UTC)};
+                              utils::utcFromMilliseconds(tally.value(6).toLongLong())};
 }
 
 bool MessageQueue::delivered(qint64 id, const QueueAttempt& attempt)

@@ -1,6 +1,7 @@
 #include "host/network/probe.h"
 
 #include "host/network/truststore.h"
+#include "host/utils/utc.h"
 
 #include <curl/curl.h>
 
@@ -28,7 +29,7 @@ std::size_t onHeadLine(const char* data, std::size_t /*one*/, std::size_t size, 
         probe.asked = QDateTime::currentDateTimeUtc();
         const std::time_t seconds = curl_getdate(line.sliced(5).trimmed().constData(), nullptr);
         if (seconds >= 0)
-            probe.date = QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
+            probe.date = utils::utcFromMilliseconds(seconds * 1000);
     }
     return size;
 }
@@ -86,7 +87,7 @@ QDateTime certificateUntil(CURL* handle)
         if (!text.startsWith("Expire date:"))
             continue;
         const std::time_t seconds = curl_getdate(text.sliced(text.indexOf(':') + 1).constData(), nullptr);
-        return seconds < 0 ? QDateTime() : QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
+        return seconds < 0 ? QDateTime() : utils::utcFromMilliseconds(seconds * 1000);
     }
     return {};
 }

@@ -2,6 +2,7 @@
 
 #include "host/utils/basicexception.h"
 #include "host/utils/storedform.h"
+#include "host/utils/utc.h"
 
 #include <QDataStream>
 #include <QIODevice>
@@ -68,7 +69,7 @@ QueuedMessage queuedFromRow(const QVariantList& row)
     result.id = row[0].toLongLong();
     result.queue = row[1].toString();
     result.group = row[2].toString();
-    result.enqueued = QDateTime::fromMSecsSinceEpoch(row[3].toLongLong(), Qt::UTC);
+    result.enqueued = utils::utcFromMilliseconds(row[3].toLongLong());
     const auto message = readMessage(row[4].toByteArray());
     result.message = message.value_or(QVariantMap());
     result.damaged = !message;
@@ -84,7 +85,7 @@ QueuedMessage queuedFromRow(const QVariantList& row)
 QDateTime storedTime(const QVariant& milliseconds)
 {
     const qint64 value = milliseconds.toLongLong();
-    return value == 0 ? QDateTime() : QDateTime::fromMSecsSinceEpoch(value, Qt::UTC);
+    return value == 0 ? QDateTime() : utils::utcFromMilliseconds(value);
 }
 
 } // namespace network

@@ -3,6 +3,7 @@
 #include "host/utils/currenttime.h"
 #include "host/utils/masking.h"
 #include "host/utils/store.h"
+#include "host/utils/utc.h"
 
 #include <QSet>
 
@@ -45,9 +46,9 @@ QList<JournalEntry> Journal::of(const QString& receipt) const
     QList<JournalEntry> result;
     const QString searched = receipt.isNull() ? u""_s : receipt;
     for (const QVariantList& row : m->database->rows(m->select, {searched}))
-        result.append({QDateTime::fromMSecsSinceEpoch(row[0].toLongLong(), Qt::UTC), row[1].toString(),
-                       row[2].toString(), row[3].toString(), row[4].toLongLong(), row[5].toInt(),
-                       row[6].toString(), row[7].toLongLong()});
+        result.append({utcFromMilliseconds(row[0].toLongLong()), row[1].toString(), row[2].toString(),
+                       row[3].toString(), row[4].toLongLong(), row[5].toInt(), row[6].toString(),
+                       row[7].toLongLong()});
     return result;
 }
 

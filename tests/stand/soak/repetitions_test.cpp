@@ -103,7 +103,7 @@ private:
     }
 
     const QTemporaryDir m_directory;
-    QDateTime m_time{QDate(2030, 1, 1), QTime(9, 0), Qt::UTC};
+    QDateTime m_time = QDateTime::fromString(u"2030-01-01T09:00:00Z"_s, Qt::ISODate);
     std::unique_ptr<Shop> m_shop;
     QList<Sent> m_tomorrow;
     bool m_killIsDue = false;

@@ -46,7 +46,7 @@ class Alarms : public testing::Test
 protected:
     [[nodiscard]] QList<QueueAlarm> alarms() const { return alarmsOf(health, now, 10min); }
 
-    const QDateTime now{QDate(2026, 3, 2), QTime(9, 0), Qt::UTC};
+    const QDateTime now = QDateTime::fromString(QStringLiteral("2026-03-02T09:00:00Z"), Qt::ISODate);
     QueueHealth health;
 };
 

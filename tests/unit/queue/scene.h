@@ -3,6 +3,7 @@
 #include "host/network/messagequeue.h"
 #include "host/network/queuedelivery.h"
 #include "host/utils/currenttime.h"
+#include "host/utils/utc.h"
 #include "tests/unit/storage/scene.h"
 
 #include <atomic>
@@ -24,7 +25,7 @@ public:
     StillClock(const StillClock&) = delete;
     StillClock& operator=(const StillClock&) = delete;
 
-    [[nodiscard]] QDateTime now() const { return QDateTime::fromMSecsSinceEpoch(m_milliseconds, Qt::UTC); }
+    [[nodiscard]] QDateTime now() const { return utils::utcFromMilliseconds(m_milliseconds); }
     void move(std::chrono::milliseconds by) { m_milliseconds += by.count(); }
 
 private:
@@ -43,7 +44,8 @@ private:
         qint64 m_now;
     };
 
-    std::atomic<qint64> m_milliseconds = QDateTime({2026, 3, 2}, {9, 0}, Qt::UTC).toMSecsSinceEpoch();
+    std::atomic<qint64> m_milliseconds =
+        QDateTime::fromString(QStringLiteral("2026-03-02T09:00:00Z"), Qt::ISODate).toMSecsSinceEpoch();
 };
 
 /// A message to that URL as the plug-in makes them.

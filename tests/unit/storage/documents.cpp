@@ -39,7 +39,8 @@ QSharedPointer<Document> richSale(const QString& identifier)
     document->setPluginData(
         u"KyrLoyalty"_s, u"bonusImpacts"_s,
         QVariantList{
-            QVariantMap{{u"sum"_s, 12.5}, {u"at"_s, QDateTime({2024, 5, 6}, {7, 8, 9, 10}, Qt::UTC)}},
+            QVariantMap{{u"sum"_s, 12.5},
+                        {u"at"_s, QDateTime::fromString(u"2024-05-06T07:08:09.010Z"_s, Qt::ISODateWithMs)}},
             QVariant(), QVariantList()});
     document->setPluginData(u"Other"_s, u"int"_s, 5);
     document->setPluginData(u"Other"_s, u"null"_s, QVariant::fromValue(nullptr));

@@ -197,7 +197,7 @@ TEST_F(Store, LetsOtherThreadsWaitForATransaction)
 TEST_F(Store, KeepsTheJournalOfEachReceiptInItsOrder)
 {
     utils::Journal journal;
-    const QDateTime noon({2024, 5, 6}, {12, 0, 0, 5}, Qt::UTC);
+    const auto noon = QDateTime::fromString(u"2024-05-06T12:00:00.005Z"_s, Qt::ISODateWithMs);
     const qint64 before = QDateTime::currentMSecsSinceEpoch();
     journal.add({noon, u"R-1"_s, u"attempt"_s, u"earn"_s, 7, 503, u"card 2000000000017"_s, 1234});
     journal.add({{}, u"R-2"_s, u"opened"_s, {}, 0, 0, {}, 0});

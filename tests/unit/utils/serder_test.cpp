@@ -58,7 +58,7 @@ Crate fullCrate()
     crate.name = u"Груши"_s;
     crate.weight = 0.333;
     crate.sealed = false;
-    crate.packed = QDateTime(QDate(2024, 2, 29), QTime(12, 30, 15, 250), Qt::UTC);
+    crate.packed = QDateTime::fromString(u"2024-02-29T12:30:15.250Z"_s, Qt::ISODateWithMs);
     crate.kind = Fruit::Pear;
     crate.anything = 42;
     crate.label.text = u"осторожно"_s;
@@ -140,7 +140,7 @@ TEST(Serder, WritesAPlainValueAsItself)
     EXPECT_EQ(serder::default_serder_type<QString>::serialize(u"текст"_s), QVariant(u"текст"_s));
     EXPECT_EQ(serder::default_serder_type<int>::serialize(5), QVariant(5));
     EXPECT_EQ(serder::default_serder_type<int>::deserialize(QVariant(5)), 5);
-    const QDateTime when(QDate(2024, 2, 29), QTime(1, 2, 3, 4), Qt::UTC);
+    const auto when = QDateTime::fromString(u"2024-02-29T01:02:03.004Z"_s, Qt::ISODateWithMs);
     EXPECT_EQ(serder::default_serder_type<QDateTime>::deserialize(
                   serder::default_serder_type<QDateTime>::serialize(when)),
               when);
