@@ -169,7 +169,7 @@ TEST(HttpServer, SpeaksTlsWithItsCertificate)
     QSslConfiguration trust = QSslConfiguration::defaultConfiguration();
     trust.setCaCertificates(QSslCertificate::fromData(certificate.pem()));
     socket.setSslConfiguration(trust);
-    socket.connectToHostEncrypted(QStringLiteral("localhost"), server.port());
+    socket.connectToHostEncrypted(QStringLiteral("127.0.0.1"), server.port(), QStringLiteral("localhost"));
     ASSERT_TRUE(socket.waitForEncrypted(patience)) << socket.errorString().toStdString();
     socket.write("GET / HTTP/1.1\r\n\r\n");
     EXPECT_EQ(readToEnd(socket), "secret");

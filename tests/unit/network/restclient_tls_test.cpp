@@ -28,7 +28,7 @@ TEST(RestClientTls, ChecksTheNameAsWellAsTheAddress)
     HttpServer server(trustedCertificate());
     server.enqueue(HttpAnswer::status(200));
     QUrl url = server.url();
-    url.setHost(u"localhost"_s);
+    url.setHost(u"localhost"_s); // which libcurl knows by itself, whatever the system calls it
     EXPECT_EQ(get(url).errorCode, 0);
 }
 
