@@ -10,7 +10,7 @@
 /// How a message lies in the queue's file.
 namespace network {
 
-/// The bytes to store; throws BasicException when a value of the message is not Qt's own.
+/// The bytes to store; throws BasicException when a value of the message is not Qt's own or too deep.
 [[nodiscard]] QByteArray writtenMessage(const QVariantMap& message);
 
 /// The headers but for "Authorization", however it is spelt.
