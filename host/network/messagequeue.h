@@ -44,7 +44,7 @@ struct CredentialsRefusal
 {
     QDateTime since;     ///< UTC
     int probes = 0;      ///< how often it was tried so far, the first refusal included
-    QDateTime nextProbe; ///< UTC; until then nothing is sent
+    QDateTime nextProbe; ///< UTC; until then nothing is sent; invalid: at once
 };
 
 /// The queue at a glance. Times are UTC.

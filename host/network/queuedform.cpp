@@ -81,6 +81,12 @@ QueuedMessage queuedFromRow(const QVariantList& row)
     return result;
 }
 
+qint64 writtenTime(const QDateTime& time)
+{
+    const qint64 value = time.toMSecsSinceEpoch();
+    return value == 0 ? 1 : value;
+}
+
 QDateTime storedTime(const QVariant& milliseconds)
 {
     const qint64 value = milliseconds.toLongLong();

@@ -26,6 +26,7 @@ public:
 
     [[nodiscard]] QDateTime now() const { return QDateTime::fromMSecsSinceEpoch(m_milliseconds, Qt::UTC); }
     void move(std::chrono::milliseconds by) { m_milliseconds += by.count(); }
+    void moveTo(const QDateTime& time) { m_milliseconds = time.toMSecsSinceEpoch(); }
 
 private:
     class Double : public CurrentTime
