@@ -69,15 +69,24 @@ QVariant parsed(const QByteArray& body)
                                                                           : QVariant();
 }
 
-RestClient::ErrorCode judged(const network::Answer& answer, const QVariant& response)
+/// Whether the body of a 2xx can be the service's.
+bool isReadable(const QByteArray& method, const QByteArray& body, const QVariant& response)
+{
+    if (method == "GET")
+        return response.isValid() || body.trimmed().isEmpty();
+    return response.typeId() == QMetaType::QVariantMap;
+}
+
+RestClient::ErrorCode judged(const QByteArray& method, const network::Answer& answer,
+                             const QVariant& response)
 {
     if (answer.failure != RestClient::ErrorCode::None)
         return answer.failure;
     if (answer.status >= 300 && answer.status < 400)
         return RestClient::ErrorCode::Redirect;
-    const bool readable = response.isValid() || answer.body.trimmed().isEmpty();
-    return answer.status >= 200 && readable ? RestClient::ErrorCode::None
-                                            : RestClient::ErrorCode::BrokenAnswer;
+    return answer.status >= 200 && isReadable(method, answer.body, response)
+               ? RestClient::ErrorCode::None
+               : RestClient::ErrorCode::BrokenAnswer;
 }
 
 void log(const RestExchange& exchange)
@@ -157,7 +166,7 @@ void RestClient::exchange(const QByteArray& method, const QUrl& url, const QByte
 
     m_response = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
     const bool errorStatus = answer.failure == ErrorCode::None && answer.status >= 400;
-    m_errorCode = errorStatus ? answer.status : static_cast<int>(judged(answer, m_response));
+    m_errorCode = errorStatus ? answer.status : static_cast<int>(judged(method, answer, m_response));
     if (m_errorCode != 0 && !errorStatus)
         m_response = {}; // whoever answered, it was not the service
 
