@@ -1,5 +1,6 @@
 #include "host/network/restclient.h"
 
+#include "host/network/credentials.h"
 #include "host/network/curlexchange.h"
 #include "host/utils/logging.h"
 #include "host/utils/masking.h"
@@ -164,20 +165,26 @@ void RestClient::exchange(const QByteArray& method, const QUrl& url, const QByte
     const int atMost = guard && guard->secondsAtMost > 0 ? guard->secondsAtMost : longestTimeout;
     network::Answer answer = network::send({method, url, body, headers, std::min(m_timeout, atMost)});
 
-    m_response = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
+    const QVariant given = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
+    const QVariant shown = network::withoutCredentials(given, headers);
     const bool errorStatus = answer.failure == ErrorCode::None && answer.status >= 400;
-    m_errorCode = errorStatus ? answer.status : static_cast<int>(judged(method, answer, m_response));
-    if (m_errorCode != 0 && !errorStatus)
-        m_response = {}; // whoever answered, it was not the service
+    m_errorCode = errorStatus ? answer.status : static_cast<int>(judged(method, answer, given));
+    if (errorStatus)
+        m_response = shown; // its texts are all that it is good for
+    else if (m_errorCode == 0)
+        m_response = given;
+    // else whoever answered, it was not the service
 
-    const RestExchange seen{QString::fromLatin1(method),
-                            url.adjusted(QUrl::RemoveUserInfo),
-                            body,
-                            answer.status,
-                            m_errorCode,
-                            std::move(answer.body),
-                            clock.elapsed()};
+    RestExchange seen{QString::fromLatin1(method),
+                      url.adjusted(QUrl::RemoveUserInfo),
+                      body,
+                      answer.status,
+                      m_errorCode,
+                      std::move(answer.body),
+                      clock.elapsed()};
     log(seen);
+    if (shown != given)
+        seen.answerBody = QJsonDocument::fromVariant(shown).toJson(QJsonDocument::Compact);
     if (const auto observer = currentObserver())
         (*observer)(seen);
     if (guard && guard->answered)

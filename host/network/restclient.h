@@ -15,7 +15,8 @@
 
 /// What went over the wire in one exchange, for a front end that shows it on request. The bodies are as sent
 /// and received: they hold personal data and the SMS code, so whoever shows or keeps them must redact them
-/// first. Headers are left out on purpose, they carry the credentials; so is the user info of the URL.
+/// first. Headers are left out on purpose, they carry the credentials; so is the user info of the URL, and
+/// stars take the place of credentials that the answer's JSON repeats.
 struct RestExchange
 {
     QString method;
@@ -93,8 +94,8 @@ public:
     virtual void post(const QUrl& url, const QByteArray& body, const QHash<QString, QString>& headers);
     virtual void put(const QUrl& url, const QByteArray& body, const QHash<QString, QString>& headers);
 
-    /// The body of the last answer, parsed from JSON; that of an error status as well. Invalid when there is
-    /// none or it is not JSON.
+    /// The body of the last answer, parsed from JSON; that of an error status as well, with stars in place of
+    /// the request's credentials. Invalid when there is none or it is not JSON.
     [[nodiscard]] virtual QVariant getResponse() const;
 
     /// 0 after a 2xx whose body is a JSON object, or to a GET any JSON or empty; the HTTP status when it is

@@ -1,3 +1,4 @@
+#include "host/utils/journal.h"
 #include "tests/support/httpserver.h"
 #include "tests/unit/queue/scene.h"
 
@@ -43,6 +44,18 @@ TEST_F(DeliveryAnswer, IsNoDeliveryWhenItIsEmptyOrNoObject)
             EXPECT_EQ(deliverAgain(HttpAnswer::status(200, "{}")).delivered, 1);
         }
     }
+}
+
+TEST_F(DeliveryAnswer, IsKeptWithoutTheCredentialsThatItRepeats)
+{
+    QVariantMap message = test_support::messageTo(server.url(u"/v2/x"_s).toString());
+    message.insert(u"headers"_s, QVariantMap{{u"Authorization"_s, u"Basic c2hvcDpvcGVuLXNlc2FtZQ=="_s}});
+    const qint64 id = queue.enqueue(u"q"_s, u"R-1"_s, message, {});
+    const auto summary = deliverAgain(HttpAnswer::status(
+        422, R"({"data":[{"message":"Basic c2hvcDpvcGVuLXNlc2FtZQ== is shop:open-sesame"}]})"));
+    EXPECT_EQ(summary.firstError, u"Basic *** is shop:***"_s);
+    EXPECT_EQ(queue.find(id)->lastError, u"Basic *** is shop:***"_s);
+    EXPECT_EQ(utils::Journal().of(u"R-1"_s).last().detail, u"Basic *** is shop:***"_s);
 }
 
 } // namespace
