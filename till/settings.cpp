@@ -95,6 +95,19 @@ void takePassword(Config& config, const Options& options)
         config.set(passwordKey, passwordIn(file));
 }
 
+/// The plug-in puts each path behind the address as it stands; behind a "?" or "#" it would be no path any
+/// more.
+void checkServerUrl(const Config& config, const Options& options)
+{
+    const QString url = config.getString(serverUrlKey, {});
+    if (!url.contains(u'?') && !url.contains(u'#'))
+        return;
+    const QString where =
+        options.serverUrl.isEmpty() ? options.configFile + u": "_s + serverUrlKey : u"--server-url"_s;
+    throw UsageError(u"%1: a '?' or '#' in the service's address would send every request elsewhere; take it "
+                     "and what follows it away"_s.arg(where));
+}
+
 /// With the port that it goes to, and without "." and ".." on the way there.
 QUrl comparable(const QUrl& given)
 {
@@ -137,6 +150,7 @@ Config settingsOf(Options& options)
     Config config = loadSettings(options.configFile);
     if (!options.serverUrl.isEmpty())
         setServerUrl(config, options.serverUrl);
+    checkServerUrl(config, options);
     takePassword(config, options);
     if (options.dataDirectory.isEmpty())
         options.dataDirectory = besideConfiguration(options, config.getString(dataDirectoryKey, {}));

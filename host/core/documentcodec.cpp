@@ -19,10 +19,9 @@ constexpr utils::Seal recordSeal{0x4B595263, 1};
 
 void requireStorable(const QVariant& value)
 {
-    if (!utils::isStorable(value))
-        throw BasicException(
-            tr::Tr(u"hostDocumentUnfit"_s, u"Чек не сохранён: такие данные нельзя сохранить (%1)"_s.arg(
-                                               QString::fromLatin1(value.typeName()))));
+    if (const QString why = utils::unstorable(value); !why.isEmpty())
+        throw BasicException(tr::Tr(u"hostDocumentUnfit"_s,
+                                    u"Чек не сохранён: такие данные нельзя сохранить (%1)"_s.arg(why)));
 }
 
 template <class Key, class Value>
@@ -122,12 +121,12 @@ QSharedPointer<Client> nextClient(QDataStream& in)
 QSharedPointer<DocumentCardRecord> nextCardRecord(QDataStream& in)
 {
     const auto kind = nextEnumeration<LoyaltySystemType>(in);
-    const auto number = next<QVariant>(in);
+    const auto number = utils::storedValue(in);
     auto record = QSharedPointer<DocumentCardRecord>::create(kind, number, next<qint32>(in));
     record->setCardStatus(nextEnumeration<ECard::Status>(in));
-    record->setBonusBalance(next<QVariant>(in));
+    record->setBonusBalance(utils::storedValue(in));
     record->setOperationId(next<QString>(in));
-    record->setPointsForEarn(next<QVariant>(in));
+    record->setPointsForEarn(utils::storedValue(in));
     record->setPointsForSpend(next<double>(in));
     if (next<bool>(in))
         record->getCard()->setClient(nextClient(in));
@@ -151,14 +150,14 @@ QSharedPointer<Document> nextDocument(QDataStream& in)
     const auto type = nextEnumeration<EDocumentType>(in);
     auto document = QSharedPointer<Document>::create(type, next<QString>(in));
     document->setReturnIdentifier(next<QString>(in));
-    document->setSaleDocumentId(next<QVariant>(in));
+    document->setSaleDocumentId(utils::storedValue(in));
     for (const int flag : next<QList<int>>(in))
         document->setFlag(flag);
     for (auto left = next<quint32>(in); left > 0 && in.status() == QDataStream::Ok; --left)
         document->addGoodsItem(nextGoodsItem(in));
     for (auto left = next<quint32>(in); left > 0 && in.status() == QDataStream::Ok; --left)
         document->setCardRecord(nextCardRecord(in));
-    const auto plugins = next<QVariantMap>(in);
+    const auto plugins = utils::storedMap(in);
     for (auto plugin = plugins.cbegin(); plugin != plugins.cend(); ++plugin) {
         const QVariantMap values = plugin->toMap();
         for (auto value = values.cbegin(); value != values.cend(); ++value)

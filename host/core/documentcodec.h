@@ -18,7 +18,7 @@
 namespace documentcodec {
 
 /// Throws BasicException when the document holds a value that can't be stored: a plug-in's of a type that is
-/// not Qt's own.
+/// not Qt's own, or too deep.
 HOST_EXPORT QByteArray written(const Document& document);
 HOST_EXPORT QByteArray written(const DocumentCardRecord& record);
 

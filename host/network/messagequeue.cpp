@@ -22,7 +22,7 @@ const QString columns = network::queuedColumns();
 const QString sendable = u"WHERE head = 1 AND parked = 0 AND "_s;
 const QString firstDue = u" ORDER BY due, id LIMIT 1"_s;
 
-qint64 now() { return MockFactory<CurrentTime>::create()->currentDateTime().toMSecsSinceEpoch(); }
+qint64 now() { return network::writtenTime(MockFactory<CurrentTime>::create()->currentDateTime()); }
 
 /// The last segment of the service's path: what the message is about.
 QString operationOf(const QueuedMessage& message)
@@ -40,6 +40,7 @@ struct MessageQueue::Statements
         u"INSERT INTO queued (queue, receipt, enqueued, message, text) VALUES (?, ?, ?, ?, ?)"_s);
     QSqlQuery list = database->prepared(columns + u"WHERE id > ? ORDER BY id LIMIT ?"_s);
     QSqlQuery one = database->prepared(columns + u"WHERE id = ?"_s);
+    QSqlQuery atOnce = database->prepared(columns + sendable + u"due = 0"_s + firstDue);
     QSqlQuery due = database->prepared(columns + sendable + u"due <= ?"_s + firstDue);
     QSqlQuery misdated = database->prepared(columns + sendable + u"due > ?"_s + firstDue);
     QSqlQuery last = database->prepared(u"SELECT max(id) FROM queued"_s);
@@ -57,7 +58,7 @@ struct MessageQueue::Statements
         u"UPDATE queued SET attempts = attempts + 1, error = ?, parked = 1 WHERE id = ?"_s);
     QSqlQuery retry = database->prepared(
         u"UPDATE queued SET parked = 0, due = 0 WHERE id = ? AND (parked = 1 OR due <> 0)"_s);
-    QSqlQuery hasten = database->prepared(u"UPDATE queued SET due = 0 "_s + sendable + u"due > 0"_s);
+    QSqlQuery hasten = database->prepared(u"UPDATE queued SET due = 0 "_s + sendable + u"due <> 0"_s);
     QSqlQuery probeNow = database->prepared(u"UPDATE tally SET probe = 0 WHERE probe <> 0"_s);
     QSqlQuery noteDelivery = database->prepared(
         u"UPDATE tally SET delivered = ?, error = '', refused = 0, probes = 0, probe = 0"_s);
@@ -183,8 +184,12 @@ QueueHealth MessageQueue::health() const
 std::optional<QueuedMessage> MessageQueue::nextDue(const QDateTime& until, const QDateTime& now) const
 {
     m->database->requireInPlace();
-    const auto due = m->first(m->due, {until.toMSecsSinceEpoch()});
-    return due ? due : m->first(m->misdated, {(now + network::longestPause).toMSecsSinceEpoch()});
+    // What is due at once is kept as 0, which to a clock before 1970 lies ahead.
+    if (auto atOnce = m->first(m->atOnce, {}))
+        return atOnce;
+    if (auto due = m->first(m->due, {until.toMSecsSinceEpoch()}))
+        return due;
+    return m->first(m->misdated, {(now + network::longestPause).toMSecsSinceEpoch()});
 }
 
 std::optional<CredentialsRefusal> MessageQueue::refusal() const
@@ -193,8 +198,7 @@ std::optional<CredentialsRefusal> MessageQueue::refusal() const
     const QDateTime since = network::storedTime(tally.value(4));
     if (!since.isValid())
         return {};
-    return CredentialsRefusal{since, tally.value(5).toInt(),
-                              utils::utcFromMilliseconds(tally.value(6).toLongLong())};
+    return CredentialsRefusal{since, tally.value(5).toInt(), network::storedTime(tally.value(6))};
 }
 
 bool MessageQueue::delivered(qint64 id, const QueueAttempt& attempt)
@@ -208,7 +212,7 @@ bool MessageQueue::delivered(qint64 id, const QueueAttempt& attempt)
 bool MessageQueue::failed(qint64 id, const QueueAttempt& attempt, const QDateTime& due)
 {
     return m->change(id, u"attempt"_s, attempt, [&] {
-        return m->noteAttempt(m->fail, {attempt.error, due.toMSecsSinceEpoch(), id}, attempt);
+        return m->noteAttempt(m->fail, {attempt.error, network::writtenTime(due), id}, attempt);
     });
 }
 
@@ -223,8 +227,8 @@ bool MessageQueue::refused(qint64 id, const QueueAttempt& attempt, const QDateTi
                            const QDateTime& nextProbe)
 {
     return m->change(id, u"attempt"_s, attempt, [&] {
-        m->database->change(m->noteRefusal, {attempt.error, now(), nextProbe.toMSecsSinceEpoch()});
-        return m->database->change(m->fail, {attempt.error, due.toMSecsSinceEpoch(), id}) > 0;
+        m->database->change(m->noteRefusal, {attempt.error, now(), network::writtenTime(nextProbe)});
+        return m->database->change(m->fail, {attempt.error, network::writtenTime(due), id}) > 0;
     });
 }
 

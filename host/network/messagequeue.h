@@ -44,7 +44,7 @@ struct CredentialsRefusal
 {
     QDateTime since;     ///< UTC
     int probes = 0;      ///< how often it was tried so far, the first refusal included
-    QDateTime nextProbe; ///< UTC; until then nothing is sent
+    QDateTime nextProbe; ///< UTC; until then nothing is sent; invalid: at once
 };
 
 /// The queue at a glance. Times are UTC.
@@ -74,7 +74,7 @@ public:
     MessageQueue& operator=(const MessageQueue&) = delete;
 
     /// Puts a message at the end and returns its id. A message with a value that can't be stored (a type that
-    /// is not Qt's own) throws.
+    /// is not Qt's own, or too deep) throws.
     qint64 enqueue(const QString& queueName, const QString& group, const QVariantMap& message,
                    const QString& text);
 

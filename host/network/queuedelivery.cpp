@@ -69,7 +69,8 @@ bool QueueDelivery::isHeldUp(const QDateTime& now) const
 {
     const auto refusal = m_queue.refusal();
     // A probe set for later than any pause was set before the clock jumped back.
-    return refusal && refusal->nextProbe > now && refusal->nextProbe <= now + network::longestPause;
+    return refusal && refusal->nextProbe.isValid() && refusal->nextProbe > now &&
+           refusal->nextProbe <= now + network::longestPause;
 }
 
 void QueueDelivery::deliver(const QueuedMessage& message, const QDateTime& start, Summary& summary)

@@ -20,9 +20,9 @@ struct SendingOutcome;
 /// later ones of its group wait, because the service would take a refusal before the sale that it refuses for
 /// an error. Groups, and messages without one, are independent of one another.
 ///
-/// Each message is delivered at least once: it leaves the queue only after a 2xx with JSON in it, so that
-/// one whose answer was lost on the way, or cut off by a power cut, is sent again. The service tells repeats
-/// by their receipt number.
+/// Each message is delivered at least once: it leaves the queue only after what RestClient takes for
+/// success, so that one whose answer was lost on the way, or cut off by a power cut, is sent again. The
+/// service tells repeats by their receipt number.
 ///
 /// Whatever may have been the network's or the service's passing trouble is tried again after a growing
 /// pause, for ever: no whole answer, a redirect, 5xx, 408, 425, 429. What would fail in the same way each

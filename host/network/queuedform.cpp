@@ -22,8 +22,7 @@ std::optional<QVariantMap> readMessage(const QByteArray& bytes)
     const utils::Unsealed opened = utils::unsealed(messageSeal, bytes);
     QDataStream in(opened.content);
     in.setVersion(utils::storedStreamVersion);
-    QVariantMap message;
-    in >> message;
+    const QVariantMap message = utils::storedMap(in);
     const bool whole = opened.state == utils::Unsealed::Whole && in.status() == QDataStream::Ok && in.atEnd();
     return whole ? std::optional(message) : std::nullopt;
 }
@@ -32,9 +31,10 @@ std::optional<QVariantMap> readMessage(const QByteArray& bytes)
 
 QByteArray writtenMessage(const QVariantMap& message)
 {
-    if (!utils::isStorable(message))
-        throw BasicException(tr::Tr(u"hostQueueMessageUnfit"_s,
-                                    u"Сообщение не поставлено в очередь: такие данные нельзя сохранить"_s));
+    if (const QString why = utils::unstorable(message); !why.isEmpty())
+        throw BasicException(
+            tr::Tr(u"hostQueueMessageUnfit"_s,
+                   u"Сообщение не поставлено в очередь: такие данные нельзя сохранить (%1)"_s.arg(why)));
     QByteArray content;
     QDataStream out(&content, QIODevice::WriteOnly);
     out.setVersion(utils::storedStreamVersion);
@@ -80,6 +80,12 @@ QueuedMessage queuedFromRow(const QVariantList& row)
     const QDateTime due = storedTime(row[9]);
     result.due = due.isValid() ? due : result.enqueued;
     return result;
+}
+
+qint64 writtenTime(const QDateTime& time)
+{
+    const qint64 value = time.toMSecsSinceEpoch();
+    return value == 0 ? 1 : value;
 }
 
 QDateTime storedTime(const QVariant& milliseconds)

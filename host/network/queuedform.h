@@ -10,7 +10,7 @@
 /// How a message lies in the queue's file.
 namespace network {
 
-/// The bytes to store; throws BasicException when a value of the message is not Qt's own.
+/// The bytes to store; throws BasicException when a value of the message is not Qt's own or too deep.
 [[nodiscard]] QByteArray writtenMessage(const QVariantMap& message);
 
 /// The headers but for "Authorization", however it is spelt.
@@ -25,7 +25,10 @@ namespace network {
 /// The message in a row that such a query found.
 [[nodiscard]] QueuedMessage queuedFromRow(const QVariantList& row);
 
-/// A stored time in UTC; 0 stands for none.
+/// A time as it is stored: milliseconds since 1970, negative before. 0 stands for none, or for "at once"; so
+/// that very moment is stored as the one after it.
+[[nodiscard]] qint64 writtenTime(const QDateTime& time);
+/// A stored time in UTC; invalid for none.
 [[nodiscard]] QDateTime storedTime(const QVariant& milliseconds);
 
 } // namespace network

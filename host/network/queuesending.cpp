@@ -30,7 +30,7 @@ QString codeText(int code)
     case ErrorCode::Tls:
         return u"the service's certificate is not trusted, or TLS failed"_s;
     case ErrorCode::BrokenAnswer:
-        return u"the answer is broken, empty or not JSON"_s;
+        return u"the answer is broken, empty or no JSON object"_s;
     case ErrorCode::TooLarge:
         return u"the answer is too large"_s;
     case ErrorCode::Redirect:
@@ -89,17 +89,9 @@ QHash<QString, QString> headersOf(const QVariantMap& message, const QString& aut
 
 SendingOutcome unsendable(const QString& why) { return {{.error = why}, true}; }
 
-/// The service answers in JSON whatever it was asked. A 2xx without a body comes from somebody in between,
-/// and who took that for a delivery would lose the message.
-int codeOf(const RestClient& client)
-{
-    const int code = std::max(0, client.getErrorCode());
-    return code == 0 && !client.getResponse().isValid() ? static_cast<int>(ErrorCode::BrokenAnswer) : code;
-}
-
 SendingOutcome judged(const RestClient& client, qint64 milliseconds)
 {
-    const int code = codeOf(client);
+    const int code = std::max(0, client.getErrorCode());
     if (code == 0)
         return {{0, {}, milliseconds}};
     const QString words = serviceWords(client.getResponse());

@@ -1,5 +1,6 @@
 #include "host/network/restclient.h"
 
+#include "host/network/credentials.h"
 #include "host/network/curlexchange.h"
 #include "host/utils/logging.h"
 #include "host/utils/masking.h"
@@ -69,15 +70,24 @@ QVariant parsed(const QByteArray& body)
                                                                           : QVariant();
 }
 
-RestClient::ErrorCode judged(const network::Answer& answer, const QVariant& response)
+/// Whether the body of a 2xx can be the service's.
+bool isReadable(const QByteArray& method, const QByteArray& body, const QVariant& response)
+{
+    if (method == "GET")
+        return response.isValid() || body.trimmed().isEmpty();
+    return response.typeId() == QMetaType::QVariantMap;
+}
+
+RestClient::ErrorCode judged(const QByteArray& method, const network::Answer& answer,
+                             const QVariant& response)
 {
     if (answer.failure != RestClient::ErrorCode::None)
         return answer.failure;
     if (answer.status >= 300 && answer.status < 400)
         return RestClient::ErrorCode::Redirect;
-    const bool readable = response.isValid() || answer.body.trimmed().isEmpty();
-    return answer.status >= 200 && readable ? RestClient::ErrorCode::None
-                                            : RestClient::ErrorCode::BrokenAnswer;
+    return answer.status >= 200 && isReadable(method, answer.body, response)
+               ? RestClient::ErrorCode::None
+               : RestClient::ErrorCode::BrokenAnswer;
 }
 
 void log(const RestExchange& exchange)
@@ -155,20 +165,26 @@ void RestClient::exchange(const QByteArray& method, const QUrl& url, const QByte
     const int atMost = guard && guard->secondsAtMost > 0 ? guard->secondsAtMost : longestTimeout;
     network::Answer answer = network::send({method, url, body, headers, std::min(m_timeout, atMost)});
 
-    m_response = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
+    const QVariant given = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
+    const QVariant shown = network::withoutCredentials(given, headers);
     const bool errorStatus = answer.failure == ErrorCode::None && answer.status >= 400;
-    m_errorCode = errorStatus ? answer.status : static_cast<int>(judged(answer, m_response));
-    if (m_errorCode != 0 && !errorStatus)
-        m_response = {}; // whoever answered, it was not the service
+    m_errorCode = errorStatus ? answer.status : static_cast<int>(judged(method, answer, given));
+    if (errorStatus)
+        m_response = shown; // its texts are all that it is good for
+    else if (m_errorCode == 0)
+        m_response = given;
+    // else whoever answered, it was not the service
 
-    const RestExchange seen{QString::fromLatin1(method),
-                            url.adjusted(QUrl::RemoveUserInfo),
-                            body,
-                            answer.status,
-                            m_errorCode,
-                            std::move(answer.body),
-                            clock.elapsed()};
+    RestExchange seen{QString::fromLatin1(method),
+                      url.adjusted(QUrl::RemoveUserInfo),
+                      body,
+                      answer.status,
+                      m_errorCode,
+                      std::move(answer.body),
+                      clock.elapsed()};
     log(seen);
+    if (shown != given)
+        seen.answerBody = QJsonDocument::fromVariant(shown).toJson(QJsonDocument::Compact);
     if (const auto observer = currentObserver())
         (*observer)(seen);
     if (guard && guard->answered)

@@ -15,7 +15,8 @@
 
 /// What went over the wire in one exchange, for a front end that shows it on request. The bodies are as sent
 /// and received: they hold personal data and the SMS code, so whoever shows or keeps them must redact them
-/// first. Headers are left out on purpose, they carry the credentials; so is the user info of the URL.
+/// first. Headers are left out on purpose, they carry the credentials; so is the user info of the URL, and
+/// stars take the place of credentials that the answer's JSON repeats.
 struct RestExchange
 {
     QString method;
@@ -47,7 +48,8 @@ struct RestGuard
 ///
 /// Success is deliberately narrow. A redirect, or a 2xx that is not JSON, is what a captive portal or a
 /// misconfigured proxy sends: taken for success, it would make an operation believed done that the service
-/// never saw, and the customer would lose points.
+/// never saw, and the customer would lose points. So would an empty 2xx to a POST or PUT, which the service
+/// answers with a JSON object whatever it was asked.
 ///
 /// Certificates are checked against the system's trusted ones (SSL_CERT_FILE and SSL_CERT_DIR are honoured),
 /// read once in the life of the process. An object belongs to one thread at a time; different objects may
@@ -64,7 +66,7 @@ public:
         Connect = 1, ///< no answer: name not resolved, refused, no route, closed before the first line of one
         Timeout = 2, ///< the exchange was not over within the time set
         Tls = 3,     ///< certificate not trusted or for another host, handshake failed
-        BrokenAnswer = 4, ///< not HTTP, cut short, or 2xx with a body that is not JSON
+        BrokenAnswer = 4, ///< not HTTP, cut short, or 2xx with a body that is not the service's JSON
         TooLarge = 5,     ///< a body over 8 MiB, or headers over 256 KiB
         Redirect = 6,     ///< 3xx: somebody other than the service answered
         BadUrl = 7,       ///< not a valid http or https URL; nothing was sent
@@ -92,12 +94,12 @@ public:
     virtual void post(const QUrl& url, const QByteArray& body, const QHash<QString, QString>& headers);
     virtual void put(const QUrl& url, const QByteArray& body, const QHash<QString, QString>& headers);
 
-    /// The body of the last answer, parsed from JSON; that of an error status as well. Invalid when there is
-    /// none or it is not JSON.
+    /// The body of the last answer, parsed from JSON; that of an error status as well, with stars in place of
+    /// the request's credentials. Invalid when there is none or it is not JSON.
     [[nodiscard]] virtual QVariant getResponse() const;
 
-    /// 0 after a 2xx whose body is empty or JSON (object, array or scalar), the HTTP status when it is 400 or
-    /// more, else an ErrorCode.
+    /// 0 after a 2xx whose body is a JSON object, or to a GET any JSON or empty; the HTTP status when it is
+    /// 400 or more, else an ErrorCode.
     [[nodiscard]] virtual int getErrorCode() const;
 
     /// The one observer of the whole process, called after each exchange in the thread that made it; an empty

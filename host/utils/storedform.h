@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QDataStream>
+#include <QString>
 #include <QVariant>
 
 /// How values look on disk.
@@ -12,9 +13,19 @@ namespace utils {
 /// The one encoding of values; a change of it is a change of every format that uses it.
 constexpr auto storedStreamVersion = QDataStream::Qt_6_4;
 
-/// True when the value, and all that its lists and maps hold, comes back from a QDataStream as it was: the
-/// plain types of Qt. A type of somebody's own may not be known any more when it is read.
-HOST_EXPORT bool isStorable(const QVariant& value);
+/// So many lists and maps in one another at most: a value without such an end could be so deep that whoever
+/// goes through it runs out of stack.
+constexpr int deepestStored = 512;
+
+/// What keeps the value from being stored, in Russian. Empty: nothing; it, and all that its lists and maps
+/// hold, is of the plain types of Qt and comes back as it was. A type of somebody's own may not be known any
+/// more when it is read.
+HOST_EXPORT QString unstorable(const QVariant& value);
+
+/// Read what a stream of that version wrote as a QVariant or QVariantMap. A value that unstorable() would not
+/// have let through makes the stream's status ReadCorruptData.
+HOST_EXPORT QVariant storedValue(QDataStream& in);
+HOST_EXPORT QVariantMap storedMap(QDataStream& in);
 
 /// What kind of content a seal names, and in which version of its format.
 struct Seal

@@ -1,5 +1,6 @@
 #include "till/commands/command.h"
 
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 
@@ -116,4 +117,21 @@ TEST(Packaging, CompletionKnowsWhatAnOptionTakes)
                 ElementsAre("list"))
         << "an option's value is no command";
     EXPECT_THAT(completions({u"till"_s, u"queue"_s, u"list"_s, u"--limit"_s, u""_s}), testing::IsEmpty());
+}
+
+TEST(Packaging, EveryServiceKeepsItsSecretsToItself)
+{
+    const QStringList common =
+        contentOf(packaging + u"/systemd/kyr-loyalty-.service.d/10-common.conf"_s).split(u'\n');
+    EXPECT_GE(common.indexOf(u"[Service]"_s), 0);
+    for (const QString& line : {u"UMask=0077"_s, u"LimitCORE=0"_s, u"StateDirectoryMode=0700"_s})
+        EXPECT_GT(common.indexOf(line), common.indexOf(u"[Service]"_s)) << line.toStdString();
+    // The drop-in is that of the units whose names begin so; none takes it back.
+    const QDir units(packaging + u"/systemd"_s);
+    const QStringList services = units.entryList({u"*.service.in"_s});
+    EXPECT_GE(services.size(), 2);
+    for (const QString& service : services) {
+        EXPECT_TRUE(service.startsWith(u"kyr-loyalty-"_s)) << service.toStdString();
+        EXPECT_FALSE(contentOf(units.filePath(service)).contains(u"LimitCORE"_s)) << service.toStdString();
+    }
 }

@@ -142,6 +142,16 @@ TEST_F(TillQueue, ARefusedMessageIsRetriedAfterTheCauseIsMended)
     EXPECT_EQ(queue({u"deliver"_s}).status, 0);
 }
 
+TEST_F(TillQueue, WhatARefusalRepeatsOfTheCredentialsIsNotKept)
+{
+    const QString id = QString::number(enqueue(u"R-1"_s));
+    server.enqueue(HttpAnswer::status(422, R"({"data":[{"message":"Authorization: Basic aHVzaA=="}]})"));
+    EXPECT_EQ(queue({u"deliver"_s}).out,
+              "0 delivered, 0 waiting, 1 parked\nfirst error: Authorization: Basic ***\n");
+    for (const QStringList& way : {QStringList{u"list"_s}, QStringList{u"show"_s, id}})
+        EXPECT_THAT(queue(way).out.toStdString(), AllOf(HasSubstr("Basic ***"), Not(HasSubstr("aHVzaA"))));
+}
+
 TEST_F(TillQueue, RetryNeedsToBeToldWhat)
 {
     enqueue(u"R-1"_s);

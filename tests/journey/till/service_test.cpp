@@ -1,6 +1,8 @@
 #include "tests/journey/till/tillprocess.h"
+#include "tests/support/httpserver.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QTcpServer>
 
 #include <gmock/gmock.h>
@@ -45,6 +47,28 @@ TEST(TillService, ASilentServiceFailsTheStepWithinTheTimeout)
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("     Ошибка обращения к серверу\n"));
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("no answer, 1"));
     EXPECT_THAT(ran.out.toStdString(), HasSubstr(" ms (Timeout)"));
+}
+
+TEST(TillService, WhatAnErrorRepeatsOfTheCredentialsIsShownToNobody)
+{
+    const Files files;
+    const QString config =
+        files.write(u"till.toml"_s, "[KYRLoyalty]\nuser = \"shop\"\npassword = \"open-sesame\"\n");
+    const QByteArray encoded = QByteArray("shop:open-sesame").toBase64();
+    test_support::HttpServer server;
+    server.enqueue(
+        test_support::HttpAnswer::status(400, R"({"data":[{"message":"Bad: Authorization: Basic )" + encoded +
+                                                  R"(, that is shop:open-sesame"}]})"));
+    const QString log = files.path(u"till.log"_s);
+    const Ran ran = run({u"shell"_s, u"--verbose"_s, u"--config"_s, config, u"--server-url"_s,
+                         server.url().toString(), u"--log-file"_s, log, u"--log-level"_s, u"debug"_s},
+                        "openSale id=R-1 positions=[]\nidentifyByCard card=2000000000017\n");
+    QFile file(log);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    for (const QByteArray& text : {ran.out, file.readAll()}) {
+        EXPECT_THAT(text.toStdString(), HasSubstr("Bad: Authorization: Basic ***, that is shop:***"));
+        EXPECT_FALSE(text.contains(encoded.first(12)) || text.contains("sesame")) << text.toStdString();
+    }
 }
 
 } // namespace tilltest

@@ -25,6 +25,9 @@ const QByteArray pay = R"({ "do": "pay" })";
 const QByteArray rollback = R"({ "do": "rollback" })";
 const QByteArray force = "/force-payment-c2b";
 const QByteArray confirm = "/confirm-payment-c2b";
+const QByteArray cancel = "/cancel-payment";
+const QByteArray earn = "/payment-b2c";
+const QByteArray deliver = R"({ "do": "deliver" })";
 
 /// A till on a service whose answers do not always come; both outlive the till's process.
 class LossyTill : public ::testing::Test
@@ -213,6 +216,49 @@ TEST_F(LossyTill, AnEarningThatTheServiceDidNotTakeIsSentLaterAndOnce)
     EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
     EXPECT_TRUE(play(R"({ "do": "deliver" })").value(u"ok"_s).toBool()) << "unless the shell was quicker";
     EXPECT_EQ(m_proxy.passed("/payment-b2c"), 1);
+    EXPECT_EQ(balanceAfterAll(), 315);
+}
+
+TEST_F(LossyTill, AnEmptyAnswerToASpendingLeavesTheOutcomeUnknown)
+{
+    begin();
+    m_proxy.answerInstead(force, 204, {});
+    expectUnknown(play(spend));
+    m_proxy.replaceAnswer(force, "\n");
+    expectUnknown(play(spend));
+    EXPECT_TRUE(play(spend).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_EQ(balanceAfterAll(), 210);
+}
+
+TEST_F(LossyTill, ACancellationThatGetsAnEmptyAnswerIsSentLater)
+{
+    begin();
+    EXPECT_TRUE(play(spend).value(u"ok"_s).toBool());
+    m_proxy.answerInstead(cancel, 204, {});
+    EXPECT_TRUE(play(rollback).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(deliver).value(u"ok"_s).toBool());
+    EXPECT_EQ(m_proxy.passed(cancel), 1);
+    EXPECT_EQ(balanceAfterAll(), 300);
+}
+
+TEST_F(LossyTill, AnEarningThatGetsAnEmptyAnswerIsSentLater)
+{
+    begin();
+    m_proxy.answerInstead(earn, 200, {});
+    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(deliver).value(u"ok"_s).toBool());
+    EXPECT_EQ(m_proxy.passed(earn), 1);
+    EXPECT_EQ(balanceAfterAll(), 315);
+}
+
+TEST_F(LossyTill, AnEarningThatTheServiceTookAndAnsweredEmptilyIsTakenOnce)
+{
+    begin();
+    m_proxy.replaceAnswer(earn, {});
+    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(deliver).value(u"ok"_s).toBool());
+    EXPECT_EQ(m_proxy.passed(earn), 2);
     EXPECT_EQ(balanceAfterAll(), 315);
 }
 

@@ -17,6 +17,19 @@ QString field(const Outcome& outcome, const QString& name)
 
 Outcome getBody(const QByteArray& body) { return getAnswer(HttpAnswer::status(200, body)); }
 
+/// What a client finds that sends this, and gets that answer.
+Outcome send(const QByteArray& method, const HttpAnswer& answer)
+{
+    HttpServer server;
+    server.enqueue(answer);
+    RestClient client;
+    if (method == "POST")
+        client.post(server.url(), "{}", {});
+    else
+        client.put(server.url(), "{}", {});
+    return {client.getErrorCode(), client.getResponse(), 0};
+}
+
 const QByteArray htmlPage = "<!doctype html><html><body>Добро пожаловать в Wi-Fi</body></html>";
 
 } // namespace
@@ -60,7 +73,7 @@ TEST(RestClientAnswer, KeepsEveryDigitOfALongNumber)
               7000000000000017LL);
 }
 
-TEST(RestClientAnswer, TakesAnEmptyTwoHundredForSuccess)
+TEST(RestClientAnswer, TakesAnEmptyTwoHundredToAGetForSuccess)
 {
     for (const HttpAnswer& answer :
          {HttpAnswer::status(200), HttpAnswer::status(204), HttpAnswer::status(201, "\r\n"),
@@ -68,6 +81,44 @@ TEST(RestClientAnswer, TakesAnEmptyTwoHundredForSuccess)
         const Outcome outcome = getAnswer(answer);
         EXPECT_EQ(outcome.errorCode, 0) << answer.bytes.toStdString();
         EXPECT_FALSE(outcome.response.isValid());
+    }
+}
+
+TEST(RestClientAnswer, IsBrokenWhenATwoHundredToAPostOrPutIsEmpty)
+{
+    for (const QByteArray& method : {"POST"_ba, "PUT"_ba}) {
+        for (const HttpAnswer& answer :
+             {HttpAnswer::status(200), HttpAnswer::status(204), HttpAnswer::status(200, " \r\n\t"),
+              HttpAnswer::status(201, "\n"), HttpAnswer::raw("HTTP/1.1 200 OK\r\n\r\n")}) {
+            const Outcome outcome = send(method, answer);
+            EXPECT_EQ(outcome.errorCode, code(ErrorCode::BrokenAnswer)) << method.toStdString() << '\n'
+                                                                        << answer.bytes.toStdString();
+            EXPECT_FALSE(outcome.response.isValid());
+        }
+    }
+}
+
+TEST(RestClientAnswer, IsBrokenWhenATwoHundredToAPostOrPutIsNoObject)
+{
+    for (const QByteArray& method : {"POST"_ba, "PUT"_ba}) {
+        for (const QByteArray& body :
+             {"[]"_ba, R"([{"a":1}])"_ba, "1"_ba, R"("{}")"_ba, "true"_ba, "null"_ba, htmlPage}) {
+            const Outcome outcome = send(method, HttpAnswer::status(200, body));
+            EXPECT_EQ(outcome.errorCode, code(ErrorCode::BrokenAnswer))
+                << method.toStdString() << ' ' << body.toStdString();
+            EXPECT_FALSE(outcome.response.isValid());
+        }
+    }
+}
+
+TEST(RestClientAnswer, IsGoodWhenATwoHundredToAPostOrPutIsAnyObject)
+{
+    for (const QByteArray& method : {"POST"_ba, "PUT"_ba}) {
+        for (const QByteArray& body : {"{}"_ba, " {\"data\":null}\n"_ba}) {
+            const Outcome outcome = send(method, HttpAnswer::status(201, body));
+            EXPECT_EQ(outcome.errorCode, 0) << method.toStdString() << ' ' << body.toStdString();
+            EXPECT_EQ(outcome.response.typeId(), QMetaType::QVariantMap);
+        }
     }
 }
 

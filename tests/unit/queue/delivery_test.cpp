@@ -89,18 +89,6 @@ TEST_F(Delivery, LeavesWhatMayPassToTheNextRun)
     }
 }
 
-TEST_F(Delivery, TakesASuccessWithoutAnAnswerForNoDelivery)
-{
-    add(u"R-1"_s, u"x"_s);
-    service.answer({});
-    const auto summary = run();
-    EXPECT_EQ(summary.delivered, 0);
-    EXPECT_EQ(summary.waiting, 1);
-    EXPECT_EQ(summary.firstError, u"the answer is broken, empty or not JSON"_s);
-    service.answer("[]");
-    EXPECT_EQ(run().delivered, 1);
-}
-
 TEST_F(Delivery, ParksWhatTheServiceRefuses)
 {
     for (const int status : {400, 403, 404, 409, 410, 422, 499}) {

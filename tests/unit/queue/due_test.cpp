@@ -122,7 +122,7 @@ TEST_F(Due, IsEverythingOnceThePausesAreEnded)
     refuse(two, 4min);
     queue.expedite();
     EXPECT_EQ(next(), one);
-    EXPECT_LE(queue.refusal()->nextProbe, clock.now());
+    EXPECT_FALSE(queue.refusal()->nextProbe.isValid());
 }
 
 TEST_F(Due, IsWhatAClockThatHasJumpedBackWouldHoldUpForLongerThanAnyPause)
@@ -197,6 +197,19 @@ TEST_F(Due, TellsTheHealthOfTheQueue)
     EXPECT_EQ(health.oldestWaiting, start.addSecs(2));
     EXPECT_EQ(health.lastDelivered, clock.now());
     EXPECT_EQ(health.lastError, QString());
+}
+
+TEST_F(Due, TellsTheHealthOfTheQueueAtTheVeryBeginningOfTimeToo)
+{
+    clock.moveTo(QDateTime::fromMSecsSinceEpoch(0, Qt::UTC));
+    const qint64 first = add();
+    const qint64 second = add();
+    queue.delivered(first, {});
+    refuse(second, 1s);
+    const QueueHealth health = queue.health();
+    EXPECT_TRUE(health.oldestWaiting.isValid());
+    EXPECT_TRUE(health.lastDelivered.isValid());
+    EXPECT_TRUE(health.credentialsRefused.isValid());
 }
 
 TEST_F(Due, RemembersSinceWhenTheCredentialsAreRefusedForWhoeverOpensIt)

@@ -1,4 +1,5 @@
 #include "host/network/messagequeue.h"
+#include "host/utils/storedform.h"
 #include "tests/unit/storage/scene.h"
 
 #include <QElapsedTimer>
@@ -103,6 +104,41 @@ TEST_F(Queue, RefusesAMessageThatCannotBeStored)
     const QVariantMap unfit{{u"headers"_s, QVariantMap{{u"own"_s, QVariant::fromValue(Foreign{})}}}};
     EXPECT_EQ(failure([&] { queue.enqueue(u"q"_s, {}, unfit, {}); }), u"hostQueueMessageUnfit"_s);
     EXPECT_THAT(ids(), IsEmpty());
+}
+
+TEST_F(Queue, RefusesAMessageThatIsTooDeepAndSaysSo)
+{
+    QVariant deep = 1;
+    for (int i = 0; i < utils::deepestStored; ++i)
+        deep = QVariantList{deep};
+    try {
+        queue.enqueue(u"q"_s, {}, {{u"headers"_s, deep}}, {});
+        FAIL();
+    } catch (const BasicException& refusal) {
+        EXPECT_EQ(refusal.tr().ru(), u"Сообщение не поставлено в очередь: такие данные нельзя сохранить "
+                                     "(вложенность больше 512)"_s);
+    }
+    EXPECT_THAT(ids(), IsEmpty());
+}
+
+TEST_F(Queue, ShowsAStoredMessageThatGoesDownForEverAsDamaged)
+{
+    const qint64 id = add();
+    const QByteArray content = QByteArray::fromHex("00000001"
+                                                   "00000002"
+                                                   "0061") +
+                               QByteArray::fromHex("00000009"
+                                                   "00"
+                                                   "00000001")
+                                   .repeated(200'000) +
+                               QByteArray(5, '\0');
+    QSqlQuery query(raw());
+    ASSERT_TRUE(query.prepare(u"UPDATE queued SET message = ? WHERE id = ?"_s));
+    query.addBindValue(utils::sealed({0x4B59526D, 1}, content));
+    query.addBindValue(id);
+    ASSERT_TRUE(query.exec());
+    EXPECT_TRUE(queue.find(id)->damaged);
+    EXPECT_TRUE(queue.drop(id));
 }
 
 TEST_F(Queue, IsInTheOrderOfEnqueueingAndNeverGivesAnIdTwice)

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using testing::ElementsAre;
@@ -14,6 +16,8 @@ namespace {
 const QString refusedLine =
     u"error: Queue: the service refuses the credentials; nothing is delivered until it takes them. "
     "Check user and password"_s;
+constexpr std::array<std::chrono::milliseconds, 8> beginningOfTime{-87600h, -1h,  -5min, -1min,
+                                                                   -1s,     -1ms, 0ms,   1ms};
 const QString takenLine = u"info: Queue: the service takes the credentials again"_s;
 
 class PausingDelivery : public test_support::Storage
@@ -87,6 +91,42 @@ TEST_F(PausingDelivery, SendsOtherGroupsWhileOneWaitsOutItsPause)
     answer({0, 0});
     EXPECT_EQ(pass().delivered, 2);
     EXPECT_THAT(sent(), ElementsAre(u"a1"_s, u"a2"_s));
+}
+
+// A till whose battery is empty may well begin anew in 1970, or before it, west of Greenwich.
+TEST_F(PausingDelivery, DeliversAndPausesAsEverAroundTheBeginningOfTime)
+{
+    for (const std::chrono::milliseconds time : beginningOfTime) {
+        clock.moveTo(QDateTime::fromMSecsSinceEpoch(time.count(), Qt::UTC));
+        add(u"A"_s, u"a1"_s);
+        add(u"A"_s, u"a2"_s);
+        answer({503});
+        pass();
+        EXPECT_THAT(sent(), ElementsAre(u"a1"_s)) << clock.now().toString(Qt::ISODateWithMs).toStdString();
+        clock.move(1s - 1ms);
+        pass();
+        EXPECT_THAT(sent(), IsEmpty()) << clock.now().toString(Qt::ISODateWithMs).toStdString();
+        clock.move(2ms);
+        answer({0, 0});
+        EXPECT_EQ(pass().delivered, 2);
+        EXPECT_THAT(sent(), ElementsAre(u"a1"_s, u"a2"_s));
+    }
+}
+
+TEST_F(PausingDelivery, AsksARefusingServiceSeldomAndOnRequestAroundTheBeginningOfTime)
+{
+    for (const std::chrono::milliseconds time : beginningOfTime) {
+        clock.moveTo(QDateTime::fromMSecsSinceEpoch(time.count(), Qt::UTC));
+        add({}, u"1"_s);
+        add({}, u"2"_s);
+        answer({401});
+        pass();
+        pass();
+        EXPECT_THAT(sent(), ElementsAre(u"1"_s)) << clock.now().toString(Qt::ISODateWithMs).toStdString();
+        answer({0, 0});
+        EXPECT_EQ(QueueDelivery(queue, options).run().delivered, 2);
+        EXPECT_EQ(sent().size(), 2);
+    }
 }
 
 TEST_F(PausingDelivery, SendsEverythingWhenSomebodyAsksWhateverThePauses)

@@ -27,6 +27,7 @@ public:
 
     [[nodiscard]] QDateTime now() const { return utils::utcFromMilliseconds(m_milliseconds); }
     void move(std::chrono::milliseconds by) { m_milliseconds += by.count(); }
+    void moveTo(const QDateTime& time) { m_milliseconds = time.toMSecsSinceEpoch(); }
 
 private:
     class Double : public CurrentTime

@@ -142,6 +142,31 @@ TEST_F(DocumentCodec, RefusesAPlugInsOwnType)
     EXPECT_EQ(failure([&] { documentcodec::written(*sale); }), u"hostDocumentUnfit"_s);
 }
 
+TEST_F(DocumentCodec, RefusesPlugInDataThatAreTooDeep)
+{
+    QVariant deep = 1;
+    for (int i = 0; i < utils::deepestStored; ++i)
+        deep = QVariantList{deep};
+    sale->setPluginData(u"Other"_s, u"deep"_s, deep);
+    EXPECT_EQ(failure([&] { documentcodec::written(*sale); }), u"hostDocumentUnfit"_s);
+}
+
+TEST_F(DocumentCodec, IsDamagedWhenItsPlugInDataGoDownForEver)
+{
+    const QByteArray none = documentcodec::written(Document(SaleReceipt, u"R-1"_s)).sliced(48);
+    const QByteArray oneMember = QByteArray::fromHex("00000001"
+                                                     "00000002"
+                                                     "0061");
+    const QByteArray list = QByteArray::fromHex("00000009"
+                                                "00"
+                                                "00000001");
+    const QByteArray deep = none.chopped(4) + oneMember + list.repeated(200'000) + QByteArray(5, '\0');
+    EXPECT_EQ(failure([&] {
+                  documentcodec::readDocument(utils::sealed({0x4B595264, 1}, deep), u"file"_s);
+              }),
+              u"hostStorageDamaged"_s);
+}
+
 TEST_F(DocumentCodec, TellsDamageAndALaterVersionWithTheFilesName)
 {
     const QByteArray bytes = documentcodec::written(*sale);

@@ -1,9 +1,13 @@
 #include "host/utils/storedform.h"
 
 #include <QDate>
+#include <QIODevice>
 #include <QStringList>
 
 #include <gtest/gtest.h>
+
+#include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using utils::Unsealed;
@@ -17,24 +21,125 @@ struct Foreign
 
 constexpr utils::Seal seal{0x54455354, 2};
 
-TEST(StoredForm, TakesQtsPlainTypesAtAnyDepth)
+QByteArray written(const QVariant& value)
 {
-    const QVariantMap values{{u"double"_s, 1.5},
-                             {u"null"_s, QVariant::fromValue(nullptr)},
-                             {u"invalid"_s, QVariant()},
-                             {u"date"_s, QDate(2024, 2, 29)},
-                             {u"texts"_s, QStringList{u"a"_s}},
-                             {u"list"_s, QVariantList{1, QVariantMap{{u"bytes"_s, "x"_ba}}}}};
-    EXPECT_TRUE(utils::isStorable(values));
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out.setVersion(utils::storedStreamVersion);
+    out << value;
+    return bytes;
+}
+
+/// What is read from these bytes; nothing when they are damaged.
+std::optional<QVariant> read(const QByteArray& bytes)
+{
+    QDataStream in(bytes);
+    in.setVersion(utils::storedStreamVersion);
+    const QVariant value = utils::storedValue(in);
+    const bool whole = in.status() == QDataStream::Ok && in.atEnd();
+    return whole ? std::optional(value) : std::nullopt;
+}
+
+/// So many lists in one another.
+QVariant nested(int levels)
+{
+    QVariant value = 1;
+    for (int i = 0; i < levels; ++i)
+        value = QVariantList{value};
+    return value;
+}
+
+const QVariantMap plain{{u"double"_s, 1.5},
+                        {u"null"_s, QVariant::fromValue(nullptr)},
+                        {u"no text"_s, QVariant(QMetaType::fromType<QString>())},
+                        {u"no map"_s, QVariant(QMetaType::fromType<QVariantMap>())},
+                        {u"invalid"_s, QVariant()},
+                        {u"date"_s, QDate(2024, 2, 29)},
+                        {u"texts"_s, QStringList{u"a"_s}},
+                        {u"hash"_s, QVariantHash{{u"a"_s, 1}}},
+                        {u"pair"_s, QVariant::fromValue(std::pair(QVariant(1), QVariant(u"b"_s)))},
+                        {u"list"_s, QVariantList{1, QVariantMap{{u"bytes"_s, "x"_ba}}}}};
+
+TEST(StoredForm, TakesQtsPlainTypesAndBringsThemBackAsTheyWere)
+{
+    EXPECT_EQ(utils::unstorable(plain), QString());
+    const auto back = read(written(plain));
+    ASSERT_TRUE(back);
+    EXPECT_EQ(*back, QVariant(plain));
+    EXPECT_EQ(written(*back), written(plain)) << "the types too, and what is null";
 }
 
 TEST(StoredForm, RefusesATypeOfSomebodysOwnAtAnyDepth)
 {
     const QVariant foreign = QVariant::fromValue(Foreign{});
-    EXPECT_FALSE(utils::isStorable(foreign));
-    EXPECT_FALSE(utils::isStorable(QVariantList{1, foreign}));
-    EXPECT_FALSE(utils::isStorable(QVariantMap{{u"a"_s, QVariantList{QVariantMap{{u"b"_s, foreign}}}}}));
-    EXPECT_FALSE(utils::isStorable(QVariantHash{{u"a"_s, foreign}}));
+    for (const QVariant& value :
+         {foreign, QVariant(QVariantList{1, foreign}), QVariant(QVariantHash{{u"a"_s, foreign}}),
+          QVariant::fromValue(std::pair(QVariant(1), foreign)),
+          QVariant(QVariantMap{{u"a"_s, QVariantList{QVariantMap{{u"b"_s, foreign}}}}})})
+        EXPECT_TRUE(utils::unstorable(value).startsWith(u"значение типа "_s));
+}
+
+TEST(StoredForm, EndsAtADepthThatNobodyNeeds)
+{
+    const QVariant deepest = nested(utils::deepestStored);
+    EXPECT_EQ(utils::unstorable(deepest), QString());
+    EXPECT_EQ(read(written(deepest)), deepest);
+    const QVariant tooDeep = nested(utils::deepestStored + 1);
+    EXPECT_EQ(utils::unstorable(tooDeep), u"вложенность больше 512"_s);
+    EXPECT_EQ(read(written(tooDeep)), std::nullopt);
+}
+
+TEST(StoredForm, CountsAMapThatIsReadByItselfAsALevel)
+{
+    const QVariantMap deepest{{u"a"_s, nested(utils::deepestStored - 1)}};
+    const QVariantMap tooDeep{{u"a"_s, nested(utils::deepestStored)}};
+    EXPECT_EQ(utils::unstorable(deepest), QString());
+    EXPECT_NE(utils::unstorable(tooDeep), QString());
+    for (const QVariantMap& map : {deepest, tooDeep}) {
+        QByteArray bytes;
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        out << map;
+        QDataStream in(bytes);
+        static_cast<void>(utils::storedMap(in));
+        EXPECT_EQ(in.status() == QDataStream::Ok, utils::unstorable(map).isEmpty());
+    }
+}
+
+TEST(StoredForm, IsDamagedAndNoDangerWhenItGoesDownForEver)
+{
+    constexpr int levels = 200'000;
+    const QByteArray inList = QByteArray::fromHex("00000009"
+                                                  "00"
+                                                  "00000001");
+    const QByteArray inMap = QByteArray::fromHex("00000008"
+                                                 "00"
+                                                 "00000001"
+                                                 "00000002"
+                                                 "0061");
+    const QByteArray inHash = QByteArray::fromHex("0000001c"
+                                                  "00"
+                                                  "00000001"
+                                                  "00000002"
+                                                  "0061");
+    const QByteArray inPair = QByteArray::fromHex("0000003a"
+                                                  "00");
+    const QByteArray inVariant = QByteArray::fromHex("00000029"
+                                                     "00");
+    const QByteArray inNamed = QByteArray::fromHex("00010000"
+                                                   "00"
+                                                   "0000000d") +
+                               QByteArray("QVariantList\0", 13) + QByteArray::fromHex("00000001");
+    for (const QByteArray& level : {inList, inMap, inHash, inPair, inVariant, inNamed})
+        EXPECT_EQ(read(level.repeated(levels) + written(1)), std::nullopt) << level.toHex().toStdString();
+}
+
+TEST(StoredForm, IsDamagedAndNoDangerWhenItsCountsAreWrong)
+{
+    const QByteArray whole = written(QVariantList{1, QVariantMap{{u"a"_s, u"b"_s}}});
+    for (qsizetype size = 0; size < whole.size(); ++size)
+        EXPECT_EQ(read(whole.first(size)), std::nullopt) << size;
+    for (const char* count : {"ffffffff", "7fffffff", "00000003"})
+        EXPECT_EQ(read(whole.first(5) + QByteArray::fromHex(count) + whole.sliced(9)), std::nullopt) << count;
 }
 
 TEST(StoredForm, HasAHeadOfFortyEightBytesThatBeginsWithMagicVersionAndSize)

@@ -1,0 +1,79 @@
+#include "host/network/credentials.h"
+
+#include <QByteArray>
+#include <QRegularExpression>
+#include <QStringList>
+
+using namespace Qt::StringLiterals;
+
+namespace network {
+
+namespace {
+
+QString authorizationIn(const QHash<QString, QString>& headers)
+{
+    for (auto header = headers.cbegin(); header != headers.cend(); ++header) {
+        if (header.key().compare("Authorization"_L1, Qt::CaseInsensitive) == 0)
+            return header.value().trimmed();
+    }
+    return {};
+}
+
+/// What nobody else may read; empty: nothing.
+QStringList secretsOf(const QString& authorization)
+{
+    QString encoded = authorization.sliced(authorization.indexOf(u' ') + 1);
+    while (encoded.endsWith(u'='))
+        encoded.chop(1); // in an address they are spelt differently
+    QStringList secrets{encoded};
+    if (authorization.startsWith("Basic "_L1, Qt::CaseInsensitive))
+        secrets += QString::fromUtf8(QByteArray::fromBase64(encoded.toUtf8())).section(u':', 1);
+    secrets.removeAll(QString());
+    return secrets;
+}
+
+QRegularExpression matching(const QStringList& secrets)
+{
+    constexpr qsizetype unmistakable = 8;
+    QStringList patterns;
+    for (const QString& secret : secrets) {
+        const QString exactly = QRegularExpression::escape(secret);
+        patterns.append(secret.size() < unmistakable ? u"(?<!\\w)%1(?!\\w)"_s.arg(exactly) : exactly);
+    }
+    return QRegularExpression(u"(?:%1)=*"_s.arg(patterns.join(u'|')),
+                              QRegularExpression::UseUnicodePropertiesOption);
+}
+
+QVariant without(const QRegularExpression& secrets, const QVariant& value)
+{
+    const auto cleaned = [&secrets](QString text) { return text.replace(secrets, u"***"_s); };
+    switch (value.typeId()) {
+    case QMetaType::QString:
+        return cleaned(value.toString());
+    case QMetaType::QVariantList: {
+        QVariantList list = value.toList();
+        for (QVariant& entry : list)
+            entry = without(secrets, entry);
+        return list;
+    }
+    case QMetaType::QVariantMap: {
+        const QVariantMap given = value.toMap();
+        QVariantMap map;
+        for (auto member = given.cbegin(); member != given.cend(); ++member)
+            map.insert(cleaned(member.key()), without(secrets, member.value()));
+        return map;
+    }
+    default:
+        return value;
+    }
+}
+
+} // namespace
+
+QVariant withoutCredentials(const QVariant& answer, const QHash<QString, QString>& headers)
+{
+    const QStringList secrets = secretsOf(authorizationIn(headers));
+    return secrets.isEmpty() ? answer : without(matching(secrets), answer);
+}
+
+} // namespace network
