@@ -9,6 +9,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -42,11 +44,13 @@ void KyrLoyaltyInterface::anonymousReceipt() const
     if (document->getDocumentType() == SaleReceipt) {
         sendAnonymousCheck(u"sale"_s);
     } else if (document->getDocumentType() == ReturnReceipt) {
-        if (receipt::isZero(document->getSum() - loadedSaleOf(*document)->getSum())) {
-            sendAnonymousCheck(u"back"_s);
-        } else {
+        const double difference = document->getSum() - loadedSaleOf(*document)->getSum();
+        // Not !isZero(): totals that are no numbers do not differ.
+        if (std::abs(difference) >= receipt::leastMoney) {
             sendAnonymousCheck(u"backfull"_s);
             sendAnonymousCheck(u"salepartial"_s);
+        } else {
+            sendAnonymousCheck(u"back"_s);
         }
     } else {
         logger->info(u"Не поддерживаемый тип чека "_s);

@@ -32,7 +32,7 @@ QMap<QString, QVariant> KyrLoyaltyInterface::getServerResponse(const QString& pa
     if (client->getErrorCode() <= 0)
         return answer;
 
-    const QStringList messages = getErrorMessages(answer.value(keys::data).toList());
+    const QStringList messages = getErrorMessages(listOf(answer.value(keys::data)));
     if (messages.isEmpty())
         throw KyrLoyaltyException(texts::requestFailed());
     throw KyrLoyaltyException(messages.join(u'\n'));

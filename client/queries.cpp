@@ -3,6 +3,8 @@
 #include "client/texts.h"
 #include "plugin/kyrloyaltyexception.h"
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -41,7 +43,25 @@ QSharedPointer<Client> customer(const QVariantMap& user)
 double balance(const QVariantMap& account)
 {
     QString text = account.value(u"avialable"_s).toString(); // misspelt by the service
-    return text.replace(u',', u'.').remove(u' ').toDouble();
+    const double points = text.replace(u',', u'.').remove(u' ').toDouble();
+    return std::isfinite(points) ? points : 0; // "nan" and "inf" are words, though toDouble() takes them
+}
+
+// One of the four as a number, or as a text of digits. QVariant alone would take true for 1, 1.7 for 2 and
+// 4294967299 for 3.
+int serviceStatus(const QVariant& value)
+{
+    bool isNumber = false;
+    const double number =
+        value.typeId() == QMetaType::QString ? value.toString().toInt(&isNumber) : value.toDouble(&isNumber);
+    if (isNumber && value.typeId() != QMetaType::Bool) {
+        for (const int status : {ServiceStatus::New, ServiceStatus::NotFilledIn, ServiceStatus::Blocked,
+                                 ServiceStatus::Active}) {
+            if (number == status)
+                return status;
+        }
+    }
+    throw KyrLoyaltyException(texts::incorrectAnswer());
 }
 
 } // namespace
@@ -54,10 +74,7 @@ int KyrLoyaltyInterface::getCardStatus(const QString& cardNumber) const
     if (!card.contains(u"status"_s))
         throw KyrLoyaltyException(texts::cardStatusNotFound());
 
-    bool isNumber = false;
-    const int status = card.value(u"status"_s).toInt(&isNumber);
-    if (!isNumber || status < ServiceStatus::New || status > ServiceStatus::Active)
-        throw KyrLoyaltyException(texts::incorrectAnswer());
+    const int status = serviceStatus(card.value(u"status"_s));
     if (status == ServiceStatus::Blocked)
         throw KyrLoyaltyException(texts::cardBlocked());
     if (status == ServiceStatus::New) {
@@ -79,7 +96,7 @@ void KyrLoyaltyInterface::getUserInfo(const QSharedPointer<DocumentCardRecord>& 
     const QVariantMap data = answer.value(keys::data).toMap();
     record->getCard()->setClient(customer(data.value(u"user_data"_s).toMap()));
 
-    const QVariantList accounts = data.value(u"accounts_data"_s).toList();
+    const QVariantList accounts = listOf(data.value(u"accounts_data"_s));
     if (accounts.isEmpty())
         throw KyrLoyaltyException(texts::balanceNotFound());
     record->setBonusBalance(balance(accounts.first().toMap()));
@@ -90,7 +107,7 @@ QList<QString> KyrLoyaltyInterface::getCardNumbers(const QString& phone) const
 {
     logger->info(u"Получение списка номеров карт по номеру телефона '%1'"_s.arg(phone));
     const QVariantMap answer = getServerResponse(paths::userByPhone(phone), {}, RestMethod::Get);
-    const QVariantList cards = answer.value(keys::data).toMap().value(u"cards_data"_s).toList();
+    const QVariantList cards = listOf(answer.value(keys::data).toMap().value(u"cards_data"_s));
     QList<QString> numbers;
     numbers.reserve(cards.size());
     for (const QVariant& card : cards)

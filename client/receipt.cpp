@@ -95,19 +95,21 @@ QVariantMap KyrLoyaltyInterface::makeCheck(bool addBonusImpact) const
         card->setOperationId(QString::fromUtf8(receipt::compactJson(ids)));
     }
 
-    const auto [positions, amount] = receipt::listing(*document, addBonusImpact);
-    const double discount = document->getDiscountSum();
-    return {
+    QVariantMap check{
         {u"card"_s, card->getNumber().toString()},
         {keys::branchId, receipt::shopCode()},
         {u"receipt_currency"_s, currencyName},
-        {keys::receiptAmount, amount},
-        // A text that holds JSON, not a nested array: so the service wants it.
-        {keys::receiptDetails, QString::fromUtf8(receipt::compactJson(positions))},
-        {keys::receiptDatetime, receipt::nowInSeconds()},
-        {u"receipt_discount"_s, receipt::isZero(discount) ? u"0"_s : QString::number(discount, 'f', 2)},
-        {u"check_identifier"_s, document->getIdentifier()},
-        {keys::operatorId, {}},
-        {keys::terminalId, {}},
     };
+    const auto [positions, amount] = receipt::listing(*document, addBonusImpact);
+    check.insert(keys::receiptAmount, amount);
+    // A text that holds JSON, not a nested array: so the service wants it.
+    check.insert(keys::receiptDetails, QString::fromUtf8(receipt::compactJson(positions)));
+    check.insert(keys::receiptDatetime, receipt::nowInSeconds());
+    const double discount = document->getDiscountSum();
+    check.insert(u"receipt_discount"_s,
+                 receipt::isZero(discount) ? u"0"_s : QString::number(discount, 'f', 2));
+    check.insert(u"check_identifier"_s, document->getIdentifier());
+    check.insert(keys::operatorId, {});
+    check.insert(keys::terminalId, {});
+    return check;
 }

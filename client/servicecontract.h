@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QVariant>
 
 /// The service's paths, relative to the configured base URL. None begins with "/": the base URL ends with
 /// one.
@@ -49,6 +50,13 @@ inline const QString receiptNumber = u"receipt_number"_s;
 inline const QString terminalId = u"terminal_id"_s;
 
 } // namespace keys
+
+/// A list in the service's answer. Anything but an array is an empty one: of a text QVariant would make a
+/// list of letters.
+inline QVariantList listOf(const QVariant& value)
+{
+    return value.typeId() == QMetaType::QVariantList ? value.toList() : QVariantList();
+}
 
 /// The kinds of operation whose receipt numbers a card record keeps.
 namespace operations {

@@ -51,9 +51,10 @@ bool KyrLoyaltyInterface::init()
     currencyName = config.getString(u"KYRLoyalty:currencyName"_s, u"BON"_s);
     timeout = config.getInt(u"KYRLoyalty:timeout"_s, 10);
 
+    const QString user = config.getString(u"KYRLoyalty:user"_s, {});
+    const QString password = config.getString(u"KYRLoyalty:password"_s, {});
     // Both values at once: a user name that holds "%2" stays as it was typed.
-    const QString credentials = u"%1:%2"_s.arg(config.getString(u"KYRLoyalty:user"_s, {}),
-                                               config.getString(u"KYRLoyalty:password"_s, {}));
+    const QString credentials = u"%1:%2"_s.arg(user, password);
     const QByteArray encoded = credentials.toLocal8Bit().toBase64();
     headers.insert(u"Authorization"_s, u"Basic %1"_s.arg(QString::fromLatin1(encoded)));
     headers.insert(u"Content-Type"_s, u"application/json"_s);

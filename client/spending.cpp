@@ -6,7 +6,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QVariantList recipients(const QVariantMap& data) { return data.value(u"newRecipientDetails"_s).toList(); }
+QVariantList recipients(const QVariantMap& data) { return listOf(data.value(u"newRecipientDetails"_s)); }
 
 } // namespace
 
@@ -26,7 +26,7 @@ std::pair<double, DocumentBonusRecord> KyrLoyaltyInterface::prePayment(double am
     logger->info(u"Запрос информации о ограничениях начислений и списаний"_s);
     const QVariantMap data = postSpending(paths::prePayment, amount);
     double allowed = 0;
-    const QVariantList details = data.value(keys::receiptDetails).toList();
+    const QVariantList details = listOf(data.value(keys::receiptDetails));
     for (const QVariant& position : details) {
         const QVariantMap parameters = position.toMap().value(u"parameters"_s).toMap();
         allowed += parameters.value(u"max_payment_bonus"_s).toDouble();

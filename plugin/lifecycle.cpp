@@ -70,14 +70,14 @@ bool KyrLoyalty::restoreLoyaltySystem()
         return document ? document->getPluginData(pluginName(), key, {}) : QVariant();
     };
     m_pointsForSpend = stored(plugindata::pointsForSpend).toDouble();
-    m_bonusImpacts.clear();
-    const QVariantList impacts = stored(plugindata::bonusImpacts).toList();
-    for (const QVariant& impact : impacts) {
-        m_bonusImpacts.append(impact.isNull()
-                                  ? nullptr
-                                  : QSharedPointer<BonusImpact>::create(
-                                        serder::default_serder_type<BonusImpact>::deserialize(impact)));
+    QList<QSharedPointer<BonusImpact>> impacts;
+    const QVariantList written = stored(plugindata::bonusImpacts).toList();
+    for (const QVariant& impact : written) {
+        impacts.append(impact.isNull() ? nullptr
+                                       : QSharedPointer<BonusImpact>::create(
+                                             serder::default_serder_type<BonusImpact>::deserialize(impact)));
     }
+    m_bonusImpacts = impacts; // only now: one that can't be read leaves the old ones in place
     return true;
 }
 

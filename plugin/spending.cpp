@@ -4,12 +4,17 @@
 #include "host/core/dialog.h"
 #include "plugin/kyrloyalty.h"
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
 // An amount equal to the other, or one that is not a number, gives way to it.
 double smaller(double earlier, double later) { return earlier < later ? earlier : later; }
+
+// Cut toward zero; what has no whole number is written as the word that it is, "nan" or "inf".
+QString wholeNumber(double points) { return QString::number(std::trunc(points) + 0.0, 'f', 0); }
 
 } // namespace
 
@@ -34,7 +39,7 @@ bool KyrLoyalty::spendPoints()
 {
     const double points = m_pointsForSpend;
     logger->info(u"Создание оплаты бонусами в виде скидки на сумму %1, по карте %2"_s.arg(
-        QString::number(static_cast<qint64>(points)), watchedCard()->getNumber().toString()));
+        wholeNumber(points), watchedCard()->getNumber().toString()));
 
     return guarded([&] {
         // The limit that comes with the record was applied when the points for spend were asked for.

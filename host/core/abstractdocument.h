@@ -16,7 +16,8 @@ class HOST_EXPORT AbstractDocument
 public:
     virtual ~AbstractDocument();
 
-    [[nodiscard]] virtual EDocumentType getDocumentType() const = 0;
+    /// The host's code for what the document is: EDocumentType names those that the plug-in knows.
+    [[nodiscard]] virtual int getDocumentType() const = 0;
     /// The receipt's identifier, unique in the shop.
     [[nodiscard]] virtual QString getIdentifier() const = 0;
     /// The identifier that a return receipt is reported under.

@@ -85,10 +85,9 @@ loyalty::CardNumberResult BasicLoyaltySystem::getCardNumber(const loyalty::CardN
 
 void BasicLoyaltySystem::setOption(LoyaltySystemOption option, bool on)
 {
+    m_options.removeAll(option);
     if (on)
-        m_options.insert(option);
-    else
-        m_options.remove(option);
+        m_options.append(option);
 }
 
 bool BasicLoyaltySystem::registerLoyaltySystem()

@@ -10,7 +10,6 @@
 #include "host/utils/tr.h"
 
 #include <QList>
-#include <QSet>
 #include <QSharedPointer>
 #include <QString>
 
@@ -84,6 +83,8 @@ public:
 
     [[nodiscard]] LoyaltySystemType getType() const { return m_type; }
     [[nodiscard]] bool isOptionSet(LoyaltySystemOption option) const { return m_options.contains(option); }
+    /// What is switched on, in the order in which it was.
+    [[nodiscard]] const QList<LoyaltySystemOption>& options() const { return m_options; }
     /// The text of the last failure; stays until the next one.
     [[nodiscard]] tr::Tr getLastErrorString() const { return m_lastError; }
     /// Points for spend as they stand, without asking anybody.
@@ -119,7 +120,7 @@ protected:
 private:
     bool refuse();
 
-    QSet<LoyaltySystemOption> m_options;
+    QList<LoyaltySystemOption> m_options;
 };
 
 Q_DECLARE_INTERFACE(BasicLoyaltySystem, "LoyaltySystem")

@@ -21,7 +21,7 @@ public:
     void setSaleDocumentId(const QVariant& reference) { m_saleDocumentId = reference; }
     void setReturnIdentifier(const QString& identifier) { m_returnIdentifier = identifier; }
 
-    [[nodiscard]] EDocumentType getDocumentType() const override { return m_type; }
+    [[nodiscard]] int getDocumentType() const override { return m_type; }
     [[nodiscard]] QString getIdentifier() const override { return m_identifier; }
     [[nodiscard]] QString getReturnIdentifier() const override { return m_returnIdentifier; }
     [[nodiscard]] QVariant getSaleDocumentId() const override { return m_saleDocumentId; }

@@ -9,6 +9,8 @@
 #include <QPluginLoader>
 #include <QPointer>
 
+#include <dlfcn.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -115,6 +117,27 @@ TEST_F(LoadedPlugin, MakesANewInstanceAfterTheFirstWasDeleted)
     object = loader.instance();
     ASSERT_NE(object, nullptr);
     EXPECT_NE(object->qt_metacast("KyrLoyalty"), nullptr);
+}
+
+// Through the symbol itself: QPluginLoader remembers what it got and would hide a second object.
+TEST(EntryPoint, GivesOneObjectUntilThatIsDeletedAndThenANewOne)
+{
+    void* library = dlopen(KYR_PLUGIN, RTLD_NOW);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto instance = reinterpret_cast<QObject* (*)()>(dlsym(library, "qt_plugin_instance"));
+    ASSERT_NE(instance, nullptr) << dlerror();
+
+    QObject* first = instance();
+    first->setObjectName(u"first"_s);
+    EXPECT_EQ(instance(), first);
+    delete first;
+    QObject* second = instance();
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(second->objectName(), QString()) << "a new one, though perhaps in the old one's place";
+    EXPECT_NE(second->qt_metacast("KyrLoyalty"), nullptr);
+    EXPECT_EQ(instance(), second);
+    delete second;
+    dlclose(library);
 }
 
 TEST_F(LoadedPlugin, HasTheSlotAsItsOneMethod)

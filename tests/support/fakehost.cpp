@@ -1,7 +1,5 @@
 #include "tests/support/fakehost.h"
 
-#include "host/utils/standingtime.h"
-
 #include <gtest/gtest.h>
 
 namespace test_support {
@@ -26,10 +24,27 @@ void FakeDocuments::saveCardRecord(const QSharedPointer<DocumentCardRecord>& rec
     saved.append(record);
 }
 
+class FixedClock::Reader : public CurrentTime
+{
+public:
+    explicit Reader(FixedClock& clock)
+        : m_clock(clock)
+    {}
+    [[nodiscard]] QDateTime currentDateTime() const override
+    {
+        QDateTime now = m_clock.time;
+        m_clock.time = now.addSecs(m_clock.tick);
+        return now;
+    }
+
+private:
+    FixedClock& m_clock;
+};
+
 FixedClock::FixedClock(qint64 secondsSinceEpoch)
     : time(QDateTime::fromSecsSinceEpoch(secondsSinceEpoch))
 {
-    MockFactory<CurrentTime>::mocked = [this] { return QSharedPointer<CurrentTime>(new StandingTime(time)); };
+    MockFactory<CurrentTime>::mocked = [this] { return QSharedPointer<CurrentTime>(new Reader(*this)); };
 }
 
 FixedClock::~FixedClock() { MockFactory<CurrentTime>::mocked = nullptr; }

@@ -41,7 +41,7 @@ public:
     std::function<void()> beforeSave; ///< called first on each save; may throw
 };
 
-/// A clock that stands still, for every CurrentTime made while it lives.
+/// The clock of every CurrentTime made while it lives: stands still, or ticks at each reading.
 class FixedClock
 {
 public:
@@ -51,6 +51,10 @@ public:
     FixedClock& operator=(const FixedClock&) = delete;
 
     QDateTime time;
+    int tick = 0; ///< seconds that it goes on after each reading
+
+private:
+    class Reader;
 };
 
 } // namespace test_support

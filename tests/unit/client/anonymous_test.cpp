@@ -1,5 +1,8 @@
 #include "tests/unit/client/receiptworld.h"
 
+#include <limits>
+#include <tuple>
+
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -123,6 +126,48 @@ TEST_F(Anonymous, ReturnThatDiffersByHalfAHundredthIsPartial)
     EXPECT_EQ(queue->entries.size(), 2) << "more than the sale is no whole return either";
 }
 
+class ReplacedSending : public OpenClient
+{
+public:
+    void sendAnonymousCheck(const QString& type) const override { types.append(type); }
+    mutable QStringList types;
+};
+
+class FixedSum : public Document
+{
+public:
+    FixedSum(EDocumentType type, const QString& identifier, double sum)
+        : Document(type, identifier)
+        , m_sum(sum)
+    {}
+    [[nodiscard]] double getSum() const override { return m_sum; }
+
+private:
+    double m_sum;
+};
+
+TEST_F(Anonymous, ReturnIsWholeWhenItsTotalIsWithinHalfAHundredthOfTheSales)
+{
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const QList<std::tuple<double, double, bool>> cases{
+        {150, 150, true},  {150.0049, 150, true},      {149.9951, 150, true},
+        {0.005, 0, false}, {149.994, 150, false},      {150, nan, true},
+        {nan, 150, true},  {infinity, infinity, true}, {infinity, 150, false}};
+    ReplacedSending replaced;
+    for (const auto& [returned, sold, whole] : cases) {
+        replaced.types.clear();
+        openReturnOf(QSharedPointer<FixedSum>::create(SaleReceipt, u"R-0"_s, sold));
+        const auto back = QSharedPointer<FixedSum>::create(ReturnReceipt, u"V-1"_s, returned);
+        back->setSaleDocumentId(u"R-0"_s);
+        Singleton<Session>::instance->setDocument(back);
+        replaced.anonymousReceipt();
+        EXPECT_EQ(replaced.types,
+                  whole ? QStringList{u"back"_s} : (QStringList{u"backfull"_s, u"salepartial"_s}))
+            << returned << " of " << sold;
+    }
+}
+
 TEST_F(Anonymous, ReturnOfOnePositionTakesTheSaleBackAndSellsTheRest)
 {
     openReturn();
@@ -190,13 +235,6 @@ TEST_F(Anonymous, AnyOtherTypeOfDocumentIsLoggedAndNotSent)
     EXPECT_TRUE(queue->entries.isEmpty());
     EXPECT_THAT(log(), ElementsAre(opening, u"info: Не поддерживаемый тип чека "_s));
 }
-
-class ReplacedSending : public OpenClient
-{
-public:
-    void sendAnonymousCheck(const QString& type) const override { types.append(type); }
-    mutable QStringList types;
-};
 
 TEST_F(Anonymous, SendsThroughItsVirtualOperationsInOrder)
 {

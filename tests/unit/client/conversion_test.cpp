@@ -26,6 +26,13 @@ TEST_F(Conversion, LiftsWhatLiesAThousandthOfAHundredthBelowTheNextOne)
     EXPECT_EQ(client.moneyToBonus(-1.239995), -1.24);
 }
 
+TEST_F(Conversion, CountsHundredthsByDivisionAsTheServiceDoes)
+{
+    // On the border of the lift the quotient by 0.01 stays just below; the product with 100 would not.
+    EXPECT_EQ(client.moneyToBonus(0.37999), 0.37);
+    EXPECT_EQ(client.moneyToBonus(-2.12999), -2.12);
+}
+
 TEST_F(Conversion, LeavesWhatIsOnAHundredthButForNoiseUntouched)
 {
     EXPECT_EQ(client.moneyToBonus(1.239999999), 1.239999999);

@@ -63,6 +63,8 @@ TEST_F(Exchange, PostsTheBodyByteForByte)
     (void)client.getServerResponse(u"v2/x"_s, "{\"имя\": 1}\n", Method::Post);
     EXPECT_EQ(service.requests()[0].method, u"POST"_s);
     EXPECT_EQ(service.requests()[0].body, "{\"имя\": 1}\n");
+    EXPECT_EQ(service.requests()[0].headers, client.headers);
+    EXPECT_EQ(service.requests()[0].timeout, 7);
 }
 
 TEST_F(Exchange, PutsTheBodyByteForByte)
@@ -71,6 +73,8 @@ TEST_F(Exchange, PutsTheBodyByteForByte)
     (void)client.getServerResponse(u"v2/x"_s, "{\"a\":1}", Method::Put);
     EXPECT_EQ(service.requests()[0].method, u"PUT"_s);
     EXPECT_EQ(service.requests()[0].body, "{\"a\":1}");
+    EXPECT_EQ(service.requests()[0].headers, client.headers);
+    EXPECT_EQ(service.requests()[0].timeout, 7);
 }
 
 TEST_F(Exchange, TakesAnUnknownMethodForGet)

@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <limits>
+
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -100,8 +102,16 @@ TEST_F(Queries, CardStatusTwoIsABlockedCard)
 TEST_F(Queries, CardStatusMayComeAsText)
 {
     EXPECT_EQ(statusFailure(R"("2")"), blocked);
-    answerStatus(R"("3")");
-    EXPECT_EQ(client.getCardStatus(u"77"_s), 3);
+    for (const char* status : {R"("3")", R"(" 3 ")", R"("+3")", R"("03")"}) {
+        answerStatus(status);
+        EXPECT_EQ(client.getCardStatus(u"77"_s), 3) << status;
+    }
+}
+
+TEST_F(Queries, CardStatusMayBeAWholeNumberWithADecimalPoint)
+{
+    EXPECT_EQ(statusFailure("2.0"), blocked);
+    EXPECT_EQ(statusFailure("0.2e1"), blocked);
 }
 
 TEST_F(Queries, CardStatusOutsideZeroToThreeIsAnIncorrectAnswer)
@@ -112,9 +122,48 @@ TEST_F(Queries, CardStatusOutsideZeroToThreeIsAnIncorrectAnswer)
 
 TEST_F(Queries, CardStatusThatIsNoNumberIsAnIncorrectAnswer)
 {
-    EXPECT_EQ(statusFailure(R"("active")"), incorrect);
-    EXPECT_EQ(statusFailure("null"), incorrect);
-    EXPECT_EQ(statusFailure("{}"), incorrect);
+    for (const char* status : {R"("active")", "null", "{}", "true", "false", "[3]", R"("")", R"("true")"})
+        EXPECT_EQ(statusFailure(status), incorrect) << status;
+}
+
+TEST_F(Queries, CardStatusThatIsNotWholeIsAnIncorrectAnswer)
+{
+    for (const char* status : {"1.7", "0.5", "-0.5", "2.9999999", R"("1.7")", R"("3.0")"})
+        EXPECT_EQ(statusFailure(status), incorrect) << status;
+}
+
+TEST_F(Queries, CardStatusBeyondAnIntegerIsAnIncorrectAnswer)
+{
+    // The first three are 3 in their low 32 bits.
+    for (const char* status : {"4294967299", "-4294967293", R"("4294967299")", "18446744073709551619",
+                               "1e300", "-1e300", R"("1e0")"})
+        EXPECT_EQ(statusFailure(status), incorrect) << status;
+}
+
+class ReplacedExchange : public OpenClient
+{
+public:
+    [[nodiscard]] QMap<QString, QVariant> getServerResponse(const QString& /*path*/,
+                                                            const QByteArray& /*body*/,
+                                                            RestMethod /*method*/) const override
+    {
+        return {{u"data"_s, QVariantMap{{u"card_data"_s, QVariantMap{{u"status"_s, status}}}}}};
+    }
+    QVariant status;
+};
+
+TEST_F(Queries, CardStatusIsReadFromAnyTypeOfNumber)
+{
+    ReplacedExchange replaced;
+    for (const QVariant& status : {QVariant(3.0), QVariant(3), QVariant(3LL)}) {
+        replaced.status = status;
+        EXPECT_EQ(replaced.getCardStatus(u"77"_s), 3) << status.typeName();
+    }
+    for (const double status : {std::numeric_limits<double>::quiet_NaN(),
+                                std::numeric_limits<double>::infinity(), 4294967299.0, 3.5}) {
+        replaced.status = status;
+        EXPECT_EQ(failureOf([&] { (void)replaced.getCardStatus(u"77"_s); }), incorrect) << status;
+    }
 }
 
 TEST_F(Queries, CardStatusThatIsMissingIsSaidSo)
@@ -274,6 +323,13 @@ TEST_F(Queries, UserInfoTakesABalanceThatIsNoNumberForZero)
     EXPECT_EQ(balanceOf("null"), 0.0);
 }
 
+TEST_F(Queries, UserInfoTakesABalanceBeyondAllNumbersForZero)
+{
+    for (const char* available : {R"("nan")", R"("NaN")", R"("inf")", R"("+inf")", R"("-inf")",
+                                  R"(" i n f ")", R"("infinity")", R"("1e999")", R"("-1e999")"})
+        EXPECT_EQ(balanceOf(available), 0.0) << available;
+}
+
 TEST_F(Queries, UserInfoDropsOnlyTheOrdinaryBlankFromABalance)
 {
     EXPECT_EQ(balanceOf("\"1\u00a0234,50\""), 0.0);
@@ -307,6 +363,16 @@ TEST_F(Queries, UserInfoWithoutAccountsFailsWithTheCustomerAttached)
     EXPECT_FALSE(log().contains(u"info: Информация о клиенте и карте получена"_s));
 }
 
+TEST_F(Queries, UserInfoTakesOnlyAnArrayForAListOfAccounts)
+{
+    for (const char* accounts : {R"("1 234,50")", R"({"avialable":"5"})", "5", "true", "null"}) {
+        answerStatus("3");
+        answerUser("{}", accounts);
+        EXPECT_EQ(failureOf([this] { client.getUserInfo(record); }).id(), u"loyaltyBalanceNotFound"_s)
+            << accounts;
+    }
+}
+
 TEST_F(Queries, UserInfoWithoutACardRecordFailsWithAClearText)
 {
     EXPECT_EQ(failureOf([this] { client.getUserInfo({}); }).id(), u"kyrCardRecordMissing"_s);
@@ -331,6 +397,14 @@ TEST_F(Queries, CardNumbersOfAPhoneWithoutCardsAreNone)
     EXPECT_THAT(client.getCardNumbers(u"1"_s), IsEmpty());
     service.answer("{}");
     EXPECT_THAT(client.getCardNumbers(u"1"_s), IsEmpty());
+}
+
+TEST_F(Queries, CardNumbersOfAnythingButAnArrayAreNone)
+{
+    for (const char* cards : {R"("2000")", R"({"number":"2000"})", "2000", "true", "null"}) {
+        service.answer(QByteArray(R"({"data":{"cards_data":)") + cards + "}}");
+        EXPECT_THAT(client.getCardNumbers(u"1"_s), IsEmpty()) << cards;
+    }
 }
 
 TEST_F(Queries, CardNumbersInsertThePhoneUnchanged)

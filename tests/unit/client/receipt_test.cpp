@@ -67,6 +67,13 @@ TEST_F(Receipt, WritesNumbersInTheShortestFormThatReadsBack)
     EXPECT_TRUE(test_support::matchesGolden(json(), "receipt_odd_numbers.json"));
 }
 
+TEST_F(Receipt, GivesAPositionsNameInFull)
+{
+    const QString name = u"Масло сливочное «Крестьянское» 72,5 % высший сорт, 180 г"_s;
+    add(new GoodsItem(1, u"1"_s, name, 1, 1));
+    EXPECT_EQ(at(listed().value(0).toMap(), "prod_name"), QVariant(name));
+}
+
 TEST_F(Receipt, CarriesItsPositionsAsATextThatHoldsJson)
 {
     add(new FixedItem(1, 10));
@@ -172,6 +179,13 @@ TEST_F(Receipt, GivesTheCardRecordItsOperationIdsOnce)
     EXPECT_EQ(card->getOperationId(), uR"({"earn":"1717243201","spend":"1717243200"})"_s);
     clock.time = clock.time.addSecs(60);
     (void)client.makeCheck(true);
+    EXPECT_EQ(card->getOperationId(), uR"({"earn":"1717243201","spend":"1717243200"})"_s);
+}
+
+TEST_F(Receipt, ReadsTheClockOnceForBothOperationIds)
+{
+    clock.tick = 60;
+    (void)client.makeCheck(false);
     EXPECT_EQ(card->getOperationId(), uR"({"earn":"1717243201","spend":"1717243200"})"_s);
 }
 

@@ -121,6 +121,33 @@ TEST_F(Settings, KeepAPercentSignInTheUserNameAsItWasTyped)
     EXPECT_EQ(QByteArray::fromBase64(authorization().mid(6).toLatin1()), "%2:%1");
 }
 
+class TracedConfig : public Config
+{
+public:
+    [[nodiscard]] QString getString(const QString& key, const QString& defaultValue) const override
+    {
+        read.append(key);
+        return Config::getString(key, defaultValue);
+    }
+    [[nodiscard]] int getInt(const QString& key, int defaultValue) const override
+    {
+        read.append(key);
+        return Config::getInt(key, defaultValue);
+    }
+    mutable QStringList read;
+};
+
+TEST_F(Settings, AreReadInTheirOrderTheUserBeforeThePassword)
+{
+    delete Singleton<Config>::instance;
+    auto* config = new TracedConfig;
+    Singleton<Config>::instance = config;
+    client.init();
+    EXPECT_THAT(config->read, ElementsAre(u"KYRLoyalty:bonusRatio"_s, u"KYRLoyalty:serverUrl"_s,
+                                          u"KYRLoyalty:currencyName"_s, u"KYRLoyalty:timeout"_s,
+                                          u"KYRLoyalty:user"_s, u"KYRLoyalty:password"_s));
+}
+
 TEST_F(Settings, ReplaceOldValuesWhenReadAgain)
 {
     set("user", u"first"_s);

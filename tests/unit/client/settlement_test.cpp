@@ -201,6 +201,15 @@ TEST_F(Settlement, RefusingWrapsTheSecondNumberAtThirtyTwoBits)
     EXPECT_EQ(at(queuedJson(1), "receipt_number"), QVariant(u"0"_s));
 }
 
+TEST_F(Settlement, RefusingReadsTheClockOnceForBothNumbers)
+{
+    clock.tick = 60;
+    returnWith({25});
+    client.refusePayment();
+    EXPECT_EQ(at(queuedJson(0), "receipt_number"), QVariant(u"1717243200"_s));
+    EXPECT_EQ(at(queuedJson(1), "receipt_number"), QVariant(u"1717243201"_s));
+}
+
 TEST_F(Settlement, RefusingAReturnWhoseSaleIsNotStoredQueuesNothing)
 {
     returnWith({25});

@@ -86,6 +86,24 @@ TEST_F(Spending, ForcePaymentSpendsAtOnceAndMakesTheDiscount)
                                    u"info: Списание выполнено"_s));
 }
 
+TEST_F(Spending, PrePaymentOfAnythingButAnArrayOfPositionsAllowsNothing)
+{
+    for (const char* details : {R"("10")", R"({"parameters":{"max_payment_bonus":10}})", "10", "true"}) {
+        service.answer(QByteArray(R"({"data":{"receipt_details":)") + details + "}}");
+        EXPECT_EQ(client.prePayment(1).first, 0.0) << details;
+    }
+}
+
+TEST_F(Spending, DiscountsOfAnythingButAnArrayHaveNoShares)
+{
+    for (const char* shares : {R"("word")", R"({"position":1,"discount_bonus":5})", "15", "true"}) {
+        service.answer(QByteArray(R"({"data":{"newRecipientDetails":)") + shares + "}}");
+        EXPECT_TRUE(client.forcePayment(5)->getPositionSums().isEmpty()) << shares;
+        service.answer(QByteArray(R"({"data":{"newRecipientDetails":)") + shares + "}}");
+        EXPECT_TRUE(client.confirmPayment(1, u"1"_s, 5)->getPositionSums().isEmpty()) << shares;
+    }
+}
+
 TEST_F(Spending, ForcePaymentOfAnAnswerWithoutFieldsIsADiscountWithoutShares)
 {
     service.answer("{}");

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <type_traits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -19,6 +21,14 @@ TEST(Document, HasTheTypeAndIdentifierThatItWasMadeOf)
     EXPECT_EQ(sale.getDocumentType(), SaleReceipt);
     EXPECT_EQ(sale.getIdentifier(), u"17-3"_s);
     EXPECT_EQ(Document(ReturnReceipt, u"17-4"_s).getDocumentType(), ReturnReceipt);
+}
+
+TEST(Document, TellsItsTypeAsTheHostsPlainCode)
+{
+    const AbstractDocument& document = Document(ReturnReceipt, u"17-4"_s);
+    const auto type = document.getDocumentType();
+    static_assert(std::is_same_v<decltype(type), const int>, "plug-ins are compiled against this signature");
+    EXPECT_EQ(type, 25);
 }
 
 TEST(Document, IsReportedUnderItsIdentifierUnlessAnotherIsSet)

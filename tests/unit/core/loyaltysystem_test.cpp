@@ -216,6 +216,15 @@ TEST_F(LoyaltySystem, HasTheOptionsThatAreOn)
     EXPECT_TRUE(m_system->isOptionSet(LoyaltySystemOption::PointsAsDiscount));
 }
 
+TEST_F(LoyaltySystem, ListsEachOptionOnceInTheOrderInWhichTheyWereSwitchedOn)
+{
+    m_system->setOption(LoyaltySystemOption::SearchByPhone, true);
+    m_system->setOption(LoyaltySystemOption::PointsAsDiscount, true);
+    m_system->setOption(LoyaltySystemOption::PointsAsDiscount, true);
+    EXPECT_EQ(m_system->options(),
+              (QList{LoyaltySystemOption::SearchByPhone, LoyaltySystemOption::PointsAsDiscount}));
+}
+
 TEST_F(LoyaltySystem, FindsItsCardOnTheWatchedDocumentOnly)
 {
     EXPECT_EQ(m_system->getCard(), nullptr);

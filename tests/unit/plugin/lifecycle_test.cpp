@@ -8,6 +8,7 @@
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
+using testing::InSequence;
 using testing::IsEmpty;
 using testing::Return;
 using testing::Throw;
@@ -24,6 +25,7 @@ protected:
         auto* systems = Singleton<LoyaltySystems>::instance;
         return systems ? systems->find(KyrLoyaltySystem) : nullptr;
     }
+    Lifecycle() { EXPECT_CALL(*notifier, subscribe(_)).Times(testing::AnyNumber()); }
     void close() { loyalty.handleEvent(Event(EActivityListener::ReceiptClosed)); }
 };
 
@@ -58,6 +60,24 @@ TEST_F(Lifecycle, ThePlugInReleasesItsClientWhenDestroyed)
         EXPECT_FALSE(released.isNull());
     }
     EXPECT_TRUE(released.isNull());
+}
+
+TEST_F(Lifecycle, TheOptionsAreSwitchedOnInTheHostsOrder)
+{
+    const OpenLoyalty fresh;
+    EXPECT_THAT(fresh.options(), ElementsAre(LoyaltySystemOption{1024}, LoyaltySystemOption{16}));
+}
+
+TEST_F(Lifecycle, InitListensToTheHostBeforeTheClientReadsItsSettingsAndRegistersLast)
+{
+    const InSequence order;
+    EXPECT_CALL(*notifier, subscribe(&loyalty));
+    EXPECT_CALL(*client, init()).WillOnce([] {
+        EXPECT_EQ(registered(), nullptr);
+        return true;
+    });
+    EXPECT_TRUE(loyalty.init());
+    EXPECT_EQ(registered(), &loyalty);
 }
 
 TEST_F(Lifecycle, InitRegistersTheSystem)
@@ -186,8 +206,10 @@ TEST_F(Lifecycle, PlugInDataHoldsImpactsAndPointsAndTheDocumentIsSaved)
     impact->addDetailForPosition(3, 12.5);
     loyalty.m_bonusImpacts = {impact};
     loyalty.m_pointsForSpend = 40;
-    EXPECT_CALL(*save, save(QSharedPointer<AbstractDocument>(document), QString()));
+    expectSave();
     loyalty.updatePluginData();
+    EXPECT_EQ(saved.pointsForSpend, QVariant(40.0)) << "what is written after the save is not on disk";
+    EXPECT_EQ(saved.impacts, 1);
 
     const QVariant points = document->getPluginData(u"KyrLoyalty"_s, u"pointsForSpend"_s, {});
     EXPECT_EQ(points.typeId(), QMetaType::Double);

@@ -39,6 +39,7 @@ struct MockDialog : Dialog
 
 struct MockNotifier : ActivityNotifier
 {
+    MOCK_METHOD(void, subscribe, (BaseActivityListener*), (override));
     MOCK_METHOD(void, notify, (const Event&), (override));
 };
 
@@ -72,7 +73,10 @@ protected:
         loyalty.m_lastError = before;
         Singleton<Session>::instance = new Session;
         Singleton<ActivityNotifier>::instance = notifier = new testing::StrictMock<MockNotifier>;
-        MockFactory<Dialog>::mocked = [this] { return dialog; };
+        MockFactory<Dialog>::mocked = [this] {
+            ++openDialogs;
+            return QSharedPointer<Dialog>(dialog.data(), [this](Dialog*) { --openDialogs; });
+        };
         MockFactory<SaveToFileLogic>::mocked = [this] { return save; };
         card->setCardStatus(ECard::Active);
         open(SaleReceipt);
@@ -96,7 +100,26 @@ protected:
         document->addGoodsItem(
             QSharedPointer<GoodsItem>::create(posnum, QStringLiteral("a"), QStringLiteral("n"), price, 1));
     }
-    void expectSave() { EXPECT_CALL(*save, save(QSharedPointer<AbstractDocument>(document), QString())); }
+    /// What there was when the session's document was saved: what comes later is not on disk.
+    struct Saved
+    {
+        QVariant pointsForSpend;
+        qsizetype impacts = -1;
+        QVariant cardPointsForEarn;
+        double cardPointsForSpend = -1;
+        QStringList log;
+    };
+    /// The one save that is expected is in `saved` afterwards.
+    void expectSave()
+    {
+        EXPECT_CALL(*save, save(QSharedPointer<AbstractDocument>(document), QString()))
+            .WillOnce([this](const QSharedPointer<AbstractDocument>&, const QString&) {
+                const QVariant impacts = pluginData("bonusImpacts");
+                saved = {pluginData("pointsForSpend"), impacts.isValid() ? impacts.toList().size() : -1,
+                         card->getPointsForEarn(), card->getPointsForSpend(), log()};
+            })
+            .RetiresOnSaturation();
+    }
     [[nodiscard]] QVariant pluginData(const char* key) const
     {
         return document->getPluginData(QStringLiteral("KyrLoyalty"), QString::fromUtf8(key), {});
@@ -131,6 +154,8 @@ protected:
     const tr::Tr failed{QStringLiteral("loyaltyErrorRequest"), QStringLiteral("Ошибка обращения к серверу")};
     const QSharedPointer<BonusImpact> earlier{new BonusImpact};
     QSharedPointer<testing::StrictMock<MockClient>> client{new testing::StrictMock<MockClient>};
+    Saved saved;
+    int openDialogs = 0; ///< made by the plug-in and not yet released
     QSharedPointer<testing::StrictMock<MockDialog>> dialog{new testing::StrictMock<MockDialog>};
     QSharedPointer<testing::StrictMock<MockSave>> save{new testing::StrictMock<MockSave>};
     testing::StrictMock<MockNotifier>* notifier = nullptr; // the host's singleton: its owner deletes it

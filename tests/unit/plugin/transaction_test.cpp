@@ -1,3 +1,4 @@
+#include "host/utils/serder.h"
 #include "plugin/kyrloyaltyexception.h"
 #include "tests/unit/plugin/loyaltydoubles.h"
 
@@ -31,7 +32,8 @@ TEST_F(Transaction, RequestStoresWhatMayBeSpent)
     expectSave();
     EXPECT_TRUE(loyalty.request(document));
     EXPECT_EQ(loyalty.m_pointsForSpend, 250.5);
-    EXPECT_EQ(pluginData("pointsForSpend"), QVariant(250.5));
+    EXPECT_EQ(saved.pointsForSpend, QVariant(250.5));
+    EXPECT_THAT(saved.log, ElementsAre(requested)) << "done is only what is on disk";
     EXPECT_THAT(log(), ElementsAre(requested, done));
     EXPECT_EQ(loyalty.m_bonusRecords.size(), 1) << "the record of the answer is not taken";
     EXPECT_EQ(loyalty.getLastErrorString(), before);
@@ -109,8 +111,10 @@ TEST_F(Transaction, RollbackCancelsTheSpendingAndForgetsIt)
     EXPECT_TRUE(loyalty.rollback(document));
     expectStateCleared();
     EXPECT_FALSE(card->getPointsForEarn().isValid());
-    EXPECT_EQ(pluginData("pointsForSpend"), QVariant(0.0));
-    EXPECT_EQ(pluginData("bonusImpacts"), QVariant(QVariantList()));
+    EXPECT_EQ(saved.pointsForSpend, QVariant(0.0));
+    EXPECT_EQ(saved.impacts, 0);
+    EXPECT_FALSE(saved.cardPointsForEarn.isValid());
+    EXPECT_THAT(saved.log, ElementsAre(rolling)) << "done is only what is on disk";
     EXPECT_THAT(log(), ElementsAre(rolling, rolled));
 }
 
@@ -177,7 +181,7 @@ TEST_F(Transaction, CancelForgetsTheStateAndAsksNobody)
     expectSave();
     EXPECT_TRUE(loyalty.cancel());
     expectStateCleared();
-    EXPECT_EQ(pluginData("pointsForSpend"), QVariant(0.0));
+    EXPECT_EQ(saved.pointsForSpend, QVariant(0.0));
     EXPECT_EQ(card->getPointsForEarn(), QVariant(3.0)) << "the card record keeps what it has";
     EXPECT_THAT(log(), ElementsAre(u"info: Сброс состояния бонусной системы"_s));
 }
@@ -212,13 +216,19 @@ TEST_F(Transaction, RestoreBringsBackWhatWasWrittenWithEmptyPlacesKept)
     EXPECT_FALSE(loyalty.m_bonusImpacts[2].isNull());
 }
 
-TEST_F(Transaction, RestoreReadsTheWatchedDocumentNotTheSessions)
+/// A stored impact that can't be read.
+struct Unreadable
+{};
+
+TEST_F(Transaction, RestoreThatFailsKeepsTheImpactsThatThereWere)
 {
-    QSharedPointer<Document> reopened(new Document(SaleReceipt, u"R-9"_s));
-    reopened->setPluginData(u"KyrLoyalty"_s, u"pointsForSpend"_s, 7.0);
-    loyalty.setDocument(reopened);
-    loyalty.restoreLoyaltySystem();
-    EXPECT_EQ(loyalty.m_pointsForSpend, 7.0);
+    QMetaType::registerConverter<Unreadable, QVariantMap>(
+        [](const Unreadable&) -> QVariantMap { throw std::runtime_error("unreadable"); });
+    const QVariant readable = serder::default_serder_type<BonusImpact>::serialize(*earlier);
+    document->setPluginData(u"KyrLoyalty"_s, u"bonusImpacts"_s,
+                            QVariantList{readable, QVariant::fromValue(Unreadable())});
+    EXPECT_THROW(loyalty.restoreLoyaltySystem(), std::runtime_error);
+    EXPECT_EQ(loyalty.m_bonusImpacts, (QList<QSharedPointer<BonusImpact>>{earlier}));
 }
 
 TEST_F(Transaction, RestoreWithoutAWatchedDocumentIsAnEmptyState)
