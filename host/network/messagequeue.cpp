@@ -6,7 +6,6 @@
 #include "host/utils/currenttime.h"
 #include "host/utils/journal.h"
 #include "host/utils/store.h"
-#include "host/utils/utc.h"
 
 #include <QUrl>
 

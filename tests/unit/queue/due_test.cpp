@@ -201,7 +201,7 @@ TEST_F(Due, TellsTheHealthOfTheQueue)
 
 TEST_F(Due, TellsTheHealthOfTheQueueAtTheVeryBeginningOfTimeToo)
 {
-    clock.moveTo(QDateTime::fromMSecsSinceEpoch(0, Qt::UTC));
+    clock.moveTo(utils::utcFromMilliseconds(0));
     const qint64 first = add();
     const qint64 second = add();
     queue.delivered(first, {});

@@ -97,7 +97,7 @@ TEST_F(PausingDelivery, SendsOtherGroupsWhileOneWaitsOutItsPause)
 TEST_F(PausingDelivery, DeliversAndPausesAsEverAroundTheBeginningOfTime)
 {
     for (const std::chrono::milliseconds time : beginningOfTime) {
-        clock.moveTo(QDateTime::fromMSecsSinceEpoch(time.count(), Qt::UTC));
+        clock.moveTo(utils::utcFromMilliseconds(time.count()));
         add(u"A"_s, u"a1"_s);
         add(u"A"_s, u"a2"_s);
         answer({503});
@@ -116,7 +116,7 @@ TEST_F(PausingDelivery, DeliversAndPausesAsEverAroundTheBeginningOfTime)
 TEST_F(PausingDelivery, AsksARefusingServiceSeldomAndOnRequestAroundTheBeginningOfTime)
 {
     for (const std::chrono::milliseconds time : beginningOfTime) {
-        clock.moveTo(QDateTime::fromMSecsSinceEpoch(time.count(), Qt::UTC));
+        clock.moveTo(utils::utcFromMilliseconds(time.count()));
         add({}, u"1"_s);
         add({}, u"2"_s);
         answer({401});
