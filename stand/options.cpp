@@ -47,8 +47,7 @@ struct TermsOptions
     QCommandLineOption spend{u"spend-percent"_s, u"Part of a position that points may pay."_s, u"P"_s,
                              u"50"_s};
     QCommandLineOption code{u"sms-code"_s,
-                            u"The code that confirms every spending; without it, a random one for each. "
-                            "A repeated request keeps its code."_s,
+                            u"The code that confirms every spending; without it, a random one for each."_s,
                             u"CODE"_s};
     QCommandLineOption lifetime{u"code-lifetime"_s, u"How long a code may be entered."_s, u"SECONDS"_s,
                                 u"300"_s};
