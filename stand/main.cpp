@@ -18,7 +18,8 @@ int run(const stand::Options& options)
         stand::quitOnEndOfInput(qApp);
     if (options.clock.isValid())
         stand::setClock(options.clock);
-    stand::Stand whole(options.dataFile, options.credentials, options.terms);
+    stand::Stand whole(options.dataFile, options.credentials, options.terms,
+                       stand::Gate(options.address, options.hostNames));
     whole.faults().arm(options.faults);
     stand::Server server(options.address, options.port,
                          [&whole](const stand::Request& request) { return whole.react(request); });
