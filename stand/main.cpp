@@ -37,12 +37,12 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationName(u"stand"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(STAND_VERSION));
 
-    const auto read = stand::readOptions(QCoreApplication::arguments());
-    if (const auto* end = std::get_if<stand::EarlyEnd>(&read)) {
-        QTextStream(end->status == 0 ? stdout : stderr) << end->text << Qt::endl;
-        return end->status;
-    }
     try {
+        const auto read = stand::readOptions(QCoreApplication::arguments());
+        if (const auto* end = std::get_if<stand::EarlyEnd>(&read)) {
+            QTextStream(end->status == 0 ? stdout : stderr) << end->text << Qt::endl;
+            return end->status;
+        }
         return run(std::get<stand::Options>(read));
     } catch (const std::exception& error) {
         QTextStream(stderr) << "stand: " << error.what() << Qt::endl;

@@ -1,7 +1,8 @@
 #include "stand/options.h"
 
+#include "stand/versions.h"
+
 #include <QCommandLineParser>
-#include <QCoreApplication>
 #include <QFile>
 
 #include <optional>
@@ -197,8 +198,7 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     if (parser.isSet(help))
         return EarlyEnd{0, helpText(parser)};
     if (parser.isSet(version))
-        return EarlyEnd{0,
-                        QCoreApplication::applicationName() + u' ' + QCoreApplication::applicationVersion()};
+        return EarlyEnd{0, versionText()};
     if (!parser.positionalArguments().isEmpty())
         return misused(u"Unexpected argument '%1'."_s.arg(parser.positionalArguments().constFirst()));
 
