@@ -15,8 +15,6 @@ struct Approvals::Approval
 {
     qint64 id = 0;
     QString state; ///< As it is now: a waiting one whose time is over is late.
-    QString checkIdentifier;
-    Hundredths asked = 0;
     QString code;
     int attemptsLeft = 0;
     QByteArray request;
@@ -30,6 +28,7 @@ const auto confirmed = u"confirmed"_s;
 const auto usedUp = u"used up"_s;
 const auto late = u"late"_s;
 const auto canceled = u"canceled"_s;
+const auto replaced = u"replaced"_s;
 
 QString stateNow(const QString& state, qint64 expires)
 {
@@ -43,23 +42,28 @@ Answer approvalAnswer(qint64 id) { return success({{u"approve_id"_s, id}}); }
 
 } // namespace
 
+Answer Approvals::forcePayment(const QJsonObject& body)
+{
+    const auto request = Spending::requestFrom(body);
+    if (const auto before = m_ledger.firstAnswer(request.key()))
+        return repeated(*before);
+    const auto operation = m_spending.perform(request);
+    replaceWaiting(request.receipt);
+    return repeated(m_ledger.answerOf(operation));
+}
+
 Answer Approvals::payment(const QJsonObject& body)
 {
     const auto request = Spending::requestFrom(body);
-    const auto before =
-        approval(uR"(receipt_number = ? AND card = ? AND state IN ('waiting', 'confirmed'))"_s,
-                 {request.receipt.number, request.receipt.card});
-    if (before && before->state != late) {
-        if (before->checkIdentifier != request.receipt.checkIdentifier || before->asked != request.points)
-            throw Refused(409, u"Номер чека уже использован другой операцией"_s);
+    if (m_ledger.firstAnswer(request.key())) {
+        const auto before = approval(u"receipt_number = ? AND card = ? AND state = ?"_s,
+                                     {request.receipt.number, request.receipt.card, confirmed});
+        if (!before)
+            throw Refused(409, u"Номер чека уже использован другой операцией"_s); // spent at once
         return approvalAnswer(before->id);
     }
-    if (m_ledger.firstAnswer(request.key()))
-        throw Refused(409, u"Номер чека уже использован другой операцией"_s);
     m_spending.check(request);
-    // One that came to nothing must not keep the receipt from being paid: a new code is sent.
-    if (before)
-        setState(before->id, late);
+    replaceWaiting(request.receipt);
     return approvalAnswer(add(request, body));
 }
 
@@ -73,6 +77,8 @@ Answer Approvals::confirmPayment(const QJsonObject& body)
     if (!found)
         throw Refused(404, u"Запрос на списание не найден"_s);
 
+    if (found->state == replaced)
+        throw Refused(409, u"Запрос на списание заменён более поздним"_s);
     if (found->state == usedUp)
         return attemptsUsedUp();
     if (found->state == late) {
@@ -89,8 +95,6 @@ Answer Approvals::confirm(const Approval& approval)
     if (approval.state == confirmed)
         return repeated(m_ledger.answerOf(approval.spending));
     const auto request = Spending::requestFrom(QJsonDocument::fromJson(approval.request).object());
-    if (m_ledger.firstAnswer(request.key()))
-        throw Refused(409, u"Номер чека уже использован другой операцией"_s);
     const auto operation = m_spending.perform(request);
     m_database.run(u"UPDATE approvals SET state = ?, spending = ? WHERE id = ?"_s,
                    {confirmed, operation, approval.id});
@@ -115,6 +119,12 @@ void Approvals::cancel(const QString& receiptNumber)
 {
     m_database.run(u"UPDATE approvals SET state = ? WHERE receipt_number = ? AND state = ?"_s,
                    {canceled, receiptNumber, waiting});
+}
+
+void Approvals::replaceWaiting(const Receipt& receipt)
+{
+    m_database.run(u"UPDATE approvals SET state = ? WHERE receipt_number = ? AND card = ? AND state = ?"_s,
+                   {replaced, receipt.number, receipt.card, waiting});
 }
 
 QJsonArray Approvals::list() const
@@ -144,8 +154,7 @@ QJsonArray Approvals::list() const
 std::optional<Approvals::Approval> Approvals::approval(const QString& condition,
                                                        const QVariantList& values) const
 {
-    auto query = m_database.run(uR"(SELECT id, state, expires, check_identifier, asked, code, attempts_left,
-                                           request, spending
+    auto query = m_database.run(uR"(SELECT id, state, expires, code, attempts_left, request, spending
                                     FROM approvals WHERE )"_s +
                                     condition,
                                 values);
@@ -154,12 +163,10 @@ std::optional<Approvals::Approval> Approvals::approval(const QString& condition,
     Approval found;
     found.id = query.value(0).toLongLong();
     found.state = stateNow(query.value(1).toString(), query.value(2).toLongLong());
-    found.checkIdentifier = query.value(3).toString();
-    found.asked = query.value(4).toLongLong();
-    found.code = query.value(5).toString();
-    found.attemptsLeft = query.value(6).toInt();
-    found.request = query.value(7).toString().toUtf8();
-    found.spending = query.value(8).toLongLong();
+    found.code = query.value(3).toString();
+    found.attemptsLeft = query.value(4).toInt();
+    found.request = query.value(5).toString().toUtf8();
+    found.spending = query.value(6).toLongLong();
     return found;
 }
 

@@ -9,7 +9,8 @@ namespace stand {
 
 class Database;
 
-/// Spendings that wait for the customer's code. Throws DatabaseError, and Refused for what cannot be done.
+/// Spendings at once, and those that wait for the customer's code: of one receipt number only the newest.
+/// Throws DatabaseError, and Refused for what cannot be done.
 class Approvals
 {
 public:
@@ -22,6 +23,8 @@ public:
         , m_rules(std::move(rules))
     {}
 
+    /// Spends at once.
+    Answer forcePayment(const QJsonObject& body);
     /// Checks the spending and "sends" a code, which only the stand's own page and stderr tell.
     Answer payment(const QJsonObject& body);
     /// Performs the spending when the code is right and in time.
@@ -40,6 +43,8 @@ private:
     [[nodiscard]] Answer confirm(const Approval& approval);
     [[nodiscard]] Answer countWrongCode(const Approval& approval);
     void setState(qint64 id, const QString& state);
+    /// What waits for this card under this receipt number gives way to a later request.
+    void replaceWaiting(const Receipt& receipt);
     qint64 add(const SpendingRequest& request, const QJsonObject& body);
 
     Database& m_database;

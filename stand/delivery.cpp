@@ -23,6 +23,7 @@ QByteArray reasonOf(int status)
         std::pair{404, "Not Found"},
         std::pair{405, "Method Not Allowed"},
         std::pair{409, "Conflict"},
+        std::pair{413, "Content Too Large"},
         std::pair{422, "Unprocessable Entity"},
         std::pair{429, "Too Many Requests"},
         std::pair{500, "Internal Server Error"},

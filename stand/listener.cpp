@@ -10,10 +10,30 @@
 
 namespace stand {
 
+namespace {
+
+/// Of what a client goes on sending after its connection was taken over, in bytes.
+constexpr qint64 readAhead = 16'384;
+
+} // namespace
+
 Connection::Connection(Listener* listener)
     : QTcpSocket(listener)
     , m_listener(*listener)
-{}
+{
+    // The first to be told of what arrives, before QHttpServer reads it.
+    connect(this, &QIODevice::readyRead, this, [this] { limit(); });
+}
+
+void Connection::limit()
+{
+    if (!m_size.isTooLargeWith(*this))
+        return;
+    if (auto* connection = takeOver())
+        turnAway(connection);
+    else
+        abort();
+}
 
 QTcpSocket* Connection::takeOver()
 {
@@ -21,6 +41,7 @@ QTcpSocket* Connection::takeOver()
     const auto descriptor = fcntl(static_cast<int>(socketDescriptor()), F_DUPFD_CLOEXEC, 0);
     if (descriptor < 0 || !connection->setSocketDescriptor(descriptor))
         return nullptr;
+    connection->setReadBufferSize(readAhead);
     disconnect(this, &QIODevice::readyRead, nullptr, nullptr);
     abort(); // closes this descriptor only
     connect(connection.get(), &QTcpSocket::disconnected, connection.get(), &QObject::deleteLater);
@@ -29,6 +50,7 @@ QTcpSocket* Connection::takeOver()
 
 qint64 Connection::writeData(const char* data, qint64 size)
 {
+    m_size.restart();
     if (!m_listener.m_isCatching)
         return QTcpSocket::writeData(data, size);
     m_listener.m_answered = this;

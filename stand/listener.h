@@ -1,5 +1,7 @@
 #pragma once
 
+#include "stand/bodylimit.h"
+
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -26,7 +28,10 @@ protected:
     qint64 writeData(const char* data, qint64 size) override;
 
 private:
+    void limit();
+
     Listener& m_listener;
+    RequestSize m_size;
 };
 
 /// A TCP server below QHttpServer: lets the stand send what QHttpServer never would, and can stop listening

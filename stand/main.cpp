@@ -18,7 +18,8 @@ int run(const stand::Options& options)
         stand::quitOnEndOfInput(qApp);
     if (options.clock.isValid())
         stand::setClock(options.clock);
-    stand::Stand whole(options.dataFile, options.credentials, options.terms);
+    stand::Stand whole(options.dataFile, options.credentials, options.terms,
+                       stand::Gate(options.address, options.hostNames));
     whole.faults().arm(options.faults);
     stand::Server server(options.address, options.port,
                          [&whole](const stand::Request& request) { return whole.react(request); });
@@ -36,12 +37,12 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationName(u"stand"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(STAND_VERSION));
 
-    const auto read = stand::readOptions(QCoreApplication::arguments());
-    if (const auto* end = std::get_if<stand::EarlyEnd>(&read)) {
-        QTextStream(end->status == 0 ? stdout : stderr) << end->text << Qt::endl;
-        return end->status;
-    }
     try {
+        const auto read = stand::readOptions(QCoreApplication::arguments());
+        if (const auto* end = std::get_if<stand::EarlyEnd>(&read)) {
+            QTextStream(end->status == 0 ? stdout : stderr) << end->text << Qt::endl;
+            return end->status;
+        }
         return run(std::get<stand::Options>(read));
     } catch (const std::exception& error) {
         QTextStream(stderr) << "stand: " << error.what() << Qt::endl;

@@ -1,7 +1,8 @@
 #include "stand/options.h"
 
+#include "stand/versions.h"
+
 #include <QCommandLineParser>
-#include <QCoreApplication>
 #include <QFile>
 
 #include <optional>
@@ -47,8 +48,7 @@ struct TermsOptions
     QCommandLineOption spend{u"spend-percent"_s, u"Part of a position that points may pay."_s, u"P"_s,
                              u"50"_s};
     QCommandLineOption code{u"sms-code"_s,
-                            u"The code that confirms every spending; without it, a random one for each. "
-                            "A repeated request keeps its code."_s,
+                            u"The code that confirms every spending; without it, a random one for each."_s,
                             u"CODE"_s};
     QCommandLineOption lifetime{u"code-lifetime"_s, u"How long a code may be entered."_s, u"SECONDS"_s,
                                 u"300"_s};
@@ -167,6 +167,11 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
         "KYR_STAND_PASSWORD, else it is \"secret-of-the-shop\"."_s);
     const QCommandLineOption address(u"address"_s, u"Address to listen on."_s, u"A"_s, u"127.0.0.1"_s);
     const QCommandLineOption port(u"port"_s, u"Port to listen on; 0 takes any free one."_s, u"N"_s, u"0"_s);
+    const QCommandLineOption hostName(
+        u"host-name"_s,
+        u"Another name under which the stand's own pages may be opened, besides localhost and its addresses; "
+        "may be given again."_s,
+        u"NAME"_s);
     const QCommandLineOption data(u"data"_s, u"SQLite file to keep the data in; without it, in memory."_s,
                                   u"FILE"_s);
     const QCommandLineOption user(u"user"_s, u"User name of the Basic authentication."_s, u"U"_s, u"shop"_s);
@@ -183,7 +188,7 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     // Not addHelpOption(): it would also bring --help-all, with options of Qt's that are nobody's business
     // here.
     const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this help."_s);
-    parser.addOptions({help, address, port, data, user, password, fault, faults, clock, untilEof});
+    parser.addOptions({help, address, port, hostName, data, user, password, fault, faults, clock, untilEof});
     const TermsOptions termsOptions;
     termsOptions.addTo(parser);
     const auto version = parser.addVersionOption();
@@ -193,8 +198,7 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     if (parser.isSet(help))
         return EarlyEnd{0, helpText(parser)};
     if (parser.isSet(version))
-        return EarlyEnd{0,
-                        QCoreApplication::applicationName() + u' ' + QCoreApplication::applicationVersion()};
+        return EarlyEnd{0, versionText()};
     if (!parser.positionalArguments().isEmpty())
         return misused(u"Unexpected argument '%1'."_s.arg(parser.positionalArguments().constFirst()));
 
@@ -205,6 +209,7 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     options.port = parser.value(port).toUShort(&isPort);
     if (!isPort)
         return misused(u"'%1' is not a port number (0 to 65535)."_s.arg(parser.value(port)));
+    options.hostNames = parser.values(hostName);
     options.dataFile = parser.value(data);
     auto read = readFaults(parser.values(fault), parser.values(faults));
     if (const auto* end = std::get_if<EarlyEnd>(&read))

@@ -14,8 +14,9 @@ namespace stand {
 struct Options
 {
     QHostAddress address;
-    quint16 port = 0; ///< 0: any free one.
-    QString dataFile; ///< Empty: in memory.
+    quint16 port = 0;      ///< 0: any free one.
+    QStringList hostNames; ///< That the stand goes by besides localhost.
+    QString dataFile;      ///< Empty: in memory.
     Credentials credentials;
     Terms terms;
     QList<Fault> faults;

@@ -179,8 +179,44 @@ QStringList chain()
     return statements;
 }
 
+/// An approval can be replaced by a later request. SQLite changes a CHECK only by writing the table anew.
+QStringList replacedApprovals()
+{
+    return {
+        u"ALTER TABLE approvals RENAME TO approvals_before"_s,
+        uR"(CREATE TABLE approvals(
+                id INTEGER PRIMARY KEY AUTOINCREMENT,
+                time TEXT NOT NULL,
+                expires INTEGER NOT NULL, -- milliseconds since 1970
+                phone TEXT NOT NULL,
+                receipt_number TEXT NOT NULL,
+                card TEXT NOT NULL,
+                check_identifier TEXT NOT NULL,
+                asked INTEGER NOT NULL,
+                request TEXT NOT NULL,
+                code TEXT NOT NULL,
+                attempts_left INTEGER NOT NULL CHECK (attempts_left >= 0),
+                state TEXT NOT NULL
+                    CHECK (state IN ('waiting', 'confirmed', 'used up', 'late', 'canceled', 'replaced')),
+                spending INTEGER REFERENCES operations))"_s,
+        u"INSERT INTO approvals SELECT * FROM approvals_before"_s,
+        u"DROP TABLE approvals_before"_s,
+        uR"(CREATE UNIQUE INDEX one_approval_of_a_key ON approvals(receipt_number, card)
+                WHERE state IN ('waiting', 'confirmed'))"_s,
+        // A spending at once used to leave what waited under its number.
+        uR"(UPDATE approvals SET state = 'replaced'
+            WHERE state = 'waiting' AND EXISTS
+                (SELECT 1 FROM operations WHERE operation = 'spending'
+                    AND operations.receipt_number = approvals.receipt_number
+                    AND operations.card = approvals.card))"_s,
+    };
+}
+
 } // namespace
 
-QList<QStringList> upgrades() { return {cardsAndExchanges(), ledger(), faults(), chain()}; }
+QList<QStringList> upgrades()
+{
+    return {cardsAndExchanges(), ledger(), faults(), chain(), replacedApprovals()};
+}
 
 } // namespace stand

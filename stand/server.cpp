@@ -30,7 +30,7 @@ Request requestOf(const QHttpServerRequest& from)
 {
     // Asked for by name, because the list of all headers changed its type in Qt 6.8.
     static constexpr std::array heard = {"accept", "authorization", "content-length", "content-type",
-                                         "user-agent"};
+                                         "host",   "origin",        "sec-fetch-site", "user-agent"};
     const auto url = from.url();
     Request request;
     request.method = QByteArray(QMetaEnum::fromType<QHttpServerRequest::Method>().valueToKey(

@@ -94,7 +94,7 @@ QList<Service::Route> Service::routes()
              return m_cards.userInfoByPhone(Cards::phone(value));
          }},
         operation("pre-payment", m_spending, &Spending::prePayment),
-        operation("force-payment-c2b", m_spending, &Spending::forcePayment),
+        operation("force-payment-c2b", m_approvals, &Approvals::forcePayment),
         operation("payment-c2b", m_approvals, &Approvals::payment),
         operation("confirm-payment-c2b", m_approvals, &Approvals::confirmPayment),
         operation("payment-b2c", m_earning, &Earning::payment),

@@ -71,14 +71,6 @@ Answer Spending::prePayment(const QJsonObject& body) const
         {{u"receipt_details"_s, details}, {u"payment_bonus"_s, inUnits(m_tariff.earnedFor(rest))}});
 }
 
-Answer Spending::forcePayment(const QJsonObject& body)
-{
-    const auto request = requestFrom(body);
-    if (const auto before = m_ledger.firstAnswer(request.key()))
-        return repeated(*before);
-    return repeated(m_ledger.answerOf(perform(request)));
-}
-
 qint64 Spending::perform(const SpendingRequest& request)
 {
     const auto plan = this->plan(request);

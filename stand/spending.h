@@ -30,8 +30,6 @@ public:
 
     /// What could be spent and what the receipt would then earn; changes nothing.
     [[nodiscard]] Answer prePayment(const QJsonObject& body) const;
-    /// Spends at once.
-    Answer forcePayment(const QJsonObject& body);
 
     /// Throws Refused unless the spending could be performed now.
     void check(const SpendingRequest& request) const { static_cast<void>(plan(request)); }

@@ -55,9 +55,10 @@ QByteArray httpDate(const QDateTime& time)
 
 } // namespace
 
-Stand::Stand(const QString& dataFile, const Credentials& credentials, const Terms& terms)
+Stand::Stand(const QString& dataFile, const Credentials& credentials, const Terms& terms, Gate gate)
     : m_database(dataFile)
     , m_service(m_database, terms.tariff, terms.codes)
+    , m_gate(std::move(gate))
     , m_expected((credentials.user + u':' + credentials.password).toUtf8())
 {}
 
@@ -135,6 +136,8 @@ void Stand::remember(const Request& request, const std::optional<Answer>& answer
 
 Answer Stand::ownPage(const Request& request)
 {
+    if (auto refused = m_gate.refusal(request))
+        return *refused;
     if (auto file = webPage(request))
         return *file;
     if (isFaultsPage(request.path))

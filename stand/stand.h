@@ -4,6 +4,7 @@
 #include "stand/delivery.h"
 #include "stand/exchanges.h"
 #include "stand/faults.h"
+#include "stand/gate.h"
 #include "stand/service.h"
 
 #include <QByteArray>
@@ -29,7 +30,7 @@ class Stand
 {
 public:
     /// An empty `dataFile` keeps the data in memory. Throws DatabaseError.
-    Stand(const QString& dataFile, const Credentials& credentials, const Terms& terms);
+    Stand(const QString& dataFile, const Credentials& credentials, const Terms& terms, Gate gate);
 
     /// Reacts to every request whatever is in it; throws nothing.
     Reaction react(const Request& request);
@@ -52,6 +53,7 @@ private:
     Exchanges m_exchanges{m_database};
     Service m_service;
     Faults m_faults;
+    Gate m_gate;
     QByteArray m_expected; ///< "user:password" in UTF-8.
 };
 

@@ -33,7 +33,8 @@ Answer contentOf(const File& file)
     Answer answer;
     answer.body = content.readAll();
     answer.contentType = file.type;
-    answer.headers.append({"Content-Security-Policy"_ba, "default-src 'self'; img-src data:"_ba});
+    answer.headers.append(
+        {"Content-Security-Policy"_ba, "default-src 'self'; img-src data:; frame-ancestors 'none'"_ba});
     answer.headers.append({"Cache-Control"_ba, "no-cache"_ba});
     return answer;
 }

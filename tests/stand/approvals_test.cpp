@@ -146,19 +146,15 @@ TEST(StandApproval, SendsANewCodeWhenTheFirstCameToNothing)
     EXPECT_EQ(usedUp.confirm(2, u"1234"_s).status, 200);
 }
 
-TEST(StandApproval, RepeatedKeepsItsCodeItsTimeAndItsAttempts)
+TEST(StandApproval, EndsWithTheTimeOfItsCode)
 {
     Shop shop;
     const auto id = approveId(shop.payment({}, u"20.00"_s));
     const auto sent = lastCode(shop);
     EXPECT_EQ(sent[u"attempts_left"], 3);
     EXPECT_EQ(sent[u"receipt_number"], u"100"_s);
-    const auto wrong = sent[u"code"] == u"0000"_s ? u"0001"_s : u"0000"_s;
-    shop.confirm(id, wrong);
+    shop.confirm(id, sent[u"code"] == u"0000"_s ? u"0001"_s : u"0000"_s);
     advance(shop, 200);
-    EXPECT_EQ(approveId(shop.payment({}, u"20.00"_s)), id);
-    EXPECT_EQ(shop.page("codes").toArray().size(), 1);
-    EXPECT_EQ(lastCode(shop)[u"code"], sent[u"code"]);
     EXPECT_EQ(lastCode(shop)[u"attempts_left"], 2);
     EXPECT_GT(lastCode(shop)[u"seconds_left"].toInt(), 0);
     EXPECT_LE(lastCode(shop)[u"seconds_left"].toInt(), 100);
@@ -166,7 +162,118 @@ TEST(StandApproval, RepeatedKeepsItsCodeItsTimeAndItsAttempts)
     EXPECT_EQ(lastCode(shop)[u"state"], u"late"_s);
     EXPECT_EQ(lastCode(shop)[u"seconds_left"], 0);
     EXPECT_EQ(refusalText(shop.confirm(id, sent[u"code"].toString())), "422 Срок действия кода истёк");
-    EXPECT_EQ(approveId(shop.payment({}, u"20.00"_s)), id + 1) << "and now there is a new one";
+}
+
+TEST(StandApproval, IsReplacedByTheNextOneUnderItsNumber)
+{
+    Shop shop(fixedCode);
+    const auto first = approveId(shop.payment({.items = {{1, 100}, {2, 100}}}, u"50.00"_s));
+    EXPECT_EQ(refusalText(shop.confirm(first, u"4321"_s)), "422 Неверный код подтверждения");
+    const auto second = approveId(shop.payment({}, u"20.00"_s));
+    EXPECT_NE(second, first);
+    const auto codes = shop.page("codes").toArray();
+    ASSERT_EQ(codes.size(), 2) << "another code is sent";
+    EXPECT_EQ(codes[0][u"state"], u"replaced"_s);
+    EXPECT_EQ(codes[0][u"seconds_left"], 0);
+    EXPECT_EQ(codes[1][u"state"], u"waiting"_s);
+    EXPECT_EQ(codes[1][u"attempts_left"], 3);
+    EXPECT_EQ(shop.confirm(second, u"1234"_s).data().value(u"newRecipientDetails"),
+              json(u"[{'position':'1','discount_bonus':20}]"_s));
+    EXPECT_EQ(shop.balance(), 28000);
+}
+
+TEST(StandApproval, IsVoidOnceItIsReplaced)
+{
+    Shop shop(fixedCode);
+    const auto first = approveId(shop.payment({}, u"50.00"_s));
+    const auto second = approveId(shop.payment({}, u"20.00"_s));
+    for (const auto& code : {u"1234"_s, u"4321"_s, u"1234"_s, u"1234"_s})
+        EXPECT_EQ(refusalText(shop.confirm(first, code)), "409 Запрос на списание заменён более поздним");
+    EXPECT_EQ(shop.balance(), 30000);
+    EXPECT_EQ(shop.confirm(second, u"1234"_s).status, 200) << "which it takes no attempt from";
+    EXPECT_EQ(refusalText(shop.confirm(first, u"1234"_s)), "409 Запрос на списание заменён более поздним");
+    EXPECT_EQ(shop.balance(), 28000);
+}
+
+TEST(StandApproval, IsReplacedByTheSameRequestToo)
+{
+    Shop shop(fixedCode);
+    const auto first = approveId(shop.payment({}, u"20.00"_s));
+    shop.confirm(first, u"4321"_s);
+    advance(shop, 200);
+    const auto second = approveId(shop.payment({}, u"20.00"_s));
+    EXPECT_NE(second, first);
+    EXPECT_EQ(lastCode(shop)[u"attempts_left"], 3);
+    advance(shop, 200);
+    EXPECT_EQ(lastCode(shop)[u"state"], u"waiting"_s) << "its time began anew";
+    EXPECT_EQ(shop.confirm(second, u"1234"_s).status, 200);
+}
+
+TEST(StandApproval, IsReplacedHoweverItsOwnCodeEnded)
+{
+    Shop shop(fixedCode);
+    const auto late = approveId(shop.payment({}, u"20.00"_s));
+    advance(shop, 300);
+    const auto usedUp = approveId(shop.payment({}, u"30.00"_s));
+    for (int i = 0; i < 3; ++i)
+        shop.confirm(usedUp, u"4321"_s);
+    const auto last = approveId(shop.payment({}, u"40.00"_s));
+    EXPECT_NE(shop.confirm(late, u"1234"_s).status, 200);
+    EXPECT_NE(shop.confirm(usedUp, u"1234"_s).status, 200);
+    EXPECT_EQ(shop.confirm(last, u"1234"_s).status, 200);
+    EXPECT_EQ(shop.balance(), 26000);
+}
+
+TEST(StandApproval, StaysWhenTheNextOneIsRefused)
+{
+    Shop shop(fixedCode);
+    const auto id = approveId(shop.payment({}, u"20.00"_s));
+    EXPECT_EQ(refusalText(shop.payment({}, u"50.01"_s)), "422 Сумма списания больше допустимой");
+    EXPECT_EQ(refusalText(shop.forcePayment({}, u"50.01"_s)), "422 Сумма списания больше допустимой");
+    EXPECT_EQ(shop.confirm(id, u"1234"_s).status, 200);
+}
+
+TEST(StandApproval, OfAnotherCardOrNumberStays)
+{
+    Shop shop(fixedCode);
+    const auto id = approveId(shop.payment({.number = u"1"_s}, u"20.00"_s));
+    shop.payment({.number = u"1"_s, .card = u"2000000000017"_s}, u"20.00"_s);
+    shop.forcePayment({.number = u"2"_s}, u"20.00"_s);
+    EXPECT_EQ(shop.confirm(id, u"1234"_s).status, 200);
+}
+
+TEST(StandApproval, HoldsNoPoints)
+{
+    Shop shop(fixedCode);
+    shop.payment({.number = u"1"_s, .items = {{1, 600}}}, u"300.00"_s);
+    shop.payment({.number = u"1"_s}, u"20.00"_s);
+    EXPECT_EQ(shop.balance(), 30000);
+    EXPECT_EQ(shop.forcePayment({.number = u"2"_s, .items = {{1, 600}}}, u"300.00"_s).status, 200);
+    EXPECT_EQ(shop.page("invariants"), json(u"{'ok':true,'violations':[]}"_s));
+}
+
+TEST(StandApproval, ConfirmedIsToldAgainOrRefusedAndNeverReplaced)
+{
+    Shop shop(fixedCode);
+    const auto id = approveId(shop.payment({}, u"20.00"_s));
+    const auto first = shop.confirm(id, u"1234"_s);
+    EXPECT_EQ(approveId(shop.payment({}, u"20.00"_s)), id);
+    EXPECT_EQ(shop.confirm(id, u"1234"_s).body, first.body);
+    EXPECT_EQ(refusalText(shop.payment({}, u"30.00"_s)), "409 Номер чека уже использован другой операцией");
+    EXPECT_EQ(refusalText(shop.payment({.identifier = u"check-2"_s}, u"20.00"_s)),
+              "409 Номер чека уже использован другой операцией");
+    EXPECT_EQ(shop.page("codes").toArray().size(), 1);
+    EXPECT_EQ(shop.balance(), 28000);
+}
+
+TEST(StandApproval, IsReplacedByASpendingAtOnce)
+{
+    Shop shop(fixedCode);
+    const auto id = approveId(shop.payment({}, u"50.00"_s));
+    EXPECT_EQ(shop.forcePayment({}, u"20.00"_s).status, 200);
+    EXPECT_EQ(lastCode(shop)[u"state"], u"replaced"_s);
+    EXPECT_EQ(refusalText(shop.confirm(id, u"1234"_s)), "409 Запрос на списание заменён более поздним");
+    EXPECT_EQ(shop.balance(), 28000);
 }
 
 TEST(StandApproval, RefusesAnUnknownNumber)
@@ -212,7 +319,7 @@ TEST(StandApproval, SpendsOnceHoweverTheSameReceiptIsPaid)
     Shop shop(fixedCode);
     const auto id = approveId(shop.payment({}, u"20.00"_s));
     EXPECT_EQ(shop.forcePayment({}, u"20.00"_s).status, 200);
-    EXPECT_EQ(refusalText(shop.confirm(id, u"1234"_s)), "409 Номер чека уже использован другой операцией");
+    EXPECT_EQ(refusalText(shop.confirm(id, u"1234"_s)), "409 Запрос на списание заменён более поздним");
     EXPECT_EQ(shop.forcePayment({.number = u"101"_s}, u"20.00"_s).status, 200);
     EXPECT_EQ(refusalText(shop.payment({.number = u"101"_s}, u"20.00"_s)),
               "409 Номер чека уже использован другой операцией");

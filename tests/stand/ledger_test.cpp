@@ -155,6 +155,32 @@ TEST_F(StandBooks, AFileWithoutRunningBalancesIsUpgraded)
     EXPECT_EQ(shop.page("invariants"), json(inOrder));
 }
 
+TEST_F(StandBooks, AFileOfAStandThatReplacedNoApprovalsIsUpgraded)
+{
+    QByteArray confirmed;
+    {
+        Shop shop(arguments());
+        shop.payment({.number = u"1"_s}, u"20.00"_s);
+        shop.forcePayment({.number = u"1"_s}, u"20.00"_s);
+        shop.payment({.number = u"2"_s}, u"20.00"_s);
+        shop.payment({.number = u"3"_s}, u"20.00"_s);
+        confirmed = shop.confirm(3, u"1234"_s).body;
+        shop.kill();
+    }
+    ASSERT_TRUE(change(
+        m_file,
+        {u"UPDATE approvals SET state = 'waiting' WHERE state = 'replaced'"_s,
+         u"PRAGMA writable_schema = ON"_s,
+         u"UPDATE sqlite_schema SET sql = replace(sql, ', ''replaced''', '') WHERE name = 'approvals'"_s,
+         u"PRAGMA user_version = 4"_s}));
+    Shop shop(arguments());
+    EXPECT_EQ(refusalText(shop.confirm(1, u"1234"_s)), "409 Запрос на списание заменён более поздним")
+        << "its receipt was paid at once";
+    EXPECT_EQ(shop.payment({.number = u"2"_s}, u"10.00"_s).data().value(u"approve_id"), 4);
+    EXPECT_EQ(shop.confirm(3, u"1234"_s).body, confirmed);
+    EXPECT_EQ(shop.balance(), 26000);
+}
+
 TEST(StandLedger, ShowsOperationsEntriesAndAccounts)
 {
     Shop shop;

@@ -200,17 +200,21 @@ TEST(StandProgram, ShowsItsHelp)
     EXPECT_THAT(stand.exitStatus(), Optional(0));
     const auto help = stand.output().toStdString();
     for (const auto* option :
-         {"--address", "--port", "--data", "--user", "--password-file", "--until-eof", "--ratio",
-          "--earn-percent", "--spend-percent", "--sms-code", "--code-lifetime", "--code-attempts", "--help",
-          "--version", "KYR_STAND_PASSWORD"})
+         {"--address", "--port", "--host-name", "--data", "--user", "--password-file", "--until-eof",
+          "--ratio", "--earn-percent", "--spend-percent", "--sms-code", "--code-lifetime", "--code-attempts",
+          "--help", "--version", "KYR_STAND_PASSWORD"})
         EXPECT_THAT(help, HasSubstr(option));
 }
 
-TEST(StandProgram, ShowsItsVersion)
+TEST(StandProgram, ShowsItsVersionAndThoseOfItsLibraries)
 {
     StandProcess stand({u"--version"_s});
     EXPECT_THAT(stand.exitStatus(), Optional(0));
-    EXPECT_THAT(stand.output().toStdString(), ::testing::MatchesRegex("stand [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    EXPECT_THAT(stand.output().toStdString(),
+                ::testing::MatchesRegex("stand [0-9]+\\.[0-9]+\\.[0-9]+\n"
+                                        "Qt 6[0-9.]+, built with 6[0-9.]+\n"
+                                        "SQLite 3[0-9.]+\n"
+                                        "zlib 1[0-9.]+, built with 1[0-9.]+\n"));
 }
 
 } // namespace

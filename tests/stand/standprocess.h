@@ -22,6 +22,7 @@ public:
     /// instead.
     QByteArray url();
 
+    [[nodiscard]] qint64 id() const { return m_process.processId(); }
     void signal(int number) const;
     void closeInput() { m_process.closeWriteChannel(); }
 
