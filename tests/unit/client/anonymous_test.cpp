@@ -227,6 +227,13 @@ TEST_F(Anonymous, ReturnWhoseSaleIsNotStoredQueuesNothing)
     EXPECT_THAT(log(), ElementsAre(opening));
 }
 
+TEST_F(Anonymous, WithoutACurrentDocumentFailsWithAClearTextAfterItsFirstLine)
+{
+    Singleton<Session>::instance->setDocument({});
+    EXPECT_EQ(failureOf([this] { client.anonymousReceipt(); }).id(), u"kyrDocumentMissing"_s);
+    EXPECT_THAT(log(), ElementsAre(opening));
+}
+
 TEST_F(Anonymous, AnyOtherTypeOfDocumentIsLoggedAndNotSent)
 {
     Singleton<Session>::instance->setDocument(

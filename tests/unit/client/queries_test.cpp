@@ -91,6 +91,8 @@ TEST_F(Queries, CardStatusZeroFailsWhenTheCardCannotBeMovedOn)
     answerStatus("0");
     service.answer("{}", 500);
     EXPECT_EQ(failureOf([this] { (void)client.getCardStatus(u"77"_s); }).id(), u"loyaltyErrorRequest"_s);
+    EXPECT_EQ(log().last(),
+              u"debug: Получена карта со статусом 'Новая'. Изменение статуса на 'Не заполнена'"_s);
 }
 
 TEST_F(Queries, CardStatusTwoIsABlockedCard)
@@ -279,6 +281,18 @@ TEST_F(Queries, UserInfoTrimsTheNameButKeepsTheBlanksInside)
     EXPECT_EQ(customer()->getName(), u"Иванов  Ильич"_s);
 }
 
+TEST_F(Queries, UserInfoTrimsNothingButTheName)
+{
+    answerStatus("3");
+    answerUser(R"({"last_name":" Иванов","first_name":" Пётр ","middle_name":"Ильич ","address":" Тверь ",
+                   "email":" p@example.ru ","mobile":" 79001234567 "})");
+    client.getUserInfo(record);
+    EXPECT_EQ(customer()->getName(), u"Иванов  Пётр  Ильич"_s);
+    EXPECT_EQ(customer()->getAddress(), u" Тверь "_s);
+    EXPECT_EQ(customer()->getEmail(), u" p@example.ru "_s);
+    EXPECT_EQ(customer()->getPhoneNumber(), u" 79001234567 "_s);
+}
+
 TEST_F(Queries, UserInfoKeepsAPercentSignInANameAsTheServiceSentIt)
 {
     answerStatus("3");
@@ -377,6 +391,7 @@ TEST_F(Queries, UserInfoWithoutACardRecordFailsWithAClearText)
 {
     EXPECT_EQ(failureOf([this] { client.getUserInfo({}); }).id(), u"kyrCardRecordMissing"_s);
     EXPECT_THAT(service.calls(), IsEmpty());
+    EXPECT_THAT(log(), ElementsAre(u"info: Получение информации о клиенте и карте по номеру карты"_s));
 }
 
 TEST_F(Queries, CardNumbersAreListedAsTheServiceOrdersThem)

@@ -227,9 +227,11 @@ TEST_F(Receipt, LogsAndSendsNothing)
 TEST_F(Receipt, WithoutACardOrADocumentFailsWithAClearText)
 {
     Singleton<Session>::instance->setDocument(QSharedPointer<Document>::create(SaleReceipt, u"R-2"_s));
-    EXPECT_EQ(failureOf([this] { (void)client.makeCheck(false); }).id(), u"kyrCardRecordMissing"_s);
+    EXPECT_EQ(failureOf([this] { (void)client.makeCheck(false); }),
+              tr::Tr(u"kyrCardRecordMissing"_s, u"В документе нет карты системы лояльности KYRLoyalty"_s));
     Singleton<Session>::instance->setDocument({});
-    EXPECT_EQ(failureOf([this] { (void)client.makeCheck(false); }).id(), u"kyrDocumentMissing"_s);
+    EXPECT_EQ(failureOf([this] { (void)client.makeCheck(false); }),
+              tr::Tr(u"kyrDocumentMissing"_s, u"Нет открытого документа"_s));
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "tests/unit/client/receiptworld.h"
 
+#include <stdexcept>
+
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -87,6 +89,9 @@ TEST_F(Settlement, EarningOfflineQueuesTheSameBodyAndSaysNothing)
     service.answer("{}");
     (void)client.earnPoints(true);
     clearLog();
+    queue->before = [this] {
+        EXPECT_THAT(log(), ElementsAre(u"info: Начисление бонусных баллов в офлайн режиме"_s));
+    };
     EXPECT_EQ(client.earnPoints(false), DocumentBonusRecord());
     EXPECT_EQ(service.requests().size(), 1);
     ASSERT_EQ(queue->entries.size(), 1);
@@ -118,6 +123,16 @@ TEST_F(Settlement, CancellingOnlineThatFailsKeepsTheIds)
     EXPECT_EQ(failureOf([this] { client.cancel(true); }).id(), u"loyaltyErrorRequest"_s);
     EXPECT_EQ(card->getOperationId(), uR"({"earn":"43","spend":"42"})"_s);
     EXPECT_THAT(log(), ElementsAre(u"info: Полная отмена транзакции списания бонусов по чеку"_s));
+}
+
+TEST_F(Settlement, CancellingOfflineThatCannotBeQueuedKeepsTheIds)
+{
+    card->setOperationId(uR"({"earn":"43","spend":"42"})"_s);
+    queue->before = [] { throw std::runtime_error("disk full"); };
+    EXPECT_THROW(client.cancel(false), std::runtime_error);
+    EXPECT_EQ(card->getOperationId(), uR"({"earn":"43","spend":"42"})"_s);
+    EXPECT_THAT(log(),
+                ElementsAre(u"info: Полная отмена транзакции списания бонусов по чеку в режиме офлайн"_s));
 }
 
 TEST_F(Settlement, CancellingOfflineQueuesTheSameBodyAndUsesUpTheIds)
@@ -217,6 +232,14 @@ TEST_F(Settlement, RefusingAReturnWhoseSaleIsNotStoredQueuesNothing)
     EXPECT_EQ(failureOf([this] { client.refusePayment(); }),
               tr::Tr(u"kyrBackNotPossible"_s, u"Возврат не возможен"_s));
     EXPECT_TRUE(queue->entries.isEmpty());
+    EXPECT_THAT(log(),
+                ElementsAre(u"info: Частичная отмена транзакции начисления и списания бонусов по чеку"_s));
+}
+
+TEST_F(Settlement, RefusingWithoutACurrentDocumentFailsWithAClearTextAfterItsFirstLine)
+{
+    Singleton<Session>::instance->setDocument({});
+    EXPECT_EQ(failureOf([this] { client.refusePayment(); }).id(), u"kyrDocumentMissing"_s);
     EXPECT_THAT(log(),
                 ElementsAre(u"info: Частичная отмена транзакции начисления и списания бонусов по чеку"_s));
 }

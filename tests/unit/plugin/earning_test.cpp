@@ -92,6 +92,7 @@ TEST_F(Earning, WithoutACurrentDocumentFailsWithAClearText)
 {
     Singleton<Session>::instance->setDocument({});
     EXPECT_THROW(loyalty.hasPointsForEarn(), KyrLoyaltyException);
+    EXPECT_THAT(log(), ElementsAre(asked));
 }
 
 TEST_F(Earning, IsOfTheSessionsDocumentNotTheWatchedOne)

@@ -80,6 +80,23 @@ TEST_F(Lifecycle, InitListensToTheHostBeforeTheClientReadsItsSettingsAndRegister
     EXPECT_EQ(registered(), &loyalty);
 }
 
+class UnreadableConfig : public Config
+{
+public:
+    [[nodiscard]] bool getBool(const QString& /*key*/, bool /*defaultValue*/) const override
+    {
+        throw ConfigError(u"KYRLoyalty:smsVerification: true or false is expected"_s);
+    }
+};
+
+TEST_F(Lifecycle, InitThatCannotReadItsSettingListensToNothing)
+{
+    delete Singleton<Config>::instance;
+    Singleton<Config>::instance = new UnreadableConfig;
+    EXPECT_CALL(*notifier, subscribe(_)).Times(0);
+    EXPECT_THROW(loyalty.init(), ConfigError);
+}
+
 TEST_F(Lifecycle, InitRegistersTheSystem)
 {
     EXPECT_CALL(*client, init()).WillOnce(Return(true));

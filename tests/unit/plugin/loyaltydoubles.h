@@ -9,6 +9,8 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
+
 /// The service client with every operation that the adapter calls replaced.
 class MockClient : public KyrLoyaltyInterface
 {
@@ -60,6 +62,16 @@ public:
     using KyrLoyalty::m_lastError;
     using KyrLoyalty::m_pointsForSpend;
     using KyrLoyalty::smsVerification;
+
+    std::function<void()> beforeClear; ///< called first when the state is cleared
+
+protected:
+    void clearLoyaltyData() override
+    {
+        if (beforeClear)
+            beforeClear();
+        KyrLoyalty::clearLoyaltyData();
+    }
 };
 
 /// A till with a sale open for an active card, watched by an adapter whose client, dialogs, events and

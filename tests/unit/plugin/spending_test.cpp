@@ -96,6 +96,12 @@ TEST_F(Spending, GivesWayToTheLaterOperandWhenOneIsNotANumber)
     EXPECT_EQ(allowed(20, std::numeric_limits<double>::quiet_NaN(), 120.5), 120.5);
 }
 
+TEST_F(Spending, GivesWayToTheLaterOperandWhenBothAreEqual)
+{
+    EXPECT_TRUE(std::signbit(allowed(0.0, -0.0, 120.5)));
+    EXPECT_FALSE(std::signbit(allowed(-0.0, 0.0, 120.5)));
+}
+
 TEST_F(Spending, LogsTheStateWhenTheLimitIsAskedForAndSendsNothing)
 {
     clearLog();

@@ -78,6 +78,7 @@ TEST_F(Transaction, CommitOfASaleAsksNobodyAndClearsTheState)
         clearLog();
         open(type);
         fillState();
+        loyalty.beforeClear = [this] { EXPECT_THAT(log(), ElementsAre(committing)); };
         EXPECT_TRUE(loyalty.commit(document));
         expectStateCleared();
         EXPECT_THAT(log(), ElementsAre(committing, done));
@@ -178,12 +179,14 @@ TEST_F(Transaction, RollbackWithoutACardStillEmptiesThePointsForEarn)
 
 TEST_F(Transaction, CancelForgetsTheStateAndAsksNobody)
 {
+    const QString resetting = u"info: Сброс состояния бонусной системы"_s;
+    loyalty.beforeClear = [&] { EXPECT_THAT(log(), ElementsAre(resetting)); };
     expectSave();
     EXPECT_TRUE(loyalty.cancel());
     expectStateCleared();
     EXPECT_EQ(saved.pointsForSpend, QVariant(0.0));
     EXPECT_EQ(card->getPointsForEarn(), QVariant(3.0)) << "the card record keeps what it has";
-    EXPECT_THAT(log(), ElementsAre(u"info: Сброс состояния бонусной системы"_s));
+    EXPECT_THAT(log(), ElementsAre(resetting));
 }
 
 TEST_F(Transaction, RestoreOfADocumentWithoutDataIsAnEmptyState)
@@ -214,6 +217,14 @@ TEST_F(Transaction, RestoreBringsBackWhatWasWrittenWithEmptyPlacesKept)
     EXPECT_EQ(loyalty.m_bonusImpacts[0]->getPositionSums(), impact->getPositionSums());
     EXPECT_TRUE(loyalty.m_bonusImpacts[1].isNull());
     EXPECT_FALSE(loyalty.m_bonusImpacts[2].isNull());
+}
+
+TEST_F(Transaction, RestoreTakesAnyKindOfNullForAnEmptyPlace)
+{
+    document->setPluginData(u"KyrLoyalty"_s, u"bonusImpacts"_s,
+                            QVariantList{QVariant(), QVariant::fromValue(nullptr)});
+    EXPECT_TRUE(loyalty.restoreLoyaltySystem());
+    EXPECT_EQ(loyalty.m_bonusImpacts, (QList<QSharedPointer<BonusImpact>>{nullptr, nullptr}));
 }
 
 /// A stored impact that can't be read.
