@@ -62,7 +62,7 @@ QString unstorable(const QVariant& value, int levels)
     if (levels == 0)
         return u"вложенность больше %1"_s.arg(deepestStored);
     for (const QVariant& inner : contentOf(value)) {
-        if (const QString why = unstorable(inner, levels - 1); !why.isEmpty())
+        if (QString why = unstorable(inner, levels - 1); !why.isEmpty())
             return why;
     }
     return {};
