@@ -23,6 +23,7 @@ public:
     QByteArray url();
 
     void signal(int number) const;
+    [[nodiscard]] qsizetype openFiles() const; ///< Connections among them.
     void closeInput() { m_process.closeWriteChannel(); }
 
     /// Waits for the end by itself: its exit status, or nothing when it crashed or does not end.
