@@ -224,7 +224,9 @@ CURLcode Handle::performBeside(const IdleWork& idle)
 
 ErrorCode failureOf(CURLcode code, const Received& received)
 {
-    if (received.tooLarge)
+    // CURLE_TOO_LARGE, of libcurl 8.6 and later: more header lines than it takes.
+    constexpr auto tooManyLines = static_cast<CURLcode>(100);
+    if (received.tooLarge || code == tooManyLines)
         return ErrorCode::TooLarge;
     switch (code) {
     case CURLE_OK:

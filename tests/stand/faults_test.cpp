@@ -247,4 +247,19 @@ TEST_F(StandFaults, LeaveTheStandsOwnPagesAlone)
     EXPECT_EQ(cardInfo().error, CURLE_RECV_ERROR);
 }
 
+using StandConnections = standtest::StandTest;
+
+TEST_F(StandConnections, AreClosedAfterAFaultAsAfterAnAnswer)
+{
+    const auto whole = R"(["any:drop:count=10", "any:truncate:count=10", "any:reset:count=10"])";
+    ASSERT_EQ(call("/stand/faults", {.url = {}, .method = "POST", .body = whole}).status, 201);
+    const auto before = openFiles();
+    ASSERT_GT(before, 3);
+    for (int i = 0; i < 30; ++i)
+        EXPECT_NE(get("card/2000000000055/card-info").error, CURLE_OK);
+    while (openFiles() > before)
+        std::this_thread::yield();
+    EXPECT_EQ(get("card/2000000000055/card-info").status, 200);
+}
+
 } // namespace

@@ -26,6 +26,7 @@ protected:
     /// Asks the stand to end; its exit status, or nothing when it crashed.
     std::optional<int> endStatus();
 
+    [[nodiscard]] qsizetype openFiles() const { return m_stand.openFiles(); }
     [[nodiscard]] QByteArray root() const { return m_root; }
 
 private:

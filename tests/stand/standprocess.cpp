@@ -1,5 +1,7 @@
 #include "tests/stand/standprocess.h"
 
+#include <QDir>
+
 #include <csignal>
 
 using namespace Qt::StringLiterals;
@@ -54,6 +56,11 @@ void StandProcess::signal(int number) const
     // Of a stand that has ended the id is 0, which would mean this test and all its siblings.
     if (const auto id = m_process.processId(); id > 0)
         ::kill(static_cast<pid_t>(id), number);
+}
+
+qsizetype StandProcess::openFiles() const
+{
+    return QDir(u"/proc/%1/fd"_s.arg(m_process.processId())).entryList(QDir::System | QDir::Files).size();
 }
 
 std::optional<int> StandProcess::exitStatus()

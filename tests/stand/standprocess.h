@@ -24,6 +24,7 @@ public:
 
     [[nodiscard]] qint64 id() const { return m_process.processId(); }
     void signal(int number) const;
+    [[nodiscard]] qsizetype openFiles() const; ///< Connections among them.
     void closeInput() { m_process.closeWriteChannel(); }
 
     /// Waits for the end by itself: its exit status, or nothing when it crashed or does not end.
