@@ -1,3 +1,4 @@
+#include "host/utils/printable.h"
 #include "till/commands/commandline.h"
 #include "till/commands/tool.h"
 #include "till/versions.h"
@@ -40,7 +41,7 @@ int main(int argc, char* argv[])
     try {
         return run(argc, argv);
     } catch (const std::exception& error) { // UsageError, ConfigError: the text says where and what
-        QTextStream(stderr) << till::administratorsText(error) << Qt::endl;
+        QTextStream(stderr) << utils::printableLines(till::administratorsText(error)) << Qt::endl;
         return till::exitMisused;
     }
 }
