@@ -7,6 +7,8 @@
 #include <QCoreApplication>
 #include <QTextStream>
 
+#include <cstdio>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -39,7 +41,10 @@ int main(int argc, char* argv[])
     const auto read = stand::readOptions(QCoreApplication::arguments());
     if (const auto* end = std::get_if<stand::EarlyEnd>(&read)) {
         QTextStream(end->status == 0 ? stdout : stderr) << end->text << Qt::endl;
-        return end->status;
+        if (std::ferror(stdout) == 0)
+            return end->status;
+        QTextStream(stderr) << "stand: the standard output cannot be written" << Qt::endl;
+        return 1;
     }
     try {
         return run(std::get<stand::Options>(read));

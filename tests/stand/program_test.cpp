@@ -3,6 +3,7 @@
 #include "tests/stand/standfixture.h"
 
 #include <QFile>
+#include <QProcess>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QUrl>
@@ -211,6 +212,18 @@ TEST(StandProgram, ShowsItsVersion)
     StandProcess stand({u"--version"_s});
     EXPECT_THAT(stand.exitStatus(), Optional(0));
     EXPECT_THAT(stand.output().toStdString(), ::testing::MatchesRegex("stand [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(StandProgram, SaysThatItsOutputCannotBeWritten)
+{
+    for (const QString& option : {u"--help"_s, u"--version"_s}) {
+        QProcess stand;
+        stand.setStandardOutputFile(u"/dev/full"_s);
+        stand.start(QStringLiteral(STAND_PROGRAM), {option});
+        ASSERT_TRUE(stand.waitForFinished());
+        EXPECT_EQ(stand.exitCode(), 1);
+        EXPECT_THAT(stand.readAllStandardError().toStdString(), HasSubstr("output cannot be written"));
+    }
 }
 
 } // namespace
