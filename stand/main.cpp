@@ -7,6 +7,9 @@
 #include <QCoreApplication>
 #include <QTextStream>
 
+#include <cstdio>
+#include <stdexcept>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -41,6 +44,8 @@ int main(int argc, char* argv[])
         const auto read = stand::readOptions(QCoreApplication::arguments());
         if (const auto* end = std::get_if<stand::EarlyEnd>(&read)) {
             QTextStream(end->status == 0 ? stdout : stderr) << end->text << Qt::endl;
+            if (std::ferror(stdout) != 0)
+                throw std::runtime_error("the standard output cannot be written");
             return end->status;
         }
         return run(std::get<stand::Options>(read));

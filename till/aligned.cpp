@@ -1,5 +1,6 @@
 #include "till/aligned.h"
 
+#include "host/utils/printable.h"
 #include "till/screen.h"
 
 #include <algorithm>
@@ -8,16 +9,18 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
-QStringList aligned(const QList<QStringList>& rows, const QSet<qsizetype>& right)
+QStringList aligned(QList<QStringList> rows, const QSet<qsizetype>& right)
 {
+    for (QStringList& row : rows)
+        std::transform(row.cbegin(), row.cend(), row.begin(), utils::printable); // before it is measured
     QList<qsizetype> widths;
-    for (const QStringList& row : rows) {
+    for (const QStringList& row : std::as_const(rows)) {
         widths.resize(std::max(widths.size(), row.size()));
         for (qsizetype i = 0; i < row.size(); ++i)
             widths[i] = std::max(widths[i], screen::width(row[i]));
     }
     QStringList lines;
-    for (const QStringList& row : rows) {
+    for (const QStringList& row : std::as_const(rows)) {
         QString line;
         for (qsizetype i = 0; i < row.size(); ++i) {
             const QString blanks = QString().leftJustified(widths[i] - screen::width(row[i]));

@@ -1,5 +1,6 @@
 #include "till/console.h"
 
+#include "host/utils/printable.h"
 #include "till/aligned.h"
 #include "till/terminal.h"
 
@@ -24,7 +25,7 @@ void Console::line(const QString& text, Colour colour)
     if (m_json)
         return;
     clearProgress();
-    const QString clean = printable(text);
+    const QString clean = utils::printable(text);
     if (m_colours && colour != Colour::None)
         m_out << u"\x1b[%1m%2\x1b[0m"_s.arg(QString::number(static_cast<int>(colour)), clean);
     else
@@ -43,15 +44,15 @@ void Console::table(const QStringList& heading, const QList<QStringList>& rows, 
 void Console::value(const QJsonDocument& document)
 {
     if (m_json)
-        m_out << QString::fromUtf8(document.toJson(QJsonDocument::Compact)) << Qt::endl;
+        m_out << utils::printableJson(document.toJson(QJsonDocument::Compact)) << Qt::endl;
 }
 
 void Console::progress(const QString& text)
 {
     if (m_terminal)
-        m_err << u"\r\x1b[K"_s << printable(text) << Qt::flush;
+        m_err << u"\r\x1b[K"_s << utils::printable(text) << Qt::flush;
     else
-        m_err << printable(text) << Qt::endl;
+        m_err << utils::printable(text) << Qt::endl;
     m_progressing = m_terminal;
 }
 
@@ -67,7 +68,7 @@ bool Console::canAsk() { return isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILEN
 bool Console::confirmed(const QString& question)
 {
     clearProgress();
-    m_err << printable(question) << u" [y/N] "_s << Qt::flush;
+    m_err << utils::printable(question) << u" [y/N] "_s << Qt::flush;
     QTextStream in(stdin);
     const QString answer = in.readLine().trimmed().toLower();
     return answer == u"y"_s || answer == u"yes"_s;

@@ -22,11 +22,12 @@ public:
 
     [[nodiscard]] bool json() const { return m_json; }
 
-    /// Lines to be read; nothing where JSON is wanted. Control characters of the text are replaced.
+    /// Lines to be read; nothing where JSON is wanted. What a terminal must not get is replaced.
     void line(const QString& text = {}, Colour colour = Colour::None);
     /// Columns below a heading.
     void table(const QStringList& heading, const QList<QStringList>& rows, const QSet<qsizetype>& right = {});
-    /// The one JSON value; nothing where lines are wanted.
+    /// The one JSON value; nothing where lines are wanted. What a terminal must not get is written as
+    /// escapes.
     void value(const QJsonDocument& document);
 
     /// How far something has come. On a terminal one line is written over again; else each call is a line of

@@ -1,3 +1,4 @@
+#include "host/utils/printable.h"
 #include "till/reporter.h"
 
 #include <QJsonArray>
@@ -14,7 +15,7 @@ namespace {
 QString member(const QString& name, const QJsonValue& value)
 {
     const QByteArray list = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
-    return u"\"%1\":"_s.arg(name) + QString::fromUtf8(list.sliced(1, list.size() - 2));
+    return u"\"%1\":"_s.arg(name) + utils::printableJson(list.sliced(1, list.size() - 2));
 }
 
 QJsonArray sums(const QList<DocumentImpact::PositionSum>& impacts)
@@ -40,7 +41,7 @@ void JsonReporter::print(const QList<TraceEntry>& trace, LogLevel least)
 {
     for (const TraceEntry& entry : trace) {
         if (entry.level >= least)
-            m_err << headedLines(entry).join(u'\n') << u'\n';
+            m_err << utils::printableLines(headedLines(entry).join(u'\n')) << u'\n';
     }
     m_err.flush();
 }

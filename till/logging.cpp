@@ -1,5 +1,7 @@
 #include "till/logging.h"
 
+#include "host/utils/masking.h"
+#include "host/utils/printable.h"
 #include "till/usageerror.h"
 
 #include <QDateTime>
@@ -39,22 +41,27 @@ struct OpenLog
 };
 OpenLog theFile;
 
+/// So that the text can neither pass for a line of its own nor give orders to a terminal.
+QString shownText(const LogLine& line) { return utils::printableLines(line.text, u"    "_s); }
+
 void writeToFile(const LogLine& line)
 {
     if (theFile.descriptor < 0 || line.level < theFile.least)
         return;
-    QString text = line.text;
-    text.replace(u'\n', u"\n    "_s);
     const QString time = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
     const QByteArray bytes =
-        u"%1 %2 [%3] %4\n"_s.arg(time, levelText(line.level).leftJustified(7), line.logger, text).toUtf8();
+        u"%1 %2 [%3] %4\n"_s.arg(time, levelText(line.level).leftJustified(7), line.logger, shownText(line))
+            .toUtf8();
     // A full disk must not stop the till for the sake of a log.
     [[maybe_unused]] const ssize_t written =
         write(theFile.descriptor, bytes.constData(), static_cast<std::size_t>(bytes.size()));
 }
 
-void deliver(const LogLine& line)
+void deliver(LogLine line)
 {
+    // The plug-in's texts are settled: they name card and phone as they were typed.
+    if (line.logger != u"kyrloyalty"_s)
+        line.text = utils::maskNumbers(line.text);
     const std::lock_guard lock(theMutex);
     writeToFile(line);
     if (theSink)
@@ -198,7 +205,8 @@ LogFile::~LogFile()
 ScreenLog::ScreenLog(LogLevel least)
     : m_capture([least](const LogLine& line) {
         if (line.level >= least)
-            QTextStream(stderr) << u"till: %1: %2: %3\n"_s.arg(line.logger, levelText(line.level), line.text);
+            QTextStream(stderr) << u"till: %1: %2: %3\n"_s.arg(line.logger, levelText(line.level),
+                                                               shownText(line));
     })
 {}
 

@@ -1,5 +1,7 @@
+#include "host/utils/printable.h"
 #include "till/commands/commandline.h"
 #include "till/commands/tool.h"
+#include "till/standardoutput.h"
 #include "till/versions.h"
 
 #include <QCoreApplication>
@@ -33,14 +35,20 @@ int run(int& argc, char** argv)
     return till::exitWell;
 }
 
-} // namespace
-
-int main(int argc, char* argv[])
+int guardedRun(int& argc, char** argv)
 {
     try {
         return run(argc, argv);
     } catch (const std::exception& error) { // UsageError, ConfigError: the text says where and what
-        QTextStream(stderr) << till::administratorsText(error) << Qt::endl;
+        QTextStream(stderr) << utils::printableLines(till::administratorsText(error)) << Qt::endl;
         return till::exitMisused;
     }
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    till::guardStandardStreams();
+    return till::statusOfOutput(guardedRun(argc, argv));
 }

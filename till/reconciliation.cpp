@@ -99,10 +99,10 @@ QStringList Ledger::differences(const QString& identifier, const BookedReceipt& 
     const LedgerReceipt books = receipt(identifier);
     const auto record = booked.document ? booked.document->getCardRecord(KyrLoyaltySystem) : nullptr;
     const QString card = record ? record->getNumber().toString() : books.card;
-    const QString heading = identifier + (card.isEmpty() ? u""_s : u", card "_s + utils::maskNumbers(card));
+    const QString heading = identifier + (card.isEmpty() ? u""_s : u", card "_s + utils::maskWhole(card));
     QStringList found;
     if (record && !books.card.isEmpty() && books.card != card)
-        found.append(u"%1: card %2 in the ledger"_s.arg(heading, utils::maskNumbers(books.card)));
+        found.append(u"%1: card %2 in the ledger"_s.arg(heading, utils::maskWhole(books.card)));
     found += pointsDifferences(heading, books, booked);
     found.append(earningDifference(heading, books, booked));
     found.append(takenBackDifference(heading, books, booked));

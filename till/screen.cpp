@@ -2,6 +2,7 @@
 
 #include "host/utils/masking.h"
 #include "host/utils/money.h"
+#include "host/utils/printable.h"
 
 #include <clocale>
 #include <cwchar>
@@ -71,7 +72,7 @@ QList<Row> rows(const AbstractDocument& document)
     for (const auto& item : items) {
         const double bonus = item->getBonusImpactSum();
         const double discount = item->getDiscountSum() - bonus;
-        list.append({QString::number(item->getPosnum()), item->getName(false),
+        list.append({QString::number(item->getPosnum()), utils::printable(item->getName(false)),
                      quantity(item->getBquant()) + u" ×"_s, amount(item->getPrice()),
                      amount(item->getSumb() + item->getDiscountSum())});
         if (utils::toHundredths(discount) != 0)
@@ -135,7 +136,7 @@ QString closing(const AbstractDocument& document)
 
 QStringList customer(const DocumentCardRecord& record)
 {
-    QString card = u"Карта "_s + utils::maskNumbers(record.getNumber().toString());
+    QString card = u"Карта "_s + utils::maskWhole(record.getNumber().toString());
     const QString status = statusText(record.getCardStatus());
     if (!status.isEmpty())
         card += u", "_s + status;

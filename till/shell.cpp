@@ -1,5 +1,7 @@
 #include "till/shell.h"
 
+#include "host/utils/printable.h"
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -116,7 +118,7 @@ void Shell::run(Player& player)
         if (const auto step = parseLine(trimmed, problems))
             player.play(*step);
         for (const Problem& problem : problems)
-            m_talk << problem.text << u'\n';
+            m_talk << utils::printable(problem.text) << u'\n';
     }
     if (m_prompt)
         m_talk << Qt::endl; // the terminal shows the end of the input without ending the line
@@ -127,7 +129,7 @@ void Shell::printAlarms()
     const QStringList alarms = m_alarms ? m_alarms() : QStringList();
     for (const QString& alarm : alarms) {
         if (!m_told.contains(alarm))
-            m_talk << u"! "_s << alarm << u'\n';
+            m_talk << u"! "_s << utils::printable(alarm) << u'\n';
     }
     m_told = alarms;
 }

@@ -1,5 +1,6 @@
 #include "till/standprocess.h"
 
+#include "host/utils/printable.h"
 #include "till/usageerror.h"
 
 #include <QDeadlineTimer>
@@ -81,7 +82,7 @@ void StandProcess::tellComplaints() const
     while (!log.atEnd()) {
         const QString line = QString::fromUtf8(log.readLine());
         if (!line.startsWith(u"stand: code "_s))
-            err << line;
+            err << utils::printableLines(line);
     }
 }
 

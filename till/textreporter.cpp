@@ -1,5 +1,6 @@
 #include "till/reporter.h"
 
+#include "host/utils/printable.h"
 #include "till/screen.h"
 #include "till/summarytable.h"
 #include "till/terminal.h"
@@ -17,7 +18,7 @@ const QString administratorIndent = u"          "_s;
 
 QString TextReporter::painted(const QString& text, Colour colour) const
 {
-    const QString clean = printable(text);
+    const QString clean = utils::printable(text);
     return m_colours ? u"\x1b[%1m%2\x1b[0m"_s.arg(QString::number(static_cast<int>(colour)), clean) : clean;
 }
 
@@ -50,7 +51,7 @@ void TextReporter::step(const StepReport& report)
     for (const ShownDialog& dialog : report.dialogs)
         printDialog(dialog);
     for (const QString& line : outcome.screen)
-        m_out << cashierIndent << printable(line) << u'\n';
+        m_out << cashierIndent << utils::printable(line) << u'\n';
     if (!outcome.ok) {
         for (const QString& line : outcome.error.split(u'\n'))
             m_out << cashierIndent << painted(line, failure) << u'\n';
@@ -85,7 +86,7 @@ void TextReporter::total(const QList<Summary>& summaries)
         const bool framing = i == 0 || i + 1 == lines.size();
         m_out << (differs   ? painted(lines[i], Colour::Red)
                   : framing ? painted(lines[i], Colour::Bold)
-                            : printable(lines[i]))
+                            : utils::printable(lines[i]))
               << u'\n';
     }
     m_out.flush();
@@ -93,13 +94,14 @@ void TextReporter::total(const QList<Summary>& summaries)
 
 void TextReporter::printDialog(const ShownDialog& dialog)
 {
-    m_out << cashierIndent << u'[' << printable(dialog.title) << u"]\n"_s;
+    m_out << cashierIndent << u'[' << utils::printable(dialog.title) << u"]\n"_s;
     for (qsizetype i = 0; i < dialog.items.size(); ++i) {
         const QString mark = i == dialog.chosen ? u"▸"_s : u" "_s;
-        m_out << cashierIndent << mark << u' ' << i + 1 << u". "_s << printable(dialog.items[i]) << u'\n';
+        m_out << cashierIndent << mark << u' ' << i + 1 << u". "_s << utils::printable(dialog.items[i])
+              << u'\n';
     }
     if (!dialog.outcome.isEmpty())
-        m_out << cashierIndent << printable(dialog.outcome) << u'\n';
+        m_out << cashierIndent << utils::printable(dialog.outcome) << u'\n';
 }
 
 void TextReporter::printTrace(const QList<TraceEntry>& trace)

@@ -1,11 +1,13 @@
 #include "till/trace.h"
 
 #include "host/utils/masking.h"
+#include "host/utils/printable.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMetaEnum>
+#include <QSet>
 #include <QTextStream>
 
 using namespace Qt::StringLiterals;
@@ -13,6 +15,30 @@ using namespace Qt::StringLiterals;
 namespace till {
 
 namespace {
+
+/// A number or a text as it is shown: itself, unless something in it has to be masked.
+QJsonValue masked(const QJsonValue& value, QString (*mask)(const QString&))
+{
+    if (!value.isDouble() && !value.isString())
+        return value;
+    const QString text = value.toVariant().toString();
+    const QString shown = mask(text);
+    return shown == text ? value : QJsonValue(shown);
+}
+
+QString hidden(const QString& /*text*/) { return u"***"_s; }
+
+/// What is masked because of the name it stands under, whatever it looks like.
+QJsonValue ofMember(const QString& name, const QJsonValue& value)
+{
+    static const QSet<QString> numbers{u"card"_s,  u"card_number"_s,  u"number"_s,
+                                       u"phone"_s, u"phone_number"_s, u"mobile"_s};
+    static const QSet<QString> personal{u"last_name"_s, u"first_name"_s, u"middle_name"_s,
+                                        u"birth_day"_s, u"address"_s,    u"email"_s};
+    if (numbers.contains(name.toLower()))
+        return masked(value, utils::maskWhole);
+    return personal.contains(name.toLower()) ? masked(value, hidden) : value;
+}
 
 QJsonValue withoutSecrets(const QJsonValue& value)
 {
@@ -23,14 +49,16 @@ QJsonValue withoutSecrets(const QJsonValue& value)
         return list;
     }
     if (!value.isObject())
-        return value;
-    QJsonObject object = value.toObject();
+        return masked(value, utils::maskNumbers);
+    const QJsonObject object = value.toObject();
+    QJsonObject shown;
     for (auto member = object.begin(); member != object.end(); ++member) {
         const bool secret = member.key().compare("code"_L1, Qt::CaseInsensitive) == 0 ||
                             member.key().compare("password"_L1, Qt::CaseInsensitive) == 0;
-        member.value() = secret ? QJsonValue(u"***"_s) : withoutSecrets(member.value());
+        shown.insert(utils::maskNumbers(member.key()),
+                     secret ? QJsonValue(u"***"_s) : withoutSecrets(ofMember(member.key(), member.value())));
     }
-    return object;
+    return shown;
 }
 
 QStringList marked(const QString& mark, QStringList lines)
@@ -58,8 +86,8 @@ QStringList headedLines(const TraceEntry& entry)
 QStringList redacted(const RestExchange& exchange)
 {
     const QString status = exchange.status > 0 ? QString::number(exchange.status) : u"no answer"_s;
-    QString outcome = u"%1 %2  %3, %4 ms"_s.arg(exchange.method, utils::maskNumbers(exchange.url.path()),
-                                                status, QString::number(exchange.milliseconds));
+    QString outcome = u"%1 %2  %3, %4 ms"_s.arg(exchange.method, utils::maskPath(exchange.url.path()), status,
+                                                QString::number(exchange.milliseconds));
     const char* name = QMetaEnum::fromType<RestClient::ErrorCode>().valueToKey(exchange.errorCode);
     if (exchange.errorCode != 0 && name)
         outcome += u" (%1)"_s.arg(QString::fromLatin1(name));
@@ -77,7 +105,7 @@ QStringList redactedBody(const QByteArray& body)
     const QJsonDocument shown = document.isArray()
                                     ? QJsonDocument(withoutSecrets(document.array()).toArray())
                                     : QJsonDocument(withoutSecrets(document.object()).toObject());
-    return utils::maskNumbers(QString::fromUtf8(shown.toJson()).trimmed()).split(u'\n');
+    return QString::fromUtf8(shown.toJson()).trimmed().split(u'\n');
 }
 
 Trace::Trace(LogLevel least)
@@ -94,7 +122,8 @@ Trace::~Trace()
     QTextStream err(stderr);
     for (const TraceEntry& entry : take()) {
         if (entry.level >= LogLevel::Warning)
-            err << u"till: %1: %2: %3\n"_s.arg(entry.source, levelText(entry.level), entry.lines.join(u'\n'));
+            err << u"till: %1: %2: %3\n"_s.arg(entry.source, levelText(entry.level),
+                                               utils::printableLines(entry.lines.join(u'\n'), u"    "_s));
     }
 }
 

@@ -48,7 +48,8 @@ private:
 QStringList headedLines(const TraceEntry& entry);
 
 /// What was exchanged, for the administrator: the outcome, then the bodies, indented. Card and phone numbers
-/// are masked; members named "code" or "password" hide their values, a body that is not JSON all of it.
+/// are masked, whatever they look like where the member's name tells; so are the names of the customer.
+/// Members named "code" or "password" hide their values, a body that is not JSON all of it.
 QStringList redacted(const RestExchange& exchange);
 
 /// One body of those in the same way, indented; empty when there is none.

@@ -1,5 +1,7 @@
 #include "host/core/terminalfrontend.h"
 
+#include "host/utils/printable.h"
+
 #include <termios.h>
 #include <unistd.h>
 
@@ -39,7 +41,7 @@ private:
 void TerminalFrontend::print(const tr::Tr& text)
 {
     if (!text.isEmpty())
-        m_out << text.ru() << '\n';
+        m_out << utils::printableLines(text.ru()) << '\n';
 }
 
 int TerminalFrontend::chooseFromList(const ChoiceRequest& request)
@@ -47,7 +49,7 @@ int TerminalFrontend::chooseFromList(const ChoiceRequest& request)
     print(request.title);
     print(request.message);
     for (qsizetype i = 0; i < request.items.size(); ++i)
-        m_out << u"  %1. %2\n"_s.arg(QString::number(i + 1), request.items[i].ru());
+        m_out << u"  %1. %2\n"_s.arg(QString::number(i + 1), utils::printable(request.items[i].ru()));
     print(request.comment);
 
     const QString prompt = request.closable ? u"Номер строки (пусто — закрыть): "_s : u"Номер строки: "_s;
@@ -70,7 +72,7 @@ core::BasicDialog::Result TerminalFrontend::inputText(const TextInputRequest& re
     const EchoOff quiet(request.hidden); // before the prompt, or a quick answer to it would be shown or lost
     QString line;
     while (true) {
-        m_out << request.message.ru() << u": "_s << Qt::flush;
+        m_out << utils::printableLines(request.message.ru()) << u": "_s << Qt::flush;
         if (!m_in.readLineInto(&line))
             return core::BasicDialog::Result::cancelled();
         if (request.trimmed)

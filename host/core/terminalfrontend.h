@@ -5,6 +5,7 @@
 #include <QTextStream>
 
 /// Dialogs as lines of text: the question is printed, the answer is a line. The end of the input cancels.
+/// What a terminal must not get is replaced in every text.
 /// One item is chosen, by its number; extra items are not offered, nor several lines of text.
 class HOST_EXPORT TerminalFrontend : public DialogFrontend
 {

@@ -100,9 +100,9 @@ void log(const RestExchange& exchange)
             QString::fromLatin1(QMetaEnum::fromType<RestClient::ErrorCode>().valueToKey(exchange.errorCode));
     const QUrl plain = exchange.url.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
     utils::logger(u"network"_s)
-        ->debug(u"%1 %2: %3, %4 ms, %5 bytes"_s.arg(
-            exchange.method, utils::maskNumbers(QString::fromLatin1(plain.toEncoded())), outcome,
-            QString::number(exchange.milliseconds), QString::number(exchange.answerBody.size())));
+        ->debug(u"%1 %2: %3, %4 ms, %5 bytes"_s.arg(exchange.method, utils::maskPath(plain.toString()),
+                                                    outcome, QString::number(exchange.milliseconds),
+                                                    QString::number(exchange.answerBody.size())));
 }
 
 } // namespace

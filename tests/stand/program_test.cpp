@@ -3,6 +3,7 @@
 #include "tests/stand/standfixture.h"
 
 #include <QFile>
+#include <QProcess>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QUrl>
@@ -215,6 +216,18 @@ TEST(StandProgram, ShowsItsVersionAndThoseOfItsLibraries)
                                         "Qt 6[0-9.]+, built with 6[0-9.]+\n"
                                         "SQLite 3[0-9.]+\n"
                                         "zlib 1[0-9.]+, built with 1[0-9.]+\n"));
+}
+
+TEST(StandProgram, SaysThatItsOutputCannotBeWritten)
+{
+    for (const QString& option : {u"--help"_s, u"--version"_s}) {
+        QProcess stand;
+        stand.setStandardOutputFile(u"/dev/full"_s);
+        stand.start(QStringLiteral(STAND_PROGRAM), {option});
+        ASSERT_TRUE(stand.waitForFinished());
+        EXPECT_EQ(stand.exitCode(), 1);
+        EXPECT_THAT(stand.readAllStandardError().toStdString(), HasSubstr("output cannot be written"));
+    }
 }
 
 } // namespace

@@ -10,6 +10,7 @@ namespace till {
 constexpr int exitWell = 0;
 constexpr int exitFailed = 1;
 constexpr int exitMisused = 2;
+constexpr int exitUnwritten = 3; ///< the standard output could not be written
 
 /// A command with all that was said to it.
 struct Invocation

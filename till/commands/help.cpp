@@ -91,7 +91,8 @@ QString generalHelp()
             section(u"Exit status"_s,
                     {{u"0"_s, u"all went well"_s},
                      {u"1"_s, u"something went wrong, or was found wrong; each command says what"_s},
-                     {u"2"_s, u"wrong usage, or a file, the plug-in or a service cannot be used"_s}}))
+                     {u"2"_s, u"wrong usage, or a file, the plug-in or a service cannot be used"_s},
+                     {u"3"_s, u"the standard output cannot be written; 141 when its reader went away"_s}}))
         .trimmed();
 }
 

@@ -28,7 +28,7 @@ QJsonObject wholeJson(const QueuedMessage& message)
     url.setUserInfo({});
     QJsonObject whole = messageJson(message);
     whole.insert(u"method"_s, message.message.value(u"method"_s).toString());
-    whole.insert(u"url"_s, utils::maskNumbers(url.toString()));
+    whole.insert(u"url"_s, utils::maskPath(url.toString()));
     whole.insert(u"headers"_s, headersOf(message));
     whole.insert(u"timeout"_s, message.message.value(u"timeout"_s).toInt());
     whole.insert(u"body"_s, redactedBody(message.message.value(u"body"_s).toByteArray()).join(u'\n'));

@@ -67,7 +67,7 @@ QJsonObject entryJson(const utils::JournalEntry& entry)
 {
     return {{u"time"_s, timeText(entry.time)},
             {u"event"_s, entry.event},
-            {u"operation"_s, entry.operation},
+            {u"operation"_s, utils::maskNumbers(entry.operation)},
             {u"message"_s, entry.message == 0 ? QJsonValue() : QJsonValue(entry.message)},
             {u"code"_s, entry.code},
             {u"detail"_s, utils::maskNumbers(entry.detail)},
@@ -141,7 +141,7 @@ QJsonObject summaryJson(const ReceiptReport& report)
             {u"type"_s, type},
             {u"state"_s, report.state},
             {u"last"_s, timeText(last)},
-            {u"card"_s, record ? utils::maskNumbers(record->getNumber().toString()) : QString()},
+            {u"card"_s, record ? utils::maskWhole(record->getNumber().toString()) : QString()},
             {u"sum"_s, document ? QJsonValue(utils::roundToHundredths(document->getSum())) : QJsonValue()},
             {u"pointsDiscount"_s, document ? QJsonValue(money(bonusDiscountOf(*document))) : QJsonValue()},
             {u"pending"_s, pending},
@@ -173,7 +173,7 @@ QStringList timelineCells(const utils::JournalEntry& entry)
         outcome += entry.code == 0 ? u"ok "_s : u"code %1 "_s.arg(entry.code);
     if (entry.milliseconds > 0)
         outcome += u"in %1 ms "_s.arg(entry.milliseconds);
-    return {timeText(entry.time), entry.event, entry.operation,
+    return {timeText(entry.time), entry.event, utils::maskNumbers(entry.operation),
             (outcome + utils::maskNumbers(entry.detail)).simplified()};
 }
 

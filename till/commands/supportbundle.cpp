@@ -1,5 +1,6 @@
 #include "host/utils/datadirectory.h"
 #include "host/utils/masking.h"
+#include "host/utils/printable.h"
 #include "till/archive.h"
 #include "till/commands/commands.h"
 #include "till/commands/doctor.h"
@@ -31,9 +32,12 @@ public:
     explicit Scrubber(const Config& config)
         : m_authorization(authorizationOf(config))
         , m_password(config.getString(u"KYRLoyalty:password"_s, {}))
-    {}
+    {
+        const QByteArray json = QJsonDocument(QJsonArray{m_password}).toJson(QJsonDocument::Compact);
+        m_passwordInJson = QString::fromUtf8(json.sliced(2, json.size() - 4));
+    }
 
-    [[nodiscard]] QByteArray scrubbed(QString text) const
+    [[nodiscard]] QString scrubbed(QString text) const
     {
         static const QRegularExpression basic(u"\\bBasic [A-Za-z0-9+/=]+"_s);
         static const QRegularExpression secret(
@@ -41,14 +45,26 @@ public:
             QRegularExpression::CaseInsensitiveOption);
         text.replace(m_authorization, u"***"_s).replace(basic, u"Basic ***"_s);
         if (!m_password.isEmpty())
-            text.replace(m_password, u"***"_s);
-        return text.replace(secret, u"\\1***"_s).toUtf8();
+            text.replace(m_password, u"***"_s).replace(m_passwordInJson, u"***"_s);
+        return text.replace(secret, u"\\1***"_s);
     }
 
 private:
     QString m_authorization;
     QString m_password;
+    QString m_passwordInJson;
 };
+
+/// The plug-in's own lines name card and phone as they were typed, with letters too.
+QString maskedLine(const QString& line)
+{
+    static const QRegularExpression typed(u"(?<=телефона ')[^']+|(?<=, по карте ).+"_s);
+    const QRegularExpressionMatch match = typed.match(line);
+    if (!match.hasMatch())
+        return utils::maskNumbers(line);
+    return utils::maskNumbers(line.left(match.capturedStart())) + utils::maskWhole(match.captured()) +
+           utils::maskNumbers(line.sliced(match.capturedEnd()));
+}
 
 QString logLines(const QString& fileName)
 {
@@ -59,10 +75,22 @@ QString logLines(const QString& fileName)
         file.seek(file.size() - logTail);
         file.readLine(); // the rest of a line that was cut
     }
-    return utils::maskNumbers(QString::fromUtf8(file.readAll()));
+    QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
+    std::transform(lines.cbegin(), lines.cend(), lines.begin(), maskedLine);
+    return lines.join(u'\n');
 }
 
 QString pretty(const QJsonDocument& document) { return QString::fromUtf8(document.toJson()); }
+
+QString findingsText(const Options& options)
+{
+    QList<Finding> findings = examine(options);
+    for (Finding& finding : findings) {
+        finding.text = utils::maskNumbers(finding.text);
+        finding.remedy = utils::maskNumbers(finding.remedy);
+    }
+    return pretty(findingsJson(findings));
+}
 
 QString queueText()
 {
@@ -92,17 +120,23 @@ QList<ArchivedFile> collected(const Options& given)
     Config config;
     static_cast<void>(examineConfiguration(options, config));
     const Scrubber scrubber(config);
+    const auto text = [&scrubber](const QString& name, const QString& content) {
+        return ArchivedFile{name, utils::printableLines(scrubber.scrubbed(content)).toUtf8()};
+    };
+    const auto json = [&scrubber](const QString& name, const QString& content) {
+        return ArchivedFile{name, utils::printableJson(scrubber.scrubbed(content).toUtf8()).toUtf8()};
+    };
     QList<ArchivedFile> files{
-        {u"versions.txt"_s, scrubber.scrubbed(versionText() + u'\n')},
-        {u"doctor.json"_s, scrubber.scrubbed(utils::maskNumbers(pretty(findingsJson(examine(given)))))},
-        {u"configuration.txt"_s, scrubber.scrubbed(utils::maskNumbers(configurationText(config)))},
-        {u"log.txt"_s, scrubber.scrubbed(logLines(options.logFile))},
+        text(u"versions.txt"_s, versionText() + u'\n'),
+        json(u"doctor.json"_s, findingsText(given)),
+        text(u"configuration.txt"_s, utils::maskNumbers(configurationText(config))),
+        text(u"log.txt"_s, logLines(options.logFile)),
     };
     const QString directory = dataDirectoryOf(options);
     if (keepsAnything(directory)) {
         utils::setDataDirectory(directory);
-        files.append({u"queue.json"_s, scrubber.scrubbed(queueText())});
-        files.append({u"receipts.json"_s, scrubber.scrubbed(receiptsText())});
+        files.append(json(u"queue.json"_s, queueText()));
+        files.append(json(u"receipts.json"_s, receiptsText()));
         utils::setDataDirectory({});
     }
     return files;

@@ -1,5 +1,6 @@
 #include "till/window/choicedialog.h"
 
+#include "host/utils/printable.h"
 #include "till/window/widgets.h"
 
 #include <QHBoxLayout>
@@ -15,7 +16,7 @@ ChoiceDialog::ChoiceDialog(const ChoiceRequest& request, QWidget* parent)
     , m_list(new QListWidget)
 {
     setObjectName(u"choice"_s);
-    setWindowTitle(request.title.ru());
+    setWindowTitle(utils::printable(request.title.ru()));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 20, 24, 20);
     layout->setSpacing(12);
@@ -26,7 +27,7 @@ ChoiceDialog::ChoiceDialog(const ChoiceRequest& request, QWidget* parent)
     }
     m_list->setAccessibleName(request.title.ru());
     for (const tr::Tr& item : request.items)
-        m_list->addItem(item.ru());
+        m_list->addItem(utils::printable(item.ru()));
     m_list->setCurrentRow(0);
     m_list->setMinimumSize(420, 220);
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -205,7 +205,7 @@ void CustomerPanel::showCustomer()
     }
     const auto client = card->getCard()->getClient();
     m_name->setText(client && !client->getName().isEmpty() ? client->getName() : u"Имя не указано"_s);
-    m_card->setText(u"Карта "_s + utils::maskNumbers(card->getNumber().toString()) + statusOf(*card));
+    m_card->setText(u"Карта "_s + utils::maskWhole(card->getNumber().toString()) + statusOf(*card));
     const QVariant balance = card->getBonusBalance();
     const QString caption = m_desk.balanceTime().isValid() ? u"Баланс: "_s : u"Было: "_s;
     m_balance->setText(balance.isValid() ? caption + screen::amount(balance.toDouble()) : u"Баланс: —"_s);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "till/window/desk.h"
+#include "till/window/widgets.h"
 
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -29,16 +29,16 @@ private:
 
     Desk& m_desk;
     QLineEdit* m_entry;
-    QLabel* m_hint;
+    Label* m_hint;
     QList<QPushButton*> m_finders;
-    QLabel* m_name;
-    QLabel* m_card;
-    QLabel* m_balance;
+    Label* m_name;
+    Label* m_card;
+    Label* m_balance;
     QPushButton* m_again;
     QLineEdit* m_points;
     QPushButton* m_spend;
-    QLabel* m_limit;
-    QLabel* m_reason;
+    Label* m_limit;
+    Label* m_reason;
     QString m_shownReceipt;
 };
 

@@ -1,5 +1,6 @@
 #include "till/window/inputdialog.h"
 
+#include "host/utils/printable.h"
 #include "till/window/widgets.h"
 
 #include <QGridLayout>
@@ -17,7 +18,7 @@ InputDialog::InputDialog(const TextInputRequest& request, QWidget* parent, const
     , m_ok(button(request.okCaption.ru(), u"Enter"_s, u"primary"_s))
 {
     setObjectName(request.formName);
-    setWindowTitle(request.title.ru());
+    setWindowTitle(utils::printable(request.title.ru()));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 20, 24, 20);
     layout->setSpacing(12);

@@ -110,7 +110,7 @@ void MainWindow::refresh()
     else if (receipt)
         title = u"Чек "_s + receipt->getIdentifier();
     m_title->setText(title);
-    setWindowTitle(u"Касса — "_s + title);
+    setWindowTitle(u"Касса — "_s + m_title->text());
     m_positions->refresh();
     m_side->refresh();
     m_totals->refresh();

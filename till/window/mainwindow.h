@@ -7,8 +7,8 @@
 #include "till/window/sidepanel.h"
 #include "till/window/totalspanel.h"
 #include "till/window/waitingcard.h"
+#include "till/window/widgets.h"
 
-#include <QLabel>
 #include <QMainWindow>
 #include <QTimer>
 
@@ -57,9 +57,9 @@ private:
     Waiting& m_waiting;
     WindowFrontend& m_frontend;
     MessageListener m_listener;
-    QLabel* m_title;
-    QLabel* m_notice;
-    QLabel* m_status;
+    Label* m_title;
+    Label* m_notice;
+    Label* m_status;
     QPushButton* m_codes;
     PositionsPanel* m_positions;
     SidePanel* m_side;

@@ -39,7 +39,7 @@ PositionsPanel::PositionsPanel(Desk& desk, WindowFrontend& frontend)
     auto* finished = panel();
     auto* lines = new QVBoxLayout(finished);
     lines->addStretch();
-    for (QLabel* line : {m_headline, m_details}) {
+    for (Label* line : {m_headline, m_details}) {
         line->setAlignment(Qt::AlignCenter);
         line->setWordWrap(true);
         lines->addWidget(line);

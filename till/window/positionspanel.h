@@ -3,8 +3,8 @@
 #include "till/window/desk.h"
 #include "till/window/frontend.h"
 #include "till/window/positionstable.h"
+#include "till/window/widgets.h"
 
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QStackedWidget>
@@ -37,8 +37,8 @@ private:
     WindowFrontend& m_frontend;
     QStackedWidget* m_pages;
     PositionsTable* m_table;
-    QLabel* m_headline;
-    QLabel* m_details;
+    Label* m_headline;
+    Label* m_details;
     QLineEdit* m_article;
     QList<QPushButton*> m_entries;
     QList<QPushButton*> m_changes;

@@ -1,6 +1,7 @@
 #include "till/window/positionstable.h"
 
 #include "host/utils/money.h"
+#include "host/utils/printable.h"
 #include "till/screen.h"
 #include "till/window/style.h"
 
@@ -16,7 +17,7 @@ enum Column { Name, Price, Quantity, Discount, Bonus, Sum, Columns };
 
 QTableWidgetItem* cell(const QString& text, bool isNumber)
 {
-    auto* item = new QTableWidgetItem(text);
+    auto* item = new QTableWidgetItem(utils::printableLines(text));
     item->setTextAlignment((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     return item;
 }
@@ -68,8 +69,8 @@ void PositionsTable::fill(const Document& receipt)
         const double bonus = item->getBonusImpactSum();
         auto* name = cell(item->getName(false) + u"\nарт. "_s + item->getArticul(), false);
         if (isCompact())
-            name->setText(item->getName(false) + u'\n' + item->getArticul() + u" · "_s +
-                          screen::amount(item->getPrice()));
+            name->setText(utils::printableLines(item->getName(false) + u'\n' + item->getArticul() + u" · "_s +
+                                                screen::amount(item->getPrice())));
         name->setData(Qt::UserRole, item->getPosnum());
         setItem(row, Name, name);
         setItem(row, Price, cell(screen::amount(item->getPrice()), true));

@@ -3,6 +3,7 @@
 #include "host/core/storage.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/money.h"
+#include "host/utils/printable.h"
 #include "till/hostobjects.h"
 #include "till/reconciliation.h"
 #include "till/screen.h"
@@ -136,7 +137,7 @@ void ReturnDialog::fillSales()
         m_failure = failure.tr().ru();
     }
     for (const auto& sale : m_sales)
-        m_list->addItem(saleLine(*sale));
+        m_list->addItem(utils::printableLines(saleLine(*sale)));
     m_list->setEnabled(!m_sales.isEmpty());
     if (m_sales.isEmpty()) {
         m_list->addItem(m_failure.isEmpty() ? u"Закрытых чеков нет"_s : u"Чеки не прочитаны"_s);
@@ -168,7 +169,7 @@ void ReturnDialog::showSale()
     m_table->setRowCount(static_cast<int>(items.size()));
     int row = 0;
     for (const auto& item : items) {
-        auto* name = new QTableWidgetItem(item->getName(false));
+        auto* name = new QTableWidgetItem(utils::printable(item->getName(false)));
         name->setData(Qt::UserRole, item->getPosnum());
         m_table->setItem(row, Name, name);
         for (const int column : {Sold, Left, Now}) {

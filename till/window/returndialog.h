@@ -1,9 +1,9 @@
 #pragma once
 
 #include "till/window/desk.h"
+#include "till/window/widgets.h"
 
 #include <QDialog>
-#include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTableWidget>
@@ -31,7 +31,7 @@ private:
     QList<QSharedPointer<AbstractDocument>> m_sales;
     QListWidget* m_list;
     QTableWidget* m_table;
-    QLabel* m_preview;
+    Label* m_preview;
     QPushButton* m_less;
     QPushButton* m_more;
     QPushButton* m_all;

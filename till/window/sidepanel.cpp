@@ -1,6 +1,7 @@
 #include "till/window/sidepanel.h"
 
 #include "host/utils/basicexception.h"
+#include "host/utils/printable.h"
 #include "till/window/status.h"
 #include "till/window/widgets.h"
 
@@ -28,7 +29,8 @@ QListWidget* lines(const QString& name)
 void fill(QListWidget& list, const QStringList& texts, const QString& none)
 {
     list.clear();
-    list.addItems(texts.isEmpty() ? QStringList{none} : texts);
+    for (const QString& text : texts.isEmpty() ? QStringList{none} : texts)
+        list.addItem(utils::printableLines(text));
 }
 
 } // namespace

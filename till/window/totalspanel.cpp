@@ -23,7 +23,7 @@ void bind(QWidget* owner, Qt::Key key, QPushButton* target)
 
 } // namespace
 
-QLabel* TotalsPanel::addRow(QGridLayout& grid, int row, const QString& text)
+Label* TotalsPanel::addRow(QGridLayout& grid, int row, const QString& text)
 {
     auto* value = label({});
     value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);

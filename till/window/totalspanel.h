@@ -1,9 +1,9 @@
 #pragma once
 
 #include "till/window/desk.h"
+#include "till/window/widgets.h"
 
 #include <QGridLayout>
-#include <QLabel>
 #include <QPushButton>
 
 #include <functional>
@@ -27,16 +27,16 @@ public:
     void refresh();
 
 private:
-    QLabel* addRow(QGridLayout& grid, int row, const QString& text);
+    Label* addRow(QGridLayout& grid, int row, const QString& text);
     void showSums();
     void showActions();
 
     Desk& m_desk;
-    QLabel* m_whole;
-    QLabel* m_discount;
-    QLabel* m_points;
-    QLabel* m_totalName;
-    QLabel* m_total;
+    Label* m_whole;
+    Label* m_discount;
+    Label* m_points;
+    Label* m_totalName;
+    Label* m_total;
     QPushButton* m_next;
     QPushButton* m_abandon;
     QPushButton* m_return;

@@ -25,7 +25,7 @@ WaitingCard::WaitingCard(QWidget* parent)
     setObjectName(u"waiting"_s);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(28, 20, 28, 20);
-    for (QLabel* line : {m_text, m_hint}) {
+    for (Label* line : {m_text, m_hint}) {
         line->setAlignment(Qt::AlignCenter);
         layout->addWidget(line);
     }

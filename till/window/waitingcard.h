@@ -1,7 +1,8 @@
 #pragma once
 
+#include "till/window/widgets.h"
+
 #include <QFrame>
-#include <QLabel>
 #include <QTimer>
 
 namespace till::window {
@@ -26,8 +27,8 @@ public:
     [[nodiscard]] QString text() const;
 
 private:
-    QLabel* m_text;
-    QLabel* m_hint;
+    Label* m_text;
+    Label* m_hint;
     QTimer m_soon;
 };
 

@@ -1,5 +1,6 @@
 #include "till/window/widgets.h"
 
+#include "host/utils/printable.h"
 #include "till/screen.h"
 
 #include <QStyle>
@@ -9,10 +10,12 @@ using namespace Qt::StringLiterals;
 
 namespace till::window {
 
-QLabel* label(const QString& text, const QString& role)
+void Label::setText(const QString& text) { QLabel::setText(utils::printableLines(text)); }
+
+Label* label(const QString& text, const QString& role)
 {
-    auto* made = new QLabel(text);
-    made->setTextFormat(Qt::PlainText); // names come from the service
+    auto* made = new Label;
+    made->setText(text);
     if (!role.isEmpty())
         made->setProperty("role", role);
     return made;

@@ -6,8 +6,17 @@
 
 namespace till::window {
 
+/// Text as it is: never taken for HTML, and with what a screen must not get replaced, because names and
+/// reasons come from the service.
+class Label : public QLabel
+{
+public:
+    Label() { setTextFormat(Qt::PlainText); }
+    void setText(const QString& text);
+};
+
 /// A label in that role of the style sheet.
-QLabel* label(const QString& text, const QString& role = {});
+Label* label(const QString& text, const QString& role = {});
 
 /// A button that shows its key; `role` as in the style sheet. The key itself is bound by whoever owns it.
 QPushButton* button(const QString& text, const QString& key = {}, const QString& role = {});

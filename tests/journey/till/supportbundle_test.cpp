@@ -1,15 +1,22 @@
 #include "host/network/messagequeue.h"
 #include "host/utils/datadirectory.h"
 #include "tests/journey/till/tillprocess.h"
+#include "tests/support/hostiletext.h"
+#include "tests/support/httpserver.h"
 
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QRegularExpression>
 
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using test_support::HttpAnswer;
+using test_support::HttpServer;
+using test_support::jsonText;
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -24,6 +31,46 @@ const QByteArray authorization = ("shop:" + password).toBase64();
 /// What must never leave the machine.
 const QList<QByteArray> secrets{password,         authorization, "2000000000017", "79001234567",
                                 "code\": \"8642", "code=8642",   "8642"};
+
+// One card and one phone, as people write them; the last of each with a letter or two.
+const QStringList typedCards{
+    u"3141592653589"_s,
+    u"3141 5926 5358 9"_s,
+    u"31415-92653-589"_s,
+    u"3141.5926.5358.9"_s,
+    u"(3141) 5926/5358/9"_s,
+    u"3141\u00A05926\u202F5358\u20099"_s,
+    u"3141\u20115926\u20135358\u22129"_s,
+    u"٣١٤١٥٩٢٦٥٣٥٨٩"_s,
+    u"３１４１_５９２６_５３５８_９"_s,
+    u"KYR-CANARY-31415-92653"_s,
+};
+const QStringList typedPhones{
+    u"+27182845678"_s,
+    u"+2 (718) 284-56-78"_s,
+    u"2-718-284-56-78"_s,
+    u"2.718.284.56.78"_s,
+    u"2(718)284/56/78"_s,
+    u"2\u00A0718\u202F284\u200956\u00A078"_s,
+    u"2\u2011718\u2013284\u221256\u201478"_s,
+    u"٢٧١٨٢٨٤٥٦٧٨"_s,
+    u"２_７１８_２８４_５６_７８"_s,
+    u"KYR-CANARY-27182845678"_s,
+};
+
+/// All digits of the text, of whatever script, one after the other. Escapes are none.
+std::string digitsOf(const QByteArray& text)
+{
+    static const QRegularExpression escape(u"\\\\u[0-9a-f]{4}|%[0-9A-F]{2}"_s);
+    QString plain = QString::fromUtf8(text);
+    plain.remove(escape);
+    std::string digits;
+    for (const QChar c : std::as_const(plain)) {
+        if (c.isDigit())
+            digits += static_cast<char>('0' + c.digitValue());
+    }
+    return digits;
+}
 
 /// A till whose every file holds something secret.
 class TillSupportBundle : public testing::Test
@@ -54,6 +101,40 @@ protected:
                                            " phone 79001234567\n"
                                            "the last line\n");
         QFile::setPermissions(log, QFile::ReadOwner | QFile::WriteOwner);
+    }
+
+    /// A receipt for each way to type a card and a phone, the earning of each left in the queue.
+    void play(HttpServer& server, const QString& log) const
+    {
+        QByteArrayList steps;
+        for (qsizetype i = 0; i < typedCards.size(); ++i) {
+            const QByteArray card = jsonText(typedCards[i]);
+            const QByteArray phone = jsonText(typedPhones[i]);
+            const QByteArray whose = R"({"data":{"user_data":{"last_name":"Орлова","mobile":)" + phone +
+                                     R"(},"accounts_data":[{"number":)" + card + R"(,"avialable":"1"}]}})";
+            // Letters in running text are nobody's number.
+            const bool isLast = i + 1 == typedCards.size();
+            const auto refusal = [isLast](int status, const QByteArray& words) {
+                return HttpAnswer::status(status, R"({"data":[{"message":)" +
+                                                      (isLast ? QByteArray("\"-\"") : words) + "}]}");
+            };
+            server.enqueue(refusal(404, phone));
+            server.enqueue(HttpAnswer::status(200, R"({"data":{"card_data":{"status":3}}})"));
+            server.enqueue(HttpAnswer::status(200, whose));
+            server.enqueue(HttpAnswer::status(503));
+            server.enqueue(refusal(422, card));
+            steps.append(R"({ "do": "openSale", "id": "T-)" + QByteArray::number(i + 1) + R"(", "positions": [
+                { "articul": "1", "name": "Чай", "price": 10, "quantity": 1 } ] },
+                { "do": "identifyByPhone", "phone": )" +
+                         phone + R"(, "mayFail": true },
+                { "do": "identifyByCard", "card": )" +
+                         card + R"( },
+                { "do": "pay" }, { "do": "deliver", "mayFail": true })");
+        }
+        const Ran ran = run({u"run"_s, files.write(u"typed.json"_s, scenarioOfSteps(steps.join(','))),
+                             u"--data-dir"_s, directory, u"--server-url"_s, server.url().toString(),
+                             u"--log-file"_s, log, u"--log-level"_s, u"debug"_s});
+        EXPECT_EQ(ran.status, 0) << ran.out.toStdString();
     }
 
     [[nodiscard]] Ran bundle(const QStringList& more = {}) const
@@ -124,6 +205,34 @@ TEST_F(TillSupportBundle, IsItsOwnersAloneAndReplacesNothing)
     const Ran again = bundle();
     EXPECT_EQ(again.status, 2);
     EXPECT_THAT(again.err.toStdString(), HasSubstr("case.tar.gz: cannot be made: File exists"));
+}
+
+TEST_F(TillSupportBundle, HoldsNoNumberHoweverItWasTyped)
+{
+    HttpServer server;
+    const QString log = files.path(u"typed.log"_s);
+    play(server, log);
+    const QStringList here{u"--data-dir"_s, directory};
+    QHash<QString, QByteArray> texts{
+        {u"queue list"_s, run(QStringList{u"queue"_s, u"list"_s, u"--json"_s} + here).out},
+        {u"receipts list"_s, run(QStringList{u"receipts"_s, u"list"_s} + here).out},
+    };
+    for (qsizetype i = 1; i <= typedCards.size(); ++i) {
+        const QString number = QString::number(i + 1); // the first message is the fixture's
+        texts[u"queue show "_s + number] = run(QStringList{u"queue"_s, u"show"_s, number} + here).out;
+        texts[u"receipts show "_s + number] =
+            run(QStringList{u"receipts"_s, u"show"_s, u"T-%1"_s.arg(i), u"--json"_s} + here).out;
+    }
+    ASSERT_EQ(bundle({u"--log-file"_s, log}).status, 0);
+    texts.insert(unpacked());
+    EXPECT_THAT(texts[u"log.txt"_s].toStdString(), HasSubstr(" по номеру телефона '…5678'\n"));
+    EXPECT_THAT(texts[u"queue show 2"_s].toStdString(), HasSubstr("\"card\": \"…"));
+    for (auto text = texts.begin(); text != texts.end(); ++text) {
+        EXPECT_THAT(digitsOf(text.value()), Not(AnyOf(HasSubstr("31415926535"), HasSubstr("27182845678"))))
+            << text.key().toStdString();
+        EXPECT_FALSE(text.value().contains("KYR-CANARY")) << text.key().toStdString();
+        EXPECT_FALSE(text.value().contains("Орлова")) << text.key().toStdString();
+    }
 }
 
 TEST_F(TillSupportBundle, IsMadeOfABrokenTillToo)

@@ -37,11 +37,24 @@ TEST(TillTrace, HidesCodesPasswordsAndNumbersAtAnyDepth)
                          u"<     {"_s,
                          u"<         \"inner\": {"_s,
                          u"<             \"Password\": \"***\","_s,
-                         u"<             \"phone\": …4567"_s,
+                         u"<             \"phone\": \"…4567\""_s,
                          u"<         }"_s,
                          u"<     }"_s,
                          u"< ]"_s,
                      }));
+}
+
+TEST(TillTrace, HidesWhatAMemberIsWhateverItLooksLike)
+{
+    const QString shown =
+        redactedBody(R"({ "Card": "KYR-ABCD-EF", "number": 12, "mobile": "8 (900) 1-2", "last_name": "Орлова",
+                          "birth_day": "1980-01-02", "email": "a@b", "phone": null, "sum": 12345.67,
+                          "cards_data": [ "2000 0000 0000 17" ], "2000000000017": 1 })")
+            .join(u' ');
+    EXPECT_EQ(shown.simplified(),
+              u"{ \"Card\": \"…CDEF\", \"birth_day\": \"***\", \"cards_data\": [ \"…0017\" ], "
+              "\"email\": \"***\", \"last_name\": \"***\", \"mobile\": \"…\", \"number\": \"…\", "
+              "\"phone\": null, \"sum\": 12345.67, \"…0017\": 1 }"_s);
 }
 
 TEST(TillTrace, ABodyThatIsNotJsonIsOnlyCounted)

@@ -1,8 +1,18 @@
 #include "tests/journey/window/cashier.h"
 
+#include "tests/support/hostiletext.h"
+#include "tests/support/httpserver.h"
+
+#include <QLabel>
 #include <QListWidget>
 
 using namespace Qt::StringLiterals;
+using test_support::hostileText;
+using test_support::hostileTextAsShown;
+using test_support::HttpAnswer;
+using test_support::HttpServer;
+using test_support::jsonText;
+using test_support::unprintableIn;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -121,6 +131,34 @@ TEST(WindowCustomer, AnEmptyEntryIsRefusedWithoutARequest)
     enter(cashier, {});
     EXPECT_EQ(cashier.notice(), u"Введите номер карты или телефон"_s);
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("ещё не проверена"));
+}
+
+TEST(WindowCustomer, TextsOfTheServiceAreShownAsTheyAreButForWhatAScreenMustNotGet)
+{
+    HttpServer server;
+    const QByteArray text = jsonText(hostileText());
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"card_data":{"status":3}}})"));
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"user_data":{"last_name":)" + text +
+                                               R"(},"accounts_data":[{"avialable":"1"}]}})"));
+    server.enqueue(HttpAnswer::status(422, R"({"data":[{"message":)" + text + "}]}")); // the limit
+    server.enqueue(
+        HttpAnswer::status(200, R"({"data":{"cards_data":[{"number":)" + text + R"(},{"number":"2"}]}})"));
+    Cashier cashier({.serverUrl = server.url().toString()});
+    const std::string shown = hostileTextAsShown().toStdString();
+    cashier.sell(u"2000000000055"_s);
+    EXPECT_THAT(cashier.notice().toStdString(), HasSubstr(shown));
+    for (const auto* label : cashier.window().findChildren<QLabel*>())
+        EXPECT_EQ(label->textFormat(), Qt::PlainText) << label->text().toStdString();
+    EXPECT_EQ(cashier.screen().count(hostileTextAsShown()), 2) << "the notice and the name";
+    EXPECT_EQ(unprintableIn(cashier.screen().toUtf8()), "");
+    cashier.atDialog([&](QDialog& dialog) {
+        const QString item = dialog.findChild<QListWidget*>()->item(0)->text();
+        EXPECT_THAT(item.toStdString(), HasSubstr(shown));
+        EXPECT_EQ(unprintableIn(item.toUtf8()), "");
+        cashier.press(Qt::Key_Escape);
+    });
+    enter(cashier, phoneOfThree);
+    EXPECT_EQ(cashier.dialogs(), 1);
 }
 
 } // namespace windowtest

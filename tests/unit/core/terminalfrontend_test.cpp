@@ -52,6 +52,20 @@ TEST_F(Terminal, PrintsAChoiceAsNumberedLines)
                          "Номер строки (пусто — закрыть): "_s);
 }
 
+TEST_F(Terminal, PrintsNothingThatATerminalObeys)
+{
+    ChoiceRequest request;
+    request.title = tr::Tr::untranslated(u"a\x1b[2J"_s);
+    request.message = tr::Tr::untranslated(u"b\nc\u202E"_s);
+    request.items = tr::TrList(QList<QString>{u"d\ne\a"_s});
+    run(u"1\n"_s, [&request](TerminalFrontend& terminal) { return terminal.chooseFromList(request); });
+    EXPECT_EQ(m_printed, u"a\uFFFD[2J\nb\nc\uFFFD\n  1. d\uFFFDe\uFFFD\n"
+                         "Номер строки (пусто — закрыть): "_s);
+    m_question.message = tr::Tr::untranslated(u"f\r"_s);
+    answer(u"1\n"_s);
+    EXPECT_EQ(m_printed, u"Поиск\nf\uFFFD: "_s);
+}
+
 TEST_F(Terminal, TakesTheNumberOfAnItem)
 {
     EXPECT_EQ(choice(u"1\n"_s), 0);
