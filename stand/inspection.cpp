@@ -3,6 +3,7 @@
 #include "stand/database.h"
 #include "stand/invariants.h"
 #include "stand/money.h"
+#include "stand/thresholds.h"
 
 using namespace Qt::StringLiterals;
 
@@ -82,10 +83,12 @@ QJsonObject ledgerPage(Database& database, const QJsonArray& anonymous)
             {u"anonymous"_s, anonymous}};
 }
 
-QJsonObject invariantsPage(Database& database)
+QJsonObject invariantsPage(Database& database, const Tariff& tariff)
 {
     const auto found = violations(database);
-    return {{u"ok"_s, found.isEmpty()}, {u"violations"_s, QJsonArray::fromStringList(found)}};
+    return {{u"ok"_s, found.isEmpty()},
+            {u"violations"_s, QJsonArray::fromStringList(found)},
+            {u"left_by_thresholds"_s, QJsonArray::fromStringList(leftByThresholds(database, tariff))}};
 }
 
 } // namespace stand

@@ -22,6 +22,7 @@ public:
     /// Throws DatabaseError; every fault of the caller is an answer with the error envelope.
     Answer answer(const Request& request);
 
+    [[nodiscard]] const Tariff& tariff() const { return m_tariff; }
     /// Every path with its method, as `{"method", "path"}`.
     [[nodiscard]] QJsonArray paths() const;
     [[nodiscard]] QJsonArray codes() const { return m_approvals.list(); }

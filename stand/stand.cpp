@@ -152,7 +152,7 @@ Answer Stand::ownPage(const Request& request)
         Page{"/stand/codes", [this] { return page(m_service.codes()); }},
         Page{"/stand/ledger", [this] { return page(ledgerPage(m_database, m_service.anonymousReceipts())); }},
         Page{"/stand/overview", [this] { return page(overview()); }},
-        Page{"/stand/invariants", [this] { return page(invariantsPage(m_database)); }},
+        Page{"/stand/invariants", [this] { return page(invariantsPage(m_database, m_service.tariff())); }},
     };
     for (const auto& [path, answer] : pages) {
         if (path == request.path)

@@ -1,9 +1,28 @@
 #include "till/booking.h"
 
 #include "host/core/storage.h"
+#include "host/utils/money.h"
 #include "till/hostobjects.h"
 
 namespace till {
+
+namespace {
+
+/// Of a return whose points come to nothing the service hears only what it earned, and of a part that costs
+/// nothing not even that.
+int untoldParts(const QList<QSharedPointer<AbstractDocument>>& returns)
+{
+    int parts = 0;
+    for (const auto& receipt : returns) {
+        const bool told = bonusDiscountOf(*receipt) > 0;
+        const auto items = receipt->getGoodsItems();
+        for (const auto& item : items)
+            parts += told && utils::toHundredths(item->getSumb() + item->getBonusImpactSum()) != 0 ? 0 : 1;
+    }
+    return parts;
+}
+
+} // namespace
 
 QSet<QString> awaitedReceipts(const MessageQueue& queue)
 {
@@ -25,6 +44,8 @@ BookedReceipt bookedReceipt(const QString& identifier, const QSharedPointer<Abst
     const QString sale = isReturn ? receipt.document->getSaleDocumentId().toString() : QString();
     if (isReturn)
         receipt.sale = documents.loadDocument(sale, false);
+    if (receipt.sale && bonusDiscountOf(*receipt.sale) > 0)
+        receipt.untold = untoldParts(documents.returnsOf(sale));
     receipt.awaited = awaited.contains(isReturn ? sale : identifier);
     return receipt;
 }

@@ -28,9 +28,8 @@ Outcome earn(Till& till)
 void requireSameSpending(const Till& till, double wanted)
 {
     const auto spending = till.unknownSpending();
-    const auto isSame = [wanted](double points) {
-        return utils::toHundredths(points) == utils::toHundredths(wanted);
-    };
+    const auto asked = utils::toHundredths(wanted);
+    const auto isSame = [&asked](double points) { return asked && utils::toHundredths(points) == asked; };
     if (!spending || !(isSame(spending->points) || isSame(spending->wanted)))
         requireChangeable(till);
 }
@@ -95,6 +94,8 @@ Outcome pay(Till& till, const QVariantMap& /*members*/)
     const auto receipt = receiptOf(till);
     if (till.unknownSpending() || till.stage() == Till::Stage::Abandoned)
         requireChangeable(till);
+    if (till.stage() == Till::Stage::Open)
+        requireAmounts(*receipt); // once it is being paid there is no way back
     Outcome outcome{.ok = true};
     const bool earns = till.card() && receipt->getDocumentType() == SaleReceipt;
     if (earns && till.stage() != Till::Stage::Settled)

@@ -1,5 +1,9 @@
+#include "host/utils/money.h"
+#include "host/utils/quantity.h"
 #include "till/screen.h"
 #include "till/stepplays.h"
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -16,6 +20,26 @@ void addPositions(Document& receipt, const QVariantList& positions)
         item->setDiscount(position.value(u"discount"_s).toDouble());
         receipt.addGoodsItem(item);
     }
+    requireAmounts(receipt);
+}
+
+QString quantityRule() { return u"количество — от 0,001 до 999 999,999, не мельче тысячных"_s; }
+
+void requireAmounts(const AbstractDocument& receipt)
+{
+    const auto items = receipt.getGoodsItems();
+    for (const auto& item : items) {
+        const QString position = u"Позиция %1: "_s.arg(item->getPosnum());
+        if (!utils::toThousandths(item->getBquant()))
+            refuse(position + quantityRule());
+        const auto amounts = {item->getPrice(), item->getDiscount(), item->getBonusImpactSum(),
+                              item->getSumb()};
+        const auto isAmount = [](double amount) { return utils::toHundredths(amount).has_value(); };
+        if (!std::all_of(amounts.begin(), amounts.end(), isAmount))
+            refuse(position + u"цена, скидка или сумма слишком велика или не число"_s);
+    }
+    if (!utils::toHundredths(receipt.getSum()))
+        refuse(u"Сумма чека слишком велика"_s);
 }
 
 // The points were taken for the receipt as it stood, so from then on its positions stay.

@@ -5,12 +5,12 @@
 #include "host/core/storage.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/logging.h"
-#include "host/utils/money.h"
 #include "host/utils/store.h"
 #include "till/hostobjects.h"
 #include "till/reconciliation.h"
+#include "till/settings.h"
+#include "till/spendingshares.h"
 
-#include <cmath>
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
@@ -47,16 +47,6 @@ void apply(const BonusImpact& impact, const Document& receipt)
     }
 }
 
-/// Whether the discount says on which positions it falls; each share may be a hundredth off.
-bool isWhole(const BonusImpact& impact)
-{
-    double shares = 0;
-    for (const auto& [position, sum] : impact.getPositionSums())
-        shares += sum;
-    const auto missing = utils::toHundredths(impact.getTotals()->getDiscountSum() - shares);
-    return std::abs(missing) <= impact.getPositionSums().size();
-}
-
 void saveReceipt(const QSharedPointer<Document>& receipt)
 {
     MockFactory<SaveToFileLogic>::create()->save(receipt, {});
@@ -86,11 +76,13 @@ bool Till::spendPoints(double points, double wanted)
     m_guard->expectSpending(points, wanted);
     const bool answered = unknownSpending() && !loyalty().getBonusImpacts().isEmpty(); // but it was not kept
     if (answered || loyalty().spendPoints()) {
-        if (!finishSpending())
+        if (!finishSpending(points)) {
+            m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
             throw std::runtime_error(
                 u"Служба не сообщила, на какие позиции списаны баллы. Чек %1: %2"_s
                     .arg(m_receipt->getIdentifier(), unknownSpendingText({points, wanted, {}}))
                     .toStdString());
+        }
         return true;
     }
     if (m_guard->nothingSpent()) {
@@ -102,17 +94,21 @@ bool Till::spendPoints(double points, double wanted)
     return false;
 }
 
-/// Makes the newest impact a discount, in the same save that ends the doubt.
-bool Till::finishSpending()
+/// Makes the one impact that came with those points a discount, in the same save that ends the doubt.
+bool Till::finishSpending(double points)
 {
     const auto& impacts = loyalty().getBonusImpacts();
-    const auto impact = impacts.isEmpty() ? nullptr : impacts.last();
-    if (impact && isWhole(*impact)) {
+    const auto impact = impacts.size() == appliedImpacts() + 1 ? impacts.last() : nullptr;
+    const QString fault =
+        impact ? shareFault(*impact, *m_receipt, worthOf(hostObject<Config>(), points)) : u"no discount"_s;
+    if (fault.isEmpty()) {
         setUnknownSpending(*m_receipt, std::nullopt);
         applyImpacts();
         return true;
     }
-    utils::logger(u"till"_s)->error(u"The service says that points were spent, but not on which positions"_s);
+    utils::logger(u"till"_s)->error(
+        u"Receipt %1: the service says that points were spent, but not on which positions: %2"_s.arg(
+            m_receipt->getIdentifier(), fault));
     loyalty().cancel(); // there were no impacts before; asked again, the service repeats its first answer
     return false;
 }
@@ -122,12 +118,14 @@ std::optional<UnknownSpending> Till::unknownSpending() const
     return m_receipt ? unknownSpendingOf(*m_receipt) : std::nullopt;
 }
 
+int Till::appliedImpacts() const { return m_receipt->getPluginData(ownName, applied, 0).toInt(); }
+
 // The plug-in saves the receipt when the points are spent, so a power cut may come before they are a
 // discount.
 void Till::applyImpacts() const
 {
     const auto& impacts = loyalty().getBonusImpacts();
-    for (qsizetype i = m_receipt->getPluginData(ownName, applied, 0).toInt(); i < impacts.size(); ++i) {
+    for (qsizetype i = appliedImpacts(); i < impacts.size(); ++i) {
         if (impacts[i])
             apply(*impacts[i], *m_receipt);
     }

@@ -2,6 +2,7 @@
 
 #include "host/utils/masking.h"
 #include "host/utils/money.h"
+#include "till/usageerror.h"
 
 using namespace Qt::StringLiterals;
 
@@ -14,27 +15,49 @@ QString number(std::int64_t hundredths)
     return QString::number(static_cast<double>(hundredths) / 100, 'f', 2);
 }
 
-/// "R-1, card …0055: spent 30.00 at the till, 0.00 in the ledger"; empty when they are the same.
-QString difference(const QString& heading, const QString& what, std::int64_t till, std::int64_t ledger)
+/// "R-1, card …0055: spent 30.00 at the till, 0.00 in the ledger"; empty when they are no further apart than
+/// that.
+QString difference(const QString& heading, const QString& what, const std::optional<std::int64_t>& till,
+                   std::int64_t ledger, std::int64_t noise = 0)
 {
-    return till == ledger ? QString()
-                          : u"%1: %2 %3 at the till, %4 in the ledger"_s.arg(heading, what, number(till),
-                                                                             number(ledger));
+    if (till && std::abs(*till - ledger) <= noise)
+        return {};
+    return u"%1: %2 %3 at the till, %4 in the ledger"_s.arg(
+        heading, what, till ? number(*till) : u"no amount"_s, number(ledger));
+}
+
+std::int64_t amountOf(const QVariantMap& entry, const QString& member)
+{
+    const double amount = entry.value(member).toDouble();
+    if (const auto hundredths = utils::toHundredths(amount))
+        return *hundredths;
+    throw UsageError(u"the ledger has %1 for %2"_s.arg(QString::number(amount), member));
+}
+
+/// How far the points that come back with a return may be worth more or less than at the till: both cut each
+/// position's part, each to hundredths of its own unit; and after a part that the service was told nothing of
+/// it cuts elsewhere.
+std::int64_t cutsOf(const BookedReceipt& booked, const Ratio& ratio)
+{
+    const bool sameUnit = ratio.points == ratio.money;
+    const auto positions = static_cast<std::int64_t>(booked.document->getGoodsItems().size());
+    return booked.untold + (sameUnit ? 0 : positions * (1 + ratio.money / ratio.points));
 }
 
 } // namespace
 
 Ledger::Ledger(const QVariantMap& page, const Ratio& ratio)
+    : m_ratio(ratio)
 {
     const QVariantList operations = page.value(u"operations"_s).toList();
     for (const QVariant& operation : operations)
-        addOperation(operation.toMap(), ratio);
+        addOperation(operation.toMap());
     const QVariantList anonymous = page.value(u"anonymous"_s).toList();
     for (const QVariant& report : anonymous)
         addAnonymous(report.toMap());
 }
 
-void Ledger::addOperation(const QVariantMap& operation, const Ratio& ratio)
+void Ledger::addOperation(const QVariantMap& operation)
 {
     const QString kind = operation.value(u"operation"_s).toString();
     if (kind == u"opening"_s)
@@ -48,8 +71,8 @@ void Ledger::addOperation(const QVariantMap& operation, const Ratio& ratio)
     m_operations.insert(operation.value(u"n"_s).toLongLong(), {kind, identifier});
     noteDay(identifier, operation.value(u"time"_s).toString());
 
-    const std::int64_t points = utils::toHundredths(operation.value(u"points"_s).toDouble());
-    const std::int64_t money = points * ratio.money / ratio.points;
+    const std::int64_t points = amountOf(operation, u"points"_s);
+    const std::int64_t money = utils::cutPart(points, m_ratio.money, m_ratio.points);
     LedgerReceipt& receipt = m_receipts[identifier];
     if (receipt.card.isEmpty())
         receipt.card = operation.value(u"card"_s).toString();
@@ -71,9 +94,9 @@ void Ledger::addOperation(const QVariantMap& operation, const Ratio& ratio)
 void Ledger::addAnonymous(const QVariantMap& report)
 {
     const QString identifier = report.value(u"receipt_number"_s).toString();
-    const double amount = report.value(u"receipt"_s).toMap().value(u"receipt_amount"_s).toDouble();
+    const std::int64_t amount = amountOf(report.value(u"receipt"_s).toMap(), u"receipt_amount"_s);
     noteDay(identifier, report.value(u"time"_s).toString());
-    m_anonymous.insert(report.value(u"method"_s).toString() + u' ' + identifier, utils::toHundredths(amount));
+    m_anonymous.insert(report.value(u"method"_s).toString() + u' ' + identifier, amount);
 }
 
 void Ledger::noteDay(const QString& identifier, const QString& time)
@@ -126,7 +149,8 @@ QStringList Ledger::pointsDifferences(const QString& heading, const LedgerReceip
     if (!isReturn)
         found.append(difference(heading, u"given back"_s, 0, books.givenBack));
     else if (booked.closed && !refusalWaits)
-        found.append(difference(heading, u"given back"_s, bonusDiscountOf(*document), books.givenBack));
+        found.append(difference(heading, u"given back"_s, bonusDiscountOf(*document), books.givenBack,
+                                cutsOf(booked, m_ratio)));
     return found;
 }
 
@@ -146,7 +170,8 @@ QString Ledger::earningDifference(const QString& heading, const LedgerReceipt& b
     return missing ? heading + u": no earning in the ledger"_s : QString();
 }
 
-// What comes back counts in proportion to the sums; the service cuts each position's part to hundredths.
+// What comes back counts in proportion to the sums; the service cuts each position's share of the earning to
+// hundredths, and each part of that again.
 QString Ledger::takenBackDifference(const QString& heading, const LedgerReceipt& books,
                                     const BookedReceipt& booked) const
 {
@@ -159,10 +184,13 @@ QString Ledger::takenBackDifference(const QString& heading, const LedgerReceipt&
                          heading, number(books.takenBack));
     if (!booked.sale || (booked.awaited && books.takenBack == 0))
         return {};
-    const std::int64_t sold = utils::toHundredths(booked.sale->getSum());
+    const auto sold = utils::toHundredths(booked.sale->getSum());
+    const auto back = utils::toHundredths(document->getSum());
+    if (!sold || !back)
+        return heading + u": what was paid is no amount"_s;
     const std::int64_t earned = receipt(booked.sale->getIdentifier()).earnedInPoints;
-    const std::int64_t expected = sold > 0 ? earned * utils::toHundredths(document->getSum()) / sold : 0;
-    const auto noise = static_cast<std::int64_t>(booked.sale->getGoodsItems().size());
+    const std::int64_t expected = *sold > 0 ? utils::cutPart(earned, *back, *sold) : 0;
+    const auto noise = 2 * static_cast<std::int64_t>(booked.sale->getGoodsItems().size()) - 1;
     return std::abs(expected - books.takenBack) <= noise
                ? QString()
                : u"%1: earned points taken back: %2 for what came back, %3 in the ledger"_s.arg(
@@ -187,12 +215,16 @@ QString Ledger::anonymousDifference(const QString& identifier, const BookedRecei
                       utils::toHundredths(booked.document->getSum()), *reported);
 }
 
-std::int64_t bonusDiscountOf(const AbstractDocument& document)
+std::optional<std::int64_t> bonusDiscountOf(const AbstractDocument& document)
 {
     std::int64_t sum = 0;
     const auto items = document.getGoodsItems();
-    for (const auto& item : items)
-        sum += utils::toHundredths(item->getBonusImpactSum());
+    for (const auto& item : items) {
+        const auto discount = utils::toHundredths(item->getBonusImpactSum());
+        if (!discount)
+            return std::nullopt;
+        sum += *discount;
+    }
     return sum;
 }
 

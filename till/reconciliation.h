@@ -26,6 +26,8 @@ struct BookedReceipt
     /// Of a return: its sale as it was closed; null when the till does not have it.
     QSharedPointer<AbstractDocument> sale = nullptr;
     bool awaited = false; ///< messages about it are still to be sent
+    /// Of a return: parts of its sale that came back without the service being told of points on them.
+    int untold = 0;
 };
 
 /// What the service's books say of one receipt, in hundredths of money: points are worth what the till makes
@@ -45,7 +47,7 @@ struct LedgerReceipt
 class Ledger
 {
 public:
-    /// `page` is the answer of GET /stand/ledger.
+    /// `page` is the answer of GET /stand/ledger. Throws UsageError when it has something else for an amount.
     Ledger(const QVariantMap& page, const Ratio& ratio);
 
     /// The receipts that it has operations of, in their order.
@@ -62,7 +64,7 @@ public:
     [[nodiscard]] QStringList differences(const QString& identifier, const BookedReceipt& booked) const;
 
 private:
-    void addOperation(const QVariantMap& operation, const Ratio& ratio);
+    void addOperation(const QVariantMap& operation);
     void addAnonymous(const QVariantMap& report);
     void noteDay(const QString& identifier, const QString& time);
     [[nodiscard]] QStringList pointsDifferences(const QString& heading, const LedgerReceipt& books,
@@ -79,6 +81,7 @@ private:
         QString receipt;
     };
 
+    Ratio m_ratio;
     QStringList m_order;
     QSet<QString> m_known; ///< those of m_order
     QHash<QString, LedgerReceipt> m_receipts;
@@ -87,9 +90,9 @@ private:
     QMultiHash<QDate, QString> m_days;
 };
 
-/// All bonus discounts of the receipt, in hundredths of money.
-std::int64_t bonusDiscountOf(const AbstractDocument& document);
-/// What the sale earned as the plug-in told it, in hundredths of money; nothing when it told nothing.
+/// All bonus discounts of the receipt, in hundredths of money; nothing when one of them is no amount.
+std::optional<std::int64_t> bonusDiscountOf(const AbstractDocument& document);
+/// What the sale earned as the plug-in told it, in hundredths of money; nothing when it told no amount.
 std::optional<std::int64_t> earnedBy(const AbstractDocument& document);
 
 } // namespace till

@@ -1,6 +1,8 @@
 #include "host/core/session.h"
 #include "host/core/storage.h"
+#include "host/utils/currenttime.h"
 #include "till/hostobjects.h"
+#include "till/settings.h"
 #include "till/till.h"
 
 using namespace Qt::StringLiterals;
@@ -30,11 +32,21 @@ QString Till::recover()
         return name + (abandon() ? u" отменялся: отмена завершена"_s
                                  : u" отменялся: завершите отмену (шаг rollback)"_s);
     }
-    if (!unknownSpending())
-        applyImpacts();
-    else if (!loyalty().getBonusImpacts().isEmpty())
-        finishSpending(); // the answer had come
+    if (loyalty().getBonusImpacts().size() > appliedImpacts())
+        finishAnswered();
     return foundOpen();
+}
+
+// The answer had come, and was not yet a discount. Only a receipt of somebody who does not mark spendings
+// lacks the mark; what was asked for can then be told from the discount alone.
+void Till::finishAnswered()
+{
+    if (!unknownSpending()) {
+        const double points = loyalty().currentPointsForSpend() / worthOf(hostObject<Config>(), 1);
+        const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
+        setUnknownSpending(*m_receipt, UnknownSpending{.points = points, .wanted = points, .since = now});
+    }
+    finishSpending(unknownSpending()->points);
 }
 
 QString Till::foundOpen() const

@@ -151,7 +151,10 @@ QStringList customer(const DocumentCardRecord& record)
 
 QString amount(double value)
 {
-    const std::int64_t hundredths = utils::toHundredths(value);
+    const auto known = utils::toHundredths(value);
+    if (!known)
+        return QString::number(value); // no amount that anybody has; nothing is made of it
+    const std::int64_t hundredths = *known;
     QString digits = QString::number(hundredths < 0 ? -hundredths : hundredths).rightJustified(3, u'0');
     digits.insert(digits.size() - 2, u',');
     for (qsizetype at = digits.size() - 6; at > 0; at -= 3)

@@ -17,7 +17,7 @@ QString closing(const AbstractDocument& document);
 /// Whose card it is, its status when it is not active, and its balance.
 QStringList customer(const DocumentCardRecord& record);
 
-/// "1 234,50".
+/// "1 234,50"; of what has no hundredths the plain number, "1e+300".
 QString amount(double value);
 
 /// "2" or "0,352".

@@ -143,6 +143,18 @@ QString valueText(const Config& config, const ConfigKey& key)
     return !isSet ? unset : value ? u"true"_s : u"false"_s;
 }
 
+/// Points to the unit of money, as the plug-in reads them; nothing when the setting is no ratio.
+std::optional<double> anyRatioOf(const Config& config)
+{
+    const QStringList parts = config.getString(ratioKey, u"1:1"_s).split(u':');
+    bool pointsAreNumber = false;
+    bool moneyIsNumber = false;
+    const double points = parts.first().toDouble(&pointsAreNumber);
+    const double money = parts.last().toDouble(&moneyIsNumber);
+    return parts.size() == 2 && pointsAreNumber && moneyIsNumber ? std::optional(points / money)
+                                                                 : std::nullopt;
+}
+
 } // namespace
 
 Config settingsOf(Options& options)
@@ -242,16 +254,17 @@ std::optional<Ratio> ratioOf(const Config& config)
     return usable ? std::optional(ratio) : std::nullopt;
 }
 
+double worthOf(const Config& config, double points)
+{
+    const auto ratio = anyRatioOf(config);
+    return ratio ? points / *ratio : std::numeric_limits<double>::quiet_NaN();
+}
+
 QString standRatio(const Config& config)
 {
     if (const auto ratio = ratioOf(config))
         return u"%1:%2"_s.arg(ratio->points).arg(ratio->money);
-    const QStringList parts = config.getString(ratioKey, {}).split(u':');
-    bool pointsAreNumber = false;
-    bool moneyIsNumber = false;
-    parts.first().toDouble(&pointsAreNumber);
-    parts.last().toDouble(&moneyIsNumber);
-    if (parts.size() == 2 && pointsAreNumber && moneyIsNumber)
+    if (anyRatioOf(config))
         throw UsageError(u"%1: the stand knows ratios of whole numbers from 1 only, such as \"10:1\"; for "
                          "another, name a service with --server-url"_s.arg(ratioKey));
     return {};

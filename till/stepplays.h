@@ -30,10 +30,13 @@ Outcome service(Till& till, const QVariantMap& members);
 
 /// The return that openReturn would open, not opened yet; throws as that does.
 QSharedPointer<Document> returnOf(const Till& till, const QVariantMap& members);
-/// How much of the sale's position came back already.
-double returnedBefore(const QString& sale, int posnum);
-/// Adds the positions of a step, numbered from 1.
+/// Adds the positions of a step, numbered from 1; throws as requireAmounts() does.
 void addPositions(Document& receipt, const QVariantList& positions);
+/// Throws when a quantity is none, or an amount that somebody would pay or be given is no number of
+/// hundredths.
+void requireAmounts(const AbstractDocument& receipt);
+/// What a quantity must be, in Russian, to be put behind the position that has another.
+QString quantityRule();
 /// A failure that the till itself found, in Russian for the cashier.
 [[noreturn]] void refuse(const QString& text);
 /// The current receipt; throws when there is none.

@@ -2,6 +2,7 @@
 
 #include "host/core/storage.h"
 #include "host/network/restclient.h"
+#include "host/utils/money.h"
 #include "till/booking.h"
 #include "till/hostobjects.h"
 #include "till/queuewarnings.h"
@@ -55,17 +56,21 @@ QStringList violations(const Till& till)
 /// Adds what the receipts of this till have moved.
 void addPoints(Summary& summary, const QStringList& receipts, const Ledger& ledger, const Ratio& ratio)
 {
-    const auto points = [&ratio](std::int64_t money) { return money * ratio.points / ratio.money; };
+    const auto points = [&ratio](std::int64_t money) {
+        return utils::cutPart(money, ratio.points, ratio.money);
+    };
+    std::int64_t discounts = 0; // the parts of a sale add up to it in money
     for (const QString& identifier : receipts) {
         const auto document = closedReceipt(identifier);
         const bool isSale = document->getDocumentType() == SaleReceipt;
-        const std::int64_t discount = points(bonusDiscountOf(*document));
-        summary.spent += isSale ? discount : -discount;
+        const std::int64_t discount = bonusDiscountOf(*document).value_or(0); // what is none is a difference
+        discounts += isSale ? discount : -discount;
         if (!isSale)
             continue;
         const auto earned = earnedBy(*document);
         summary.earned += earned ? points(*earned) : ledger.receipt(identifier).earnedInPoints;
     }
+    summary.spent = points(discounts);
 }
 
 } // namespace

@@ -123,7 +123,10 @@ private:
     QString recover();
     /// What is known of an open receipt that was found, in Russian.
     [[nodiscard]] QString foundOpen() const;
-    bool finishSpending();
+    bool finishSpending(double points);
+    void finishAnswered();
+    /// How many of the loyalty system's impacts are discounts of the current receipt already.
+    [[nodiscard]] int appliedImpacts() const;
     void applyImpacts() const;
     void leave();
     void letGo();

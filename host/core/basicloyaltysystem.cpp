@@ -125,28 +125,30 @@ BasicLoyaltySystem::distributeBonusRecord(const QSharedPointer<AbstractDocument>
                                           const DocumentBonusRecord& record) const
 {
     const auto items = document->getGoodsItems();
-    std::int64_t total = 0;
+    const auto amount = utils::toHundredths(record.amount);
+    QList<std::int64_t> sums;
     for (const auto& item : items)
-        total += utils::toHundredths(item->getSumb());
+        sums.append(utils::toHundredths(item->getSumb()).value_or(0)); // what costs no amount gets no part
+    const auto total = std::accumulate(sums.cbegin(), sums.cend(), std::int64_t(0));
+    if (!amount || total == 0)
+        return {};
 
     // Each part is what the running share has grown by: so the parts add up to the whole, and none is further
     // than a hundredth from its exact share.
     QList<DocumentBonusRecord> parts;
-    const auto whole = static_cast<double>(utils::toHundredths(record.amount));
+    const auto whole = static_cast<double>(*amount);
     std::int64_t sumSoFar = 0;
     std::int64_t amountSoFar = 0;
-    for (const auto& item : items) {
-        if (total == 0)
-            break;
-        sumSoFar += utils::toHundredths(item->getSumb());
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        sumSoFar += sums[i];
         const double share = static_cast<double>(sumSoFar) / static_cast<double>(total);
-        const std::int64_t amount = std::llround(whole * share) - amountSoFar;
-        amountSoFar += amount;
-        if (amount == 0)
+        const std::int64_t grown = std::llround(whole * share) - amountSoFar;
+        amountSoFar += grown;
+        if (grown == 0)
             continue;
         DocumentBonusRecord part = record;
-        part.position = item->getPosnum();
-        part.amount = static_cast<double>(amount) / 100.0;
+        part.position = items[i]->getPosnum();
+        part.amount = static_cast<double>(grown) / 100.0;
         parts.append(part);
     }
     return parts;

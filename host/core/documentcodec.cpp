@@ -14,7 +14,7 @@ namespace documentcodec {
 namespace {
 
 // "KYRd" and "KYRc".
-constexpr utils::Seal documentSeal{0x4B595264, 1};
+constexpr utils::Seal documentSeal{0x4B595264, 2};
 constexpr utils::Seal recordSeal{0x4B595263, 1};
 
 void requireStorable(const QVariant& value)
@@ -62,7 +62,8 @@ void write(QDataStream& out, const DocumentCardRecord& record)
 void write(QDataStream& out, const GoodsItem& item)
 {
     out << static_cast<qint32>(item.getPosnum()) << item.getArticul() << item.getName(false)
-        << item.getPrice() << item.getBquant() << item.getDiscount() << item.getBonusImpactSum();
+        << item.getPrice() << item.getBquant() << item.getDiscount() << item.getBonusImpactSum()
+        << (item.ownGrossSum() ? QVariant(*item.ownGrossSum()) : QVariant());
 }
 
 void write(QDataStream& out, const Document& document)
@@ -133,7 +134,7 @@ QSharedPointer<DocumentCardRecord> nextCardRecord(QDataStream& in)
     return record;
 }
 
-QSharedPointer<GoodsItem> nextGoodsItem(QDataStream& in)
+QSharedPointer<GoodsItem> nextGoodsItem(QDataStream& in, quint32 version)
 {
     const auto posnum = next<qint32>(in);
     const auto articul = next<QString>(in);
@@ -142,10 +143,14 @@ QSharedPointer<GoodsItem> nextGoodsItem(QDataStream& in)
     auto item = QSharedPointer<GoodsItem>::create(posnum, articul, name, price, next<double>(in));
     item->setDiscount(next<double>(in));
     item->setBonusImpactSum(next<double>(in));
+    if (version < 2)
+        return item; // price × quantity was the only gross sum
+    if (const auto grossSum = next<QVariant>(in); grossSum.isValid())
+        item->setGrossSum(grossSum.toDouble());
     return item;
 }
 
-QSharedPointer<Document> nextDocument(QDataStream& in)
+QSharedPointer<Document> nextDocument(QDataStream& in, quint32 version)
 {
     const auto type = nextEnumeration<EDocumentType>(in);
     auto document = QSharedPointer<Document>::create(type, next<QString>(in));
@@ -154,7 +159,7 @@ QSharedPointer<Document> nextDocument(QDataStream& in)
     for (const int flag : next<QList<int>>(in))
         document->setFlag(flag);
     for (auto left = next<quint32>(in); left > 0 && in.status() == QDataStream::Ok; --left)
-        document->addGoodsItem(nextGoodsItem(in));
+        document->addGoodsItem(nextGoodsItem(in, version));
     for (auto left = next<quint32>(in); left > 0 && in.status() == QDataStream::Ok; --left)
         document->setCardRecord(nextCardRecord(in));
     const auto plugins = utils::storedMap(in);
@@ -185,7 +190,7 @@ auto opened(const utils::Seal& seal, const QByteArray& bytes, const QString& fil
     QDataStream in(whole.content);
     in.setVersion(utils::storedStreamVersion);
     if (whole.state == utils::Unsealed::Whole) {
-        auto result = read(in);
+        auto result = read(in, whole.version);
         if (in.status() == QDataStream::Ok && in.atEnd())
             return result;
     }
@@ -205,7 +210,8 @@ QSharedPointer<Document> readDocument(const QByteArray& bytes, const QString& fi
 
 QSharedPointer<DocumentCardRecord> readCardRecord(const QByteArray& bytes, const QString& file)
 {
-    return opened(recordSeal, bytes, file, nextCardRecord);
+    return opened(recordSeal, bytes, file,
+                  [](QDataStream& in, quint32 /*version*/) { return nextCardRecord(in); });
 }
 
 } // namespace documentcodec

@@ -18,9 +18,11 @@ GoodsItem::~GoodsItem() = default;
 
 QString GoodsItem::getName(bool shortened) const { return shortened ? m_name.left(paperWidth) : m_name; }
 
-double GoodsItem::getSumb() const
+double GoodsItem::getSumb() const { return utils::roundToHundredths(getGrossSum() - getDiscountSum()); }
+
+double GoodsItem::getGrossSum() const
 {
-    return utils::roundToHundredths(utils::roundToHundredths(m_price * m_quantity) - getDiscountSum());
+    return utils::roundToHundredths(m_grossSum.value_or(m_price * m_quantity));
 }
 
 double GoodsItem::getDiscountSum() const { return utils::roundToHundredths(m_discount + m_bonusImpactSum); }

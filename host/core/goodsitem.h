@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <optional>
+
 /// One position of a receipt. Sums are money, quantities in the article's unit.
 class HOST_EXPORT GoodsItem
 {
@@ -19,7 +21,7 @@ public:
     /// Price of one unit.
     [[nodiscard]] virtual double getPrice() const { return m_price; }
     [[nodiscard]] virtual double getBquant() const { return m_quantity; }
-    /// What the customer pays for the position: price × quantity less every discount, on hundredths.
+    /// What the customer pays for the position: its gross sum less every discount, on hundredths.
     [[nodiscard]] virtual double getSumb() const;
     /// The bonus discount on the position, a positive sum; contained in getDiscountSum().
     [[nodiscard]] virtual double getBonusImpactSum() const { return m_bonusImpactSum; }
@@ -31,12 +33,20 @@ public:
     [[nodiscard]] double getDiscount() const { return m_discount; }
     void setBonusImpactSum(double sum) { m_bonusImpactSum = sum; }
 
+    /// What the position costs before any discount: price × quantity on hundredths, or what was set.
+    [[nodiscard]] double getGrossSum() const;
+    /// Of a part of another position, such as a return's: what of that one's gross sum falls on it. Parts
+    /// that each were price × quantity would not add up to the whole. Nothing: price × quantity.
+    void setGrossSum(const std::optional<double>& sum) { m_grossSum = sum; }
+    [[nodiscard]] const std::optional<double>& ownGrossSum() const { return m_grossSum; }
+
 private:
     int m_posnum;
     QString m_articul;
     QString m_name;
     double m_price;
     double m_quantity;
+    std::optional<double> m_grossSum;
     double m_discount = 0;
     double m_bonusImpactSum = 0;
 };

@@ -18,17 +18,24 @@ bool fits(double amount)
 
 } // namespace
 
-std::int64_t toHundredths(double amount)
+std::optional<std::int64_t> toHundredths(double amount)
 {
     if (!fits(amount))
-        return 0;
+        return std::nullopt;
     const double hundredths = amount * 100.0;
     return std::llround(hundredths + std::copysign(noise, hundredths));
 }
 
 double roundToHundredths(double amount)
 {
-    return fits(amount) ? static_cast<double>(toHundredths(amount)) / 100.0 : amount;
+    const auto hundredths = toHundredths(amount);
+    return hundredths ? static_cast<double>(*hundredths) / 100.0 : amount;
+}
+
+std::int64_t cutPart(std::int64_t amount, std::int64_t part, std::int64_t whole)
+{
+    __extension__ using Wide = __int128;
+    return static_cast<std::int64_t>(static_cast<Wide>(amount) * part / whole);
 }
 
 } // namespace utils

@@ -105,9 +105,11 @@ function showBody(id, data, build) {
   show(body.id, data, build);
 }
 
-function renderBooks({ ok, violations }) {
-  at("books").textContent = ok ? "Books in order" : "Books not in order";
+function renderBooks({ ok, violations, left_by_thresholds: left }) {
+  at("books").textContent = !ok ? "Books not in order" : left.length ? "Points left by the thresholds" : "Books in order";
   at("books").className = `badge ${ok ? "good" : "bad"}`;
+  at("left").hidden = left.length === 0;
+  show("left", left, list => list.map(text => make("li", { text })));
   at("violations").hidden = ok;
   show("violations", violations, list => list.map(text => make("li", { text })));
 }

@@ -33,7 +33,7 @@ void RandomDay::expectTheBooksToAgree(const Shop& shop) const
         EXPECT_EQ(shop.balance(account.key()), account->balance);
         EXPECT_EQ(shop.debt(account.key()), -account->debt);
     }
-    EXPECT_EQ(shop.page("invariants"), json(u"{'ok':true,'violations':[]}"_s));
+    EXPECT_EQ(shop.page("invariants")[u"violations"], QJsonValue(QJsonArray()));
 }
 
 bool RandomDay::isDone(const Reply& reply)

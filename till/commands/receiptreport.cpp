@@ -45,7 +45,10 @@ QString nextOf(const ReceiptReport& report)
     return report.state == u"open"_s ? u"the cashier goes on with it"_s : u"nothing is left to do"_s;
 }
 
-double money(std::int64_t hundredths) { return static_cast<double>(hundredths) / 100; }
+QJsonValue money(const std::optional<std::int64_t>& hundredths)
+{
+    return hundredths ? QJsonValue(static_cast<double>(*hundredths) / 100) : QJsonValue();
+}
 
 QJsonArray positionsJson(const AbstractDocument& document)
 {
@@ -143,7 +146,7 @@ QJsonObject summaryJson(const ReceiptReport& report)
             {u"last"_s, timeText(last)},
             {u"card"_s, record ? utils::maskWhole(record->getNumber().toString()) : QString()},
             {u"sum"_s, document ? QJsonValue(utils::roundToHundredths(document->getSum())) : QJsonValue()},
-            {u"pointsDiscount"_s, document ? QJsonValue(money(bonusDiscountOf(*document))) : QJsonValue()},
+            {u"pointsDiscount"_s, document ? money(bonusDiscountOf(*document)) : QJsonValue()},
             {u"pending"_s, pending},
             {u"next"_s, report.next}};
 }
@@ -155,7 +158,7 @@ QJsonObject receiptJson(const ReceiptReport& report)
         const auto earned = earnedBy(*report.document);
         const bool isReturn = report.document->getDocumentType() == ReturnReceipt;
         json.insert(u"sale"_s, isReturn ? report.document->getSaleDocumentId().toString() : QString());
-        json.insert(u"earned"_s, earned ? QJsonValue(money(*earned)) : QJsonValue());
+        json.insert(u"earned"_s, money(earned));
         json.insert(u"positions"_s, positionsJson(*report.document));
     }
     QJsonArray timeline;

@@ -40,7 +40,8 @@ bool Desk::pointsSpent() const { return m_till.hasSpentPoints(); }
 
 double Desk::spentPoints() const
 {
-    return receipt() ? static_cast<double>(bonusDiscountOf(*receipt())) / 100 : 0;
+    const auto discount = receipt() ? bonusDiscountOf(*receipt()) : std::nullopt;
+    return static_cast<double>(discount.value_or(0)) / 100;
 }
 
 std::optional<Outcome> Desk::play(const QString& step, const QVariantMap& members)

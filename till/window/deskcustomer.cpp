@@ -137,7 +137,8 @@ bool Desk::spend(double points)
         const auto most = limit();
         if (!most)
             return false; // the service did not say; why is on the screen
-        if (utils::toHundredths(points) > utils::toHundredths(most->points)) {
+        const auto wanted = utils::toHundredths(points);
+        if (!wanted || wanted > utils::toHundredths(most->points)) {
             say(Notice::Kind::Bad,
                 u"Можно списать не больше %1. %2"_s.arg(screen::amount(most->points), most->reason));
             return false;

@@ -1,6 +1,7 @@
 #include "till/window/desk.h"
 
 #include "host/utils/money.h"
+#include "host/utils/quantity.h"
 #include "till/screen.h"
 
 #include <algorithm>
@@ -75,8 +76,9 @@ void Desk::setQuantity(int posnum, double quantity)
     QVariantMap position = list.value(posnum - 1).toMap();
     if (position.isEmpty())
         return;
-    if (!(quantity >= 0.001) || quantity > 9999)
-        return say(Notice::Kind::Bad, u"Количество — от 0,001 до 9999"_s);
+    constexpr double most = 9999; // what is more was meant for another field
+    if (!utils::toThousandths(quantity) || quantity > most)
+        return say(Notice::Kind::Bad, u"Количество — от 0,001 до 9999, не мельче тысячных"_s);
     const double whole = utils::roundToHundredths(position[u"price"_s].toDouble() * quantity);
     if (position[u"discount"_s].toDouble() > whole)
         return say(Notice::Kind::Bad, u"Скидка больше суммы: сначала уменьшите скидку"_s);

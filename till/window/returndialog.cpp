@@ -2,10 +2,11 @@
 
 #include "host/core/storage.h"
 #include "host/utils/basicexception.h"
-#include "host/utils/money.h"
 #include "host/utils/printable.h"
+#include "host/utils/quantity.h"
 #include "till/hostobjects.h"
 #include "till/reconciliation.h"
+#include "till/returnparts.h"
 #include "till/screen.h"
 #include "till/stepplays.h"
 #include "till/window/style.h"
@@ -36,11 +37,19 @@ QString saleLine(const AbstractDocument& sale)
     return id + u"  "_s + money(sale.getSum()).rightJustified(sumPlaces, figureSpace) + when;
 }
 
+/// Of a quantity that can't come back, all of it: taking it says why.
+double leftOf(const GoodsItem& item, const ReturnedPart& before)
+{
+    const auto sold = utils::toThousandths(item.getBquant());
+    return sold ? utils::inUnits(*sold - before.thousandths) : item.getBquant();
+}
+
 QList<double> leftOf(const QString& sale, const QList<QSharedPointer<GoodsItem>>& items)
 {
+    const auto returns = hostObject<DocumentsDao>().returnsOf(sale);
     QList<double> left;
     for (const auto& item : items)
-        left.append(item->getBquant() - plays::returnedBefore(sale, item->getPosnum()));
+        left.append(leftOf(*item, returnedBefore(item->getPosnum(), returns)));
     return left;
 }
 
@@ -50,7 +59,7 @@ QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& give
 {
     if (!sale.getCardRecord(KyrLoyaltySystem))
         return u"К возврату %1. Карты в чеке не было: баллы не меняются"_s.arg(money(giveBack.getSum()));
-    const double restored = static_cast<double>(bonusDiscountOf(giveBack)) / 100;
+    const double restored = static_cast<double>(bonusDiscountOf(giveBack).value_or(0)) / 100;
     const double earned = sale.getCardRecord(KyrLoyaltySystem)->getPointsForEarn().toDouble();
     const double whole = sale.getSum();
     const double withdrawn = whole > 0 ? earned * giveBack.getSum() / whole : 0;
@@ -163,8 +172,11 @@ void ReturnDialog::showSale()
         m_left = leftOf(chosen ? chosen->getIdentifier() : QString(), items);
     } catch (const BasicException& failure) {
         m_failure = failure.tr().ru();
-        items.clear(); // how much is left of them is not known, so none may come back
+    } catch (const std::exception& failure) {
+        m_failure = QString::fromUtf8(failure.what());
     }
+    if (!m_failure.isEmpty())
+        items.clear(); // how much is left of them is not known, so none may come back
     m_quantity = QList<double>(items.size(), 0.0);
     m_table->setRowCount(static_cast<int>(items.size()));
     int row = 0;
@@ -202,7 +214,7 @@ QVariantList ReturnDialog::positions() const
 {
     QVariantList list;
     for (int row = 0; row < m_table->rowCount(); ++row) {
-        if (m_quantity[row] > 0.0005)
+        if (m_quantity[row] > 0)
             list.append(QVariantMap{{u"posnum"_s, m_table->item(row, Name)->data(Qt::UserRole)},
                                     {u"quantity"_s, m_quantity[row]}});
     }

@@ -1,6 +1,7 @@
 #include "till/reconciliation.h"
 
 #include "host/core/document.h"
+#include "till/usageerror.h"
 
 #include <gmock/gmock.h>
 
@@ -158,6 +159,54 @@ TEST(TillReconciliation, AReturnGivesBackItsOwnBonusDiscount)
                 ElementsAre("R-1, card …0055: given back 20.00 at the till, 0.00 in the ledger"));
     waiting.awaited = true;
     EXPECT_THAT(differences(before, waiting), IsEmpty());
+}
+
+TEST(TillReconciliation, AReturnMayBeAHundredthOffForEachPartThatTheServiceWasNotToldOf)
+{
+    const QVariantList books{operation(1, spending, u"R-0"_s, 40), operation(2, earning, u"R-0"_s, 13),
+                             operation(3, refusal, u"R-1"_s, 20, 1)};
+    BookedReceipt back = receiptOf(ReturnReceipt, 20.02);
+    back.untold = 1;
+    EXPECT_THAT(differences(books, back),
+                ElementsAre("R-1, card …0055: given back 20.02 at the till, 20.00 in the ledger"));
+    back.untold = 2;
+    EXPECT_THAT(differences(books, back), IsEmpty());
+}
+
+TEST(TillReconciliation, AReturnMayBeACutOffWherePointsAreNotMoney)
+{
+    // 33.33 of money are 333.30 points: 166.65 of them are worth 16.665, which is 16.66 twice.
+    const QVariantList books{operation(1, spending, u"R-0"_s, 333.3),
+                             operation(2, refusal, u"R-1"_s, 166.65, 1)};
+    const Ratio ratio{.points = 10, .money = 1};
+    EXPECT_THAT(differences(books, receiptOf(ReturnReceipt, 16.67), ratio), IsEmpty());
+    EXPECT_THAT(differences(books, receiptOf(ReturnReceipt, 16.68), ratio),
+                ElementsAre("R-1, card …0055: given back 16.68 at the till, 16.66 in the ledger"));
+}
+
+TEST(TillReconciliation, WhatIsNoAmountIsADifferenceOrNoLedger)
+{
+    EXPECT_THAT(differences({operation(1, spending, u"R-1"_s, 40)}, receiptOf(SaleReceipt, 1e300)),
+                testing::Contains("R-1, card …0055: spent no amount at the till, 40.00 in the ledger"));
+    EXPECT_THROW(ledgerOf({operation(1, spending, u"R-1"_s, 1e300)}), UsageError);
+    EXPECT_EQ(bonusDiscountOf(*receiptOf(SaleReceipt, 1e300).document), std::nullopt);
+    EXPECT_EQ(earnedBy(*receiptOf(SaleReceipt, 0, 1e300).document), std::nullopt);
+}
+
+TEST(TillReconciliation, WhatIsTakenBackIsReckonedExactlyHoweverGreatItIs)
+{
+    BookedReceipt back = receiptOf(ReturnReceipt, 0);
+    const auto sale = QSharedPointer<Document>::create(SaleReceipt, u"R-0"_s);
+    sale->addGoodsItem(QSharedPointer<GoodsItem>::create(1, u"1"_s, u"Остров"_s, 6e13, 1));
+    back.sale = sale;
+    const auto island = QSharedPointer<Document>::create(ReturnReceipt, u"R-1"_s);
+    island->addGoodsItem(QSharedPointer<GoodsItem>::create(1, u"1"_s, u"Остров"_s, 3e13, 1));
+    island->setCardRecord(back.document->getCardRecord(KyrLoyaltySystem));
+    back.document = island;
+    EXPECT_THAT(
+        differences({operation(1, earning, u"R-0"_s, 3e12), operation(2, refusal, u"R-1"_s, 1.5e12, 1)},
+                    back),
+        IsEmpty());
 }
 
 TEST(TillReconciliation, AnotherCardIsADifference)

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <clocale>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -16,6 +17,8 @@ TEST(TillScreen, AmountsHaveTwoDecimalsAndThousandsApart)
     EXPECT_EQ(screen::amount(1000), u"1 000,00"_s);
     EXPECT_EQ(screen::amount(1234567.8), u"1 234 567,80"_s);
     EXPECT_EQ(screen::amount(-1000.5), u"−1 000,50"_s);
+    EXPECT_EQ(screen::amount(1e15), u"1e+15"_s) << "what has no hundredths is shown as the number it is";
+    EXPECT_EQ(screen::amount(std::numeric_limits<double>::quiet_NaN()), u"nan"_s);
 }
 
 TEST(TillScreen, WidthCountsColumnsOfTheTerminal)

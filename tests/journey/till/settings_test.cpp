@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 namespace till {
@@ -38,6 +40,21 @@ TEST(TillSettings, NobodyElseGetsTheCredentials)
           u"https://good.example/api/v2/x"_s, u"http://good.example/api-evil/v2/x"_s,
           u"http://good.example/api/../evil/x"_s, u"http://good.example/v2/x"_s, QString()})
         EXPECT_FALSE(getsCredentials(u"http://good.example/api"_s, url)) << url.toStdString();
+}
+
+TEST(TillSettings, PointsAreWorthWhatTheRatioSaysWholeOrNot)
+{
+    Config config = loadSettings({});
+    const auto worth = [&config](const QString& ratio, double points) {
+        config.set(u"KYRLoyalty:bonusRatio"_s, ratio);
+        return worthOf(config, points);
+    };
+    EXPECT_EQ(worthOf(config, 25), 25);
+    EXPECT_EQ(worth(u"10:1"_s, 25), 2.5);
+    EXPECT_EQ(worth(u"1:4"_s, 25), 100);
+    EXPECT_EQ(worth(u"2.5:1"_s, 25), 10);
+    for (const QString& none : {u"1"_s, u"1:2:3"_s, u"a:1"_s, u"1,5:1"_s})
+        EXPECT_TRUE(std::isnan(worth(none, 25))) << none.toStdString();
 }
 
 TEST(TillSettings, WithoutAServiceNobodyGetsCredentials)

@@ -61,6 +61,23 @@ TEST(WindowGoods, QuantityAndDiscountAreTypedInADialogAndAPositionIsRemoved)
     EXPECT_EQ(items[0]->getArticul(), u"4601"_s);
 }
 
+TEST(WindowGoods, AQuantityBelowAThousandthOrBetweenTwoIsRefused)
+{
+    Cashier cashier;
+    cashier.sell();
+    for (const QString& typed : {u"0,0004"_s, u"0,0005"_s, u"1,0015"_s, u"0"_s, u"10000"_s}) {
+        cashier.atDialog([&](QDialog&) {
+            cashier.type(typed);
+            cashier.press(Qt::Key_Return);
+        });
+        cashier.press(Qt::Key_F4);
+        EXPECT_EQ(cashier.notice().toStdString(), "Количество — от 0,001 до 9999, не мельче тысячных");
+        EXPECT_EQ(cashier.till().receipt()->getGoodsItems()[1]->getBquant(), 1) << typed.toStdString();
+    }
+    cashier.desk().setQuantity(2, 0.001);
+    EXPECT_EQ(cashier.till().receipt()->getGoodsItems()[1]->getBquant(), 0.001);
+}
+
 TEST(WindowGoods, ADiscountAboveTheSumIsRefused)
 {
     Cashier cashier;

@@ -101,6 +101,45 @@ TEST(WindowReturn, TakesAPartAndOffersOnlyTheRestLater)
     EXPECT_EQ(cashier.dialogs(), 2);
 }
 
+TEST(WindowReturn, OfAWeightTakesAllOfTheRestThoughUnitsWereTakenBefore)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.desk().setQuantity(1, 2.352);
+    cashier.press(Qt::Key_F9);
+    for (const QString& take : {u"Больше"_s, u"Вернуть всё"_s}) {
+        cashier.atDialog([&](QDialog&) {
+            cashier.touch(take);
+            cashier.press(Qt::Key_F9);
+        });
+        cashier.press(Qt::Key_F10);
+        cashier.press(Qt::Key_F9);
+    }
+    EXPECT_EQ(cashier.till().closedReceipts().size(), 3) << cashier.notice().toStdString();
+    const auto last = DocumentsDao().loadDocument(cashier.till().closedReceipts().last(), false);
+    ASSERT_TRUE(last);
+    EXPECT_EQ(last->getGoodsItemByPosnum(1)->getBquant(), 1.352);
+}
+
+TEST(WindowReturn, OfAQuantityBelowAThousandthIsRefusedInWords)
+{
+    Cashier cashier;
+    const auto sale = QSharedPointer<Document>::create(SaleReceipt, u"R-1"_s);
+    sale->addGoodsItem(QSharedPointer<GoodsItem>::create(1, u"1"_s, u"Чай"_s, 1000, 0.0004));
+    DocumentsDao().store(sale); // by a version that looked at no quantity
+    cashier.atDialog([&](QDialog& dialog) {
+        cashier.touch(u"Вернуть всё"_s);
+        EXPECT_THAT(wordsOf(dialog),
+                    HasSubstr("Позиция 1: количество — от 0,001 до 999 999,999, не мельче тысячных"));
+        cashier.press(Qt::Key_F9);
+        EXPECT_TRUE(dialog.isVisible()) << "it cannot be opened";
+        cashier.press(Qt::Key_Escape);
+    });
+    cashier.press(Qt::Key_F10);
+    EXPECT_EQ(cashier.dialogs(), 1);
+    EXPECT_FALSE(cashier.till().receipt());
+}
+
 TEST(WindowReturn, OfAStoreThatFailsSaysSoAndOpensNothing)
 {
     Cashier cashier;

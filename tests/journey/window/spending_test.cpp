@@ -69,6 +69,23 @@ TEST(WindowSpending, TheBalanceFromBeforeIsNotShownAsThatOfNow)
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Баланс на "));
 }
 
+TEST(WindowSpending, WithSharesThatAreNotThisReceiptsIsUnknownAndCannotBePaid)
+{
+    Cashier cashier;
+    cashier.sell(card);
+    cashier.spoilTheNext(u"force-payment-c2b"_s,
+                         R"("fault":"type","field":"data.newRecipientDetails.0.position","as":"list")");
+    spend(cashier, u"100"_s);
+    EXPECT_EQ(cashier.desk().stage(), till::window::Desk::Stage::Unknown);
+    EXPECT_THAT(cashier.notice().toStdString(),
+                HasSubstr("исход списания 100,00 баллов неизвестен, повторите списание той же суммы"));
+    EXPECT_EQ(spent(cashier), 0);
+    cashier.press(Qt::Key_F9);
+    EXPECT_TRUE(cashier.till().receipt());
+    EXPECT_TRUE(cashier.desk().spend(100)) << "the service repeats its answer";
+    EXPECT_EQ(spent(cashier), 100);
+}
+
 TEST(WindowSpending, PositionsStayOnceThePointsAreSpent)
 {
     Cashier cashier;

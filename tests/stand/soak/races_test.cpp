@@ -66,7 +66,7 @@ public:
     {
         EXPECT_EQ(m_shop.balance(), wholeBalance);
         EXPECT_EQ(m_shop.debt(), 0);
-        EXPECT_EQ(m_shop.page("invariants"), json(u"{'ok':true,'violations':[]}"_s));
+        EXPECT_EQ(m_shop.page("invariants")[u"violations"], QJsonValue(QJsonArray()));
     }
 
 private:

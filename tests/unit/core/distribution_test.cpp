@@ -34,7 +34,7 @@ Hundredths shares(const Hundredths& sums, double amount)
 {
     Hundredths result(sums.size());
     for (const DocumentBonusRecord& part : parts(sums, amount))
-        result.at(static_cast<std::size_t>(part.position) - 1) = utils::toHundredths(part.amount);
+        result.at(static_cast<std::size_t>(part.position) - 1) = utils::toHundredths(part.amount).value();
     return result;
 }
 
@@ -117,6 +117,24 @@ TEST(Distribution, OfLessThanHalfAHundredthHasNoParts)
 {
     EXPECT_TRUE(parts({100, 200}, 0.004).isEmpty());
     EXPECT_TRUE(parts({100, 200}, 0).isEmpty());
+}
+
+TEST(Distribution, OfWhatIsNoAmountHasNoParts)
+{
+    for (const double none : {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300})
+        EXPECT_TRUE(parts({100, 200}, none).isEmpty()) << none;
+}
+
+TEST(Distribution, GivesAPositionThatCostsNoAmountNothing)
+{
+    const auto document = receipt({100, 100});
+    document->getGoodsItemByPosnum(1)->setDiscount(std::nan(""));
+    DocumentBonusRecord record;
+    record.amount = 3;
+    const auto given = PlainSystem().distributeBonusRecord(document, record);
+    ASSERT_EQ(given.size(), 1);
+    EXPECT_EQ(given[0].position, 2);
+    EXPECT_EQ(given[0].amount, 3);
 }
 
 TEST(Distribution, OverADocumentWithoutSumsHasNoParts)

@@ -29,6 +29,20 @@ TEST(GoodsItem, CostsPriceTimesQuantityOnHundredths)
     EXPECT_EQ(item(5, 0).getSumb(), 0);
 }
 
+TEST(GoodsItem, ThatIsAPartOfAnotherCostsItsPartOfThatOne)
+{
+    GoodsItem apples = item(119, 0.335);
+    EXPECT_EQ(apples.ownGrossSum(), std::nullopt);
+    EXPECT_EQ(apples.getGrossSum(), 39.87);
+    apples.setGrossSum(39.86);
+    apples.setDiscount(0.86);
+    EXPECT_EQ(apples.getGrossSum(), 39.86);
+    EXPECT_EQ(apples.getSumb(), 39);
+    EXPECT_EQ(apples.getBquant(), 0.335);
+    apples.setGrossSum(std::nullopt);
+    EXPECT_EQ(apples.getSumb(), 39.01);
+}
+
 TEST(GoodsItem, CostsLessByEveryDiscount)
 {
     GoodsItem milk = item(89.9, 2);

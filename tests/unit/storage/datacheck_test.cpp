@@ -214,7 +214,7 @@ TEST_F(DataCheck, LeavesAStoreOfALaterVersionByteForByteAsItWas)
 TEST_F(DataCheck, LeavesEverythingAsItWasWhenTheOpenReceiptIsOfALaterVersion)
 {
     (void)utils::dataFile(u"x"_s);
-    overwrite(u"open-receipt"_s, utils::sealed({0x4B595264, 2}, "what only the later version knows"));
+    overwrite(u"open-receipt"_s, utils::sealed({0x4B595264, 3}, "what only the later version knows"));
     overwrite(u"till.sqlite"_s, "damaged as far as this version knows");
     const Files before = files();
     EXPECT_EQ(failure([] { findings(); }), u"hostStorageNewer"_s);

@@ -65,6 +65,27 @@ TEST_F(DocumentCodec, BringsBackPositionsInOrderWithEveryDoubleBitForBit)
     EXPECT_EQ(back->getGoodsItemByPosnum(1), back->getGoodsItems()[1]);
 }
 
+TEST_F(DocumentCodec, BringsBackTheGrossSumThatAPartOfAPositionHasOfItsOwn)
+{
+    sale->getGoodsItems()[0]->setGrossSum(0.1 + 0.2);
+    const auto items = reread(*sale)->getGoodsItems();
+    EXPECT_EQ(items[0]->ownGrossSum(), std::optional(0.1 + 0.2));
+    EXPECT_EQ(items[1]->ownGrossSum(), std::nullopt);
+}
+
+TEST_F(DocumentCodec, ReadsADocumentOfVersion1WhoseSumsAreAllPriceTimesQuantity)
+{
+    QFile file(QStringLiteral(KYR_TEST_DATA "/version1/open-receipt"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    ASSERT_EQ(bytes.sliced(4, 4), QByteArray::fromHex("00000001"));
+    const auto items = documentcodec::readDocument(bytes, u"file"_s)->getGoodsItems();
+    EXPECT_EQ(items[0]->ownGrossSum(), std::nullopt);
+    EXPECT_EQ(items[0]->getGrossSum(), 134.85);
+    EXPECT_EQ(documentcodec::written(*documentcodec::readDocument(bytes, u"file"_s)),
+              documentcodec::written(*richSale(u"R-4"_s)));
+}
+
 TEST_F(DocumentCodec, BringsBackTheCardRecordWithCardAndCustomer)
 {
     const auto record = back->getCardRecord(KyrLoyaltySystem);
@@ -130,6 +151,7 @@ TEST_F(DocumentCodec, WritesADifferenceInAnyCornerAsDifferentBytes)
     EXPECT_TRUE(differs([](Document& d) { d.setFlag(8); }));
     EXPECT_TRUE(differs([](Document& d) { d.setSaleDocumentId(1); }));
     EXPECT_TRUE(differs([](Document& d) { d.getGoodsItems()[1]->setBonusImpactSum(-0.0); }));
+    EXPECT_TRUE(differs([](Document& d) { d.getGoodsItems()[0]->setGrossSum(134.85); }));
     EXPECT_TRUE(differs([](Document& d) { d.getCardRecord(12)->setBonusBalance(1234); }));
     EXPECT_TRUE(differs([](Document& d) { d.getCardRecord(12)->getCard()->getClient()->setAddress(u""_s); }));
     EXPECT_TRUE(differs([](Document& d) { d.setPluginData(u"Other"_s, u"int"_s, 5.0); }));
@@ -177,9 +199,9 @@ TEST_F(DocumentCodec, TellsDamageAndALaterVersionWithTheFilesName)
     EXPECT_EQ(read({}), u"hostStorageDamaged"_s);
     EXPECT_EQ(read(documentcodec::written(*sale->getCardRecord(12))), u"hostStorageDamaged"_s);
     constexpr quint32 magic = 0x4B595264;
-    EXPECT_EQ(read(utils::sealed({magic, 2}, bytes.sliced(48))), u"hostStorageNewer"_s);
-    EXPECT_EQ(read(utils::sealed({magic, 1}, bytes.sliced(48) + 'x')), u"hostStorageDamaged"_s);
-    EXPECT_EQ(read(utils::sealed({magic, 1}, bytes.sliced(48))), QString());
+    EXPECT_EQ(read(utils::sealed({magic, 3}, bytes.sliced(48))), u"hostStorageNewer"_s);
+    EXPECT_EQ(read(utils::sealed({magic, 2}, bytes.sliced(48) + 'x')), u"hostStorageDamaged"_s);
+    EXPECT_EQ(read(utils::sealed({magic, 2}, bytes.sliced(48))), QString());
 }
 
 } // namespace

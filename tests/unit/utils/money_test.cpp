@@ -44,20 +44,29 @@ TEST(Hundredths, OfAHalfThatIsAProductGoUp)
     EXPECT_EQ(utils::roundToHundredths(-0.67 * 1.5), -1.01);
 }
 
-TEST(Hundredths, OfWhatHasNoSuchNumberAreZero)
+TEST(Hundredths, OfWhatHasNoSuchNumberAreNone)
 {
-    EXPECT_EQ(utils::toHundredths(std::nan("")), 0);
-    EXPECT_EQ(utils::toHundredths(infinity), 0);
-    EXPECT_EQ(utils::toHundredths(-infinity), 0);
-    EXPECT_EQ(utils::toHundredths(1e300), 0);
-    EXPECT_EQ(utils::toHundredths(-1e300), 0);
-    EXPECT_EQ(utils::toHundredths(9e13), 0);
+    EXPECT_EQ(utils::toHundredths(std::nan("")), std::nullopt);
+    EXPECT_EQ(utils::toHundredths(infinity), std::nullopt);
+    EXPECT_EQ(utils::toHundredths(-infinity), std::nullopt);
+    EXPECT_EQ(utils::toHundredths(1e300), std::nullopt);
+    EXPECT_EQ(utils::toHundredths(-1e300), std::nullopt);
+    EXPECT_EQ(utils::toHundredths(9e13), std::nullopt);
 }
 
 TEST(Hundredths, ReachToWhereADoubleTellsThemApart)
 {
     EXPECT_EQ(utils::toHundredths(89'999'999'999'999.98), 8'999'999'999'999'998);
     EXPECT_EQ(utils::toHundredths(-89'999'999'999'999.98), -8'999'999'999'999'998);
+}
+
+TEST(CutPart, IsExactHoweverGreatTheNumbersBetweenAre)
+{
+    EXPECT_EQ(utils::cutPart(3'333, 1'000, 2'000), 1'666);
+    EXPECT_EQ(utils::cutPart(-3'333, 1'000, 2'000), -1'666);
+    EXPECT_EQ(utils::cutPart(8'999'999'999'999'998, 999'999'998, 999'999'999), 8'999'999'990'999'997);
+    EXPECT_EQ(utils::cutPart(8'999'999'999'999'998, 8'999'999'999'999'998, 8'999'999'999'999'998),
+              8'999'999'999'999'998);
 }
 
 TEST(RoundedAmount, ComesBackAsItIsWhenItHasNoHundredths)
