@@ -179,8 +179,9 @@ LogFile::LogFile(const QString& fileName, LogLevel least)
 {
     if (fileName.isEmpty())
         return;
-    const int descriptor = open(QFile::encodeName(fileName).constData(),
-                                O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+    const int descriptor =
+        open(QFile::encodeName(fileName).constData(),
+             O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR);
     struct stat status = {};
     if (descriptor < 0 || fstat(descriptor, &status) != 0)
         throw UsageError(u"%1: the log file cannot be written: %2; name another with --log-file"_s.arg(

@@ -14,6 +14,7 @@ Outcome played(Till& till, const StepKind& kind, const QVariantMap& members)
 {
     till.cashier().script({});
     try {
+        till.requireInPlace();
         return kind.play(till, members);
     } catch (const UsageError&) {
         throw;

@@ -23,9 +23,11 @@ QueueWarning warningOf(QueueAlarm alarm, const QueueHealth& health, const QDateT
                     ageText(health.credentialsRefused, now), QString::number(health.waiting)),
                 u"mend KYRLoyalty:user and the password, restart the till; then till queue deliver"_s};
     case QueueAlarm::Parked:
-        return {u"Служба лояльности отклонила сообщений: %1. Сообщите администратору"_s.arg(health.parked),
-                u"%1 parked: the service refuses them for good"_s.arg(health.parked),
-                u"see till queue list --parked; then till queue retry or till queue drop"_s};
+        return {
+            u"Сообщений, которые не удастся отправить службе лояльности: %1. Сообщите администратору"_s.arg(
+                health.parked),
+            u"%1 parked: refused by the service for good, or not to be sent as they are"_s.arg(health.parked),
+            u"see till queue list --parked; then till queue retry or till queue drop"_s};
     case QueueAlarm::WaitingTooLong:
         return {u"Сообщения не доходят до службы лояльности с %1. Сообщите администратору"_s.arg(
                     localText(health.oldestWaiting)),

@@ -30,7 +30,7 @@ void ReceiptJournal::add(const utils::JournalEntry& entry)
     try {
         m_journal.get().add(entry);
     } catch (const BasicException& failure) {
-        utils::logger(u"till"_s)->warn(
+        utils::logger(u"till"_s)->error(
             u"No entry \"%1\" in the journal of %2: %3"_s.arg(entry.event, entry.receipt, failure.tr().ru()));
     }
 }

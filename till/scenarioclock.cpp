@@ -3,8 +3,6 @@
 #include "host/utils/privatefile.h"
 #include "host/utils/standingtime.h"
 
-#include <QFile>
-
 using namespace Qt::StringLiterals;
 
 namespace till {
@@ -19,10 +17,8 @@ ScenarioClock::~ScenarioClock() { MockFactory<CurrentTime>::mocked = {}; }
 
 void ScenarioClock::goOnFrom(const QString& fileName)
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return;
-    const auto kept = QDateTime::fromString(QString::fromLatin1(file.readAll().trimmed()), Qt::ISODate);
+    const QByteArray content = utils::readFile(fileName).value_or(QByteArray());
+    const auto kept = QDateTime::fromString(QString::fromLatin1(content.trimmed()), Qt::ISODate);
     if (kept.isValid() && kept > m_now)
         m_now = kept.toLocalTime();
 }

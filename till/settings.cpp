@@ -1,5 +1,6 @@
 #include "till/settings.h"
 
+#include "host/utils/logging.h"
 #include "till/usageerror.h"
 
 #include <QDir>
@@ -77,6 +78,15 @@ QString passwordIn(const QString& fileName)
     if (password.isEmpty() || line.size() > longest)
         throw complain(u"must hold the password in its first line"_s);
     return password;
+}
+
+/// Whoever may write the configuration says where the password goes.
+void requireUnwritable(const QString& fileName)
+{
+    const auto others = QFile::WriteGroup | QFile::WriteOther;
+    if (!fileName.isEmpty() && (QFile::permissions(fileName) & others).toInt() != 0)
+        throw UsageError(u"%1: may be written by others than its owner, who could have the password sent "
+                         "elsewhere; mend it with: chmod go-w %1"_s.arg(fileName));
 }
 
 /// The environment's word, then that of the file which one of the two names; nothing: as configured.
@@ -164,6 +174,8 @@ Config settingsOf(Options& options)
         setServerUrl(config, options.serverUrl);
     checkServerUrl(config, options);
     takePassword(config, options);
+    if (!config.getString(passwordKey, {}).isEmpty())
+        requireUnwritable(options.configFile);
     if (options.dataDirectory.isEmpty())
         options.dataDirectory = besideConfiguration(options, config.getString(dataDirectoryKey, {}));
     if (options.logFile.isEmpty())
@@ -172,6 +184,23 @@ Config settingsOf(Options& options)
         options.logLevel = configuredLevel(config);
     static_cast<void>(alarmMinutes(config));
     return config;
+}
+
+QString exposureOf(const Options& options)
+{
+    const auto others = QFile::ReadGroup | QFile::ReadOther;
+    if (!QFileInfo(options.configFile).isFile() ||
+        (QFile::permissions(options.configFile) & others).toInt() == 0 ||
+        loadSettings(options.configFile).getString(passwordKey, {}).isEmpty())
+        return {};
+    return u"%1: holds the password, and others than its owner may read it"_s.arg(options.configFile);
+}
+
+void warnOfExposure(const Options& options)
+{
+    const QString exposure = exposureOf(options);
+    if (!exposure.isEmpty())
+        utils::logger(u"till"_s)->warn(u"%1; mend it with: chmod 600 %2"_s.arg(exposure, options.configFile));
 }
 
 QString configurationText(const Config& config)

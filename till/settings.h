@@ -21,6 +21,12 @@ Config loadSettings(const QString& fileName);
 /// and the log. Throws ConfigError or UsageError.
 Config settingsOf(Options& options);
 
+/// That others than its owner may read the password which the configuration file holds, for the
+/// administrator; empty: they may not, or it holds none.
+QString exposureOf(const Options& options);
+/// Says the same in the log.
+void warnOfExposure(const Options& options);
+
 /// Every known key with its value, a line for each, for the eyes of a supporter: of the password only whether
 /// there is one.
 QString configurationText(const Config& config);

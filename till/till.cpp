@@ -35,8 +35,8 @@ std::unique_ptr<utils::FileLock> lockDirectory()
     } catch (const BasicException& failure) {
         if (failure.tr().id() != utils::storageError(utils::StorageFault::Locked, {}).tr().id())
             throw;
-        throw UsageError(u"%1: another till works on this data directory; end it, or give this one a "
-                         "--data-dir of its own"_s.arg(utils::dataFile(u"."_s)));
+        throw UsageError(u"another till works on this data directory; end it, or give this one a "
+                         "--data-dir of its own (%1)"_s.arg(failure.tr().ru()));
     }
 }
 
@@ -138,6 +138,8 @@ QString Till::restart()
     }
     return m_found.isEmpty() ? u"Открытого чека нет"_s : m_found;
 }
+
+void Till::requireInPlace() const { m_lock->requireInPlace(); }
 
 MessageQueue& Till::queue() { return m_queue.get(); }
 

@@ -45,6 +45,9 @@ public:
 
     [[nodiscard]] BasicLoyaltySystem& loyalty() const { return m_plugin->loyalty(); }
     [[nodiscard]] ScriptedFrontend& cashier() { return m_cashier; }
+    /// Throws BasicException when the data directory, or this till's lock in it, is not there any more: then
+    /// another till may work on what lies there.
+    void requireInPlace() const;
     /// The outgoing queue, opened by the first call. Throws BasicException.
     [[nodiscard]] MessageQueue& queue();
 

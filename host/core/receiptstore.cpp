@@ -3,12 +3,26 @@
 #include "host/core/documentcodec.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/currenttime.h"
+#include "host/utils/storageerror.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 [[noreturn]] void refuse(const QString& id, const QString& text) { throw BasicException(tr::Tr(id, text)); }
+
+/// What it reads; null when that is damaged.
+template <class Read>
+QSharedPointer<Document> ifWhole(Read read)
+{
+    try {
+        return read();
+    } catch (const BasicException& failure) {
+        if (!utils::isFault(failure, utils::StorageFault::Damaged))
+            throw;
+        return nullptr;
+    }
+}
 
 void setPlaces(const Document& document, int revision)
 {
@@ -88,36 +102,50 @@ void ReceiptStore::store(const QSharedPointer<Document>& document)
 QList<QSharedPointer<Document>> ReceiptStore::returnsOf(const QString& sale)
 {
     noteSales();
+    // A return comes after its sale.
+    QSqlQuery doubtful =
+        m_database->prepared(u"SELECT count(*) FROM documents WHERE sale IS NULL AND rowid > "
+                             "(SELECT rowid FROM documents WHERE identifier = ?)"_s);
+    if (m_database->rows(doubtful, {sale}).value(0).value(0).toInt() > 0)
+        throw utils::storageError(utils::StorageFault::Damaged, m_database->path());
     QList<QSharedPointer<Document>> returns;
     for (const QVariantList& row : m_database->rows(m_returns, {sale}))
         returns.append(load(row[0].toString()));
     return returns;
 }
 
-QList<QSharedPointer<Document>> ReceiptStore::newestSales(int limit)
+QList<ClosedSale> ReceiptStore::newestSales(int limit)
 {
     noteSales();
-    QSqlQuery newest = m_database->prepared(
-        u"SELECT identifier FROM documents WHERE sale = '' ORDER BY stored DESC, rowid DESC LIMIT ?"_s);
-    QList<QSharedPointer<Document>> sales;
+    QSqlQuery newest =
+        m_database->prepared(u"SELECT identifier FROM documents WHERE (sale = '' OR sale IS NULL) "
+                             "ORDER BY stored DESC, rowid DESC LIMIT ?"_s);
+    QList<ClosedSale> sales;
     for (const QVariantList& row : m_database->rows(newest, {limit})) {
-        const auto document = load(row[0].toString());
-        if (document->getDocumentType() == SaleReceipt)
-            sales.append(document);
+        const QString identifier = row[0].toString();
+        const auto document = ifWhole([&] { return load(identifier); });
+        if (!document || document->getDocumentType() == SaleReceipt)
+            sales.append({identifier, document});
     }
     return sales;
 }
 
 void ReceiptStore::noteSales()
 {
-    QSqlQuery unknown =
-        m_database->prepared(u"SELECT identifier, content FROM documents WHERE sale IS NULL LIMIT 1000"_s);
+    QSqlQuery unknown = m_database->prepared(
+        u"SELECT rowid, identifier, content FROM documents WHERE sale IS NULL AND rowid > ? "
+        "ORDER BY rowid LIMIT 1000"_s);
     QSqlQuery note = m_database->prepared(u"UPDATE documents SET sale = ? WHERE identifier = ?"_s);
-    for (auto found = m_database->rows(unknown); !found.isEmpty(); found = m_database->rows(unknown)) {
+    QVariant last = 0;
+    for (auto found = m_database->rows(unknown, {last}); !found.isEmpty();
+         found = m_database->rows(unknown, {last})) {
         m_database->atomically([&] {
             for (const QVariantList& row : found) {
-                const auto document = documentcodec::readDocument(row[1].toByteArray(), m_database->path());
-                m_database->change(note, {document->getSaleDocumentId().toString(), row[0]});
+                last = row[0];
+                const auto document = ifWhole(
+                    [&] { return documentcodec::readDocument(row[2].toByteArray(), m_database->path()); });
+                if (document)
+                    m_database->change(note, {document->getSaleDocumentId().toString(), row[1]});
             }
         });
     }

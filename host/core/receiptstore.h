@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/core/document.h"
+#include "host/core/storage.h"
 #include "host/utils/store.h"
 
 /// The file behind DocumentsDao. A document stays as it was stored; what was written back of its card records
@@ -17,7 +18,7 @@ public:
     /// The stored returns of that sale, in the order in which they were stored.
     [[nodiscard]] QList<QSharedPointer<Document>> returnsOf(const QString& sale);
     /// The closed sales, the one that was closed last first, at most `limit`.
-    [[nodiscard]] QList<QSharedPointer<Document>> newestSales(int limit);
+    [[nodiscard]] QList<ClosedSale> newestSales(int limit);
 
 private:
     /// The document as it was stored, without what was written back since; nothing when there is none.
@@ -26,7 +27,8 @@ private:
     /// True when this very content is stored already; its records then know their places.
     bool isStored(const QSharedPointer<Document>& document, const QByteArray& bytes);
 
-    /// Notes on documents taken over from an earlier format which sale they return.
+    /// Notes on documents taken over from an earlier format which sale they return. One that is damaged stays
+    /// without a note.
     void noteSales();
 
     std::shared_ptr<utils::Database> m_database;

@@ -41,12 +41,7 @@ QList<QSharedPointer<AbstractDocument>> DocumentsDao::returnsOf(const QString& s
     });
 }
 
-QList<QSharedPointer<AbstractDocument>> DocumentsDao::newestSales(int limit)
+QList<ClosedSale> DocumentsDao::newestSales(int limit)
 {
-    return inStore([&](ReceiptStore& store) {
-        QList<QSharedPointer<AbstractDocument>> sales;
-        for (const auto& document : store.newestSales(limit))
-            sales.append(document);
-        return sales;
-    });
+    return inStore([&](ReceiptStore& store) { return store.newestSales(limit); });
 }

@@ -14,6 +14,13 @@ template <class User>
 class StoreUser;
 }
 
+/// A closed sale as a list of them shows it.
+struct ClosedSale
+{
+    QString identifier;
+    QSharedPointer<AbstractDocument> document; ///< null: it is damaged
+};
+
 /// The closed documents in the store of the data directory. Every operation is durable when it returns, or
 /// with the utils::Transaction around it, and throws BasicException, with nothing changed, when it cannot be.
 /// Opens its file at the first operation, whose thread then has to make the others.
@@ -41,11 +48,12 @@ public:
     /// another under the same identifier throws BasicException.
     virtual void store(const QSharedPointer<Document>& document);
 
-    /// The closed returns of that sale, in the order in which they were closed.
+    /// The closed returns of that sale, in the order in which they were closed. Throws BasicException when
+    /// one is damaged that may be its: what was given back before is then not known.
     [[nodiscard]] virtual QList<QSharedPointer<AbstractDocument>> returnsOf(const QString& sale);
 
     /// The closed sales, the one that was closed last first, at most `limit`.
-    [[nodiscard]] virtual QList<QSharedPointer<AbstractDocument>> newestSales(int limit);
+    [[nodiscard]] virtual QList<ClosedSale> newestSales(int limit);
 
 private:
     /// What the operation on the opened store returns.

@@ -68,7 +68,11 @@ struct MessageQueue::Statements
         u"UPDATE tally SET error = ?, refused = CASE refused WHEN 0 THEN ? ELSE refused END, "
         "probes = probes + 1, probe = ?"_s);
 
-    [[nodiscard]] QVariantList counts() { return database->rows(tally).value(0); }
+    [[nodiscard]] QVariantList counts()
+    {
+        database->requireInPlace(); // who looks how the queue is doing is told that it is gone
+        return database->rows(tally).value(0);
+    }
 
     [[nodiscard]] std::optional<QueuedMessage> first(QSqlQuery& query, const QVariantList& values)
     {

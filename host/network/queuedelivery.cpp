@@ -49,11 +49,12 @@ QueueDelivery::Summary QueueDelivery::run(const std::stop_token& stop)
     return deliverDue(held, stop);
 }
 
-QueueDelivery::Summary QueueDelivery::deliverDue(const utils::FileLock& /*held*/, const std::stop_token& stop)
+QueueDelivery::Summary QueueDelivery::deliverDue(const utils::FileLock& held, const std::stop_token& stop)
 {
     Summary summary;
     const QDateTime start = MockFactory<CurrentTime>::create()->currentDateTime();
     while (!stop.stop_requested()) {
+        held.requireInPlace();
         const QDateTime now = notBefore(start);
         const auto next = isHeldUp(now) ? std::nullopt : m_queue.nextDue(start, now);
         if (!next)

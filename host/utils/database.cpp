@@ -1,12 +1,10 @@
 #include "host/utils/database.h"
 
+#include "host/utils/lockholder.h"
 #include "host/utils/storageerror.h"
 
-#include <QFile>
 #include <QSqlError>
 #include <QSqlRecord>
-
-#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -62,8 +60,7 @@ QSqlQuery Database::prepared(const QString& sql) const
 
 int Database::change(QSqlQuery& statement, const QVariantList& values) const
 {
-    requireUnspoilt();
-    requireInPlace();
+    requireReady();
     execute(statement, values);
     const int changed = statement.numRowsAffected();
     statement.finish();
@@ -72,8 +69,7 @@ int Database::change(QSqlQuery& statement, const QVariantList& values) const
 
 qint64 Database::insert(QSqlQuery& statement, const QVariantList& values) const
 {
-    requireUnspoilt();
-    requireInPlace();
+    requireReady();
     execute(statement, values);
     const qint64 id = statement.lastInsertId().toLongLong();
     statement.finish();
@@ -121,6 +117,8 @@ void Database::begin() const
     if (m_transaction)
         throw BasicException(tr::Tr(u"hostTransactionNested"_s,
                                     u"Внутренняя ошибка: запись в файл %1 уже начата"_s.arg(m_path)));
+    if (m_files)
+        requireInPlace();
     execute(u"BEGIN IMMEDIATE"_s);
     m_transaction = true;
     m_spoilt = false;
@@ -129,7 +127,7 @@ void Database::begin() const
 void Database::commit() const
 {
     requireUnspoilt();
-    if (m_inode != 0)
+    if (m_files)
         requireInPlace();
     execute(u"COMMIT"_s);
     m_transaction = false;
@@ -147,7 +145,6 @@ void Database::rollback() const noexcept
 
 void Database::requireWritable() const
 {
-    requireInPlace();
     atomically([this] { execute(u"PRAGMA user_version=%1"_s.arg(number(u"PRAGMA user_version"_s))); });
 }
 
@@ -178,20 +175,41 @@ int Database::number(const QString& sql) const
     return rows(query).value(0).value(0).toInt();
 }
 
-ino_t Database::inode() const
+// What is written into a file that somebody has removed is kept by nobody; that holds for the log too, and
+// without the one index of all others are not kept from writing over it.
+void Database::requireInPlace(const Files& files) const
 {
-    struct stat found = {};
-    return stat(QFile::encodeName(m_path).constData(), &found) == 0 ? found.st_ino : 0;
-}
-
-// What is written into a file that somebody has removed is kept by nobody.
-void Database::requireInPlace() const
-{
-    if (inode() == m_inode)
+    QString gone;
+    if (identityOf(m_path) != files.own)
+        gone = m_path;
+    else if (identityOf(m_path + u"-wal"_s) != files.log)
+        gone = m_path + u"-wal"_s;
+    else if (identityOf(m_path + u"-shm"_s) != files.index)
+        gone = m_path + u"-shm"_s;
+    if (gone.isEmpty())
         return;
     m_sound = false;
     m_spoilt = m_transaction;
-    throw storageError(StorageFault::Gone, m_path);
+    throw storageError(StorageFault::Gone, gone);
+}
+
+void Database::requireInPlace() const { requireInPlace(m_files.value_or(Files{})); }
+
+void Database::requireReady() const
+{
+    requireUnspoilt();
+    if (!m_transaction) // else its commit asks
+        requireInPlace();
+}
+
+QString Database::lockHolders() const
+{
+    for (const QString& locked : {m_path, m_path + u"-shm"_s}) {
+        const QString holder = lockHolder(locked);
+        if (!holder.isEmpty())
+            return u"; "_s + holder;
+    }
+    return {};
 }
 
 // After some failures SQLite has undone the transaction by itself: what came next would be kept all alone.
@@ -209,9 +227,10 @@ void Database::fail(const QSqlError& error) const
     if (fault != StorageFault::Full && fault != StorageFault::Locked)
         m_sound = false;
     m_spoilt = m_transaction;
-    if (fault == StorageFault::Damaged && m_inode != 0)
+    if (fault == StorageFault::Damaged && m_files)
         suspect();
-    throw storageError(fault, m_path, error.databaseText());
+    const QString holder = fault == StorageFault::Locked ? lockHolders() : QString();
+    throw storageError(fault, m_path, error.databaseText() + holder);
 }
 
 } // namespace utils

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/utils/export.h"
+#include "host/utils/fileidentity.h"
 
 #include <QMap>
 #include <QSqlDatabase>
@@ -9,9 +10,8 @@
 #include <QStringList>
 #include <QVariantList>
 
-#include <sys/types.h>
-
 #include <functional>
+#include <optional>
 
 namespace utils {
 
@@ -63,6 +63,10 @@ public:
     static void readThrough(const QString& path, int applicationId, int version);
 
     [[nodiscard]] const QString& path() const { return m_path; }
+    [[nodiscard]] FileIdentity identity() const { return m_files.value_or(Files{}).own; }
+    /// Where the log lies as it was found, because it was damaged (isLogDamaged()) when this connection was
+    /// opened; empty: it was not.
+    [[nodiscard]] const QString& damagedLog() const { return m_damagedLog; }
     /// False once something happened that a connection made anew may not meet: the file was damaged, taken
     /// away, or could not be read or written at all.
     [[nodiscard]] bool isSound() const { return m_sound; }
@@ -81,8 +85,8 @@ public:
     /// from being folded into the file.
     [[nodiscard]] QList<QVariantList> rows(QSqlQuery& statement, const QVariantList& values = {}) const;
 
-    /// Throws when the file was removed or replaced: a reader does not notice by itself. Who changes
-    /// something need not ask.
+    /// Throws when the file, its log or the log's index was removed or replaced: a reader does not notice by
+    /// itself. Who changes something need not ask.
     void requireInPlace() const;
 
     /// Runs the steps as one commit; when they throw, none of them was done. Inside a transaction it joins
@@ -101,8 +105,17 @@ public:
     void requireWritable() const;
     [[nodiscard]] bool isInTransaction() const { return m_transaction; }
 
+    /// The file with the companions that it has while it is open.
+    struct Files
+    {
+        FileIdentity own;
+        std::optional<FileIdentity> log;
+        std::optional<FileIdentity> index;
+    };
+
 private:
     explicit Database(const QString& path);
+    void requireInPlace(const Files& files) const;
     void connect(const QString& options);
     void disconnect();
     void open(const Format& format);
@@ -112,6 +125,8 @@ private:
         Through,
     };
     int examine(int applicationId, int version, Look look);
+    void requirePlainFiles() const;
+    void keepDamagedLog();
     /// Past SQLite, so only while this process has no connection to the file.
     void lookFromOutside(int applicationId, int version) const;
     [[nodiscard]] QString suspicion() const;
@@ -126,13 +141,16 @@ private:
     void execute(QSqlQuery& statement, const QVariantList& values) const;
     [[nodiscard]] int number(const QString& sql) const;
     void requireUnspoilt() const;
-    [[nodiscard]] ino_t inode() const;
+    void requireReady() const;
+    /// Who may have kept SQLite waiting, to be added to what it says.
+    [[nodiscard]] QString lockHolders() const;
     [[noreturn]] void fail(const QSqlError& error) const;
 
     QString m_path;
     QString m_connection;
     QSqlDatabase m_database;
-    ino_t m_inode = 0;
+    std::optional<Files> m_files; ///< nothing until it is open
+    QString m_damagedLog;
     mutable bool m_sound = true;
     mutable bool m_transaction = false;
     mutable bool m_spoilt = false;

@@ -1,4 +1,5 @@
 #include "host/utils/database.h"
+#include "host/utils/logging.h"
 #include "host/utils/privatefile.h"
 #include "host/utils/setaside.h"
 #include "host/utils/storageerror.h"
@@ -6,13 +7,12 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QHash>
 #include <QSqlError>
 
 #include <algorithm>
 #include <atomic>
+#include <map>
 #include <mutex>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -22,19 +22,37 @@ namespace {
 
 constexpr auto waitForLocks = "QSQLITE_BUSY_TIMEOUT=2000"; // milliseconds: a cashier is waiting
 
-/// How many connections this process has to each file, known by its inode: a replaced one is another.
-/// Whoever else opens such a file, and closes it, takes from SQLite the locks that it holds there for the
-/// whole process; another program would then remove the log under its hands.
+/// The files that this process has connections to, and how many: a replaced one is another. Whoever else
+/// opens such a file, and closes it, takes from SQLite the locks that it holds there for the whole process;
+/// another program would then remove the log under its hands.
 struct FilesInUse
 {
     std::recursive_mutex mutex; ///< held while a file is looked at and opened
-    QHash<ino_t, int> connections;
+    struct Use
+    {
+        Database::Files files;
+        int connections = 0;
+    };
+    std::map<FileIdentity, Use> uses;
+
+    /// Nothing when nobody has a connection to what lies there.
+    [[nodiscard]] const Use* of(const QString& path) const
+    {
+        const auto found = uses.find(identityOf(path).value_or(FileIdentity{}));
+        return found == uses.end() ? nullptr : &found->second;
+    }
 };
 
 FilesInUse& filesInUse()
 {
     static FilesInUse made;
     return made;
+}
+
+Database::Files filesAt(const QString& path)
+{
+    return {identityOf(path).value_or(FileIdentity{}), identityOf(path + u"-wal"_s),
+            identityOf(path + u"-shm"_s)};
 }
 
 QString newConnectionName()
@@ -89,20 +107,29 @@ void Database::open(const Format& format)
     const std::lock_guard lock(filesInUse().mutex);
     ensureMade(format);
     ensurePrivateFile(m_path);
-    const bool isFirst = !filesInUse().connections.contains(inode());
+    requirePlainFiles();
+    const FilesInUse::Use* shared = filesInUse().of(m_path);
+    if (shared) // SQLite would begin a new log under the index of the old one
+        requireInPlace(shared->files);
+    else
+        keepDamagedLog();
     const int version =
-        examine(format.applicationId, format.version, isFirst ? Look::AtAStart : Look::AtItsKind);
+        examine(format.applicationId, format.version, shared ? Look::AtItsKind : Look::AtAStart);
     if (version == 0)
         throw storageError(StorageFault::Damaged, m_path);
     connect({});
     // NORMAL would lose the last commits at a power cut.
     execute(u"PRAGMA journal_mode=WAL"_s);
     execute(u"PRAGMA synchronous=FULL"_s);
+    if (!m_damagedLog.isEmpty()) // what SQLite did not take of it is not to be met again
+        execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
     if (version < format.version)
         migrate(format);
     setSourcesAside(format);
-    m_inode = inode();
-    ++filesInUse().connections[m_inode];
+    m_files = filesAt(m_path);
+    FilesInUse::Use& use =
+        filesInUse().uses.try_emplace(m_files->own, FilesInUse::Use{*m_files, 0}).first->second;
+    ++use.connections;
 }
 
 void Database::connect(const QString& options)
@@ -119,12 +146,34 @@ void Database::disconnect()
 {
     m_database = {};
     QSqlDatabase::removeDatabase(m_connection);
-    if (m_inode == 0)
+    if (!m_files)
         return;
     const std::lock_guard lock(filesInUse().mutex);
-    const ino_t left = std::exchange(m_inode, 0);
-    if (--filesInUse().connections[left] == 0)
-        filesInUse().connections.remove(left);
+    const auto left = filesInUse().uses.find(m_files->own);
+    m_files.reset();
+    if (--left->second.connections == 0)
+        filesInUse().uses.erase(left);
+}
+
+void Database::requirePlainFiles() const
+{
+    for (const QString& suffix : {u""_s, u"-wal"_s, u"-shm"_s, u"-journal"_s})
+        requirePlainFile(m_path + suffix);
+}
+
+/// SQLite takes a log up to the first thing in it that is not right, and writes over the rest; so it is kept
+/// first.
+void Database::keepDamagedLog()
+{
+    if (!isLogDamaged(m_path))
+        return;
+    const FolderLock lock(m_path); // another program may just have done it
+    if (!isLogDamaged(m_path))
+        return;
+    m_damagedLog = copyDamagedLog(m_path);
+    logger(u"storage"_s)
+        ->error(u"%1-wal is damaged: what was kept last may be missing; it was copied to %2"_s.arg(
+            m_path, QFileInfo(m_damagedLog).fileName()));
 }
 
 void Database::lookFromOutside(int applicationId, int version) const
@@ -144,7 +193,8 @@ void Database::lookFromOutside(int applicationId, int version) const
 int Database::examine(int applicationId, int version, Look look)
 {
     const std::lock_guard lock(filesInUse().mutex);
-    if (!filesInUse().connections.contains(inode()))
+    requirePlainFiles();
+    if (!filesInUse().of(m_path))
         lookFromOutside(applicationId, version);
     connect(u"QSQLITE_OPEN_READONLY"_s);
     requireKind(applicationId, version);

@@ -12,8 +12,9 @@ namespace utils {
 HOST_EXPORT void setDataDirectory(const QString& path);
 
 /// The absolute path of the file of that name in the data directory; an absolute name stays itself. Creates
-/// the folder, for its owner alone (0700), when it is missing. Throws BasicException when no folder was named
-/// or it cannot be made.
+/// the folder, for its owner alone (0700), when it is missing. Throws BasicException when no folder was
+/// named, it cannot be made, everybody may write it, or it was removed or replaced since this process first
+/// used it: what was in the other is not to be begun anew unnoticed.
 HOST_EXPORT QString dataFile(const QString& name);
 
 } // namespace utils

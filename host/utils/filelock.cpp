@@ -1,13 +1,12 @@
 #include "host/utils/filelock.h"
 
 #include "host/utils/datadirectory.h"
+#include "host/utils/fileidentity.h"
+#include "host/utils/lockholder.h"
 #include "host/utils/privatefile.h"
 #include "host/utils/storageerror.h"
 
-#include <QFile>
-
 #include <cerrno>
-#include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -19,7 +18,7 @@ FileLock::FileLock(const QString& name)
 {
     const QString path = dataFile(name);
     if (!take(path))
-        throw storageError(StorageFault::Locked, path);
+        throw storageError(StorageFault::Locked, path, lockHolder(path));
 }
 
 std::unique_ptr<FileLock> FileLock::ifFree(const QString& name)
@@ -31,7 +30,8 @@ std::unique_ptr<FileLock> FileLock::ifFree(const QString& name)
 bool FileLock::take(const QString& path)
 {
     ensurePrivateFile(path);
-    m_descriptor = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    m_path = path;
+    m_descriptor = openPlainFile(path);
     if (m_descriptor >= 0 && flock(m_descriptor, LOCK_EX | LOCK_NB) == 0)
         return true;
     const int error = errno;
@@ -41,6 +41,13 @@ bool FileLock::take(const QString& path)
     if (error == EWOULDBLOCK)
         return false;
     throw systemError(error, path);
+}
+
+void FileLock::requireInPlace() const
+{
+    struct stat held = {};
+    if (fstat(m_descriptor, &held) != 0 || identityOf(m_path) != identityOf(held))
+        throw storageError(StorageFault::Gone, m_path);
 }
 
 FileLock::~FileLock()

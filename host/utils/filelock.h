@@ -21,11 +21,15 @@ public:
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
 
+    /// Throws when the file was removed or replaced: then somebody else may hold the one of its name.
+    void requireInPlace() const;
+
 private:
     FileLock() = default;
     /// False when somebody else holds it.
     [[nodiscard]] bool take(const QString& path);
 
+    QString m_path;
     int m_descriptor = -1;
 };
 

@@ -1,12 +1,15 @@
 #include "host/utils/privatefile.h"
 
+#include "host/utils/lockholder.h"
 #include "host/utils/storageerror.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QThread>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -20,6 +23,9 @@ namespace utils {
 namespace {
 
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+// Whoever makes a store or sets one aside is soon done; a stranger may never be.
+constexpr std::chrono::seconds longestWait{5};
+constexpr unsigned long pollMilliseconds = 20;
 constexpr auto unfinished = ".XXXXXX"; // behind the name of a file that is not yet in its place
 
 class Descriptor
@@ -40,6 +46,14 @@ public:
 private:
     int m_number;
 };
+
+void requirePlain(const struct stat& found, const QString& path)
+{
+    if (!S_ISREG(found.st_mode))
+        throw storageError(StorageFault::Strange, path);
+    if (found.st_uid != geteuid() && geteuid() != 0)
+        throw storageError(StorageFault::Denied, path, u"it belongs to another user"_s);
+}
 
 bool writeAll(int file, const QByteArray& content)
 {
@@ -62,15 +76,38 @@ void ensurePrivateFile(const QString& path)
     if (!made && errno != EEXIST)
         throw systemError(errno, path);
     struct stat found = {};
-    if (stat(name.constData(), &found) != 0)
+    if (lstat(name.constData(), &found) != 0)
         throw systemError(errno, path);
+    requirePlain(found, path);
     // A strict umask takes from the owner too; an older file may have been opened to others by hand.
     constexpr mode_t everyone = S_IRWXU | S_IRWXG | S_IRWXO;
     const mode_t wrong = made ? (found.st_mode & everyone) ^ ownerOnly : found.st_mode & (S_IRWXG | S_IRWXO);
-    if (wrong != 0 && chmod(name.constData(), ownerOnly) != 0)
+    if (wrong != 0 && fchmodat(AT_FDCWD, name.constData(), ownerOnly, AT_SYMLINK_NOFOLLOW) != 0)
         throw systemError(errno, path);
     if (made)
         syncDirectoryOf(path);
+}
+
+void requirePlainFile(const QString& path)
+{
+    struct stat found = {};
+    if (lstat(QFile::encodeName(path).constData(), &found) == 0)
+        requirePlain(found, path);
+    else if (errno != ENOENT)
+        throw systemError(errno, path);
+}
+
+int openPlainFile(const QString& path)
+{
+    requirePlainFile(path);
+    const int opened =
+        open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    struct stat found = {};
+    if (opened >= 0 && (fstat(opened, &found) != 0 || !S_ISREG(found.st_mode))) {
+        close(opened);
+        throw storageError(StorageFault::Strange, path);
+    }
+    return opened;
 }
 
 void replaceFile(const QString& path, const QByteArray& content)
@@ -116,7 +153,7 @@ bool moveToNewName(const QString& from, const QString& to)
 
 std::optional<QByteArray> readFile(const QString& path)
 {
-    const Descriptor opened(open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC));
+    const Descriptor opened(openPlainFile(path));
     if (opened.number() < 0) {
         if (errno == ENOENT)
             return std::nullopt;
@@ -158,12 +195,19 @@ FolderLock::FolderLock(const QString& path)
 {
     if (m_descriptor < 0)
         throw systemError(errno, path);
-    while (flock(m_descriptor, LOCK_EX) != 0) {
-        if (errno == EINTR)
-            continue;
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + longestWait;
+    while (flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
         const int error = errno;
+        if (error == EINTR || (error == EWOULDBLOCK && Clock::now() < end)) {
+            QThread::msleep(pollMilliseconds);
+            continue;
+        }
         close(m_descriptor);
-        throw systemError(error, path);
+        if (error != EWOULDBLOCK)
+            throw systemError(error, path);
+        const QString folder = QFileInfo(path).absolutePath();
+        throw storageError(StorageFault::Locked, folder, lockHolder(folder));
     }
 }
 

@@ -15,6 +15,14 @@ namespace utils {
 /// closing it again would drop the locks that SQLite holds on it in this process.
 HOST_EXPORT void ensurePrivateFile(const QString& path);
 
+/// Throws when something lies there that is no plain file of this user's own: what a link leads to is none of
+/// the till's, and a pipe would let it wait for ever. Root may work with anybody's.
+HOST_EXPORT void requirePlainFile(const QString& path);
+
+/// Opens a plain file for reading, without ever waiting, and returns its descriptor; -1 when there is none
+/// or the system refuses, with the reason in errno. Throws like requirePlainFile().
+int openPlainFile(const QString& path);
+
 /// Puts the content in the place of the file's, so that after a crash at any moment either the old or the new
 /// one is there, whole.
 HOST_EXPORT void replaceFile(const QString& path, const QByteArray& content);
@@ -37,7 +45,7 @@ HOST_EXPORT void removeFile(const QString& path);
 HOST_EXPORT void removeUnfinished(const QString& path);
 
 /// Holds the folder that the file lies in while the object lives, among all threads and programs that ask for
-/// it in this way; waits for the one that has it.
+/// it in this way; waits for the one that has it, but not for ever.
 class FolderLock
 {
 public:

@@ -75,6 +75,13 @@ QString setAsideDamaged(const QString& path)
     return to;
 }
 
+QString copyDamagedLog(const QString& database)
+{
+    QString to = freeName(database) + u"-wal"_s;
+    replaceFile(to, readFile(database + u"-wal"_s).value_or(QByteArray()));
+    return to;
+}
+
 void setAsideWhenTaken(const QString& path)
 {
     const QString to = path + u".imported"_s;

@@ -13,6 +13,10 @@ namespace utils {
 /// path.
 HOST_EXPORT QString setAsideDamaged(const QString& path);
 
+/// Copies a database's log, durably, to the name that it would have beside the file set aside; returns the
+/// new path.
+HOST_EXPORT QString copyDamagedLog(const QString& database);
+
 /// Renames a file whose content was taken over to `<path>.imported`; fine when it is not there. One that
 /// appeared after another had been set aside stays: somebody still writes it.
 HOST_EXPORT void setAsideWhenTaken(const QString& path);

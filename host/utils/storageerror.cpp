@@ -27,7 +27,15 @@ tr::Tr textOf(StorageFault fault)
     case StorageFault::Locked:
         return {u"hostStorageLocked"_s, u"Файл %1 занят другой программой"_s};
     case StorageFault::Gone:
-        return {u"hostStorageGone"_s, u"Файл %1 удалён или подменён во время работы"_s};
+        return {u"hostStorageGone"_s,
+                u"Файл или папка %1 удалены или подменены во время работы: верните прежние на место или "
+                "перезапустите кассу"_s};
+    case StorageFault::Strange:
+        return {u"hostStorageStrange"_s,
+                u"На месте файла %1 лежит ссылка, папка, канал или устройство; уберите это"_s};
+    case StorageFault::Exposed:
+        return {u"hostStorageExposed"_s,
+                u"В папку данных %1 могут писать все пользователи; закройте её от других"_s};
     case StorageFault::Failed:
         break;
     }

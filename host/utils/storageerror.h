@@ -12,6 +12,8 @@ enum class StorageFault {
     Newer,   ///< written by a later version of this program
     Locked,  ///< another program holds the file for longer than a till can wait
     Gone,    ///< removed or replaced under the program's hands
+    Strange, ///< something that is no file of the till's lies in its place: a link, a pipe, a folder
+    Exposed, ///< everybody may write the data directory
     Failed,  ///< anything else
 };
 

@@ -1,9 +1,39 @@
 #include "host/utils/store.h"
 
 #include "host/utils/datadirectory.h"
+#include "host/utils/storageerror.h"
 #include "host/utils/storeschema.h"
 
+#include <QHash>
+
+#include <mutex>
+
 namespace utils {
+
+namespace {
+
+/// Which file each store of this process is, by its path.
+struct KnownStores
+{
+    std::mutex mutex;
+    QHash<QString, FileIdentity> files;
+
+    void require(const QString& path, const std::optional<FileIdentity>& found) const
+    {
+        if (files.contains(path) && files[path] != found)
+            throw storageError(StorageFault::Gone, path);
+    }
+};
+
+KnownStores& knownStores()
+{
+    static KnownStores known;
+    return known;
+}
+
+QString storePath() { return dataFile(QString::fromLatin1(storeName)); }
+
+} // namespace
 
 std::shared_ptr<Database> store()
 {
@@ -12,12 +42,29 @@ std::shared_ptr<Database> store()
     // What failed inside a transaction must not go on outside it.
     if (current && current->isInTransaction())
         return current;
-    const QString path = dataFile(QString::fromLatin1(storeName));
+    const QString path = storePath();
     if (current && current->isSound() && current->path() == path)
         return current;
+    const std::lock_guard lock(knownStores().mutex);
+    knownStores().require(path, identityOf(path));
     auto made = std::make_shared<Database>(path, storeFormat());
+    knownStores().require(path, made->identity()); // somebody may just have been quicker
+    knownStores().files.insert(path, made->identity());
     shared = made;
     return made;
+}
+
+void requireSameStore()
+{
+    const QString path = storePath();
+    const std::lock_guard lock(knownStores().mutex);
+    knownStores().require(path, identityOf(path));
+}
+
+void forgetStore()
+{
+    const std::lock_guard lock(knownStores().mutex);
+    knownStores().files.remove(storePath());
 }
 
 Transaction::Transaction()

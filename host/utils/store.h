@@ -9,9 +9,14 @@ namespace utils {
 
 /// This thread's connection to the data directory's `till.sqlite`: receipts, outgoing queue and journal. It
 /// is opened by the first user and closed with the last. After a failure that a new connection may not meet,
-/// such as a file that was taken away, the next call opens one. Throws BasicException when the file can't be
-/// used.
+/// the next call opens one. Throws BasicException when the file can't be used, also when it is not the one
+/// that this process has used before: whoever begins a new one loses what is in the other unnoticed.
 HOST_EXPORT std::shared_ptr<Database> store();
+
+/// Throws when the store that this process has used is not there any more, as store() does.
+void requireSameStore();
+/// The store was set aside, and that is told: the next one may be another.
+void forgetStore();
 
 /// Everything that this thread changes in the store between construction and commit() is one commit; without
 /// commit() nothing of it was done. Other threads and programs wait for it to write, so no exchange with the

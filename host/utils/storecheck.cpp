@@ -6,9 +6,14 @@
 #include "host/utils/setaside.h"
 #include "host/utils/storageerror.h"
 #include "host/utils/store.h"
+#include "host/utils/storedform.h"
 #include "host/utils/storeschema.h"
+#include "host/utils/writeaheadlog.h"
 
 #include <QFileInfo>
+#include <QtEndian>
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -36,6 +41,11 @@ DataFinding told(DataFinding::Kind kind, const QString& file, const QString& now
         return {kind, file, now,
                 tr::Tr(u"hostDataLost"_s, u"Журнал %1 остался без своего файла данных. Он сохранён как %2. "
                                           "Сообщите администратору"_s.arg(names[0], names[1]))};
+    case DataFinding::Kind::Cut: // which its opening has logged
+        return {kind, file, now,
+                tr::Tr(u"hostDataCut"_s,
+                       u"Журнал %1 повреждён: последние чеки и сообщения могли пропасть. Он сохранён как %2. "
+                       "Сообщите администратору"_s.arg(names[0], names[1]))};
     case DataFinding::Kind::Strange:
         break;
     }
@@ -93,6 +103,14 @@ QList<DataFinding> strangeFiles()
 
 QString storePath() { return dataFile(QString::fromLatin1(storeName)); }
 
+/// Whether the content is what was sealed, of whatever kind and version.
+bool isWhole(const QByteArray& bytes)
+{
+    constexpr auto anyVersion = std::numeric_limits<quint32>::max();
+    const quint32 ownKind = bytes.size() < 4 ? 0 : qFromBigEndian<quint32>(bytes.constData());
+    return unsealed({ownKind, anyVersion}, bytes).state == Unsealed::Whole;
+}
+
 void requireRoom()
 {
     const QString probe = dataFile(u"write-check"_s);
@@ -119,9 +137,45 @@ void readThroughStore()
     Database::readThrough(storePath(), format.applicationId, format.version);
 }
 
+QList<DamagedSeal> damagedSeals()
+{
+    // Each with the column that tells which one it is, and the sealed one.
+    struct Sealed
+    {
+        QString table;
+        QString key;
+        QString content;
+    };
+    const QList<Sealed> all{{u"documents"_s, u"identifier"_s, u"content"_s},
+                            {u"card_records"_s, u"document"_s, u"content"_s},
+                            {u"queued"_s, u"id"_s, u"message"_s},
+                            {u"history"_s, u"id"_s, u"message"_s}};
+    constexpr int atOnce = 100;
+    QList<DamagedSeal> found;
+    const auto opened = store();
+    for (const Sealed& sealed : all) {
+        QSqlQuery page =
+            opened->prepared(u"SELECT rowid, %2, %3 FROM %1 WHERE rowid > ? AND %3 IS NOT NULL "
+                             "ORDER BY rowid LIMIT %4"_s.arg(sealed.table, sealed.key, sealed.content)
+                                 .arg(atOnce));
+        qint64 last = std::numeric_limits<qint64>::min();
+        for (auto rows = opened->rows(page, {last}); !rows.isEmpty(); rows = opened->rows(page, {last})) {
+            for (const QVariantList& row : rows) {
+                last = row[0].toLongLong();
+                if (!isWhole(row[2].toByteArray()))
+                    found.append({sealed.table, row[1].toString()});
+            }
+        }
+    }
+    return found;
+}
+
+bool isStoreCut() { return isLogDamaged(storePath()); }
+
 OpenedStore openStore()
 {
     const QString path = storePath();
+    requireSameStore(); // before what is left of it is touched
     OpenedStore opened;
     QList<DataFinding>& findings = opened.findings;
     if (!QFileInfo::exists(path)) {
@@ -140,8 +194,11 @@ OpenedStore openStore()
         if (!isFault(exception, StorageFault::Damaged))
             throw;
         findings += setAsideAndTell(path, isDamagedStore);
+        forgetStore();
         openOrMake();
     }
+    if (const QString& copy = opened.store->damagedLog(); !copy.isEmpty())
+        findings.append(told(DataFinding::Kind::Cut, path + u"-wal"_s, copy));
     findings += strangeFiles();
     requireRoom();
     return opened;

@@ -18,6 +18,8 @@ struct DataFinding
     enum class Kind {
         Damaged, ///< the file was set aside; a new one takes its place
         Lost,    ///< a log without its file, left by an interruption, was set aside
+        Cut,     ///< the log was damaged in the middle, so that what was kept last may be missing; a copy of
+                 ///< it was set aside
         Strange, ///< a file of a former version appeared after its content had been taken over; it stays as
                  ///< it is
     };
@@ -43,6 +45,19 @@ HOST_EXPORT OpenedStore openStore();
 /// Reads all of a store that exists, of whatever size, while others may work with it: seconds for a gigabyte.
 /// Throws BasicException when it is damaged, and the next openStore() sets it aside.
 HOST_EXPORT void readThroughStore();
+
+/// A sealed content of the store that is not what was written.
+struct DamagedSeal
+{
+    QString table;
+    QString key; ///< the receipt's identifier, the message's number
+};
+
+/// Reads every seal of the store, seconds for a gigabyte. Throws BasicException when it can't be read.
+HOST_EXPORT QList<DamagedSeal> damagedSeals();
+
+/// Whether the store's log is damaged in the middle, so that the next opening takes only a part of it.
+HOST_EXPORT bool isStoreCut();
 
 /// Sets a damaged file aside and tells of it. `isDamaged` is asked again while no other program does the
 /// same; nothing when the file is whole by then.

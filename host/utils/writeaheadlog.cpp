@@ -1,5 +1,6 @@
 #include "host/utils/writeaheadlog.h"
 
+#include <QByteArrayView>
 #include <QFile>
 #include <QtEndian>
 
@@ -28,7 +29,80 @@ quint32 numberAt(const QByteArray& bytes, qsizetype at)
     return at + 4 <= bytes.size() ? qFromBigEndian<quint32>(bytes.constData() + at) : 0;
 }
 
+/// SQLite's running sum, over numbers in the order of this machine's bytes, as it writes them.
+class Checksum
+{
+public:
+    void take(QByteArrayView bytes)
+    {
+        for (qsizetype at = 0; at + 8 <= bytes.size(); at += 8) {
+            m_first += qFromUnaligned<quint32>(bytes.data() + at) + m_second;
+            m_second += qFromUnaligned<quint32>(bytes.data() + at + 4) + m_first;
+        }
+    }
+    /// Goes on from the one that is written there.
+    void resume(const QByteArray& bytes, qsizetype at)
+    {
+        m_first = numberAt(bytes, at);
+        m_second = numberAt(bytes, at + 4);
+    }
+    [[nodiscard]] bool isWritten(const QByteArray& bytes, qsizetype at) const
+    {
+        return numberAt(bytes, at) == m_first && numberAt(bytes, at + 4) == m_second;
+    }
+
+private:
+    quint32 m_first = 0;
+    quint32 m_second = 0;
+};
+
+/// Each frame's sum goes on from that of the frame before it, so what is whole behind a damaged one shows.
+bool hidesACommit(QFile& log, int pageSize)
+{
+    constexpr qsizetype sumInLog = 24;
+    constexpr qsizetype sumInFrame = 16;
+    constexpr qsizetype commitInFrame = 4; // not 0 in the last frame of a commit
+    constexpr qsizetype summed = 8;        // of a frame's header
+    const QByteArray head = log.read(logHeader);
+    if (head.size() < logHeader)
+        return false;
+    Checksum sum;
+    sum.take(QByteArrayView(head).first(sumInLog));
+    const bool headIsWhole = sum.isWritten(head, sumInLog);
+    bool unbroken = headIsWhole;
+    sum.resume(head, sumInLog);
+    for (;;) {
+        const QByteArray frame = log.read(frameHeader);
+        const QByteArray page = log.read(pageSize);
+        if (frame.size() < frameHeader || page.size() < pageSize)
+            return false;
+        // Under other salts lie the frames of earlier rounds, which are in the file.
+        const bool isCurrent =
+            !headIsWhole || frame.sliced(saltsInFrame, salts) == head.sliced(saltsInLog, salts);
+        sum.take(QByteArrayView(frame).first(summed));
+        sum.take(page);
+        const bool isWhole = isCurrent && sum.isWritten(frame, sumInFrame);
+        if (isWhole && !unbroken && numberAt(frame, commitInFrame) != 0)
+            return true;
+        unbroken = unbroken && isWhole;
+        sum.resume(frame, sumInFrame);
+    }
+}
+
 } // namespace
+
+bool isLogDamaged(const QString& database)
+{
+    QFile log(database + u"-wal"_s);
+    if (!log.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray before = log.read(logHeader);
+    log.seek(0);
+    const bool found = hidesACommit(log, headOf(database).pageSize);
+    // Another program may have begun its log anew meanwhile, over what was read.
+    log.seek(0);
+    return found && log.read(logHeader) == before;
+}
 
 DatabaseHead headOf(const QString& database)
 {

@@ -21,4 +21,9 @@ DatabaseHead headOf(const QString& database);
 /// files. A commit that was cut off in the middle counts too.
 int versionInLog(const QString& database, int applicationId);
 
+/// True when a whole commit lies in the log behind something that is not as SQLite wrote it: at the next
+/// opening SQLite takes the log up to there only. A log that was cut short, or damaged at its very end, looks
+/// like one whose last commit was never finished. Not for a log that this process has open.
+bool isLogDamaged(const QString& database);
+
 } // namespace utils

@@ -96,7 +96,10 @@ QList<Finding> examineConfiguration(Options& options, Config& config)
     QList<Finding> findings;
     try {
         config = settingsOf(options);
-        findings.append({u"configuration"_s, State::Ok, file});
+        const QString exposure = exposureOf(options);
+        findings.append(exposure.isEmpty() ? Finding{u"configuration"_s, State::Ok, file}
+                                           : Finding{u"configuration"_s, State::Warning, exposure,
+                                                     u"chmod 600 "_s + options.configFile});
     } catch (const std::exception& failure) {
         findings.append({u"configuration"_s, State::Problem, administratorsText(failure),
                          u"see docs/configuration.md; the rest is examined without that file"_s});
@@ -135,6 +138,7 @@ QList<Finding> examine(const Options& given)
     findings += examineDirectory(path);
     if (isThere) {
         findings.append(examineStore(path));
+        findings += examineContents(path);
         findings += examineQueue(config, path);
     }
     findings.append(examinePlugin(options, config));
@@ -153,9 +157,10 @@ Command doctorCommand()
             .details =
                 u"Looks at the configuration, the way to the service (name, connection, TLS, "
                 "credentials, clock), the\n"
-                "data directory, the disk, the store, all of which is read, the queue and the plug-in, and "
-                "goes on after\n"
-                "each failure. Asks the service once, and changes nothing; a store found damaged is set "
+                "data directory, the disk, the store, all of which is read, each receipt and message in it, "
+                "the queue\n"
+                "and the plug-in, and goes on after each failure. Asks the service once, and changes "
+                "nothing; a store found damaged is set "
                 "aside by the\n"
                 "next start.\n\n"
                 "With --json: {\"ok\", \"findings\"}; each finding is {\"check\", \"state\" (\"ok\", "

@@ -39,6 +39,8 @@ QList<Finding> examineService(const Config& config);
 QList<Finding> examineDirectory(const QString& path);
 /// "store", all of which is read.
 Finding examineStore(const QString& path);
+/// "contents": the seal of each receipt and message, and the open receipt.
+QList<Finding> examineContents(const QString& path);
 /// "queue".
 QList<Finding> examineQueue(const Config& config, const QString& path);
 /// "plug-in".

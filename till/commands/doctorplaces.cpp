@@ -1,3 +1,4 @@
+#include "host/core/storage.h"
 #include "host/utils/setaside.h"
 #include "host/utils/storecheck.h"
 #include "till/commands/doctor.h"
@@ -82,6 +83,20 @@ Finding examineDisk(const QString& path)
             room < littleRoom ? remedy : QString()};
 }
 
+Finding damaged(const utils::DamagedSeal& seal)
+{
+    const bool isMessage = seal.table == u"queued"_s;
+    const bool isDropped = seal.table == u"history"_s;
+    const QString what = isMessage   ? u"message %1"_s
+                         : isDropped ? u"the history's copy of the dropped message %1"_s
+                                     : u"receipt %1"_s;
+    return {u"contents"_s, State::Problem, what.arg(seal.key) + u" is damaged"_s,
+            isMessage ? u"settle it with the service's operator, then till queue drop %1"_s.arg(seal.key)
+            : isDropped
+                ? u"nothing, if it was rightly dropped; else bring it back from a backup"_s
+                : u"bring it back from a backup; till receipts show %1 tells what is known"_s.arg(seal.key)};
+}
+
 } // namespace
 
 QList<Finding> examineDirectory(const QString& path)
@@ -102,11 +117,34 @@ Finding examineStore(const QString& path)
         return {u"store"_s, State::Ok, u"not there yet"_s};
     try {
         utils::readThroughStore();
+        if (utils::isStoreCut())
+            return {u"store"_s, State::Problem,
+                    u"till.sqlite-wal is damaged in the middle: what was kept last may be missing"_s,
+                    u"copy the whole data directory before anything else is started; see docs/storage.md"_s};
         return {u"store"_s, State::Ok, u"sound, %1 MiB"_s.arg(store.size() / mebibyte)};
     } catch (const std::exception& failure) {
-        return {u"store"_s, State::Problem, administratorsText(failure),
-                u"restart the till, which sets a damaged file aside; see docs/operations.md"_s};
+        return {u"store"_s, State::Problem, administratorsText(failure), remedyOf(failure)};
     }
+}
+
+QList<Finding> examineContents(const QString& path)
+{
+    QList<Finding> findings;
+    try {
+        for (const utils::DamagedSeal& seal :
+             keepsAnything(path) ? utils::damagedSeals() : QList<utils::DamagedSeal>())
+            findings.append(damaged(seal));
+    } catch (const std::exception& failure) {
+        findings.append({u"contents"_s, State::Problem, administratorsText(failure), remedyOf(failure)});
+    }
+    try {
+        static_cast<void>(SaveToFileLogic::loadOpenReceipt());
+    } catch (const std::exception& failure) {
+        findings.append({u"contents"_s, State::Problem, administratorsText(failure), remedyOf(failure)});
+    }
+    if (findings.isEmpty())
+        findings.append({u"contents"_s, State::Ok, u"each receipt and message is whole"_s});
+    return findings;
 }
 
 QList<Finding> examineQueue(const Config& config, const QString& path)
@@ -122,7 +160,7 @@ QList<Finding> examineQueue(const Config& config, const QString& path)
             findings.append({u"queue"_s, State::Ok, u"%1 waiting, none parked"_s.arg(queue.waitingCount())});
         return findings;
     } catch (const std::exception& failure) {
-        return {{u"queue"_s, State::Problem, administratorsText(failure), u"see docs/operations.md"_s}};
+        return {{u"queue"_s, State::Problem, administratorsText(failure), remedyOf(failure)}};
     }
 }
 

@@ -55,10 +55,10 @@ Command queueListCommand()
         .about = u"Show what waits for the service, the oldest first."_s,
         .details =
             u"With --json: {\"waiting\", \"parked\", \"messages\", \"more\"}; each message is {\"id\", "
-            "\"receipt\", \"operation\",\n\"text\", \"enqueued\", \"state\" (\"waiting\" or "
-            "\"parked\"), \"due\" (next attempt),\n\"attempts\", \"lastError\", \"damaged\"}. Times are UTC."_s,
+            "\"receipt\", \"operation\",\n\"text\", \"enqueued\", \"state\" (\"waiting\", "
+            "\"parked\" or \"damaged\"), \"due\" (next attempt),\n\"attempts\", \"lastError\", \"damaged\"}. Times are UTC."_s,
         .options = {{u"limit"_s, u"N"_s, u"At most so many; 50 otherwise."_s},
-                    {u"parked"_s, {}, u"Only those that the service refused."_s}},
+                    {u"parked"_s, {}, u"Only those that wait for retry or drop."_s}},
         .examples = {{u"till queue list"_s, u"of the usual data directory"_s},
                      {u"till queue list --parked --json"_s, u"for a script"_s}},
         .statuses = {{0, u"the queue was read, whatever it holds"_s}, {2, u"it cannot be read"_s}},

@@ -24,6 +24,8 @@ QString operationOf(const QueuedMessage& message)
 
 QString stateText(const QueuedMessage& message)
 {
+    if (message.damaged)
+        return u"damaged"_s;
     return message.state == QueuedMessage::State::Parked ? u"parked"_s : u"waiting"_s;
 }
 

@@ -14,7 +14,7 @@ QString operationOf(const QueuedMessage& message);
 /// The number of a message as it is typed; throws UsageError when it is none.
 qint64 messageId(const QString& text);
 
-/// "waiting" or "parked".
+/// "waiting", "parked" or "damaged".
 QString stateText(const QueuedMessage& message);
 
 /// What the tools tell of a message: nothing of its headers and body, numbers in texts masked.

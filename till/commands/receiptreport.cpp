@@ -4,6 +4,7 @@
 #include "host/core/storage.h"
 #include "host/utils/masking.h"
 #include "host/utils/money.h"
+#include "host/utils/storageerror.h"
 #include "till/commands/queuereport.h"
 #include "till/hostobjects.h"
 #include "till/reconciliation.h"
@@ -17,8 +18,12 @@ namespace till {
 
 namespace {
 
+const QString damagedState = u"damaged"_s;
+
 QString stateOf(const ReceiptReport& report, bool closed)
 {
+    if (report.state == damagedState)
+        return report.state;
     if (report.document)
         return closed ? u"closed"_s : u"open"_s;
     const auto abandoned = [](const utils::JournalEntry& entry) { return entry.event == u"abandoned"_s; };
@@ -28,7 +33,11 @@ QString stateOf(const ReceiptReport& report, bool closed)
 
 QString nextOf(const ReceiptReport& report)
 {
+    if (report.state == damagedState)
+        return u"bring it back from a backup; see docs/operations.md"_s;
     for (const QueuedMessage& message : report.pending) {
+        if (message.damaged)
+            return u"damaged: message %1 needs till queue drop"_s.arg(message.id);
         if (message.state == QueuedMessage::State::Parked)
             return u"parked: message %1 needs till queue retry or till queue drop"_s.arg(message.id);
     }
@@ -80,8 +89,15 @@ QJsonObject entryJson(const utils::JournalEntry& entry)
 } // namespace
 
 ReceiptReports::ReceiptReports()
-    : m_open(SaveToFileLogic::loadOpenReceipt())
-{}
+{
+    try {
+        m_open = SaveToFileLogic::loadOpenReceipt();
+    } catch (const BasicException& failure) {
+        if (!utils::isFault(failure, utils::StorageFault::Damaged))
+            throw;
+        m_openIsDamaged = true;
+    }
+}
 
 ReceiptReports::~ReceiptReports() { dropHostObject<DocumentsDao>(); }
 
@@ -90,7 +106,13 @@ ReceiptReport ReceiptReports::of(const QString& identifier) const
     ReceiptReport report;
     report.identifier = identifier;
     report.timeline = m_journal.of(identifier);
-    report.document = hostObject<DocumentsDao>().loadDocument(identifier, false);
+    try {
+        report.document = hostObject<DocumentsDao>().loadDocument(identifier, false);
+    } catch (const BasicException& failure) {
+        if (!utils::isFault(failure, utils::StorageFault::Damaged))
+            throw;
+        report.state = damagedState;
+    }
     const bool closed = !report.document.isNull();
     if (!closed && m_open && m_open->getIdentifier() == identifier)
         report.document = m_open;
@@ -103,6 +125,13 @@ ReceiptReport ReceiptReports::of(const QString& identifier) const
 QList<ReceiptReport> ReceiptReports::latest(int limit) const
 {
     QList<ReceiptReport> reports;
+    if (m_openIsDamaged) {
+        ReceiptReport unknown;
+        unknown.identifier = u"open-receipt"_s;
+        unknown.state = damagedState;
+        unknown.next = u"restart the till, which sets the file aside; see docs/operations.md"_s;
+        reports.append(unknown);
+    }
     for (const QString& identifier : m_journal.receipts(limit))
         reports.append(of(identifier));
     return reports;

@@ -12,8 +12,9 @@ namespace till {
 struct ReceiptReport
 {
     QString identifier;
-    QSharedPointer<AbstractDocument> document; ///< as closed, or as open; null: abandoned, or only heard of
-    QString state;                             ///< "open", "closed", "abandoned" or "unknown"
+    QSharedPointer<AbstractDocument>
+        document;  ///< as closed, or as open; null: abandoned, damaged, or only heard of
+    QString state; ///< "open", "closed", "abandoned", "damaged" or "unknown"
     QList<utils::JournalEntry> timeline;
     QList<QueuedMessage> pending; ///< its messages that are still in the queue
     QString next;                 ///< what will happen or has to, in English
@@ -29,7 +30,8 @@ public:
     ReceiptReports& operator=(const ReceiptReports&) = delete;
 
     [[nodiscard]] ReceiptReport of(const QString& identifier) const;
-    /// Those to which something happened last, at most `limit`.
+    /// Those to which something happened last, at most `limit`; before them a damaged open receipt, whose
+    /// identifier nobody knows, as "open-receipt".
     [[nodiscard]] QList<ReceiptReport> latest(int limit) const;
 
 private:
@@ -38,6 +40,7 @@ private:
     utils::Journal m_journal;
     MessageQueue m_queue;
     QSharedPointer<AbstractDocument> m_open;
+    bool m_openIsDamaged = false;
 };
 
 /// For `till receipts list --json`: all but positions and timeline.

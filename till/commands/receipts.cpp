@@ -86,7 +86,7 @@ int show(const Invocation& invocation)
     const QString identifier = invocation.arguments.first();
     const ReceiptReports reports;
     const ReceiptReport report = reports.of(identifier);
-    if (!report.document && report.timeline.isEmpty())
+    if (report.state == u"unknown"_s && report.timeline.isEmpty())
         throw UsageError(
             u"till: receipts show: no receipt '%1' here; see till receipts list"_s.arg(identifier));
     const QJsonObject json = receiptJson(report);
@@ -108,7 +108,8 @@ Command receiptsListCommand()
             .about = u"Show the receipts to which something happened last, and what is next for each."_s,
             .details = u"With --json: {\"receipts\"}; each is {\"receipt\", \"type\" (\"sale\", \"return\" "
                        u"or \"\"), \"state\" "
-                       "(\"open\", \"closed\",\n\"abandoned\" or \"unknown\"), \"last\", \"card\", \"sum\", "
+                       "(\"open\", \"closed\",\n\"abandoned\", \"damaged\" or \"unknown\"), \"last\", "
+                       "\"card\", \"sum\", "
                        "\"pointsDiscount\", "
                        "\"pending\" (messages as in queue list), \"next\"}.\nAmounts are money, or null."_s,
             .options = {{u"limit"_s, u"N"_s, u"At most so many; 20 otherwise."_s}},

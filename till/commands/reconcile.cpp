@@ -3,6 +3,7 @@
 #include "host/network/restclient.h"
 #include "host/utils/datadirectory.h"
 #include "host/utils/journal.h"
+#include "host/utils/storageerror.h"
 #include "till/booking.h"
 #include "till/commands/commands.h"
 #include "till/commands/playing.h"
@@ -103,8 +104,16 @@ QList<Difference> compared(const Ledger& ledger, const QStringList& receipts)
     const QSharedPointer<AbstractDocument> open = SaveToFileLogic::loadOpenReceipt();
     QList<Difference> found;
     for (const QString& identifier : receipts) {
-        for (const QString& text : ledger.differences(identifier, bookedReceipt(identifier, open, awaited)))
-            found.append({identifier, text});
+        try {
+            for (const QString& text :
+                 ledger.differences(identifier, bookedReceipt(identifier, open, awaited)))
+                found.append({identifier, text});
+        } catch (const BasicException& failure) {
+            if (!utils::isFault(failure, utils::StorageFault::Damaged))
+                throw;
+            found.append({identifier,
+                          u"receipt %1 cannot be compared: it, or its sale, is damaged"_s.arg(identifier)});
+        }
     }
     return found;
 }

@@ -15,8 +15,8 @@ bool play(const Scenario& scenario, const Options& options, Trace& trace, Report
           ScenarioClock& clock, QList<Summary>& summaries)
 {
     Till till(partsOf(options), scenario.config, nullptr);
-    const QString clockFile = utils::dataFile(u"scenario-clock"_s);
-    clock.goOnFrom(clockFile);
+    const QString clockFile = u"scenario-clock"_s;
+    clock.goOnFrom(utils::dataFile(clockFile));
     reporter.begin(scenario.name, scenario.fileName);
     reporter.preparations(trace.take());
     Player player(till, trace, reporter, &clock);
@@ -26,7 +26,7 @@ bool play(const Scenario& scenario, const Options& options, Trace& trace, Report
     summaries.last().fileName = scenario.fileName;
     reporter.preparations(trace.take());
     reporter.end(summaries.last(), player.tally());
-    clock.keepIn(clockFile);
+    clock.keepIn(utils::dataFile(clockFile));
     const bool agrees = summaries.last().differences.value_or(QStringList()).isEmpty();
     return agrees && player.tally().failed == player.tally().allowed;
 }
@@ -43,6 +43,7 @@ int run(const Invocation& invocation)
     QTextStream err(stderr);
     const LogFile logFile(options.logFile, fileLevel(options));
     Trace trace(screenLevel(options, LogLevel::Info));
+    warnOfExposure(options);
     const auto reporter = reporterFor(options, out, err);
     ScenarioClock clock;
     QList<Summary> summaries;

@@ -2,6 +2,7 @@
 
 #include "host/core/terminalfrontend.h"
 #include "host/network/deliveryworker.h"
+#include "host/utils/basicexception.h"
 #include "till/commands/commands.h"
 #include "till/commands/playing.h"
 #include "till/hostobjects.h"
@@ -19,8 +20,12 @@ namespace {
 QStringList alarmsAt(Till& till)
 {
     QStringList alarms;
-    for (const QueueWarning& warning : queueWarnings(till.queue(), hostObject<Config>()))
-        alarms.append(warning.russian);
+    try {
+        for (const QueueWarning& warning : queueWarnings(till.queue(), hostObject<Config>()))
+            alarms.append(warning.russian);
+    } catch (const BasicException& failure) {
+        alarms.append(failure.tr().ru());
+    }
     return alarms;
 }
 
@@ -33,6 +38,7 @@ int run(const Invocation& invocation)
     QTextStream err(stderr);
     const LogFile logFile(options.logFile, fileLevel(options));
     Trace trace(screenLevel(options, LogLevel::Info));
+    warnOfExposure(options);
     const auto reporter = reporterFor(options, out, err);
 
     QTextStream& talk = options.json ? err : out; // then only the steps' lines may go to the standard output

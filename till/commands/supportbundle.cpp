@@ -69,6 +69,8 @@ QString maskedLine(const QString& line)
 QString logLines(const QString& fileName)
 {
     QFile file(fileName);
+    if (!fileName.isEmpty() && QFileInfo::exists(fileName) && !QFileInfo(fileName).isFile())
+        return fileName + u": is no plain file"_s;
     if (fileName.isEmpty() || !file.open(QIODevice::ReadOnly))
         return fileName.isEmpty() ? u"no log file is configured"_s : fileName + u": "_s + file.errorString();
     if (file.size() > logTail) {

@@ -44,4 +44,7 @@ private:
 /// The failure in English, with the host's own words behind it.
 QString administratorsText(const std::exception& failure);
 
+/// What to do about it, in English.
+QString remedyOf(const std::exception& failure);
+
 } // namespace till

@@ -74,6 +74,7 @@ int run(const Invocation& invocation)
 
     const LogFile logFile(options.logFile, fileLevel(options));
     Trace trace(screenLevel(options, LogLevel::Info));
+    warnOfExposure(options);
     window::Waiting waiting;
     window::ServiceWatch watch;
     window::WindowFrontend frontend(waiting);

@@ -1,6 +1,5 @@
 #include "till/window/returndialog.h"
 
-#include "host/core/storage.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/printable.h"
 #include "host/utils/quantity.h"
@@ -145,8 +144,9 @@ void ReturnDialog::fillSales()
     } catch (const BasicException& failure) {
         m_failure = failure.tr().ru();
     }
-    for (const auto& sale : m_sales)
-        m_list->addItem(utils::printableLines(saleLine(*sale)));
+    for (const ClosedSale& sale : m_sales)
+        m_list->addItem(utils::printableLines(sale.document ? saleLine(*sale.document)
+                                                            : sale.identifier + u"\nповреждён"_s));
     m_list->setEnabled(!m_sales.isEmpty());
     if (m_sales.isEmpty()) {
         m_list->addItem(m_failure.isEmpty() ? u"Закрытых чеков нет"_s : u"Чеки не прочитаны"_s);
@@ -157,19 +157,17 @@ void ReturnDialog::fillSales()
     m_list->setFocus();
 }
 
-QString ReturnDialog::sale() const
-{
-    const auto chosen = m_sales.value(m_list->currentRow());
-    return chosen ? chosen->getIdentifier() : QString();
-}
+QString ReturnDialog::sale() const { return m_sales.value(m_list->currentRow()).identifier; }
 
 void ReturnDialog::showSale()
 {
-    const auto chosen = m_sales.value(m_list->currentRow());
+    const auto chosen = m_sales.value(m_list->currentRow()).document;
     auto items = chosen ? chosen->getGoodsItems() : QList<QSharedPointer<GoodsItem>>();
     m_failure.clear();
+    if (!chosen && !sale().isEmpty())
+        m_failure = u"Чек %1 повреждён: вернуть по нему нельзя. Сообщите администратору"_s.arg(sale());
     try {
-        m_left = leftOf(chosen ? chosen->getIdentifier() : QString(), items);
+        m_left = leftOf(sale(), items);
     } catch (const BasicException& failure) {
         m_failure = failure.tr().ru();
     } catch (const std::exception& failure) {
@@ -227,7 +225,7 @@ void ReturnDialog::preview()
         m_table->item(row, Left)->setText(screen::quantity(m_left[row] - m_quantity[row]));
         m_table->item(row, Now)->setText(m_quantity[row] > 0 ? screen::quantity(m_quantity[row]) : u"—"_s);
     }
-    const auto chosen = m_sales.value(m_list->currentRow());
+    const auto chosen = m_sales.value(m_list->currentRow()).document;
     const QVariantList wanted = positions();
     for (QPushButton* change : {m_less, m_more, m_all})
         change->setEnabled(m_table->rowCount() > 0);

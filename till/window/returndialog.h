@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/core/storage.h"
 #include "till/window/desk.h"
 #include "till/window/widgets.h"
 
@@ -28,7 +29,7 @@ private:
     void preview();
 
     Desk& m_desk;
-    QList<QSharedPointer<AbstractDocument>> m_sales;
+    QList<ClosedSale> m_sales;
     QListWidget* m_list;
     QTableWidget* m_table;
     Label* m_preview;

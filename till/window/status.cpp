@@ -14,6 +14,7 @@ namespace till::window {
 namespace {
 
 constexpr int shownMessages = 50;
+constexpr int firstStatus = 100; // below lie RestClient's own codes
 
 QString balanceText(const Desk& desk)
 {
@@ -114,8 +115,10 @@ QStringList timelineOf(const QString& receipt)
                 entry.event == u"request"_s && i + 1 < entries.size() && entries[i + 1].event == u"answer"_s;
             if (isAnswered)
                 continue; // the answer tells of both
-            const QString event = entry.event == u"answer"_s ? answerText(entry.code, entry.milliseconds)
-                                                             : eventText(entry.event);
+            QString event = entry.event == u"answer"_s ? answerText(entry.code, entry.milliseconds)
+                                                       : eventText(entry.event);
+            if (entry.event == u"parked"_s && entry.code < firstStatus)
+                event = u"отправить нельзя"_s; // the service has not seen it
             QString line = entry.time.toLocalTime().toString(u"HH:mm:ss  "_s);
             line += entry.operation.isEmpty() ? event : operationText(entry.operation) + u": "_s + event;
             lines.append(line);
@@ -134,7 +137,9 @@ QStringList queueLines(const MessageQueue& queue)
         QString line = message.enqueued.toLocalTime().toString(u"HH:mm  "_s) + operationText(operation);
         if (!message.group.isEmpty())
             line += u", чек "_s + message.group;
-        if (message.state == QueuedMessage::State::Parked)
+        if (message.damaged)
+            line += u"\nповреждено"_s;
+        else if (message.state == QueuedMessage::State::Parked)
             line += u"\nотклонено службой"_s;
         else if (message.attempts > 0)
             line += u"\nпопыток: %1"_s.arg(message.attempts);

@@ -89,7 +89,8 @@ TEST_F(TillDialogue, AsksBeforeAMessageIsDropped)
 TEST_F(TillDialogue, TheShellTellsAnAlarmOnceBeforeItsPrompt)
 {
     const std::string text = shown({u"shell"_s}, "nonsense\nquit\n");
-    const std::string alarm = "! Служба лояльности отклонила сообщений: 1. Сообщите администратору\r\n";
+    const std::string alarm =
+        "! Сообщений, которые не удастся отправить службе лояльности: 1. Сообщите администратору\r\n";
     const std::size_t first = text.find(alarm + "till> ");
     ASSERT_NE(first, std::string::npos) << text;
     EXPECT_THAT(text.substr(first + alarm.size()), Not(HasSubstr(alarm)));
@@ -99,8 +100,10 @@ TEST_F(TillDialogue, TheSummaryOfARunTellsAlarms)
 {
     const QString scenario = files.write(u"s.json"_s, R"({ "steps": [] })");
     const Ran ran = run({u"run"_s, scenario, u"--data-dir"_s, directory});
-    EXPECT_THAT(ran.out.toStdString(),
-                HasSubstr("\nСлужба лояльности отклонила сообщений: 1. Сообщите администратору\n"));
+    EXPECT_THAT(
+        ran.out.toStdString(),
+        HasSubstr(
+            "\nСообщений, которые не удастся отправить службе лояльности: 1. Сообщите администратору\n"));
 }
 
 } // namespace tilltest

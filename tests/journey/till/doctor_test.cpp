@@ -1,7 +1,12 @@
+#include "host/core/document.h"
+#include "host/core/storage.h"
 #include "host/network/messagequeue.h"
 #include "host/utils/datadirectory.h"
+#include "host/utils/storageerror.h"
+#include "tests/journey/till/damage.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/httpserver.h"
+#include "till/commands/tool.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -41,10 +46,11 @@ protected:
         configure({});
     }
 
-    void configure(const QByteArray& more)
+    void configure(const QByteArray& more) { configure(more, QFile::ReadOwner | QFile::WriteOwner); }
+    void configure(const QByteArray& more, QFile::Permissions mode)
     {
-        static_cast<void>(
-            files.write(u"till.toml"_s, "[KYRLoyalty]\nuser = \"shop\"\npassword = \"hush\"\n" + more));
+        QFile::setPermissions(
+            files.write(u"till.toml"_s, "[KYRLoyalty]\nuser = \"shop\"\npassword = \"hush\"\n" + more), mode);
     }
 
     /// The service's next answer.
@@ -107,7 +113,7 @@ TEST_F(TillDoctor, FindsNothingWhereAllIsWell)
     const auto found = findings();
     for (const QString& check : {u"configuration"_s, u"ratio"_s, u"name"_s, u"connection"_s, u"tls"_s,
                                  u"service"_s, u"credentials"_s, u"clock"_s, u"data"_s, u"files"_s, u"disk"_s,
-                                 u"store"_s, u"queue"_s, u"plug-in"_s}) {
+                                 u"store"_s, u"contents"_s, u"queue"_s, u"plug-in"_s}) {
         EXPECT_EQ(found.value(check)[u"state"_s].toString(), u"ok"_s) << check.toStdString();
         EXPECT_EQ(found.value(check)[u"remedy"_s].toString(), QString());
     }
@@ -230,7 +236,8 @@ TEST_F(TillDoctor, TellsOfMessagesThatWaitForTooLongOrAreParked)
     queue.park(queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, u"text"_s),
                {.code = 422, .error = u"refused"_s, .milliseconds = 0});
     answer(404);
-    expect(findings().value(u"queue"_s), "problem", "1 parked: the service refuses them for good");
+    expect(findings().value(u"queue"_s), "problem",
+           "1 parked: refused by the service for good, or not to be sent as they are");
 }
 
 TEST_F(TillDoctor, NamesDamagedFilesThatWereSetAside)
@@ -265,6 +272,59 @@ TEST_F(TillDoctor, TellsAPluginThatIsNone)
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("problem plug-in"));
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("→ name a fitting one with --plugin"));
+}
+
+TEST_F(TillDoctor, ReadsEachReceiptAndMessage)
+{
+    utils::setDataDirectory(directory);
+    DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, u"R-1"_s));
+    for (int i = 0; i < 2; ++i)
+        (void)MessageQueue().enqueue(u"kyrloyalty"_s, u"R-1"_s, {{u"n"_s, i}}, {});
+    utils::setDataDirectory({});
+    flipABit(directory, u"documents"_s, u"content"_s, u"identifier = 'R-1'"_s);
+    answer(404);
+    expect(findings().value(u"contents"_s), "problem", "receipt R-1 is damaged");
+    flipABit(directory, u"documents"_s, u"content"_s, u"identifier = 'R-1'"_s); // whole again
+    flipABit(directory, u"queued"_s, u"message"_s, u"id = 2"_s);
+    answer(404);
+    const auto found = findings();
+    expect(found.value(u"contents"_s), "problem", "message 2 is damaged");
+    EXPECT_THAT(found.value(u"contents"_s)[u"remedy"_s].toString().toStdString(),
+                HasSubstr("till queue drop 2"));
+    expect(found.value(u"store"_s), "ok", "sound");
+}
+
+TEST_F(TillDoctor, ReadsTheOpenReceipt)
+{
+    QFile::setPermissions(files.write(u"data/open-receipt"_s, "no receipt"),
+                          QFile::ReadOwner | QFile::WriteOwner);
+    answer(404);
+    expect(findings().value(u"contents"_s), "problem", "open-receipt");
+}
+
+TEST_F(TillDoctor, HasForEachFaultARemedyOfItsOwn)
+{
+    using enum utils::StorageFault;
+    QSet<QString> remedies;
+    for (const auto fault : {Full, Denied, Damaged, Newer, Locked, Gone, Strange, Exposed, Failed}) {
+        const BasicException failure = utils::storageError(fault, u"f"_s);
+        remedies.insert(till::remedyOf(failure));
+        EXPECT_THAT(till::administratorsText(failure).toStdString(), ::testing::StartsWith("till: "));
+    }
+    EXPECT_EQ(remedies.size(), 9);
+}
+
+TEST_F(TillDoctor, TellsAConfigurationWhosePasswordOthersMayRead)
+{
+    configure({}, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
+    answer(404);
+    const auto found = findings();
+    expect(found.value(u"configuration"_s), "warning",
+           "holds the password, and others than its owner may read it");
+    EXPECT_THAT(found.value(u"configuration"_s)[u"remedy"_s].toString().toStdString(),
+                HasSubstr("chmod 600 /"));
+    configure({}, QFile::ReadOwner | QFile::WriteOwner | QFile::WriteGroup);
+    expect(findings().value(u"configuration"_s), "problem", "may be written by others than its owner");
 }
 
 } // namespace tilltest

@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
@@ -145,6 +147,53 @@ TEST(TillEnvironment, QuietShowsNoWarnings)
     EXPECT_THAT(run(arguments, askForACard).out.toStdString(), HasSubstr("info "));
     EXPECT_THAT(run(arguments + QStringList{u"-q"_s}, askForACard).out.toStdString(),
                 Not(HasSubstr("info ")));
+}
+
+TEST(TillEnvironment, AConfigurationWithAPasswordIsWarnedOfOrRefusedWhenOthersMayUseIt)
+{
+    const Files files;
+    const QString config =
+        files.write(u"till.toml"_s, "[KYRLoyalty]\nuser = \"shop\"\npassword = \"hush-hush\"\n");
+    const QStringList arguments{u"shell"_s, u"--config"_s, config};
+    const auto owners = QFile::ReadOwner | QFile::WriteOwner;
+    QFile::setPermissions(config, owners);
+    const Ran well = run(arguments);
+    EXPECT_EQ(well.status, 0);
+    EXPECT_THAT((well.out + well.err).toStdString(), Not(HasSubstr("may read")));
+    for (const auto readers : {QFile::ReadGroup, QFile::ReadOther}) {
+        QFile::setPermissions(config, owners | readers);
+        const Ran warned = run(arguments);
+        EXPECT_EQ(warned.status, 0);
+        EXPECT_THAT(
+            (warned.out + warned.err).toStdString(),
+            HasSubstr("holds the password, and others than its owner may read it; mend it with: chmod 600 " +
+                      config.toStdString()));
+    }
+    for (const auto writers : {QFile::WriteGroup, QFile::WriteOther}) {
+        QFile::setPermissions(config, owners | writers);
+        const Ran refused = run(arguments);
+        EXPECT_EQ(refused.status, 2);
+        EXPECT_THAT(refused.err.toStdString(), HasSubstr("mend it with: chmod go-w " + config.toStdString()));
+        EXPECT_THAT(refused.err.toStdString(), Not(HasSubstr("hush")));
+    }
+}
+
+TEST(TillEnvironment, AConfigurationThatOthersWriteMayNotSayWhereAPasswordGoes)
+{
+    const Files files;
+    const QString config = files.write(u"till.toml"_s, "[KYRLoyalty]\nuser = \"shop\"\n");
+    QFile::setPermissions(config, QFile::ReadOwner | QFile::WriteOwner | QFile::WriteOther);
+    const QStringList arguments{u"shell"_s, u"--config"_s, config};
+    EXPECT_EQ(run(arguments).status, 0) << "there is nothing to get";
+    EXPECT_EQ(runWith({u"KYR_LOYALTY_PASSWORD=hush"_s}, arguments).status, 2);
+}
+
+TEST(TillEnvironment, ALogFileThatIsAPipeDoesNotMakeAnybodyWait)
+{
+    const Files files;
+    const QString log = files.path(u"till.log"_s);
+    ASSERT_EQ(mkfifo(QFile::encodeName(log).constData(), 0600), 0);
+    EXPECT_EQ(run({u"shell"_s, u"--log-file"_s, log}).status, 2);
 }
 
 } // namespace tilltest

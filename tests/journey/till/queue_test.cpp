@@ -1,5 +1,6 @@
 #include "host/network/messagequeue.h"
 #include "host/utils/datadirectory.h"
+#include "tests/journey/till/damage.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/httpserver.h"
 
@@ -196,6 +197,23 @@ TEST_F(TillQueue, TheUsualFolderIsTheServicesOrTheUsers)
                         {u"queue"_s, u"list"_s})
                     .err.toStdString(),
                 HasSubstr(files.path(u"state/kyr-loyalty"_s).toStdString() + ": no such data directory"));
+}
+
+TEST_F(TillQueue, CallsADamagedMessageDamagedAndNotRefused)
+{
+    const qint64 id = enqueue(u"R-1"_s);
+    flipABit(directory, u"queued"_s, u"message"_s, u"id = %1"_s.arg(id));
+    for (int i = 0; i < 2; ++i) { // before its delivery was tried, and after
+        EXPECT_THAT(queue({u"list"_s}).out.toStdString(),
+                    AllOf(HasSubstr("  damaged "), Not(HasSubstr("refuse"))));
+        EXPECT_EQ(json({u"list"_s})[u"messages"_s][0][u"state"_s].toString(), u"damaged"_s);
+        EXPECT_THAT(queue({u"show"_s, QString::number(id)}).out.toStdString(),
+                    AllOf(HasSubstr("state       damaged\n"), Not(HasSubstr("refuse"))));
+        const Ran receipt = run({u"receipts"_s, u"show"_s, u"R-1"_s, u"--data-dir"_s, directory});
+        EXPECT_THAT(receipt.out.toStdString(), HasSubstr("damaged: message 1 needs till queue drop"));
+        EXPECT_EQ(queue({u"deliver"_s}).status, 1);
+    }
+    EXPECT_TRUE(server.requests().isEmpty());
 }
 
 } // namespace tilltest

@@ -2,6 +2,7 @@
 #include "host/core/storage.h"
 #include "host/utils/datadirectory.h"
 #include "host/utils/journal.h"
+#include "tests/journey/till/damage.h"
 #include "tests/journey/till/tillprocess.h"
 #include "till/unknownspending.h"
 
@@ -138,6 +139,37 @@ TEST_F(TillReceipts, AReceiptThatNobodyKnowsIsRefused)
     const Ran ran = receipts({u"show"_s, u"R-9"_s});
     EXPECT_EQ(ran.status, 2);
     EXPECT_THAT(ran.err.toStdString(), HasSubstr("no receipt 'R-9' here; see till receipts list"));
+}
+
+TEST_F(TillReceipts, ListsADamagedOneInALineAndTheOthersAsEver)
+{
+    const QByteArray second = R"({ "do": "openSale", "id": "R-2", "positions": [
+        { "articul": "1", "name": "Чай", "price": 300, "quantity": 2 } ] })";
+    play(sale + R"(, { "do": "pay" }, )" + second + R"(, { "do": "pay" })");
+    flipABit(directory, u"documents"_s, u"content"_s, u"identifier = 'R-1'"_s);
+    const Ran listed = receipts({u"list"_s, u"--json"_s});
+    EXPECT_EQ(listed.status, 0) << listed.err.toStdString();
+    const QJsonArray list = QJsonDocument::fromJson(listed.out)[u"receipts"_s].toArray();
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list[0][u"state"_s].toString(), u"closed"_s);
+    EXPECT_EQ(list[1][u"receipt"_s].toString(), u"R-1"_s);
+    EXPECT_EQ(list[1][u"state"_s].toString(), u"damaged"_s);
+    EXPECT_THAT(list[1][u"next"_s].toString().toStdString(), HasSubstr("bring it back from a backup"));
+    const Ran one = receipts({u"show"_s, u"R-1"_s});
+    EXPECT_EQ(one.status, 0) << one.err.toStdString();
+    EXPECT_THAT(one.out.toStdString(), AllOf(HasSubstr("R-1, damaged\n"), HasSubstr("  closed")));
+}
+
+TEST_F(TillReceipts, ListsTheOthersWhenTheOpenReceiptIsDamaged)
+{
+    play(sale + R"(, { "do": "pay" })");
+    static_cast<void>(files.write(u"data/open-receipt"_s, "no receipt"));
+    const QJsonArray list =
+        QJsonDocument::fromJson(receipts({u"list"_s, u"--json"_s}).out)[u"receipts"_s].toArray();
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list[0][u"receipt"_s].toString(), u"open-receipt"_s);
+    EXPECT_EQ(list[0][u"state"_s].toString(), u"damaged"_s);
+    EXPECT_EQ(list[1][u"state"_s].toString(), u"closed"_s);
 }
 
 } // namespace tilltest

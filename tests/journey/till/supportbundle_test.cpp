@@ -1,5 +1,9 @@
+#include "host/core/document.h"
+#include "host/core/storage.h"
 #include "host/network/messagequeue.h"
 #include "host/utils/datadirectory.h"
+#include "host/utils/journal.h"
+#include "tests/journey/till/damage.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/hostiletext.h"
 #include "tests/support/httpserver.h"
@@ -240,6 +244,22 @@ TEST_F(TillSupportBundle, IsMadeOfABrokenTillToo)
     static_cast<void>(files.write(u"till.toml"_s, "this is not TOML"));
     ASSERT_EQ(bundle().status, 0);
     EXPECT_THAT(unpacked()[u"doctor.json"_s].toStdString(), HasSubstr("is not TOML"));
+}
+
+TEST_F(TillSupportBundle, HoldsTheOtherReceiptsWhenOneIsDamaged)
+{
+    utils::setDataDirectory(directory);
+    for (const QString& receipt : {u"R-1"_s, u"R-2"_s}) {
+        DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, receipt));
+        utils::Journal().add(
+            {.time = {}, .receipt = receipt, .event = u"closed"_s, .operation = {}, .detail = {}});
+    }
+    utils::setDataDirectory({});
+    flipABit(directory, u"documents"_s, u"content"_s, u"identifier = 'R-2'"_s);
+    ASSERT_EQ(bundle().status, 0);
+    const std::string receipts = unpacked()[u"receipts.json"_s].toStdString();
+    EXPECT_THAT(receipts, HasSubstr(R"("state": "damaged")"));
+    EXPECT_THAT(receipts, HasSubstr(R"("state": "closed")"));
 }
 
 } // namespace tilltest

@@ -1,5 +1,6 @@
 #include "tests/journey/window/cashier.h"
 
+#include <QFile>
 #include <QListWidget>
 
 using namespace Qt::StringLiterals;
@@ -59,7 +60,8 @@ TEST(WindowAlarm, TellsOfAMessageThatTheServiceRefusesForGood)
     cashier.press(Qt::Key_F12);
     cashier.touch(u"Отправить сейчас"_s);
     EXPECT_EQ(cashier.till().queue().parkedCount(), 1) << cashier.notice().toStdString();
-    EXPECT_EQ(cashier.status(), u"Служба лояльности отклонила сообщений: 1. Сообщите администратору"_s);
+    EXPECT_EQ(cashier.status(),
+              u"Сообщений, которые не удастся отправить службе лояльности: 1. Сообщите администратору"_s);
     EXPECT_THAT(queueOf(cashier), HasSubstr("отклонено службой"));
 }
 
@@ -76,6 +78,18 @@ TEST(WindowAlarm, TellsThatTheServiceRefusesUserOrPassword)
     cashier.touch(u"Отправить сейчас"_s); // accepted now
     EXPECT_EQ(cashier.till().queue().waitingCount(), 0) << cashier.notice().toStdString();
     EXPECT_THAT(cashier.status().toStdString(), Not(HasSubstr("пароль")));
+}
+
+TEST(WindowAlarm, TellsThatTheStoreWasTakenAway)
+{
+    Cashier cashier;
+    cashier.sell();
+    ASSERT_TRUE(QFile::remove(cashier.directory() + u"/till.sqlite"_s));
+    cashier.press(Qt::Key_F9);
+    const char* const gone = "till.sqlite удалены или подменены";
+    EXPECT_THAT(cashier.notice().toStdString(), HasSubstr(gone));
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr(gone));
+    EXPECT_TRUE(cashier.till().receipt()) << "it is not closed";
 }
 
 } // namespace windowtest

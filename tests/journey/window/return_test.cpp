@@ -31,6 +31,16 @@ public:
     }
 };
 
+/// A store in which the sale that was closed last is damaged.
+class DamagedReceipt : public DocumentsDao
+{
+public:
+    QList<ClosedSale> newestSales(int limit) override
+    {
+        return QList<ClosedSale>{{u"R-9"_s, nullptr}} + DocumentsDao::newestSales(limit);
+    }
+};
+
 /// Puts another object in the place of the host's, and the host's back.
 class InPlace
 {
@@ -156,6 +166,28 @@ TEST(WindowReturn, OfAStoreThatFailsSaysSoAndOpensNothing)
     cashier.press(Qt::Key_F10);
     EXPECT_EQ(cashier.dialogs(), 1);
     EXPECT_FALSE(cashier.till().receipt());
+}
+
+TEST(WindowReturn, ShowsADamagedReceiptInALineAndGivesTheOthersBack)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.press(Qt::Key_F9);
+    cashier.atDialog([&](QDialog& dialog) {
+        auto* list = dialog.findChild<QListWidget*>();
+        ASSERT_EQ(list->count(), 2);
+        EXPECT_EQ(list->item(0)->text(), u"R-9\nповреждён"_s);
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("Чек R-9 повреждён: вернуть по нему нельзя"));
+        cashier.press(Qt::Key_F4);
+        cashier.press(Qt::Key_F9);
+        EXPECT_TRUE(dialog.isVisible()) << "nothing of it can be given back";
+        cashier.press(Qt::Key_Down);
+        cashier.press(Qt::Key_F4);
+        cashier.press(Qt::Key_F9);
+    });
+    const InPlace damaged(new DamagedReceipt);
+    cashier.press(Qt::Key_F10);
+    EXPECT_TRUE(cashier.till().receipt()) << cashier.notice().toStdString();
 }
 
 TEST(WindowReturn, WithoutClosedReceiptsSaysSo)

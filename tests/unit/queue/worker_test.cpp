@@ -237,22 +237,36 @@ TEST_F(Worker, SaysOnceThatItsFileCannotBeUsedAndGoesOnWhenItCan)
     EXPECT_EQ(networkLog.lines().filter(u"nothing can be delivered for now"_s).size(), 1);
 }
 
-TEST_F(Worker, NoticesThatItsFileWasTakenAwayAndGoesOnWithTheNewOne)
+TEST_F(Worker, NoticesThatItsFileWasTakenAwayBeginsNoOtherAndGoesOnWhenItIsBack)
 {
+    const QString store = path(u"till.sqlite"_s);
     Watch watch;
     const DeliveryWorker worker(options(watch));
     ASSERT_TRUE(watch.saw(Phase::Delivering));
-    for (const char* end : {"", "-wal", "-shm"})
-        QFile::remove(path(u"till.sqlite"_s) + QLatin1String(end));
-    ASSERT_TRUE(watch.saw(Phase::Trouble));
+    ASSERT_TRUE(QFile::rename(store, path(u"aside"_s)));
+    ASSERT_TRUE(watch.saw([](const DeliveryState& state) {
+        return state.phase == Phase::Trouble && state.trouble.contains(u"till.sqlite"_s);
+    }));
+    EXPECT_FALSE(QFile::exists(store));
+    ASSERT_TRUE(QFile::rename(path(u"aside"_s), store));
     answer(1);
-    const QString url = server.url(u"/x"_s).toString();
-    std::thread([&url] { // a thread of its own opens the file anew
-        MessageQueue().enqueue(u"q"_s, {}, test_support::messageTo(url, "7"), {});
-    })
-        .join();
+    add({}, 7);
     ASSERT_TRUE(watch.sawDelivered(1));
     EXPECT_THAT(sent(), ElementsAre(7));
+}
+
+TEST_F(Worker, LetsGoOfALockThatWasRemovedAndTakesTheNewOne)
+{
+    const QString lock = path(u"queue.lock"_s);
+    Watch watch;
+    const DeliveryWorker worker(options(watch));
+    ASSERT_TRUE(watch.saw(Phase::Delivering));
+    ASSERT_TRUE(QFile::remove(lock));
+    ASSERT_TRUE(watch.saw([](const DeliveryState& state) {
+        return state.phase == Phase::Trouble && state.trouble.contains(u"queue.lock"_s);
+    }));
+    ASSERT_TRUE(watch.saw([&](const DeliveryState&) { return worker.state().phase == Phase::Delivering; }));
+    EXPECT_TRUE(QFile::exists(lock));
 }
 
 /// Long enough for a worker to become overdue in, if ever.

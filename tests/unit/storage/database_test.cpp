@@ -139,7 +139,7 @@ TEST_F(DatabaseFile, OfALaterVersionKeepsItsLogUntouchedToo)
     {
         const auto database = open(format(2));
         add(*database, u"only in the log"_s);
-        ASSERT_TRUE(QDir().mkdir(path(u"copy"_s)));
+        makePrivate(path(u"copy"_s));
         for (const QString& name : {u"f.sqlite"_s, u"f.sqlite-wal"_s})
             ASSERT_TRUE(QFile::copy(path(name), path(u"copy/"_s + name)));
     }
@@ -161,7 +161,7 @@ TEST_F(DatabaseFile, ThatOnlyItsLogMakesALaterVersionIsLeftUntouchedToo)
         Database::Format later = format(2);
         later.migrations = {{1, {u"ALTER TABLE t ADD COLUMN second TEXT"_s}}};
         const auto database = open(later);
-        ASSERT_TRUE(QDir().mkdir(path(u"copy"_s)));
+        makePrivate(path(u"copy"_s));
         for (const QString& name : {u"f.sqlite"_s, u"f.sqlite-wal"_s})
             ASSERT_TRUE(QFile::copy(path(name), path(u"copy/"_s + name)));
     }
@@ -313,8 +313,8 @@ TEST_F(DatabaseFile, InAFolderThatMayNotBeWrittenIsRefused)
 TEST_F(DatabaseFile, ThatMayNotBeWrittenIsRefused)
 {
     add(*open(), u"a"_s);
-    ASSERT_EQ(chmod(QFile::encodeName(outer().path()).constData(), 0777), 0);
-    ASSERT_EQ(chmod(QFile::encodeName(path()).constData(), 0777), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(outer().path()).constData(), 0755), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(path()).constData(), 0755), 0);
     ASSERT_EQ(chmod(QFile::encodeName(path(u"f.sqlite"_s)).constData(), 0400), 0);
     const test_support::Nobody nobody;
     EXPECT_EQ(failure([] { add(*open(), u"b"_s); }), u"hostStorageDenied"_s);

@@ -159,14 +159,15 @@ TEST_F(DataCheck, SetsADamagedStoreAsideWithItsLog)
 TEST_F(DataCheck, PutsALogToItsFileWhenSettingAsideWasInterrupted)
 {
     const QString aside = path(u"till.sqlite.damaged-20260101T000000Z"_s);
+    makePrivate(path());
     {
+        utils::setDataDirectory(path(u"former"_s));
         const auto held = utils::store();
         fillStore();
-        ASSERT_TRUE(QFile::copy(path(u"till.sqlite"_s), aside));
-        ASSERT_TRUE(QFile::copy(path(u"till.sqlite-wal"_s), path(u"log"_s)));
+        ASSERT_TRUE(QFile::copy(path(u"former/till.sqlite"_s), aside));
+        ASSERT_TRUE(QFile::copy(path(u"former/till.sqlite-wal"_s), path(u"till.sqlite-wal"_s)));
     }
-    ASSERT_TRUE(QFile::remove(path(u"till.sqlite"_s)));
-    ASSERT_TRUE(QFile::rename(path(u"log"_s), path(u"till.sqlite-wal"_s)));
+    utils::setDataDirectory(path());
     const QByteArray log = bytes(u"till.sqlite-wal"_s);
     const QList<DataFinding> found = findings();
     ASSERT_EQ(found.size(), 1);
@@ -233,7 +234,7 @@ TEST_F(DataCheck, TellsOfAFormerFileThatWasWrittenAfterTheUpgradeAndLeavesIt)
 
 TEST_F(DataCheck, SetsADamagedFormerFileAsideAndTakesTheOther)
 {
-    QDir().mkpath(path());
+    makePrivate(path());
     for (const QString& name : {u"receipts.sqlite"_s, u"receipts.sqlite-wal"_s})
         ASSERT_TRUE(QFile::copy(QStringLiteral(KYR_TEST_DATA "/version1/") + name, path(name)));
     overwrite(u"queue.sqlite"_s, QByteArray(8192, 'x'));
@@ -247,9 +248,9 @@ TEST_F(DataCheck, SetsADamagedFormerFileAsideAndTakesTheOther)
 TEST_F(DataCheck, RefusesAFolderOrAFileThatMayNotBeWritten)
 {
     findings();
+    ASSERT_EQ(chmod(QFile::encodeName(outer().path()).constData(), 0755), 0);
     for (const auto& [file, mode] : {std::pair(path(), 0555U), std::pair(path(u"till.sqlite"_s), 0444U)}) {
-        for (const QString& open : {outer().path(), path()})
-            ASSERT_EQ(chmod(QFile::encodeName(open).constData(), 0777), 0);
+        ASSERT_EQ(chmod(QFile::encodeName(path()).constData(), 0755), 0);
         ASSERT_EQ(chmod(QFile::encodeName(file).constData(), mode), 0);
         const test_support::Nobody nobody;
         EXPECT_EQ(failure([] { findings(); }), u"hostStorageDenied"_s) << file.toStdString();
@@ -271,8 +272,7 @@ TEST_F(DataCheck, RefusesAFullDiskBeforeAnythingIsPromised)
 
 TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
 {
-    findings();
-    fillStore();
+    makePrivate(path());
     const QByteArray directory = QFile::encodeName(path());
     enum Result { Fine, NoDisk, NotRefused, NotMended };
     const pid_t child = fork();
@@ -281,7 +281,7 @@ TEST_F(DataCheck, RefusesADiskThatIsReallyFullAndLosesNothing)
         // A disk of its own, seen by nobody else and gone with the process.
         if (unshare(geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
             mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("none", directory.constData(), "tmpfs", 0, "size=1m") != 0)
+            mount("none", directory.constData(), "tmpfs", 0, "size=1m,mode=700") != 0)
             _exit(NoDisk);
         Result result = findings().isEmpty() ? Fine : NotMended;
         fillStore();

@@ -1,8 +1,19 @@
+#include "host/core/datacheck.h"
+#include "host/core/storage.h"
+#include "host/network/queuedelivery.h"
 #include "host/utils/filelock.h"
 #include "host/utils/privatefile.h"
+#include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 
 #include <gmock/gmock.h>
+
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <functional>
+#include <sys/file.h>
+#include <sys/wait.h>
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
@@ -109,7 +120,7 @@ TEST_F(PrivateFile, ThatIsMissingReadsAsNothingAndOneThatMayNotBeReadIsTold)
 {
     const QString file = utils::dataFile(u"f"_s);
     EXPECT_EQ(utils::readFile(file), std::nullopt);
-    EXPECT_EQ(failure([&] { utils::readFile(path()); }), u"hostStorageFailed"_s) << "a folder in its place";
+    EXPECT_EQ(failure([&] { utils::readFile(path()); }), u"hostStorageStrange"_s) << "a folder in its place";
     utils::replaceFile(file, "");
     EXPECT_EQ(utils::readFile(file), QByteArray(""));
 }
@@ -133,6 +144,154 @@ TEST_F(FileLock, IsHeldByOneAtATimeAndReleasedWithItsObject)
     }
     EXPECT_EQ(failure([] { const utils::FileLock third(u"lock"_s); }), QString());
     EXPECT_THAT(modes(), ElementsAre(u"lock 600"_s));
+}
+
+TEST_F(DataDirectory, ThatEverybodyMayWriteIsRefusedWithAClearWord)
+{
+    for (const mode_t wrong : {0777U, 01777U, 0702U}) {
+        makePrivate(path());
+        ASSERT_EQ(chmod(QFile::encodeName(path()).constData(), wrong), 0);
+        utils::setDataDirectory(path());
+        EXPECT_EQ(failure([] { openDataDirectory(); }), u"hostStorageExposed"_s) << wrong;
+        EXPECT_THAT(modes(), testing::IsEmpty());
+    }
+    ASSERT_EQ(chmod(QFile::encodeName(path()).constData(), 0770), 0);
+    EXPECT_NO_THROW(openDataDirectory());
+}
+
+TEST_F(DataDirectory, ThatIsOpenedToEverybodyDuringWorkIsRefusedFromThenOn)
+{
+    const auto opened = openDataDirectory();
+    ASSERT_EQ(chmod(QFile::encodeName(path()).constData(), 0777), 0);
+    EXPECT_EQ(failure([] { MockFactory<SaveToFileLogic>::create()->save(richSale(u"R-1"_s), {}); }),
+              u"hostStorageExposed"_s);
+}
+
+/// Something that is no file of the till's in the place of each of them.
+class StrangeThing : public test_support::Storage
+{
+protected:
+    /// Whoever works on the data directory refuses it, at once, and leaves it as it is.
+    void expectRefused(const std::function<void(const QByteArray& name)>& put)
+    {
+        int number = 0;
+        for (const QString& name : {u"open-receipt"_s, u"till.sqlite"_s, u"till.sqlite-wal"_s,
+                                    u"till.sqlite-shm"_s, u"till.sqlite-journal"_s, u"queue.lock"_s}) {
+            SCOPED_TRACE(name.toStdString());
+            const QString directory = path(QString::number(++number));
+            utils::setDataDirectory(directory);
+            const QByteArray place = QFile::encodeName(directory + u'/' + name);
+            makePrivate(directory);
+            if (name.contains(u'-') && name.startsWith(u"till"_s))
+                (void)openDataDirectory(); // there is a store, as it was left
+            put(place);
+            struct stat before = {};
+            ASSERT_EQ(lstat(place.constData(), &before), 0);
+            EXPECT_EQ(failure([&] {
+                          if (name == u"queue.lock"_s)
+                              (void)QueueDelivery::lock();
+                          else
+                              (void)openDataDirectory();
+                      }),
+                      u"hostStorageStrange"_s);
+            struct stat after = {};
+            ASSERT_EQ(lstat(place.constData(), &after), 0);
+            EXPECT_EQ(before.st_ino, after.st_ino);
+        }
+    }
+};
+
+TEST_F(StrangeThing, ThatIsAPipeDoesNotMakeAnybodyWait)
+{
+    expectRefused([](const QByteArray& name) { ASSERT_EQ(mkfifo(name.constData(), 0600), 0); });
+}
+
+TEST_F(StrangeThing, ThatIsAFolderIsRefused)
+{
+    expectRefused([](const QByteArray& name) { ASSERT_EQ(mkdir(name.constData(), 0700), 0); });
+}
+
+TEST_F(StrangeThing, ThatIsALinkIsNotFollowedAndWhatItLeadsToKeepsItsMode)
+{
+    const QString target = outer().filePath(u"somebody's"_s);
+    QFile file(target);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    ASSERT_EQ(chmod(QFile::encodeName(target).constData(), 0644), 0);
+    expectRefused([&](const QByteArray& name) {
+        ASSERT_EQ(symlink(QFile::encodeName(target).constData(), name.constData()), 0);
+    });
+    EXPECT_EQ(mode(target), 0644U);
+    EXPECT_EQ(QFileInfo(target).size(), 0);
+}
+
+/// Another program that keeps a file locked while the object lives.
+class Locker
+{
+public:
+    template <class Lock>
+    Locker(const QString& file, Lock lock)
+    {
+        std::array<int, 2> ready{};
+        EXPECT_EQ(pipe(ready.data()), 0);
+        m_process = fork();
+        if (m_process == 0) {
+            const int opened = open(QFile::encodeName(file).constData(), O_RDWR);
+            lock(opened >= 0 ? opened : open(QFile::encodeName(file).constData(), O_RDONLY));
+            static_cast<void>(!write(ready[1], "x", 1));
+            pause();
+            _exit(0);
+        }
+        char byte = 0;
+        EXPECT_EQ(read(ready[0], &byte, 1), 1);
+        for (const int end : ready)
+            close(end);
+    }
+    ~Locker()
+    {
+        kill(m_process, SIGKILL);
+        waitpid(m_process, nullptr, 0);
+    }
+    Locker(const Locker&) = delete;
+    Locker& operator=(const Locker&) = delete;
+    [[nodiscard]] QString process() const { return u"process %1"_s.arg(m_process); }
+
+private:
+    pid_t m_process = 0;
+};
+
+class Locked : public test_support::Storage
+{
+protected:
+    static void expectTold(const QString& file, const Locker& locker)
+    {
+        try {
+            (void)openDataDirectory();
+            FAIL() << "opened";
+        } catch (const BasicException& failure) {
+            EXPECT_EQ(failure.tr().id(), u"hostStorageLocked"_s);
+            EXPECT_THAT(failure.tr().ru().toStdString(), testing::HasSubstr(file.toStdString()));
+            EXPECT_THAT(failure.tr().ru().toStdString(), testing::HasSubstr(locker.process().toStdString()));
+        }
+    }
+};
+
+TEST_F(Locked, FolderIsToldAfterAWaitWithTheProcessThatHoldsIt)
+{
+    makePrivate(path());
+    const Locker locker(path(), [](int file) { flock(file, LOCK_EX); });
+    expectTold(path(), locker);
+}
+
+TEST_F(Locked, StoreIsToldAfterAWaitWithTheProcessThatHoldsIt)
+{
+    (void)openDataDirectory();
+    const Locker locker(path(u"till.sqlite"_s), [](int file) {
+        struct flock all = {};
+        all.l_type = F_WRLCK;
+        fcntl(file, F_SETLK, &all);
+    });
+    expectTold(path(u"till.sqlite"_s), locker);
 }
 
 } // namespace

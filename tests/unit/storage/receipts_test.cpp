@@ -1,5 +1,7 @@
 #include "host/core/documentcodec.h"
 #include "host/core/storage.h"
+#include "host/network/messagequeue.h"
+#include "host/utils/storecheck.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 
@@ -31,6 +33,25 @@ protected:
         for (const auto& receipt : receipts)
             identifiers.append(receipt->getIdentifier());
         return identifiers;
+    }
+
+    /// The identifiers, behind those that are damaged a "!".
+    static QStringList identifiersOf(const QList<ClosedSale>& sales)
+    {
+        QStringList identifiers;
+        for (const ClosedSale& sale : sales)
+            identifiers.append(sale.identifier + (sale.document ? u""_s : u"!"_s));
+        return identifiers;
+    }
+    void storeReturn(const QString& identifier, const QString& of)
+    {
+        const auto giveBack = QSharedPointer<Document>::create(ReturnReceipt, identifier);
+        giveBack->setSaleDocumentId(of);
+        dao.store(giveBack);
+    }
+    static void damage(const QString& identifier)
+    {
+        flipABit(u"documents"_s, u"content"_s, u"identifier = '%1'"_s.arg(identifier));
     }
 
     DocumentsDao dao;
@@ -67,9 +88,7 @@ TEST_F(Receipts, ThatAreSalesAreListedTheLastClosedFirstAndNoMoreThanAskedFor)
     EXPECT_EQ(identifiersOf(dao.newestSales(10)), QStringList());
     for (const QString& identifier : {u"R-2"_s, u"R-10"_s, u"R-1"_s})
         dao.store(richSale(identifier));
-    const auto giveBack = QSharedPointer<Document>::create(ReturnReceipt, u"V-1"_s);
-    giveBack->setSaleDocumentId(u"R-1"_s);
-    dao.store(giveBack);
+    storeReturn(u"V-1"_s, u"R-1"_s);
     EXPECT_EQ(identifiersOf(dao.newestSales(10)), QStringList({u"R-1"_s, u"R-10"_s, u"R-2"_s}));
     EXPECT_EQ(identifiersOf(dao.newestSales(2)), QStringList({u"R-1"_s, u"R-10"_s}));
     EXPECT_EQ(identifiersOf(DocumentsDao().newestSales(1)), QStringList(u"R-1"_s)) << "after a restart";
@@ -197,6 +216,61 @@ TEST_F(Receipts, DamagedInTheFileAreToldNotInvented)
     }
     QSqlDatabase::removeDatabase(u"raw"_s);
     EXPECT_EQ(failure([this] { (void)load(); }), u"hostStorageDamaged"_s);
+}
+
+TEST_F(Receipts, OfWhichOneIsDamagedAreListedWithIt)
+{
+    for (const QString& identifier : {u"R-1"_s, u"R-2"_s, u"R-3"_s})
+        dao.store(richSale(identifier));
+    damage(u"R-2"_s);
+    EXPECT_EQ(identifiersOf(dao.newestSales(10)), QStringList({u"R-3"_s, u"R-2!"_s, u"R-1"_s}));
+}
+
+TEST_F(Receipts, AreNotGivenBackWhenAReturnOfThemIsDamagedAndOthersAre)
+{
+    for (const QString& identifier : {u"R-1"_s, u"R-2"_s})
+        dao.store(richSale(identifier));
+    storeReturn(u"V-1"_s, u"R-1"_s);
+    storeReturn(u"V-2"_s, u"R-2"_s);
+    damage(u"V-1"_s);
+    EXPECT_EQ(failure([this] { (void)dao.returnsOf(u"R-1"_s); }), u"hostStorageDamaged"_s);
+    EXPECT_EQ(identifiersOf(dao.returnsOf(u"R-2"_s)), QStringList(u"V-2"_s));
+}
+
+TEST_F(Receipts, AreNotGivenBackWhenADamagedOneMayBeTheirReturnAndLaterOnesAre)
+{
+    for (const QString& identifier : {u"R-1"_s, u"R-2"_s, u"R-3"_s})
+        dao.store(richSale(identifier));
+    const auto store = utils::store();
+    QSqlQuery forget = store->prepared(u"UPDATE documents SET sale = NULL"_s); // as version 1 left them
+    store->change(forget, {});
+    damage(u"R-2"_s);
+    EXPECT_EQ(failure([this] { (void)dao.returnsOf(u"R-1"_s); }), u"hostStorageDamaged"_s);
+    EXPECT_EQ(identifiersOf(dao.returnsOf(u"R-3"_s)), QStringList());
+    EXPECT_EQ(identifiersOf(dao.newestSales(10)), QStringList({u"R-3"_s, u"R-2!"_s, u"R-1"_s}));
+}
+
+TEST_F(Receipts, AndMessagesThatAreDamagedAreAllNamed)
+{
+    for (const QString& identifier : {u"R-1"_s, u"R-2"_s})
+        dao.store(richSale(identifier));
+    const auto record = load()->getCardRecord(12);
+    dao.saveCardRecord(record);
+    MessageQueue queue;
+    for (int i = 0; i < 250; ++i)
+        queue.enqueue(u"q"_s, {}, {{u"n"_s, i}}, {});
+    queue.drop(1);
+    queue.delivered(2, {});
+    EXPECT_THAT(utils::damagedSeals(), testing::IsEmpty());
+    damage(u"R-2"_s);
+    flipABit(u"card_records"_s, u"content"_s, u"document = 'R-1'"_s);
+    flipABit(u"queued"_s, u"message"_s, u"id = 240"_s);
+    flipABit(u"history"_s, u"message"_s, u"id = 1"_s);
+    QStringList damaged;
+    for (const utils::DamagedSeal& seal : utils::damagedSeals())
+        damaged.append(seal.table + u' ' + seal.key);
+    EXPECT_EQ(damaged,
+              QStringList({u"documents R-2"_s, u"card_records R-1"_s, u"queued 240"_s, u"history 1"_s}));
 }
 
 } // namespace

@@ -23,7 +23,7 @@ protected:
 
     static void layOut(const QString& directory)
     {
-        QDir().mkpath(directory);
+        makePrivate(directory);
         const QDir from(QStringLiteral(KYR_TEST_DATA "/version1"));
         for (const QString& name : from.entryList(QDir::Files)) {
             const QString to = directory + u'/' + name;

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+
+namespace utils {
+
+/// Who else keeps the file locked against writing, for the administrator: "process 1234"; empty when the
+/// system does not tell. Opens nothing, so no lock of this process on the file is lost.
+QString lockHolder(const QString& path);
+
+} // namespace utils
