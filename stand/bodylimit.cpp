@@ -2,7 +2,6 @@
 
 #include "stand/answers.h"
 #include "stand/delivery.h"
-#include "stand/later.h"
 
 #include <QTcpSocket>
 
@@ -44,7 +43,6 @@ bool RequestSize::isTooLargeWith(QTcpSocket& connection)
 
 void turnAway(QTcpSocket* connection)
 {
-    constexpr std::chrono::seconds patience{30};
     QObject::connect(connection, &QIODevice::readyRead, connection,
                      [connection] { connection->skip(connection->bytesAvailable()); });
     const auto answer = failure(413, u"Запрос слишком велик"_s);
@@ -52,7 +50,6 @@ void turnAway(QTcpSocket* connection)
     connection->flush();
     // To close it now, with bytes unread, would be a reset, and the client might lose the answer.
     shutdown(static_cast<int>(connection->socketDescriptor()), SHUT_WR);
-    later(patience, connection, [connection] { connection->abort(); });
 }
 
 } // namespace stand

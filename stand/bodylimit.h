@@ -27,7 +27,7 @@ private:
     qint64 m_received = 0;
 };
 
-/// Tells the client that its request is too large and closes the connection, which nobody else may use. What
+/// Tells the client that its request is too large and ends the connection, which nobody else may use. What
 /// it goes on sending meanwhile is thrown away unread, so that it comes to read the answer. The connection is
 /// deleted when it has ended.
 void turnAway(QTcpSocket* connection);

@@ -44,9 +44,7 @@ bool Gate::isOwn(const QByteArray& host) const
     if (address.isNull())
         return name.compare(u"localhost"_s, Qt::CaseInsensitive) == 0 ||
                m_names.contains(name, Qt::CaseInsensitive);
-    const bool isEverywhere = m_address == QHostAddress(QHostAddress::Any) ||
-                              m_address == QHostAddress(QHostAddress::AnyIPv4) ||
-                              m_address == QHostAddress(QHostAddress::AnyIPv6);
+    const bool isEverywhere = m_address == QHostAddress::AnyIPv4 || m_address == QHostAddress::AnyIPv6;
     return address.isLoopback() || address == m_address || isEverywhere;
 }
 

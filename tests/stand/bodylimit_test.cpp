@@ -92,6 +92,8 @@ protected:
     }
 
     standtest::StandProcess m_stand;
+    const QByteArray m_url;
+    const int m_client;
 
 private:
     bool receive()
@@ -102,8 +104,6 @@ private:
         return count > 0;
     }
 
-    const QByteArray m_url;
-    const int m_client;
     QByteArray m_received;
 };
 
@@ -169,6 +169,27 @@ TEST_F(StandBodyLimit, KeepsItsMemoryWhileAHeadHasNoEnd)
     sendAll("GET / HTTP/1.1\r\n");
     sendMany("X: " + QByteArray(mebibyte, 'x') + "\r\n", 200 * mebibyte);
     expectTurnedAway();
+    EXPECT_LT(greatestMemoryOf(m_stand.id()) - before, 64 * mebibyte);
+}
+
+TEST_F(StandBodyLimit, ReadsNoFurtherWhereAFaultKeepsTheConnection)
+{
+    const auto faults = [this](const QByteArray& method, const QByteArray& body = {}) {
+        const auto reply = standtest::send({.url = m_url + "/stand/faults", .method = method, .body = body});
+        return reply.json()[u"faults"].toArray().at(0);
+    };
+    faults("POST", R"(["any:hang"])");
+    sendAll("GET /v2/ HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    while (faults("GET")[u"fired"].toInt() == 0 && !HasFailure())
+        waitForTheStand();
+    const auto before = greatestMemoryOf(m_stand.id());
+    const timeval untilItIsFull{.tv_sec = 1, .tv_usec = 0};
+    setsockopt(m_client, SOL_SOCKET, SO_SNDTIMEO, &untilItIsFull, sizeof untilItIsFull);
+    const QByteArray piece(mebibyte, 'x');
+    qint64 sent = 0;
+    for (ssize_t taken = 1; taken > 0 && sent < 200 * mebibyte; sent += taken)
+        taken = send(m_client, piece.constData(), static_cast<size_t>(piece.size()), MSG_NOSIGNAL);
+    EXPECT_LT(sent, 64 * mebibyte);
     EXPECT_LT(greatestMemoryOf(m_stand.id()) - before, 64 * mebibyte);
 }
 

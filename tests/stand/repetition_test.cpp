@@ -15,7 +15,7 @@ constexpr auto numberUsed = "409 Номер чека уже использова
 
 TEST(StandRepetition, GetsTheFirstAnswerByteForByteAndChangesNothing)
 {
-    Shop shop;
+    Shop shop({u"--sms-code"_s, u"1234"_s});
     const auto twice = [](const auto& request) {
         const Reply first = request();
         const Reply again = request();
@@ -32,14 +32,17 @@ TEST(StandRepetition, GetsTheFirstAnswerByteForByteAndChangesNothing)
     EXPECT_EQ(shop.balance(), 28335);
     twice([&] { return shop.cancel(u"1"_s); });
     EXPECT_EQ(shop.balance(), 30335);
-    twice([&] { return shop.payment({.number = u"3"_s}, u"20.00"_s); });
+    const auto approval = shop.payment({.number = u"3"_s}, u"20.00"_s);
+    twice([&] { return shop.confirm(1, u"1234"_s); });
+    EXPECT_EQ(shop.balance(), 28335);
+    EXPECT_EQ(shop.payment({.number = u"3"_s}, u"20.00"_s).body, approval.body);
     EXPECT_EQ(shop.page("codes").toArray().size(), 1);
-    EXPECT_EQ(shop.operations().size(), 4);
+    EXPECT_EQ(shop.operations().size(), 5);
 }
 
 TEST(StandRepetition, WithAnotherReceiptOrAmountIsRefused)
 {
-    Shop shop;
+    Shop shop({u"--sms-code"_s, u"1234"_s});
     const Check other{.identifier = u"check-2"_s};
     const Check dearer{.items = {{1, 101}}};
     shop.forcePayment({}, u"20.00"_s);
@@ -54,13 +57,14 @@ TEST(StandRepetition, WithAnotherReceiptOrAmountIsRefused)
               numberUsed);
     EXPECT_EQ(refusalText(shop.refuse({.number = u"101"_s}, u"101"_s)), numberUsed);
     shop.payment({.number = u"102"_s}, u"20.00"_s);
+    shop.confirm(1, u"1234"_s);
     EXPECT_EQ(refusalText(shop.payment({.number = u"102"_s}, u"20.01"_s)), numberUsed);
     EXPECT_EQ(refusalText(shop.payment({.number = u"102"_s, .identifier = u"check-2"_s}, u"20.00"_s)),
               numberUsed);
     shop.post("cancel-payment", standtest::cancellation(u"103"_s, u"99"_s));
     EXPECT_EQ(refusalText(shop.post("cancel-payment", standtest::cancellation(u"103"_s, u"98"_s))),
               numberUsed);
-    EXPECT_EQ(shop.operations().size(), 4);
+    EXPECT_EQ(shop.operations().size(), 5);
 }
 
 TEST(StandRepetition, OfTheNumberWithAnotherCardOrOperationIsAnotherRequest)
