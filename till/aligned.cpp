@@ -1,6 +1,5 @@
 #include "till/aligned.h"
 
-#include "host/utils/printable.h"
 #include "till/screen.h"
 
 #include <algorithm>
@@ -9,18 +8,16 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
-QStringList aligned(QList<QStringList> rows, const QSet<qsizetype>& right)
+QStringList aligned(const QList<QStringList>& rows, const QSet<qsizetype>& right)
 {
-    for (QStringList& row : rows)
-        std::transform(row.cbegin(), row.cend(), row.begin(), utils::printable); // before it is measured
     QList<qsizetype> widths;
-    for (const QStringList& row : std::as_const(rows)) {
+    for (const QStringList& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (qsizetype i = 0; i < row.size(); ++i)
             widths[i] = std::max(widths[i], screen::width(row[i]));
     }
     QStringList lines;
-    for (const QStringList& row : std::as_const(rows)) {
+    for (const QStringList& row : rows) {
         QString line;
         for (qsizetype i = 0; i < row.size(); ++i) {
             const QString blanks = QString().leftJustified(widths[i] - screen::width(row[i]));

@@ -7,8 +7,7 @@
 namespace till {
 
 /// The rows as lines of text with their cells in columns, two blanks apart; every row has as many cells. What
-/// stands in the columns of `right` stands at their right edge. Nothing follows the last cell. What a
-/// terminal must not get is replaced.
-QStringList aligned(QList<QStringList> rows, const QSet<qsizetype>& right = {});
+/// stands in the columns of `right` stands at their right edge. Nothing follows the last cell.
+QStringList aligned(const QList<QStringList>& rows, const QSet<qsizetype>& right = {});
 
 } // namespace till

@@ -2,7 +2,6 @@
 
 #include "host/utils/masking.h"
 #include "host/utils/money.h"
-#include "host/utils/printable.h"
 
 #include <clocale>
 #include <cwchar>
@@ -72,7 +71,7 @@ QList<Row> rows(const AbstractDocument& document)
     for (const auto& item : items) {
         const double bonus = item->getBonusImpactSum();
         const double discount = item->getDiscountSum() - bonus;
-        list.append({QString::number(item->getPosnum()), utils::printable(item->getName(false)),
+        list.append({QString::number(item->getPosnum()), item->getName(false),
                      quantity(item->getBquant()) + u" ×"_s, amount(item->getPrice()),
                      amount(item->getSumb() + item->getDiscountSum())});
         if (utils::toHundredths(discount) != 0)

@@ -26,6 +26,10 @@ bool isSeparator(char32_t character)
     static const QList<char32_t> others{U'.', U'/', U'\\', U'(', U')', U'·', U'•', U'−', U'\uFFFD'};
     switch (QChar::category(character)) {
     case QChar::Separator_Space:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+    case QChar::Mark_NonSpacing: // of digits on keys, above all
+    case QChar::Mark_Enclosing:
     case QChar::Punctuation_Dash:
     case QChar::Punctuation_Connector:
     case QChar::Other_Format:

@@ -10,7 +10,8 @@ namespace utils {
 /// and its last four: "/cards/7000000000000017" gives "/cards/…0017". Digits of any script count, and so do
 /// those that are written apart, with blanks, dashes, dots, brackets or slashes between them:
 /// "+7 (900) 123-45-67" gives "+…4567". What is plainly something else stays: a date or time, the number of a
-/// receipt made of both, an IPv4 address, a port before a path, a UUID, an amount of money with its hundredths.
+/// receipt made of both, an IPv4 address, a port before a path, a UUID, an amount of money with its
+/// hundredths.
 HOST_EXPORT QString maskNumbers(const QString& text);
 
 /// The same for what is known to be the number of a card or a phone, whatever it looks like; one that is too

@@ -46,7 +46,7 @@ QString replaced(QStringView text, Shown shown)
     return result;
 }
 
-QString replacement(QStringView /*piece*/) { return QString(QChar::ReplacementCharacter); }
+QString replacement(QStringView /*piece*/) { return {QChar::ReplacementCharacter}; }
 
 QString escaped(QStringView piece)
 {

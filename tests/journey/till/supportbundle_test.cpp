@@ -239,6 +239,18 @@ TEST_F(TillSupportBundle, HoldsNoNumberHoweverItWasTyped)
     }
 }
 
+TEST_F(TillSupportBundle, HoldsNoPasswordThatJsonWritesInAnotherWay)
+{
+    static_cast<void>(files.write(u"till.toml"_s, "[KYRLoyalty]\npassword = 'hu\"sh\\hush'\n"));
+    utils::setDataDirectory(directory);
+    MessageQueue().enqueue(u"kyrloyalty"_s, u"R-2"_s, {}, u"Пароль hu\"sh\\hush"_s);
+    utils::setDataDirectory({});
+    ASSERT_EQ(bundle().status, 0);
+    const QByteArray queue = unpacked()[u"queue.json"_s];
+    EXPECT_THAT(queue.toStdString(), HasSubstr("Пароль ***"));
+    EXPECT_FALSE(queue.contains("hush"));
+}
+
 TEST_F(TillSupportBundle, IsMadeOfABrokenTillToo)
 {
     static_cast<void>(files.write(u"till.toml"_s, "this is not TOML"));

@@ -133,7 +133,19 @@ TEST(WindowCustomer, AnEmptyEntryIsRefusedWithoutARequest)
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("ещё не проверена"));
 }
 
-TEST(WindowCustomer, TextsOfTheServiceAreShownAsTheyAreButForWhatAScreenMustNotGet)
+TEST(WindowText, OfGoodsHasNothingThatAScreenMustNotGet)
+{
+    Cashier cashier;
+    cashier.desk().openSale({QVariantMap{{u"articul"_s, hostileText()},
+                                         {u"name"_s, hostileText()},
+                                         {u"price"_s, 10.0},
+                                         {u"quantity"_s, 1.0},
+                                         {u"discount"_s, 0.0}}});
+    EXPECT_EQ(cashier.screen().count(hostileTextAsShown()), 2) << "name and article";
+    EXPECT_EQ(unprintableIn(cashier.screen().toUtf8()), "");
+}
+
+TEST(WindowText, OfTheServiceIsShownAsItIsButForWhatAScreenMustNotGet)
 {
     HttpServer server;
     const QByteArray text = jsonText(hostileText());

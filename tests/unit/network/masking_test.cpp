@@ -52,7 +52,10 @@ TEST(MaskNumbers, MasksThemHoweverTheyAreWritten)
         u"123\r45\x7f"
         u"67"_s,                                  // controls
         u"8\uFFFD900\uFFFD123\uFFFD45\uFFFD67"_s, // the same, replaced
-        u"8%20900%C2%A0123%2045%2067"_s,          // in an address
+        u"8\u2028900\u2029123\u0301"
+        u"45\uFE0F\u20E3"
+        u"67"_s,                         // lines, marks and keys
+        u"8%20900%C2%A0123%2045%2067"_s, // in an address
         u"8 900 123  45   67"_s,
         u"123-45-67"_s,
     };

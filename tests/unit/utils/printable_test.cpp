@@ -77,8 +77,7 @@ TEST(Printable, LinesKeepTheirLineFeedsBehindAnIndent)
     EXPECT_EQ(printableLines(u"one\n\ntwo\n"_s), u"one\n\ntwo\n"_s);
     forEachDangerous([](char32_t character) {
         if (character != U'\n') {
-            EXPECT_EQ(printableLines(u"a"_s + textOf(character) + u"b"_s), u"a\uFFFDb"_s)
-                << hex(character);
+            EXPECT_EQ(printableLines(u"a"_s + textOf(character) + u"b"_s), u"a\uFFFDb"_s) << hex(character);
         }
     });
 }
