@@ -57,6 +57,46 @@ TEST(TillRecovery, DoesNotWaitForAServiceThatDoesNotAnswer)
     EXPECT_EQ(slow.requests()[1].body, slow.requests()[0].body) << "the service knows the repeat";
 }
 
+/// The points are spent and the answer is kept, but not yet made a discount; and its share is another
+/// position's.
+void loseTheShares(Document& receipt)
+{
+    receipt.getGoodsItemByPosnum(1)->setBonusImpactSum(0);
+    receipt.setPluginData(u"Till"_s, u"appliedImpacts"_s, 0);
+    QVariantMap impact = receipt.getPluginData(u"KyrLoyalty"_s, u"bonusImpacts"_s, {}).toList()[0].toMap();
+    impact.insert(u"positions"_s, QVariantList{QVariantMap{{u"position"_s, 7}, {u"sum"_s, 100.0}}});
+    receipt.setPluginData(u"KyrLoyalty"_s, u"bonusImpacts"_s, QVariantList{impact});
+}
+
+/// What becomes of it: not paid before the service was asked again.
+void expectToBeAskedAgain(const KeptTill& till)
+{
+    const QList<QJsonObject> lines =
+        linesOf(till.runSteps(R"({ "do": "pay", "mayFail": true }, )" + spend + R"(, { "do": "pay" })"));
+    EXPECT_THAT(lines.value(0).value(u"error"_s).toString().toStdString(),
+                testing::HasSubstr("исход списания 100,00 баллов неизвестен"));
+    EXPECT_EQ(lines.value(1).value(u"impacts"_s).toArray().size(), 1);
+    EXPECT_EQ(lines.value(2).value(u"value"_s).toDouble(), 10) << "5 % of the 200 paid";
+}
+
+TEST(TillRecovery, SharesThatAreNotTheReceiptsAreNoMoreTakenForADiscountThanThoseThatJustCame)
+{
+    const KeptTill till;
+    leaveSpent(till, [](Document& receipt) {
+        loseTheShares(receipt);
+        receipt.setPluginData(u"Till"_s, u"unknownSpending"_s,
+                              QVariantMap{{u"points"_s, 100.0}, {u"wanted"_s, 100.0}});
+    });
+    expectToBeAskedAgain(till);
+}
+
+TEST(TillRecovery, SharesThatAreNotTheReceiptsAreUnknownThoughNobodyMarkedTheSpending)
+{
+    const KeptTill till;
+    leaveSpent(till, loseTheShares);
+    expectToBeAskedAgain(till);
+}
+
 TEST(TillRecovery, WhatWasBeingPaidCanOnlyBePaid)
 {
     const KeptTill till;
