@@ -11,7 +11,11 @@ namespace {
 class Outbox : public ReceiptWorld
 {
 protected:
-    Outbox() { document->addGoodsItem(QSharedPointer<GoodsItem>(new FixedItem(1, 90, 10))); }
+    Outbox()
+    {
+        document->addGoodsItem(QSharedPointer<GoodsItem>(new FixedItem(1, 90, 10)));
+        document->setReturnIdentifier(u"back-R-1"_s);
+    }
     QString idIn(const QString& record, const QString& kind = u"spend"_s)
     {
         card->setOperationId(record);

@@ -196,14 +196,15 @@ TEST_F(Spending, LogsAnAmountThatNoIntegerHoldsAsItIs)
 TEST_F(Spending, WithACodeAsksTheCashierBetweenPaymentAndConfirmation)
 {
     loyalty.smsVerification = true;
+    loyalty.m_pointsForSpend = 40.55;
     const InSequence order;
-    EXPECT_CALL(*client, prePayment(40.0)).WillOnce(Return(allowance()));
-    EXPECT_CALL(*client, payment(40.0)).WillOnce(Return(815));
+    EXPECT_CALL(*client, prePayment(40.55)).WillOnce(Return(allowance()));
+    EXPECT_CALL(*client, payment(40.55)).WillOnce(Return(815));
     cashierEnters(core::BasicDialog::Result::entered(u"1234"_s));
     EXPECT_CALL(*notifier, notify(processing())).WillOnce([this] {
         EXPECT_EQ(openDialogs, 0) << "the host shows its message where the dialog was";
     });
-    EXPECT_CALL(*client, confirmPayment(815, u"1234"_s, 40.0)).WillOnce(Return(discount));
+    EXPECT_CALL(*client, confirmPayment(815, u"1234"_s, 40.55)).WillOnce(Return(discount));
     expectSave();
     EXPECT_TRUE(loyalty.spendPoints());
     EXPECT_EQ(loyalty.m_bonusImpacts.last(), discount);
