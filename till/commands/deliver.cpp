@@ -3,6 +3,7 @@
 #include "host/network/messagequeue.h"
 #include "host/utils/datadirectory.h"
 #include "host/utils/masking.h"
+#include "host/utils/printable.h"
 #include "till/commands/commands.h"
 #include "till/commands/queuereport.h"
 #include "till/commands/tool.h"
@@ -46,7 +47,7 @@ public:
     {
         const std::lock_guard lock(m_mutex);
         m_state = state;
-        const QString text = phaseText(state);
+        const QString text = utils::printable(phaseText(state)); // a line feed would begin another variable
         // Every user of the machine may read the status: why it failed may hold the service's words.
         notifyServiceManager("STATUS=" + text.toUtf8() +
                              (state.lastError.isEmpty() ? "" : "; the last attempt failed, see the journal"));
