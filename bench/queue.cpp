@@ -1,7 +1,7 @@
 #include "bench/queuedepth.h"
-#include "host/network/dbqueuebroker.h"
-#include "host/network/messagequeue.h"
-#include "host/utils/datadirectory.h"
+#include "host/queue/dbqueuebroker.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/datadirectory.h"
 
 #include <QCoreApplication>
 #include <QDataStream>

@@ -1,8 +1,8 @@
 #include "bench/queuedepth.h"
 
-#include "host/network/messagequeue.h"
-#include "host/utils/database.h"
-#include "host/utils/datadirectory.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/database.h"
+#include "host/storage/datadirectory.h"
 
 #include <QDir>
 #include <QFileInfo>

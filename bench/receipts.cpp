@@ -2,8 +2,8 @@
 #include "client/kyrloyaltyinterface.h"
 #include "host/core/document.h"
 #include "host/core/session.h"
-#include "host/core/storage.h"
-#include "host/network/dbqueuebroker.h"
+#include "host/queue/dbqueuebroker.h"
+#include "host/storage/documents.h"
 
 #include <benchmark/benchmark.h>
 

@@ -2,8 +2,8 @@
 #include "client/kyrloyaltyinterface.h"
 #include "client/receipt.h"
 #include "client/servicecontract.h"
-#include "host/core/storage.h"
-#include "host/network/dbqueuebroker.h"
+#include "host/queue/dbqueuebroker.h"
+#include "host/storage/documents.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -3,7 +3,7 @@
 #include "client/receipt.h"
 #include "client/servicecontract.h"
 #include "client/texts.h"
-#include "host/core/storage.h"
+#include "host/storage/documents.h"
 #include "plugin/kyrloyaltyexception.h"
 
 using namespace Qt::StringLiterals;

@@ -1,6 +1,6 @@
 #include "client/hostobjects.h"
 #include "host/core/session.h"
-#include "host/core/storage.h"
+#include "host/storage/documents.h"
 #include "host/utils/config.h"
 #include "host/utils/serder.h"
 #include "plugin/kyrloyalty.h"

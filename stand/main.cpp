@@ -1,7 +1,7 @@
-#include "stand/clock.h"
-#include "stand/lifetime.h"
-#include "stand/options.h"
-#include "stand/server.h"
+#include "stand/books/clock.h"
+#include "stand/http/server.h"
+#include "stand/program/lifetime.h"
+#include "stand/program/options.h"
 #include "stand/stand.h"
 
 #include <QCoreApplication>

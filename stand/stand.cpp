@@ -1,14 +1,14 @@
 #include "stand/stand.h"
 
-#include "stand/answers.h"
-#include "stand/clock.h"
-#include "stand/clockpage.h"
-#include "stand/faultspage.h"
-#include "stand/inspection.h"
-#include "stand/mangling.h"
-#include "stand/overview.h"
-#include "stand/seed.h"
-#include "stand/webpage.h"
+#include "stand/books/clock.h"
+#include "stand/books/seed.h"
+#include "stand/faults/mangling.h"
+#include "stand/http/answers.h"
+#include "stand/pages/clockpage.h"
+#include "stand/pages/faultspage.h"
+#include "stand/pages/inspection.h"
+#include "stand/pages/overview.h"
+#include "stand/pages/webpage.h"
 
 #include <QLocale>
 #include <QTextStream>

@@ -1,29 +1,17 @@
 #pragma once
 
-#include "stand/database.h"
-#include "stand/delivery.h"
-#include "stand/exchanges.h"
-#include "stand/faults.h"
-#include "stand/gate.h"
-#include "stand/service.h"
+#include "stand/books/database.h"
+#include "stand/faults/faults.h"
+#include "stand/http/delivery.h"
+#include "stand/pages/exchanges.h"
+#include "stand/pages/gate.h"
+#include "stand/service/service.h"
+#include "stand/service/terms.h"
 
 #include <QByteArray>
 #include <QString>
 
 namespace stand {
-
-struct Credentials
-{
-    QString user = QStringLiteral("shop");
-    QString password = QStringLiteral("secret-of-the-shop");
-};
-
-/// What is set for all customers alike.
-struct Terms
-{
-    Tariff tariff;
-    CodeRules codes;
-};
 
 /// The whole stand behind its HTTP server: guards and logs the service under /v2/, shows its own pages.
 class Stand

@@ -1,8 +1,9 @@
 #include "host/utils/printable.h"
-#include "till/commands/commandline.h"
-#include "till/commands/tool.h"
-#include "till/standardoutput.h"
-#include "till/versions.h"
+#include "till/admin/tool.h"
+#include "till/cli/commandline.h"
+#include "till/cli/standardoutput.h"
+#include "till/commands.h"
+#include "till/setup/versions.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
@@ -20,7 +21,7 @@ int run(int& argc, char** argv)
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
         arguments.append(QString::fromLocal8Bit(argv[i]));
-    const auto read = till::readCommandLine(arguments);
+    const auto read = till::readCommandLine(till::commands(), arguments);
     if (const auto* text = std::get_if<till::Text>(&read)) {
         tell(text->text);
         return till::exitWell;

@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-// The house's own rules, read from the sources: which room may include which, and how long a file may get.
+// The house's own rules, read from the sources: which room may include which, how long a file may get, and
+// how little may lie about outside of the inner rooms.
 
 namespace {
 
@@ -20,6 +21,30 @@ const std::vector<std::string> rooms{"host", "client", "plugin", "till", "stand"
 // What each room may include besides itself and libraries; tests and benches may include everything.
 const std::map<std::string, std::set<std::string>> allowed{
     {"host", {}}, {"client", {"host"}}, {"plugin", {"client", "host"}}, {"till", {"host"}}, {"stand", {}}};
+// The same of the inner rooms; what lies loose in a house may use all of it.
+const std::map<std::string, std::set<std::string>> allowedInside{
+    {"host/log4qt", {}},
+    {"host/utils", {}},
+    {"host/core", {"host/utils"}},
+    {"host/storage", {"host/core", "host/utils"}},
+    {"host/network", {"host/utils"}},
+    {"host/queue", {"host/network", "host/storage", "host/utils"}},
+    {"till/cli", {}},
+    {"till/setup", {"till/cli"}},
+    {"till/checkout", {"till/setup", "till/cli"}},
+    {"till/audit", {"till/checkout", "till/setup", "till/cli"}},
+    {"till/scenario", {"till/audit", "till/checkout", "till/setup", "till/cli"}},
+    {"till/admin", {"till/audit", "till/checkout", "till/setup", "till/cli"}},
+    // The steps are what the window plays, too.
+    {"till/window", {"till/scenario", "till/audit", "till/checkout", "till/setup", "till/cli"}},
+    {"stand/http", {}},
+    {"stand/books", {}},
+    {"stand/service", {"stand/books", "stand/http"}},
+    {"stand/faults", {"stand/http"}},
+    {"stand/pages", {"stand/service", "stand/faults", "stand/books", "stand/http"}},
+    {"stand/program", {"stand/service", "stand/faults", "stand/books"}},
+};
+const std::set<std::string> housesWithRooms{"host", "till", "stand"};
 // The exception type is shared by the client, which throws it, and the adapter, which owns it.
 const std::string exceptionType = "plugin/kyrloyaltyexception.h";
 
@@ -50,6 +75,15 @@ std::string roomOf(const std::string& included)
     return std::find(rooms.begin(), rooms.end(), first) == rooms.end() ? "" : first;
 }
 
+/// The inner room of a path from the root, "till/window" of "till/window/panels/x.h"; nothing for what lies
+/// loose.
+std::string innerRoomOf(const std::string& path)
+{
+    const auto first = path.find('/');
+    const auto second = path.find('/', first + 1);
+    return second == std::string::npos ? "" : path.substr(0, second);
+}
+
 /// The project's header that the line includes, or nothing. `quoted` headers without a known room are
 /// reported as they stand: every include is written from the root.
 std::string includedBy(const std::string& line)
@@ -71,6 +105,18 @@ std::vector<std::string> violations(const std::string& room, const std::string& 
     return allowed.at(room).contains(target) ? std::vector<std::string>{} : std::vector<std::string>{header};
 }
 
+/// The header that the line includes although the inner room of `file` may not; both from the root.
+std::vector<std::string> innerViolations(const std::string& file, const std::string& line)
+{
+    const std::string header = includedBy(line);
+    const std::string room = innerRoomOf(file);
+    const std::string target = innerRoomOf(header);
+    if (room.empty() || target == room || roomOf(header) != roomOf(file))
+        return {};
+    return allowedInside.at(room).contains(target) ? std::vector<std::string>{}
+                                                   : std::vector<std::string>{header};
+}
+
 class House : public testing::TestWithParam<std::string>
 {};
 
@@ -83,6 +129,29 @@ TEST_P(House, RoomIncludesOnlyWhatItMay)
             EXPECT_THAT(violations(GetParam(), line), testing::IsEmpty()) << file << ": " << line;
         }
     }
+}
+
+TEST_P(House, InnerRoomIncludesOnlyWhatItMay)
+{
+    if (!housesWithRooms.contains(GetParam()))
+        return;
+    for (const auto& file : sources(GetParam())) {
+        for (const auto& line : linesOf(file))
+            EXPECT_THAT(innerViolations(fs::relative(file, root), line), testing::IsEmpty())
+                << file << ": " << line;
+    }
+}
+
+TEST_P(House, HasLittleLyingLoose)
+{
+    if (!housesWithRooms.contains(GetParam()))
+        return;
+    std::set<std::string> loose;
+    for (const auto& file : sources(GetParam())) {
+        if (innerRoomOf(fs::relative(file, root)).empty())
+            loose.insert(file.filename());
+    }
+    EXPECT_LE(loose.size(), 3U) << testing::PrintToString(loose);
 }
 
 TEST_P(House, RoomHasNoFileThatNeedsATableOfContents)
@@ -104,6 +173,19 @@ TEST(HouseRules, CatchAnIncludeAgainstTheTable)
     EXPECT_THAT(violations("client", "#include \"plugin/kyrloyalty.h\""), testing::SizeIs(1));
     EXPECT_THAT(violations("till", "#include \"../plugin/kyrloyalty.h\""), testing::SizeIs(1));
     EXPECT_THAT(violations("plugin", "#include \"texts.h\""), testing::SizeIs(1));
+}
+
+TEST(HouseRules, CatchAnIncludeThroughAnInnerWall)
+{
+    EXPECT_THAT(innerViolations("till/checkout/till.cpp", "#include \"till/window/desk.h\""),
+                testing::SizeIs(1));
+    EXPECT_THAT(innerViolations("host/core/card.h", "#include \"host/storage/store.h\""), testing::SizeIs(1));
+    EXPECT_THAT(innerViolations("till/cli/help.cpp", "#include \"till/commands.h\""), testing::SizeIs(1));
+    EXPECT_THAT(innerViolations("till/cli/help.cpp", "#include \"host/utils/tr.h\""), testing::IsEmpty());
+    EXPECT_THAT(innerViolations("till/window/panels/a.h", "#include \"till/window/desk.h\""),
+                testing::IsEmpty());
+    EXPECT_THAT(innerViolations("till/commands.cpp", "#include \"till/window/commands.h\""),
+                testing::IsEmpty());
 }
 
 TEST(HouseRules, LetPassWhatTheTableAllows)

@@ -1,10 +1,10 @@
 #include "tests/crash/books.h"
 
-#include "host/core/storage.h"
-#include "host/network/messagequeue.h"
 #include "host/network/restclient.h"
-#include "host/utils/datadirectory.h"
-#include "till/reconciliation.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/datadirectory.h"
+#include "host/storage/documents.h"
+#include "till/audit/reconciliation.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,4 +1,5 @@
-#include "till/commands/command.h"
+#include "till/cli/options.h"
+#include "till/commands.h"
 
 #include <QDir>
 #include <QFile>

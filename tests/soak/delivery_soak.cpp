@@ -2,7 +2,7 @@
 // came of it is told by the service's own books, held against those of a service with which nothing went
 // wrong.
 
-#include "host/utils/datadirectory.h"
+#include "host/storage/datadirectory.h"
 #include "tests/soak/books.h"
 #include "tests/soak/simulation.h"
 #include "tests/soak/tills.h"

@@ -1,7 +1,7 @@
 #include "tests/soak/simulation.h"
 
-#include "host/network/queuedelivery.h"
-#include "host/network/queuepause.h"
+#include "host/queue/queuedelivery.h"
+#include "host/queue/queuepause.h"
 #include "host/utils/standingtime.h"
 
 #include <limits>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/network/messagequeue.h"
+#include "host/queue/messagequeue.h"
 
 #include <QDateTime>
 

@@ -1,6 +1,6 @@
 // How a fault is written, and which calls it strikes.
 
-#include "stand/faults.h"
+#include "stand/faults/faults.h"
 
 #include <gmock/gmock.h>
 

@@ -1,9 +1,9 @@
 // What faults make of an answer.
 
-#include "stand/answers.h"
-#include "stand/gzipbomb.h"
-#include "stand/jsonfields.h"
-#include "stand/mangling.h"
+#include "stand/faults/gzipbomb.h"
+#include "stand/faults/jsonfields.h"
+#include "stand/faults/mangling.h"
+#include "stand/http/answers.h"
 
 #include <gmock/gmock.h>
 

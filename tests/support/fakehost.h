@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/core/storage.h"
-#include "host/network/dbqueuebroker.h"
+#include "host/queue/dbqueuebroker.h"
+#include "host/storage/documents.h"
 #include "host/utils/currenttime.h"
 
 #include <QHash>

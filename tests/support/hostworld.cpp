@@ -3,9 +3,9 @@
 #include "host/core/activitynotifier.h"
 #include "host/core/dialog.h"
 #include "host/core/loyaltysystems.h"
-#include "host/core/storage.h"
-#include "host/network/dbqueuebroker.h"
 #include "host/network/restclient.h"
+#include "host/queue/dbqueuebroker.h"
+#include "host/storage/documents.h"
 #include "host/utils/currenttime.h"
 
 #include <ostream>

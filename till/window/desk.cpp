@@ -1,12 +1,12 @@
 #include "till/window/desk.h"
 
-#include "host/core/storage.h"
+#include "host/storage/documents.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/currenttime.h"
-#include "till/hostobjects.h"
-#include "till/player.h"
-#include "till/reconciliation.h"
-#include "till/usageerror.h"
+#include "till/checkout/receiptsums.h"
+#include "till/cli/usageerror.h"
+#include "till/scenario/player.h"
+#include "till/setup/hostobjects.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "till/steps.h"
-#include "till/till.h"
+#include "till/checkout/till.h"
+#include "till/scenario/steps.h"
 #include "till/window/catalogue.h"
 #include "till/window/servicewatch.h"
 #include "till/window/waiting.h"

@@ -1,7 +1,7 @@
 #include "till/window/desk.h"
 
 #include "host/utils/money.h"
-#include "till/screen.h"
+#include "till/checkout/screen.h"
 
 #include <algorithm>
 

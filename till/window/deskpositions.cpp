@@ -2,7 +2,7 @@
 
 #include "host/utils/money.h"
 #include "host/utils/quantity.h"
-#include "till/screen.h"
+#include "till/checkout/screen.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "till/window/frontend.h"
 
-#include "till/window/choicedialog.h"
-#include "till/window/inputdialog.h"
+#include "till/window/dialogs/choicedialog.h"
+#include "till/window/dialogs/inputdialog.h"
 #include "till/window/widgets.h"
 
 #include <QDialog>

@@ -1,8 +1,8 @@
 #include "till/window/mainwindow.h"
 
-#include "till/hostobjects.h"
-#include "till/screen.h"
-#include "till/window/returndialog.h"
+#include "till/checkout/screen.h"
+#include "till/setup/hostobjects.h"
+#include "till/window/dialogs/returndialog.h"
 #include "till/window/status.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"

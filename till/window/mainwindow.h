@@ -3,10 +3,10 @@
 #include "host/core/activitynotifier.h"
 #include "till/window/desk.h"
 #include "till/window/frontend.h"
-#include "till/window/positionspanel.h"
-#include "till/window/sidepanel.h"
-#include "till/window/totalspanel.h"
-#include "till/window/waitingcard.h"
+#include "till/window/panels/positionspanel.h"
+#include "till/window/panels/sidepanel.h"
+#include "till/window/panels/totalspanel.h"
+#include "till/window/panels/waitingcard.h"
 #include "till/window/widgets.h"
 
 #include <QMainWindow>

@@ -1,6 +1,6 @@
 #include "till/window/quietstop.h"
 
-#include "till/usageerror.h"
+#include "till/cli/usageerror.h"
 
 #include <QCoreApplication>
 

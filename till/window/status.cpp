@@ -1,9 +1,9 @@
 #include "till/window/status.h"
 
+#include "host/storage/journal.h"
 #include "host/utils/basicexception.h"
-#include "host/utils/journal.h"
-#include "till/hostobjects.h"
-#include "till/queuewarnings.h"
+#include "till/audit/queuewarnings.h"
+#include "till/setup/hostobjects.h"
 
 #include <QHash>
 

@@ -1,7 +1,7 @@
 #include "till/window/widgets.h"
 
 #include "host/utils/printable.h"
-#include "till/screen.h"
+#include "till/checkout/screen.h"
 
 #include <QStyle>
 #include <QVariant>

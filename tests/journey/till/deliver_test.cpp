@@ -1,5 +1,5 @@
-#include "host/network/messagequeue.h"
-#include "host/utils/datadirectory.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/datadirectory.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/httpserver.h"
 

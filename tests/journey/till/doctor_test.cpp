@@ -1,12 +1,12 @@
 #include "host/core/document.h"
-#include "host/core/storage.h"
-#include "host/network/messagequeue.h"
-#include "host/utils/datadirectory.h"
-#include "host/utils/storageerror.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/datadirectory.h"
+#include "host/storage/documents.h"
+#include "host/storage/storageerror.h"
 #include "tests/journey/till/damage.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/httpserver.h"
-#include "till/commands/tool.h"
+#include "till/admin/tool.h"
 
 #include <QDateTime>
 #include <QDir>

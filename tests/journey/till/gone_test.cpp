@@ -1,4 +1,4 @@
-#include "host/network/messagequeue.h"
+#include "host/queue/messagequeue.h"
 #include "tests/journey/till/kepttill.h"
 
 #include <QDir>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "host/core/document.h"
-#include "host/core/storage.h"
-#include "host/utils/datadirectory.h"
+#include "host/storage/datadirectory.h"
+#include "host/storage/documents.h"
 #include "tests/journey/till/tillprocess.h"
 
 #include <QFile>

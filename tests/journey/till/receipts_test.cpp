@@ -1,10 +1,10 @@
 #include "host/core/document.h"
-#include "host/core/storage.h"
-#include "host/utils/datadirectory.h"
-#include "host/utils/journal.h"
+#include "host/storage/datadirectory.h"
+#include "host/storage/documents.h"
+#include "host/storage/journal.h"
 #include "tests/journey/till/damage.h"
 #include "tests/journey/till/tillprocess.h"
-#include "till/unknownspending.h"
+#include "till/checkout/unknownspending.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,7 +1,8 @@
-#include "till/reconciliation.h"
+#include "till/audit/reconciliation.h"
+#include "till/checkout/receiptsums.h"
 
 #include "host/core/document.h"
-#include "till/usageerror.h"
+#include "till/cli/usageerror.h"
 
 #include <gmock/gmock.h>
 

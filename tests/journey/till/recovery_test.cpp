@@ -1,7 +1,7 @@
 #include "host/core/document.h"
-#include "host/core/storage.h"
-#include "host/utils/datadirectory.h"
-#include "host/utils/storedform.h"
+#include "host/storage/datadirectory.h"
+#include "host/storage/documents.h"
+#include "host/storage/storedform.h"
 #include "tests/journey/till/kepttill.h"
 #include "tests/support/httpserver.h"
 

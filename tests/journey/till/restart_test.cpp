@@ -1,6 +1,6 @@
 #include "host/core/document.h"
-#include "host/core/storage.h"
-#include "host/utils/datadirectory.h"
+#include "host/storage/datadirectory.h"
+#include "host/storage/documents.h"
 #include "tests/journey/till/kepttill.h"
 
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "till/returnparts.h"
+#include "till/checkout/returnparts.h"
 
 #include "host/core/document.h"
 #include "host/utils/money.h"

@@ -1,4 +1,5 @@
-#include "till/screen.h"
+#include "till/checkout/screen.h"
+#include "till/cli/texttable.h"
 
 #include <gmock/gmock.h>
 
@@ -23,17 +24,17 @@ TEST(TillScreen, AmountsHaveTwoDecimalsAndThousandsApart)
 
 TEST(TillScreen, WidthCountsColumnsOfTheTerminal)
 {
-    EXPECT_EQ(screen::width(u"Молоко"_s), 6);
-    EXPECT_EQ(screen::width(u"Йод"_s), 3);
-    EXPECT_EQ(screen::width(u"И\u0306од"_s), 3) << "a letter with its breve apart";
-    EXPECT_EQ(screen::width(u"茶"_s), 2);
+    EXPECT_EQ(textWidth(u"Молоко"_s), 6);
+    EXPECT_EQ(textWidth(u"Йод"_s), 3);
+    EXPECT_EQ(textWidth(u"И\u0306од"_s), 3) << "a letter with its breve apart";
+    EXPECT_EQ(textWidth(u"茶"_s), 2);
 }
 
 TEST(TillScreen, WidthIsTheSameInEveryEnvironment)
 {
     const QByteArray before = setlocale(LC_ALL, nullptr);
     setlocale(LC_ALL, "C");
-    EXPECT_EQ(screen::width(u"И\u0306од 茶"_s), 6);
+    EXPECT_EQ(textWidth(u"И\u0306од 茶"_s), 6);
     setlocale(LC_ALL, before.constData());
 }
 

@@ -1,5 +1,5 @@
 #include "host/utils/config.h"
-#include "till/settings.h"
+#include "till/setup/settings.h"
 
 #include <QUrl>
 

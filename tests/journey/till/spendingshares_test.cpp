@@ -1,4 +1,4 @@
-#include "till/spendingshares.h"
+#include "till/checkout/spendingshares.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "till/summarytable.h"
+#include "till/audit/summarytable.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "till/reporter.h"
+#include "till/scenario/reporter.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,5 @@
-#include "till/trace.h"
+#include "till/audit/exchangetext.h"
+#include "till/scenario/trace.h"
 
 #include <gmock/gmock.h>
 

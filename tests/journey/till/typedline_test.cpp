@@ -1,4 +1,4 @@
-#include "till/shell.h"
+#include "till/scenario/shell.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
-#include "host/utils/datadirectory.h"
-#include "host/utils/journal.h"
+#include "host/storage/datadirectory.h"
+#include "host/storage/journal.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/stand/standprocess.h"
 #include "tests/support/lossyproxy.h"

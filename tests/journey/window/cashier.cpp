@@ -1,7 +1,7 @@
 #include "tests/journey/window/cashier.h"
 
 #include "host/network/restclient.h"
-#include "till/settings.h"
+#include "till/setup/settings.h"
 #include "till/window/style.h"
 
 #include <QAbstractButton>

@@ -1,6 +1,6 @@
 #include "tests/journey/window/cashier.h"
 
-#include "till/window/inputdialog.h"
+#include "till/window/dialogs/inputdialog.h"
 #include "till/window/style.h"
 
 #include <QAbstractButton>

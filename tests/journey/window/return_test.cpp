@@ -1,4 +1,4 @@
-#include "host/core/storage.h"
+#include "host/storage/documents.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/singleton.h"
 #include "tests/journey/window/cashier.h"

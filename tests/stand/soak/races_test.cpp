@@ -3,6 +3,7 @@
 #include "tests/stand/shop.h"
 #include "tests/stand/soak/sizes.h"
 #include "tests/stand/standfixture.h"
+#include "till/checkout/refusal.h"
 
 #include <latch>
 #include <thread>

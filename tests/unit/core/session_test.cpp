@@ -1,7 +1,7 @@
 #include "host/core/document.h"
 #include "host/core/session.h"
-#include "host/core/storage.h"
-#include "host/network/dbqueuebroker.h"
+#include "host/queue/dbqueuebroker.h"
+#include "host/storage/documents.h"
 
 #include <gtest/gtest.h>
 

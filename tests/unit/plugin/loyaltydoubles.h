@@ -3,7 +3,7 @@
 #include "host/core/dialog.h"
 #include "host/core/document.h"
 #include "host/core/session.h"
-#include "host/core/storage.h"
+#include "host/storage/documents.h"
 #include "plugin/kyrloyalty.h"
 #include "tests/support/hostworld.h"
 

@@ -1,4 +1,4 @@
-#include "host/utils/journal.h"
+#include "host/storage/journal.h"
 #include "tests/support/httpserver.h"
 #include "tests/unit/queue/scene.h"
 

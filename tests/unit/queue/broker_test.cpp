@@ -1,5 +1,5 @@
-#include "host/network/dbqueuebroker.h"
-#include "host/network/messagequeue.h"
+#include "host/queue/dbqueuebroker.h"
+#include "host/queue/messagequeue.h"
 #include "tests/unit/storage/scene.h"
 
 #include <QProcess>

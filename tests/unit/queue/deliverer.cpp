@@ -1,5 +1,5 @@
-#include "host/network/deliveryworker.h"
-#include "host/utils/datadirectory.h"
+#include "host/queue/deliveryworker.h"
+#include "host/storage/datadirectory.h"
 
 #include <QCoreApplication>
 

@@ -1,6 +1,6 @@
-#include "host/network/messagequeue.h"
-#include "host/network/queuedelivery.h"
-#include "host/utils/filelock.h"
+#include "host/queue/messagequeue.h"
+#include "host/queue/queuedelivery.h"
+#include "host/storage/filelock.h"
 #include "tests/support/fakeservice.h"
 #include "tests/unit/storage/scene.h"
 

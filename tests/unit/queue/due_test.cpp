@@ -1,4 +1,4 @@
-#include "host/network/queuepause.h"
+#include "host/queue/queuepause.h"
 #include "tests/unit/queue/scene.h"
 
 #include <QSqlDatabase>

@@ -1,5 +1,5 @@
-#include "host/network/dbqueuebroker.h"
-#include "host/utils/datadirectory.h"
+#include "host/queue/dbqueuebroker.h"
+#include "host/storage/datadirectory.h"
 
 #include <QCoreApplication>
 

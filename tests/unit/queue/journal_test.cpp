@@ -1,5 +1,5 @@
-#include "host/utils/journal.h"
-#include "host/utils/store.h"
+#include "host/storage/journal.h"
+#include "host/storage/store.h"
 #include "tests/unit/queue/scene.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
-#include "host/network/messagequeue.h"
-#include "host/utils/storedform.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/storedform.h"
 #include "tests/unit/storage/scene.h"
 
 #include <QElapsedTimer>

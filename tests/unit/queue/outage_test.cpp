@@ -1,6 +1,6 @@
-#include "host/network/queuepause.h"
 #include "host/network/restclient.h"
-#include "host/utils/store.h"
+#include "host/queue/queuepause.h"
+#include "host/storage/store.h"
 #include "tests/unit/queue/scene.h"
 
 #include <QJsonDocument>

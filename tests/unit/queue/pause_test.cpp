@@ -1,5 +1,5 @@
-#include "host/network/queuealarms.h"
-#include "host/network/queuepause.h"
+#include "host/queue/queuealarms.h"
+#include "host/queue/queuepause.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/network/messagequeue.h"
-#include "host/network/queuedelivery.h"
+#include "host/queue/messagequeue.h"
+#include "host/queue/queuedelivery.h"
 #include "host/utils/currenttime.h"
 #include "host/utils/utc.h"
 #include "tests/unit/storage/scene.h"

@@ -1,4 +1,4 @@
-#include "host/network/deliveryworker.h"
+#include "host/queue/deliveryworker.h"
 #include "tests/support/httpserver.h"
 #include "tests/unit/queue/scene.h"
 

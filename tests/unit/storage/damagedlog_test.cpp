@@ -1,8 +1,8 @@
-#include "host/core/datacheck.h"
-#include "host/core/storage.h"
-#include "host/network/messagequeue.h"
-#include "host/utils/store.h"
-#include "host/utils/storecheck.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/datacheck.h"
+#include "host/storage/documents.h"
+#include "host/storage/store.h"
+#include "host/storage/storecheck.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 

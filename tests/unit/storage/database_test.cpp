@@ -1,4 +1,4 @@
-#include "host/utils/database.h"
+#include "host/storage/database.h"
 #include "tests/unit/storage/scene.h"
 
 #include <QFile>

@@ -1,8 +1,8 @@
-#include "host/core/datacheck.h"
-#include "host/core/storage.h"
-#include "host/network/queuedelivery.h"
-#include "host/utils/filelock.h"
-#include "host/utils/privatefile.h"
+#include "host/queue/queuedelivery.h"
+#include "host/storage/datacheck.h"
+#include "host/storage/documents.h"
+#include "host/storage/filelock.h"
+#include "host/storage/privatefile.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 

@@ -1,5 +1,5 @@
-#include "host/core/documentcodec.h"
-#include "host/utils/storedform.h"
+#include "host/storage/documentcodec.h"
+#include "host/storage/storedform.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 

@@ -1,5 +1,5 @@
-#include "host/core/documentcodec.h"
-#include "host/core/storage.h"
+#include "host/storage/documentcodec.h"
+#include "host/storage/documents.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 

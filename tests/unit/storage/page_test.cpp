@@ -1,4 +1,4 @@
-#include "host/utils/store.h"
+#include "host/storage/store.h"
 #include "tests/unit/storage/scene.h"
 
 #include <QSet>

@@ -1,7 +1,7 @@
-#include "host/core/documentcodec.h"
-#include "host/core/storage.h"
-#include "host/network/messagequeue.h"
-#include "host/utils/storecheck.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/documentcodec.h"
+#include "host/storage/documents.h"
+#include "host/storage/storecheck.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 

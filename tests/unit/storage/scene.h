@@ -1,8 +1,8 @@
 #pragma once
 
+#include "host/storage/datadirectory.h"
+#include "host/storage/store.h"
 #include "host/utils/basicexception.h"
-#include "host/utils/datadirectory.h"
-#include "host/utils/store.h"
 #include "tests/support/hostworld.h"
 
 #include <QDir>

@@ -1,8 +1,8 @@
-#include "host/core/storage.h"
-#include "host/network/dbqueuebroker.h"
-#include "host/network/messagequeue.h"
-#include "host/utils/journal.h"
-#include "host/utils/store.h"
+#include "host/queue/dbqueuebroker.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/documents.h"
+#include "host/storage/journal.h"
+#include "host/storage/store.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 

@@ -1,4 +1,4 @@
-#include "host/utils/storedform.h"
+#include "host/storage/storedform.h"
 
 #include <QDate>
 #include <QIODevice>

@@ -1,0 +1,260 @@
+#include "host/queue/messagequeue.h"
+
+#include "host/queue/queuedform.h"
+#include "host/queue/queuenotice.h"
+#include "host/queue/queuepause.h"
+#include "host/storage/journal.h"
+#include "host/storage/store.h"
+#include "host/utils/currenttime.h"
+
+#include <QUrl>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int firstStatus = 100; // below lie RestClient's own codes: the service did not answer
+
+const QString columns = network::queuedColumns();
+const QString sendable = u"WHERE head = 1 AND parked = 0 AND "_s;
+const QString firstDue = u" ORDER BY due, id LIMIT 1"_s;
+
+qint64 now() { return network::writtenTime(MockFactory<CurrentTime>::create()->currentDateTime()); }
+
+/// The last segment of the service's path: what the message is about.
+QString operationOf(const QueuedMessage& message)
+{
+    return message.message.value(u"url"_s).toUrl().fileName();
+}
+
+} // namespace
+
+struct MessageQueue::Statements
+{
+    std::shared_ptr<utils::Database> database = utils::store();
+    utils::Journal journal;
+    QSqlQuery insert = database->prepared(
+        u"INSERT INTO queued (queue, receipt, enqueued, message, text) VALUES (?, ?, ?, ?, ?)"_s);
+    QSqlQuery list = database->prepared(columns + u"WHERE id > ? ORDER BY id LIMIT ?"_s);
+    QSqlQuery one = database->prepared(columns + u"WHERE id = ?"_s);
+    QSqlQuery atOnce = database->prepared(columns + sendable + u"due = 0"_s + firstDue);
+    QSqlQuery due = database->prepared(columns + sendable + u"due <= ?"_s + firstDue);
+    QSqlQuery misdated = database->prepared(columns + sendable + u"due > ?"_s + firstDue);
+    QSqlQuery last = database->prepared(u"SELECT max(id) FROM queued"_s);
+    QSqlQuery oldest =
+        database->prepared(u"SELECT enqueued FROM queued WHERE parked = 0 ORDER BY enqueued LIMIT 1"_s);
+    QSqlQuery tally =
+        database->prepared(u"SELECT waiting, parked, delivered, error, refused, probes, probe FROM tally"_s);
+    QSqlQuery record = database->prepared(
+        u"INSERT INTO history SELECT id, queue, receipt, enqueued, ?, text, attempts, error, ?, ?, "
+        "CASE WHEN ? THEN coalesce(?, message) END FROM queued WHERE id = ?"_s);
+    QSqlQuery remove = database->prepared(u"DELETE FROM queued WHERE id = ?"_s);
+    QSqlQuery fail =
+        database->prepared(u"UPDATE queued SET attempts = attempts + 1, error = ?, due = ? WHERE id = ?"_s);
+    QSqlQuery park = database->prepared(
+        u"UPDATE queued SET attempts = attempts + 1, error = ?, parked = 1 WHERE id = ?"_s);
+    QSqlQuery retry = database->prepared(
+        u"UPDATE queued SET parked = 0, due = 0 WHERE id = ? AND (parked = 1 OR due <> 0)"_s);
+    QSqlQuery hasten = database->prepared(u"UPDATE queued SET due = 0 "_s + sendable + u"due <> 0"_s);
+    QSqlQuery probeNow = database->prepared(u"UPDATE tally SET probe = 0 WHERE probe <> 0"_s);
+    QSqlQuery noteDelivery = database->prepared(
+        u"UPDATE tally SET delivered = ?, error = '', refused = 0, probes = 0, probe = 0"_s);
+    QSqlQuery noteFailure = database->prepared(u"UPDATE tally SET error = ?"_s);
+    QSqlQuery noteAnswer =
+        database->prepared(u"UPDATE tally SET error = ?, refused = 0, probes = 0, probe = 0"_s);
+    QSqlQuery noteRefusal = database->prepared(
+        u"UPDATE tally SET error = ?, refused = CASE refused WHEN 0 THEN ? ELSE refused END, "
+        "probes = probes + 1, probe = ?"_s);
+
+    [[nodiscard]] QVariantList counts()
+    {
+        database->requireInPlace(); // who looks how the queue is doing is told that it is gone
+        return database->rows(tally).value(0);
+    }
+
+    [[nodiscard]] std::optional<QueuedMessage> first(QSqlQuery& query, const QVariantList& values)
+    {
+        const QList<QVariantList> found = database->rows(query, values);
+        return found.isEmpty() ? std::nullopt : std::optional(network::queuedFromRow(found.first()));
+    }
+
+    void tell(const QString& event, const QueuedMessage& message, const QueueAttempt& attempt)
+    {
+        if (message.group.isEmpty())
+            return; // the journal is the receipts'
+        journal.add({.time = {},
+                     .receipt = message.group,
+                     .event = event,
+                     .operation = operationOf(message),
+                     .message = message.id,
+                     .code = attempt.code,
+                     .detail = attempt.error,
+                     .milliseconds = attempt.milliseconds});
+    }
+
+    /// The step and what the journal tells of it as one commit. False when the queue does not hold the
+    /// message or the step does nothing to it.
+    bool change(qint64 id, const QString& event, const QueueAttempt& attempt,
+                const std::function<bool()>& step)
+    {
+        bool done = false;
+        database->atomically([&] {
+            const auto message = first(one, {id});
+            done = message && step();
+            if (done)
+                tell(event, *message, attempt);
+        });
+        return done;
+    }
+
+    bool deliver(qint64 id, int answer)
+    {
+        database->change(record, {now(), u"delivered"_s, answer, false, {}, id});
+        return database->change(remove, {id}) > 0;
+    }
+
+    // What is damaged is kept as it lies.
+    bool drop(qint64 id)
+    {
+        const auto dropped = first(one, {id});
+        const bool whole = dropped && !dropped->damaged;
+        const QVariant kept = whole ? network::writtenWithoutAuthorization(dropped->message) : QVariant();
+        const QVariant noAnswer(QMetaType::fromType<int>());
+        database->change(record, {now(), u"dropped"_s, noAnswer, true, kept, id});
+        return database->change(remove, {id}) > 0;
+    }
+
+    bool noteAttempt(QSqlQuery& statement, const QVariantList& values, const QueueAttempt& attempt)
+    {
+        database->change(attempt.code < firstStatus ? noteFailure : noteAnswer, {attempt.error});
+        return database->change(statement, values) > 0;
+    }
+};
+
+MessageQueue::MessageQueue()
+    : m(std::make_unique<Statements>())
+{}
+
+MessageQueue::~MessageQueue() = default;
+
+qint64 MessageQueue::enqueue(const QString& queueName, const QString& group, const QVariantMap& message,
+                             const QString& text)
+{
+    const QByteArray bytes = network::writtenMessage(message);
+    QueuedMessage queued;
+    queued.group = group;
+    queued.message = message;
+    m->database->atomically([&] {
+        queued.id = m->database->insert(m->insert, {queueName, group, now(), bytes, text});
+        m->tell(u"queued"_s, queued, {});
+    });
+    network::queuenotice::raise();
+    return queued.id;
+}
+
+QList<QueuedMessage> MessageQueue::messages(int limit, qint64 after) const
+{
+    QList<QueuedMessage> result;
+    for (const QVariantList& row : m->database->rows(m->list, {after, limit}))
+        result.append(network::queuedFromRow(row));
+    return result;
+}
+
+std::optional<QueuedMessage> MessageQueue::find(qint64 id) const { return m->first(m->one, {id}); }
+
+std::optional<QueuedMessage> MessageQueue::after(qint64 id) const { return m->first(m->list, {id, 1}); }
+
+qint64 MessageQueue::lastId() const { return m->database->rows(m->last).value(0).value(0).toLongLong(); }
+
+int MessageQueue::waitingCount() const { return m->counts().value(0).toInt(); }
+
+int MessageQueue::parkedCount() const { return m->counts().value(1).toInt(); }
+
+QueueHealth MessageQueue::health() const
+{
+    const QVariantList tally = m->counts();
+    const QVariantList oldest = m->database->rows(m->oldest).value(0);
+    return {.waiting = tally.value(0).toInt(),
+            .parked = tally.value(1).toInt(),
+            .oldestWaiting = network::storedTime(oldest.value(0)),
+            .credentialsRefused = network::storedTime(tally.value(4)),
+            .lastDelivered = network::storedTime(tally.value(2)),
+            .lastError = tally.value(3).toString()};
+}
+
+std::optional<QueuedMessage> MessageQueue::nextDue(const QDateTime& until, const QDateTime& now) const
+{
+    m->database->requireInPlace();
+    // What is due at once is kept as 0, which to a clock before 1970 lies ahead.
+    if (auto atOnce = m->first(m->atOnce, {}))
+        return atOnce;
+    if (auto due = m->first(m->due, {until.toMSecsSinceEpoch()}))
+        return due;
+    return m->first(m->misdated, {(now + network::longestPause).toMSecsSinceEpoch()});
+}
+
+std::optional<CredentialsRefusal> MessageQueue::refusal() const
+{
+    const QVariantList tally = m->counts();
+    const QDateTime since = network::storedTime(tally.value(4));
+    if (!since.isValid())
+        return {};
+    return CredentialsRefusal{since, tally.value(5).toInt(), network::storedTime(tally.value(6))};
+}
+
+bool MessageQueue::delivered(qint64 id, const QueueAttempt& attempt)
+{
+    return m->change(id, u"delivered"_s, attempt, [&] {
+        m->database->change(m->noteDelivery, {now()});
+        return m->deliver(id, attempt.code);
+    });
+}
+
+bool MessageQueue::failed(qint64 id, const QueueAttempt& attempt, const QDateTime& due)
+{
+    return m->change(id, u"attempt"_s, attempt, [&] {
+        return m->noteAttempt(m->fail, {attempt.error, network::writtenTime(due), id}, attempt);
+    });
+}
+
+bool MessageQueue::park(qint64 id, const QueueAttempt& attempt)
+{
+    return m->change(id, u"parked"_s, attempt, [&] {
+        return m->noteAttempt(m->park, {attempt.error, id}, attempt);
+    });
+}
+
+bool MessageQueue::refused(qint64 id, const QueueAttempt& attempt, const QDateTime& due,
+                           const QDateTime& nextProbe)
+{
+    return m->change(id, u"attempt"_s, attempt, [&] {
+        m->database->change(m->noteRefusal, {attempt.error, now(), network::writtenTime(nextProbe)});
+        return m->database->change(m->fail, {attempt.error, network::writtenTime(due), id}) > 0;
+    });
+}
+
+bool MessageQueue::retry(qint64 id)
+{
+    const bool done =
+        m->change(id, u"retried"_s, {}, [&] { return m->database->change(m->retry, {id}) > 0; });
+    network::queuenotice::raise();
+    return done;
+}
+
+bool MessageQueue::drop(qint64 id)
+{
+    const bool done = m->change(id, u"dropped"_s, {}, [&] { return m->drop(id); });
+    network::queuenotice::raise();
+    return done;
+}
+
+void MessageQueue::expedite()
+{
+    m->database->atomically([&] {
+        m->database->change(m->hasten, {});
+        m->database->change(m->probeNow, {});
+    });
+    network::queuenotice::raise();
+}

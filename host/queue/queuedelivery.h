@@ -1,0 +1,84 @@
+#pragma once
+
+#include "host/queue/messagequeue.h"
+#include "host/storage/filelock.h"
+
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+#include <stop_token>
+
+namespace network {
+struct SendingOutcome;
+}
+
+/// Sends what the outgoing queue holds, each message as its "method" on its "url" with its "headers", "body"
+/// and "timeout".
+///
+/// Messages of one group go strictly in order: behind one that could not be sent, or that is parked, the
+/// later ones of its group wait, because the service would take a refusal before the sale that it refuses for
+/// an error. Groups, and messages without one, are independent of one another.
+///
+/// Each message is delivered at least once: it leaves the queue only after what RestClient takes for
+/// success, so that one whose answer was lost on the way, or cut off by a power cut, is sent again. The
+/// service tells repeats by their receipt number.
+///
+/// Whatever may have been the network's or the service's passing trouble is tried again after a growing
+/// pause, for ever: no whole answer, a redirect, 5xx, 408, 425, 429. What would fail in the same way each
+/// time is parked: another 4xx, with the service's words, and a message that cannot be sent at all. A 401 is
+/// no message's fault and holds up all of them: one is sent after each growing pause, until the service gives
+/// another answer.
+class HOST_EXPORT QueueDelivery
+{
+public:
+    struct Options
+    {
+        /// Says the present "Authorization" header for that URL, which then takes the place of the stored
+        /// one: a message may outlive the password it was put in with. Empty: send the stored one. To be
+        /// given only for the service's own URLs. Called in the delivery's thread.
+        std::function<QString(const QUrl&)> authorization;
+        /// Moves the pauses, from 0 to 1; by default the system's.
+        std::function<double()> random;
+        /// Told of each message just before it is sent.
+        std::function<void(const QueuedMessage&)> attempting = {};
+        /// Told of each attempt after it was noted in the queue.
+        std::function<void(const QueuedMessage&, const QueueAttempt&)> attempted;
+    };
+
+    struct Summary
+    {
+        int delivered = 0;  ///< by this run
+        int waiting = 0;    ///< in the queue afterwards
+        int parked = 0;     ///< in the queue afterwards
+        QString firstError; ///< of this run, in English for the administrator, or in the service's words
+    };
+
+    /// Two deliveries at once would send everything twice, and mix up the order: whoever delivers holds this,
+    /// a file of the data directory. Nothing when another delivery has it; throws BasicException when the
+    /// file cannot be used.
+    [[nodiscard]] static std::unique_ptr<utils::FileLock> lock();
+
+    /// The queue must outlive the delivery and belong to the same thread.
+    explicit QueueDelivery(MessageQueue& queue);
+    QueueDelivery(MessageQueue& queue, Options options);
+
+    /// Ends every pause and goes once over what is in the queue, waiting for each answer. A stop is heeded
+    /// between two messages. Throws BasicException when the queue's file can't be used or another delivery is
+    /// under way.
+    Summary run(const std::stop_token& stop = {});
+
+    /// Sends what is due when it begins, and what comes in meanwhile; the pauses of the rest go on. For who
+    /// holds the lock.
+    Summary deliverDue(const utils::FileLock& held, const std::stop_token& stop = {});
+
+private:
+    [[nodiscard]] bool isHeldUp(const QDateTime& now) const;
+    void deliver(const QueuedMessage& message, const QDateTime& start, Summary& summary);
+    /// False when the queue does not hold the message any more.
+    bool note(const QueuedMessage& message, const network::SendingOutcome& outcome, const QDateTime& now);
+    [[nodiscard]] QDateTime after(const QDateTime& now, int attempts) const;
+
+    MessageQueue& m_queue;
+    Options m_options;
+};

@@ -1,0 +1,97 @@
+#include "host/queue/queuedform.h"
+
+#include "host/storage/storedform.h"
+#include "host/utils/basicexception.h"
+#include "host/utils/utc.h"
+
+#include <QDataStream>
+#include <QIODevice>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace network {
+
+namespace {
+
+constexpr utils::Seal messageSeal{0x4B59526D, 1}; // "KYRm"
+
+std::optional<QVariantMap> readMessage(const QByteArray& bytes)
+{
+    const utils::Unsealed opened = utils::unsealed(messageSeal, bytes);
+    QDataStream in(opened.content);
+    in.setVersion(utils::storedStreamVersion);
+    const QVariantMap message = utils::storedMap(in);
+    const bool whole = opened.state == utils::Unsealed::Whole && in.status() == QDataStream::Ok && in.atEnd();
+    return whole ? std::optional(message) : std::nullopt;
+}
+
+} // namespace
+
+QByteArray writtenMessage(const QVariantMap& message)
+{
+    if (const QString why = utils::unstorable(message); !why.isEmpty())
+        throw BasicException(
+            tr::Tr(u"hostQueueMessageUnfit"_s,
+                   u"Сообщение не поставлено в очередь: такие данные нельзя сохранить (%1)"_s.arg(why)));
+    QByteArray content;
+    QDataStream out(&content, QIODevice::WriteOnly);
+    out.setVersion(utils::storedStreamVersion);
+    out << message;
+    return utils::sealed(messageSeal, content);
+}
+
+QVariantMap withoutAuthorization(QVariantMap headers)
+{
+    headers.removeIf([](const std::pair<const QString&, QVariant&>& header) {
+        return header.first.compare("Authorization"_L1, Qt::CaseInsensitive) == 0;
+    });
+    return headers;
+}
+
+QByteArray writtenWithoutAuthorization(QVariantMap message)
+{
+    const auto headers = message.find(u"headers"_s);
+    if (headers != message.end())
+        *headers = withoutAuthorization(headers->toMap());
+    return writtenMessage(message);
+}
+
+QString queuedColumns()
+{
+    return u"SELECT id, queue, receipt, enqueued, message, text, attempts, error, parked, due FROM queued "_s;
+}
+
+QueuedMessage queuedFromRow(const QVariantList& row)
+{
+    QueuedMessage result;
+    result.id = row[0].toLongLong();
+    result.queue = row[1].toString();
+    result.group = row[2].toString();
+    result.enqueued = utils::utcFromMilliseconds(row[3].toLongLong());
+    const auto message = readMessage(row[4].toByteArray());
+    result.message = message.value_or(QVariantMap());
+    result.damaged = !message;
+    result.text = row[5].toString();
+    result.attempts = row[6].toInt();
+    result.lastError = row[7].toString();
+    result.state = row[8].toBool() ? QueuedMessage::State::Parked : QueuedMessage::State::Waiting;
+    const QDateTime due = storedTime(row[9]);
+    result.due = due.isValid() ? due : result.enqueued;
+    return result;
+}
+
+qint64 writtenTime(const QDateTime& time)
+{
+    const qint64 value = time.toMSecsSinceEpoch();
+    return value == 0 ? 1 : value;
+}
+
+QDateTime storedTime(const QVariant& milliseconds)
+{
+    const qint64 value = milliseconds.toLongLong();
+    return value == 0 ? QDateTime() : utils::utcFromMilliseconds(value);
+}
+
+} // namespace network

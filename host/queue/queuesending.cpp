@@ -1,0 +1,146 @@
+#include "host/queue/queuesending.h"
+
+#include "host/network/restclient.h"
+#include "host/queue/queuedform.h"
+
+#include <QElapsedTimer>
+#include <QStringList>
+
+using namespace Qt::StringLiterals;
+
+namespace network {
+
+namespace {
+
+using ErrorCode = RestClient::ErrorCode;
+
+constexpr int firstStatus = 100; // RestClient's own codes lie below
+constexpr int unauthorizedStatus = 401;
+constexpr qsizetype longestWords = 2000;
+
+QString codeText(int code)
+{
+    if (code >= firstStatus)
+        return u"HTTP %1"_s.arg(code);
+    switch (static_cast<ErrorCode>(code)) {
+    case ErrorCode::Connect:
+        return u"no connection to the service"_s;
+    case ErrorCode::Timeout:
+        return u"no answer in time"_s;
+    case ErrorCode::Tls:
+        return u"the service's certificate is not trusted, or TLS failed"_s;
+    case ErrorCode::BrokenAnswer:
+        return u"the answer is broken, empty or no JSON object"_s;
+    case ErrorCode::TooLarge:
+        return u"the answer is too large"_s;
+    case ErrorCode::Redirect:
+        return u"redirected: somebody other than the service answered"_s;
+    case ErrorCode::BadUrl:
+        return u"the message's URL is not valid"_s;
+    case ErrorCode::BadHeader:
+        return u"a header of the message cannot be sent"_s;
+    case ErrorCode::None:
+        break;
+    }
+    return u"error %1"_s.arg(code);
+}
+
+bool isHopeless(int code)
+{
+    constexpr int timeout = 408;
+    constexpr int tooEarly = 425;
+    constexpr int tooMany = 429;
+    if (code < firstStatus)
+        return code == static_cast<int>(ErrorCode::BadUrl) || code == static_cast<int>(ErrorCode::BadHeader);
+    return code >= 400 && code < 500 && code != unauthorizedStatus && code != timeout && code != tooEarly &&
+           code != tooMany;
+}
+
+/// The texts of the service's error envelope, {"data": [{"message": text or {field: text or [texts]}}]}.
+QString serviceWords(const QVariant& answer)
+{
+    QStringList words;
+    const QVariantList errors = answer.toMap().value(u"data"_s).toList();
+    for (const QVariant& error : errors) {
+        const QVariant message = error.toMap().value(u"message"_s);
+        if (message.typeId() == QMetaType::QString)
+            words.append(message.toString());
+        const QVariantMap fields = message.toMap();
+        for (const QVariant& field : fields)
+            words.append(field.toStringList());
+    }
+    return words.join(u'\n').left(longestWords);
+}
+
+/// A message may have waited while the password was changed, and the service would refuse the old one for
+/// ever; so the present credentials are sent, where whoever knows them says that they are for this URL.
+QHash<QString, QString> headersOf(const QVariantMap& message, const QString& authorization)
+{
+    QVariantMap given = message.value(u"headers"_s).toMap();
+    if (!authorization.isEmpty()) {
+        given = withoutAuthorization(given);
+        given.insert(u"Authorization"_s, authorization);
+    }
+    QHash<QString, QString> headers;
+    for (auto header = given.cbegin(); header != given.cend(); ++header)
+        headers.insert(header.key(), header.value().toString());
+    return headers;
+}
+
+SendingOutcome unsendable(const QString& why) { return {{.error = why}, true}; }
+
+SendingOutcome judged(const RestClient& client, qint64 milliseconds)
+{
+    const int code = std::max(0, client.getErrorCode());
+    if (code == 0)
+        return {{0, {}, milliseconds}};
+    const QString words = serviceWords(client.getResponse());
+    const bool hopeless = isHopeless(code);
+    QString error = words;
+    if (words.isEmpty())
+        error = codeText(code);
+    else if (!hopeless)
+        error = codeText(code) + u": "_s + words;
+    return {{code, error, milliseconds}, hopeless};
+}
+
+} // namespace
+
+bool SendingOutcome::unauthorized() const { return attempt.code == unauthorizedStatus; }
+
+bool SendingOutcome::answered() const { return delivered() || attempt.code >= firstStatus; }
+
+std::chrono::seconds timeoutOf(const QueuedMessage& queued)
+{
+    return std::chrono::seconds(RestClient::timeoutOf(queued.message.value(u"timeout"_s).toInt()));
+}
+
+SendingOutcome sendQueued(const QueuedMessage& queued,
+                          const std::function<QString(const QUrl&)>& authorization)
+{
+    if (queued.damaged)
+        return unsendable(u"the stored message is damaged"_s);
+    const QVariantMap& message = queued.message;
+    const QVariant address = message.value(u"url"_s);
+    const QUrl url =
+        address.typeId() == QMetaType::QUrl ? address.toUrl() : QUrl(address.toString(), QUrl::TolerantMode);
+    const QByteArray body = message.value(u"body"_s).toByteArray();
+    const QString method = message.value(u"method"_s).toString();
+    const auto headers = headersOf(message, authorization ? authorization(url) : QString());
+
+    const auto client = MockFactory<RestClient>::create();
+    client->setTimeout(static_cast<int>(timeoutOf(queued).count()));
+    QElapsedTimer clock;
+    clock.start();
+    if (method == u"POST")
+        client->post(url, body, headers);
+    else if (method == u"PUT")
+        client->put(url, body, headers);
+    else if (method == u"GET" && body.isEmpty())
+        client->get(url, {}, headers);
+    else
+        return unsendable(u"the message's method cannot be sent: only POST, PUT, and GET without a body"_s);
+    return judged(*client, clock.elapsed());
+}
+
+} // namespace network

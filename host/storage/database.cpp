@@ -1,0 +1,236 @@
+#include "host/storage/database.h"
+
+#include "host/storage/lockholder.h"
+#include "host/storage/storageerror.h"
+
+#include <QSqlError>
+#include <QSqlRecord>
+
+using namespace Qt::StringLiterals;
+
+namespace utils {
+
+namespace {
+
+// SQLite's primary result codes; the driver's own header has none.
+enum SqliteCode : int {
+    Busy = 5,
+    TableLocked = 6,
+    ReadOnly = 8,
+    IoError = 10,
+    Corrupt = 11,
+    Full = 13,
+    CannotOpen = 14,
+    NotADatabase = 26,
+    ShortWrite = 778, // what writing past a limit on the file's size ends in
+    NoIndex = 4874,   // there was no room for the log's index, -shm
+};
+
+StorageFault faultOf(int code)
+{
+    if (code == ShortWrite || code == NoIndex)
+        return StorageFault::Full;
+    switch (code & 0xff) {
+    case Busy:
+    case TableLocked:
+        return StorageFault::Locked;
+    case ReadOnly:
+    case CannotOpen:
+        return StorageFault::Denied;
+    case Corrupt:
+    case NotADatabase:
+        return StorageFault::Damaged;
+    case Full:
+        return StorageFault::Full;
+    default:
+        return StorageFault::Failed;
+    }
+}
+
+} // namespace
+
+QSqlQuery Database::prepared(const QString& sql) const
+{
+    QSqlQuery query(m_database);
+    query.setForwardOnly(true);
+    if (!query.prepare(sql))
+        fail(query.lastError());
+    return query;
+}
+
+int Database::change(QSqlQuery& statement, const QVariantList& values) const
+{
+    requireReady();
+    execute(statement, values);
+    const int changed = statement.numRowsAffected();
+    statement.finish();
+    return changed;
+}
+
+qint64 Database::insert(QSqlQuery& statement, const QVariantList& values) const
+{
+    requireReady();
+    execute(statement, values);
+    const qint64 id = statement.lastInsertId().toLongLong();
+    statement.finish();
+    return id;
+}
+
+QList<QVariantList> Database::rows(QSqlQuery& statement, const QVariantList& values) const
+{
+    execute(statement, values);
+    QList<QVariantList> result;
+    const int columns = statement.record().count();
+    while (statement.next()) {
+        QVariantList row;
+        row.reserve(columns);
+        for (int column = 0; column < columns; ++column)
+            row.append(statement.value(column));
+        result.append(row);
+    }
+    const QSqlError error = statement.lastError();
+    statement.finish();
+    if (error.isValid())
+        fail(error);
+    return result;
+}
+
+void Database::atomically(const std::function<void()>& steps) const
+{
+    const bool joins = m_transaction;
+    try {
+        if (!joins)
+            begin();
+        steps();
+        if (!joins)
+            commit();
+    } catch (...) {
+        m_spoilt = m_transaction;
+        if (!joins)
+            rollback();
+        throw;
+    }
+}
+
+void Database::begin() const
+{
+    if (m_transaction)
+        throw BasicException(tr::Tr(u"hostTransactionNested"_s,
+                                    u"Внутренняя ошибка: запись в файл %1 уже начата"_s.arg(m_path)));
+    if (m_files)
+        requireInPlace();
+    execute(u"BEGIN IMMEDIATE"_s);
+    m_transaction = true;
+    m_spoilt = false;
+}
+
+void Database::commit() const
+{
+    requireUnspoilt();
+    if (m_files)
+        requireInPlace();
+    execute(u"COMMIT"_s);
+    m_transaction = false;
+}
+
+void Database::rollback() const noexcept
+{
+    if (!m_transaction)
+        return;
+    m_transaction = false;
+    m_spoilt = false;
+    QSqlQuery query(m_database);
+    query.exec(u"ROLLBACK"_s); // SQLite may have done it itself; the first failure is the one to tell
+}
+
+void Database::requireWritable() const
+{
+    atomically([this] { execute(u"PRAGMA user_version=%1"_s.arg(number(u"PRAGMA user_version"_s))); });
+}
+
+void Database::execute(const QString& sql) const
+{
+    QSqlQuery query(m_database);
+    if (!query.exec(sql))
+        fail(query.lastError());
+}
+
+void Database::execute(QSqlQuery& statement, const QVariantList& values) const
+{
+    for (int i = 0; i < values.size(); ++i) {
+        const QVariant& value = values.at(i);
+        const bool nullText = value.typeId() == QMetaType::QString && value.toString().isNull();
+        statement.bindValue(i, nullText ? QVariant(u""_s) : value);
+    }
+    if (!statement.exec()) {
+        const QSqlError error = statement.lastError();
+        statement.finish();
+        fail(error);
+    }
+}
+
+int Database::number(const QString& sql) const
+{
+    QSqlQuery query = prepared(sql);
+    return rows(query).value(0).value(0).toInt();
+}
+
+// What is written into a file that somebody has removed is kept by nobody; that holds for the log too, and
+// without the one index of all others are not kept from writing over it.
+void Database::requireInPlace(const Files& files) const
+{
+    QString gone;
+    if (identityOf(m_path) != files.own)
+        gone = m_path;
+    else if (identityOf(m_path + u"-wal"_s) != files.log)
+        gone = m_path + u"-wal"_s;
+    else if (identityOf(m_path + u"-shm"_s) != files.index)
+        gone = m_path + u"-shm"_s;
+    if (gone.isEmpty())
+        return;
+    m_sound = false;
+    m_spoilt = m_transaction;
+    throw storageError(StorageFault::Gone, gone);
+}
+
+void Database::requireInPlace() const { requireInPlace(m_files.value_or(Files{})); }
+
+void Database::requireReady() const
+{
+    requireUnspoilt();
+    if (!m_transaction) // else its commit asks
+        requireInPlace();
+}
+
+QString Database::lockHolders() const
+{
+    for (const QString& locked : {m_path, m_path + u"-shm"_s}) {
+        const QString holder = lockHolder(locked);
+        if (!holder.isEmpty())
+            return u"; "_s + holder;
+    }
+    return {};
+}
+
+// After some failures SQLite has undone the transaction by itself: what came next would be kept all alone.
+void Database::requireUnspoilt() const
+{
+    if (m_transaction && m_spoilt)
+        throw BasicException(
+            tr::Tr(u"hostTransactionSpoilt"_s,
+                   u"Не сохранено: запись в файл %1 отменена, часть её не удалась"_s.arg(m_path)));
+}
+
+void Database::fail(const QSqlError& error) const
+{
+    const StorageFault fault = faultOf(error.nativeErrorCode().toInt());
+    if (fault != StorageFault::Full && fault != StorageFault::Locked)
+        m_sound = false;
+    m_spoilt = m_transaction;
+    if (fault == StorageFault::Damaged && m_files)
+        suspect();
+    const QString holder = fault == StorageFault::Locked ? lockHolders() : QString();
+    throw storageError(fault, m_path, error.databaseText() + holder);
+}
+
+} // namespace utils

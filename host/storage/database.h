@@ -1,0 +1,159 @@
+#pragma once
+
+#include "host/storage/fileidentity.h"
+#include "host/utils/export.h"
+
+#include <QMap>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+#include <QStringList>
+#include <QVariantList>
+
+#include <functional>
+#include <optional>
+
+namespace utils {
+
+/// One open SQLite file whose commits survive a power cut (write-ahead log, synchronous=FULL), private to its
+/// owner with all its companions. Everything here throws BasicException, with the file's name, when SQLite
+/// refuses; what was begun is then undone. Another program's lock is waited for two seconds. Belongs to the
+/// thread that made it, and needs a QCoreApplication, which finds the driver.
+class HOST_EXPORT Database
+{
+public:
+    /// An older file whose content a new one takes over when it is made.
+    struct Source
+    {
+        QString path;
+        int applicationId = 0;
+        int version = 1;
+        QString name;      ///< the schema that `takes` reads
+        QStringList takes; ///< the statements that copy its content into the new tables
+        QString noteTaken; ///< the statement that notes in the new file that it did
+        QString taken;     ///< the query that finds the note: a count
+    };
+    struct Format
+    {
+        int applicationId = 0;                  ///< tells this kind of file from any other SQLite file
+        int version = 1;                        ///< the file's user_version
+        QStringList creates;                    ///< the statements that make a new file
+        QMap<int, QStringList> migrations = {}; ///< by n: the statements from version n to n + 1
+        QList<Source> sources = {};             ///< those that are missing are passed over
+    };
+
+    /// Opens the file, brings one of an earlier version up to date, or makes it: then it appears whole, with
+    /// what its sources hold, or not at all. One that is damaged, a stranger's or of a later version is
+    /// refused and left untouched.
+    Database(const QString& path, const Format& format);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    /// Bytes: a file up to this size is read through for damage by a process's first connection to it, and
+    /// any by each connection once damage was met in it. A cashier waits for a start, so it must not take
+    /// much longer the more is kept.
+    static constexpr qint64 readAtAStart = qint64{4} * 1024 * 1024;
+
+    /// Looks at a file that exists as the first connection does, throws what it would throw, and returns the
+    /// file's version: 0 for one that was not made to its end.
+    static int examine(const QString& path, int applicationId, int version);
+    /// The same for a file of any size, all of which is read. Damage that is found makes the next start read
+    /// through all of it too.
+    static void readThrough(const QString& path, int applicationId, int version);
+
+    [[nodiscard]] const QString& path() const { return m_path; }
+    [[nodiscard]] FileIdentity identity() const { return m_files.value_or(Files{}).own; }
+    /// Where the log lies as it was found, because it was damaged (isLogDamaged()) when this connection was
+    /// opened; empty: it was not.
+    [[nodiscard]] const QString& damagedLog() const { return m_damagedLog; }
+    /// False once something happened that a connection made anew may not meet: the file was damaged, taken
+    /// away, or could not be read or written at all.
+    [[nodiscard]] bool isSound() const { return m_sound; }
+
+    /// A statement to keep, for change() and rows().
+    [[nodiscard]] QSqlQuery prepared(const QString& sql) const;
+
+    /// Executes a statement that changes something; durable on return unless inside a transaction. Returns
+    /// how many rows it changed. A null text is stored as an empty one.
+    int change(QSqlQuery& statement, const QVariantList& values) const;
+
+    /// The same for a statement that inserts one row; returns the row's id.
+    qint64 insert(QSqlQuery& statement, const QVariantList& values) const;
+
+    /// All rows that the statement finds. Nothing of it stays open: a reader that lingers would keep the log
+    /// from being folded into the file.
+    [[nodiscard]] QList<QVariantList> rows(QSqlQuery& statement, const QVariantList& values = {}) const;
+
+    /// Throws when the file, its log or the log's index was removed or replaced: a reader does not notice by
+    /// itself. Who changes something need not ask.
+    void requireInPlace() const;
+
+    /// Runs the steps as one commit; when they throw, none of them was done. Inside a transaction it joins
+    /// it, and steps that throw spoil all of it.
+    void atomically(const std::function<void()>& steps) const;
+
+    // What changes between begin() and commit() is one commit. Not to be nested.
+
+    void begin() const;
+    /// Throws when anything since begin() failed, also when somebody caught it; then nothing was done.
+    void commit() const;
+    /// Undoes everything since begin(); fine when there was none.
+    void rollback() const noexcept;
+    /// Writes something that changes nothing, so that a disk that is full or may not be written to is met
+    /// now.
+    void requireWritable() const;
+    [[nodiscard]] bool isInTransaction() const { return m_transaction; }
+
+    /// The file with the companions that it has while it is open.
+    struct Files
+    {
+        FileIdentity own;
+        std::optional<FileIdentity> log;
+        std::optional<FileIdentity> index;
+    };
+
+private:
+    explicit Database(const QString& path);
+    void requireInPlace(const Files& files) const;
+    void connect(const QString& options);
+    void disconnect();
+    void open(const Format& format);
+    enum class Look {
+        AtItsKind,
+        AtAStart,
+        Through,
+    };
+    int examine(int applicationId, int version, Look look);
+    void requirePlainFiles() const;
+    void keepDamagedLog();
+    /// Past SQLite, so only while this process has no connection to the file.
+    void lookFromOutside(int applicationId, int version) const;
+    [[nodiscard]] QString suspicion() const;
+    void suspect() const noexcept;
+    void requireKind(int applicationId, int version);
+    void ensureMade(const Format& format) const;
+    void setSourcesAside(const Format& format) const;
+    void make(const Format& format) const;
+    void fill(const Format& format);
+    void migrate(const Format& format) const;
+    void execute(const QString& sql) const;
+    void execute(QSqlQuery& statement, const QVariantList& values) const;
+    [[nodiscard]] int number(const QString& sql) const;
+    void requireUnspoilt() const;
+    void requireReady() const;
+    /// Who may have kept SQLite waiting, to be added to what it says.
+    [[nodiscard]] QString lockHolders() const;
+    [[noreturn]] void fail(const QSqlError& error) const;
+
+    QString m_path;
+    QString m_connection;
+    QSqlDatabase m_database;
+    std::optional<Files> m_files; ///< nothing until it is open
+    QString m_damagedLog;
+    mutable bool m_sound = true;
+    mutable bool m_transaction = false;
+    mutable bool m_spoilt = false;
+};
+
+} // namespace utils

@@ -1,0 +1,321 @@
+#include "host/storage/database.h"
+#include "host/storage/privatefile.h"
+#include "host/storage/setaside.h"
+#include "host/storage/storageerror.h"
+#include "host/storage/writeaheadlog.h"
+#include "host/utils/logging.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSqlError>
+
+#include <algorithm>
+#include <atomic>
+#include <map>
+#include <mutex>
+
+using namespace Qt::StringLiterals;
+
+namespace utils {
+
+namespace {
+
+constexpr auto waitForLocks = "QSQLITE_BUSY_TIMEOUT=2000"; // milliseconds: a cashier is waiting
+
+/// The files that this process has connections to, and how many: a replaced one is another. Whoever else
+/// opens such a file, and closes it, takes from SQLite the locks that it holds there for the whole process;
+/// another program would then remove the log under its hands.
+struct FilesInUse
+{
+    std::recursive_mutex mutex; ///< held while a file is looked at and opened
+    struct Use
+    {
+        Database::Files files;
+        int connections = 0;
+    };
+    std::map<FileIdentity, Use> uses;
+
+    /// Nothing when nobody has a connection to what lies there.
+    [[nodiscard]] const Use* of(const QString& path) const
+    {
+        const auto found = uses.find(identityOf(path).value_or(FileIdentity{}));
+        return found == uses.end() ? nullptr : &found->second;
+    }
+};
+
+FilesInUse& filesInUse()
+{
+    static FilesInUse made;
+    return made;
+}
+
+Database::Files filesAt(const QString& path)
+{
+    return {identityOf(path).value_or(FileIdentity{}), identityOf(path + u"-wal"_s),
+            identityOf(path + u"-shm"_s)};
+}
+
+QString newConnectionName()
+{
+    static std::atomic<int> made = 0;
+    return u"kyr-store-%1"_s.arg(++made);
+}
+
+} // namespace
+
+Database::Database(const QString& path)
+    : m_path(path)
+    , m_connection(newConnectionName())
+{}
+
+Database::Database(const QString& path, const Format& format)
+    : Database(path)
+{
+    try {
+        open(format);
+    } catch (...) {
+        disconnect();
+        throw;
+    }
+}
+
+Database::~Database()
+{
+    rollback();
+    disconnect();
+}
+
+int Database::examine(const QString& path, int applicationId, int version)
+{
+    return Database(path).examine(applicationId, version, Look::AtAStart);
+}
+
+void Database::readThrough(const QString& path, int applicationId, int version)
+{
+    Database file(path);
+    try {
+        file.examine(applicationId, version, Look::Through);
+    } catch (const BasicException& exception) {
+        if (isFault(exception, StorageFault::Damaged))
+            file.suspect();
+        throw;
+    }
+}
+
+void Database::open(const Format& format)
+{
+    const std::lock_guard lock(filesInUse().mutex);
+    ensureMade(format);
+    ensurePrivateFile(m_path);
+    requirePlainFiles();
+    const FilesInUse::Use* shared = filesInUse().of(m_path);
+    if (shared) // SQLite would begin a new log under the index of the old one
+        requireInPlace(shared->files);
+    else
+        keepDamagedLog();
+    const int version =
+        examine(format.applicationId, format.version, shared ? Look::AtItsKind : Look::AtAStart);
+    if (version == 0)
+        throw storageError(StorageFault::Damaged, m_path);
+    connect({});
+    // NORMAL would lose the last commits at a power cut.
+    execute(u"PRAGMA journal_mode=WAL"_s);
+    execute(u"PRAGMA synchronous=FULL"_s);
+    if (!m_damagedLog.isEmpty()) // what SQLite did not take of it is not to be met again
+        execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
+    if (version < format.version)
+        migrate(format);
+    setSourcesAside(format);
+    m_files = filesAt(m_path);
+    FilesInUse::Use& use =
+        filesInUse().uses.try_emplace(m_files->own, FilesInUse::Use{*m_files, 0}).first->second;
+    ++use.connections;
+}
+
+void Database::connect(const QString& options)
+{
+    m_database = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_connection);
+    m_database.setDatabaseName(m_path);
+    const QString wait = QString::fromLatin1(waitForLocks);
+    m_database.setConnectOptions(options.isEmpty() ? wait : wait + u';' + options);
+    if (!m_database.open())
+        fail(m_database.lastError());
+}
+
+void Database::disconnect()
+{
+    m_database = {};
+    QSqlDatabase::removeDatabase(m_connection);
+    if (!m_files)
+        return;
+    const std::lock_guard lock(filesInUse().mutex);
+    const auto left = filesInUse().uses.find(m_files->own);
+    m_files.reset();
+    if (--left->second.connections == 0)
+        filesInUse().uses.erase(left);
+}
+
+void Database::requirePlainFiles() const
+{
+    for (const QString& suffix : {u""_s, u"-wal"_s, u"-shm"_s, u"-journal"_s})
+        requirePlainFile(m_path + suffix);
+}
+
+/// SQLite takes a log up to the first thing in it that is not right, and writes over the rest; so it is kept
+/// first.
+void Database::keepDamagedLog()
+{
+    if (!isLogDamaged(m_path))
+        return;
+    const FolderLock lock(m_path); // another program may just have done it
+    if (!isLogDamaged(m_path))
+        return;
+    m_damagedLog = copyDamagedLog(m_path);
+    logger(u"storage"_s)
+        ->error(u"%1-wal is damaged: what was kept last may be missing; it was copied to %2"_s.arg(
+            m_path, QFileInfo(m_damagedLog).fileName()));
+}
+
+void Database::lookFromOutside(int applicationId, int version) const
+{
+    // A reader makes companions, and whoever may write folds the log into the file on closing it; so whether
+    // the file has to be left alone is first found out without either.
+    const auto [inFile, id, pageSize] = headOf(m_path);
+    const int newest = std::max(inFile, versionInLog(m_path, applicationId));
+    if ((inFile == 0 || id == applicationId) && newest > version)
+        throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(newest).arg(version));
+    if (pageSize == 0 ||
+        QFileInfo(m_path).size() % pageSize != 0) // SQLite would take what is missing for zeros
+        throw storageError(StorageFault::Damaged, m_path);
+}
+
+/// Returns the file's version: 0 for one that holds nothing.
+int Database::examine(int applicationId, int version, Look look)
+{
+    const std::lock_guard lock(filesInUse().mutex);
+    requirePlainFiles();
+    if (!filesInUse().of(m_path))
+        lookFromOutside(applicationId, version);
+    connect(u"QSQLITE_OPEN_READONLY"_s);
+    requireKind(applicationId, version);
+    const int found = number(u"PRAGMA user_version"_s);
+    // A larger one's damage is found as it is read; from then on nobody works with it unseen.
+    const bool isReadThrough = look == Look::Through || QFileInfo::exists(suspicion()) ||
+                               (look == Look::AtAStart && QFileInfo(m_path).size() <= readAtAStart);
+    if (isReadThrough) {
+        QSqlQuery query = prepared(u"PRAGMA quick_check(1)"_s);
+        const QString verdict = rows(query).value(0).value(0).toString();
+        if (verdict != u"ok")
+            throw storageError(StorageFault::Damaged, m_path, verdict.simplified());
+        QFile::remove(suspicion());
+    }
+    disconnect();
+    return found;
+}
+
+QString Database::suspicion() const { return m_path + u".suspect"_s; }
+
+void Database::suspect() const noexcept
+{
+    try {
+        ensurePrivateFile(suspicion());
+    } catch (const BasicException&) {
+        // It will be found again as it was found now.
+    }
+}
+
+void Database::requireKind(int applicationId, int version)
+{
+    const int found = number(u"PRAGMA user_version"_s);
+    const bool ours = found == 0 ? number(u"SELECT count(*) FROM sqlite_master"_s) == 0
+                                 : number(u"PRAGMA application_id"_s) == applicationId;
+    if (!ours)
+        throw storageError(StorageFault::Damaged, m_path);
+    if (found > version)
+        throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(found).arg(version));
+}
+
+void Database::ensureMade(const Format& format) const
+{
+    if (QFileInfo::exists(m_path))
+        return;
+    const FolderLock lock(m_path); // another process may be about it as well
+    if (QFileInfo::exists(m_path))
+        return;
+    // SQLite would take a log that lies there for the new file's own.
+    finishSettingAside(m_path);
+    try {
+        removeUnfinished(m_path);
+        make(format);
+    } catch (...) {
+        removeUnfinished(m_path);
+        throw;
+    }
+}
+
+// Only what is known to be in the new file: one that somebody put there later is still to be looked at.
+void Database::setSourcesAside(const Format& format) const
+{
+    for (const Source& source : format.sources) {
+        if (QFileInfo::exists(source.path) && number(source.taken) > 0) {
+            const FolderLock lock(m_path);
+            setAsideWhenTaken(source.path);
+        }
+    }
+}
+
+void Database::make(const Format& format) const
+{
+    for (const Source& source : format.sources) {
+        if (QFileInfo::exists(source.path))
+            examine(source.path, source.applicationId, source.version);
+    }
+    const QString unfinished = newPrivateFile(m_path);
+    Database(unfinished).fill(format);
+    moveToNewName(unfinished, m_path);
+}
+
+void Database::fill(const Format& format)
+{
+    connect({});
+    execute(u"PRAGMA journal_mode=WAL"_s);
+    execute(u"PRAGMA synchronous=FULL"_s);
+    QList<Source> present;
+    for (const Source& source : format.sources) {
+        if (!QFileInfo::exists(source.path))
+            continue;
+        QSqlQuery attach = prepared(u"ATTACH ? AS "_s + source.name);
+        execute(attach, {source.path});
+        present.append(source);
+    }
+    atomically([&] { // locks the sources as well
+        for (const QString& statement : format.creates)
+            execute(statement);
+        for (const Source& source : present) {
+            // Version 0 is one that was not made to its end, and holds nothing.
+            const bool empty = number(u"PRAGMA %1.user_version"_s.arg(source.name)) == 0;
+            for (const QString& statement : empty ? QStringList() : source.takes)
+                execute(statement);
+            execute(source.noteTaken);
+        }
+        execute(u"PRAGMA main.application_id=%1"_s.arg(format.applicationId));
+        execute(u"PRAGMA main.user_version=%1"_s.arg(format.version));
+    });
+    disconnect(); // the last one to close folds the log into the file
+}
+
+void Database::migrate(const Format& format) const
+{
+    atomically([&] {
+        // Another process may have been quicker.
+        for (int from = number(u"PRAGMA user_version"_s); from < format.version; ++from) {
+            if (!format.migrations.contains(from))
+                throw storageError(StorageFault::Damaged, m_path, u"version %1"_s.arg(from));
+            for (const QString& statement : format.migrations.value(from))
+                execute(statement);
+        }
+        execute(u"PRAGMA user_version=%1"_s.arg(format.version));
+    });
+}
+
+} // namespace utils

@@ -1,0 +1,15 @@
+#include "host/storage/fileidentity.h"
+
+#include <QFile>
+
+namespace utils {
+
+std::optional<FileIdentity> identityOf(const QString& path)
+{
+    struct stat found = {};
+    if (lstat(QFile::encodeName(path).constData(), &found) != 0)
+        return std::nullopt;
+    return identityOf(found);
+}
+
+} // namespace utils

@@ -1,0 +1,127 @@
+#include "host/storage/setaside.h"
+
+#include "host/storage/datadirectory.h"
+#include "host/storage/privatefile.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace utils {
+
+namespace {
+
+const QStringList& companions()
+{
+    static const QStringList suffixes{u"-wal"_s, u"-shm"_s, u"-journal"_s};
+    return suffixes;
+}
+
+bool anyExists(const QString& path)
+{
+    if (QFileInfo::exists(path))
+        return true;
+    return std::any_of(companions().begin(), companions().end(),
+                       [&](const QString& suffix) { return QFileInfo::exists(path + suffix); });
+}
+
+/// A name that neither a file nor a companion has yet.
+QString freeName(const QString& path)
+{
+    const QString name =
+        path + u".damaged-"_s + QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'"_s);
+    QString result = name;
+    for (int i = 2; anyExists(result); ++i)
+        result = u"%1-%2"_s.arg(name).arg(i);
+    return result;
+}
+
+/// The file goes first: without it, its log can't be taken for another's before finishSettingAside() has
+/// found it, while a file without its log would pass for a whole one that lacks the last commits.
+void moveWithCompanions(const QString& from, const QString& to)
+{
+    moveToNewName(from, to);
+    for (const QString& suffix : companions()) {
+        if (QFileInfo::exists(from + suffix))
+            moveToNewName(from + suffix, to + suffix);
+    }
+    ensurePrivateFile(to);
+}
+
+QStringList setAsideFiles(const QString& path)
+{
+    const QFileInfo info(path);
+    QStringList result;
+    for (const QString& name :
+         info.dir().entryList({info.fileName() + u".damaged-*"_s}, QDir::Files, QDir::Name)) {
+        if (std::none_of(companions().begin(), companions().end(),
+                         [&](const QString& suffix) { return name.endsWith(suffix); }))
+            result.append(info.dir().filePath(name));
+    }
+    return result;
+}
+
+} // namespace
+
+QString setAsideDamaged(const QString& path)
+{
+    QString to = freeName(path);
+    moveWithCompanions(path, to);
+    QFile::remove(path + u".suspect"_s); // now it is said
+    return to;
+}
+
+QString copyDamagedLog(const QString& database)
+{
+    QString to = freeName(database) + u"-wal"_s;
+    replaceFile(to, readFile(database + u"-wal"_s).value_or(QByteArray()));
+    return to;
+}
+
+void setAsideWhenTaken(const QString& path)
+{
+    const QString to = path + u".imported"_s;
+    if (QFileInfo::exists(to))
+        return;
+    if (QFileInfo::exists(path))
+        moveWithCompanions(path, to);
+}
+
+QStringList finishSettingAside(const QString& path)
+{
+    QStringList result;
+    QString to;
+    for (const QString& suffix : companions()) {
+        if (QFileInfo::exists(path) || !QFileInfo::exists(path + suffix))
+            continue;
+        if (to.isEmpty()) {
+            to = setAsideFiles(path).value(setAsideFiles(path).size() - 1);
+            if (to.isEmpty() || QFileInfo::exists(to + suffix))
+                to = freeName(path);
+        }
+        moveToNewName(path + suffix, to + suffix);
+        result.append(to + suffix);
+    }
+    return result;
+}
+
+QStringList damagedFilesSetAside()
+{
+    const QDir directory(QFileInfo(dataFile(u"any"_s)).path());
+    QStringList result;
+    for (QString name : directory.entryList({u"*.damaged-*"_s}, QDir::Files, QDir::Name)) {
+        for (const QString& suffix : companions()) {
+            if (name.endsWith(suffix))
+                name.chop(suffix.size());
+        }
+        if (!result.contains(directory.filePath(name)))
+            result.append(directory.filePath(name));
+    }
+    return result;
+}
+
+} // namespace utils

@@ -1,0 +1,207 @@
+#include "host/storage/storecheck.h"
+
+#include "host/storage/datadirectory.h"
+#include "host/storage/privatefile.h"
+#include "host/storage/setaside.h"
+#include "host/storage/storageerror.h"
+#include "host/storage/store.h"
+#include "host/storage/storedform.h"
+#include "host/storage/storeschema.h"
+#include "host/storage/writeaheadlog.h"
+#include "host/utils/logging.h"
+
+#include <QFileInfo>
+#include <QtEndian>
+
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace utils {
+
+namespace {
+
+constexpr qsizetype leastRoom = qsizetype{64} * 1024; // bytes: a receipt of a thousand positions
+
+QString nameOf(const QString& path) { return QFileInfo(path).fileName(); }
+
+DataFinding told(DataFinding::Kind kind, const QString& file, const QString& now)
+{
+    const QStringList names{nameOf(file), nameOf(now)};
+    switch (kind) {
+    case DataFinding::Kind::Damaged:
+        logger(u"storage"_s)->error(u"%1 is damaged; it was set aside as %2"_s.arg(file, nameOf(now)));
+        return {kind, file, now,
+                tr::Tr(u"hostDataDamaged"_s,
+                       u"Файл данных %1 повреждён. Он сохранён как %2, работа начата с новым файлом. "
+                       "Сообщите администратору"_s.arg(names[0], names[1]))};
+    case DataFinding::Kind::Lost:
+        logger(u"storage"_s)
+            ->error(u"%1 lay there without its file; it was set aside as %2"_s.arg(file, nameOf(now)));
+        return {kind, file, now,
+                tr::Tr(u"hostDataLost"_s, u"Журнал %1 остался без своего файла данных. Он сохранён как %2. "
+                                          "Сообщите администратору"_s.arg(names[0], names[1]))};
+    case DataFinding::Kind::Cut: // which its opening has logged
+        return {kind, file, now,
+                tr::Tr(u"hostDataCut"_s,
+                       u"Журнал %1 повреждён: последние чеки и сообщения могли пропасть. Он сохранён как %2. "
+                       "Сообщите администратору"_s.arg(names[0], names[1]))};
+    case DataFinding::Kind::Strange:
+        break;
+    }
+    logger(u"storage"_s)
+        ->error(u"%1 was written by an earlier version after the upgrade; it is not used"_s.arg(file));
+    return {kind, file, now,
+            tr::Tr(u"hostDataStrange"_s,
+                   u"Файл %1 записан прежней версией программы после обновления и не используется. "
+                   "Сообщите администратору"_s.arg(names[0]))};
+}
+
+bool isDamagedAs(const QString& path, int applicationId, int version, bool mayBeEmpty)
+{
+    try {
+        return Database::examine(path, applicationId, version) == 0 && !mayBeEmpty;
+    } catch (const BasicException& exception) {
+        if (isFault(exception, StorageFault::Damaged))
+            return true;
+        throw;
+    }
+}
+
+bool isDamagedStore(const QString& path)
+{
+    const Database::Format format = storeFormat();
+    return isDamagedAs(path, format.applicationId, format.version, false);
+}
+
+bool isDamagedFormer(const QString& path)
+{
+    for (const Database::Source& source : formerFiles()) {
+        if (source.path == path)
+            return isDamagedAs(path, source.applicationId, source.version, true);
+    }
+    return false;
+}
+
+QList<DataFinding> checkFormerFiles()
+{
+    QList<DataFinding> findings;
+    for (const Database::Source& source : formerFiles())
+        findings += setAsideAndTell(source.path, isDamagedFormer);
+    return findings;
+}
+
+QList<DataFinding> strangeFiles()
+{
+    QList<DataFinding> findings;
+    for (const Database::Source& source : formerFiles()) {
+        if (QFileInfo::exists(source.path))
+            findings.append(told(DataFinding::Kind::Strange, source.path, source.path));
+    }
+    return findings;
+}
+
+QString storePath() { return dataFile(QString::fromLatin1(storeName)); }
+
+/// Whether the content is what was sealed, of whatever kind and version.
+bool isWhole(const QByteArray& bytes)
+{
+    constexpr auto anyVersion = std::numeric_limits<quint32>::max();
+    const quint32 ownKind = bytes.size() < 4 ? 0 : qFromBigEndian<quint32>(bytes.constData());
+    return unsealed({ownKind, anyVersion}, bytes).state == Unsealed::Whole;
+}
+
+void requireRoom()
+{
+    const QString probe = dataFile(u"write-check"_s);
+    replaceFile(probe, QByteArray(leastRoom, '\0'));
+    removeFile(probe);
+    store()->requireWritable();
+}
+
+} // namespace
+
+QList<DataFinding> setAsideAndTell(const QString& path, bool (*isDamaged)(const QString& path))
+{
+    if (!QFileInfo::exists(path) || !isDamaged(path))
+        return {};
+    const FolderLock lock(path); // another program may just have done it
+    if (!QFileInfo::exists(path) || !isDamaged(path))
+        return {};
+    return {told(DataFinding::Kind::Damaged, path, setAsideDamaged(path))};
+}
+
+void readThroughStore()
+{
+    const Database::Format format = storeFormat();
+    Database::readThrough(storePath(), format.applicationId, format.version);
+}
+
+QList<DamagedSeal> damagedSeals()
+{
+    // Each with the column that tells which one it is, and the sealed one.
+    struct Sealed
+    {
+        QString table;
+        QString key;
+        QString content;
+    };
+    const QList<Sealed> all{{u"documents"_s, u"identifier"_s, u"content"_s},
+                            {u"card_records"_s, u"document"_s, u"content"_s},
+                            {u"queued"_s, u"id"_s, u"message"_s},
+                            {u"history"_s, u"id"_s, u"message"_s}};
+    constexpr int atOnce = 100;
+    QList<DamagedSeal> found;
+    const auto opened = store();
+    for (const Sealed& sealed : all) {
+        QSqlQuery page =
+            opened->prepared(u"SELECT rowid, %2, %3 FROM %1 WHERE rowid > ? AND %3 IS NOT NULL "
+                             "ORDER BY rowid LIMIT %4"_s.arg(sealed.table, sealed.key, sealed.content)
+                                 .arg(atOnce));
+        qint64 last = std::numeric_limits<qint64>::min();
+        for (auto rows = opened->rows(page, {last}); !rows.isEmpty(); rows = opened->rows(page, {last})) {
+            for (const QVariantList& row : rows) {
+                last = row[0].toLongLong();
+                if (!isWhole(row[2].toByteArray()))
+                    found.append({sealed.table, row[1].toString()});
+            }
+        }
+    }
+    return found;
+}
+
+bool isStoreCut() { return isLogDamaged(storePath()); }
+
+OpenedStore openStore()
+{
+    const QString path = storePath();
+    requireSameStore(); // before what is left of it is touched
+    OpenedStore opened;
+    QList<DataFinding>& findings = opened.findings;
+    if (!QFileInfo::exists(path)) {
+        const FolderLock lock(path);
+        for (const QString& now : finishSettingAside(path))
+            findings.append(told(DataFinding::Kind::Lost, path + now.sliced(now.lastIndexOf(u'-')), now));
+    }
+    const auto openOrMake = [&] {
+        if (!QFileInfo::exists(path))
+            findings += checkFormerFiles();
+        opened.store = store();
+    };
+    try {
+        openOrMake();
+    } catch (const BasicException& exception) {
+        if (!isFault(exception, StorageFault::Damaged))
+            throw;
+        findings += setAsideAndTell(path, isDamagedStore);
+        forgetStore();
+        openOrMake();
+    }
+    if (const QString& copy = opened.store->damagedLog(); !copy.isEmpty())
+        findings.append(told(DataFinding::Kind::Cut, path + u"-wal"_s, copy));
+    findings += strangeFiles();
+    requireRoom();
+    return opened;
+}
+
+} // namespace utils

@@ -1,0 +1,122 @@
+#include "host/storage/storeschema.h"
+
+#include "host/storage/datadirectory.h"
+
+using namespace Qt::StringLiterals;
+
+namespace utils {
+
+namespace {
+
+constexpr int storeId = 0x4B595274; // "KYRt"
+constexpr int storeVersion = 2;
+
+constexpr int formerReceiptsId = 0x4B595272; // "KYRr"
+constexpr int formerQueueId = 0x4B595271;    // "KYRq"
+constexpr int formerVersion = 1;
+
+Database::Source former(const QString& file, int id, const QString& name, const QStringList& takes)
+{
+    return {dataFile(file),
+            id,
+            formerVersion,
+            name,
+            takes,
+            u"INSERT INTO main.imported (file, time) "
+            "VALUES ('%1', CAST(strftime('%s', 'now') AS INTEGER) * 1000)"_s.arg(file),
+            u"SELECT count(*) FROM imported WHERE file = '%1'"_s.arg(file)};
+}
+
+} // namespace
+
+// A return says here which sale it returns, any other document says ''; NULL: nobody has looked yet.
+QStringList receiptTables()
+{
+    return {u"CREATE TABLE documents (identifier TEXT PRIMARY KEY, stored INTEGER NOT NULL, "
+            "content BLOB NOT NULL, sale TEXT)"_s,
+            u"CREATE INDEX documents_sale ON documents (sale)"_s,
+            u"CREATE TABLE card_records (document TEXT NOT NULL REFERENCES documents, kind INTEGER NOT NULL, "
+            "revision INTEGER NOT NULL, content BLOB NOT NULL, PRIMARY KEY (document, kind))"_s};
+}
+
+// A message is a head when nothing of its group is before it; only heads are sent. The heads and the tally,
+// being kept by triggers, are right whoever changes the queue, and make finding what is to be sent and
+// counting a million messages as quick as with none.
+QStringList queueTables()
+{
+    return {u"CREATE TABLE queued (id INTEGER PRIMARY KEY AUTOINCREMENT, queue TEXT NOT NULL, "
+            "receipt TEXT NOT NULL, enqueued INTEGER NOT NULL, message BLOB NOT NULL, text TEXT NOT NULL, "
+            "parked INTEGER NOT NULL DEFAULT 0, attempts INTEGER NOT NULL DEFAULT 0, "
+            "error TEXT NOT NULL DEFAULT '', due INTEGER NOT NULL DEFAULT 0, "
+            "head INTEGER NOT NULL DEFAULT 1)"_s,
+            u"CREATE INDEX sendable ON queued (due, id) WHERE head = 1 AND parked = 0"_s,
+            u"CREATE INDEX waiting ON queued (enqueued) WHERE parked = 0"_s,
+            u"CREATE INDEX grouped ON queued (receipt, id) WHERE receipt <> ''"_s,
+            u"CREATE TABLE history (id INTEGER PRIMARY KEY, queue TEXT NOT NULL, receipt TEXT NOT NULL, "
+            "enqueued INTEGER NOT NULL, finished INTEGER NOT NULL, text TEXT NOT NULL, "
+            "attempts INTEGER NOT NULL, error TEXT NOT NULL, outcome TEXT NOT NULL, answer INTEGER, "
+            "message BLOB)"_s,
+            u"CREATE TABLE tally (waiting INTEGER NOT NULL, parked INTEGER NOT NULL, "
+            "delivered INTEGER NOT NULL, error TEXT NOT NULL, refused INTEGER NOT NULL, "
+            "probes INTEGER NOT NULL, probe INTEGER NOT NULL)"_s,
+            u"INSERT INTO tally VALUES (0, 0, 0, '', 0, 0, 0)"_s,
+            u"CREATE TRIGGER head_in AFTER INSERT ON queued WHEN new.receipt <> '' AND EXISTS "
+            "(SELECT 1 FROM queued WHERE receipt = new.receipt AND receipt <> '' AND id < new.id) BEGIN "
+            "UPDATE queued SET head = 0 WHERE id = new.id; END"_s,
+            u"CREATE TRIGGER head_out AFTER DELETE ON queued WHEN old.receipt <> '' AND old.head = 1 BEGIN "
+            "UPDATE queued SET head = 1 WHERE id = "
+            "(SELECT min(id) FROM queued WHERE receipt = old.receipt AND receipt <> ''); END"_s,
+            u"CREATE TRIGGER tally_in AFTER INSERT ON queued BEGIN "
+            "UPDATE tally SET waiting = waiting + 1 - new.parked, parked = parked + new.parked; END"_s,
+            u"CREATE TRIGGER tally_out AFTER DELETE ON queued BEGIN "
+            "UPDATE tally SET waiting = waiting - 1 + old.parked, parked = parked - old.parked; END"_s,
+            u"CREATE TRIGGER tally_move AFTER UPDATE OF parked ON queued BEGIN "
+            "UPDATE tally SET waiting = waiting + old.parked - new.parked, "
+            "parked = parked - old.parked + new.parked; END"_s};
+}
+
+QStringList journalTables()
+{
+    return {u"CREATE TABLE journal (id INTEGER PRIMARY KEY, time INTEGER NOT NULL, receipt TEXT NOT NULL, "
+            "event TEXT NOT NULL, operation TEXT NOT NULL, message INTEGER NOT NULL, code INTEGER NOT NULL, "
+            "detail TEXT NOT NULL, milliseconds INTEGER NOT NULL)"_s,
+            u"CREATE INDEX journal_receipt ON journal (receipt, id)"_s};
+}
+
+// What was taken over; a former file that appears later is not, and stays.
+QStringList importTables()
+{
+    return {u"CREATE TABLE imported (file TEXT PRIMARY KEY, time INTEGER NOT NULL)"_s};
+}
+
+QList<Database::Source> formerFiles()
+{
+    const QStringList receipts{u"INSERT INTO main.documents (identifier, stored, content) "
+                               "SELECT identifier, stored, content FROM receipts.documents"_s,
+                               u"INSERT INTO main.card_records (document, kind, revision, content) "
+                               "SELECT document, kind, revision, content FROM receipts.card_records"_s};
+    const QStringList queue{
+        u"INSERT INTO main.queued (id, queue, receipt, enqueued, message, text, parked, attempts, error) "
+        "SELECT id, queue, receipt, enqueued, message, text, parked, attempts, error "
+        "FROM outgoing.queued ORDER BY id"_s,
+        u"INSERT INTO main.history (id, queue, receipt, enqueued, finished, text, attempts, error, outcome, "
+        "answer, message) SELECT id, queue, receipt, enqueued, finished, text, attempts, error, outcome, "
+        "answer, message FROM outgoing.history"_s,
+        // An id that was once given is not given again.
+        u"DELETE FROM main.sqlite_sequence WHERE name = 'queued'"_s,
+        u"INSERT INTO main.sqlite_sequence (name, seq) "
+        "SELECT name, seq FROM outgoing.sqlite_sequence WHERE name = 'queued'"_s};
+    return {former(u"receipts.sqlite"_s, formerReceiptsId, u"receipts"_s, receipts),
+            former(u"queue.sqlite"_s, formerQueueId, u"outgoing"_s, queue)};
+}
+
+Database::Format storeFormat()
+{
+    return {storeId,
+            storeVersion,
+            receiptTables() + queueTables() + journalTables() + importTables(),
+            {},
+            formerFiles()};
+}
+
+} // namespace utils

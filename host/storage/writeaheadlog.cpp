@@ -1,0 +1,147 @@
+#include "host/storage/writeaheadlog.h"
+
+#include <QByteArrayView>
+#include <QFile>
+#include <QtEndian>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace utils {
+
+namespace {
+
+// SQLite's documented format: a header, then frames of a header and one page each, all numbers big-endian.
+constexpr qsizetype logHeader = 32;
+constexpr qsizetype frameHeader = 24;
+constexpr qsizetype saltsInLog = 16;
+constexpr qsizetype saltsInFrame = 8;
+constexpr qsizetype salts = 8;
+constexpr qsizetype versionInPage = 60; // of the first page
+constexpr qsizetype idInPage = 68;
+constexpr qsizetype pageSizeInPage = 16;
+constexpr qsizetype fileHeader = 100;
+constexpr quint32 longestPage = 65536;
+
+quint32 numberAt(const QByteArray& bytes, qsizetype at)
+{
+    return at + 4 <= bytes.size() ? qFromBigEndian<quint32>(bytes.constData() + at) : 0;
+}
+
+/// SQLite's running sum, over numbers in the order of this machine's bytes, as it writes them.
+class Checksum
+{
+public:
+    void take(QByteArrayView bytes)
+    {
+        for (qsizetype at = 0; at + 8 <= bytes.size(); at += 8) {
+            m_first += qFromUnaligned<quint32>(bytes.data() + at) + m_second;
+            m_second += qFromUnaligned<quint32>(bytes.data() + at + 4) + m_first;
+        }
+    }
+    /// Goes on from the one that is written there.
+    void resume(const QByteArray& bytes, qsizetype at)
+    {
+        m_first = numberAt(bytes, at);
+        m_second = numberAt(bytes, at + 4);
+    }
+    [[nodiscard]] bool isWritten(const QByteArray& bytes, qsizetype at) const
+    {
+        return numberAt(bytes, at) == m_first && numberAt(bytes, at + 4) == m_second;
+    }
+
+private:
+    quint32 m_first = 0;
+    quint32 m_second = 0;
+};
+
+/// Each frame's sum goes on from that of the frame before it, so what is whole behind a damaged one shows.
+bool hidesACommit(QFile& log, int pageSize)
+{
+    constexpr qsizetype sumInLog = 24;
+    constexpr qsizetype sumInFrame = 16;
+    constexpr qsizetype commitInFrame = 4; // not 0 in the last frame of a commit
+    constexpr qsizetype summed = 8;        // of a frame's header
+    const QByteArray head = log.read(logHeader);
+    if (head.size() < logHeader)
+        return false;
+    Checksum sum;
+    sum.take(QByteArrayView(head).first(sumInLog));
+    const bool headIsWhole = sum.isWritten(head, sumInLog);
+    bool unbroken = headIsWhole;
+    sum.resume(head, sumInLog);
+    for (;;) {
+        const QByteArray frame = log.read(frameHeader);
+        const QByteArray page = log.read(pageSize);
+        if (frame.size() < frameHeader || page.size() < pageSize)
+            return false;
+        // Under other salts lie the frames of earlier rounds, which are in the file.
+        const bool isCurrent =
+            !headIsWhole || frame.sliced(saltsInFrame, salts) == head.sliced(saltsInLog, salts);
+        sum.take(QByteArrayView(frame).first(summed));
+        sum.take(page);
+        const bool isWhole = isCurrent && sum.isWritten(frame, sumInFrame);
+        if (isWhole && !unbroken && numberAt(frame, commitInFrame) != 0)
+            return true;
+        unbroken = unbroken && isWhole;
+        sum.resume(frame, sumInFrame);
+    }
+}
+
+} // namespace
+
+bool isLogDamaged(const QString& database)
+{
+    QFile log(database + u"-wal"_s);
+    if (!log.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray before = log.read(logHeader);
+    log.seek(0);
+    const bool found = hidesACommit(log, headOf(database).pageSize);
+    // Another program may have begun its log anew meanwhile, over what was read.
+    log.seek(0);
+    return found && log.read(logHeader) == before;
+}
+
+DatabaseHead headOf(const QString& database)
+{
+    QFile file(database);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray head = file.read(fileHeader);
+    if (head.size() < fileHeader || !head.startsWith("SQLite format 3"))
+        return {};
+    const auto pageSize = qFromBigEndian<quint16>(head.constData() + pageSizeInPage);
+    return {.version = static_cast<int>(numberAt(head, versionInPage)),
+            .applicationId = static_cast<int>(numberAt(head, idInPage)),
+            .pageSize = pageSize == 1 ? static_cast<int>(longestPage) : pageSize};
+}
+
+int versionInLog(const QString& database, int applicationId)
+{
+    QFile log(database + u"-wal"_s);
+    if (!log.open(QIODevice::ReadOnly))
+        return 0;
+    const QByteArray head = log.read(logHeader);
+    const quint32 pageSize = numberAt(head, 8);
+    if (head.size() < logHeader || pageSize < 512 || pageSize > longestPage)
+        return 0;
+    int newest = 0;
+    const QByteArray current = head.sliced(saltsInLog, salts);
+    for (;;) {
+        const QByteArray frame = log.read(frameHeader);
+        // Behind the last frame lie those of earlier rounds, under other salts.
+        if (frame.size() < frameHeader || frame.sliced(saltsInFrame, salts) != current)
+            return newest;
+        if (numberAt(frame, 0) != 1) {
+            log.seek(log.pos() + pageSize);
+            continue;
+        }
+        const QByteArray page = log.read(pageSize);
+        if (numberAt(page, idInPage) == static_cast<quint32>(applicationId))
+            newest = std::max(newest, static_cast<int>(numberAt(page, versionInPage)));
+    }
+}
+
+} // namespace utils

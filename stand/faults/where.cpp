@@ -1,0 +1,93 @@
+#include "stand/faults/where.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace stand {
+
+namespace {
+
+struct Name
+{
+    const char* name;
+    const char* method; ///< Empty: a receipt without a card comes by two.
+    const char* pattern;
+};
+
+constexpr std::array names = {
+    Name{"card-info", "GET", "/v2/partner/card/*/card-info"},
+    Name{"user-account", "GET", "/v2/partner/user-account/card/*"},
+    Name{"user-info-by-card", "GET", "/v2/partner/operation/user/card/*/user-info"},
+    Name{"user-info-by-phone", "GET", "/v2/partner/operation/user/phone/*/user-info"},
+    Name{"pre-payment", "POST", "/v2/partner/operation/pre-payment"},
+    Name{"force-payment-c2b", "POST", "/v2/partner/operation/force-payment-c2b"},
+    Name{"payment-c2b", "POST", "/v2/partner/operation/payment-c2b"},
+    Name{"confirm-payment-c2b", "POST", "/v2/partner/operation/confirm-payment-c2b"},
+    Name{"payment-b2c", "POST", "/v2/partner/operation/payment-b2c"},
+    Name{"refuse-payment", "POST", "/v2/partner/operation/refuse-payment"},
+    Name{"cancel-payment", "POST", "/v2/partner/operation/cancel-payment"},
+    Name{"receipt", "", "/v2/partner/operation/receipt"},
+};
+
+/// Whether the text is the pattern, in which a star stands for any characters.
+bool isLike(const QByteArray& text, const QByteArray& pattern)
+{
+    const auto parts = pattern.split('*');
+    if (parts.size() == 1)
+        return text == pattern;
+    const auto& last = parts.constLast();
+    if (!text.startsWith(parts.constFirst()) || text.size() < parts.constFirst().size() + last.size())
+        return false;
+    auto at = parts.constFirst().size();
+    for (qsizetype i = 1; i < parts.size() - 1; ++i) {
+        at = text.indexOf(parts[i], at);
+        if (at < 0)
+            return false;
+        at += parts[i].size();
+    }
+    return text.size() - at >= last.size() && text.endsWith(last);
+}
+
+} // namespace
+
+std::optional<Where> Where::fromText(const QString& text)
+{
+    Where where;
+    where.m_text = text;
+    if (text == u"any"_s)
+        return where;
+    const auto* const name = std::find_if(names.begin(), names.end(), [&text](const Name& candidate) {
+        return text == QLatin1StringView(candidate.name);
+    });
+    if (name != names.end()) {
+        where.m_method = name->method;
+        where.m_pattern = name->pattern;
+        return where;
+    }
+    static const QRegularExpression form(u"^(?:([A-Z]+) )?(/\\S*)$"_s);
+    const auto match = form.match(text);
+    if (!match.hasMatch())
+        return std::nullopt;
+    where.m_method = match.captured(1).toLatin1();
+    where.m_pattern = match.captured(2).toUtf8();
+    return where;
+}
+
+QList<QString> Where::operations()
+{
+    QList<QString> list;
+    for (const auto& name : names)
+        list.append(QString::fromLatin1(name.name));
+    return list;
+}
+
+bool Where::matches(const QByteArray& method, const QByteArray& path) const
+{
+    return (m_method.isEmpty() || m_method == method) && isLike(path, m_pattern);
+}
+
+} // namespace stand

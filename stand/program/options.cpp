@@ -1,0 +1,242 @@
+#include "stand/program/options.h"
+
+#include "stand/program/versions.h"
+
+#include <QCommandLineParser>
+#include <QFile>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace stand {
+
+namespace {
+
+constexpr int exitFailed = 1;
+constexpr int exitMisused = 2;
+constexpr auto passwordVariable = "KYR_STAND_PASSWORD";
+
+EarlyEnd misused(const QString& what)
+{
+    return {exitMisused, u"stand: %1\nTry \"stand --help\"."_s.arg(what)};
+}
+
+/// The first line of the file, as an editor or `echo` would leave it.
+std::variant<QString, EarlyEnd> passwordFrom(const QString& name)
+{
+    QFile file(name);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return EarlyEnd{exitFailed,
+                        u"stand: Cannot read the password file %1: %2"_s.arg(name, file.errorString())};
+    }
+    auto line = file.readLine();
+    while (line.endsWith('\n') || line.endsWith('\r'))
+        line.chop(1);
+    if (line.isEmpty())
+        return EarlyEnd{exitFailed, u"stand: The password file %1 is empty"_s.arg(name)};
+    return QString::fromUtf8(line);
+}
+
+/// The options that say what points are worth and how their spending is confirmed.
+struct TermsOptions
+{
+    QCommandLineOption ratio{u"ratio"_s, u"So many points are worth so much money."_s, u"POINTS:MONEY"_s,
+                             u"1:1"_s};
+    QCommandLineOption earn{u"earn-percent"_s, u"Part of a receipt that is earned in points."_s, u"P"_s,
+                            u"5"_s};
+    QCommandLineOption spend{u"spend-percent"_s, u"Part of a position that points may pay."_s, u"P"_s,
+                             u"50"_s};
+    QCommandLineOption code{u"sms-code"_s,
+                            u"The code that confirms every spending; without it, a random one for each."_s,
+                            u"CODE"_s};
+    QCommandLineOption lifetime{u"code-lifetime"_s, u"How long a code may be entered."_s, u"SECONDS"_s,
+                                u"300"_s};
+    QCommandLineOption attempts{u"code-attempts"_s, u"How often a code may be entered."_s, u"N"_s, u"3"_s};
+
+    void addTo(QCommandLineParser& parser) const
+    {
+        parser.addOptions({ratio, earn, spend, code, lifetime, attempts});
+    }
+};
+
+/// A whole number within the bounds, or nothing.
+std::optional<qint64> wholeNumber(const QString& text, qint64 least, qint64 most)
+{
+    bool isNumber = false;
+    const auto number = text.toLongLong(&isNumber);
+    return isNumber && number >= least && number <= most ? std::optional(number) : std::nullopt;
+}
+
+/// Hundredths of a percent, from "5" or "2.50".
+std::optional<qint64> percent(const QString& text)
+{
+    const auto hundredths = read(text);
+    return hundredths && *hundredths >= 0 && *hundredths <= 10'000 ? hundredths : std::nullopt;
+}
+
+std::variant<Terms, EarlyEnd> readTerms(const QCommandLineParser& parser, const TermsOptions& options)
+{
+    constexpr qint64 greatestRatio = 1000;
+    constexpr qint64 day = 86'400;
+    Terms terms;
+    const auto ratio = parser.value(options.ratio).split(u':');
+    const auto points = wholeNumber(ratio.constFirst(), 1, greatestRatio);
+    const auto money = wholeNumber(ratio.constLast(), 1, greatestRatio);
+    if (ratio.size() != 2 || !points || !money)
+        return misused(
+            u"'%1' is not a ratio of whole numbers, such as 10:1."_s.arg(parser.value(options.ratio)));
+    terms.tariff.points = *points;
+    terms.tariff.money = *money;
+
+    const auto earn = percent(parser.value(options.earn));
+    const auto spend = percent(parser.value(options.spend));
+    if (!earn || !spend)
+        return misused(u"A percentage is a number from 0 to 100, such as 5 or 2.50."_s);
+    terms.tariff.earnHundredthsOfPercent = *earn;
+    terms.tariff.spendHundredthsOfPercent = *spend;
+
+    terms.codes.fixedCode = parser.value(options.code);
+    if (parser.isSet(options.code) && terms.codes.fixedCode.isEmpty())
+        return misused(u"The code is empty."_s);
+    const auto lifetime = wholeNumber(parser.value(options.lifetime), 0, day);
+    if (!lifetime)
+        return misused(u"A code lives from 0 to %1 seconds."_s.arg(day));
+    terms.codes.lifetimeInSeconds = *lifetime;
+    const auto attempts = wholeNumber(parser.value(options.attempts), 1, 100);
+    if (!attempts)
+        return misused(u"A code may be entered from 1 to 100 times."_s);
+    terms.codes.attempts = static_cast<int>(*attempts);
+    return terms;
+}
+
+std::variant<QList<Fault>, EarlyEnd> readFaults(const QStringList& texts, const QStringList& files)
+{
+    QList<Fault> faults;
+    try {
+        for (const auto& text : texts)
+            faults.append(faultFrom(text));
+    } catch (const FaultError& error) {
+        return misused(u"--fault: "_s + error.text());
+    }
+    for (const auto& name : files) {
+        QFile file(name);
+        if (!file.open(QIODevice::ReadOnly)) {
+            return EarlyEnd{exitFailed,
+                            u"stand: Cannot read the faults file %1: %2"_s.arg(name, file.errorString())};
+        }
+        try {
+            faults += faultsFrom(file.readAll(), name);
+        } catch (const FaultError& error) {
+            return EarlyEnd{exitFailed, u"stand: "_s + error.text()};
+        }
+    }
+    return faults;
+}
+
+QString helpText(const QCommandLineParser& parser)
+{
+    return parser.helpText() +
+           u"\nFaults: OPERATION:FAULT or OPERATION:FAULT:name=value,name=value; as JSON\n"
+           "{\"operation\": \"any\", \"fault\": \"status\", \"code\": 503, \"nth\": 2}. They are also set by "
+           "POST,\n"
+           "listed by GET and taken back by DELETE of /stand/faults.\n"
+           "  nth=1            the first call that is struck\n"
+           "  every=1          from then on, every so many-th\n"
+           "  count=1          so many calls are struck; all: for ever\n"
+           "  when=...         before the operation is done, which it then never is (but for late), or "
+           "after\n"
+           "Operations: any, a path with stars (\"GET /v2/partner/card/*\"), or one of\n  "_s +
+           Where::operations().join(u' ') + u"\nFaults, with their settings as they are when not given:\n"_s +
+           faultsInWords().trimmed().prepend(u"  "_s);
+}
+
+} // namespace
+
+std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"A stand-in for the loyalty service: JSON over HTTP under /v2/, with demonstration cards. Runs "
+        u"until\n"
+        "SIGTERM or SIGINT. Open its address in a browser to see codes, balances, ledger, exchanges and "
+        "faults;\n"
+        "the same as JSON: GET /stand/cards, /stand/codes, /stand/ledger, /stand/invariants,\n"
+        "/stand/exchanges, /stand/faults, /stand/clock.\n\n"
+        "The password is read from the password file, else from the environment variable\n"
+        "KYR_STAND_PASSWORD, else it is \"secret-of-the-shop\"."_s);
+    const QCommandLineOption address(u"address"_s, u"Address to listen on."_s, u"A"_s, u"127.0.0.1"_s);
+    const QCommandLineOption port(u"port"_s, u"Port to listen on; 0 takes any free one."_s, u"N"_s, u"0"_s);
+    const QCommandLineOption hostName(
+        u"host-name"_s,
+        u"Another name under which the stand's own pages may be opened, besides localhost and its addresses; "
+        "may be given again."_s,
+        u"NAME"_s);
+    const QCommandLineOption data(u"data"_s, u"SQLite file to keep the data in; without it, in memory."_s,
+                                  u"FILE"_s);
+    const QCommandLineOption user(u"user"_s, u"User name of the Basic authentication."_s, u"U"_s, u"shop"_s);
+    const QCommandLineOption password(u"password-file"_s, u"File whose first line is the password."_s,
+                                      u"FILE"_s);
+    const QCommandLineOption fault(
+        u"fault"_s, u"Something that goes wrong on purpose, see below; may be given again."_s, u"FAULT"_s);
+    const QCommandLineOption faults(u"faults"_s, u"JSON file with a list of such faults."_s, u"FILE"_s);
+    const QCommandLineOption clock(u"clock"_s,
+                                   u"The time to begin with, such as 2026-12-01T00:00:00Z; without it, the "
+                                   "system's. POST /stand/clock moves it forward."_s,
+                                   u"TIME"_s);
+    const QCommandLineOption untilEof(u"until-eof"_s, u"Stop also when the standard input is closed."_s);
+    // Not addHelpOption(): it would also bring --help-all, with options of Qt's that are nobody's business
+    // here.
+    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this help."_s);
+    parser.addOptions({help, address, port, hostName, data, user, password, fault, faults, clock, untilEof});
+    const TermsOptions termsOptions;
+    termsOptions.addTo(parser);
+    const auto version = parser.addVersionOption();
+
+    if (!parser.parse(arguments))
+        return misused(parser.errorText());
+    if (parser.isSet(help))
+        return EarlyEnd{0, helpText(parser)};
+    if (parser.isSet(version))
+        return EarlyEnd{0, versionText()};
+    if (!parser.positionalArguments().isEmpty())
+        return misused(u"Unexpected argument '%1'."_s.arg(parser.positionalArguments().constFirst()));
+
+    Options options;
+    if (!options.address.setAddress(parser.value(address)))
+        return misused(u"'%1' is not an IP address."_s.arg(parser.value(address)));
+    bool isPort = false;
+    options.port = parser.value(port).toUShort(&isPort);
+    if (!isPort)
+        return misused(u"'%1' is not a port number (0 to 65535)."_s.arg(parser.value(port)));
+    options.hostNames = parser.values(hostName);
+    options.dataFile = parser.value(data);
+    auto read = readFaults(parser.values(fault), parser.values(faults));
+    if (const auto* end = std::get_if<EarlyEnd>(&read))
+        return *end;
+    options.faults = std::get<QList<Fault>>(read);
+    options.clock = QDateTime::fromString(parser.value(clock), Qt::ISODateWithMs);
+    if (parser.isSet(clock) && !options.clock.isValid())
+        return misused(u"'%1' is no time such as 2026-12-01T00:00:00Z."_s.arg(parser.value(clock)));
+    options.untilEof = parser.isSet(untilEof);
+    options.credentials.user = parser.value(user);
+    if (options.credentials.user.contains(u':'))
+        return misused(u"A user name has no colon in Basic authentication."_s);
+
+    auto terms = readTerms(parser, termsOptions);
+    if (const auto* end = std::get_if<EarlyEnd>(&terms))
+        return *end;
+    options.terms = std::get<Terms>(terms);
+
+    if (parser.isSet(password)) {
+        auto line = passwordFrom(parser.value(password));
+        if (const auto* end = std::get_if<EarlyEnd>(&line))
+            return *end;
+        options.credentials.password = std::get<QString>(line);
+    } else if (auto given = qEnvironmentVariable(passwordVariable); !given.isEmpty()) {
+        options.credentials.password = given;
+    }
+    return options;
+}
+
+} // namespace stand

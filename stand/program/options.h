@@ -1,0 +1,37 @@
+#pragma once
+
+#include "stand/faults/fault.h"
+#include "stand/service/terms.h"
+
+#include <QDateTime>
+#include <QHostAddress>
+#include <QStringList>
+
+#include <variant>
+
+namespace stand {
+
+struct Options
+{
+    QHostAddress address;
+    quint16 port = 0;      ///< 0: any free one.
+    QStringList hostNames; ///< That the stand goes by besides localhost.
+    QString dataFile;      ///< Empty: in memory.
+    Credentials credentials;
+    Terms terms;
+    QList<Fault> faults;
+    QDateTime clock; ///< Invalid: the system's.
+    bool untilEof = false;
+};
+
+/// The program ends before it began: help or version asked for (status 0), or something wrong.
+struct EarlyEnd
+{
+    int status;
+    QString text;
+};
+
+/// Reads the command line, and the password from where it points to.
+std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments);
+
+} // namespace stand

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "till/cli/command.h"
+
+/// The administrator's commands.
+namespace till {
+
+Command queueListCommand();
+Command queueShowCommand();
+Command queueRetryCommand();
+Command queueDropCommand();
+Command queueDeliverCommand();
+Command receiptsListCommand();
+Command receiptsShowCommand();
+Command reconcileCommand();
+Command deliverCommand();
+Command doctorCommand();
+Command supportBundleCommand();
+
+} // namespace till

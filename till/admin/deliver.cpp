@@ -1,0 +1,148 @@
+#include "host/queue/deliveryworker.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/datacheck.h"
+#include "host/storage/datadirectory.h"
+#include "host/utils/masking.h"
+#include "host/utils/printable.h"
+#include "till/admin/commands.h"
+#include "till/admin/tool.h"
+#include "till/audit/queuereport.h"
+#include "till/setup/servicemanager.h"
+#include "till/setup/stopsignals.h"
+
+#include <mutex>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+QString phaseText(const DeliveryState& state)
+{
+    switch (state.phase) {
+    case DeliveryState::Phase::Starting:
+        return u"starting"_s;
+    case DeliveryState::Phase::Standby:
+        return u"standing by: another delivery is under way on this data directory"_s;
+    case DeliveryState::Phase::Delivering:
+        return u"delivering"_s;
+    case DeliveryState::Phase::Trouble:
+        return u"trouble: "_s + state.trouble;
+    case DeliveryState::Phase::Stopped:
+        return u"stopped"_s;
+    }
+    return {};
+}
+
+/// What the worker's thread tells, on the console and to the service manager.
+class Account
+{
+public:
+    explicit Account(Console& console)
+        : m_console(console)
+    {}
+
+    void changed(const DeliveryState& state)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_state = state;
+        const QString text = utils::printable(phaseText(state)); // a line feed would begin another variable
+        // Every user of the machine may read the status: why it failed may hold the service's words.
+        notifyServiceManager("STATUS=" + text.toUtf8() +
+                             (state.lastError.isEmpty() ? "" : "; the last attempt failed, see the journal"));
+        if (text == m_last)
+            return;
+        m_last = text;
+        m_console.line(text);
+    }
+
+    void attempted(const QueuedMessage& message, const QueueAttempt& attempt)
+    {
+        const std::lock_guard lock(m_mutex);
+        const QString what =
+            u"message %1 of %2, %3: "_s.arg(QString::number(message.id), message.group, operationOf(message));
+        m_console.line(what + (attempt.error.isEmpty() ? u"delivered"_s : utils::maskNumbers(attempt.error)));
+    }
+
+    /// Once the worker is gone, its last one.
+    [[nodiscard]] const DeliveryState& state() const { return m_state; }
+
+private:
+    Console& m_console;
+    std::mutex m_mutex;
+    QString m_last;
+    DeliveryState m_state;
+};
+
+/// Returns when it is time to stop.
+void keepUp(const StopSignals& signals, const DeliveryWorker& worker)
+{
+    const auto interval = watchdogInterval().value_or(std::chrono::hours(1));
+    while (!signals.wait(interval)) {
+        // This thread hardly ever gets stuck; the worker delivers, so the watchdog is to watch that.
+        if (worker.overdue() < interval)
+            notifyServiceManager("WATCHDOG=1");
+    }
+}
+
+int run(const Invocation& invocation)
+{
+    const StopSignals signals;
+    Tool tool(invocation);
+    utils::setDataDirectory(dataDirectoryOf(tool.options));
+    // What makes delivery impossible is said at once.
+    const utils::OpenedStore opened = openDataDirectory();
+    for (const utils::DataFinding& finding : opened.findings)
+        tool.console.line(finding.text.ru(), Console::Colour::Yellow);
+    Account account(tool.console);
+    {
+        DeliveryWorker worker(
+            {.delivery = {.authorization = currentAuthorization(tool.config),
+                          .random = {},
+                          .attempted =
+                              [&account](const QueuedMessage& message, const QueueAttempt& attempt) {
+                                  account.attempted(message, attempt);
+                              }},
+             .changed = [&account](const DeliveryState& state) { account.changed(state); }});
+        notifyServiceManager("READY=1");
+        keepUp(signals, worker);
+        notifyServiceManager("STOPPING=1");
+    }
+    const DeliveryState& last = account.state();
+    const MessageQueue queue;
+    tool.console.value(QJsonDocument(QJsonObject{{u"delivered"_s, last.delivered},
+                                                 {u"failed"_s, last.failed},
+                                                 {u"waiting"_s, queue.waitingCount()},
+                                                 {u"parked"_s, queue.parkedCount()}}));
+    return exitWell;
+}
+
+} // namespace
+
+Command deliverCommand()
+{
+    return {.name = u"deliver"_s,
+            .arguments = {},
+            .fewest = 0,
+            .most = 0,
+            .missing = {},
+            .about = u"Deliver the outgoing queue until told to stop: the delivery service."_s,
+            .details =
+                u"Sends each message when it is due, and what comes in at once. Where another delivery is "
+                u"under way on the same\n"
+                "data directory, it stands by and takes over. SIGTERM and SIGINT end it after the message in "
+                "hand. The\n"
+                "present password takes the place of the one that a message was queued with. Tells the "
+                "service manager that\n"
+                "started it when it is ready, and keeps its watchdog.\n\n"
+                "With --json: {\"delivered\", \"failed\" (attempts), \"waiting\", \"parked\"}, at the end."_s,
+            .options = {},
+            .examples = {{u"till deliver --config /etc/kyr-loyalty/till.toml"_s, u"in the foreground"_s},
+                         {u"systemctl enable --now kyr-loyalty-deliver"_s, u"as a service"_s}},
+            .statuses = {{0, u"it was told to stop"_s},
+                         {2, u"the settings or the data directory cannot be used"_s}},
+            .run = run};
+}
+
+} // namespace till

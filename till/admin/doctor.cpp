@@ -1,0 +1,179 @@
+#include "till/admin/doctor.h"
+
+#include "host/storage/datadirectory.h"
+#include "till/admin/commands.h"
+#include "till/admin/tool.h"
+#include "till/cli/texttable.h"
+#include "till/setup/hostobjects.h"
+#include "till/setup/parts.h"
+#include "till/setup/pluginhost.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QLibraryInfo>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+using State = Finding::State;
+
+Finding examineRatio(const Config& config)
+{
+    const QString text = config.getString(u"KYRLoyalty:bonusRatio"_s, u"1:1"_s);
+    const QStringList parts = text.split(u':');
+    if (parts.size() == 2 && parts[0].toDouble() > 0 && parts[1].toDouble() > 0)
+        return {u"ratio"_s, State::Ok, u"%1 points are worth %2 of money"_s.arg(parts[0], parts[1])};
+    return {u"ratio"_s, State::Problem,
+            u"KYRLoyalty:bonusRatio '%1' is no ratio of two numbers above 0"_s.arg(text),
+            u"write points to money, such as \"10:1\""_s};
+}
+
+Console::Colour colourOf(State state)
+{
+    return state == State::Ok        ? Console::Colour::Green
+           : state == State::Warning ? Console::Colour::Yellow
+                                     : Console::Colour::Red;
+}
+
+bool isWell(const QList<Finding>& findings)
+{
+    return std::all_of(findings.begin(), findings.end(),
+                       [](const Finding& finding) { return finding.state == State::Ok; });
+}
+
+int run(const Invocation& invocation)
+{
+    Console console(invocation.options.json);
+    // What the plug-in says while it starts is in its own finding.
+    const ScreenLog log(screenLevel(invocation.options, LogLevel::Error));
+    const QList<Finding> findings = examine(invocation.options);
+    console.value(findingsJson(findings));
+    for (const Finding& finding : findings) {
+        const QString heading = stateText(finding.state).leftJustified(8) + finding.check.leftJustified(14);
+        const QStringList lines = finding.text.split(u'\n');
+        for (const QString& line : lines)
+            console.line((&line == &lines.first() ? heading : QString(heading.size(), u' ')) + line,
+                         colourOf(finding.state));
+        if (!finding.remedy.isEmpty())
+            console.line(QString(heading.size(), u' ') + u"→ "_s + finding.remedy);
+    }
+    return isWell(findings) ? exitWell : exitFailed;
+}
+
+} // namespace
+
+QJsonDocument findingsJson(const QList<Finding>& findings)
+{
+    QJsonArray list;
+    for (const Finding& finding : findings)
+        list.append(QJsonObject{{u"check"_s, finding.check},
+                                {u"state"_s, stateText(finding.state)},
+                                {u"text"_s, finding.text},
+                                {u"remedy"_s, finding.remedy}});
+    return QJsonDocument(QJsonObject{{u"ok"_s, isWell(findings)}, {u"findings"_s, list}});
+}
+
+QString stateText(Finding::State state)
+{
+    switch (state) {
+    case State::Ok:
+        return u"ok"_s;
+    case State::Warning:
+        return u"warning"_s;
+    case State::Problem:
+        return u"problem"_s;
+    }
+    return {};
+}
+
+QList<Finding> examineConfiguration(Options& options, Config& config)
+{
+    const QString file =
+        options.configFile.isEmpty() ? u"none; all keys have their defaults"_s : options.configFile;
+    QList<Finding> findings;
+    try {
+        config = settingsOf(options);
+        const QString exposure = exposureOf(options);
+        findings.append(exposure.isEmpty() ? Finding{u"configuration"_s, State::Ok, file}
+                                           : Finding{u"configuration"_s, State::Warning, exposure,
+                                                     u"chmod 600 "_s + options.configFile});
+    } catch (const std::exception& failure) {
+        findings.append({u"configuration"_s, State::Problem, administratorsText(failure),
+                         u"see docs/configuration.md; the rest is examined without that file"_s});
+        config = loadSettings({});
+        if (!options.serverUrl.isEmpty())
+            setServerUrl(config, options.serverUrl);
+    }
+    findings.append(examineRatio(config));
+    return findings;
+}
+
+Finding examinePlugin(const Options& options, const Config& config)
+{
+    const QString file = partsOf(options).pluginFile;
+    try {
+        hostObject<Config>() = config;
+        const PluginHost plugin(file);
+        return {u"plug-in"_s, State::Ok,
+                u"%1, built for Qt %2, runs on Qt %3"_s.arg(file, plugin.builtFor().toString(),
+                                                            QLibraryInfo::version().toString())};
+    } catch (const std::exception& failure) {
+        return {u"plug-in"_s, State::Problem, administratorsText(failure),
+                u"name a fitting one with --plugin"_s};
+    }
+}
+
+QList<Finding> examine(const Options& given)
+{
+    Options options = given;
+    Config config;
+    QList<Finding> findings = examineConfiguration(options, config);
+    findings += examineService(config);
+    const QString path = dataDirectoryOf(options);
+    const bool isThere = QFileInfo(path).isDir(); // naming it is enough to have it made
+    utils::setDataDirectory(isThere ? path : QString());
+    findings += examineDirectory(path);
+    if (isThere) {
+        findings.append(examineStore(path));
+        findings += examineContents(path);
+        findings += examineQueue(config, path);
+    }
+    findings.append(examinePlugin(options, config));
+    utils::setDataDirectory({});
+    return findings;
+}
+
+Command doctorCommand()
+{
+    return {.name = u"doctor"_s,
+            .arguments = {},
+            .fewest = 0,
+            .most = 0,
+            .missing = {},
+            .about = u"Look for what is wrong, and say how to mend it."_s,
+            .details =
+                u"Looks at the configuration, the way to the service (name, connection, TLS, "
+                "credentials, clock), the\n"
+                "data directory, the disk, the store, all of which is read, each receipt and message in it, "
+                "the queue\n"
+                "and the plug-in, and goes on after each failure. Asks the service once, and changes "
+                "nothing; a store found damaged is set "
+                "aside by the\n"
+                "next start.\n\n"
+                "With --json: {\"ok\", \"findings\"}; each finding is {\"check\", \"state\" (\"ok\", "
+                "\"warning\" or "
+                "\"problem\"),\n\"text\", \"remedy\"}."_s,
+            .options = {},
+            .examples = {{u"till doctor --config till.toml"_s, u"of that till"_s},
+                         {u"till doctor --json | jq -r '.findings[] | select(.state != \"ok\") | .text'"_s,
+                          u"for a monitor"_s}},
+            .statuses = {{0, u"all is well"_s},
+                         {1, u"a warning or a problem was found"_s},
+                         {2, u"wrong usage"_s}},
+            .run = run};
+}
+
+} // namespace till

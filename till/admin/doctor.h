@@ -1,0 +1,49 @@
+#pragma once
+
+#include "host/utils/config.h"
+#include "till/cli/options.h"
+
+#include <QJsonDocument>
+#include <QList>
+#include <QString>
+
+namespace till {
+
+/// What the doctor says of one thing.
+struct Finding
+{
+    enum class State { Ok, Warning, Problem };
+
+    QString check; ///< a stable name: "clock"
+    State state = State::Ok;
+    QString text;
+    QString remedy = {}; ///< how to mend it; empty when ok
+};
+
+/// "ok", "warning" or "problem".
+QString stateText(Finding::State state);
+
+/// The findings as `till doctor --json` tells them.
+QJsonDocument findingsJson(const QList<Finding>& findings);
+
+/// All that the doctor looks at, in order; goes on after each failure. Uses the process's data directory.
+QList<Finding> examine(const Options& given);
+
+// Its parts. What they can't look at, because something before it failed, they leave out.
+
+/// "configuration" and "ratio". `config` gets what can be read.
+QList<Finding> examineConfiguration(Options& options, Config& config);
+/// "name", "connection", "tls", "service", "credentials" and "clock".
+QList<Finding> examineService(const Config& config);
+/// "data", "files" and "disk" of the process's data directory.
+QList<Finding> examineDirectory(const QString& path);
+/// "store", all of which is read.
+Finding examineStore(const QString& path);
+/// "contents": the seal of each receipt and message, and the open receipt.
+QList<Finding> examineContents(const QString& path);
+/// "queue".
+QList<Finding> examineQueue(const Config& config, const QString& path);
+/// "plug-in".
+Finding examinePlugin(const Options& options, const Config& config);
+
+} // namespace till

@@ -1,0 +1,167 @@
+#include "host/storage/documents.h"
+#include "host/storage/setaside.h"
+#include "host/storage/storecheck.h"
+#include "till/admin/doctor.h"
+#include "till/admin/tool.h"
+#include "till/audit/queuereport.h"
+#include "till/audit/queuewarnings.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <filesystem>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+using State = Finding::State;
+
+constexpr std::uintmax_t mebibyte = 1 << 20;
+constexpr std::uintmax_t littleRoom = 500 * mebibyte;
+constexpr std::uintmax_t noRoom = 50 * mebibyte;
+
+bool isPrivate(const QFileInfo& file)
+{
+    const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther |
+                        QFile::WriteOther | QFile::ExeOther;
+    return (file.permissions() & others).toInt() == 0;
+}
+
+Finding examineFolder(const QFileInfo& folder)
+{
+    const QString path = folder.filePath();
+    if (!folder.exists())
+        return {u"data"_s, State::Warning, path + u": not there yet"_s,
+                u"name the till's with --data-dir, or start the till once"_s};
+    if (!folder.isDir())
+        return {u"data"_s, State::Problem, path + u": is no folder"_s, u"name the till's with --data-dir"_s};
+    if (folder.ownerId() != geteuid())
+        return {u"data"_s, State::Warning, u"%1: belongs to user '%2'"_s.arg(path, folder.owner()),
+                u"run the till's tools as that user: what another one makes there it cannot read"_s};
+    if (access(QFile::encodeName(path).constData(), W_OK | X_OK) != 0)
+        return {u"data"_s, State::Problem, path + u": cannot be written"_s,
+                u"check its mode, and whether the disk is mounted read-only"_s};
+    if (!isPrivate(folder))
+        return {u"data"_s, State::Problem, path + u": others may enter it"_s, u"chmod 700 "_s + path};
+    return {u"data"_s, State::Ok, path};
+}
+
+Finding examineFiles(const QString& path)
+{
+    QStringList open;
+    const QFileInfoList files = QDir(path).entryInfoList(QDir::Files | QDir::Hidden);
+    for (const QFileInfo& file : files) {
+        // The stand's own files are made-up customers.
+        if (!isPrivate(file) && !file.fileName().startsWith(u"stand."_s))
+            open.append(file.fileName());
+    }
+    if (!open.isEmpty())
+        return {u"files"_s, State::Problem, u"others may read %1"_s.arg(open.join(u", "_s)),
+                u"chmod 600 %1/*"_s.arg(path)};
+    QStringList aside;
+    for (const QString& file : utils::damagedFilesSetAside())
+        aside.append(QFileInfo(file).fileName());
+    if (!aside.isEmpty())
+        return {u"files"_s, State::Warning, u"damaged and set aside: %1"_s.arg(aside.join(u", "_s)),
+                u"keep them for rescue, see docs/operations.md; remove them when they are not needed"_s};
+    return {u"files"_s, State::Ok, u"private, none set aside"_s};
+}
+
+Finding examineDisk(const QString& path)
+{
+    std::error_code failure; // then the room is the largest number there is; the folder's own finding tells
+    const auto room = std::filesystem::space(path.toStdString(), failure).available;
+    const QString text = u"%1 MiB free"_s.arg(room / mebibyte);
+    const QString remedy = u"make room on the disk of %1: a full disk stops the till"_s.arg(path);
+    if (room < noRoom)
+        return {u"disk"_s, State::Problem, text, remedy};
+    return {u"disk"_s, room < littleRoom ? State::Warning : State::Ok, text,
+            room < littleRoom ? remedy : QString()};
+}
+
+Finding damaged(const utils::DamagedSeal& seal)
+{
+    const bool isMessage = seal.table == u"queued"_s;
+    const bool isDropped = seal.table == u"history"_s;
+    const QString what = isMessage   ? u"message %1"_s
+                         : isDropped ? u"the history's copy of the dropped message %1"_s
+                                     : u"receipt %1"_s;
+    return {u"contents"_s, State::Problem, what.arg(seal.key) + u" is damaged"_s,
+            isMessage ? u"settle it with the service's operator, then till queue drop %1"_s.arg(seal.key)
+            : isDropped
+                ? u"nothing, if it was rightly dropped; else bring it back from a backup"_s
+                : u"bring it back from a backup; till receipts show %1 tells what is known"_s.arg(seal.key)};
+}
+
+} // namespace
+
+QList<Finding> examineDirectory(const QString& path)
+{
+    const QFileInfo folder(path);
+    QList<Finding> findings{examineFolder(folder)};
+    if (folder.isDir()) {
+        findings.append(examineFiles(path));
+        findings.append(examineDisk(path));
+    }
+    return findings;
+}
+
+Finding examineStore(const QString& path)
+{
+    const QFileInfo store(QDir(path).filePath(u"till.sqlite"_s));
+    if (!store.exists())
+        return {u"store"_s, State::Ok, u"not there yet"_s};
+    try {
+        utils::readThroughStore();
+        if (utils::isStoreCut())
+            return {u"store"_s, State::Problem,
+                    u"till.sqlite-wal is damaged in the middle: what was kept last may be missing"_s,
+                    u"copy the whole data directory before anything else is started; see docs/storage.md"_s};
+        return {u"store"_s, State::Ok, u"sound, %1 MiB"_s.arg(store.size() / mebibyte)};
+    } catch (const std::exception& failure) {
+        return {u"store"_s, State::Problem, administratorsText(failure), remedyOf(failure)};
+    }
+}
+
+QList<Finding> examineContents(const QString& path)
+{
+    QList<Finding> findings;
+    try {
+        for (const utils::DamagedSeal& seal :
+             keepsAnything(path) ? utils::damagedSeals() : QList<utils::DamagedSeal>())
+            findings.append(damaged(seal));
+    } catch (const std::exception& failure) {
+        findings.append({u"contents"_s, State::Problem, administratorsText(failure), remedyOf(failure)});
+    }
+    try {
+        static_cast<void>(SaveToFileLogic::loadOpenReceipt());
+    } catch (const std::exception& failure) {
+        findings.append({u"contents"_s, State::Problem, administratorsText(failure), remedyOf(failure)});
+    }
+    if (findings.isEmpty())
+        findings.append({u"contents"_s, State::Ok, u"each receipt and message is whole"_s});
+    return findings;
+}
+
+QList<Finding> examineQueue(const Config& config, const QString& path)
+{
+    if (!keepsAnything(path))
+        return {{u"queue"_s, State::Ok, u"nothing was ever queued here"_s}};
+    try {
+        const MessageQueue queue;
+        QList<Finding> findings;
+        for (const QueueWarning& warning : queueWarnings(queue, config))
+            findings.append({u"queue"_s, State::Problem, warning.english, warning.remedy});
+        if (findings.isEmpty())
+            findings.append({u"queue"_s, State::Ok, u"%1 waiting, none parked"_s.arg(queue.waitingCount())});
+        return findings;
+    } catch (const std::exception& failure) {
+        return {{u"queue"_s, State::Problem, administratorsText(failure), remedyOf(failure)}};
+    }
+}
+
+} // namespace till

@@ -1,0 +1,82 @@
+#include "host/network/restclient.h"
+#include "host/queue/queuedelivery.h"
+#include "host/utils/masking.h"
+#include "till/admin/commands.h"
+#include "till/admin/tool.h"
+#include "till/audit/queuereport.h"
+#include "till/setup/stopsignals.h"
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+/// While it lives, tells of each exchange how far the delivery has come.
+class Progress
+{
+public:
+    Progress(Console& console, int total)
+    {
+        RestClient::setObserver([&console, total, sent = 0](const RestExchange& exchange) mutable {
+            const QString outcome = exchange.errorCode == 0 ? u"ok"_s : u"failed"_s;
+            console.progress(
+                u"%1 of %2: %3 %4"_s.arg(QString::number(++sent), QString::number(total),
+                                         utils::maskNumbers(exchange.url.path().section(u'/', -1)), outcome));
+        });
+    }
+    ~Progress() { RestClient::setObserver({}); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+};
+
+int run(const Invocation& invocation)
+{
+    const StopSignals signals;
+    Tool tool(invocation);
+    tool.useDataDirectory();
+    MessageQueue queue;
+    QueueDelivery::Summary summary;
+    {
+        const Progress progress(tool.console, queue.waitingCount());
+        summary =
+            QueueDelivery(queue,
+                          {.authorization = currentAuthorization(tool.config), .random = {}, .attempted = {}})
+                .run(signals.token());
+    }
+    const QString error = utils::maskNumbers(summary.firstError);
+    tool.console.line(u"%1 delivered, %2 waiting, %3 parked"_s.arg(summary.delivered)
+                          .arg(summary.waiting)
+                          .arg(summary.parked));
+    if (!error.isEmpty())
+        tool.console.line(u"first error: "_s + error, Console::Colour::Red);
+    tool.console.value(QJsonDocument(QJsonObject{{u"delivered"_s, summary.delivered},
+                                                 {u"waiting"_s, summary.waiting},
+                                                 {u"parked"_s, summary.parked},
+                                                 {u"firstError"_s, error}}));
+    return summary.waiting + summary.parked == 0 ? exitWell : exitFailed;
+}
+
+} // namespace
+
+Command queueDeliverCommand()
+{
+    return {.name = u"queue deliver"_s,
+            .arguments = {},
+            .fewest = 0,
+            .most = 0,
+            .missing = {},
+            .about = u"Send what waits now, once, without regard to its pauses."_s,
+            .details =
+                u"SIGINT and SIGTERM are heeded between two messages. Refused while a delivery is under way "
+                u"on the same data\n"
+                "directory.\n\nWith --json: {\"delivered\", \"waiting\", \"parked\", \"firstError\"}."_s,
+            .options = {},
+            .examples = {{u"till queue deliver"_s, u"after the network came back"_s}},
+            .statuses = {{0, u"the queue is empty"_s},
+                         {1, u"messages wait or are parked"_s},
+                         {2, u"the queue cannot be used, or another delivery is under way"_s}},
+            .run = run};
+}
+
+} // namespace till

@@ -1,0 +1,143 @@
+#include "till/admin/commands.h"
+#include "till/admin/tool.h"
+#include "till/audit/receiptreport.h"
+#include "till/checkout/screen.h"
+#include "till/cli/texttable.h"
+#include "till/cli/usageerror.h"
+
+#include <QJsonArray>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+constexpr int usualLimit = 20;
+
+QString amount(const QJsonValue& value)
+{
+    return value.isDouble() ? QString::number(value.toDouble(), 'f', 2) : u"-"_s;
+}
+
+int list(const Invocation& invocation)
+{
+    const int limit = invocation.number(u"limit"_s, usualLimit);
+    Tool tool(invocation);
+    tool.useDataDirectory();
+    const ReceiptReports reports;
+    QJsonArray receipts;
+    QList<QStringList> rows;
+    for (const ReceiptReport& report : reports.latest(limit)) {
+        const QJsonObject json = summaryJson(report);
+        receipts.append(json);
+        rows.append({report.identifier, json[u"last"_s].toString(), json[u"type"_s].toString(), report.state,
+                     json[u"card"_s].toString(), amount(json[u"sum"_s]), report.next});
+    }
+    if (rows.isEmpty())
+        tool.console.line(u"no receipts yet"_s);
+    else
+        tool.console.table({u"receipt"_s, u"last"_s, u"type"_s, u"state"_s, u"card"_s, u"sum"_s, u"next"_s},
+                           rows, {5});
+    tool.console.value(QJsonDocument(QJsonObject{{u"receipts"_s, receipts}}));
+    return exitWell;
+}
+
+void printPositions(Console& console, const QJsonArray& positions)
+{
+    QList<QStringList> rows;
+    for (const auto& position : positions)
+        rows.append({QString::number(position[u"position"_s].toInt()), position[u"name"_s].toString(),
+                     screen::quantity(position[u"quantity"_s].toDouble()), amount(position[u"price"_s]),
+                     amount(position[u"discount"_s]), amount(position[u"pointsDiscount"_s]),
+                     amount(position[u"sum"_s])});
+    console.table({u"#"_s, u"name"_s, u"quantity"_s, u"price"_s, u"discount"_s, u"of it points"_s, u"sum"_s},
+                  rows, {0, 2, 3, 4, 5, 6});
+    console.line();
+}
+
+void print(Console& console, const ReceiptReport& report, const QJsonObject& json)
+{
+    const QString type = json[u"type"_s].toString();
+    console.line(u"%1 %2, %3"_s.arg(type.isEmpty() ? u"receipt"_s : type, report.identifier, report.state),
+                 Console::Colour::Bold);
+    if (!json[u"sale"_s].toString().isEmpty())
+        console.line(u"returns of %1, under which its messages go"_s.arg(json[u"sale"_s].toString()));
+    if (!json[u"card"_s].toString().isEmpty())
+        console.line(u"card %1"_s.arg(json[u"card"_s].toString()));
+    if (report.document)
+        console.line(u"sum %1, paid with points %2, earned %3 (in money)"_s.arg(
+            amount(json[u"sum"_s]), amount(json[u"pointsDiscount"_s]), amount(json[u"earned"_s])));
+    console.line();
+    if (report.document)
+        printPositions(console, json[u"positions"_s].toArray());
+    QList<QStringList> rows;
+    for (const utils::JournalEntry& entry : report.timeline)
+        rows.append(timelineCells(entry));
+    if (!rows.isEmpty())
+        console.table({u"time"_s, u"event"_s, u"operation"_s, u"outcome"_s}, rows);
+    console.line(u"next: "_s + report.next, Console::Colour::Bold);
+}
+
+int show(const Invocation& invocation)
+{
+    Tool tool(invocation);
+    tool.useDataDirectory();
+    const QString identifier = invocation.arguments.first();
+    const ReceiptReports reports;
+    const ReceiptReport report = reports.of(identifier);
+    if (report.state == u"unknown"_s && report.timeline.isEmpty())
+        throw UsageError(
+            u"till: receipts show: no receipt '%1' here; see till receipts list"_s.arg(identifier));
+    const QJsonObject json = receiptJson(report);
+    tool.console.value(QJsonDocument(json));
+    if (!tool.console.json())
+        print(tool.console, report, json);
+    return exitWell;
+}
+
+} // namespace
+
+Command receiptsListCommand()
+{
+    return {.name = u"receipts list"_s,
+            .arguments = {},
+            .fewest = 0,
+            .most = 0,
+            .missing = {},
+            .about = u"Show the receipts to which something happened last, and what is next for each."_s,
+            .details = u"With --json: {\"receipts\"}; each is {\"receipt\", \"type\" (\"sale\", \"return\" "
+                       u"or \"\"), \"state\" "
+                       "(\"open\", \"closed\",\n\"abandoned\", \"damaged\" or \"unknown\"), \"last\", "
+                       "\"card\", \"sum\", "
+                       "\"pointsDiscount\", "
+                       "\"pending\" (messages as in queue list), \"next\"}.\nAmounts are money, or null."_s,
+            .options = {{u"limit"_s, u"N"_s, u"At most so many; 20 otherwise."_s}},
+            .examples = {{u"till receipts list --limit 5"_s, u"the last five"_s}},
+            .statuses = {{0, u"they were read"_s}, {2, u"they cannot be read"_s}},
+            .run = list};
+}
+
+Command receiptsShowCommand()
+{
+    return {
+        .name = u"receipts show"_s,
+        .arguments = u"ID"_s,
+        .fewest = 1,
+        .most = 1,
+        .missing = u"which receipt?"_s,
+        .about = u"Show one receipt with all that happened to it."_s,
+        .details = u"Positions, card (masked), points, and the timeline: every operation, attempt and "
+                   u"answer, and what is next.\n\n"
+                   "With --json: the members of `receipts list`, \"sale\", \"earned\", \"positions\" "
+                   "({\"position\", \"articul\", "
+                   "\"name\",\n\"price\", \"quantity\", \"discount\", \"pointsDiscount\", \"sum\"}) and "
+                   "\"timeline\" ({\"time\", "
+                   "\"event\", \"operation\",\n\"message\", \"code\", \"detail\", \"milliseconds\"})."_s,
+        .options = {},
+        .examples = {{u"till receipts show R-17"_s, u"the receipt of that identifier"_s}},
+        .statuses = {{0, u"it was shown"_s}, {2, u"there is no such receipt, or the store cannot be read"_s}},
+        .run = show};
+}
+
+} // namespace till

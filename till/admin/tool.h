@@ -1,0 +1,50 @@
+#pragma once
+
+#include "till/cli/command.h"
+#include "till/cli/console.h"
+#include "till/setup/settings.h"
+
+namespace till {
+
+/// The folder that the administrator's tools take when nobody names one: a service's own ($STATE_DIRECTORY),
+/// else kyr-loyalty in $XDG_STATE_HOME or ~/.local/state.
+QString usualDataDirectory();
+
+/// The data directory for these options; never empty.
+QString dataDirectoryOf(const Options& options);
+
+/// Whether a till has ever kept something in that folder: a tool that looks must not begin a file there.
+bool keepsAnything(const QString& directory);
+
+/// What the administrator's tools begin with: the settings, the log, a console. The log's lines go to the
+/// standard error, from warning on unless told otherwise.
+class Tool
+{
+public:
+    /// Throws ConfigError or UsageError when the settings can't be used.
+    explicit Tool(const Invocation& invocation);
+    /// Forgets the data directory.
+    ~Tool();
+    Tool(const Tool&) = delete;
+    Tool& operator=(const Tool&) = delete;
+
+    /// Makes it the process's data directory. Throws UsageError when there is no such folder: a tool that
+    /// looks makes none.
+    void useDataDirectory();
+
+    Options options;
+    const Config config;
+    Console console;
+
+private:
+    LogFile m_logFile;
+    ScreenLog m_screenLog;
+};
+
+/// The failure in English, with the host's own words behind it.
+QString administratorsText(const std::exception& failure);
+
+/// What to do about it, in English.
+QString remedyOf(const std::exception& failure);
+
+} // namespace till

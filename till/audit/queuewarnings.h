@@ -1,0 +1,22 @@
+#pragma once
+
+#include "host/queue/messagequeue.h"
+#include "host/utils/config.h"
+
+#include <QString>
+
+namespace till {
+
+/// Something about the outgoing queue that does not mend itself.
+struct QueueWarning
+{
+    QString russian; ///< for the cashier
+    QString english; ///< for the administrator
+    QString remedy;  ///< for the administrator
+};
+
+/// What every front end shows of the queue; empty when all is well. In constant time. Throws BasicException
+/// when the queue can't be read.
+QList<QueueWarning> queueWarnings(const MessageQueue& queue, const Config& config);
+
+} // namespace till

@@ -1,0 +1,213 @@
+#include "till/audit/receiptreport.h"
+
+#include "host/core/document.h"
+#include "host/storage/documents.h"
+#include "host/storage/storageerror.h"
+#include "host/utils/masking.h"
+#include "host/utils/money.h"
+#include "till/audit/queuereport.h"
+#include "till/audit/reconciliation.h"
+#include "till/checkout/receiptsums.h"
+#include "till/checkout/unknownspending.h"
+#include "till/setup/hostobjects.h"
+
+#include <QJsonArray>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+const QString damagedState = u"damaged"_s;
+
+QString stateOf(const ReceiptReport& report, bool closed)
+{
+    if (report.state == damagedState)
+        return report.state;
+    if (report.document)
+        return closed ? u"closed"_s : u"open"_s;
+    const auto abandoned = [](const utils::JournalEntry& entry) { return entry.event == u"abandoned"_s; };
+    return std::any_of(report.timeline.begin(), report.timeline.end(), abandoned) ? u"abandoned"_s
+                                                                                  : u"unknown"_s;
+}
+
+QString nextOf(const ReceiptReport& report)
+{
+    if (report.state == damagedState)
+        return u"bring it back from a backup; see docs/operations.md"_s;
+    for (const QueuedMessage& message : report.pending) {
+        if (message.damaged)
+            return u"damaged: message %1 needs till queue drop"_s.arg(message.id);
+        if (message.state == QueuedMessage::State::Parked)
+            return u"parked: message %1 needs till queue retry or till queue drop"_s.arg(message.id);
+    }
+    if (!report.pending.isEmpty()) {
+        const QueuedMessage& first = report.pending.first();
+        return first.attempts == 0 ? u"waiting: message %1 is to be sent"_s.arg(first.id)
+                                   : u"waiting: next attempt of message %1 at %2"_s.arg(
+                                         QString::number(first.id), timeText(first.due));
+    }
+    const auto unknown = report.document ? unknownSpendingOf(*report.document) : std::nullopt;
+    if (unknown && report.state == u"open"_s)
+        return u"outcome unknown: the answer to spending %1 points was lost at %2; ask again for as many, or roll back"_s
+            .arg(QString::number(unknown->points, 'f', 2), timeText(unknown->since));
+    return report.state == u"open"_s ? u"the cashier goes on with it"_s : u"nothing is left to do"_s;
+}
+
+QJsonValue money(const std::optional<std::int64_t>& hundredths)
+{
+    return hundredths ? QJsonValue(static_cast<double>(*hundredths) / 100) : QJsonValue();
+}
+
+QJsonArray positionsJson(const AbstractDocument& document)
+{
+    QJsonArray positions;
+    for (const auto& item : document.getGoodsItems())
+        positions.append(
+            QJsonObject{{u"position"_s, item->getPosnum()},
+                        {u"articul"_s, item->getArticul()},
+                        {u"name"_s, item->getName(false)},
+                        {u"price"_s, item->getPrice()},
+                        {u"quantity"_s, item->getBquant()},
+                        {u"discount"_s, utils::roundToHundredths(item->getDiscountSum())},
+                        {u"pointsDiscount"_s, utils::roundToHundredths(item->getBonusImpactSum())},
+                        {u"sum"_s, utils::roundToHundredths(item->getSumb())}});
+    return positions;
+}
+
+QJsonObject entryJson(const utils::JournalEntry& entry)
+{
+    return {{u"time"_s, timeText(entry.time)},
+            {u"event"_s, entry.event},
+            {u"operation"_s, utils::maskNumbers(entry.operation)},
+            {u"message"_s, entry.message == 0 ? QJsonValue() : QJsonValue(entry.message)},
+            {u"code"_s, entry.code},
+            {u"detail"_s, utils::maskNumbers(entry.detail)},
+            {u"milliseconds"_s, entry.milliseconds}};
+}
+
+} // namespace
+
+ReceiptReports::ReceiptReports()
+{
+    try {
+        m_open = SaveToFileLogic::loadOpenReceipt();
+    } catch (const BasicException& failure) {
+        if (!utils::isFault(failure, utils::StorageFault::Damaged))
+            throw;
+        m_openIsDamaged = true;
+    }
+}
+
+ReceiptReports::~ReceiptReports() { dropHostObject<DocumentsDao>(); }
+
+ReceiptReport ReceiptReports::of(const QString& identifier) const
+{
+    ReceiptReport report;
+    report.identifier = identifier;
+    report.timeline = m_journal.of(identifier);
+    try {
+        report.document = hostObject<DocumentsDao>().loadDocument(identifier, false);
+    } catch (const BasicException& failure) {
+        if (!utils::isFault(failure, utils::StorageFault::Damaged))
+            throw;
+        report.state = damagedState;
+    }
+    const bool closed = !report.document.isNull();
+    if (!closed && m_open && m_open->getIdentifier() == identifier)
+        report.document = m_open;
+    report.state = stateOf(report, closed);
+    report.pending = pendingOf(report);
+    report.next = nextOf(report);
+    return report;
+}
+
+QList<ReceiptReport> ReceiptReports::latest(int limit) const
+{
+    QList<ReceiptReport> reports;
+    if (m_openIsDamaged) {
+        ReceiptReport unknown;
+        unknown.identifier = u"open-receipt"_s;
+        unknown.state = damagedState;
+        unknown.next = u"restart the till, which sets the file aside; see docs/operations.md"_s;
+        reports.append(unknown);
+    }
+    for (const QString& identifier : m_journal.receipts(limit))
+        reports.append(of(identifier));
+    return reports;
+}
+
+// The journal knows their numbers, so that nobody has to go through the queue. A return's go under its sale.
+QList<QueuedMessage> ReceiptReports::pendingOf(const ReceiptReport& report) const
+{
+    QSet<qint64> ids;
+    const bool isReturn = report.document && report.document->getDocumentType() == ReturnReceipt;
+    const QList<utils::JournalEntry> entries =
+        isReturn ? m_journal.of(report.document->getSaleDocumentId().toString()) : report.timeline;
+    for (const utils::JournalEntry& entry : entries) {
+        if (entry.message != 0)
+            ids.insert(entry.message);
+    }
+    QList<qint64> ordered(ids.begin(), ids.end());
+    std::sort(ordered.begin(), ordered.end());
+    QList<QueuedMessage> pending;
+    for (const qint64 id : ordered) {
+        if (const auto message = m_queue.find(id))
+            pending.append(*message);
+    }
+    return pending;
+}
+
+QJsonObject summaryJson(const ReceiptReport& report)
+{
+    const AbstractDocument* document = report.document.get();
+    const auto record = document ? document->getCardRecord(KyrLoyaltySystem) : nullptr;
+    const QString type = !document                                      ? QString()
+                         : document->getDocumentType() == ReturnReceipt ? u"return"_s
+                                                                        : u"sale"_s;
+    const QDateTime last = report.timeline.isEmpty() ? QDateTime() : report.timeline.last().time;
+    QJsonArray pending;
+    for (const QueuedMessage& message : report.pending)
+        pending.append(messageJson(message));
+    return {{u"receipt"_s, report.identifier},
+            {u"type"_s, type},
+            {u"state"_s, report.state},
+            {u"last"_s, timeText(last)},
+            {u"card"_s, record ? utils::maskWhole(record->getNumber().toString()) : QString()},
+            {u"sum"_s, document ? QJsonValue(utils::roundToHundredths(document->getSum())) : QJsonValue()},
+            {u"pointsDiscount"_s, document ? money(bonusDiscountOf(*document)) : QJsonValue()},
+            {u"pending"_s, pending},
+            {u"next"_s, report.next}};
+}
+
+QJsonObject receiptJson(const ReceiptReport& report)
+{
+    QJsonObject json = summaryJson(report);
+    if (report.document) {
+        const auto earned = earnedBy(*report.document);
+        const bool isReturn = report.document->getDocumentType() == ReturnReceipt;
+        json.insert(u"sale"_s, isReturn ? report.document->getSaleDocumentId().toString() : QString());
+        json.insert(u"earned"_s, money(earned));
+        json.insert(u"positions"_s, positionsJson(*report.document));
+    }
+    QJsonArray timeline;
+    for (const utils::JournalEntry& entry : report.timeline)
+        timeline.append(entryJson(entry));
+    json.insert(u"timeline"_s, timeline);
+    return json;
+}
+
+QStringList timelineCells(const utils::JournalEntry& entry)
+{
+    const bool exchanged = entry.milliseconds > 0 || entry.code != 0;
+    QString outcome = entry.message == 0 ? QString() : u"message %1 "_s.arg(entry.message);
+    if (exchanged)
+        outcome += entry.code == 0 ? u"ok "_s : u"code %1 "_s.arg(entry.code);
+    if (entry.milliseconds > 0)
+        outcome += u"in %1 ms "_s.arg(entry.milliseconds);
+    return {timeText(entry.time), entry.event, utils::maskNumbers(entry.operation),
+            (outcome + utils::maskNumbers(entry.detail)).simplified()};
+}
+
+} // namespace till

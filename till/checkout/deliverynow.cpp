@@ -1,0 +1,53 @@
+#include "till/checkout/deliverynow.h"
+
+#include "host/network/idlework.h"
+#include "host/storage/filelock.h"
+#include "host/utils/currenttime.h"
+#include "till/setup/settings.h"
+
+#include <QDeadlineTimer>
+#include <QThread>
+
+namespace till {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Until the worker has tried everything, or a patience that a service which drips its answers would outlast.
+QueueDelivery::Summary waitForWorker(MessageQueue& queue)
+{
+    constexpr unsigned long glance = 20; // milliseconds
+    const int before = queue.waitingCount();
+    queue.expedite();
+    const QDeadlineTimer patience(60s);
+    const auto isDue = [&queue] {
+        const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
+        return queue.nextDue(now, now).has_value() && !queue.refusal();
+    };
+    while (isDue() && !patience.hasExpired()) {
+        QThread::msleep(glance);
+        if (const IdleWork* idle = IdleWork::current())
+            (*idle)();
+    }
+    const QueueHealth health = queue.health();
+    QueueDelivery::Summary summary;
+    summary.delivered = std::max(0, before - health.waiting - health.parked);
+    summary.waiting = health.waiting;
+    summary.parked = health.parked;
+    summary.firstError = health.waiting + health.parked > 0 ? health.lastError : QString();
+    return summary;
+}
+
+} // namespace
+
+QueueDelivery::Summary deliverNow(MessageQueue& queue, const Config& config)
+{
+    if (!QueueDelivery::lock())
+        return waitForWorker(queue);
+    return QueueDelivery(queue,
+                         {.authorization = currentAuthorization(config), .random = {}, .attempted = {}})
+        .run();
+}
+
+} // namespace till

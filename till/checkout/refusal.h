@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QString>
+
+namespace till {
+
+/// Throws std::runtime_error: a failure that the till itself found, in Russian for the cashier.
+[[noreturn]] void refuse(const QString& text);
+
+} // namespace till

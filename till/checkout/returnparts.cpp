@@ -1,0 +1,96 @@
+#include "till/checkout/returnparts.h"
+
+#include "host/utils/money.h"
+#include "host/utils/quantity.h"
+#include "till/checkout/amounts.h"
+#include "till/checkout/refusal.h"
+#include "till/checkout/screen.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+/// The whole position in whole numbers. What an earlier version stored may have none.
+ReturnedPart counted(const GoodsItem& item)
+{
+    const auto thousandths = utils::toThousandths(item.getBquant());
+    if (!thousandths)
+        refuse(u"Позиция %1: количество в чеке не в целых тысячных, возврат не возможен"_s.arg(
+            item.getPosnum()));
+    const auto sum = utils::toHundredths(item.getSumb());
+    const auto discount = utils::toHundredths(item.getDiscount());
+    const auto bonusDiscount = utils::toHundredths(item.getBonusImpactSum());
+    if (!sum || !discount || !bonusDiscount)
+        refuse(u"Позиция %1: сумма в чеке не число, возврат не возможен"_s.arg(item.getPosnum()));
+    return {*thousandths, *sum, *discount, *bonusDiscount};
+}
+
+std::int64_t quantityOf(const GoodsItem& sold, double quantity)
+{
+    const QString position = u"Позиция %1: "_s.arg(sold.getPosnum());
+    if (!(quantity > 0))
+        refuse(position + u"количество для возврата должно быть больше нуля"_s);
+    const auto thousandths = utils::toThousandths(quantity);
+    if (!thousandths)
+        refuse(position + quantityRule());
+    return *thousandths;
+}
+
+void requireLeft(const GoodsItem& sold, std::int64_t thousandths, std::int64_t whole, std::int64_t before)
+{
+    const auto text = [](std::int64_t count) { return screen::quantity(utils::inUnits(count)); };
+    if (thousandths > whole - before && before > 0)
+        refuse(u"Позиция %1: к возврату %2, а из проданных %3 уже возвращено %4"_s.arg(
+            QString::number(sold.getPosnum()), text(thousandths), text(whole), text(before)));
+    if (thousandths > whole)
+        refuse(u"Позиция %1: к возврату %2, а продано %3"_s.arg(QString::number(sold.getPosnum()),
+                                                                text(thousandths), text(whole)));
+}
+
+double money(std::int64_t hundredths) { return static_cast<double>(hundredths) / 100; }
+
+} // namespace
+
+ReturnedPart returnedBefore(int posnum, const QList<QSharedPointer<AbstractDocument>>& returns)
+{
+    ReturnedPart all;
+    for (const auto& receipt : returns) {
+        const auto item = receipt->getGoodsItemByPosnum(posnum);
+        if (!item)
+            continue;
+        const ReturnedPart part = counted(*item);
+        all.thousandths += part.thousandths;
+        all.sum += part.sum;
+        all.discount += part.discount;
+        all.bonusDiscount += part.bonusDiscount;
+    }
+    return all;
+}
+
+QSharedPointer<GoodsItem> returnPart(const GoodsItem& sold, double quantity, const ReturnedPart& before)
+{
+    const std::int64_t thousandths = quantityOf(sold, quantity);
+    const ReturnedPart whole = counted(sold);
+    requireLeft(sold, thousandths, whole.thousandths, before.thousandths);
+    const auto part = [&](std::int64_t amount, std::int64_t gone) {
+        const std::int64_t upToHere =
+            utils::cutPart(amount, before.thousandths + thousandths, whole.thousandths);
+        // An earlier version rounded each part by itself, and so may have given back more than its cut.
+        return amount < 0 ? upToHere - gone : std::max(upToHere - gone, std::int64_t(0));
+    };
+    const std::int64_t discount = part(whole.discount, before.discount);
+    const std::int64_t bonusDiscount = part(whole.bonusDiscount, before.bonusDiscount);
+
+    auto item = QSharedPointer<GoodsItem>::create(sold.getPosnum(), sold.getArticul(), sold.getName(false),
+                                                  sold.getPrice(), utils::inUnits(thousandths));
+    item->setGrossSum(money(part(whole.sum, before.sum) + discount + bonusDiscount));
+    item->setDiscount(money(discount));
+    item->setBonusImpactSum(money(bonusDiscount));
+    return item;
+}
+
+} // namespace till

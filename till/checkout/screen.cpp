@@ -1,0 +1,155 @@
+#include "till/checkout/screen.h"
+
+#include "host/utils/masking.h"
+#include "host/utils/money.h"
+#include "till/cli/texttable.h"
+
+using namespace Qt::StringLiterals;
+
+namespace till::screen {
+
+namespace {
+
+QString right(const QString& text, qsizetype columns)
+{
+    return QString(std::max<qsizetype>(0, columns - textWidth(text)), u' ') + text;
+}
+
+QString left(const QString& text, qsizetype columns)
+{
+    return text + QString(std::max<qsizetype>(0, columns - textWidth(text)), u' ');
+}
+
+/// A line of the receipt: what stands left, and the amount at the right edge.
+struct Row
+{
+    QString posnum;
+    QString name;
+    QString quantity; ///< with its sign, "2 ×"
+    QString price;
+    QString sum;
+};
+
+QString minus(double value) { return u"−"_s + amount(value); }
+
+QString sumText(const AbstractDocument& document)
+{
+    return document.getDocumentType() == ReturnReceipt ? u"К возврату"_s : u"К оплате"_s;
+}
+
+QString heading(const AbstractDocument& document)
+{
+    if (document.getDocumentType() != ReturnReceipt)
+        return u"Чек "_s + document.getIdentifier();
+    return u"Возврат %1 по чеку %2"_s.arg(document.getIdentifier(), document.getSaleDocumentId().toString());
+}
+
+QList<Row> rows(const AbstractDocument& document)
+{
+    QList<Row> list;
+    double bonusDiscount = 0;
+    const auto items = document.getGoodsItems();
+    for (const auto& item : items) {
+        const double bonus = item->getBonusImpactSum();
+        const double discount = item->getDiscountSum() - bonus;
+        list.append({QString::number(item->getPosnum()), item->getName(false),
+                     quantity(item->getBquant()) + u" ×"_s, amount(item->getPrice()),
+                     amount(item->getSumb() + item->getDiscountSum())});
+        if (utils::toHundredths(discount) != 0)
+            list.append({{}, u"  скидка"_s, {}, {}, minus(discount)});
+        if (utils::toHundredths(bonus) != 0)
+            list.append({{}, u"  баллами"_s, {}, {}, minus(bonus)});
+        bonusDiscount += bonus;
+    }
+    list.append({{}, u"Итого"_s, {}, {}, amount(document.getSum() + bonusDiscount)});
+    if (utils::toHundredths(bonusDiscount) != 0) {
+        list.append({{}, u"Скидка баллами"_s, {}, {}, minus(bonusDiscount)});
+        list.append({{}, sumText(document), {}, {}, amount(document.getSum())});
+    }
+    return list;
+}
+
+QString statusText(ECard::Status status)
+{
+    switch (status) {
+    case ECard::RegistrationIncomplete:
+        return u"регистрация не завершена"_s;
+    case ECard::Active:
+        return {};
+    case ECard::Blocked:
+        return u"заблокирована"_s;
+    }
+    return {};
+}
+
+} // namespace
+
+QStringList receipt(const AbstractDocument& document)
+{
+    const QList<Row> all = rows(document);
+    Row widest; // of each column, as blanks
+    const auto widen = [](QString& column, const QString& cell) {
+        column = QString(std::max(column.size(), textWidth(cell)), u' ');
+    };
+    for (const Row& row : all) {
+        widen(widest.posnum, row.posnum);
+        widen(widest.name, row.name);
+        widen(widest.quantity, row.quantity);
+        widen(widest.price, row.price);
+        widen(widest.sum, row.sum);
+    }
+    QStringList lines{heading(document)};
+    for (const Row& row : all) {
+        const QStringList cells{right(row.posnum, widest.posnum.size()), left(row.name, widest.name.size()),
+                                right(row.quantity, widest.quantity.size()),
+                                right(row.price, widest.price.size()), right(row.sum, widest.sum.size())};
+        lines.append(u"%1  %2  %3 %4  %5"_s.arg(cells[0], cells[1], cells[2], cells[3], cells[4]));
+    }
+    return lines;
+}
+
+QString closing(const AbstractDocument& document)
+{
+    const QString done = document.getDocumentType() == ReturnReceipt ? u"возвращено "_s : u"оплачено "_s;
+    return heading(document) + u": "_s + done + amount(document.getSum());
+}
+
+QStringList customer(const DocumentCardRecord& record)
+{
+    QString card = u"Карта "_s + utils::maskWhole(record.getNumber().toString());
+    const QString status = statusText(record.getCardStatus());
+    if (!status.isEmpty())
+        card += u", "_s + status;
+    QStringList lines{card};
+    const auto client = record.getCard()->getClient();
+    if (client && !client->getName().isEmpty())
+        lines.append(u"Покупатель: "_s + client->getName());
+    if (record.getBonusBalance().isValid())
+        lines.append(u"Баланс: "_s + amount(record.getBonusBalance().toDouble()));
+    return lines;
+}
+
+QString amount(double value)
+{
+    const auto known = utils::toHundredths(value);
+    if (!known)
+        return QString::number(value); // no amount that anybody has; nothing is made of it
+    const std::int64_t hundredths = *known;
+    QString digits = QString::number(hundredths < 0 ? -hundredths : hundredths).rightJustified(3, u'0');
+    digits.insert(digits.size() - 2, u',');
+    for (qsizetype at = digits.size() - 6; at > 0; at -= 3)
+        digits.insert(at, u' ');
+    return hundredths < 0 ? u"−"_s + digits : digits;
+}
+
+QString quantity(double value)
+{
+    QString text = QString::number(value, 'f', 3);
+    while (text.endsWith(u'0'))
+        text.chop(1);
+    if (text.endsWith(u'.'))
+        text.chop(1);
+    return text.replace(u'.', u',');
+}
+
+} // namespace till::screen

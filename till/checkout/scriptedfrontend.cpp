@@ -1,0 +1,52 @@
+#include "till/checkout/scriptedfrontend.h"
+
+#include "host/utils/masking.h"
+
+#include <stdexcept>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+void ScriptedFrontend::script(const Script& script)
+{
+    m_script = script;
+    m_shown.clear();
+}
+
+int ScriptedFrontend::chooseFromList(const ChoiceRequest& request)
+{
+    if (!m_script.choice && m_fallback) {
+        ChoiceRequest masked = request;
+        for (tr::Tr& item : masked.items)
+            item = tr::Tr(item.id(), utils::maskNumbers(item.ru()));
+        return m_fallback->chooseFromList(masked);
+    }
+    const int chosen = std::exchange(m_script.choice, std::nullopt).value_or(-1);
+    // The plug-in trusts a front end's answer.
+    if (chosen < -1 || chosen >= request.items.size())
+        throw std::out_of_range(
+            u"В списке «%1» нет строки с индексом %2 (всего строк: %3)"_s
+                .arg(request.title.ru(), QString::number(chosen), QString::number(request.items.size()))
+                .toStdString());
+    ShownDialog dialog{.title = request.title.ru(),
+                       .items = {},
+                       .chosen = chosen,
+                       .outcome = chosen < 0 ? u"Список закрыт"_s : QString()};
+    for (const tr::Tr& item : request.items)
+        dialog.items.append(utils::maskNumbers(item.ru()));
+    m_shown.append(dialog);
+    return chosen;
+}
+
+core::BasicDialog::Result ScriptedFrontend::inputText(const TextInputRequest& request)
+{
+    if (!m_script.text && m_fallback)
+        return m_fallback->inputText(request);
+    const auto text = std::exchange(m_script.text, std::nullopt);
+    m_shown.append({.title = request.title.ru(), .outcome = text ? u"Введено"_s : u"Ввод отменён"_s});
+    return text ? core::BasicDialog::Result::entered(*text) : core::BasicDialog::Result::cancelled();
+}
+
+} // namespace till

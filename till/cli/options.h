@@ -1,0 +1,54 @@
+#pragma once
+
+#include "till/cli/logging.h"
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace till {
+
+/// An option of the command line: `--name`, or `--name VALUE`.
+struct OptionKind
+{
+    QString name;
+    QString value;         ///< what stands for its value in help, "FILE"; empty: it takes none
+    QString about;         ///< English, for help
+    QString letter = {};   ///< the short form, "q"; may be empty
+    QString variable = {}; ///< the environment variable that says the same; the option goes over it
+};
+
+/// What every command is told. Option, environment variable, configuration file, default: the first that says
+/// something counts.
+struct Options
+{
+    QString configFile; ///< empty: none
+    QString serverUrl;  ///< empty: as configured
+    QString pluginFile;
+    QString standProgram;
+    QString dataDirectory; ///< empty: nobody named one
+    QString logFile;       ///< empty: none
+    std::optional<LogLevel> logLevel;
+    bool json = false;
+    bool verbose = false;
+    bool quiet = false;
+};
+
+/// The options of every command, in the order of help.
+const QList<OptionKind>& generalOptions();
+
+/// What the environment says beyond the options: name and meaning, for help.
+struct Variable
+{
+    QString name;
+    QString about;
+};
+const QList<Variable>& furtherVariables();
+
+/// Which log lines are shown on the screen: what the options say, else from `usual` on.
+LogLevel screenLevel(const Options& options, LogLevel usual);
+/// Which are written to the log file: what --log-level says, else from info on.
+LogLevel fileLevel(const Options& options);
+
+} // namespace till

@@ -1,0 +1,11 @@
+#include "till/cli/terminal.h"
+
+#include <QtGlobal>
+
+#include <unistd.h>
+
+namespace till {
+
+bool wantsColours() { return isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR"); }
+
+} // namespace till

@@ -1,0 +1,20 @@
+#include "till/commands.h"
+
+#include "till/admin/commands.h"
+#include "till/scenario/commands.h"
+#include "till/window/commands.h"
+
+namespace till {
+
+const Commands& commands()
+{
+    static const Commands table{
+        runCommand(),          shellCommand(),         windowCommand(),    queueListCommand(),
+        queueShowCommand(),    queueRetryCommand(),    queueDropCommand(), queueDeliverCommand(),
+        receiptsListCommand(), receiptsShowCommand(),  reconcileCommand(), deliverCommand(),
+        doctorCommand(),       supportBundleCommand(),
+    };
+    return table;
+}
+
+} // namespace till

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "till/scenario/members.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <QVariantMap>
+
+namespace till {
+
+class Till;
+
+/// What a step came to.
+struct Outcome
+{
+    bool ok = false;         ///< what the operation returned
+    QVariant value = {};     ///< the number or text it returned; invalid: none
+    QString error = {};      ///< Russian, for the cashier; empty when ok
+    QStringList screen = {}; ///< what the cashier sees of it, besides dialogs and the error
+};
+
+/// A thing that the cashier does. To add one is to add its entry to the table in steps.cpp.
+struct StepKind
+{
+    QString name;
+    QString about; ///< English, for help
+    QList<Member> members;
+    /// Plays it with members that were checked. May throw std::exception: the step then failed.
+    Outcome (*play)(Till& till, const QVariantMap& members);
+};
+
+/// All of them, in the order of a receipt's life.
+const QList<StepKind>& stepKinds();
+
+/// The one of that name, or null.
+const StepKind* findStepKind(const QString& name);
+
+} // namespace till

@@ -1,0 +1,35 @@
+#include "till/setup/parts.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+QString besideProgram(const QString& path)
+{
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + u'/' + path);
+}
+
+/// Where it is built, else where it is installed.
+QString usualPlugin()
+{
+    const QString built = besideProgram(u"../lib/libKYRLoyalty.so"_s);
+    const QString installed = besideProgram(u"../" KYR_LIBRARY_FOLDER "/libKYRLoyalty.so"_s);
+    return QFile::exists(built) || !QFile::exists(installed) ? built : installed;
+}
+
+} // namespace
+
+Parts partsOf(const Options& options)
+{
+    return {options.pluginFile.isEmpty() ? usualPlugin() : options.pluginFile,
+            options.standProgram.isEmpty() ? besideProgram(u"stand"_s) : options.standProgram,
+            options.dataDirectory};
+}
+
+} // namespace till

@@ -1,0 +1,59 @@
+#include "till/window/dialogs/choicedialog.h"
+
+#include "host/utils/printable.h"
+#include "till/window/widgets.h"
+
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace till::window {
+
+ChoiceDialog::ChoiceDialog(const ChoiceRequest& request, QWidget* parent)
+    : QDialog(parent)
+    , m_closable(request.closable)
+    , m_list(new QListWidget)
+{
+    setObjectName(u"choice"_s);
+    setWindowTitle(utils::printable(request.title.ru()));
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(24, 20, 24, 20);
+    layout->setSpacing(12);
+    layout->addWidget(label(request.title.ru(), u"title"_s));
+    for (const tr::Tr* words : {&request.message, &request.comment}) {
+        if (!words->isEmpty())
+            layout->addWidget(label(words->ru()));
+    }
+    m_list->setAccessibleName(request.title.ru());
+    for (const tr::Tr& item : request.items)
+        m_list->addItem(utils::printable(item.ru()));
+    m_list->setCurrentRow(0);
+    m_list->setMinimumSize(420, 220);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    layout->addWidget(m_list);
+    auto* buttons = new QHBoxLayout;
+    if (m_closable) {
+        auto* close = button(u"Не выбирать"_s, u"Esc"_s, u"second"_s);
+        connect(close, &QPushButton::clicked, this, &ChoiceDialog::reject);
+        buttons->addWidget(close);
+    }
+    auto* choose = button(u"Выбрать"_s, u"Enter"_s, u"primary"_s);
+    choose->setDefault(true);
+    choose->setEnabled(m_list->count() > 0);
+    connect(choose, &QPushButton::clicked, this, &QDialog::accept);
+    connect(m_list, &QListWidget::itemActivated, this, &QDialog::accept);
+    buttons->addWidget(choose);
+    layout->addLayout(buttons);
+    m_list->setFocus();
+}
+
+int ChoiceDialog::ask() { return exec() == QDialog::Accepted ? m_list->currentRow() : -1; }
+
+void ChoiceDialog::reject()
+{
+    if (m_closable)
+        QDialog::reject();
+}
+
+} // namespace till::window

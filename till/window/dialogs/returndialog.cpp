@@ -1,0 +1,248 @@
+#include "till/window/dialogs/returndialog.h"
+
+#include "host/utils/basicexception.h"
+#include "host/utils/printable.h"
+#include "host/utils/quantity.h"
+#include "till/checkout/receiptsums.h"
+#include "till/checkout/returnparts.h"
+#include "till/checkout/screen.h"
+#include "till/scenario/stepplays.h"
+#include "till/setup/hostobjects.h"
+#include "till/window/style.h"
+#include "till/window/widgets.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QVBoxLayout>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace till::window {
+
+namespace {
+
+enum Column { Name, Sold, Left, Now, Columns };
+constexpr int shownSales = 200;
+constexpr int sumPlaces = 12;
+constexpr QChar figureSpace(0x2007); // as wide as a digit, so that the sums align
+
+QString saleLine(const AbstractDocument& sale)
+{
+    const QString id = sale.getIdentifier();
+    const QDateTime time = QDateTime::fromString(u"20"_s + id, u"yyyyMMdd-hhmmss"_s);
+    const QString when = time.isValid() ? u"\n"_s + time.toString(u"dd.MM.yyyy, HH:mm"_s) : QString();
+    return id + u"  "_s + money(sale.getSum()).rightJustified(sumPlaces, figureSpace) + when;
+}
+
+/// Of a quantity that can't come back, all of it: taking it says why.
+double leftOf(const GoodsItem& item, const ReturnedPart& before)
+{
+    const auto sold = utils::toThousandths(item.getBquant());
+    return sold ? utils::inUnits(*sold - before.thousandths) : item.getBquant();
+}
+
+QList<double> leftOf(const QString& sale, const QList<QSharedPointer<GoodsItem>>& items)
+{
+    const auto returns = hostObject<DocumentsDao>().returnsOf(sale);
+    QList<double> left;
+    for (const auto& item : items)
+        left.append(leftOf(*item, returnedBefore(item->getPosnum(), returns)));
+    return left;
+}
+
+} // namespace
+
+QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& giveBack)
+{
+    if (!sale.getCardRecord(KyrLoyaltySystem))
+        return u"К возврату %1. Карты в чеке не было: баллы не меняются"_s.arg(money(giveBack.getSum()));
+    const double restored = static_cast<double>(bonusDiscountOf(giveBack).value_or(0)) / 100;
+    const double earned = sale.getCardRecord(KyrLoyaltySystem)->getPointsForEarn().toDouble();
+    const double whole = sale.getSum();
+    const double withdrawn = whole > 0 ? earned * giveBack.getSum() / whole : 0;
+    return u"К возврату %1. Вернётся скидка баллами: %2. Снимется начисленных баллов: около %3"_s.arg(
+        money(giveBack.getSum()), money(restored), screen::amount(withdrawn));
+}
+
+ReturnDialog::ReturnDialog(Desk& desk, QWidget* parent)
+    : QDialog(parent)
+    , m_desk(desk)
+    , m_list(new QListWidget)
+    , m_table(new QTableWidget(0, Columns))
+    , m_preview(label({}))
+    , m_less(button(u"Меньше"_s, u"−"_s))
+    , m_more(button(u"Больше"_s, u"+"_s))
+    , m_all(button(u"Вернуть всё"_s, u"F4"_s))
+    , m_open(button(u"Открыть возврат"_s, u"F9"_s, u"primary"_s))
+{
+    setObjectName(u"return"_s);
+    setWindowTitle(u"Возврат"_s);
+    setFixedSize(parent ? parent->size() - QSize(40, 40) : QSize(984, 728));
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(24, 20, 24, 20);
+    layout->setSpacing(12);
+    layout->addWidget(label(u"Возврат: выберите чек и товары"_s, u"title"_s));
+    auto* middle = new QHBoxLayout;
+    middle->setSpacing(12);
+    m_list->setAccessibleName(u"Закрытые чеки"_s);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    middle->addWidget(m_list, 2);
+    m_table->setHorizontalHeaderLabels({u"Товар"_s, u"Продано"_s, u"Осталось"_s, u"Вернуть"_s});
+    m_table->setAccessibleName(u"Товары чека"_s);
+    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setShowGrid(false);
+    m_table->setTabKeyNavigation(false);
+    for (int column = 0; column < Columns; ++column)
+        m_table->horizontalHeaderItem(column)->setTextAlignment(
+            (column == Name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
+    m_table->verticalHeader()->hide();
+    m_table->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_table->verticalHeader()->setMinimumSectionSize(leastTarget);
+    m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_table->horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
+    m_table->horizontalHeader()->setHighlightSections(false);
+    auto* goods = new QVBoxLayout;
+    goods->setSpacing(8);
+    goods->addWidget(m_table, 1);
+    auto* changes = new QHBoxLayout;
+    changes->setSpacing(8);
+    for (QPushButton* change : {m_less, m_more, m_all})
+        changes->addWidget(change, 1);
+    goods->addLayout(changes);
+    middle->addLayout(goods, 3);
+    layout->addLayout(middle, 1);
+    m_preview->setWordWrap(true);
+    m_preview->setMinimumHeight(scaled(46));
+    layout->addWidget(m_preview);
+    auto* buttons = new QHBoxLayout;
+    auto* close = button(u"Закрыть"_s, u"Esc"_s, u"second"_s);
+    buttons->addWidget(close);
+    buttons->addWidget(m_open, 1);
+    layout->addLayout(buttons);
+
+    m_less->setShortcut(Qt::Key_Minus);
+    m_more->setShortcut(Qt::Key_Plus);
+    m_all->setShortcut(Qt::Key_F4);
+    m_open->setShortcut(Qt::Key_F9);
+    connect(close, &QPushButton::clicked, this, &QDialog::reject);
+    connect(m_open, &QPushButton::clicked, this, &QDialog::accept);
+    connect(m_less, &QPushButton::clicked, this, [this] { change(-1); });
+    connect(m_more, &QPushButton::clicked, this, [this] { change(1); });
+    connect(m_all, &QPushButton::clicked, this, [this] { takeAll(); });
+    connect(m_list, &QListWidget::currentRowChanged, this, [this] { showSale(); });
+    fillSales();
+}
+
+void ReturnDialog::fillSales()
+{
+    try {
+        m_sales = hostObject<DocumentsDao>().newestSales(shownSales);
+    } catch (const BasicException& failure) {
+        m_failure = failure.tr().ru();
+    }
+    for (const ClosedSale& sale : m_sales)
+        m_list->addItem(utils::printableLines(sale.document ? saleLine(*sale.document)
+                                                            : sale.identifier + u"\nповреждён"_s));
+    m_list->setEnabled(!m_sales.isEmpty());
+    if (m_sales.isEmpty()) {
+        m_list->addItem(m_failure.isEmpty() ? u"Закрытых чеков нет"_s : u"Чеки не прочитаны"_s);
+        preview();
+    } else {
+        m_list->setCurrentRow(0);
+    }
+    m_list->setFocus();
+}
+
+QString ReturnDialog::sale() const { return m_sales.value(m_list->currentRow()).identifier; }
+
+void ReturnDialog::showSale()
+{
+    const auto chosen = m_sales.value(m_list->currentRow()).document;
+    auto items = chosen ? chosen->getGoodsItems() : QList<QSharedPointer<GoodsItem>>();
+    m_failure.clear();
+    if (!chosen && !sale().isEmpty())
+        m_failure = u"Чек %1 повреждён: вернуть по нему нельзя. Сообщите администратору"_s.arg(sale());
+    try {
+        m_left = leftOf(sale(), items);
+    } catch (const BasicException& failure) {
+        m_failure = failure.tr().ru();
+    } catch (const std::exception& failure) {
+        m_failure = QString::fromUtf8(failure.what());
+    }
+    if (!m_failure.isEmpty())
+        items.clear(); // how much is left of them is not known, so none may come back
+    m_quantity = QList<double>(items.size(), 0.0);
+    m_table->setRowCount(static_cast<int>(items.size()));
+    int row = 0;
+    for (const auto& item : items) {
+        auto* name = new QTableWidgetItem(utils::printable(item->getName(false)));
+        name->setData(Qt::UserRole, item->getPosnum());
+        m_table->setItem(row, Name, name);
+        for (const int column : {Sold, Left, Now}) {
+            auto* cell = new QTableWidgetItem(column == Sold ? screen::quantity(item->getBquant()) : u""_s);
+            cell->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+            m_table->setItem(row, column, cell);
+        }
+        ++row;
+    }
+    m_table->setCurrentCell(0, Name);
+    preview();
+}
+
+void ReturnDialog::change(double by)
+{
+    const int row = m_table->currentRow();
+    if (row < 0)
+        return;
+    m_quantity[row] = std::clamp(m_quantity[row] + by, 0.0, m_left[row]);
+    preview();
+}
+
+void ReturnDialog::takeAll()
+{
+    m_quantity = m_left;
+    preview();
+}
+
+QVariantList ReturnDialog::positions() const
+{
+    QVariantList list;
+    for (int row = 0; row < m_table->rowCount(); ++row) {
+        if (m_quantity[row] > 0)
+            list.append(QVariantMap{{u"posnum"_s, m_table->item(row, Name)->data(Qt::UserRole)},
+                                    {u"quantity"_s, m_quantity[row]}});
+    }
+    return list;
+}
+
+void ReturnDialog::preview()
+{
+    for (int row = 0; row < m_table->rowCount(); ++row) {
+        m_table->item(row, Left)->setText(screen::quantity(m_left[row] - m_quantity[row]));
+        m_table->item(row, Now)->setText(m_quantity[row] > 0 ? screen::quantity(m_quantity[row]) : u"—"_s);
+    }
+    const auto chosen = m_sales.value(m_list->currentRow()).document;
+    const QVariantList wanted = positions();
+    for (QPushButton* change : {m_less, m_more, m_all})
+        change->setEnabled(m_table->rowCount() > 0);
+    m_open->setEnabled(!wanted.isEmpty());
+    if (!m_failure.isEmpty())
+        return m_preview->setText(m_failure);
+    if (!chosen || wanted.isEmpty())
+        return m_preview->setText(chosen ? u"Отметьте, что возвращает покупатель"_s
+                                         : u"Возвращать нечего: ни один чек ещё не оплачен"_s);
+    try {
+        const auto giveBack = plays::returnOf(
+            m_desk.till(), {{u"id"_s, sale() + u"-B"_s}, {u"of"_s, sale()}, {u"positions"_s, wanted}});
+        m_preview->setText(pointsPreview(*chosen, *giveBack));
+    } catch (const std::exception& failure) {
+        m_preview->setText(QString::fromUtf8(failure.what()));
+        m_open->setEnabled(false);
+    }
+}
+
+} // namespace till::window

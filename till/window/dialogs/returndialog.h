@@ -1,0 +1,48 @@
+#pragma once
+
+#include "host/storage/documents.h"
+#include "till/window/desk.h"
+#include "till/window/widgets.h"
+
+#include <QDialog>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTableWidget>
+
+namespace till::window {
+
+/// Which receipt, which of its positions, how much of each; and what it means for points, before it is done.
+class ReturnDialog : public QDialog
+{
+public:
+    ReturnDialog(Desk& desk, QWidget* parent);
+
+    [[nodiscard]] QString sale() const;
+    /// As the step "openReturn" takes them.
+    [[nodiscard]] QVariantList positions() const;
+
+private:
+    void fillSales();
+    void showSale();
+    void change(double by);
+    void takeAll();
+    void preview();
+
+    Desk& m_desk;
+    QList<ClosedSale> m_sales;
+    QListWidget* m_list;
+    QTableWidget* m_table;
+    Label* m_preview;
+    QPushButton* m_less;
+    QPushButton* m_more;
+    QPushButton* m_all;
+    QPushButton* m_open;
+    QString m_failure;        ///< what the store says; empty: nothing
+    QList<double> m_left;     ///< of each row: what may still come back
+    QList<double> m_quantity; ///< of each row: what is to come back now
+};
+
+/// What the return means for the customer's points, in Russian.
+QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& giveBack);
+
+} // namespace till::window

@@ -1,0 +1,196 @@
+#include "till/window/panels/positionspanel.h"
+
+#include "till/checkout/screen.h"
+#include "till/window/dialogs/inputdialog.h"
+#include "till/window/style.h"
+#include "till/window/widgets.h"
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace till::window {
+
+namespace {
+
+/// Keys of the panel are taken wherever the focus is.
+void bind(QWidget* owner, const QKeySequence& key, QPushButton* target)
+{
+    auto* shortcut = new QShortcut(key, owner);
+    shortcut->setContext(Qt::WindowShortcut);
+    shortcut->setAutoRepeat(false);
+    QObject::connect(shortcut, &QShortcut::activated, target, &QPushButton::click);
+}
+
+} // namespace
+
+PositionsPanel::PositionsPanel(Desk& desk, WindowFrontend& frontend)
+    : m_desk(desk)
+    , m_frontend(frontend)
+    , m_pages(new QStackedWidget)
+    , m_table(new PositionsTable)
+    , m_headline(label({}, u"headline"_s))
+    , m_details(label({}, u"name"_s))
+    , m_article(new QLineEdit)
+{
+    auto* finished = panel();
+    auto* lines = new QVBoxLayout(finished);
+    lines->addStretch();
+    for (Label* line : {m_headline, m_details}) {
+        line->setAlignment(Qt::AlignCenter);
+        line->setWordWrap(true);
+        lines->addWidget(line);
+    }
+    lines->addStretch();
+
+    m_pages->addWidget(m_table);
+    m_pages->addWidget(finished);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    layout->addWidget(m_pages, 1);
+    layout->addWidget(changesRow());
+    layout->addWidget(entryRow());
+    layout->addWidget(goodsGrid());
+}
+
+QWidget* PositionsPanel::entryRow()
+{
+    auto* row = new QWidget;
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    m_article->setPlaceholderText(u"Артикул  F2"_s);
+    m_article->setAccessibleName(u"Артикул товара"_s);
+    m_article->setAccessibleDescription(u"Клавиша F2; Enter добавляет товар"_s);
+    m_article->setObjectName(u"article"_s);
+    auto* add = button(u"Добавить"_s, u"Enter"_s);
+    m_entries.append(add);
+    layout->addWidget(m_article, 1);
+    layout->addWidget(add);
+    connect(add, &QPushButton::clicked, this, [this] { enterArticle(); });
+    connect(m_article, &QLineEdit::returnPressed, this, [this] { enterArticle(); });
+    auto* key = new QShortcut(Qt::Key_F2, this);
+    connect(key, &QShortcut::activated, m_article, [this] {
+        m_article->setFocus(Qt::ShortcutFocusReason);
+        m_article->selectAll();
+    });
+    return row;
+}
+
+QWidget* PositionsPanel::goodsGrid()
+{
+    auto* area = new QWidget;
+    auto* grid = new QGridLayout(area);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->setSpacing(8);
+    constexpr int columns = 4;
+    int place = 0;
+    for (const Goods& goods : catalogue()) {
+        auto* key = button(goods.name + u'\n' + screen::amount(goods.price), {}, u"goods"_s);
+        key->setAccessibleName(u"%1, %2"_s.arg(goods.name, money(goods.price)));
+        key->setFocusPolicy(Qt::NoFocus); // for fingers; the keyboard has the article
+        connect(key, &QPushButton::clicked, this, [this, &goods] { m_desk.addGoods(goods); });
+        m_entries.append(key);
+        key->setHidden(isCompact() && place >= columns);
+        grid->addWidget(key, place / columns, place % columns);
+        ++place;
+    }
+    return area;
+}
+
+QWidget* PositionsPanel::changesRow()
+{
+    auto* row = new QWidget;
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    const auto add = [&](const QString& text, const QString& key, Qt::Key code,
+                         void (PositionsPanel::*action)()) {
+        auto* made = button(text, key);
+        connect(made, &QPushButton::clicked, this, action);
+        bind(this, code, made);
+        layout->addWidget(made);
+        m_changes.append(made);
+    };
+    add(u"Количество"_s, u"F4"_s, Qt::Key_F4, &PositionsPanel::askQuantity);
+    add(u"Скидка"_s, u"F5"_s, Qt::Key_F5, &PositionsPanel::askDiscount);
+    add(u"Удалить"_s, u"F6"_s, Qt::Key_F6, &PositionsPanel::removeSelected);
+    return row;
+}
+
+void PositionsPanel::refresh()
+{
+    const auto receipt = m_desk.receipt();
+    const bool changeable = m_desk.changeable();
+    if (receipt)
+        m_table->fill(*receipt);
+    else
+        fillFinished();
+    m_pages->setCurrentIndex(receipt ? 0 : 1);
+    m_article->setEnabled(changeable || !receipt);
+    for (QPushButton* entry : m_entries)
+        entry->setEnabled(changeable || !receipt);
+    for (QPushButton* change : m_changes)
+        change->setEnabled(changeable && m_table->rowCount() > 0);
+}
+
+void PositionsPanel::fillFinished()
+{
+    m_table->setRowCount(0);
+    const QStringList& lines = m_desk.finished();
+    if (lines.isEmpty()) {
+        m_headline->setText(u"Чека нет"_s);
+        m_details->setText(u"Откройте новый чек или добавьте товар"_s);
+        return;
+    }
+    // "Чек 7: оплачено 10,00": the sum is what the cashier looks for
+    const qsizetype colon = lines.first().indexOf(u": "_s);
+    QString headline = lines.first().sliced(colon < 0 ? 0 : colon + 2);
+    headline[0] = headline[0].toUpper();
+    m_headline->setText(colon < 0 ? headline : headline + u" ₽"_s);
+    m_details->setText(
+        ((colon < 0 ? QStringList() : QStringList{lines.first().first(colon)}) + lines.sliced(1))
+            .join(u'\n'));
+}
+
+void PositionsPanel::enterArticle()
+{
+    if (m_article->text().trimmed().isEmpty())
+        return m_desk.say(Notice::Kind::Plain, u"Введите артикул товара"_s);
+    if (m_desk.addArticle(m_article->text()))
+        m_article->clear();
+    else
+        m_article->selectAll();
+}
+
+void PositionsPanel::askFor(const tr::Tr& title, const tr::Tr& message, const QString& formName,
+                            void (Desk::*set)(int posnum, double value))
+{
+    TextInputRequest request(title, message);
+    request.inputKind = TextInputRequest::Digits;
+    request.emptyAllowed = false;
+    request.formName = formName;
+    const int posnum = m_table->selected();
+    const auto answer = m_frontend.inputText(request);
+    if (!answer.canceled())
+        (m_desk.*set)(posnum, typedNumber(answer.getData()));
+}
+
+void PositionsPanel::askQuantity()
+{
+    askFor(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s),
+           tr::Tr(u"tillQuantity"_s, u"Сколько единиц товара"_s), u"quantity"_s, &Desk::setQuantity);
+}
+
+void PositionsPanel::askDiscount()
+{
+    askFor(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s),
+           tr::Tr(u"tillDiscount"_s, u"Сколько рублей снять с позиции"_s), u"discount"_s, &Desk::setDiscount);
+}
+
+void PositionsPanel::removeSelected() { m_desk.remove(m_table->selected()); }
+
+} // namespace till::window

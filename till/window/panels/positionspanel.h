@@ -1,0 +1,47 @@
+#pragma once
+
+#include "till/window/desk.h"
+#include "till/window/frontend.h"
+#include "till/window/panels/positionstable.h"
+#include "till/window/widgets.h"
+
+#include <QLineEdit>
+#include <QPushButton>
+#include <QStackedWidget>
+
+namespace till::window {
+
+/// What is bought: the table, the entry of articles, and the changes of a position.
+class PositionsPanel : public QWidget
+{
+public:
+    /// Both are the caller's and outlive the panel.
+    PositionsPanel(Desk& desk, WindowFrontend& frontend);
+
+    void refresh();
+
+private:
+    QWidget* entryRow();
+    QWidget* goodsGrid();
+    QWidget* changesRow();
+    void fillFinished();
+    void enterArticle();
+    /// Asks for a number and sets it on the selected position.
+    void askFor(const tr::Tr& title, const tr::Tr& message, const QString& formName,
+                void (Desk::*set)(int posnum, double value));
+    void askQuantity();
+    void askDiscount();
+    void removeSelected();
+
+    Desk& m_desk;
+    WindowFrontend& m_frontend;
+    QStackedWidget* m_pages;
+    PositionsTable* m_table;
+    Label* m_headline;
+    Label* m_details;
+    QLineEdit* m_article;
+    QList<QPushButton*> m_entries;
+    QList<QPushButton*> m_changes;
+};
+
+} // namespace till::window

@@ -1,0 +1,87 @@
+#include "till/window/panels/positionstable.h"
+
+#include "host/utils/money.h"
+#include "host/utils/printable.h"
+#include "till/checkout/screen.h"
+#include "till/window/style.h"
+
+#include <QHeaderView>
+
+using namespace Qt::StringLiterals;
+
+namespace till::window {
+
+namespace {
+
+enum Column { Name, Price, Quantity, Discount, Bonus, Sum, Columns };
+
+QTableWidgetItem* cell(const QString& text, bool isNumber)
+{
+    auto* item = new QTableWidgetItem(utils::printableLines(text));
+    item->setTextAlignment((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+    return item;
+}
+
+QString reduction(double value)
+{
+    return utils::toHundredths(value) == 0 ? u"—"_s : u"−"_s + screen::amount(value);
+}
+
+} // namespace
+
+PositionsTable::PositionsTable()
+    : QTableWidget(0, Columns)
+{
+    setHorizontalHeaderLabels({u"Товар"_s, u"Цена"_s, u"Кол-во"_s, u"Скидка"_s, u"Баллы"_s, u"Сумма"_s});
+    setAccessibleName(u"Товары в чеке"_s);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setShowGrid(false);
+    setWordWrap(true);
+    setTabKeyNavigation(false);
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    verticalHeader()->setMinimumSectionSize(leastTarget);
+    horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
+    horizontalHeader()->setHighlightSections(false);
+    setColumnHidden(Price, isCompact()); // it stands below the name then
+    for (int column = 0; column < Columns; ++column)
+        horizontalHeaderItem(column)->setTextAlignment((column == Name ? Qt::AlignLeft : Qt::AlignRight) |
+                                                       Qt::AlignVCenter);
+}
+
+int PositionsTable::selected() const
+{
+    const auto* chosen = item(currentRow(), Name);
+    return chosen ? chosen->data(Qt::UserRole).toInt() : 0;
+}
+
+void PositionsTable::fill(const Document& receipt)
+{
+    const int before = currentRow();
+    const int shown = rowCount();
+    const auto items = receipt.getGoodsItems();
+    setRowCount(static_cast<int>(items.size()));
+    int row = 0;
+    for (const auto& item : items) {
+        const double bonus = item->getBonusImpactSum();
+        auto* name = cell(item->getName(false) + u"\nарт. "_s + item->getArticul(), false);
+        if (isCompact())
+            name->setText(utils::printableLines(item->getName(false) + u'\n' + item->getArticul() + u" · "_s +
+                                                screen::amount(item->getPrice())));
+        name->setData(Qt::UserRole, item->getPosnum());
+        setItem(row, Name, name);
+        setItem(row, Price, cell(screen::amount(item->getPrice()), true));
+        setItem(row, Quantity, cell(screen::quantity(item->getBquant()), true));
+        setItem(row, Discount, cell(reduction(item->getDiscountSum() - bonus), true));
+        setItem(row, Bonus, cell(reduction(bonus), true));
+        setItem(row, Sum, cell(screen::amount(item->getSumb()), true));
+        ++row;
+    }
+    const int last = static_cast<int>(items.size()) - 1;
+    setCurrentCell(items.size() > shown ? last : std::clamp(before, std::min(0, last), last), Name);
+}
+
+} // namespace till::window

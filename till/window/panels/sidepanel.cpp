@@ -1,0 +1,113 @@
+#include "till/window/panels/sidepanel.h"
+
+#include "host/utils/basicexception.h"
+#include "host/utils/printable.h"
+#include "till/window/status.h"
+#include "till/window/widgets.h"
+
+#include <QHBoxLayout>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace till::window {
+
+namespace {
+
+QListWidget* lines(const QString& name)
+{
+    auto* list = new QListWidget;
+    list->setAccessibleName(name);
+    list->setProperty("role", u"lines"_s);
+    list->setWordWrap(true);
+    list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list->setSelectionMode(QAbstractItemView::NoSelection);
+    return list;
+}
+
+void fill(QListWidget& list, const QStringList& texts, const QString& none)
+{
+    list.clear();
+    for (const QString& text : texts.isEmpty() ? QStringList{none} : texts)
+        list.addItem(utils::printableLines(text));
+}
+
+} // namespace
+
+SidePanel::SidePanel(Desk& desk)
+    : m_desk(desk)
+    , m_customer(new CustomerPanel(desk))
+    , m_queue(lines(u"Очередь отправки"_s))
+    , m_send(button(u"Отправить сейчас"_s))
+    , m_timeline(lines(u"Ход чека"_s))
+    , m_pages(new QStackedWidget)
+{
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(6);
+    int page = 0;
+    for (const QString& name : {u"Покупатель"_s, u"Очередь"_s, u"Ход чека"_s}) {
+        auto* tab = button(name, {}, u"tab"_s);
+        tab->setCheckable(true);
+        tab->setAutoExclusive(true);
+        tab->setAccessibleDescription(u"Клавиша F12 показывает следующую"_s);
+        connect(tab, &QPushButton::clicked, this, [this, page] { show(page); });
+        row->addWidget(tab, 1);
+        m_tabs.append(tab);
+        ++page;
+    }
+    layout->addLayout(row);
+    m_pages->addWidget(m_customer);
+    m_pages->addWidget(queuePage());
+    m_pages->addWidget(m_timeline);
+    layout->addWidget(m_pages, 1);
+    auto* next = new QShortcut(Qt::Key_F12, this);
+    connect(next, &QShortcut::activated, this,
+            [this] { show((m_pages->currentIndex() + 1) % m_pages->count()); });
+    show(0);
+}
+
+QWidget* SidePanel::queuePage()
+{
+    auto* page = new QWidget;
+    auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    layout->addWidget(m_queue, 1);
+    layout->addWidget(m_send);
+    connect(m_send, &QPushButton::clicked, this, [this] { m_desk.deliver(); });
+    return page;
+}
+
+void SidePanel::show(int page)
+{
+    m_tabs[page]->setChecked(true);
+    m_pages->setCurrentIndex(page);
+    refresh();
+}
+
+void SidePanel::refresh()
+{
+    if (m_desk.receipt())
+        m_lastReceipt = m_desk.receipt()->getIdentifier();
+    m_customer->refresh();
+    try {
+        const int waiting = m_desk.till().queue().waitingCount() + m_desk.till().queue().parkedCount();
+        m_tabs[1]->setText(waiting == 0 ? u"Очередь"_s : u"Очередь: %1"_s.arg(waiting));
+        m_send->setEnabled(waiting > 0);
+        if (m_pages->currentIndex() == 1)
+            fill(*m_queue, queueLines(m_desk.till().queue()), u"Всё отправлено"_s);
+    } catch (const BasicException& failure) {
+        fill(*m_queue, {failure.tr().ru()}, {});
+    }
+    if (m_pages->currentIndex() == 2) {
+        fill(*m_timeline, m_lastReceipt.isEmpty() ? QStringList() : timelineOf(m_lastReceipt),
+             u"С чеком ещё ничего не было"_s);
+        m_timeline->scrollToBottom();
+    }
+}
+
+} // namespace till::window

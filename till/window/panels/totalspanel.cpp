@@ -1,0 +1,125 @@
+#include "till/window/panels/totalspanel.h"
+
+#include "till/checkout/screen.h"
+#include "till/window/style.h"
+#include "till/window/widgets.h"
+
+#include <QHBoxLayout>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace till::window {
+
+namespace {
+
+void bind(QWidget* owner, Qt::Key key, QPushButton* target)
+{
+    auto* shortcut = new QShortcut(key, owner);
+    shortcut->setAutoRepeat(false);
+    QObject::connect(shortcut, &QShortcut::activated, target, &QPushButton::click);
+}
+
+} // namespace
+
+Label* TotalsPanel::addRow(QGridLayout& grid, int row, const QString& text)
+{
+    auto* value = label({});
+    value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    value->setAccessibleName(text);
+    grid.addWidget(label(text), row, 0);
+    grid.addWidget(value, row, 1);
+    return value;
+}
+
+TotalsPanel::TotalsPanel(Desk& desk, const Actions& actions)
+    : m_desk(desk)
+    , m_totalName(label(u"К оплате"_s, u"name"_s))
+    , m_total(label({}, u"total"_s))
+    , m_next(button({}, {}, u"primary"_s))
+    , m_abandon(button(u"Отменить чек"_s, u"F8"_s, u"danger"_s))
+    , m_return(button(u"Возврат"_s, u"F10"_s))
+{
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    auto* sums = panel();
+    auto* grid = new QGridLayout(sums);
+    grid->setContentsMargins(12, 8, 12, 8);
+    grid->setVerticalSpacing(2);
+    m_whole = addRow(*grid, 0, u"Сумма"_s);
+    m_discount = addRow(*grid, 1, u"Скидки"_s);
+    m_points = addRow(*grid, 2, u"Баллами"_s);
+    for (QWidget* part : {grid->itemAtPosition(1, 0)->widget(), grid->itemAtPosition(1, 1)->widget()})
+        part->setHidden(isCompact()); // the positions tell it
+    m_total->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    grid->addWidget(m_totalName, 3, 0);
+    grid->addWidget(m_total, 3, 1);
+    layout->addWidget(sums);
+    m_next->setObjectName(u"next"_s);
+    layout->addWidget(m_next);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(8);
+    row->addWidget(m_abandon, 3);
+    row->addWidget(m_return, 2);
+    layout->addLayout(row);
+    connect(m_next, &QPushButton::clicked, this, actions.next);
+    connect(m_abandon, &QPushButton::clicked, this, actions.abandon);
+    connect(m_return, &QPushButton::clicked, this, actions.giveBack);
+    bind(this, Qt::Key_F9, m_next);
+    bind(this, Qt::Key_F8, m_abandon);
+    bind(this, Qt::Key_F10, m_return);
+}
+
+void TotalsPanel::refresh()
+{
+    showSums();
+    showActions();
+}
+
+void TotalsPanel::showSums()
+{
+    const auto receipt = m_desk.receipt();
+    const double bonus = m_desk.spentPoints();
+    const double sum = receipt ? receipt->getSum() : 0;
+    const double discount = receipt ? receipt->getDiscountSum() - bonus : 0;
+    const auto minus = [](double value) { return value > 0.004 ? u"−"_s + money(value) : money(0); };
+    m_whole->setText(money(sum + bonus + discount));
+    m_discount->setText(minus(discount));
+    m_points->setText(minus(bonus));
+    m_total->setText(money(sum));
+    const bool isReturn = m_desk.stage() == Desk::Stage::Return;
+    m_totalName->setText(isReturn ? u"К возврату"_s : u"К оплате"_s);
+    m_total->setAccessibleName(m_totalName->text());
+}
+
+void TotalsPanel::showActions()
+{
+    const auto receipt = m_desk.receipt();
+    const auto stage = m_desk.stage();
+    const bool hasGoods = receipt && !receipt->getGoodsItems().isEmpty();
+    QString next;
+    switch (stage) {
+    case Desk::Stage::Between:
+        next = u"Новый чек"_s;
+        break;
+    case Desk::Stage::Sale:
+        next = u"Оплатить"_s;
+        break;
+    case Desk::Stage::Return:
+        next = u"Вернуть деньги"_s;
+        break;
+    case Desk::Stage::Unknown:
+        next = u"Повторить списание"_s;
+        break;
+    }
+    setText(*m_next, next, u"F9"_s);
+    m_next->setEnabled(stage == Desk::Stage::Between || hasGoods);
+    setText(*m_abandon, stage == Desk::Stage::Return ? u"Не возвращать"_s : u"Отменить чек"_s, u"F8"_s);
+    const auto at = m_desk.till().stage();
+    m_abandon->setEnabled(receipt && at != Till::Stage::Paying && at != Till::Stage::Settled);
+    m_return->setEnabled(stage == Desk::Stage::Between || (stage == Desk::Stage::Sale && !hasGoods));
+}
+
+} // namespace till::window

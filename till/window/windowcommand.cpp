@@ -1,0 +1,122 @@
+#include "host/queue/deliveryworker.h"
+#include "till/cli/usageerror.h"
+#include "till/scenario/trace.h"
+#include "till/setup/hostobjects.h"
+#include "till/setup/parts.h"
+#include "till/setup/settings.h"
+#include "till/window/commands.h"
+#include "till/window/desk.h"
+#include "till/window/mainwindow.h"
+#include "till/window/quietstop.h"
+#include "till/window/style.h"
+
+#include <QApplication>
+#include <QFontInfo>
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+constexpr int leastScale = 100;
+constexpr int mostScale = 150;
+
+/// Qt ends the program when it finds no display; what to do about it is said before.
+void requireDisplay()
+{
+    if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") || !qEnvironmentVariableIsEmpty("DISPLAY") ||
+        !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        return;
+    throw UsageError(
+        u"till: window: there is no display (neither DISPLAY nor WAYLAND_DISPLAY is set). Start it in a "
+        "desktop session, or on a virtual display: xvfb-run till window; or let a VNC viewer on "
+        "port 5900 show it: QT_QPA_PLATFORM=vnc till window. Pictures of it are in docs/pictures"_s);
+}
+
+int scaleOf(const Invocation& invocation)
+{
+    const int percent = invocation.number(u"scale"_s, leastScale);
+    if (percent < leastScale || percent > mostScale)
+        throw UsageError(
+            u"till: window: --scale: expected a percentage from 100 to 150; see till window --help"_s);
+    return percent;
+}
+
+QVariantList demonstration()
+{
+    QVariantList list;
+    for (const QString& articul : {u"4601"_s, u"4602"_s, u"4607"_s}) {
+        const auto* goods = window::findGoods(articul);
+        list.append(QVariantMap{{u"articul"_s, goods->articul},
+                                {u"name"_s, goods->name},
+                                {u"price"_s, goods->price},
+                                {u"quantity"_s, articul == u"4601"_s ? 2.0 : 1.0},
+                                {u"discount"_s, 0.0}});
+    }
+    return list;
+}
+
+int run(const Invocation& invocation)
+{
+    const int scale = scaleOf(invocation);
+    requireDisplay();
+    Options options = invocation.options;
+    const Config config = settingsOf(options);
+    int count = 1;
+    QByteArray name = "till"_ba;
+    std::array<char*, 2> arguments{name.data(), nullptr};
+    QApplication application(count, arguments.data());
+    const window::QuietStop quietStop;
+    window::applyStyle(application, scale);
+
+    const LogFile logFile(options.logFile, fileLevel(options));
+    Trace trace(screenLevel(options, LogLevel::Info));
+    warnOfExposure(options);
+    window::Waiting waiting;
+    window::ServiceWatch watch;
+    window::WindowFrontend frontend(waiting);
+    Till till(partsOf(options), config, &frontend);
+    const DeliveryWorker worker({.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
+                                              .random = {},
+                                              .attempted = {}},
+                                 .changed = {}});
+    window::Desk desk(till, waiting, watch);
+    window::MainWindow view(desk, waiting, frontend);
+    frontend.setParent(&view);
+    view.resize(1024, 768);
+    view.show();
+    if (!till.receipt())
+        desk.openSale(invocation.has(u"demo"_s) ? demonstration() : QVariantList());
+    return QApplication::exec();
+}
+
+} // namespace
+
+Command windowCommand()
+{
+    return {
+        .name = u"window"_s,
+        .arguments = {},
+        .fewest = 0,
+        .most = 0,
+        .missing = {},
+        .about = u"Open the cashier's window."_s,
+        .details =
+            u"Sells, spends and earns points, takes goods back; by keyboard alone or by touch, from\n"
+            "1024 x 768 pixels on. Each key is shown on its button. Where nobody names a loyalty service,\n"
+            "the stand is started. A receipt that was left open is found again in the data directory."_s,
+        .options = {{u"demo"_s, {}, u"Begin with a few goods on the receipt."_s},
+                    {u"scale"_s, u"PERCENT"_s, u"Size of the letters, 100 to 150."_s}},
+        .examples = {{u"till window --demo"_s, u"a receipt ready to try"_s},
+                     {u"till window --data-dir till-1 --scale 125"_s,
+                      u"one that goes on, in larger letters"_s}},
+        .statuses = {{0, u"the window was closed"_s},
+                     {2, u"wrong usage, no display, or a file, the plug-in or the stand cannot be used"_s}},
+        .run = run,
+        .graphical = true};
+}
+
+} // namespace till
