@@ -144,11 +144,12 @@ void Database::connect(const QString& options)
 
 void Database::disconnect()
 {
+    // The last connection to close takes the log away: nobody may open the file before that is known.
+    const std::lock_guard lock(filesInUse().mutex);
     m_database = {};
     QSqlDatabase::removeDatabase(m_connection);
     if (!m_files)
         return;
-    const std::lock_guard lock(filesInUse().mutex);
     const auto left = filesInUse().uses.find(m_files->own);
     m_files.reset();
     if (--left->second.connections == 0)

@@ -1,5 +1,6 @@
 // Spending of points that the customer confirms with a code.
 
+#include "tests/stand/books.h"
 #include "tests/stand/shop.h"
 #include "tests/stand/standfixture.h"
 
@@ -249,7 +250,7 @@ TEST(StandApproval, HoldsNoPoints)
     shop.payment({.number = u"1"_s}, u"20.00"_s);
     EXPECT_EQ(shop.balance(), 30000);
     EXPECT_EQ(shop.forcePayment({.number = u"2"_s, .items = {{1, 600}}}, u"300.00"_s).status, 200);
-    EXPECT_EQ(shop.page("invariants"), json(u"{'ok':true,'violations':[]}"_s));
+    EXPECT_EQ(shop.page("invariants"), json(standtest::inOrder));
 }
 
 TEST(StandApproval, ConfirmedIsToldAgainOrRefusedAndNeverReplaced)

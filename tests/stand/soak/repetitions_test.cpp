@@ -39,7 +39,8 @@ public:
         ++m_requests;
         // What failed is not remembered, so it may be answered otherwise later.
         if (reply.status == 200) {
-            expectAgain({operation, body, reply.body});
+            if (!isReplacedByARepeat(operation))
+                expectAgain({operation, body, reply.body});
             m_tomorrow.append({operation, body, reply.body});
         }
         return reply;
@@ -68,6 +69,9 @@ public:
     [[nodiscard]] qint64 requests() const { return m_requests; }
 
 private:
+    /// An approval is, until it is confirmed.
+    static bool isReplacedByARepeat(const QByteArray& operation) { return operation == "payment-c2b"; }
+
     void start()
     {
         m_shop = std::make_unique<Shop>(RandomDay::arguments() +
@@ -95,7 +99,7 @@ private:
         till.join();
         start();
         auto after = m_shop->post(operation, body);
-        if (before.status == 200) {
+        if (before.status == 200 && !isReplacedByARepeat(operation)) {
             EXPECT_EQ(before.body, after.body) << "what was answered is kept";
         }
         m_requests += 1;

@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -19,6 +20,19 @@ using testing::IsEmpty;
 namespace {
 
 const QString gone = u"hostStorageGone"_s;
+
+class StoreBetweenUses : public test_support::Storage
+{};
+
+TEST_F(StoreBetweenUses, IsNotTakenForGoneWhenItsLastConnectionClosesAsAnotherOpens)
+{
+    const auto openAndClose = [] {
+        for (int i = 0; i < 300; ++i)
+            EXPECT_NE(failure([] { (void)utils::store(); }), gone);
+    };
+    const std::array others{std::jthread(openAndClose), std::jthread(openAndClose)};
+    openAndClose();
+}
 
 /// A till at work with one message and one receipt in its store.
 class StoreAtWork : public test_support::Storage
