@@ -59,6 +59,17 @@ TEST_F(StandPage, ShowsBalancesAndBooks)
     EXPECT_THAT(text(u"books"_s), HasSubstr("Books in order"));
 }
 
+TEST_F(StandPage, NamesPointsThatThresholdsLeftInsteadOfCallingTheBooksInOrder)
+{
+    const QList<standtest::Item> all = {{1, 3, 3}};
+    m_shop.forcePayment({.number = u"1"_s, .items = all, .identifier = u"R-1"_s}, u"0.01"_s);
+    m_shop.earn({.number = u"2"_s, .items = all, .identifier = u"R-1"_s});
+    m_shop.refuse({.number = u"3"_s, .items = all, .identifier = u"V-1"_s}, u"2"_s);
+    open();
+    EXPECT_THAT(text(u"books"_s), HasSubstr("Points left by the thresholds"));
+    EXPECT_THAT(text(u"left"_s), HasSubstr("0.01 points of position 1 of receipt R-1"));
+}
+
 TEST_F(StandPage, RefreshesItself)
 {
     open();
