@@ -3,6 +3,7 @@
 #include "host/utils/printable.h"
 #include "till/checkout/screen.h"
 
+#include <QShortcut>
 #include <QStyle>
 #include <QVariant>
 
@@ -29,6 +30,13 @@ QPushButton* button(const QString& text, const QString& key, const QString& role
     made->setAutoDefault(false);
     setText(*made, text, key);
     return made;
+}
+
+void bind(QWidget* owner, const QKeySequence& key, QPushButton* target)
+{
+    auto* shortcut = new QShortcut(key, owner);
+    shortcut->setAutoRepeat(false);
+    QObject::connect(shortcut, &QShortcut::activated, target, &QPushButton::click);
 }
 
 void setText(QPushButton& button, const QString& text, const QString& key)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFrame>
+#include <QKeySequence>
 #include <QLabel>
 #include <QPushButton>
 
@@ -20,6 +21,10 @@ Label* label(const QString& text, const QString& role = {});
 
 /// A button that shows its key; `role` as in the style sheet. The key itself is bound by whoever owns it.
 QPushButton* button(const QString& text, const QString& key = {}, const QString& role = {});
+
+/// The key presses the button at once, wherever the focus is in the owner's window; held down, it does so
+/// once. (A button's own shortcut takes its time, and the next key would find things as they were.)
+void bind(QWidget* owner, const QKeySequence& key, QPushButton* target);
 
 /// Names the button anew; its key stays shown.
 void setText(QPushButton& button, const QString& text, const QString& key);

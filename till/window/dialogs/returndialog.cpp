@@ -124,10 +124,10 @@ ReturnDialog::ReturnDialog(Desk& desk, QWidget* parent)
     buttons->addWidget(m_open, 1);
     layout->addLayout(buttons);
 
-    m_less->setShortcut(Qt::Key_Minus);
-    m_more->setShortcut(Qt::Key_Plus);
-    m_all->setShortcut(Qt::Key_F4);
-    m_open->setShortcut(Qt::Key_F9);
+    bind(this, Qt::Key_Minus, m_less);
+    bind(this, Qt::Key_Plus, m_more);
+    bind(this, Qt::Key_F4, m_all);
+    bind(this, Qt::Key_F9, m_open);
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
     connect(m_open, &QPushButton::clicked, this, &QDialog::accept);
     connect(m_less, &QPushButton::clicked, this, [this] { change(-1); });

@@ -14,19 +14,6 @@ using namespace Qt::StringLiterals;
 
 namespace till::window {
 
-namespace {
-
-/// Keys of the panel are taken wherever the focus is.
-void bind(QWidget* owner, const QKeySequence& key, QPushButton* target)
-{
-    auto* shortcut = new QShortcut(key, owner);
-    shortcut->setContext(Qt::WindowShortcut);
-    shortcut->setAutoRepeat(false);
-    QObject::connect(shortcut, &QShortcut::activated, target, &QPushButton::click);
-}
-
-} // namespace
-
 PositionsPanel::PositionsPanel(Desk& desk, WindowFrontend& frontend)
     : m_desk(desk)
     , m_frontend(frontend)

@@ -5,23 +5,11 @@
 #include "till/window/widgets.h"
 
 #include <QHBoxLayout>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
 namespace till::window {
-
-namespace {
-
-void bind(QWidget* owner, Qt::Key key, QPushButton* target)
-{
-    auto* shortcut = new QShortcut(key, owner);
-    shortcut->setAutoRepeat(false);
-    QObject::connect(shortcut, &QShortcut::activated, target, &QPushButton::click);
-}
-
-} // namespace
 
 Label* TotalsPanel::addRow(QGridLayout& grid, int row, const QString& text)
 {
