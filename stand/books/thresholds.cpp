@@ -10,7 +10,7 @@ namespace {
 
 // What a receipt has earned is taken back at each of its returns, whatever its points come to; so the earning
 // tells how much of a position came back, by its quantity or, when a part that cost nothing was not listed,
-// by its sum.
+// by its sum. Of all the returns that make a receipt whole one at least is worth telling.
 const auto query = uR"(
     WITH taken AS (
         SELECT root, position, sum(sum_in_money) AS sum_in_money, sum(thousandths) AS thousandths,
@@ -29,6 +29,7 @@ const auto query = uR"(
     JOIN shares earned ON earned.operation = earning.n AND earned.position = spent.position
     JOIN taken back ON back.root = earning.n AND back.position = spent.position
     JOIN returns ON returns.root = earning.n
+    JOIN returns told ON told.root = spending.n
     LEFT JOIN taken restored ON restored.root = spending.n AND restored.position = spent.position
     WHERE spending.operation = 'spending'
       AND (back.thousandths >= earned.thousandths

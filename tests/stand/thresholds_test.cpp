@@ -72,6 +72,13 @@ TEST_F(StandThresholds, AreNotTakenForWhatIsStillMissing)
     EXPECT_EQ(left(), json(u"[]"_s)) << "the refusal of 1.50 waits somewhere";
 }
 
+TEST_F(StandThresholds, AreNotBlamedForALittleThatNoReturnWasToldOf)
+{
+    sell({1, 3, 3}, u"0.01"_s);
+    takeBack({1, 3, 3}, false);
+    EXPECT_EQ(left(), json(u"[]"_s)) << "0.01 at once is worth telling, so it waits somewhere";
+}
+
 TEST_F(StandThresholds, LeaveNothingWhereEveryReturnWasTold)
 {
     sell({1, 3, 3}, u"1.00"_s);

@@ -61,10 +61,13 @@ TEST_F(StandPage, ShowsBalancesAndBooks)
 
 TEST_F(StandPage, NamesPointsThatThresholdsLeftInsteadOfCallingTheBooksInOrder)
 {
-    const QList<standtest::Item> all = {{1, 3, 3}};
+    const QList<standtest::Item> all = {{1, 3, 2}};
+    const QList<standtest::Item> half = {{1, 1.5, 1}};
     m_shop.forcePayment({.number = u"1"_s, .items = all, .identifier = u"R-1"_s}, u"0.01"_s);
     m_shop.earn({.number = u"2"_s, .items = all, .identifier = u"R-1"_s});
-    m_shop.refuse({.number = u"3"_s, .items = all, .identifier = u"V-1"_s}, u"2"_s);
+    m_shop.refuse({.number = u"3"_s, .items = half, .identifier = u"V-1"_s}, u"2"_s);
+    m_shop.refuse({.number = u"4"_s, .items = half, .identifier = u"V-2"_s}, u"2"_s);
+    m_shop.refuse({.number = u"5"_s, .items = half, .identifier = u"V-2"_s}, u"1"_s);
     open();
     EXPECT_THAT(text(u"books"_s), HasSubstr("Points left by the thresholds"));
     EXPECT_THAT(text(u"left"_s), HasSubstr("0.01 points of position 1 of receipt R-1"));

@@ -15,7 +15,7 @@
 #include <QHeaderView>
 #include <QVBoxLayout>
 
-#include <cmath>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -40,7 +40,7 @@ QString saleLine(const AbstractDocument& sale)
 double leftOf(const GoodsItem& item, const ReturnedPart& before)
 {
     const auto sold = utils::toThousandths(item.getBquant());
-    return sold ? utils::inUnits(*sold - before.thousandths) : item.getBquant();
+    return sold ? utils::inUnits(std::max(*sold - before.thousandths, std::int64_t(0))) : item.getBquant();
 }
 
 QList<double> leftOf(const QString& sale, const QList<QSharedPointer<GoodsItem>>& items)
