@@ -40,13 +40,17 @@ public:
     [[nodiscard]] QString scrubbed(QString text) const
     {
         static const QRegularExpression basic(u"\\bBasic [A-Za-z0-9+/=]+"_s);
+        // As a number of JSON: of three digits it tells how an exchange ended, a customer's code has more.
+        static const QRegularExpression number(u"(\"(?:code|password|approve_code)\\\\?\":[ \\t]*)\\d{4,}"_s,
+                                               QRegularExpression::CaseInsensitiveOption);
         static const QRegularExpression secret(
-            u"(\\b(?:code|password|approve_code)\\b\\\\?\"?[ \\t]*[:=][ \\t]*\\\\?\"?)[^\\s\",}\\\\]+"_s,
+            u"(\\b(?:code|password|approve_code)\\b\\\\?\"?[ \\t]*[:=][ \\t]*\\\\?\"?)"
+            u"(?!(?<=:|: )(?:\\d{1,3}|null)\\s*[,}])[^\\s\",}\\\\]+"_s,
             QRegularExpression::CaseInsensitiveOption);
         text.replace(m_authorization, u"***"_s).replace(basic, u"Basic ***"_s);
         if (!m_password.isEmpty())
             text.replace(m_password, u"***"_s).replace(m_passwordInJson, u"***"_s);
-        return text.replace(secret, u"\\1***"_s);
+        return text.replace(number, u"\\1null"_s).replace(secret, u"\\1***"_s);
     }
 
 private:

@@ -229,6 +229,9 @@ TEST_F(TillSupportBundle, HoldsNoNumberHoweverItWasTyped)
     }
     ASSERT_EQ(bundle({u"--log-file"_s, log}).status, 0);
     texts.insert(unpacked());
+    for (const QString& name : {u"doctor.json"_s, u"queue.json"_s, u"receipts.json"_s})
+        EXPECT_FALSE(QJsonDocument::fromJson(texts[name]).isNull()) << name.toStdString();
+    EXPECT_TRUE(texts[u"receipts.json"_s].contains("\"code\": 503")) << "how an exchange ended is no secret";
     EXPECT_THAT(texts[u"log.txt"_s].toStdString(), HasSubstr(" по номеру телефона '…5678'\n"));
     EXPECT_THAT(texts[u"queue show 2"_s].toStdString(), HasSubstr("\"card\": \"…"));
     for (auto text = texts.begin(); text != texts.end(); ++text) {
