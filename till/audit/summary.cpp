@@ -37,9 +37,9 @@ QSharedPointer<AbstractDocument> closedReceipt(const QString& identifier)
 /// The receipts of the till and of the ledger, each once.
 QStringList allReceipts(const Till& till, const Ledger& ledger)
 {
-    QStringList all = till.closedReceipts();
-    if (till.receipt())
-        all.append(till.receipt()->getIdentifier());
+    QStringList all = till.turnover().closed;
+    if (till.checkout().receipt())
+        all.append(till.checkout().receipt()->getIdentifier());
     all += ledger.receipts();
     all.removeDuplicates();
     return all;
@@ -80,7 +80,7 @@ Summary summaryOf(Till& till)
 {
     const Ratio ratio = ratioOf(hostObject<Config>()).value_or(Ratio{});
     Summary summary;
-    summary.receipts = static_cast<int>(till.closedReceipts().size());
+    summary.receipts = static_cast<int>(till.turnover().closed.size());
     summary.delivered = till.deliveredMessages();
     summary.waiting = till.queue().waitingCount();
     summary.parked = till.queue().parkedCount();
@@ -96,12 +96,12 @@ Summary summaryOf(Till& till)
         summary.differences = violations(till);
     }
     const Ledger ledger(page, ratio);
-    addPoints(summary, till.closedReceipts(), ledger, ratio);
+    addPoints(summary, till.turnover().closed, ledger, ratio);
     if (summary.differences) {
         const QSet<QString> awaited = awaitedReceipts(till.queue());
         for (const QString& identifier : allReceipts(till, ledger))
             *summary.differences +=
-                ledger.differences(identifier, bookedReceipt(identifier, till.receipt(), awaited));
+                ledger.differences(identifier, bookedReceipt(identifier, till.checkout().receipt(), awaited));
     }
     return summary;
 }

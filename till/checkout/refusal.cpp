@@ -1,9 +1,9 @@
 #include "till/checkout/refusal.h"
 
-#include <stdexcept>
+#include "host/utils/basicexception.h"
 
 namespace till {
 
-void refuse(const QString& text) { throw std::runtime_error(text.toStdString()); }
+void refuse(const QString& text) { throw BasicException(tr::Tr({}, text)); }
 
 } // namespace till

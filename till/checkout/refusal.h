@@ -4,7 +4,7 @@
 
 namespace till {
 
-/// Throws std::runtime_error: a failure that the till itself found, in Russian for the cashier.
+/// Throws BasicException: a failure that the till itself found, in Russian for the cashier.
 [[noreturn]] void refuse(const QString& text);
 
 } // namespace till

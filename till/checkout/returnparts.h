@@ -18,7 +18,7 @@ struct ReturnedPart
     std::int64_t bonusDiscount = 0;
 };
 
-/// What of the position came back with these returns of its sale. Throws std::runtime_error, in Russian for
+/// What of the position came back with these returns of its sale. Throws BasicException, in Russian for
 /// the cashier, when a return has no thousandths or hundredths to be counted in.
 ReturnedPart returnedBefore(int posnum, const QList<QSharedPointer<AbstractDocument>>& returns);
 

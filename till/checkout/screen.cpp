@@ -108,11 +108,21 @@ QStringList receipt(const AbstractDocument& document)
     return lines;
 }
 
-QString closing(const AbstractDocument& document)
+QStringList payment(const Payment& payment)
 {
-    const QString done = document.getDocumentType() == ReturnReceipt ? u"возвращено "_s : u"оплачено "_s;
-    return heading(document) + u": "_s + done + amount(document.getSum());
+    const Document& receipt = *payment.receipt;
+    const QString done = receipt.getDocumentType() == ReturnReceipt ? u"возвращено "_s : u"оплачено "_s;
+    QStringList lines{heading(receipt) + u": "_s + done + amount(receipt.getSum())};
+    if (payment.earning == Payment::Earning::Done)
+        lines.append(u"Начислено баллов: "_s + amount(payment.earned.value_or(0)));
+    else if (payment.earning == Payment::Earning::Queued)
+        lines.append(u"Баллы будут начислены позже"_s);
+    return lines;
 }
+
+QString delivered(int messages) { return u"Отправлено сообщений: %1"_s.arg(messages); }
+
+QString abandoned(const QString& identifier) { return u"Чек %1 отменён"_s.arg(identifier); }
 
 QStringList customer(const DocumentCardRecord& record)
 {
@@ -127,6 +137,14 @@ QStringList customer(const DocumentCardRecord& record)
     if (record.getBonusBalance().isValid())
         lines.append(u"Баланс: "_s + amount(record.getBonusBalance().toDouble()));
     return lines;
+}
+
+ChoiceRequest masked(const ChoiceRequest& request)
+{
+    ChoiceRequest list = request;
+    for (tr::Tr& item : list.items)
+        item = tr::Tr(item.id(), utils::maskNumbers(item.ru()));
+    return list;
 }
 
 QString amount(double value)

@@ -7,6 +7,9 @@
 #include "host/storage/documents.h"
 #include "host/storage/storageerror.h"
 #include "host/utils/logging.h"
+#include "host/utils/masking.h"
+#include "till/checkout/deliverynow.h"
+#include "till/checkout/refusal.h"
 #include "till/cli/usageerror.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
@@ -42,9 +45,8 @@ std::unique_ptr<utils::FileLock> lockDirectory()
 
 } // namespace
 
-Till::Till(const Parts& parts, const Config& config, DialogFrontend* terminal)
+Till::Till(const Parts& parts, const Config& config, DialogFrontend& cashier)
     : m_parts(parts)
-    , m_cashier(terminal)
 {
     utils::setDataDirectory(parts.dataDirectory.isEmpty() ? m_ownDirectory.path() : parts.dataDirectory);
     m_lock = lockDirectory();
@@ -52,7 +54,7 @@ Till::Till(const Parts& parts, const Config& config, DialogFrontend* terminal)
     settings = config;
     if (!namesService(settings))
         startService(settings);
-    Dialog::setFrontend(&m_cashier);
+    Dialog::setFrontend(&cashier);
     try {
         startUp();
     } catch (...) {
@@ -107,21 +109,18 @@ void Till::startUp()
     hostObject<Session>().getRegistry()->setShopCode(shop);
     m_plugin = std::make_unique<PluginHost>(m_parts.pluginFile);
     DBQueueBroker::setGroupSource(messageGroup);
-    m_guard = std::make_unique<RequestGuard>([this] { return m_receipt; }, m_journal);
-    found.append(recover());
+    m_checkout = std::make_unique<Checkout>(m_plugin->loyalty(), *m_lock, m_turnover);
+    found.append(m_checkout->recover());
     m_found = found.join(u' ').trimmed();
 }
 
 // The receipt first: it holds objects that the plug-in made.
 void Till::shutDown()
 {
-    m_guard.reset();
+    m_checkout.reset();
     DBQueueBroker::setGroupSource({});
-    if (m_plugin)
-        letGo();
     m_plugin.reset();
     m_queue.reset();
-    m_journal.reset();
     m_store.reset();
     dropHostObject<Session>();
     dropHostObject<DocumentsDao>();
@@ -130,6 +129,7 @@ void Till::shutDown()
 
 QString Till::restart()
 {
+    m_lock->requireInPlace();
     shutDown();
     try {
         startUp();
@@ -139,7 +139,26 @@ QString Till::restart()
     return m_found.isEmpty() ? u"Открытого чека нет"_s : m_found;
 }
 
-void Till::requireInPlace() const { m_lock->requireInPlace(); }
+Delivery Till::deliver()
+{
+    Delivery delivery;
+    carryOut(delivery, [&] {
+        m_lock->requireInPlace();
+        const Checkout::Pause pause = m_checkout->pauseGuard(); // what waits is on disk, whoever's it is
+        const auto summary = deliverNow(queue(), hostObject<Config>());
+        delivery.delivered = summary.delivered;
+        m_delivered += summary.delivered;
+        if (summary.waiting == 0 && summary.parked == 0)
+            return;
+        QString left = u"В очереди осталось сообщений: %1"_s.arg(summary.waiting + summary.parked);
+        if (summary.parked > 0)
+            left += u", из них отклонено службой: %1"_s.arg(summary.parked);
+        if (!summary.firstError.isEmpty())
+            left += u" ("_s + utils::maskNumbers(summary.firstError) + u')';
+        refuse(left);
+    });
+    return delivery;
+}
 
 MessageQueue& Till::queue() { return m_queue.get(); }
 

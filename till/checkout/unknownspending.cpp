@@ -1,7 +1,5 @@
 #include "till/checkout/unknownspending.h"
 
-#include "till/checkout/screen.h"
-
 #include <QVariantMap>
 
 #include <algorithm>
@@ -69,12 +67,6 @@ void setUnknownSpending(AbstractDocument& receipt, const std::optional<UnknownSp
                                                           {u"wanted"_s, spending->wanted},
                                                           {u"since"_s, spending->since}})
                                    : QVariant());
-}
-
-QString unknownSpendingText(const UnknownSpending& spending)
-{
-    return u"исход списания %1 баллов неизвестен, повторите списание той же суммы (шаг spendPoints) "
-           u"или отмените чек (шаг rollback)"_s.arg(screen::amount(spending.points));
 }
 
 bool movesPoints(const QUrl& url) { return spendingPath(url) != nullptr; }

@@ -23,9 +23,6 @@ std::optional<UnknownSpending> unknownSpendingOf(const AbstractDocument& receipt
 /// Puts the mark on the receipt or, with nothing, takes it away. Saving is the caller's.
 void setUnknownSpending(AbstractDocument& receipt, const std::optional<UnknownSpending>& spending);
 
-/// In Russian for the cashier: what is not known, and the two ways out.
-QString unknownSpendingText(const UnknownSpending& spending);
-
 /// Whether a request to that address spends points at once.
 bool movesPoints(const QUrl& url);
 

@@ -2,7 +2,7 @@
 
 #include "host/utils/basicexception.h"
 #include "host/utils/logging.h"
-#include "till/cli/usageerror.h"
+#include "till/scenario/stepplays.h"
 
 #include <utility>
 
@@ -10,26 +10,34 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
-Outcome played(Till& till, const StepKind& kind, const QVariantMap& members)
+namespace plays {
+
+Outcome outcomeOf(const Result& result, const QStringList& screen)
 {
-    till.cashier().script({});
-    try {
-        till.requireInPlace();
-        return kind.play(till, members);
-    } catch (const UsageError&) {
-        throw;
-    } catch (const BasicException& failure) {
-        return {.ok = false, .error = failure.tr().ru()};
-    } catch (const std::exception& failure) {
-        return {.ok = false, .error = QString::fromUtf8(failure.what())};
-    }
+    return {.ok = result.ok, .error = result.error, .screen = result.ok ? screen : QStringList()};
+}
+
+} // namespace plays
+
+Outcome played(const Workplace& at, const StepKind& kind, const QVariantMap& members)
+{
+    const State before = at.till.checkout().state();
+    at.cashier.script({});
+    Outcome outcome;
+    Result thrown;
+    carryOut(thrown, [&] { outcome = kind.play(at, members); });
+    if (!thrown.ok)
+        outcome = plays::outcomeOf(thrown);
+    if (!outcome.ok && kind.action && !obstacle(*kind.action, before).isNull())
+        outcome.error += u"\nВозможны шаги: "_s + stepsIn(before).join(u", "_s);
+    return outcome;
 }
 
 namespace {
 
 QVariant balance(const Till& till)
 {
-    const auto card = till.card();
+    const auto card = till.checkout().card();
     return card ? card->getBonusBalance() : QVariant();
 }
 
@@ -59,27 +67,27 @@ void Player::passTime()
     if (!m_clock)
         return;
     m_clock->advance(5s);
-    if (std::exchange(m_openedBefore, m_till.openedReceipts()) != m_till.openedReceipts())
+    if (std::exchange(m_openedBefore, m_at.till.turnover().opened) != m_at.till.turnover().opened)
         m_clock->advance(10min);
 }
 
 void Player::play(const Step& step)
 {
-    const Outcome outcome = played(m_till, *step.kind, step.members);
+    const Outcome outcome = played(m_at, *step.kind, step.members);
     passTime();
     ++m_tally.steps;
     m_tally.failed += outcome.ok ? 0 : 1;
     m_tally.allowed += !outcome.ok && step.mayFail ? 1 : 0;
-    const auto unknown = m_till.unknownSpending();
+    const auto unknown = m_at.till.checkout().unknownSpending();
     m_reporter.step({.number = m_tally.steps,
                      .name = step.kind->name,
                      .mayFail = step.mayFail,
                      .outcome = outcome,
-                     .dialogs = m_till.cashier().shown(),
-                     .points = m_till.loyalty().currentPointsForSpend(),
-                     .balance = balance(m_till),
-                     .impacts = newestImpact(m_till.loyalty()),
-                     .queued = waiting(m_till),
+                     .dialogs = m_at.cashier.shown(),
+                     .points = m_at.till.loyalty().currentPointsForSpend(),
+                     .balance = balance(m_at.till),
+                     .impacts = newestImpact(m_at.till.loyalty()),
+                     .queued = waiting(m_at.till),
                      .unknown = unknown ? std::optional(unknown->points) : std::nullopt,
                      .trace = m_trace.take()});
 }

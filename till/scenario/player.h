@@ -10,7 +10,7 @@ namespace till {
 
 /// What a step came to; what it throws is a failure. Only a UsageError comes out: then there is no till to go
 /// on with.
-Outcome played(Till& till, const StepKind& kind, const QVariantMap& members);
+Outcome played(const Workplace& at, const StepKind& kind, const QVariantMap& members);
 
 /// Plays steps at a till, one after the other, and reports each.
 class Player
@@ -18,8 +18,8 @@ class Player
 public:
     /// All stay the caller's and must outlive the player. With a clock, each step takes its time on it;
     /// without (null), the till has the real time.
-    Player(Till& till, Trace& trace, Reporter& reporter, ScenarioClock* clock)
-        : m_till(till)
+    Player(const Workplace& at, Trace& trace, Reporter& reporter, ScenarioClock* clock)
+        : m_at(at)
         , m_trace(trace)
         , m_reporter(reporter)
         , m_clock(clock)
@@ -33,7 +33,7 @@ public:
 private:
     void passTime();
 
-    Till& m_till;
+    Workplace m_at;
     Trace& m_trace;
     Reporter& m_reporter;
     ScenarioClock* m_clock;

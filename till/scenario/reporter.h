@@ -2,8 +2,8 @@
 
 #include "host/core/documentimpact.h"
 #include "till/audit/summary.h"
-#include "till/checkout/scriptedfrontend.h"
 #include "till/cli/options.h"
+#include "till/scenario/scriptedfrontend.h"
 #include "till/scenario/steps.h"
 #include "till/scenario/trace.h"
 

@@ -15,12 +15,13 @@ namespace {
 bool play(const Scenario& scenario, const Options& options, Trace& trace, Reporter& reporter,
           ScenarioClock& clock, QList<Summary>& summaries)
 {
-    Till till(partsOf(options), scenario.config, nullptr);
+    ScriptedFrontend cashier(nullptr);
+    Till till(partsOf(options), scenario.config, cashier);
     const QString clockFile = u"scenario-clock"_s;
     clock.goOnFrom(utils::dataFile(clockFile));
     reporter.begin(scenario.name, scenario.fileName);
     reporter.preparations(trace.take());
-    Player player(till, trace, reporter, &clock);
+    Player player({till, cashier}, trace, reporter, &clock);
     for (const Step& step : scenario.steps)
         player.play(step);
     summaries.append(summaryOf(till));

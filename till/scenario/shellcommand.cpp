@@ -44,9 +44,10 @@ int run(const Invocation& invocation)
 
     QTextStream& talk = options.json ? err : out; // then only the steps' lines may go to the standard output
     TerminalFrontend terminal(in, talk);
-    Till till(partsOf(options), config, &terminal);
+    ScriptedFrontend cashier(&terminal);
+    Till till(partsOf(options), config, cashier);
     reporter->preparations(trace.take());
-    Player player(till, trace, *reporter, nullptr);
+    Player player({till, cashier}, trace, *reporter, nullptr);
     const DeliveryWorker worker({.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
                                               .random = {},
                                               .attempted = {}},

@@ -1,45 +1,36 @@
-#include "host/utils/masking.h"
-#include "till/checkout/deliverynow.h"
 #include "till/checkout/refusal.h"
 #include "till/checkout/screen.h"
-#include "till/cli/usageerror.h"
 #include "till/scenario/stepplays.h"
-#include "till/setup/hostobjects.h"
 
 using namespace Qt::StringLiterals;
 
 namespace till::plays {
 
-Outcome restart(Till& till, const QVariantMap& /*members*/)
+Outcome restart(const Workplace& at, const QVariantMap& /*members*/)
 {
-    QStringList screen{till.restart()};
-    if (till.receipt())
-        screen += screen::receipt(*till.receipt());
+    QStringList screen{at.till.restart()};
+    if (const auto& receipt = at.till.checkout().receipt())
+        screen += screen::receipt(*receipt);
     return {.ok = true, .screen = screen};
 }
 
-Outcome deliver(Till& till, const QVariantMap& /*members*/)
+Outcome deliver(const Workplace& at, const QVariantMap& /*members*/)
 {
-    const RequestGuard::Pause pause(till.requestGuard()); // what waits is on disk, whoever's it is
-    const auto summary = deliverNow(till.queue(), hostObject<Config>());
-    till.countDelivered(summary.delivered);
-    const QString sent = u"Отправлено сообщений: %1"_s.arg(summary.delivered);
-    if (summary.waiting == 0 && summary.parked == 0)
-        return {.ok = true, .value = summary.delivered, .screen = {sent}};
-    QString error = u"В очереди осталось сообщений: %1"_s.arg(summary.waiting + summary.parked);
-    if (summary.parked > 0)
-        error += u", из них отклонено службой: %1"_s.arg(summary.parked);
-    if (!summary.firstError.isEmpty())
-        error += u" ("_s + utils::maskNumbers(summary.firstError) + u')';
-    return {.ok = false, .value = summary.delivered, .error = error, .screen = {sent}};
+    const Delivery delivery = at.till.deliver();
+    Outcome outcome = outcomeOf(delivery);
+    if (delivery.delivered) {
+        outcome.value = *delivery.delivered;
+        outcome.screen = {screen::delivered(*delivery.delivered)};
+    }
+    return outcome;
 }
 
-Outcome service(Till& till, const QVariantMap& members)
+Outcome service(const Workplace& at, const QVariantMap& members)
 {
-    if (!till.ownsService())
+    if (!at.till.ownsService())
         refuse(u"Служба лояльности не запущена этой кассой: остановить и запустить её нельзя"_s);
     const bool up = members.value(u"up"_s).toBool();
-    till.setServiceUp(up);
+    at.till.setServiceUp(up);
     return {.ok = true,
             .screen = {up ? u"Служба лояльности работает"_s : u"Служба лояльности остановлена"_s}};
 }

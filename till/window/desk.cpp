@@ -4,8 +4,7 @@
 #include "host/utils/basicexception.h"
 #include "host/utils/currenttime.h"
 #include "till/checkout/receiptsums.h"
-#include "till/cli/usageerror.h"
-#include "till/scenario/player.h"
+#include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
 
 using namespace Qt::StringLiterals;
@@ -22,45 +21,12 @@ Desk::Desk(Till& till, Waiting& waiting, const ServiceWatch& watch)
         m_notice = {Notice::Kind::Warning, till.found() + (receipt() ? u": можно продолжать"_s : QString())};
 }
 
-Desk::Stage Desk::stage() const
-{
-    if (!receipt())
-        return Stage::Between;
-    if (m_till.unknownSpending())
-        return Stage::Unknown;
-    return receipt()->getDocumentType() == ReturnReceipt ? Stage::Return : Stage::Sale;
-}
-
-bool Desk::changeable() const
-{
-    return stage() == Stage::Sale && !pointsSpent() && m_till.stage() == Till::Stage::Open;
-}
-
-bool Desk::pointsSpent() const { return m_till.hasSpentPoints(); }
+bool Desk::isReturn() const { return receipt() && receipt()->getDocumentType() == ReturnReceipt; }
 
 double Desk::spentPoints() const
 {
     const auto discount = receipt() ? bonusDiscountOf(*receipt()) : std::nullopt;
     return static_cast<double>(discount.value_or(0)) / 100;
-}
-
-std::optional<Outcome> Desk::play(const QString& step, const QVariantMap& members)
-{
-    if (m_waiting.underWay())
-        return std::nullopt;
-    Outcome outcome;
-    try {
-        const Waiting::Step running(m_waiting);
-        outcome = played(m_till, *findStepKind(step), members);
-    } catch (const UsageError& failure) {
-        outcome = {.ok = false, .error = QString::fromUtf8(failure.what())};
-    }
-    if (!outcome.ok) {
-        say(Notice::Kind::Bad, outcome.error.section(u'\n', 0, 0));
-        Q_EMIT changed();
-        return std::nullopt;
-    }
-    return outcome;
 }
 
 void Desk::say(Notice::Kind kind, const QString& text)
@@ -80,7 +46,7 @@ QString Desk::nextIdentifier()
             return (receipt() && receipt()->getIdentifier() == identifier) ||
                    hostObject<DocumentsDao>().loadDocument(identifier, false);
         } catch (const BasicException&) {
-            return false; // the step that opens the receipt meets it again, and says it
+            return false; // opening the receipt meets it again, and says it
         }
     };
     while (isTaken(time.toString(u"yyMMdd-hhmmss"_s)))
@@ -95,45 +61,45 @@ void Desk::startAnew()
     m_serviceLimit.reset();
 }
 
-void Desk::openSale(const QVariantList& positions)
+void Desk::openSale(const QList<Line>& lines)
 {
     startAnew();
-    if (!play(u"openSale"_s, {{u"id"_s, nextIdentifier()}, {u"positions"_s, positions}}))
+    if (!done([&] { return checkout().openSale(nextIdentifier(), lines); }))
         return;
-    say(Notice::Kind::Plain, positions.isEmpty() ? u"Новый чек: добавьте товары"_s
-                                                 : u"Чек открыт: найдите покупателя или оплатите"_s);
+    say(Notice::Kind::Plain,
+        lines.isEmpty() ? u"Новый чек: добавьте товары"_s : u"Чек открыт: найдите покупателя или оплатите"_s);
     Q_EMIT changed();
 }
 
 bool Desk::pay()
 {
-    const bool isReturn = stage() == Stage::Return;
-    const auto outcome = play(u"pay"_s);
-    if (!outcome)
+    const auto payment = done([&] { return checkout().pay(); });
+    if (!payment)
         return false;
-    m_finished = outcome->screen;
+    m_finished = screen::payment(*payment);
     startAnew();
-    say(Notice::Kind::Good, isReturn ? u"Возврат закрыт"_s : u"Чек оплачен и закрыт"_s);
+    const bool wasReturn = payment->receipt->getDocumentType() == ReturnReceipt;
+    say(Notice::Kind::Good, wasReturn ? u"Возврат закрыт"_s : u"Чек оплачен и закрыт"_s);
     Q_EMIT changed();
     return true;
 }
 
 bool Desk::abandon()
 {
-    const auto outcome = play(u"rollback"_s);
-    if (!outcome)
+    const QString identifier = receipt() ? receipt()->getIdentifier() : QString();
+    if (!done([&] { return checkout().rollBack(); }))
         return false;
-    m_finished = outcome->screen;
+    m_finished = {screen::abandoned(identifier)};
     startAnew();
-    say(Notice::Kind::Plain, outcome->screen.value(0));
+    say(Notice::Kind::Plain, m_finished.first());
     Q_EMIT changed();
     return true;
 }
 
-bool Desk::openReturn(const QString& sale, const QVariantList& positions)
+bool Desk::openReturn(const QString& sale, const QList<ReturnLine>& lines)
 {
     startAnew();
-    if (!play(u"openReturn"_s, {{u"id"_s, nextIdentifier()}, {u"of"_s, sale}, {u"positions"_s, positions}}))
+    if (!done([&] { return checkout().openReturn(nextIdentifier(), sale, lines); }))
         return false;
     say(Notice::Kind::Plain, u"Возврат открыт: проверьте позиции и верните деньги"_s);
     Q_EMIT changed();
@@ -142,8 +108,8 @@ bool Desk::openReturn(const QString& sale, const QVariantList& positions)
 
 void Desk::deliver()
 {
-    if (const auto outcome = play(u"deliver"_s)) {
-        say(Notice::Kind::Good, outcome->screen.value(0));
+    if (const auto delivery = done([&] { return m_till.deliver(); })) {
+        say(Notice::Kind::Good, screen::delivered(delivery->delivered.value_or(0)));
         Q_EMIT changed();
     }
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "till/checkout/till.h"
-#include "till/scenario/steps.h"
 #include "till/window/catalogue.h"
 #include "till/window/servicewatch.h"
 #include "till/window/waiting.h"
@@ -9,7 +8,9 @@
 #include <QDateTime>
 #include <QObject>
 
+#include <functional>
 #include <optional>
+#include <type_traits>
 
 namespace till::window {
 
@@ -30,7 +31,7 @@ struct Limit
 };
 
 /// What the cashier can do at the till, and how things stand: the one model behind all panels. Each action
-/// plays a step of the till and ends with noticed() and changed(); none throws.
+/// ends with noticed() and changed(); none throws. What is possible the checkout says.
 class Desk : public QObject
 {
     Q_OBJECT
@@ -39,24 +40,23 @@ public:
     /// All are the caller's and outlive the desk.
     Desk(Till& till, Waiting& waiting, const ServiceWatch& watch);
 
-    enum class Stage { Between, Sale, Return, Unknown };
-    [[nodiscard]] Stage stage() const;
     [[nodiscard]] Till& till() const { return m_till; }
+    [[nodiscard]] Checkout& checkout() const { return m_till.checkout(); }
+    [[nodiscard]] State state() const { return checkout().state(); }
+    [[nodiscard]] bool can(Action action) const { return checkout().refusalOf(action).isEmpty(); }
     [[nodiscard]] const ServiceWatch& watch() const { return m_watch; }
-    [[nodiscard]] QSharedPointer<Document> receipt() const { return m_till.receipt(); }
+    [[nodiscard]] QSharedPointer<Document> receipt() const { return checkout().receipt(); }
     [[nodiscard]] const Notice& notice() const { return m_notice; }
     /// What the last receipt came to; empty when none was closed yet.
     [[nodiscard]] const QStringList& finished() const { return m_finished; }
-    /// Whether positions, card and points may still change.
-    [[nodiscard]] bool changeable() const;
-    [[nodiscard]] bool pointsSpent() const;
+    [[nodiscard]] bool isReturn() const;
     [[nodiscard]] double spentPoints() const;
     /// Nothing while nobody has asked, or the receipt has changed since.
     [[nodiscard]] std::optional<Limit> limit() const;
     /// When the service told the balance; invalid: not for this receipt, or not since points were spent.
     [[nodiscard]] const QDateTime& balanceTime() const { return m_balanceTime; }
 
-    void openSale(const QVariantList& positions = {});
+    void openSale(const QList<Line>& lines = {});
     void addGoods(const Goods& goods);
     bool addArticle(const QString& articul);
     void setQuantity(int posnum, double quantity);
@@ -69,7 +69,7 @@ public:
     bool spend(double points);
     bool pay();
     bool abandon();
-    bool openReturn(const QString& sale, const QVariantList& positions);
+    bool openReturn(const QString& sale, const QList<ReturnLine>& lines);
     void deliver();
     /// Shows a line without anything having been played.
     void say(Notice::Kind kind, const QString& text);
@@ -82,9 +82,13 @@ Q_SIGNALS:
     void noticed();
 
 private:
-    std::optional<Outcome> play(const QString& step, const QVariantMap& members = {});
-    void replacePositions(const QVariantList& positions);
-    [[nodiscard]] QVariantList positions() const;
+    /// What the operation came to; nothing when it failed, which the cashier was told, or another is under
+    /// way.
+    template <class Operation>
+    std::optional<std::invoke_result_t<Operation>> done(Operation operation);
+    void replaceLines(const QList<Line>& lines);
+    /// Changes the sale's position, with a word instead when it can't be that way.
+    void changeLine(int posnum, const std::function<QString(Line&)>& change);
     [[nodiscard]] QString nextIdentifier();
     [[nodiscard]] QString limitReason(double points) const;
     void startAnew();
@@ -98,5 +102,21 @@ private:
     QDateTime m_lastOpened; ///< the second that the last receipt is named after
     std::optional<double> m_serviceLimit;
 };
+
+template <class Operation>
+std::optional<std::invoke_result_t<Operation>> Desk::done(Operation operation)
+{
+    if (m_waiting.underWay())
+        return std::nullopt;
+    auto result = [&] {
+        const Waiting::Step running(m_waiting);
+        return operation();
+    }();
+    if (result.ok)
+        return result;
+    say(Notice::Kind::Bad, result.error.section(u'\n', 0, 0));
+    Q_EMIT changed();
+    return std::nullopt;
+}
 
 } // namespace till::window

@@ -60,15 +60,15 @@ bool Desk::identify(const QString& entered, Means means)
         say(Notice::Kind::Bad, u"Введите номер карты или телефон"_s);
         return false;
     }
-    if (stage() == Stage::Between)
+    if (state() == State::Idle)
         openSale();
-    const auto card = m_till.card();
     const bool byPhone = (means == Means::Guess ? meansOf(text) : means) == Means::Phone;
-    const auto outcome = byPhone ? play(u"identifyByPhone"_s, {{u"phone"_s, phoneOf(text)}})
-                                 : play(u"identifyByCard"_s, {{u"card"_s, text}});
-    if (!outcome)
+    const auto found = done([&] {
+        return byPhone ? checkout().identifyByPhone(phoneOf(text)) : checkout().identifyByCard(text);
+    });
+    if (!found)
         return false;
-    if (m_till.card() == card) { // the list was closed
+    if (found->card.isEmpty()) { // the list was closed
         say(Notice::Kind::Plain, u"Карта не выбрана"_s);
         Q_EMIT changed();
         return false;
@@ -84,7 +84,7 @@ bool Desk::identify(const QString& entered, Means means)
 
 void Desk::refresh()
 {
-    if (!play(u"getCardInfo"_s))
+    if (!done([&] { return checkout().refreshCard(); }))
         return;
     m_balanceTime = QDateTime::currentDateTime();
     say(Notice::Kind::Good, u"Баланс обновлён"_s);
@@ -93,7 +93,7 @@ void Desk::refresh()
 
 void Desk::askLimit()
 {
-    if (!play(u"request"_s))
+    if (!done([&] { return checkout().requestLimit(); }))
         return;
     m_serviceLimit = m_till.loyalty().currentPointsForSpend();
     Q_EMIT changed();
@@ -101,7 +101,7 @@ void Desk::askLimit()
 
 std::optional<Limit> Desk::limit() const
 {
-    const auto card = m_till.card();
+    const auto card = checkout().card();
     if (!card || !m_serviceLimit)
         return std::nullopt;
     if (card->getCardStatus() == ECard::RegistrationIncomplete)
@@ -112,7 +112,7 @@ std::optional<Limit> Desk::limit() const
 
 QString Desk::limitReason(double points) const
 {
-    const auto card = m_till.card();
+    const auto card = checkout().card();
     if (card->getCardStatus() == ECard::RegistrationIncomplete)
         return u"Регистрация покупателя не завершена: списать нельзя"_s;
     if (card->getCardStatus() == ECard::Blocked)
@@ -126,7 +126,7 @@ QString Desk::limitReason(double points) const
 
 bool Desk::spend(double points)
 {
-    if (const auto unknown = m_till.unknownSpending())
+    if (const auto unknown = checkout().unknownSpending())
         points = unknown->points;
     else if (!(points > 0)) {
         say(Notice::Kind::Bad, u"Введите, сколько баллов списать"_s);
@@ -145,10 +145,10 @@ bool Desk::spend(double points)
         }
     }
     m_balanceTime = {}; // it is another one now, or may be
-    const auto outcome = play(u"spendPoints"_s, {{u"points"_s, points}});
-    if (!outcome)
+    const auto spending = done([&] { return checkout().spend(points); });
+    if (!spending)
         return false;
-    say(Notice::Kind::Good, u"Списано баллов: %1"_s.arg(screen::amount(outcome->value.toDouble())));
+    say(Notice::Kind::Good, u"Списано баллов: %1"_s.arg(screen::amount(spending->points.value_or(0))));
     Q_EMIT changed();
     return true;
 }

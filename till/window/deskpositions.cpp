@@ -11,51 +11,46 @@ using namespace Qt::StringLiterals;
 /// The goods' side of the desk.
 namespace till::window {
 
-QVariantList Desk::positions() const
-{
-    QVariantList list;
-    const auto items = receipt()->getGoodsItems();
-    for (const auto& item : items) {
-        list.append(QVariantMap{{u"articul"_s, item->getArticul()},
-                                {u"name"_s, item->getName(false)},
-                                {u"price"_s, item->getPrice()},
-                                {u"quantity"_s, item->getBquant()},
-                                {u"discount"_s, item->getDiscount()}});
-    }
-    return list;
-}
+namespace {
 
-void Desk::replacePositions(const QVariantList& positions)
+double costOf(const Line& line) { return utils::roundToHundredths(line.price * line.quantity); }
+
+} // namespace
+
+void Desk::replaceLines(const QList<Line>& lines)
 {
-    if (!play(u"setPositions"_s, {{u"positions"_s, positions}}))
+    if (!done([&] { return checkout().setLines(lines); }))
         return;
     m_serviceLimit.reset(); // it was for another receipt
-    say(Notice::Kind::Plain, u"Товаров в чеке: %1"_s.arg(positions.size()));
+    say(Notice::Kind::Plain, u"Товаров в чеке: %1"_s.arg(lines.size()));
     Q_EMIT changed();
+}
+
+void Desk::changeLine(int posnum, const std::function<QString(Line&)>& change)
+{
+    QList<Line> lines = linesOf(*receipt());
+    if (posnum < 1 || posnum > lines.size())
+        return;
+    const QString objection = change(lines[posnum - 1]);
+    if (!objection.isEmpty())
+        return say(Notice::Kind::Bad, objection);
+    replaceLines(lines);
 }
 
 void Desk::addGoods(const Goods& goods)
 {
-    if (stage() == Stage::Between)
+    if (state() == State::Idle)
         openSale();
-    if (stage() != Stage::Sale)
+    if (!receipt() || isReturn())
         return;
-    QVariantList list = positions();
-    const auto same = std::find_if(list.begin(), list.end(), [&goods](const QVariant& entry) {
-        return entry.toMap().value(u"articul"_s) == goods.articul;
-    });
-    if (same != list.end()) {
-        QVariantMap position = same->toMap();
-        position[u"quantity"_s] = position[u"quantity"_s].toDouble() + 1;
-        *same = position;
-    } else {
-        list.append(QVariantMap{{u"articul"_s, goods.articul},
-                                {u"name"_s, goods.name},
-                                {u"price"_s, goods.price},
-                                {u"quantity"_s, 1.0},
-                                {u"discount"_s, 0.0}});
-    }
-    replacePositions(list);
+    QList<Line> lines = linesOf(*receipt());
+    const auto same = std::find_if(lines.begin(), lines.end(),
+                                   [&goods](const Line& line) { return line.articul == goods.articul; });
+    if (same != lines.end())
+        same->quantity += 1;
+    else
+        lines.append({.articul = goods.articul, .name = goods.name, .price = goods.price, .quantity = 1});
+    replaceLines(lines);
 }
 
 bool Desk::addArticle(const QString& articul)
@@ -72,43 +67,32 @@ bool Desk::addArticle(const QString& articul)
 
 void Desk::setQuantity(int posnum, double quantity)
 {
-    QVariantList list = positions();
-    QVariantMap position = list.value(posnum - 1).toMap();
-    if (position.isEmpty())
-        return;
     constexpr double most = 9999; // what is more was meant for another field
-    if (!utils::toThousandths(quantity) || quantity > most)
-        return say(Notice::Kind::Bad, u"Количество — от 0,001 до 9999, не мельче тысячных"_s);
-    const double whole = utils::roundToHundredths(position[u"price"_s].toDouble() * quantity);
-    if (position[u"discount"_s].toDouble() > whole)
-        return say(Notice::Kind::Bad, u"Скидка больше суммы: сначала уменьшите скидку"_s);
-    position[u"quantity"_s] = quantity;
-    list[posnum - 1] = position;
-    replacePositions(list);
+    changeLine(posnum, [quantity](Line& line) {
+        if (!utils::toThousandths(quantity) || quantity > most)
+            return u"Количество — от 0,001 до 9999, не мельче тысячных"_s;
+        line.quantity = quantity;
+        return line.discount > costOf(line) ? u"Скидка больше суммы: сначала уменьшите скидку"_s : QString();
+    });
 }
 
 void Desk::setDiscount(int posnum, double discount)
 {
-    QVariantList list = positions();
-    QVariantMap position = list.value(posnum - 1).toMap();
-    if (position.isEmpty())
-        return;
-    const double whole =
-        utils::roundToHundredths(position[u"price"_s].toDouble() * position[u"quantity"_s].toDouble());
-    if (!(discount >= 0) || discount > whole)
-        return say(Notice::Kind::Bad, u"Скидка — от 0 до %1"_s.arg(screen::amount(whole)));
-    position[u"discount"_s] = utils::roundToHundredths(discount);
-    list[posnum - 1] = position;
-    replacePositions(list);
+    changeLine(posnum, [discount](Line& line) {
+        if (!(discount >= 0) || discount > costOf(line))
+            return u"Скидка — от 0 до %1"_s.arg(screen::amount(costOf(line)));
+        line.discount = utils::roundToHundredths(discount);
+        return QString();
+    });
 }
 
 void Desk::remove(int posnum)
 {
-    QVariantList list = positions();
-    if (posnum < 1 || posnum > list.size())
+    QList<Line> lines = linesOf(*receipt());
+    if (posnum < 1 || posnum > lines.size())
         return;
-    list.removeAt(posnum - 1);
-    replacePositions(list);
+    lines.removeAt(posnum - 1);
+    replaceLines(lines);
 }
 
 } // namespace till::window

@@ -1,5 +1,6 @@
 #include "till/window/frontend.h"
 
+#include "till/checkout/screen.h"
 #include "till/window/dialogs/choicedialog.h"
 #include "till/window/dialogs/inputdialog.h"
 #include "till/window/widgets.h"
@@ -15,7 +16,7 @@ namespace till::window {
 int WindowFrontend::chooseFromList(const ChoiceRequest& request)
 {
     const Waiting::Pause pause(m_waiting);
-    ChoiceDialog dialog(request, m_parent);
+    ChoiceDialog dialog(screen::masked(request), m_parent);
     return dialog.ask();
 }
 

@@ -126,7 +126,7 @@ void MainWindow::refresh()
 void MainWindow::showNotice()
 {
     Notice notice = m_desk.notice();
-    if (m_desk.stage() == Desk::Stage::Unknown)
+    if (m_desk.state() == State::SpendingUnknown)
         notice = {Notice::Kind::Bad,
                   u"Ответ службы потерян: баллы могли списаться. F9 повторит то же списание, "
                   "F8 отменит чек и вернёт баллы"_s};
@@ -160,25 +160,24 @@ void MainWindow::hear(const Event& event)
 
 void MainWindow::next()
 {
-    switch (m_desk.stage()) {
-    case Desk::Stage::Between:
+    switch (m_desk.state()) {
+    case State::Idle:
         m_desk.openSale();
         m_side->showCustomer();
         break;
-    case Desk::Stage::Sale:
-    case Desk::Stage::Return:
-        m_desk.pay();
-        break;
-    case Desk::Stage::Unknown:
+    case State::SpendingUnknown:
         m_desk.spend(0);
+        break;
+    default:
+        m_desk.pay();
         break;
     }
 }
 
 void MainWindow::abandon()
 {
-    const bool isReturn = m_desk.stage() == Desk::Stage::Return;
-    const bool spent = m_desk.pointsSpent() || m_desk.stage() == Desk::Stage::Unknown;
+    const bool isReturn = m_desk.isReturn();
+    const bool spent = m_desk.checkout().hasSpentPoints() || m_desk.state() == State::SpendingUnknown;
     const QString text = spent ? u"Списанные баллы вернутся покупателю, чек будет забыт."_s
                                : u"Всё, что в нём набрано, будет забыто."_s;
     if (m_frontend.confirm(isReturn ? u"Не возвращать?"_s : u"Отменить чек?"_s, text,
@@ -190,7 +189,7 @@ void MainWindow::giveBack()
 {
     ReturnDialog dialog(m_desk, this);
     if (dialog.exec() == QDialog::Accepted)
-        m_desk.openReturn(dialog.sale(), dialog.positions());
+        m_desk.openReturn(dialog.sale(), dialog.lines());
 }
 
 void MainWindow::openCodes()

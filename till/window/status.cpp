@@ -18,10 +18,11 @@ constexpr int firstStatus = 100; // below lie RestClient's own codes
 
 QString balanceText(const Desk& desk)
 {
-    if (!desk.till().card())
+    if (!desk.checkout().card())
         return u"Покупатель не указан"_s;
     if (!desk.balanceTime().isValid())
-        return desk.pointsSpent() ? u"Баланс — до списания"_s : u"Баланс прежний, не проверен"_s;
+        return desk.checkout().hasSpentPoints() ? u"Баланс — до списания"_s
+                                                : u"Баланс прежний, не проверен"_s;
     return u"Баланс на "_s + desk.balanceTime().toString(u"HH:mm"_s);
 }
 
@@ -88,7 +89,7 @@ Status statusOf(Desk& desk)
     using enum Status::State;
     Status status;
     try {
-        if (desk.stage() == Desk::Stage::Unknown)
+        if (desk.state() == State::SpendingUnknown)
             return {Bad, u"Исход списания неизвестен: повторите списание или отмените чек"_s};
         const auto warnings = queueWarnings(desk.till().queue(), hostObject<Config>());
         if (!warnings.isEmpty())

@@ -45,18 +45,17 @@ int scaleOf(const Invocation& invocation)
     return percent;
 }
 
-QVariantList demonstration()
+QList<Line> demonstration()
 {
-    QVariantList list;
+    QList<Line> lines;
     for (const QString& articul : {u"4601"_s, u"4602"_s, u"4607"_s}) {
         const auto* goods = window::findGoods(articul);
-        list.append(QVariantMap{{u"articul"_s, goods->articul},
-                                {u"name"_s, goods->name},
-                                {u"price"_s, goods->price},
-                                {u"quantity"_s, articul == u"4601"_s ? 2.0 : 1.0},
-                                {u"discount"_s, 0.0}});
+        lines.append({.articul = goods->articul,
+                      .name = goods->name,
+                      .price = goods->price,
+                      .quantity = articul == u"4601"_s ? 2.0 : 1.0});
     }
-    return list;
+    return lines;
 }
 
 int run(const Invocation& invocation)
@@ -78,7 +77,7 @@ int run(const Invocation& invocation)
     window::Waiting waiting;
     window::ServiceWatch watch;
     window::WindowFrontend frontend(waiting);
-    Till till(partsOf(options), config, &frontend);
+    Till till(partsOf(options), config, frontend);
     const DeliveryWorker worker({.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
                                               .random = {},
                                               .attempted = {}},
@@ -88,8 +87,8 @@ int run(const Invocation& invocation)
     frontend.setParent(&view);
     view.resize(1024, 768);
     view.show();
-    if (!till.receipt())
-        desk.openSale(invocation.has(u"demo"_s) ? demonstration() : QVariantList());
+    if (!till.checkout().receipt())
+        desk.openSale(invocation.has(u"demo"_s) ? demonstration() : QList<Line>());
     return QApplication::exec();
 }
 

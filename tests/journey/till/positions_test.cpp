@@ -55,7 +55,8 @@ TEST(TillPositions, StayAsTheyAreFoundAfterARestart)
 TEST(TillPositions, StayOnceThePointsAreSpent)
 {
     EXPECT_EQ(refusalOf(sale + ',' + card + ',' + spend),
-              "Баллы уже списаны: позиции не изменить. Оплатите чек или отмените его");
+              "Баллы уже списаны: позиции не изменить. Оплатите чек или отмените его\n"
+              "Возможны шаги: getCardInfo, request, cancel, rollback, pay");
 }
 
 TEST(TillPositions, OfAReturnAndOfNoReceiptDoNotChange)

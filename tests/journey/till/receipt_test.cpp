@@ -43,8 +43,9 @@ TEST(TillReceipt, TheRequestTellsHowManyPointsMayBeSpent)
 
 TEST(TillReceipt, StepsOnPointsNeedAReceiptWithACard)
 {
-    const QString noReceipt = u"Чек не открыт: сначала откройте его шагом openSale"_s;
-    const QString noCard = u"В чеке нет карты: сначала найдите её шагом identifyByCard или identifyByPhone"_s;
+    const QString noReceipt =
+        u"Чек не открыт: сначала откройте его\nВозможны шаги: openSale, openReturn, cancel"_s;
+    const QString noCard = u"В чеке нет карты: сначала найдите её по номеру или телефону"_s;
     for (const QByteArray& step :
          {QByteArray(R"({ "do": "request" })"), QByteArray(R"({ "do": "spendPoints", "points": 1 })")}) {
         expectFailure(lastStep(step), noReceipt);
@@ -138,7 +139,8 @@ TEST(TillReceipt, APaidSaleEarnsAndIsClosed)
     ASSERT_EQ(lines.size(), 5);
     EXPECT_EQ(lines[2].value(u"value"_s).toDouble(), 39);
     EXPECT_EQ(lines[2].value(u"queued"_s).toInt(), 0);
-    expectFailure(lines[3], u"Чек не открыт: сначала откройте его шагом openSale"_s);
+    expectFailure(lines[3],
+                  u"Чек не открыт: сначала откройте его\nВозможны шаги: openSale, openReturn, cancel"_s);
 }
 
 TEST(TillReceipt, ASaleWithoutACardIsReportedByTheQueue)
@@ -193,9 +195,10 @@ TEST(TillReceipt, PointsThatWereSpentStaySpentWhenTheyAreForgotten)
 
 TEST(TillReceipt, AReceiptWithSpentPointsIsNotPushedAside)
 {
-    expectFailure(lastStep(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 },
+    expectFailure(
+        lastStep(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 },
         { "do": "openSale", "id": "R-2", "positions": [] })"),
-                  u"Чек R-1 не закрыт, в нём списаны баллы: оплатите его или отмените шагом rollback"_s);
+        u"Чек R-1 не закрыт, в нём списаны баллы: оплатите его или отмените\nВозможны шаги: getCardInfo, request, cancel, rollback, pay"_s);
 }
 
 TEST(TillReceipt, PointsAreSpentOnceOnAReceipt)
@@ -206,7 +209,7 @@ TEST(TillReceipt, PointsAreSpentOnceOnAReceipt)
     const QList<QJsonObject> lines = linesOf(ran);
     ASSERT_EQ(lines.size(), 6);
     expectFailure(lines[3], u"В чеке уже списаны баллы: второе списание сервис не отличит от первого. "
-                            "Отмените чек шагом rollback"_s);
+                            "Отмените чек\nВозможны шаги: getCardInfo, request, cancel, rollback, pay"_s);
     EXPECT_EQ(lines[5].value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 100);
 }
 

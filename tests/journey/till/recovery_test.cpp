@@ -106,7 +106,7 @@ TEST(TillRecovery, WhatWasBeingPaidCanOnlyBePaid)
         R"({ "do": "rollback", "mayFail": true }, { "do": "cancel", "mayFail": true }, { "do": "pay" })"));
     for (const int step : {0, 1})
         EXPECT_EQ(lines.value(step).value(u"error"_s).toString(),
-                  u"Чек R-1 уже оплачивается: завершите оплату шагом pay"_s);
+                  u"Чек R-1 уже оплачивается: завершите оплату\nВозможны шаги: getCardInfo, pay"_s);
     EXPECT_TRUE(lines.value(2).value(u"ok"_s).toBool());
 }
 

@@ -188,7 +188,7 @@ TEST(TillRestart, APaidReceiptWhoseFileStaysIsPaidAllTheSame)
     till.putOpenReceiptBack(content);
     const QList<QJsonObject> lines = linesOf(till.runSteps(R"({ "do": "pay", "mayFail": true })"));
     EXPECT_EQ(lines.value(0).value(u"error"_s).toString(),
-              u"Чек не открыт: сначала откройте его шагом openSale"_s);
+              u"Чек не открыт: сначала откройте его\nВозможны шаги: openSale, openReturn, cancel"_s);
 }
 
 } // namespace tilltest

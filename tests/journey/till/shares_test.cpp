@@ -26,7 +26,7 @@ const QByteArray pay = R"({ "do": "pay" })";
 
 const char* const saidUnknown =
     "Служба не сообщила, на какие позиции списаны баллы. Чек R-1: исход списания 50,00 баллов неизвестен, "
-    "повторите списание той же суммы (шаг spendPoints) или отмените чек (шаг rollback)";
+    "повторите списание той же суммы или отмените чек";
 
 QByteArray configFor(const QByteArray& url)
 {

@@ -15,10 +15,10 @@ namespace {
 QString earnOffline(Cashier& cashier)
 {
     cashier.sell(u"2000000000055"_s);
-    QString number = cashier.till().receipt()->getIdentifier();
+    QString number = cashier.checkout().receipt()->getIdentifier();
     cashier.till().setServiceUp(false);
     cashier.press(Qt::Key_F9);
-    EXPECT_FALSE(cashier.till().receipt()) << cashier.notice().toStdString();
+    EXPECT_FALSE(cashier.checkout().receipt()) << cashier.notice().toStdString();
     cashier.till().setServiceUp(true);
     return number;
 }
@@ -89,7 +89,7 @@ TEST(WindowAlarm, TellsThatTheStoreWasTakenAway)
     const char* const gone = "till.sqlite удалены или подменены";
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr(gone));
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr(gone));
-    EXPECT_TRUE(cashier.till().receipt()) << "it is not closed";
+    EXPECT_TRUE(cashier.checkout().receipt()) << "it is not closed";
 }
 
 } // namespace windowtest

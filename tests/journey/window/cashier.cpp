@@ -56,7 +56,7 @@ Cashier::Cashier(const Setup& setup)
     m_watch = std::make_unique<till::window::ServiceWatch>();
     m_frontend = std::make_unique<till::window::WindowFrontend>(*m_waiting);
     const till::Parts parts{QStringLiteral(PLUGIN_FILE), QStringLiteral(STAND_PROGRAM), m_directory};
-    m_till = std::make_unique<till::Till>(parts, config, m_frontend.get());
+    m_till = std::make_unique<till::Till>(parts, config, *m_frontend);
     m_desk = std::make_unique<till::window::Desk>(*m_till, *m_waiting, *m_watch);
     m_window = std::make_unique<till::window::MainWindow>(*m_desk, *m_waiting, *m_frontend);
     m_frontend->setParent(m_window.get());

@@ -53,6 +53,7 @@ public:
     ~Cashier();
 
     [[nodiscard]] till::Till& till() { return *m_till; }
+    [[nodiscard]] till::Checkout& checkout() { return m_till->checkout(); }
     [[nodiscard]] till::window::Desk& desk() { return *m_desk; }
     [[nodiscard]] till::window::WindowFrontend& frontend() { return *m_frontend; }
     [[nodiscard]] till::window::MainWindow& window() { return *m_window; }

@@ -31,7 +31,7 @@ void enter(Cashier& cashier, const QString& text)
 
 QString cardOf(Cashier& cashier)
 {
-    return cashier.till().card() ? cashier.till().card()->getNumber().toString() : QString();
+    return cashier.checkout().card() ? cashier.checkout().card()->getNumber().toString() : QString();
 }
 
 } // namespace
@@ -136,11 +136,7 @@ TEST(WindowCustomer, AnEmptyEntryIsRefusedWithoutARequest)
 TEST(WindowText, OfGoodsHasNothingThatAScreenMustNotGet)
 {
     Cashier cashier;
-    cashier.desk().openSale({QVariantMap{{u"articul"_s, hostileText()},
-                                         {u"name"_s, hostileText()},
-                                         {u"price"_s, 10.0},
-                                         {u"quantity"_s, 1.0},
-                                         {u"discount"_s, 0.0}}});
+    cashier.desk().openSale({{.articul = hostileText(), .name = hostileText(), .price = 10, .quantity = 1}});
     EXPECT_EQ(cashier.screen().count(hostileTextAsShown()), 2) << "name and article";
     EXPECT_EQ(unprintableIn(cashier.screen().toUtf8()), "");
 }

@@ -33,37 +33,38 @@ TEST(WindowDay, LosesNoInputAndNoReceiptWhileTheServiceComesAndGoes)
         cashier.probe().takeLongest();
         const QString& card = cards[static_cast<qsizetype>(random() % 4)];
         cashier.sell(card);
-        ASSERT_TRUE(cashier.till().receipt());
-        ASSERT_EQ(cashier.till().receipt()->getGoodsItems().size(), 2) << "a key was lost in receipt " << i;
-        if (cashier.till().card()) {
+        ASSERT_TRUE(cashier.checkout().receipt());
+        ASSERT_EQ(cashier.checkout().receipt()->getGoodsItems().size(), 2)
+            << "a key was lost in receipt " << i;
+        if (cashier.checkout().card()) {
             if (random() % 3 == 0)
                 cashier.loseTheNextSpending();
             cashier.press(Qt::Key_F7);
             cashier.type(u"5"_s);
             cashier.press(Qt::Key_Return);
-            lost += cashier.till().unknownSpending() ? 1 : 0;
-            if (cashier.till().unknownSpending())
+            lost += cashier.checkout().unknownSpending() ? 1 : 0;
+            if (cashier.checkout().unknownSpending())
                 cashier.press(Qt::Key_F9); // the same once more
-            EXPECT_FALSE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
+            EXPECT_FALSE(cashier.checkout().unknownSpending()) << cashier.notice().toStdString();
         }
-        if (random() % 5 == 0 && !cashier.till().unknownSpending()) {
+        if (random() % 5 == 0 && !cashier.checkout().unknownSpending()) {
             cashier.atDialog([&](QDialog& dialog) {
                 EXPECT_TRUE(dialog.isActiveWindow()) << "a dialog behind the window";
                 cashier.press(Qt::Key_Return);
             });
             cashier.press(Qt::Key_F8);
             ++questions;
-            EXPECT_FALSE(cashier.till().receipt());
+            EXPECT_FALSE(cashier.checkout().receipt());
         } else {
             cashier.press(Qt::Key_F9);
-            EXPECT_FALSE(cashier.till().receipt()) << cashier.notice().toStdString();
+            EXPECT_FALSE(cashier.checkout().receipt()) << cashier.notice().toStdString();
         }
         longest = std::max(longest, cashier.probe().takeLongest());
         if (i % 4 == 3)
             cashier.till().setServiceUp(true);
     }
     EXPECT_EQ(cashier.dialogs(), questions);
-    EXPECT_EQ(cashier.till().closedReceipts().size() + questions, receipts);
+    EXPECT_EQ(cashier.till().turnover().closed.size() + questions, receipts);
     cashier.desk().deliver();
     EXPECT_EQ(cashier.till().queue().waitingCount(), 0) << cashier.notice().toStdString();
     RecordProperty("longest_without_painting_ms", static_cast<int>(longest));

@@ -14,7 +14,7 @@ TEST(WindowGoods, AreAddedByArticleAndByFinger)
     cashier.press(Qt::Key_Return);
     cashier.touch(u"Кофе, 250 г, 489,00 ₽"_s);
     cashier.touch(u"Кофе, 250 г, 489,00 ₽"_s);
-    const auto items = cashier.till().receipt()->getGoodsItems();
+    const auto items = cashier.checkout().receipt()->getGoodsItems();
     ASSERT_EQ(items.size(), 2);
     EXPECT_EQ(items[0]->getBquant(), 1);
     EXPECT_EQ(items[1]->getBquant(), 2);
@@ -28,7 +28,7 @@ TEST(WindowGoods, AnUnknownArticleIsRefusedInWordsThoughItIsCyrillic)
     cashier.press(Qt::Key_F2);
     cashier.type(u"Молоко"_s);
     cashier.press(Qt::Key_Return);
-    EXPECT_TRUE(cashier.till().receipt()->getGoodsItems().isEmpty());
+    EXPECT_TRUE(cashier.checkout().receipt()->getGoodsItems().isEmpty());
     EXPECT_EQ(cashier.notice().toStdString(),
               "Артикула «Молоко» нет: введите другой или выберите товар кнопкой");
 }
@@ -50,13 +50,13 @@ TEST(WindowGoods, QuantityAndDiscountAreTypedInADialogAndAPositionIsRemoved)
         cashier.press(Qt::Key_Return);
     });
     cashier.press(Qt::Key_F5);
-    auto items = cashier.till().receipt()->getGoodsItems();
+    auto items = cashier.checkout().receipt()->getGoodsItems();
     ASSERT_EQ(items.size(), 2);
     EXPECT_EQ(items[1]->getBquant(), 2.5);
     EXPECT_EQ(items[1]->getDiscount(), 50);
     EXPECT_EQ(items[1]->getSumb(), 1172.5);
     cashier.press(Qt::Key_F6);
-    items = cashier.till().receipt()->getGoodsItems();
+    items = cashier.checkout().receipt()->getGoodsItems();
     ASSERT_EQ(items.size(), 1);
     EXPECT_EQ(items[0]->getArticul(), u"4601"_s);
 }
@@ -72,10 +72,10 @@ TEST(WindowGoods, AQuantityBelowAThousandthOrBetweenTwoIsRefused)
         });
         cashier.press(Qt::Key_F4);
         EXPECT_EQ(cashier.notice().toStdString(), "Количество — от 0,001 до 9999, не мельче тысячных");
-        EXPECT_EQ(cashier.till().receipt()->getGoodsItems()[1]->getBquant(), 1) << typed.toStdString();
+        EXPECT_EQ(cashier.checkout().receipt()->getGoodsItems()[1]->getBquant(), 1) << typed.toStdString();
     }
     cashier.desk().setQuantity(2, 0.001);
-    EXPECT_EQ(cashier.till().receipt()->getGoodsItems()[1]->getBquant(), 0.001);
+    EXPECT_EQ(cashier.checkout().receipt()->getGoodsItems()[1]->getBquant(), 0.001);
 }
 
 TEST(WindowGoods, ADiscountAboveTheSumIsRefused)
@@ -88,7 +88,7 @@ TEST(WindowGoods, ADiscountAboveTheSumIsRefused)
     });
     cashier.press(Qt::Key_F5);
     EXPECT_EQ(cashier.notice().toStdString(), "Скидка — от 0 до 489,00");
-    EXPECT_EQ(cashier.till().receipt()->getDiscountSum(), 0);
+    EXPECT_EQ(cashier.checkout().receipt()->getDiscountSum(), 0);
 }
 
 TEST(WindowGoods, AReceiptWithoutACardIsPaid)
@@ -96,8 +96,8 @@ TEST(WindowGoods, AReceiptWithoutACardIsPaid)
     Cashier cashier;
     cashier.sell();
     cashier.press(Qt::Key_F9);
-    EXPECT_FALSE(cashier.till().receipt());
-    EXPECT_EQ(cashier.till().closedReceipts().size(), 1);
+    EXPECT_FALSE(cashier.checkout().receipt());
+    EXPECT_EQ(cashier.till().turnover().closed.size(), 1);
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Оплачено 578,90 ₽"));
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("ждут отправки: 1"));
 }
@@ -108,10 +108,10 @@ TEST(WindowGoods, AnAbandonedReceiptIsAskedForOnce)
     cashier.sell();
     cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Escape); });
     cashier.press(Qt::Key_F8);
-    EXPECT_TRUE(cashier.till().receipt());
+    EXPECT_TRUE(cashier.checkout().receipt());
     cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Return); });
     cashier.press(Qt::Key_F8);
-    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_FALSE(cashier.checkout().receipt());
     EXPECT_EQ(cashier.dialogs(), 2);
 }
 

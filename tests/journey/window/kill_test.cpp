@@ -52,14 +52,14 @@ TEST(WindowKill, WithTheOutcomeUnknownComesBackToTheTwoWaysOut)
     ASSERT_TRUE(shell.waitForFinished(patienceMs));
 
     Cashier cashier({.serverUrl = url, .dataDirectory = data});
-    ASSERT_EQ(cashier.desk().stage(), till::window::Desk::Stage::Unknown);
+    ASSERT_EQ(cashier.desk().state(), till::State::SpendingUnknown);
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("баллы могли списаться"));
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Исход списания неизвестен"));
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Списание 100,00: исход неизвестен"));
     cashier.press(Qt::Key_F9);
     EXPECT_EQ(cashier.desk().spentPoints(), 100) << cashier.notice().toStdString();
     cashier.press(Qt::Key_F9);
-    EXPECT_FALSE(cashier.till().receipt()) << cashier.notice().toStdString();
+    EXPECT_FALSE(cashier.checkout().receipt()) << cashier.notice().toStdString();
 }
 
 TEST(WindowProgram, EndsWithoutAQuestionWhenTheSystemAsksItToAndKeepsTheReceipt)

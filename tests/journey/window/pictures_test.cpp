@@ -40,7 +40,7 @@ TEST(WindowPictures, OfAReceiptFromOpeningToPaying)
     cashier.press(Qt::Key_F12);
     cashier.press(Qt::Key_F9);
     picture(cashier.window(), u"paid"_s);
-    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_FALSE(cashier.checkout().receipt());
 }
 
 TEST(WindowPictures, OfAServiceThatIsAway)
@@ -50,7 +50,7 @@ TEST(WindowPictures, OfAServiceThatIsAway)
     cashier.till().setServiceUp(false);
     cashier.press(Qt::Key_F9);
     cashier.press(Qt::Key_F12);
-    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_FALSE(cashier.checkout().receipt());
     picture(cashier.window(), u"offline"_s);
 }
 

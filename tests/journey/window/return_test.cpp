@@ -65,7 +65,7 @@ TEST(WindowReturn, SaysWhatItDoesToThePointsBeforeAndIsPaid)
     cashier.type(u"100"_s);
     cashier.press(Qt::Key_Return);
     cashier.press(Qt::Key_F9);
-    ASSERT_FALSE(cashier.till().receipt()) << cashier.notice().toStdString();
+    ASSERT_FALSE(cashier.checkout().receipt()) << cashier.notice().toStdString();
 
     cashier.atDialog([&](QDialog& dialog) {
         EXPECT_EQ(dialog.findChild<QListWidget*>()->count(), 1);
@@ -80,10 +80,10 @@ TEST(WindowReturn, SaysWhatItDoesToThePointsBeforeAndIsPaid)
         cashier.press(Qt::Key_F9);
     });
     cashier.press(Qt::Key_F10);
-    ASSERT_TRUE(cashier.till().receipt()) << cashier.notice().toStdString();
-    EXPECT_EQ(cashier.desk().stage(), till::window::Desk::Stage::Return);
+    ASSERT_TRUE(cashier.checkout().receipt()) << cashier.notice().toStdString();
+    EXPECT_EQ(cashier.desk().state(), till::State::Return);
     cashier.press(Qt::Key_F9);
-    EXPECT_FALSE(cashier.till().receipt()) << cashier.notice().toStdString();
+    EXPECT_FALSE(cashier.checkout().receipt()) << cashier.notice().toStdString();
     EXPECT_EQ(cashier.notice(), u"Возврат закрыт"_s);
 }
 
@@ -107,7 +107,7 @@ TEST(WindowReturn, TakesAPartAndOffersOnlyTheRestLater)
         cashier.press(Qt::Key_Escape);
     });
     cashier.press(Qt::Key_F10);
-    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_FALSE(cashier.checkout().receipt());
     EXPECT_EQ(cashier.dialogs(), 2);
 }
 
@@ -125,8 +125,8 @@ TEST(WindowReturn, OfAWeightTakesAllOfTheRestThoughUnitsWereTakenBefore)
         cashier.press(Qt::Key_F10);
         cashier.press(Qt::Key_F9);
     }
-    EXPECT_EQ(cashier.till().closedReceipts().size(), 3) << cashier.notice().toStdString();
-    const auto last = DocumentsDao().loadDocument(cashier.till().closedReceipts().last(), false);
+    EXPECT_EQ(cashier.till().turnover().closed.size(), 3) << cashier.notice().toStdString();
+    const auto last = DocumentsDao().loadDocument(cashier.till().turnover().closed.last(), false);
     ASSERT_TRUE(last);
     EXPECT_EQ(last->getGoodsItemByPosnum(1)->getBquant(), 1.352);
 }
@@ -147,7 +147,7 @@ TEST(WindowReturn, OfAQuantityBelowAThousandthIsRefusedInWords)
     });
     cashier.press(Qt::Key_F10);
     EXPECT_EQ(cashier.dialogs(), 1);
-    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_FALSE(cashier.checkout().receipt());
 }
 
 TEST(WindowReturn, OfAStoreThatFailsSaysSoAndOpensNothing)
@@ -165,7 +165,7 @@ TEST(WindowReturn, OfAStoreThatFailsSaysSoAndOpensNothing)
     const InPlace failing(new FailingReceipts);
     cashier.press(Qt::Key_F10);
     EXPECT_EQ(cashier.dialogs(), 1);
-    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_FALSE(cashier.checkout().receipt());
 }
 
 TEST(WindowReturn, ShowsADamagedReceiptInALineAndGivesTheOthersBack)
@@ -187,7 +187,7 @@ TEST(WindowReturn, ShowsADamagedReceiptInALineAndGivesTheOthersBack)
     });
     const InPlace damaged(new DamagedReceipt);
     cashier.press(Qt::Key_F10);
-    EXPECT_TRUE(cashier.till().receipt()) << cashier.notice().toStdString();
+    EXPECT_TRUE(cashier.checkout().receipt()) << cashier.notice().toStdString();
 }
 
 TEST(WindowReturn, WithoutClosedReceiptsSaysSo)

@@ -44,7 +44,7 @@ TEST(WindowSpending, MakesPointsADiscountAndPays)
     EXPECT_EQ(cashier.notice(), u"Списано баллов: 100,00"_s);
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("478,90 ₽"));
     cashier.press(Qt::Key_F9);
-    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_FALSE(cashier.checkout().receipt());
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Начислено баллов: "));
 }
 
@@ -76,13 +76,13 @@ TEST(WindowSpending, WithSharesThatAreNotThisReceiptsIsAskedForAgainBeforeItCanB
     cashier.spoilTheNext(u"force-payment-c2b"_s,
                          R"("fault":"type","field":"data.newRecipientDetails.0.position","as":"list")");
     spend(cashier, u"100"_s);
-    EXPECT_EQ(cashier.desk().stage(), till::window::Desk::Stage::Unknown);
+    EXPECT_EQ(cashier.desk().state(), till::State::SpendingUnknown);
     EXPECT_THAT(cashier.notice().toStdString(),
                 HasSubstr("баллы могли списаться. F9 повторит то же списание"));
     EXPECT_EQ(spent(cashier), 0);
     cashier.press(Qt::Key_F9);
     EXPECT_EQ(spent(cashier), 100) << "the service repeats its answer";
-    EXPECT_TRUE(cashier.till().receipt()) << "it is not paid yet";
+    EXPECT_TRUE(cashier.checkout().receipt()) << "it is not paid yet";
 }
 
 TEST(WindowSpending, PositionsStayOnceThePointsAreSpent)
@@ -91,7 +91,7 @@ TEST(WindowSpending, PositionsStayOnceThePointsAreSpent)
     cashier.sell(card);
     spend(cashier, u"100"_s);
     cashier.press(Qt::Key_F6);
-    EXPECT_EQ(cashier.till().receipt()->getGoodsItems().size(), 2);
+    EXPECT_EQ(cashier.checkout().receipt()->getGoodsItems().size(), 2);
 }
 
 TEST(WindowSpending, TheCodeIsAskedForExactlyAsThePluginWantsIt)
@@ -139,7 +139,7 @@ TEST(WindowSpending, AWrongCodeSpendsNothingAndIsSaid)
     });
     EXPECT_EQ(spent(cashier), 0);
     EXPECT_FALSE(cashier.notice().isEmpty());
-    EXPECT_FALSE(cashier.till().unknownSpending());
+    EXPECT_FALSE(cashier.checkout().unknownSpending());
 }
 
 TEST(WindowSpending, BlanksOfACodeAreKeptSoItIsAnother)
@@ -182,7 +182,7 @@ TEST(WindowUnknown, OffersTheTwoWaysOutAndNothingElse)
     cashier.sell(card);
     cashier.loseTheNextSpending();
     spend(cashier, u"100"_s);
-    ASSERT_TRUE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
+    ASSERT_TRUE(cashier.checkout().unknownSpending()) << cashier.notice().toStdString();
     picture(cashier.window(), u"unknown"_s);
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("баллы могли списаться"));
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Исход списания неизвестен"));
@@ -194,10 +194,10 @@ TEST(WindowUnknown, OffersTheTwoWaysOutAndNothingElse)
     EXPECT_THAT(offered,
                 testing::UnorderedElementsAre(u"Коды СМС"_s, u"Повторить списание"_s, u"Отменить чек"_s));
     cashier.press(Qt::Key_F9); // the same spending again
-    EXPECT_FALSE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
+    EXPECT_FALSE(cashier.checkout().unknownSpending()) << cashier.notice().toStdString();
     EXPECT_EQ(spent(cashier), 100);
     cashier.press(Qt::Key_F9);
-    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_FALSE(cashier.checkout().receipt());
 }
 
 TEST(WindowUnknown, IsEndedByAbandoningTheReceipt)
@@ -206,10 +206,10 @@ TEST(WindowUnknown, IsEndedByAbandoningTheReceipt)
     cashier.sell(card);
     cashier.loseTheNextSpending();
     spend(cashier, u"100"_s);
-    ASSERT_TRUE(cashier.till().unknownSpending()) << cashier.notice().toStdString();
+    ASSERT_TRUE(cashier.checkout().unknownSpending()) << cashier.notice().toStdString();
     cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Return); });
     cashier.press(Qt::Key_F8);
-    EXPECT_FALSE(cashier.till().receipt());
+    EXPECT_FALSE(cashier.checkout().receipt());
     cashier.sell(card);
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Баланс: 300,00")) << "the points came back";
 }

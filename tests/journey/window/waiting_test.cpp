@@ -80,9 +80,9 @@ TEST(WindowWaiting, RefusesKeysVisiblyAndLetsNoneComeLate)
         QTimer::singleShot(50, &cashier.window(), [&] { screen = cashier.screen(); });
     });
     EXPECT_THAT(screen.toStdString(), HasSubstr("Нажатие не принято"));
-    EXPECT_TRUE(cashier.till().receipt()) << "the key was kept and paid";
+    EXPECT_TRUE(cashier.checkout().receipt()) << "the key was kept and paid";
     cashier.press(Qt::Key_F9);
-    EXPECT_FALSE(cashier.till().receipt()) << "keys count again";
+    EXPECT_FALSE(cashier.checkout().receipt()) << "keys count again";
 }
 
 TEST(WindowWaiting, DoesNotCloseInTheMiddleOfARequest)
@@ -103,7 +103,7 @@ TEST(WindowWaiting, ClosingWithAnOpenReceiptSaysWhereItStays)
     {
         Cashier cashier({.dataDirectory = kept.path()});
         cashier.sell();
-        number = cashier.till().receipt()->getIdentifier();
+        number = cashier.checkout().receipt()->getIdentifier();
         cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Escape); });
         EXPECT_FALSE(cashier.window().close());
         cashier.atDialog([&](QDialog& dialog) {
@@ -113,8 +113,8 @@ TEST(WindowWaiting, ClosingWithAnOpenReceiptSaysWhereItStays)
         EXPECT_TRUE(cashier.window().close());
     }
     Cashier cashier({.dataDirectory = kept.path()});
-    ASSERT_TRUE(cashier.till().receipt());
-    EXPECT_EQ(cashier.till().receipt()->getIdentifier(), number);
+    ASSERT_TRUE(cashier.checkout().receipt());
+    EXPECT_EQ(cashier.checkout().receipt()->getIdentifier(), number);
     EXPECT_EQ(cashier.notice(), u"Найден открытый чек "_s + number + u": можно продолжать"_s);
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("578,90 ₽"));
 }
@@ -131,8 +131,8 @@ TEST(WindowRestart, AfterAKillTheReceiptIsOnTheScreenAndALineSaysSo)
     ASSERT_TRUE(program.waitForFinished());
 
     Cashier cashier({.dataDirectory = kept.path()});
-    ASSERT_TRUE(cashier.till().receipt());
-    EXPECT_EQ(cashier.till().receipt()->getGoodsItems().size(), 3);
+    ASSERT_TRUE(cashier.checkout().receipt());
+    EXPECT_EQ(cashier.checkout().receipt()->getGoodsItems().size(), 3);
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Найден открытый чек "));
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("722,80 ₽"));
 }

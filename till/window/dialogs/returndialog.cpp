@@ -6,7 +6,6 @@
 #include "till/checkout/receiptsums.h"
 #include "till/checkout/returnparts.h"
 #include "till/checkout/screen.h"
-#include "till/scenario/stepplays.h"
 #include "till/setup/hostobjects.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
@@ -170,8 +169,6 @@ void ReturnDialog::showSale()
         m_left = leftOf(sale(), items);
     } catch (const BasicException& failure) {
         m_failure = failure.tr().ru();
-    } catch (const std::exception& failure) {
-        m_failure = QString::fromUtf8(failure.what());
     }
     if (!m_failure.isEmpty())
         items.clear(); // how much is left of them is not known, so none may come back
@@ -208,15 +205,15 @@ void ReturnDialog::takeAll()
     preview();
 }
 
-QVariantList ReturnDialog::positions() const
+QList<ReturnLine> ReturnDialog::lines() const
 {
-    QVariantList list;
+    QList<ReturnLine> lines;
     for (int row = 0; row < m_table->rowCount(); ++row) {
         if (m_quantity[row] > 0)
-            list.append(QVariantMap{{u"posnum"_s, m_table->item(row, Name)->data(Qt::UserRole)},
-                                    {u"quantity"_s, m_quantity[row]}});
+            lines.append({.posnum = m_table->item(row, Name)->data(Qt::UserRole).toInt(),
+                          .quantity = m_quantity[row]});
     }
-    return list;
+    return lines;
 }
 
 void ReturnDialog::preview()
@@ -226,7 +223,7 @@ void ReturnDialog::preview()
         m_table->item(row, Now)->setText(m_quantity[row] > 0 ? screen::quantity(m_quantity[row]) : u"—"_s);
     }
     const auto chosen = m_sales.value(m_list->currentRow()).document;
-    const QVariantList wanted = positions();
+    const QList<ReturnLine> wanted = lines();
     for (QPushButton* change : {m_less, m_more, m_all})
         change->setEnabled(m_table->rowCount() > 0);
     m_open->setEnabled(!wanted.isEmpty());
@@ -235,14 +232,9 @@ void ReturnDialog::preview()
     if (!chosen || wanted.isEmpty())
         return m_preview->setText(chosen ? u"Отметьте, что возвращает покупатель"_s
                                          : u"Возвращать нечего: ни один чек ещё не оплачен"_s);
-    try {
-        const auto giveBack = plays::returnOf(
-            m_desk.till(), {{u"id"_s, sale() + u"-B"_s}, {u"of"_s, sale()}, {u"positions"_s, wanted}});
-        m_preview->setText(pointsPreview(*chosen, *giveBack));
-    } catch (const std::exception& failure) {
-        m_preview->setText(QString::fromUtf8(failure.what()));
-        m_open->setEnabled(false);
-    }
+    const Draft draft = m_desk.checkout().returnOf(sale() + u"-B"_s, sale(), wanted);
+    m_preview->setText(draft.ok ? pointsPreview(*chosen, *draft.receipt) : draft.error);
+    m_open->setEnabled(draft.ok);
 }
 
 } // namespace till::window

@@ -18,8 +18,7 @@ public:
     ReturnDialog(Desk& desk, QWidget* parent);
 
     [[nodiscard]] QString sale() const;
-    /// As the step "openReturn" takes them.
-    [[nodiscard]] QVariantList positions() const;
+    [[nodiscard]] QList<ReturnLine> lines() const;
 
 private:
     void fillSales();

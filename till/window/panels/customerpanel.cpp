@@ -113,7 +113,7 @@ QWidget* CustomerPanel::customer()
     m_again->setAccessibleName(u"Обновить баланс"_s);
     connect(m_again, &QPushButton::clicked, this, [this] {
         m_desk.refresh();
-        if (m_desk.changeable())
+        if (m_desk.state() == State::Sale)
             m_desk.askLimit();
     });
     layout->addLayout(row);
@@ -168,7 +168,7 @@ void CustomerPanel::spend()
 
 void CustomerPanel::refresh()
 {
-    const bool changeable = m_desk.changeable() || m_desk.stage() == Desk::Stage::Between;
+    const bool changeable = m_desk.can(Action::Identify) || m_desk.state() == State::Idle;
     const QString receipt = m_desk.receipt() ? m_desk.receipt()->getIdentifier() : QString();
     if (receipt != std::exchange(m_shownReceipt, receipt)) {
         m_entry->clear();
@@ -194,9 +194,8 @@ void CustomerPanel::showHint()
 
 void CustomerPanel::showCustomer()
 {
-    const auto card = m_desk.till().card();
-    const bool isSale = m_desk.stage() == Desk::Stage::Sale;
-    m_again->setEnabled(card && isSale);
+    const auto card = m_desk.checkout().card();
+    m_again->setEnabled(card && !m_desk.isReturn() && m_desk.state() != State::SpendingUnknown);
     if (!card) {
         m_name->setText(u"Покупатель не указан"_s);
         m_card->setText(u"Чек можно оплатить и без карты"_s);
@@ -213,14 +212,14 @@ void CustomerPanel::showCustomer()
 
 void CustomerPanel::showPoints()
 {
-    const auto card = m_desk.till().card();
+    const auto card = m_desk.checkout().card();
     const auto limit = m_desk.limit();
-    const bool spent = m_desk.pointsSpent();
-    const bool allowed = m_desk.changeable() && card && !m_desk.receipt()->getGoodsItems().isEmpty() &&
-                         (!limit || limit->points > 0);
+    const bool spent = m_desk.checkout().hasSpentPoints();
+    const bool allowed = m_desk.can(Action::Spend) && m_desk.state() != State::SpendingUnknown && card &&
+                         !m_desk.receipt()->getGoodsItems().isEmpty() && (!limit || limit->points > 0);
     m_points->setEnabled(allowed);
     m_spend->setEnabled(allowed);
-    const auto unknown = m_desk.till().unknownSpending();
+    const auto unknown = m_desk.checkout().unknownSpending();
     if (unknown) {
         m_points->clear();
         m_limit->setText(u"Списание %1: исход неизвестен"_s.arg(screen::amount(unknown->points)));

@@ -111,7 +111,7 @@ QWidget* PositionsPanel::changesRow()
 void PositionsPanel::refresh()
 {
     const auto receipt = m_desk.receipt();
-    const bool changeable = m_desk.changeable();
+    const bool changeable = m_desk.can(Action::SetLines);
     if (receipt)
         m_table->fill(*receipt);
     else

@@ -11,6 +11,19 @@ using namespace Qt::StringLiterals;
 
 namespace till::window {
 
+namespace {
+
+QString nextText(const Desk& desk)
+{
+    if (desk.state() == State::Idle)
+        return u"Новый чек"_s;
+    if (desk.state() == State::SpendingUnknown)
+        return u"Повторить списание"_s;
+    return desk.isReturn() ? u"Вернуть деньги"_s : u"Оплатить"_s;
+}
+
+} // namespace
+
 Label* TotalsPanel::addRow(QGridLayout& grid, int row, const QString& text)
 {
     auto* value = label({});
@@ -77,7 +90,7 @@ void TotalsPanel::showSums()
     m_discount->setText(minus(discount));
     m_points->setText(minus(bonus));
     m_total->setText(money(sum));
-    const bool isReturn = m_desk.stage() == Desk::Stage::Return;
+    const bool isReturn = m_desk.isReturn();
     m_totalName->setText(isReturn ? u"К возврату"_s : u"К оплате"_s);
     m_total->setAccessibleName(m_totalName->text());
 }
@@ -85,29 +98,12 @@ void TotalsPanel::showSums()
 void TotalsPanel::showActions()
 {
     const auto receipt = m_desk.receipt();
-    const auto stage = m_desk.stage();
     const bool hasGoods = receipt && !receipt->getGoodsItems().isEmpty();
-    QString next;
-    switch (stage) {
-    case Desk::Stage::Between:
-        next = u"Новый чек"_s;
-        break;
-    case Desk::Stage::Sale:
-        next = u"Оплатить"_s;
-        break;
-    case Desk::Stage::Return:
-        next = u"Вернуть деньги"_s;
-        break;
-    case Desk::Stage::Unknown:
-        next = u"Повторить списание"_s;
-        break;
-    }
-    setText(*m_next, next, u"F9"_s);
-    m_next->setEnabled(stage == Desk::Stage::Between || hasGoods);
-    setText(*m_abandon, stage == Desk::Stage::Return ? u"Не возвращать"_s : u"Отменить чек"_s, u"F8"_s);
-    const auto at = m_desk.till().stage();
-    m_abandon->setEnabled(receipt && at != Till::Stage::Paying && at != Till::Stage::Settled);
-    m_return->setEnabled(stage == Desk::Stage::Between || (stage == Desk::Stage::Sale && !hasGoods));
+    setText(*m_next, nextText(m_desk), u"F9"_s);
+    m_next->setEnabled(!receipt || (hasGoods && m_desk.state() != State::Abandoned));
+    setText(*m_abandon, m_desk.isReturn() ? u"Не возвращать"_s : u"Отменить чек"_s, u"F8"_s);
+    m_abandon->setEnabled(m_desk.can(Action::RollBack));
+    m_return->setEnabled(!receipt || (m_desk.state() == State::Sale && !hasGoods));
 }
 
 } // namespace till::window

@@ -1,6 +1,6 @@
-#include "till/checkout/scriptedfrontend.h"
+#include "till/scenario/scriptedfrontend.h"
 
-#include "host/utils/masking.h"
+#include "till/checkout/screen.h"
 
 #include <stdexcept>
 #include <utility>
@@ -17,12 +17,9 @@ void ScriptedFrontend::script(const Script& script)
 
 int ScriptedFrontend::chooseFromList(const ChoiceRequest& request)
 {
-    if (!m_script.choice && m_fallback) {
-        ChoiceRequest masked = request;
-        for (tr::Tr& item : masked.items)
-            item = tr::Tr(item.id(), utils::maskNumbers(item.ru()));
-        return m_fallback->chooseFromList(masked);
-    }
+    const ChoiceRequest list = screen::masked(request);
+    if (!m_script.choice && m_fallback)
+        return m_fallback->chooseFromList(list);
     const int chosen = std::exchange(m_script.choice, std::nullopt).value_or(-1);
     // The plug-in trusts a front end's answer.
     if (chosen < -1 || chosen >= request.items.size())
@@ -34,8 +31,8 @@ int ScriptedFrontend::chooseFromList(const ChoiceRequest& request)
                        .items = {},
                        .chosen = chosen,
                        .outcome = chosen < 0 ? u"Список закрыт"_s : QString()};
-    for (const tr::Tr& item : request.items)
-        dialog.items.append(utils::maskNumbers(item.ru()));
+    for (const tr::Tr& item : list.items)
+        dialog.items.append(item.ru());
     m_shown.append(dialog);
     return chosen;
 }

@@ -1,0 +1,113 @@
+#include "till/checkout/checkout.h"
+
+#include "host/core/session.h"
+#include "host/storage/documents.h"
+#include "till/checkout/receiptmarks.h"
+#include "till/checkout/receiptsums.h"
+#include "till/checkout/refusal.h"
+#include "till/checkout/screen.h"
+#include "till/setup/hostobjects.h"
+
+using namespace Qt::StringLiterals;
+
+namespace till {
+
+namespace {
+
+/// All values at once: an identifier may look like a placeholder.
+QString filled(const QString& text, const Document& receipt)
+{
+    const auto unknown = unknownSpendingOf(receipt);
+    if (unknown && text.contains(u"%2"_s))
+        return text.arg(receipt.getIdentifier(), screen::amount(unknown->points));
+    return text.contains(u"%1"_s) ? text.arg(receipt.getIdentifier()) : text;
+}
+
+} // namespace
+
+Checkout::Checkout(BasicLoyaltySystem& loyalty, const utils::FileLock& lock, Turnover& turnover)
+    : m_loyalty(loyalty)
+    , m_lock(lock)
+    , m_turnover(turnover)
+    , m_guard([this] { return m_receipt; }, m_journal)
+{}
+
+Checkout::~Checkout() { letGo(); }
+
+State Checkout::state() const
+{
+    if (!m_receipt)
+        return State::Idle;
+    if (const auto marked = markedState(*m_receipt))
+        return *marked;
+    if (unknownSpending())
+        return State::SpendingUnknown;
+    if (m_receipt->getDocumentType() == ReturnReceipt)
+        return State::Return;
+    return hasSpentPoints() ? State::Discounted : State::Sale;
+}
+
+QString Checkout::refusalOf(Action action) const
+{
+    const QString text = obstacle(action, state()).toString();
+    return m_receipt ? filled(text, *m_receipt) : text;
+}
+
+void Checkout::attempt(Action action, Result& result, const std::function<void()>& operation) const
+{
+    carryOut(result, [&] {
+        m_lock.requireInPlace();
+        if (const QString refusal = refusalOf(action); !refusal.isEmpty())
+            refuse(refusal);
+        operation();
+    });
+}
+
+/// What the loyalty system could not do fails in its own words.
+void Checkout::requireDone(bool done) const
+{
+    if (!done)
+        refuse(m_loyalty.getLastErrorString().ru());
+}
+
+void Checkout::requireCard() const
+{
+    if (!card())
+        refuse(u"В чеке нет карты: сначала найдите её по номеру или телефону"_s);
+}
+
+QSharedPointer<DocumentCardRecord> Checkout::card() const
+{
+    return m_receipt ? m_receipt->getCardRecord(KyrLoyaltySystem) : nullptr;
+}
+
+std::optional<UnknownSpending> Checkout::unknownSpending() const
+{
+    return m_receipt ? unknownSpendingOf(*m_receipt) : std::nullopt;
+}
+
+bool Checkout::hasSpentPoints() const
+{
+    return m_receipt && m_receipt->getDocumentType() == SaleReceipt &&
+           (!m_loyalty.getBonusImpacts().isEmpty() || bonusDiscountOf(*m_receipt) != 0);
+}
+
+void Checkout::save() const { MockFactory<SaveToFileLogic>::create()->save(m_receipt, {}); }
+
+/// Makes it the current receipt, for the session and for the loyalty system, once it is on the disk.
+void Checkout::change(const QSharedPointer<Document>& receipt)
+{
+    MockFactory<SaveToFileLogic>::create()->save(receipt, {});
+    m_receipt = receipt;
+    hostObject<Session>().setDocument(receipt);
+    m_loyalty.setDocument(receipt);
+}
+
+void Checkout::letGo()
+{
+    m_loyalty.setDocument(nullptr);
+    hostObject<Session>().setDocument(nullptr);
+    m_receipt.reset();
+}
+
+} // namespace till

@@ -1,0 +1,126 @@
+#pragma once
+
+#include "host/core/basicloyaltysystem.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/filelock.h"
+#include "host/storage/store.h"
+#include "till/checkout/receiptjournal.h"
+#include "till/checkout/requestguard.h"
+#include "till/checkout/results.h"
+#include "till/checkout/state.h"
+
+#include <QStringList>
+
+namespace till {
+
+/// The receipts of a till, for whoever counts them.
+struct Turnover
+{
+    int opened = 0;
+    QStringList closed = {}; ///< their identifiers, in order
+};
+
+/// What the cashier does with one receipt after the other. What is possible at the moment obstacle() decides;
+/// an operation that is not possible, or fails, changes nothing that it does not tell of. None throws. Each
+/// change is on the disk when its operation returns, and what the service could know of is there before the
+/// request leaves.
+class Checkout
+{
+public:
+    /// All stay the caller's. When the lock is not in its place any more, another till may work on what lies
+    /// in the data directory: then every operation fails.
+    Checkout(BasicLoyaltySystem& loyalty, const utils::FileLock& lock, Turnover& turnover);
+    /// Lets go of the receipt, which stays on the disk.
+    ~Checkout();
+    Checkout(const Checkout&) = delete;
+    Checkout& operator=(const Checkout&) = delete;
+
+    [[nodiscard]] State state() const;
+    /// Why that is not possible now, in Russian for the cashier; empty: it is.
+    [[nodiscard]] QString refusalOf(Action action) const;
+    /// The current receipt, or null.
+    [[nodiscard]] const QSharedPointer<Document>& receipt() const { return m_receipt; }
+    /// The loyalty card on it, or null.
+    [[nodiscard]] QSharedPointer<DocumentCardRecord> card() const;
+    /// The spending on it whose answer was lost; nothing when there is none.
+    [[nodiscard]] std::optional<UnknownSpending> unknownSpending() const;
+    /// Whether points are spent on the current sale, also when forgetPoints() was called since: the service
+    /// has not forgotten them.
+    [[nodiscard]] bool hasSpentPoints() const;
+
+    /// Opens a sale of these positions, numbered from 1. An unpaid receipt without spent points makes way for
+    /// it. `identifier`: one that no receipt of this till ever had.
+    Result openSale(const QString& identifier, const QList<Line>& lines);
+    /// Opens a return of a closed sale; else as openSale().
+    Result openReturn(const QString& identifier, const QString& sale, const QList<ReturnLine>& lines);
+    /// The return that openReturn() would open, to look at what it comes to.
+    [[nodiscard]] Draft returnOf(const QString& identifier, const QString& sale,
+                                 const QList<ReturnLine>& lines) const;
+    /// Puts other positions in the place of the sale's.
+    Result setLines(const QList<Line>& lines);
+
+    Identification identifyByCard(const QString& number);
+    /// `phone`: digits only. Where it has several cards, the host's dialog asks which.
+    Identification identifyByPhone(const QString& phone);
+    /// Asks again for the card on the receipt.
+    Result refreshCard();
+
+    /// Asks how many points may be spent; the loyalty system keeps the answer as its points for spend.
+    Result requestLimit();
+    /// Spends points as a discount, as many of them as the card allows. Where the outcome of an earlier
+    /// spending is not known, the same points are asked for again.
+    Spending spend(double points);
+    /// Forgets the points of the receipt without undoing anything.
+    Result forgetPoints();
+
+    /// Earns, closes and stores the receipt, and leaves none open.
+    Payment pay();
+    /// Undoes what was done for the receipt, and leaves none open.
+    Result rollBack();
+
+    /// Goes on with the receipt that was left open, if any. What was found, in Russian; empty: nothing.
+    /// Throws BasicException when it can't be read. Called once, before anything else.
+    QString recover();
+
+    /// While one lives, requests are not the receipt's, and leave unguarded.
+    using Pause = RequestGuard::Pause;
+    [[nodiscard]] Pause pauseGuard() { return Pause(m_guard); }
+
+private:
+    void attempt(Action action, Result& result, const std::function<void()>& operation) const;
+    void requireDone(bool done) const;
+    void requireCard() const;
+
+    void open(const QSharedPointer<Document>& receipt);
+    void change(const QSharedPointer<Document>& receipt);
+    void save() const;
+    void identify(const QString& number);
+
+    /// What the loyalty system spent becomes a discount.
+    void finishSpending(double points);
+    [[noreturn]] void failSpending();
+    /// False, and the outcome is not known, when nobody can tell whose discount it is.
+    bool makeDiscount(double points);
+    void applyImpacts() const;
+    void finishAnswered();
+
+    /// Saves the receipt at that state; when that can't be done it stays at the one it has.
+    void mark(State state) const;
+    void earn(Payment& payment);
+    /// Ends the receipt's transaction, stores it as closed and raises the event: all or nothing.
+    void close();
+    void abandon();
+    void leave();
+    void letGo();
+    [[nodiscard]] QString foundOpen() const;
+
+    BasicLoyaltySystem& m_loyalty;
+    const utils::FileLock& m_lock;
+    Turnover& m_turnover;
+    ReceiptJournal m_journal;
+    utils::StoreUser<MessageQueue> m_queue;
+    QSharedPointer<Document> m_receipt;
+    RequestGuard m_guard;
+};
+
+} // namespace till

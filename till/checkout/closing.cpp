@@ -1,0 +1,113 @@
+#include "till/checkout/checkout.h"
+
+#include "host/core/activitynotifier.h"
+#include "host/storage/documents.h"
+#include "host/utils/basicexception.h"
+#include "host/utils/logging.h"
+#include "till/checkout/amounts.h"
+#include "till/checkout/receiptmarks.h"
+#include "till/setup/hostobjects.h"
+
+using namespace Qt::StringLiterals;
+
+/// The end of a receipt.
+namespace till {
+
+void Checkout::mark(State state) const
+{
+    const auto before = markedState(*m_receipt);
+    setMarkedState(*m_receipt, state);
+    try {
+        save();
+    } catch (...) {
+        setMarkedState(*m_receipt, before);
+        throw;
+    }
+}
+
+Payment Checkout::pay()
+{
+    Payment payment;
+    attempt(Action::Pay, payment, [&] {
+        const auto receipt = m_receipt;
+        if (!markedState(*receipt))
+            requireAmounts(*receipt); // once it is being paid there is no way back
+        const bool earns = card() && receipt->getDocumentType() == SaleReceipt;
+        if (earns && state() != State::Settled)
+            earn(payment);
+        close();
+        payment.receipt = receipt;
+    });
+    return payment;
+}
+
+/// What a sale earns has to be told to the loyalty system before the receipt may be closed.
+void Checkout::earn(Payment& payment)
+{
+    mark(State::Paying); // the service may know of an earning that a rollback would not undo
+    const int waiting = m_queue.get().waitingCount();
+    const bool known = m_loyalty.hasPointsForEarn();
+    payment.earned = m_loyalty.getPointsForEarn();
+    if (known)
+        payment.earning = Payment::Earning::Done;
+    else if (m_queue.get().waitingCount() > waiting)
+        payment.earning = Payment::Earning::Queued;
+    mark(State::Settled); // with the numbers that the service knows the earning by
+}
+
+// The queue's messages, the sale's record that a return changes, the receipt itself and its journal: all are
+// kept or none is. A receipt found both open and stored is therefore closed in every respect.
+void Checkout::close()
+{
+    const QString identifier = m_receipt->getIdentifier();
+    bool committed = false;
+    try {
+        utils::Transaction transaction;
+        committed = !card() || m_loyalty.commit(m_receipt);
+        if (committed) {
+            hostObject<DocumentsDao>().store(m_receipt);
+            hostObject<ActivityNotifier>().notify(Event(EActivityListener::ReceiptClosed));
+            utils::Journal().add(ReceiptJournal::entry(identifier, u"closed"_s));
+            transaction.commit();
+        }
+    } catch (...) {
+        m_loyalty.restoreLoyaltySystem(); // the commit has cleared it, but the receipt is still open
+        throw;
+    }
+    requireDone(committed);
+    m_turnover.closed.append(identifier);
+    leave();
+}
+
+Result Checkout::rollBack()
+{
+    Result result;
+    attempt(Action::RollBack, result, [&] { abandon(); });
+    return result;
+}
+
+void Checkout::abandon()
+{
+    // Said beforehand: the rollback saves a receipt whose spending is undone, and that may never be paid.
+    mark(State::Abandoned);
+    // Without numbers the service knows nothing of it: it was never asked, or the rollback is done.
+    const bool isKnown = card() && !card()->getOperationId().isEmpty();
+    requireDone(isKnown ? m_loyalty.rollback(m_receipt) : m_loyalty.cancel());
+    m_journal.note(m_receipt->getIdentifier(), u"abandoned"_s);
+    leave();
+}
+
+// What could not be removed is found by the next start, which knows that it came to its end; until then the
+// next receipt takes its place. Whoever has paid is not to be told that it failed.
+void Checkout::leave()
+{
+    letGo();
+    try {
+        SaveToFileLogic::removeOpenReceipt();
+    } catch (const BasicException& failure) {
+        utils::logger(u"till"_s)->warn(u"The receipt is finished, but its file stays: "_s +
+                                       failure.tr().ru());
+    }
+}
+
+} // namespace till

@@ -1,0 +1,121 @@
+#include "till/checkout/checkout.h"
+
+#include "host/utils/logging.h"
+#include "host/utils/money.h"
+#include "till/checkout/receiptmarks.h"
+#include "till/checkout/refusal.h"
+#include "till/checkout/spendingshares.h"
+#include "till/setup/hostobjects.h"
+#include "till/setup/settings.h"
+
+using namespace Qt::StringLiterals;
+
+/// Points that become a discount.
+namespace till {
+
+namespace {
+
+bool isSame(const UnknownSpending& spending, double points)
+{
+    const auto asked = utils::toHundredths(points);
+    return asked &&
+           (utils::toHundredths(spending.points) == asked || utils::toHundredths(spending.wanted) == asked);
+}
+
+void apply(const BonusImpact& impact, const Document& receipt)
+{
+    for (const auto& [position, sum] : impact.getPositionSums()) {
+        if (const auto item = receipt.getGoodsItemByPosnum(position))
+            item->setBonusImpactSum(item->getBonusImpactSum() + sum);
+    }
+}
+
+} // namespace
+
+Spending Checkout::spend(double wanted)
+{
+    Spending spending;
+    attempt(Action::Spend, spending, [&] {
+        requireCard();
+        const auto earlier = unknownSpending();
+        if (earlier && !isSame(*earlier, wanted))
+            refuse(refusalOf(Action::Pay)); // which names the ways out
+        m_loyalty.setPointsForSpend(earlier ? earlier->points : wanted);
+        // Asked again it must be the same points, though the balance may be less by now.
+        const double points = earlier ? earlier->points : m_loyalty.getPointsForSpend(m_receipt);
+        spending.points = points;
+        m_guard.expectSpending(points, wanted);
+        const bool answered = earlier && !m_loyalty.getBonusImpacts().isEmpty(); // but it was not kept
+        if (answered || m_loyalty.spendPoints())
+            finishSpending(points);
+        else
+            failSpending();
+    });
+    return spending;
+}
+
+/// After a spending that failed: its outcome is not known, or is that nothing was spent.
+void Checkout::failSpending()
+{
+    QString error = m_loyalty.getLastErrorString().ru();
+    if (m_guard.nothingSpent()) {
+        setUnknownSpending(*m_receipt, std::nullopt);
+        save();
+    } else if (unknownSpending()) {
+        m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
+        error += u'\n' + refusalOf(Action::Pay);
+    }
+    refuse(error);
+}
+
+void Checkout::finishSpending(double points)
+{
+    if (makeDiscount(points))
+        return;
+    m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
+    refuse(u"Служба не сообщила, на какие позиции списаны баллы. "_s + refusalOf(Action::Pay));
+}
+
+bool Checkout::makeDiscount(double points)
+{
+    const auto& impacts = m_loyalty.getBonusImpacts();
+    const auto impact = impacts.size() == appliedImpacts(*m_receipt) + 1 ? impacts.last() : nullptr;
+    const QString fault =
+        impact ? shareFault(*impact, *m_receipt, worthOf(hostObject<Config>(), points)) : u"no discount"_s;
+    if (fault.isEmpty()) {
+        setUnknownSpending(*m_receipt, std::nullopt); // in the same save
+        applyImpacts();
+        return true;
+    }
+    utils::logger(u"till"_s)->error(
+        u"Receipt %1: the service says that points were spent, but not on which positions: %2"_s.arg(
+            m_receipt->getIdentifier(), fault));
+    m_loyalty.cancel(); // there were no impacts before; asked again, the service repeats its first answer
+    return false;
+}
+
+// The loyalty system saves the receipt when the points are spent, so a power cut may come before they are a
+// discount.
+void Checkout::applyImpacts() const
+{
+    const auto& impacts = m_loyalty.getBonusImpacts();
+    for (qsizetype i = appliedImpacts(*m_receipt); i < impacts.size(); ++i) {
+        if (impacts[i])
+            apply(*impacts[i], *m_receipt);
+    }
+    setAppliedImpacts(*m_receipt, static_cast<int>(impacts.size()));
+    save();
+}
+
+Result Checkout::forgetPoints()
+{
+    Result result;
+    attempt(Action::ForgetPoints, result, [&] {
+        requireDone(m_loyalty.cancel());
+        if (m_receipt)
+            applyImpacts(); // none are left
+    });
+    return result;
+}
+
+} // namespace till
