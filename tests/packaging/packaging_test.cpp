@@ -16,6 +16,7 @@ using ::testing::UnorderedElementsAre;
 namespace {
 
 const QString packaging = QStringLiteral(KYR_PACKAGING_DIR);
+const QString pages = QStringLiteral(KYR_PAGES_DIR);
 
 QString contentOf(const QString& path)
 {
@@ -26,7 +27,7 @@ QString contentOf(const QString& path)
 /// What the manual says of a command: from its entry to that of the next.
 QString manualOf(const till::Command& command)
 {
-    const QString manual = contentOf(packaging + u"/man/till.1"_s);
+    const QString manual = contentOf(pages + u"/till.1"_s);
     const qsizetype begin = manual.indexOf(u"\n.It Cm %1"_s.arg(command.name));
     const qsizetype end = manual.indexOf(u"\n.It Cm "_s, begin + 1);
     return begin < 0 ? QString() : manual.sliced(begin, (end < 0 ? manual.size() : end) - begin);
@@ -39,7 +40,7 @@ std::vector<std::string> completions(const QStringList& words)
                                   "for offer in \"${COMPREPLY[@]}\"; do echo \"$offer\"; done"_s;
     QProcess bash;
     bash.start(u"bash"_s,
-               QStringList{u"--norc"_s, u"-euc"_s, script, packaging + u"/completion/till"_s} + words);
+               QStringList{u"--norc"_s, u"-euc"_s, script, pages + u"/till"_s} + words);
     EXPECT_TRUE(bash.waitForFinished());
     EXPECT_EQ(bash.exitCode(), 0) << bash.readAllStandardError().toStdString();
     std::vector<std::string> offers;
@@ -65,7 +66,7 @@ TEST(Packaging, TheManualNamesEveryCommandWithItsOptions)
 
 TEST(Packaging, TheManualNamesEveryGeneralOptionAndVariable)
 {
-    const QString manual = contentOf(packaging + u"/man/till.1"_s);
+    const QString manual = contentOf(pages + u"/till.1"_s);
     for (const till::OptionKind& option : till::generalOptions()) {
         EXPECT_TRUE(manual.contains(u"Fl \\-%1"_s.arg(option.name))) << option.name.toStdString();
         EXPECT_TRUE(option.variable.isEmpty() || manual.contains(u".It Ev %1\n"_s.arg(option.variable)))
@@ -77,7 +78,7 @@ TEST(Packaging, TheManualNamesEveryGeneralOptionAndVariable)
 
 TEST(Packaging, TheManualNamesNoCommandThatIsNone)
 {
-    const QStringList lines = contentOf(packaging + u"/man/till.1"_s).split(u'\n');
+    const QStringList lines = contentOf(pages + u"/till.1"_s).split(u'\n');
     qsizetype named = 0;
     for (const QString& line : lines)
         named += line.startsWith(u".It Cm "_s) ? 1 : 0;
@@ -111,7 +112,7 @@ TEST(Packaging, CompletionKnowsWhatAnOptionTakes)
 {
     EXPECT_THAT(completions({u"till"_s, u"--log-level"_s, u"w"_s}), ElementsAre("warning"));
     EXPECT_THAT(completions({u"till"_s, u"--config"_s, packaging + u"/man/till."_s}),
-                ElementsAre((packaging + u"/man/till.1"_s).toStdString()));
+                ElementsAre((packaging + u"/man/till.1.in"_s).toStdString()));
     EXPECT_THAT(completions({u"till"_s, u"--data-dir"_s, packaging + u"/m"_s}),
                 ElementsAre((packaging + u"/man"_s).toStdString()));
     EXPECT_THAT(completions({u"till"_s, u"--data-dir"_s, u"queue"_s, u"queue"_s, u"l"_s}),

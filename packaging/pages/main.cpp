@@ -1,0 +1,165 @@
+// Fills a page's template from the till's table of commands: the manual, the completion. So a command is
+// described once, where it is written.
+//   till_pages manual|completion TEMPLATE
+#include "till/commands.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QTextStream>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Places =
+    QHash<QString, QStringList>; ///< what comes in a place of the template, "COMMANDS", line by line
+
+/// A line of text in which troff finds nothing to obey.
+QString plain(const QString& line)
+{
+    QString text = line;
+    text.replace(u'\\', u"\\e"_s).replace(u'"', u"\\(dq"_s);
+    return text.startsWith(u'.') || text.startsWith(u'\'') ? u"\\&"_s + text : text;
+}
+
+/// The same, with a line for each sentence, as troff wants it.
+QString sentences(const QString& line)
+{
+    static const QRegularExpression end(u"([.:!?]) "_s);
+    return plain(line).replace(end, u"\\1\n"_s);
+}
+
+/// Paragraphs; lines that are set in stay as they are.
+QStringList paragraphs(const QString& text)
+{
+    QStringList lines;
+    bool isLiteral = false;
+    for (const QString& line : text.split(u'\n')) {
+        if (line.startsWith(u' ') != isLiteral) {
+            isLiteral = !isLiteral;
+            lines.append(isLiteral ? u".Bd -literal"_s : u".Ed"_s);
+        }
+        lines.append(line.isEmpty() ? u".Pp"_s : isLiteral ? plain(line) : sentences(line));
+    }
+    if (isLiteral)
+        lines.append(u".Ed"_s);
+    return lines;
+}
+
+QStringList optionEntries(const QList<till::OptionKind>& options)
+{
+    QStringList lines;
+    for (const till::OptionKind& option : options) {
+        QString names = u".It "_s;
+        if (!option.letter.isEmpty())
+            names += u"Fl %1 , "_s.arg(option.letter);
+        names += u"Fl \\-"_s + option.name;
+        if (!option.value.isEmpty())
+            names += u" Ar "_s + option.value.toLower();
+        lines << names << sentences(option.about);
+    }
+    return lines;
+}
+
+QStringList commandEntry(const till::Command& command)
+{
+    QStringList lines{u".It Cm "_s + command.name};
+    QString arguments = command.arguments.toLower().replace(u"..."_s, u" ..."_s);
+    if (arguments.startsWith(u'['))
+        lines.first() += u" Op Ar "_s + arguments.sliced(1).chopped(1);
+    else if (!arguments.isEmpty())
+        lines.first() += u" Ar "_s + arguments;
+    lines << sentences(command.about);
+    if (!command.details.isEmpty())
+        lines << u".Pp"_s << paragraphs(command.details);
+    if (!command.options.isEmpty())
+        lines << u".Bl -tag -width Ds"_s << optionEntries(command.options) << u".El"_s;
+    lines << u".Pp"_s << u"Exit status:"_s << u".Bl -tag -width Ds -compact"_s;
+    for (const till::ExitStatus& status : command.statuses)
+        lines << u".It %1"_s.arg(status.status) << sentences(status.about);
+    return lines << u".El"_s;
+}
+
+Places manual()
+{
+    Places places{{u"OPTIONS"_s, optionEntries(till::generalOptions())}};
+    for (const till::Command& command : till::commands())
+        places[u"COMMANDS"_s] += commandEntry(command);
+    QStringList& variables = places[u"VARIABLES"_s];
+    for (const till::OptionKind& option : till::generalOptions()) {
+        if (!option.variable.isEmpty())
+            variables << u".It Ev "_s + option.variable << u"as"_s << u".Fl \\-%1 ."_s.arg(option.name);
+    }
+    for (const till::Variable& variable : till::furtherVariables())
+        variables << u".It Ev "_s + variable.name << sentences(variable.about);
+    return places;
+}
+
+QString optionNames(const QList<till::OptionKind>& options)
+{
+    QStringList names;
+    for (const till::OptionKind& option : options)
+        names.append(u"--"_s + option.name);
+    return names.join(u' ');
+}
+
+Places completion()
+{
+    QStringList words;
+    QStringList own;
+    QMap<QString, QStringList> members;
+    QStringList valued;
+    QHash<QString, QStringList> takers; // by what stands for the value: FILE, DIR, LEVEL
+    QList<till::OptionKind> options = till::generalOptions();
+    for (const till::Command& command : till::commands()) {
+        const QStringList name = command.name.split(u' ');
+        words.append(name.first());
+        if (name.size() > 1)
+            members[name.first()].append(name.last());
+        if (!command.options.isEmpty())
+            own.append(u"    \"%1\") echo \"%2\" ;;"_s.arg(command.name, optionNames(command.options)));
+        options += command.options;
+    }
+    for (const till::OptionKind& option : options) {
+        if (option.value.isEmpty())
+            continue;
+        QStringList names{u"--"_s + option.name};
+        if (!option.letter.isEmpty())
+            names.append(u'-' + option.letter);
+        valued += names;
+        takers[option.value] += names;
+    }
+    words.append(u"help"_s);
+    words.removeDuplicates();
+    valued.removeDuplicates();
+    QStringList groups;
+    for (auto group = members.cbegin(); group != members.cend(); ++group)
+        groups.append(u"    %1) echo \"%2\" ;;"_s.arg(group.key(), group->join(u' ')));
+    const auto either = [](const QStringList& names) { return QStringList{names.join(u" | "_s)}; };
+    return {{u"WORDS"_s, {words.join(u' ')}},
+            {u"OPTIONS"_s, {optionNames(till::generalOptions())}},
+            {u"MEMBERS"_s, groups},
+            {u"OWN"_s, own},
+            {u"VALUED"_s, either(valued)},
+            {u"FILE"_s, either(takers[u"FILE"_s])},
+            {u"DIR"_s, either(takers[u"DIR"_s])},
+            {u"LEVEL"_s, either(takers[u"LEVEL"_s])}};
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QList<QByteArray> arguments(argv, argv + argc);
+    QFile page(QString::fromLocal8Bit(arguments.value(2)));
+    if (!page.open(QIODevice::ReadOnly)) {
+        QTextStream(stderr) << "till_pages: " << page.fileName() << ": " << page.errorString() << '\n';
+        return till::exitMisused;
+    }
+    QString text = QString::fromUtf8(page.readAll());
+    const Places places = arguments.value(1) == "manual" ? manual() : completion();
+    for (auto place = places.cbegin(); place != places.cend(); ++place)
+        text.replace(u'@' + place.key() + u'@', place->join(u'\n'));
+    QTextStream(stdout) << text;
+    return till::exitWell;
+}
