@@ -39,8 +39,7 @@ std::vector<std::string> completions(const QStringList& words)
     static const QString script = u"source \"$0\"; COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _till; "
                                   "for offer in \"${COMPREPLY[@]}\"; do echo \"$offer\"; done"_s;
     QProcess bash;
-    bash.start(u"bash"_s,
-               QStringList{u"--norc"_s, u"-euc"_s, script, pages + u"/till"_s} + words);
+    bash.start(u"bash"_s, QStringList{u"--norc"_s, u"-euc"_s, script, pages + u"/till"_s} + words);
     EXPECT_TRUE(bash.waitForFinished());
     EXPECT_EQ(bash.exitCode(), 0) << bash.readAllStandardError().toStdString();
     std::vector<std::string> offers;

@@ -2,7 +2,7 @@
 
 #include "host/utils/money.h"
 #include "host/utils/quantity.h"
-#include "till/checkout/refusal.h"
+#include "till/checkout/failure.h"
 
 #include <algorithm>
 
@@ -18,15 +18,15 @@ void requireAmounts(const AbstractDocument& receipt)
     for (const auto& item : items) {
         const QString position = u"Позиция %1: "_s.arg(item->getPosnum());
         if (!utils::toThousandths(item->getBquant()))
-            refuse(position + quantityRule());
+            fail(position + quantityRule());
         const auto amounts = {item->getPrice(), item->getDiscount(), item->getBonusImpactSum(),
                               item->getSumb()};
         const auto isAmount = [](double amount) { return utils::toHundredths(amount).has_value(); };
         if (!std::all_of(amounts.begin(), amounts.end(), isAmount))
-            refuse(position + u"цена, скидка или сумма слишком велика или не число"_s);
+            fail(position + u"цена, скидка или сумма слишком велика или не число"_s);
     }
     if (!utils::toHundredths(receipt.getSum()))
-        refuse(u"Сумма чека слишком велика"_s);
+        fail(u"Сумма чека слишком велика"_s);
 }
 
 } // namespace till

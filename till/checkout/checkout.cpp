@@ -2,9 +2,9 @@
 
 #include "host/core/session.h"
 #include "host/storage/documents.h"
+#include "till/checkout/failure.h"
 #include "till/checkout/receiptmarks.h"
 #include "till/checkout/receiptsums.h"
-#include "till/checkout/refusal.h"
 #include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
 
@@ -47,7 +47,7 @@ State Checkout::state() const
     return hasSpentPoints() ? State::Discounted : State::Sale;
 }
 
-QString Checkout::refusalOf(Action action) const
+QString Checkout::obstacleTo(Action action) const
 {
     const QString text = obstacle(action, state()).toString();
     return m_receipt ? filled(text, *m_receipt) : text;
@@ -57,8 +57,8 @@ void Checkout::attempt(Action action, Result& result, const std::function<void()
 {
     carryOut(result, [&] {
         m_lock.requireInPlace();
-        if (const QString refusal = refusalOf(action); !refusal.isEmpty())
-            refuse(refusal);
+        if (const QString refusal = obstacleTo(action); !refusal.isEmpty())
+            fail(refusal);
         operation();
     });
 }
@@ -67,13 +67,13 @@ void Checkout::attempt(Action action, Result& result, const std::function<void()
 void Checkout::requireDone(bool done) const
 {
     if (!done)
-        refuse(m_loyalty.getLastErrorString().ru());
+        fail(m_loyalty.getLastErrorString().ru());
 }
 
 void Checkout::requireCard() const
 {
     if (!card())
-        refuse(u"В чеке нет карты: сначала найдите её по номеру или телефону"_s);
+        fail(u"В чеке нет карты: сначала найдите её по номеру или телефону"_s);
 }
 
 QSharedPointer<DocumentCardRecord> Checkout::card() const

@@ -37,7 +37,7 @@ public:
 
     [[nodiscard]] State state() const;
     /// Why that is not possible now, in Russian for the cashier; empty: it is.
-    [[nodiscard]] QString refusalOf(Action action) const;
+    [[nodiscard]] QString obstacleTo(Action action) const;
     /// The current receipt, or null.
     [[nodiscard]] const QSharedPointer<Document>& receipt() const { return m_receipt; }
     /// The loyalty card on it, or null.

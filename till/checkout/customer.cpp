@@ -1,6 +1,6 @@
 #include "till/checkout/checkout.h"
 
-#include "till/checkout/refusal.h"
+#include "till/checkout/failure.h"
 
 /// The customer of the receipt, and how many points may be spent.
 namespace till {
@@ -31,7 +31,7 @@ Identification Checkout::identifyByPhone(const QString& phone)
         const loyalty::CardNumberResult answer =
             m_loyalty.getCardNumber({.kind = loyalty::CardNumberInputData::PhoneNumber, .text = phone});
         if (!answer.success)
-            refuse(answer.error.ru());
+            fail(answer.error.ru());
         found.card = answer.cardNumber;
         if (!found.card.isEmpty())
             identify(found.card);

@@ -1,6 +1,6 @@
 #include "till/checkout/amounts.h"
 #include "till/checkout/checkout.h"
-#include "till/checkout/refusal.h"
+#include "till/checkout/failure.h"
 #include "till/checkout/returnparts.h"
 
 #include "host/storage/documents.h"
@@ -21,16 +21,16 @@ QSharedPointer<AbstractDocument> stored(const QString& identifier)
 void requireNew(const QString& identifier)
 {
     if (stored(identifier))
-        refuse(u"Чек %1 уже есть: номер чека не повторяется"_s.arg(identifier));
+        fail(u"Чек %1 уже есть: номер чека не повторяется"_s.arg(identifier));
 }
 
 QSharedPointer<AbstractDocument> saleOf(const QString& identifier)
 {
     auto sale = stored(identifier);
     if (!sale)
-        refuse(u"Чека %1 нет среди закрытых: возврат не возможен"_s.arg(identifier));
+        fail(u"Чека %1 нет среди закрытых: возврат не возможен"_s.arg(identifier));
     if (sale->getDocumentType() != SaleReceipt)
-        refuse(u"Чек %1 — не продажа: возврат не возможен"_s.arg(identifier));
+        fail(u"Чек %1 — не продажа: возврат не возможен"_s.arg(identifier));
     return sale;
 }
 
@@ -71,13 +71,13 @@ QSharedPointer<Document> draftReturn(const QString& identifier, const QString& s
     for (const auto& [posnum, quantity] : lines) {
         const auto sold = sale->getGoodsItemByPosnum(posnum);
         if (!sold)
-            refuse(u"Позиции %1 нет в чеке %2"_s.arg(QString::number(posnum), saleIdentifier));
+            fail(u"Позиции %1 нет в чеке %2"_s.arg(QString::number(posnum), saleIdentifier));
         if (receipt->getGoodsItemByPosnum(posnum))
-            refuse(u"Позиция %1 указана дважды"_s.arg(posnum));
+            fail(u"Позиция %1 указана дважды"_s.arg(posnum));
         receipt->addGoodsItem(returnPart(*sold, quantity, returnedBefore(posnum, before)));
     }
     if (lines.isEmpty())
-        refuse(u"В возврате нет ни одной позиции"_s);
+        fail(u"В возврате нет ни одной позиции"_s);
     takeCardOver(*sale, *receipt);
     return receipt;
 }

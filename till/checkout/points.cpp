@@ -2,8 +2,8 @@
 
 #include "host/utils/logging.h"
 #include "host/utils/money.h"
+#include "till/checkout/failure.h"
 #include "till/checkout/receiptmarks.h"
-#include "till/checkout/refusal.h"
 #include "till/checkout/spendingshares.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
@@ -39,7 +39,7 @@ Spending Checkout::spend(double wanted)
         requireCard();
         const auto earlier = unknownSpending();
         if (earlier && !isSame(*earlier, wanted))
-            refuse(refusalOf(Action::Pay)); // which names the ways out
+            fail(obstacleTo(Action::Pay)); // which names the ways out
         m_loyalty.setPointsForSpend(earlier ? earlier->points : wanted);
         // Asked again it must be the same points, though the balance may be less by now.
         const double points = earlier ? earlier->points : m_loyalty.getPointsForSpend(m_receipt);
@@ -63,9 +63,9 @@ void Checkout::failSpending()
         save();
     } else if (unknownSpending()) {
         m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
-        error += u'\n' + refusalOf(Action::Pay);
+        error += u'\n' + obstacleTo(Action::Pay);
     }
-    refuse(error);
+    fail(error);
 }
 
 void Checkout::finishSpending(double points)
@@ -73,7 +73,7 @@ void Checkout::finishSpending(double points)
     if (makeDiscount(points))
         return;
     m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
-    refuse(u"Служба не сообщила, на какие позиции списаны баллы. "_s + refusalOf(Action::Pay));
+    fail(u"Служба не сообщила, на какие позиции списаны баллы. "_s + obstacleTo(Action::Pay));
 }
 
 bool Checkout::makeDiscount(double points)

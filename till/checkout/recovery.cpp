@@ -54,7 +54,7 @@ QString Checkout::foundOpen() const
     const QString found = u"Найден открытый чек "_s + m_receipt->getIdentifier();
     switch (state()) {
     case State::SpendingUnknown:
-        return found + u". "_s + refusalOf(Action::Pay);
+        return found + u". "_s + obstacleTo(Action::Pay);
     case State::Paying:
     case State::Settled:
         return found + u": он уже оплачивается, завершите оплату"_s;

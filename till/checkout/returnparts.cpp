@@ -3,7 +3,7 @@
 #include "host/utils/money.h"
 #include "host/utils/quantity.h"
 #include "till/checkout/amounts.h"
-#include "till/checkout/refusal.h"
+#include "till/checkout/failure.h"
 #include "till/checkout/screen.h"
 
 #include <algorithm>
@@ -19,13 +19,13 @@ ReturnedPart counted(const GoodsItem& item)
 {
     const auto thousandths = utils::toThousandths(item.getBquant());
     if (!thousandths)
-        refuse(u"Позиция %1: количество в чеке не в целых тысячных, возврат не возможен"_s.arg(
+        fail(u"Позиция %1: количество в чеке не в целых тысячных, возврат не возможен"_s.arg(
             item.getPosnum()));
     const auto sum = utils::toHundredths(item.getSumb());
     const auto discount = utils::toHundredths(item.getDiscount());
     const auto bonusDiscount = utils::toHundredths(item.getBonusImpactSum());
     if (!sum || !discount || !bonusDiscount)
-        refuse(u"Позиция %1: сумма в чеке не число, возврат не возможен"_s.arg(item.getPosnum()));
+        fail(u"Позиция %1: сумма в чеке не число, возврат не возможен"_s.arg(item.getPosnum()));
     return {*thousandths, *sum, *discount, *bonusDiscount};
 }
 
@@ -33,10 +33,10 @@ std::int64_t quantityOf(const GoodsItem& sold, double quantity)
 {
     const QString position = u"Позиция %1: "_s.arg(sold.getPosnum());
     if (!(quantity > 0))
-        refuse(position + u"количество для возврата должно быть больше нуля"_s);
+        fail(position + u"количество для возврата должно быть больше нуля"_s);
     const auto thousandths = utils::toThousandths(quantity);
     if (!thousandths)
-        refuse(position + quantityRule());
+        fail(position + quantityRule());
     return *thousandths;
 }
 
@@ -44,11 +44,11 @@ void requireLeft(const GoodsItem& sold, std::int64_t thousandths, std::int64_t w
 {
     const auto text = [](std::int64_t count) { return screen::quantity(utils::inUnits(count)); };
     if (thousandths > whole - before && before > 0)
-        refuse(u"Позиция %1: к возврату %2, а из проданных %3 уже возвращено %4"_s.arg(
+        fail(u"Позиция %1: к возврату %2, а из проданных %3 уже возвращено %4"_s.arg(
             QString::number(sold.getPosnum()), text(thousandths), text(whole), text(before)));
     if (thousandths > whole)
-        refuse(u"Позиция %1: к возврату %2, а продано %3"_s.arg(QString::number(sold.getPosnum()),
-                                                                text(thousandths), text(whole)));
+        fail(u"Позиция %1: к возврату %2, а продано %3"_s.arg(QString::number(sold.getPosnum()),
+                                                              text(thousandths), text(whole)));
 }
 
 double money(std::int64_t hundredths) { return static_cast<double>(hundredths) / 100; }

@@ -9,7 +9,7 @@
 #include "host/utils/logging.h"
 #include "host/utils/masking.h"
 #include "till/checkout/deliverynow.h"
-#include "till/checkout/refusal.h"
+#include "till/checkout/failure.h"
 #include "till/cli/usageerror.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
@@ -155,7 +155,7 @@ Delivery Till::deliver()
             left += u", из них отклонено службой: %1"_s.arg(summary.parked);
         if (!summary.firstError.isEmpty())
             left += u" ("_s + utils::maskNumbers(summary.firstError) + u')';
-        refuse(left);
+        fail(left);
     });
     return delivery;
 }

@@ -49,7 +49,7 @@ QStringList namesOf(const QList<OptionKind>& kinds)
     return names;
 }
 
-[[noreturn]] void refuse(const QString& text, const QString& help)
+[[noreturn]] void fail(const QString& text, const QString& help)
 {
     throw UsageError(u"till: %1; see till %2"_s.arg(text, help));
 }
@@ -62,11 +62,11 @@ void parse(QCommandLineParser& parser, const QStringList& arguments, const QList
         return;
     const QStringList unknown = parser.unknownOptionNames();
     if (unknown.isEmpty())
-        refuse(parser.errorText().chopped(1), help);
+        fail(parser.errorText().chopped(1), help);
     const QString dashes = unknown.first().size() == 1 ? u"-"_s : u"--"_s;
     const QString typed = dashes + unknown.first();
     const QString hint = suggestion(typed, namesOf(kinds));
-    refuse(u"unknown option '%1'%2"_s.arg(typed, hint.contains(u"did you mean"_s) ? hint : QString()), help);
+    fail(u"unknown option '%1'%2"_s.arg(typed, hint.contains(u"did you mean"_s) ? hint : QString()), help);
 }
 
 QStringList firstWords(const Commands& commands)
@@ -83,26 +83,26 @@ QStringList firstWords(const Commands& commands)
 [[noreturn]] void refuseCommand(const Commands& commands, const QString& word)
 {
     const QString hint = suggestion(word, firstWords(commands));
-    refuse(u"unknown command '%1'%2"_s.arg(word, hint), u"--help"_s);
+    fail(u"unknown command '%1'%2"_s.arg(word, hint), u"--help"_s);
 }
 
 /// The command that the words begin with. Throws when they name none.
 const Command& commandOf(const Commands& commands, const QStringList& words)
 {
     if (words.isEmpty())
-        refuse(u"a command is missing: expected %1"_s.arg(firstWords(commands).join(u", "_s)), u"--help"_s);
+        fail(u"a command is missing: expected %1"_s.arg(firstWords(commands).join(u", "_s)), u"--help"_s);
     if (const Command* command = findCommand(commands, words.first()))
         return *command;
     const QStringList members = groupMembers(commands, words.first());
     if (members.isEmpty())
         refuseCommand(commands, words.first());
     if (words.size() < 2)
-        refuse(u"%1: what about it? expected %2"_s.arg(words.first(), members.join(u", "_s)),
-               u"help "_s + words.first());
+        fail(u"%1: what about it? expected %2"_s.arg(words.first(), members.join(u", "_s)),
+             u"help "_s + words.first());
     if (const Command* command = findCommand(commands, words[0] + u' ' + words[1]))
         return *command;
-    refuse(u"%1: unknown command '%2'%3"_s.arg(words[0], words[1], suggestion(words[1], members)),
-           u"help "_s + words.first());
+    fail(u"%1: unknown command '%2'%3"_s.arg(words[0], words[1], suggestion(words[1], members)),
+         u"help "_s + words.first());
 }
 
 QString helpFor(const Commands& commands, const QStringList& words)
@@ -121,7 +121,7 @@ QString checkedUrl(const QString& text)
     const QUrl url(text, QUrl::StrictMode);
     const bool http = url.scheme() == u"http"_s || url.scheme() == u"https"_s;
     if (!url.isValid() || !http || url.host().isEmpty())
-        refuse(u"--server-url: expected an address such as https://loyalty.example.com/"_s, u"--help"_s);
+        fail(u"--server-url: expected an address such as https://loyalty.example.com/"_s, u"--help"_s);
     return text;
 }
 
@@ -129,8 +129,7 @@ LogLevel checkedLevel(const QString& text)
 {
     const auto level = levelNamed(text);
     if (!level)
-        refuse(u"--log-level: expected debug, info, warning or error instead of '%1'"_s.arg(text),
-               u"--help"_s);
+        fail(u"--log-level: expected debug, info, warning or error instead of '%1'"_s.arg(text), u"--help"_s);
     return *level;
 }
 
@@ -152,7 +151,7 @@ Options readOptions(const QCommandLineParser& parser)
     options.configFile = said(parser, u"config"_s);
     options.dataDirectory = said(parser, u"data-dir"_s);
     if (parser.isSet(u"data-dir"_s) && options.dataDirectory.isEmpty())
-        refuse(u"--data-dir: expected a folder"_s, u"--help"_s);
+        fail(u"--data-dir: expected a folder"_s, u"--help"_s);
     const QString url = said(parser, u"server-url"_s);
     if (parser.isSet(u"server-url"_s) || !url.isEmpty())
         options.serverUrl = checkedUrl(url);
@@ -172,9 +171,9 @@ void checkArguments(const Command& command, const QStringList& arguments)
 {
     const QString help = u"help "_s + command.name;
     if (arguments.size() < command.fewest)
-        refuse(command.name + u": "_s + command.missing, help);
+        fail(command.name + u": "_s + command.missing, help);
     if (command.most >= 0 && arguments.size() > command.most)
-        refuse(u"%1: unexpected '%2'"_s.arg(command.name, arguments[command.most]), help);
+        fail(u"%1: unexpected '%2'"_s.arg(command.name, arguments[command.most]), help);
 }
 
 } // namespace

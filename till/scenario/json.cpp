@@ -1,6 +1,6 @@
 #include "till/scenario/json.h"
 
-#include "till/checkout/refusal.h"
+#include "till/checkout/failure.h"
 
 #include <limits>
 #include <rapidjson/error/en.h>
@@ -80,7 +80,7 @@ public:
     {
         const QString name = QString::fromUtf8(text, length);
         if (m_open.back().names.contains(name))
-            return refuse(u"\"%1\" is given twice"_s.arg(name));
+            return fail(u"\"%1\" is given twice"_s.arg(name));
         m_open.back().names.append(name);
         return true;
     }
@@ -103,7 +103,7 @@ private:
     bool open(JsonNode::Kind kind)
     {
         m_open.push_back(node(kind, {}));
-        return m_open.size() <= deepest || refuse(u"lists and objects are nested too deep"_s);
+        return m_open.size() <= deepest || fail(u"lists and objects are nested too deep"_s);
     }
 
     bool close()
@@ -113,7 +113,7 @@ private:
         return add(std::move(done));
     }
 
-    bool refuse(const QString& text)
+    bool fail(const QString& text)
     {
         m_problems.append({m_stream.line(), text});
         return false;

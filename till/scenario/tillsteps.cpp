@@ -1,4 +1,4 @@
-#include "till/checkout/refusal.h"
+#include "till/checkout/failure.h"
 #include "till/checkout/screen.h"
 #include "till/scenario/stepplays.h"
 
@@ -28,7 +28,7 @@ Outcome deliver(const Workplace& at, const QVariantMap& /*members*/)
 Outcome service(const Workplace& at, const QVariantMap& members)
 {
     if (!at.till.ownsService())
-        refuse(u"Служба лояльности не запущена этой кассой: остановить и запустить её нельзя"_s);
+        fail(u"Служба лояльности не запущена этой кассой: остановить и запустить её нельзя"_s);
     const bool up = members.value(u"up"_s).toBool();
     at.till.setServiceUp(up);
     return {.ok = true,

@@ -19,8 +19,8 @@ using namespace std::chrono_literals;
 
 namespace till::window {
 
-MainWindow::MainWindow(Desk& desk, Waiting& waiting, WindowFrontend& frontend)
-    : m_desk(desk)
+MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& frontend)
+    : m_model(model)
     , m_waiting(waiting)
     , m_frontend(frontend)
     , m_listener([this](const Event& event) { hear(event); })
@@ -28,9 +28,9 @@ MainWindow::MainWindow(Desk& desk, Waiting& waiting, WindowFrontend& frontend)
     , m_notice(label({}))
     , m_status(label({}, u"status"_s))
     , m_codes(button(u"Коды СМС"_s, u"F11"_s))
-    , m_positions(new PositionsPanel(desk, frontend))
-    , m_side(new SidePanel(desk))
-    , m_totals(new TotalsPanel(desk, {[this] { next(); }, [this] { abandon(); }, [this] { giveBack(); }}))
+    , m_positions(new PositionsPanel(model, frontend))
+    , m_side(new SidePanel(model))
+    , m_totals(new TotalsPanel(model, {[this] { next(); }, [this] { abandon(); }, [this] { giveBack(); }}))
 {
     setWindowTitle(u"Касса"_s);
     auto* desktop = new QWidget;
@@ -67,11 +67,11 @@ MainWindow::MainWindow(Desk& desk, Waiting& waiting, WindowFrontend& frontend)
             refresh();
     });
     m_clock.start();
-    connect(&desk, &Desk::changed, this, [this] { refresh(); });
-    connect(&desk, &Desk::noticed, this, [this] { showNotice(); });
+    connect(&model, &CheckoutModel::changed, this, [this] { refresh(); });
+    connect(&model, &CheckoutModel::noticed, this, [this] { showNotice(); });
     connect(&waiting, &Waiting::changed, this, [this] { showWaiting(); });
-    connect(&waiting, &Waiting::refused, this,
-            [this] { m_card->showRefusal(u"Нажатие не принято: подождите ответа"_s); });
+    connect(&waiting, &Waiting::pressIgnored, this,
+            [this] { m_card->showIgnored(u"Нажатие не принято: подождите ответа"_s); });
     hostObject<ActivityNotifier>().subscribe(&m_listener);
     refresh();
     showNotice();
@@ -88,12 +88,12 @@ QWidget* MainWindow::header()
     bar->setHidden(isCompact()); // the number of the receipt, and a page that also F11 opens
     layout->addWidget(m_title, 1);
     m_codes->setFocusPolicy(Qt::NoFocus);
-    m_codes->setVisible(m_desk.till().ownsService());
+    m_codes->setVisible(m_model.till().ownsService());
     layout->addWidget(m_codes);
     connect(m_codes, &QPushButton::clicked, this, [this] { openCodes(); });
     auto* key = new QShortcut(Qt::Key_F11, this);
     connect(key, &QShortcut::activated, this, [this] {
-        if (m_desk.till().ownsService())
+        if (m_model.till().ownsService())
             openCodes();
     });
     return bar;
@@ -103,7 +103,7 @@ QString MainWindow::waitingText() const { return m_card->text(); }
 
 void MainWindow::refresh()
 {
-    const auto receipt = m_desk.receipt();
+    const auto receipt = m_model.receipt();
     QString title = u"Касса свободна"_s;
     if (receipt && receipt->getDocumentType() == ReturnReceipt)
         title = u"Возврат по чеку "_s + receipt->getSaleDocumentId().toString();
@@ -114,7 +114,7 @@ void MainWindow::refresh()
     m_positions->refresh();
     m_side->refresh();
     m_totals->refresh();
-    const Status status = statusOf(m_desk);
+    const Status status = statusOf(m_model);
     m_status->setText(status.text);
     restyle(*m_status, "state",
             status.state == Status::State::Well      ? u"well"_s
@@ -125,8 +125,8 @@ void MainWindow::refresh()
 
 void MainWindow::showNotice()
 {
-    Notice notice = m_desk.notice();
-    if (m_desk.state() == State::SpendingUnknown)
+    Notice notice = m_model.notice();
+    if (m_model.state() == State::SpendingUnknown)
         notice = {Notice::Kind::Bad,
                   u"Ответ службы потерян: баллы могли списаться. F9 повторит то же списание, "
                   "F8 отменит чек и вернёт баллы"_s};
@@ -160,55 +160,55 @@ void MainWindow::hear(const Event& event)
 
 void MainWindow::next()
 {
-    switch (m_desk.state()) {
+    switch (m_model.state()) {
     case State::Idle:
-        m_desk.openSale();
+        m_model.openSale();
         m_side->showCustomer();
         break;
     case State::SpendingUnknown:
-        m_desk.spend(0);
+        m_model.spend(0);
         break;
     default:
-        m_desk.pay();
+        m_model.pay();
         break;
     }
 }
 
 void MainWindow::abandon()
 {
-    const bool isReturn = m_desk.isReturn();
-    const bool spent = m_desk.checkout().hasSpentPoints() || m_desk.state() == State::SpendingUnknown;
+    const bool isReturn = m_model.isReturn();
+    const bool spent = m_model.checkout().hasSpentPoints() || m_model.state() == State::SpendingUnknown;
     const QString text = spent ? u"Списанные баллы вернутся покупателю, чек будет забыт."_s
                                : u"Всё, что в нём набрано, будет забыто."_s;
     if (m_frontend.confirm(isReturn ? u"Не возвращать?"_s : u"Отменить чек?"_s, text,
                            isReturn ? u"Не возвращать"_s : u"Отменить чек"_s, u"Оставить"_s))
-        m_desk.abandon();
+        m_model.abandon();
 }
 
 void MainWindow::giveBack()
 {
-    ReturnDialog dialog(m_desk, this);
+    ReturnDialog dialog(m_model, this);
     if (dialog.exec() == QDialog::Accepted)
-        m_desk.openReturn(dialog.sale(), dialog.lines());
+        m_model.openReturn(dialog.sale(), dialog.lines());
 }
 
 void MainWindow::openCodes()
 {
-    const QString page = m_desk.till().serviceUrl() + u"stand/"_s;
+    const QString page = m_model.till().serviceUrl() + u"stand/"_s;
     if (QDesktopServices::openUrl(QUrl(page)))
-        m_desk.say(Notice::Kind::Plain, u"Страница с кодами открыта: "_s + page);
+        m_model.say(Notice::Kind::Plain, u"Страница с кодами открыта: "_s + page);
     else
-        m_desk.say(Notice::Kind::Warning, u"Откройте в браузере: "_s + page);
+        m_model.say(Notice::Kind::Warning, u"Откройте в браузере: "_s + page);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     if (m_waiting.underWay()) {
-        m_card->showRefusal(u"Закрыть нельзя: идёт обращение к службе"_s);
+        m_card->showIgnored(u"Закрыть нельзя: идёт обращение к службе"_s);
         event->ignore();
         return;
     }
-    const auto receipt = m_desk.receipt();
+    const auto receipt = m_model.receipt();
     const bool worthAWord = receipt && !receipt->getGoodsItems().isEmpty();
     const bool leave =
         !worthAWord || m_frontend.confirm(u"Закрыть кассу?"_s,

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/core/activitynotifier.h"
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 #include "till/window/frontend.h"
 #include "till/window/panels/positionspanel.h"
 #include "till/window/panels/sidepanel.h"
@@ -32,7 +32,7 @@ class MainWindow : public QMainWindow
 {
 public:
     /// All are the caller's and outlive the window.
-    MainWindow(Desk& desk, Waiting& waiting, WindowFrontend& frontend);
+    MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& frontend);
 
     /// What the card over the window says while a request runs; empty: it is not shown.
     [[nodiscard]] QString waitingText() const;
@@ -53,7 +53,7 @@ private:
     void giveBack();
     void openCodes();
 
-    Desk& m_desk;
+    CheckoutModel& m_model;
     Waiting& m_waiting;
     WindowFrontend& m_frontend;
     MessageListener m_listener;

@@ -16,14 +16,14 @@ namespace {
 constexpr int shownMessages = 50;
 constexpr int firstStatus = 100; // below lie RestClient's own codes
 
-QString balanceText(const Desk& desk)
+QString balanceText(const CheckoutModel& model)
 {
-    if (!desk.checkout().card())
+    if (!model.checkout().card())
         return u"Покупатель не указан"_s;
-    if (!desk.balanceTime().isValid())
-        return desk.checkout().hasSpentPoints() ? u"Баланс — до списания"_s
-                                                : u"Баланс прежний, не проверен"_s;
-    return u"Баланс на "_s + desk.balanceTime().toString(u"HH:mm"_s);
+    if (!model.balanceTime().isValid())
+        return model.checkout().hasSpentPoints() ? u"Баланс — до списания"_s
+                                                 : u"Баланс прежний, не проверен"_s;
+    return u"Баланс на "_s + model.balanceTime().toString(u"HH:mm"_s);
 }
 
 QString lineText(const ServiceWatch& watch)
@@ -84,19 +84,19 @@ QString answerText(int code, qint64 milliseconds)
 
 } // namespace
 
-Status statusOf(Desk& desk)
+Status statusOf(CheckoutModel& model)
 {
     using enum Status::State;
     Status status;
     try {
-        if (desk.state() == State::SpendingUnknown)
+        if (model.state() == State::SpendingUnknown)
             return {Bad, u"Исход списания неизвестен: повторите списание или отмените чек"_s};
-        const auto warnings = queueWarnings(desk.till().queue(), hostObject<Config>());
+        const auto warnings = queueWarnings(model.till().queue(), hostObject<Config>());
         if (!warnings.isEmpty())
             return {Bad, warnings.first().russian};
-        status.text = balanceText(desk) + u", "_s + lineText(desk.watch());
-        status.state = desk.watch().line() == ServiceWatch::Line::Down ? Warning : Well;
-        const int waiting = desk.till().queue().waitingCount();
+        status.text = balanceText(model) + u", "_s + lineText(model.watch());
+        status.state = model.watch().line() == ServiceWatch::Line::Down ? Warning : Well;
+        const int waiting = model.till().queue().waitingCount();
         if (waiting > 0)
             status.text += u", ждут отправки: %1"_s.arg(waiting);
     } catch (const BasicException& failure) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 
 #include <QString>
 
@@ -16,7 +16,7 @@ struct Status
 };
 
 /// What works at this moment, in plain words; what needs a person comes first.
-Status statusOf(Desk& desk);
+Status statusOf(CheckoutModel& model);
 
 /// What happened to the receipt, a line for each entry, in Russian.
 QStringList timelineOf(const QString& receipt);

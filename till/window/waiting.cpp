@@ -80,12 +80,12 @@ bool Waiting::eventFilter(QObject* watched, QEvent* event)
     switch (event->type()) {
     case QEvent::KeyPress:
         if (!isModifier(*static_cast<QKeyEvent*>(event)))
-            Q_EMIT refused();
+            Q_EMIT pressIgnored();
         return true;
     case QEvent::MouseButtonPress:
     case QEvent::TouchBegin:
     case QEvent::Shortcut:
-        Q_EMIT refused();
+        Q_EMIT pressIgnored();
         return true;
     case QEvent::KeyRelease:
     case QEvent::ShortcutOverride:

@@ -55,7 +55,7 @@ Q_SIGNALS:
     /// active() is another.
     void changed();
     /// A press was not taken.
-    void refused();
+    void pressIgnored();
 
 private:
     void work();

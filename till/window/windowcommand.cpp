@@ -4,8 +4,8 @@
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
 #include "till/setup/settings.h"
+#include "till/window/checkoutmodel.h"
 #include "till/window/commands.h"
-#include "till/window/desk.h"
 #include "till/window/mainwindow.h"
 #include "till/window/quietstop.h"
 #include "till/window/style.h"
@@ -82,13 +82,13 @@ int run(const Invocation& invocation)
                                               .random = {},
                                               .attempted = {}},
                                  .changed = {}});
-    window::Desk desk(till, waiting, watch);
-    window::MainWindow view(desk, waiting, frontend);
+    window::CheckoutModel model(till, waiting, watch);
+    window::MainWindow view(model, waiting, frontend);
     frontend.setParent(&view);
     view.resize(1024, 768);
     view.show();
     if (!till.checkout().receipt())
-        desk.openSale(invocation.has(u"demo"_s) ? demonstration() : QList<Line>());
+        model.openSale(invocation.has(u"demo"_s) ? demonstration() : QList<Line>());
     return QApplication::exec();
 }
 

@@ -198,7 +198,7 @@ TEST_P(CheckoutState, AllowsEachActionOrSaysWhyNot)
     const Fate fate = fates().at(state).at(static_cast<int>(action));
     ASSERT_NO_FATAL_FAILURE(bringTo(state));
     const QStringList before = contentOf(checkout());
-    EXPECT_EQ(checkout().refusalOf(action), fate.refusal);
+    EXPECT_EQ(checkout().obstacleTo(action), fate.refusal);
 
     const till::Result result = attempt(action);
 

@@ -57,8 +57,8 @@ Cashier::Cashier(const Setup& setup)
     m_frontend = std::make_unique<till::window::WindowFrontend>(*m_waiting);
     const till::Parts parts{QStringLiteral(PLUGIN_FILE), QStringLiteral(STAND_PROGRAM), m_directory};
     m_till = std::make_unique<till::Till>(parts, config, *m_frontend);
-    m_desk = std::make_unique<till::window::Desk>(*m_till, *m_waiting, *m_watch);
-    m_window = std::make_unique<till::window::MainWindow>(*m_desk, *m_waiting, *m_frontend);
+    m_model = std::make_unique<till::window::CheckoutModel>(*m_till, *m_waiting, *m_watch);
+    m_window = std::make_unique<till::window::MainWindow>(*m_model, *m_waiting, *m_frontend);
     m_frontend->setParent(m_window.get());
     m_window->resize(1024, 768);
     m_window->show();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 #include "till/window/mainwindow.h"
 
 #include <QDialog>
@@ -54,7 +54,7 @@ public:
 
     [[nodiscard]] till::Till& till() { return *m_till; }
     [[nodiscard]] till::Checkout& checkout() { return m_till->checkout(); }
-    [[nodiscard]] till::window::Desk& desk() { return *m_desk; }
+    [[nodiscard]] till::window::CheckoutModel& model() { return *m_model; }
     [[nodiscard]] till::window::WindowFrontend& frontend() { return *m_frontend; }
     [[nodiscard]] till::window::MainWindow& window() { return *m_window; }
     [[nodiscard]] PaintProbe& probe() { return *m_probe; }
@@ -94,7 +94,7 @@ private:
     std::unique_ptr<till::window::ServiceWatch> m_watch;
     std::unique_ptr<till::window::WindowFrontend> m_frontend;
     std::unique_ptr<till::Till> m_till;
-    std::unique_ptr<till::window::Desk> m_desk;
+    std::unique_ptr<till::window::CheckoutModel> m_model;
     std::unique_ptr<till::window::MainWindow> m_window;
     PaintProbe* m_probe = nullptr;
     int m_dialogs = 0;

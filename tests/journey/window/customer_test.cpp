@@ -136,7 +136,7 @@ TEST(WindowCustomer, AnEmptyEntryIsRefusedWithoutARequest)
 TEST(WindowText, OfGoodsHasNothingThatAScreenMustNotGet)
 {
     Cashier cashier;
-    cashier.desk().openSale({{.articul = hostileText(), .name = hostileText(), .price = 10, .quantity = 1}});
+    cashier.model().openSale({{.articul = hostileText(), .name = hostileText(), .price = 10, .quantity = 1}});
     EXPECT_EQ(cashier.screen().count(hostileTextAsShown()), 2) << "name and article";
     EXPECT_EQ(unprintableIn(cashier.screen().toUtf8()), "");
 }

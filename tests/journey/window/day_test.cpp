@@ -65,7 +65,7 @@ TEST(WindowDay, LosesNoInputAndNoReceiptWhileTheServiceComesAndGoes)
     }
     EXPECT_EQ(cashier.dialogs(), questions);
     EXPECT_EQ(cashier.till().turnover().closed.size() + questions, receipts);
-    cashier.desk().deliver();
+    cashier.model().deliver();
     EXPECT_EQ(cashier.till().queue().waitingCount(), 0) << cashier.notice().toStdString();
     RecordProperty("longest_without_painting_ms", static_cast<int>(longest));
     std::cout << "longest time without painting: " << longest << " ms over " << receipts << " receipts, "

@@ -74,7 +74,7 @@ TEST(WindowGoods, AQuantityBelowAThousandthOrBetweenTwoIsRefused)
         EXPECT_EQ(cashier.notice().toStdString(), "Количество — от 0,001 до 9999, не мельче тысячных");
         EXPECT_EQ(cashier.checkout().receipt()->getGoodsItems()[1]->getBquant(), 1) << typed.toStdString();
     }
-    cashier.desk().setQuantity(2, 0.001);
+    cashier.model().setQuantity(2, 0.001);
     EXPECT_EQ(cashier.checkout().receipt()->getGoodsItems()[1]->getBquant(), 0.001);
 }
 

@@ -52,12 +52,12 @@ TEST(WindowKill, WithTheOutcomeUnknownComesBackToTheTwoWaysOut)
     ASSERT_TRUE(shell.waitForFinished(patienceMs));
 
     Cashier cashier({.serverUrl = url, .dataDirectory = data});
-    ASSERT_EQ(cashier.desk().state(), till::State::SpendingUnknown);
+    ASSERT_EQ(cashier.model().state(), till::State::SpendingUnknown);
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("баллы могли списаться"));
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Исход списания неизвестен"));
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Списание 100,00: исход неизвестен"));
     cashier.press(Qt::Key_F9);
-    EXPECT_EQ(cashier.desk().spentPoints(), 100) << cashier.notice().toStdString();
+    EXPECT_EQ(cashier.model().spentPoints(), 100) << cashier.notice().toStdString();
     cashier.press(Qt::Key_F9);
     EXPECT_FALSE(cashier.checkout().receipt()) << cashier.notice().toStdString();
 }

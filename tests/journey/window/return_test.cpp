@@ -81,7 +81,7 @@ TEST(WindowReturn, SaysWhatItDoesToThePointsBeforeAndIsPaid)
     });
     cashier.press(Qt::Key_F10);
     ASSERT_TRUE(cashier.checkout().receipt()) << cashier.notice().toStdString();
-    EXPECT_EQ(cashier.desk().state(), till::State::Return);
+    EXPECT_EQ(cashier.model().state(), till::State::Return);
     cashier.press(Qt::Key_F9);
     EXPECT_FALSE(cashier.checkout().receipt()) << cashier.notice().toStdString();
     EXPECT_EQ(cashier.notice(), u"Возврат закрыт"_s);
@@ -115,7 +115,7 @@ TEST(WindowReturn, OfAWeightTakesAllOfTheRestThoughUnitsWereTakenBefore)
 {
     Cashier cashier;
     cashier.sell();
-    cashier.desk().setQuantity(1, 2.352);
+    cashier.model().setQuantity(1, 2.352);
     cashier.press(Qt::Key_F9);
     for (const QString& take : {u"Больше"_s, u"Вернуть всё"_s}) {
         cashier.atDialog([&](QDialog&) {

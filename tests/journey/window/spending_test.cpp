@@ -31,7 +31,7 @@ void spendWithCode(Cashier& cashier, const std::function<void(QDialog&)>& act)
     spend(cashier, u"100"_s);
 }
 
-double spent(Cashier& cashier) { return cashier.desk().spentPoints(); }
+double spent(Cashier& cashier) { return cashier.model().spentPoints(); }
 
 } // namespace
 
@@ -76,7 +76,7 @@ TEST(WindowSpending, WithSharesThatAreNotThisReceiptsIsAskedForAgainBeforeItCanB
     cashier.spoilTheNext(u"force-payment-c2b"_s,
                          R"("fault":"type","field":"data.newRecipientDetails.0.position","as":"list")");
     spend(cashier, u"100"_s);
-    EXPECT_EQ(cashier.desk().state(), till::State::SpendingUnknown);
+    EXPECT_EQ(cashier.model().state(), till::State::SpendingUnknown);
     EXPECT_THAT(cashier.notice().toStdString(),
                 HasSubstr("баллы могли списаться. F9 повторит то же списание"));
     EXPECT_EQ(spent(cashier), 0);

@@ -3,7 +3,6 @@
 #include "tests/stand/shop.h"
 #include "tests/stand/soak/sizes.h"
 #include "tests/stand/standfixture.h"
-#include "till/checkout/refusal.h"
 
 #include <latch>
 #include <thread>

@@ -65,9 +65,9 @@ QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& give
         money(giveBack.getSum()), money(restored), screen::amount(withdrawn));
 }
 
-ReturnDialog::ReturnDialog(Desk& desk, QWidget* parent)
+ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     : QDialog(parent)
-    , m_desk(desk)
+    , m_model(model)
     , m_list(new QListWidget)
     , m_table(new QTableWidget(0, Columns))
     , m_preview(label({}))
@@ -232,7 +232,7 @@ void ReturnDialog::preview()
     if (!chosen || wanted.isEmpty())
         return m_preview->setText(chosen ? u"Отметьте, что возвращает покупатель"_s
                                          : u"Возвращать нечего: ни один чек ещё не оплачен"_s);
-    const Draft draft = m_desk.checkout().returnOf(sale() + u"-B"_s, sale(), wanted);
+    const Draft draft = m_model.checkout().returnOf(sale() + u"-B"_s, sale(), wanted);
     m_preview->setText(draft.ok ? pointsPreview(*chosen, *draft.receipt) : draft.error);
     m_open->setEnabled(draft.ok);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/storage/documents.h"
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 #include "till/window/widgets.h"
 
 #include <QDialog>
@@ -15,7 +15,7 @@ namespace till::window {
 class ReturnDialog : public QDialog
 {
 public:
-    ReturnDialog(Desk& desk, QWidget* parent);
+    ReturnDialog(CheckoutModel& model, QWidget* parent);
 
     [[nodiscard]] QString sale() const;
     [[nodiscard]] QList<ReturnLine> lines() const;
@@ -27,7 +27,7 @@ private:
     void takeAll();
     void preview();
 
-    Desk& m_desk;
+    CheckoutModel& m_model;
     QList<ClosedSale> m_sales;
     QListWidget* m_list;
     QTableWidget* m_table;

@@ -39,8 +39,8 @@ void take(QWidget* owner, Qt::Key key, QLineEdit* field)
 
 } // namespace
 
-CustomerPanel::CustomerPanel(Desk& desk)
-    : m_desk(desk)
+CustomerPanel::CustomerPanel(CheckoutModel& model)
+    : m_model(model)
     , m_entry(new QLineEdit)
     , m_hint(label({}, u"small"_s))
     , m_name(label({}, u"name"_s))
@@ -80,18 +80,18 @@ QWidget* CustomerPanel::search()
     auto* row = new QHBoxLayout;
     row->setSpacing(6);
     row->addWidget(m_entry, 1);
-    const auto add = [&](const QString& text, Desk::Means means) {
+    const auto add = [&](const QString& text, CheckoutModel::Means means) {
         auto* made = button(text, {}, u"small"_s);
         connect(made, &QPushButton::clicked, this, [this, means] { find(means); });
         row->addWidget(made);
         m_finders.append(made);
     };
-    add(u"Карта"_s, Desk::Means::Card);
-    add(u"Тел."_s, Desk::Means::Phone);
+    add(u"Карта"_s, CheckoutModel::Means::Card);
+    add(u"Тел."_s, CheckoutModel::Means::Phone);
     layout->addLayout(row);
     layout->addWidget(m_hint);
     m_hint->setHidden(isCompact());
-    connect(m_entry, &QLineEdit::returnPressed, this, [this] { find(Desk::Means::Guess); });
+    connect(m_entry, &QLineEdit::returnPressed, this, [this] { find(CheckoutModel::Means::Guess); });
     connect(m_entry, &QLineEdit::textChanged, this, [this] { showHint(); });
     return area;
 }
@@ -112,9 +112,9 @@ QWidget* CustomerPanel::customer()
     row->addWidget(m_again);
     m_again->setAccessibleName(u"Обновить баланс"_s);
     connect(m_again, &QPushButton::clicked, this, [this] {
-        m_desk.refresh();
-        if (m_desk.state() == State::Sale)
-            m_desk.askLimit();
+        m_model.refresh();
+        if (m_model.state() == State::Sale)
+            m_model.askLimit();
     });
     layout->addLayout(row);
     return area;
@@ -146,9 +146,9 @@ QWidget* CustomerPanel::points()
     return area;
 }
 
-void CustomerPanel::find(Desk::Means means)
+void CustomerPanel::find(CheckoutModel::Means means)
 {
-    if (m_desk.identify(m_entry->text(), means)) {
+    if (m_model.identify(m_entry->text(), means)) {
         m_entry->clear();
         m_points->setFocus();
     } else {
@@ -160,7 +160,7 @@ void CustomerPanel::find(Desk::Means means)
 void CustomerPanel::spend()
 {
     const QString typed = m_points->text();
-    if (m_desk.spend(typed.isEmpty() ? 0 : typedNumber(typed)))
+    if (m_model.spend(typed.isEmpty() ? 0 : typedNumber(typed)))
         m_points->clear();
     else
         m_points->selectAll();
@@ -168,8 +168,8 @@ void CustomerPanel::spend()
 
 void CustomerPanel::refresh()
 {
-    const bool changeable = m_desk.can(Action::Identify) || m_desk.state() == State::Idle;
-    const QString receipt = m_desk.receipt() ? m_desk.receipt()->getIdentifier() : QString();
+    const bool changeable = m_model.can(Action::Identify) || m_model.state() == State::Idle;
+    const QString receipt = m_model.receipt() ? m_model.receipt()->getIdentifier() : QString();
     if (receipt != std::exchange(m_shownReceipt, receipt)) {
         m_entry->clear();
         m_points->clear();
@@ -188,14 +188,15 @@ void CustomerPanel::showHint()
     if (text.isEmpty())
         m_hint->setText(u"Номер карты или телефон, затем Enter"_s);
     else
-        m_hint->setText(Desk::meansOf(text) == Desk::Means::Phone ? u"Enter: поиск по телефону"_s
-                                                                  : u"Enter: поиск по карте"_s);
+        m_hint->setText(CheckoutModel::meansOf(text) == CheckoutModel::Means::Phone
+                            ? u"Enter: поиск по телефону"_s
+                            : u"Enter: поиск по карте"_s);
 }
 
 void CustomerPanel::showCustomer()
 {
-    const auto card = m_desk.checkout().card();
-    m_again->setEnabled(card && !m_desk.isReturn() && m_desk.state() != State::SpendingUnknown);
+    const auto card = m_model.checkout().card();
+    m_again->setEnabled(card && !m_model.isReturn() && m_model.state() != State::SpendingUnknown);
     if (!card) {
         m_name->setText(u"Покупатель не указан"_s);
         m_card->setText(u"Чек можно оплатить и без карты"_s);
@@ -206,33 +207,33 @@ void CustomerPanel::showCustomer()
     m_name->setText(client && !client->getName().isEmpty() ? client->getName() : u"Имя не указано"_s);
     m_card->setText(u"Карта "_s + utils::maskWhole(card->getNumber().toString()) + statusOf(*card));
     const QVariant balance = card->getBonusBalance();
-    const QString caption = m_desk.balanceTime().isValid() ? u"Баланс: "_s : u"Было: "_s;
+    const QString caption = m_model.balanceTime().isValid() ? u"Баланс: "_s : u"Было: "_s;
     m_balance->setText(balance.isValid() ? caption + screen::amount(balance.toDouble()) : u"Баланс: —"_s);
 }
 
 void CustomerPanel::showPoints()
 {
-    const auto card = m_desk.checkout().card();
-    const auto limit = m_desk.limit();
-    const bool spent = m_desk.checkout().hasSpentPoints();
-    const bool allowed = m_desk.can(Action::Spend) && m_desk.state() != State::SpendingUnknown && card &&
-                         !m_desk.receipt()->getGoodsItems().isEmpty() && (!limit || limit->points > 0);
+    const auto card = m_model.checkout().card();
+    const auto limit = m_model.limit();
+    const bool spent = m_model.checkout().hasSpentPoints();
+    const bool allowed = m_model.can(Action::Spend) && m_model.state() != State::SpendingUnknown && card &&
+                         !m_model.receipt()->getGoodsItems().isEmpty() && (!limit || limit->points > 0);
     m_points->setEnabled(allowed);
     m_spend->setEnabled(allowed);
-    const auto unknown = m_desk.checkout().unknownSpending();
+    const auto unknown = m_model.checkout().unknownSpending();
     if (unknown) {
         m_points->clear();
         m_limit->setText(u"Списание %1: исход неизвестен"_s.arg(screen::amount(unknown->points)));
         m_reason->setText(u"Запрос ушёл в "_s + unknown->since.toString(u"HH:mm:ss"_s));
     } else if (spent) {
-        m_limit->setText(u"Скидка баллами: "_s + money(m_desk.spentPoints()));
+        m_limit->setText(u"Скидка баллами: "_s + money(m_model.spentPoints()));
         m_reason->setText(u"Баллы списаны: чек не меняется"_s);
     } else if (!card) {
         m_limit->setText(u"Списание баллов"_s);
         m_reason->setText(u"Сначала найдите покупателя"_s);
     } else if (!limit) {
         m_limit->setText(u"Можно списать: ещё не известно"_s);
-        m_reason->setText(m_desk.receipt()->getGoodsItems().isEmpty()
+        m_reason->setText(m_model.receipt()->getGoodsItems().isEmpty()
                               ? u"Сначала добавьте товары"_s
                               : u"Предел узнаем у службы при списании"_s);
     } else {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 #include "till/window/widgets.h"
 
 #include <QLineEdit>
@@ -12,8 +12,8 @@ namespace till::window {
 class CustomerPanel : public QWidget
 {
 public:
-    /// The desk is the caller's and outlives the panel.
-    explicit CustomerPanel(Desk& desk);
+    /// The model is the caller's and outlives the panel.
+    explicit CustomerPanel(CheckoutModel& model);
 
     void refresh();
 
@@ -24,10 +24,10 @@ private:
     void showHint();
     void showCustomer();
     void showPoints();
-    void find(Desk::Means means);
+    void find(CheckoutModel::Means means);
     void spend();
 
-    Desk& m_desk;
+    CheckoutModel& m_model;
     QLineEdit* m_entry;
     Label* m_hint;
     QList<QPushButton*> m_finders;

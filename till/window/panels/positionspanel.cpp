@@ -14,8 +14,8 @@ using namespace Qt::StringLiterals;
 
 namespace till::window {
 
-PositionsPanel::PositionsPanel(Desk& desk, WindowFrontend& frontend)
-    : m_desk(desk)
+PositionsPanel::PositionsPanel(CheckoutModel& model, WindowFrontend& frontend)
+    : m_model(model)
     , m_frontend(frontend)
     , m_pages(new QStackedWidget)
     , m_table(new PositionsTable)
@@ -79,7 +79,7 @@ QWidget* PositionsPanel::goodsGrid()
         auto* key = button(goods.name + u'\n' + screen::amount(goods.price), {}, u"goods"_s);
         key->setAccessibleName(u"%1, %2"_s.arg(goods.name, money(goods.price)));
         key->setFocusPolicy(Qt::NoFocus); // for fingers; the keyboard has the article
-        connect(key, &QPushButton::clicked, this, [this, &goods] { m_desk.addGoods(goods); });
+        connect(key, &QPushButton::clicked, this, [this, &goods] { m_model.addGoods(goods); });
         m_entries.append(key);
         key->setHidden(isCompact() && place >= columns);
         grid->addWidget(key, place / columns, place % columns);
@@ -110,8 +110,8 @@ QWidget* PositionsPanel::changesRow()
 
 void PositionsPanel::refresh()
 {
-    const auto receipt = m_desk.receipt();
-    const bool changeable = m_desk.can(Action::SetLines);
+    const auto receipt = m_model.receipt();
+    const bool changeable = m_model.can(Action::SetLines);
     if (receipt)
         m_table->fill(*receipt);
     else
@@ -127,7 +127,7 @@ void PositionsPanel::refresh()
 void PositionsPanel::fillFinished()
 {
     m_table->setRowCount(0);
-    const QStringList& lines = m_desk.finished();
+    const QStringList& lines = m_model.finished();
     if (lines.isEmpty()) {
         m_headline->setText(u"Чека нет"_s);
         m_details->setText(u"Откройте новый чек или добавьте товар"_s);
@@ -146,15 +146,15 @@ void PositionsPanel::fillFinished()
 void PositionsPanel::enterArticle()
 {
     if (m_article->text().trimmed().isEmpty())
-        return m_desk.say(Notice::Kind::Plain, u"Введите артикул товара"_s);
-    if (m_desk.addArticle(m_article->text()))
+        return m_model.say(Notice::Kind::Plain, u"Введите артикул товара"_s);
+    if (m_model.addArticle(m_article->text()))
         m_article->clear();
     else
         m_article->selectAll();
 }
 
 void PositionsPanel::askFor(const tr::Tr& title, const tr::Tr& message, const QString& formName,
-                            void (Desk::*set)(int posnum, double value))
+                            void (CheckoutModel::*set)(int posnum, double value))
 {
     TextInputRequest request(title, message);
     request.inputKind = TextInputRequest::Digits;
@@ -163,21 +163,22 @@ void PositionsPanel::askFor(const tr::Tr& title, const tr::Tr& message, const QS
     const int posnum = m_table->selected();
     const auto answer = m_frontend.inputText(request);
     if (!answer.canceled())
-        (m_desk.*set)(posnum, typedNumber(answer.getData()));
+        (m_model.*set)(posnum, typedNumber(answer.getData()));
 }
 
 void PositionsPanel::askQuantity()
 {
     askFor(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s),
-           tr::Tr(u"tillQuantity"_s, u"Сколько единиц товара"_s), u"quantity"_s, &Desk::setQuantity);
+           tr::Tr(u"tillQuantity"_s, u"Сколько единиц товара"_s), u"quantity"_s, &CheckoutModel::setQuantity);
 }
 
 void PositionsPanel::askDiscount()
 {
     askFor(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s),
-           tr::Tr(u"tillDiscount"_s, u"Сколько рублей снять с позиции"_s), u"discount"_s, &Desk::setDiscount);
+           tr::Tr(u"tillDiscount"_s, u"Сколько рублей снять с позиции"_s), u"discount"_s,
+           &CheckoutModel::setDiscount);
 }
 
-void PositionsPanel::removeSelected() { m_desk.remove(m_table->selected()); }
+void PositionsPanel::removeSelected() { m_model.remove(m_table->selected()); }
 
 } // namespace till::window

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 #include "till/window/frontend.h"
 #include "till/window/panels/positionstable.h"
 #include "till/window/widgets.h"
@@ -16,7 +16,7 @@ class PositionsPanel : public QWidget
 {
 public:
     /// Both are the caller's and outlive the panel.
-    PositionsPanel(Desk& desk, WindowFrontend& frontend);
+    PositionsPanel(CheckoutModel& model, WindowFrontend& frontend);
 
     void refresh();
 
@@ -28,12 +28,12 @@ private:
     void enterArticle();
     /// Asks for a number and sets it on the selected position.
     void askFor(const tr::Tr& title, const tr::Tr& message, const QString& formName,
-                void (Desk::*set)(int posnum, double value));
+                void (CheckoutModel::*set)(int posnum, double value));
     void askQuantity();
     void askDiscount();
     void removeSelected();
 
-    Desk& m_desk;
+    CheckoutModel& m_model;
     WindowFrontend& m_frontend;
     QStackedWidget* m_pages;
     PositionsTable* m_table;

@@ -35,9 +35,9 @@ void fill(QListWidget& list, const QStringList& texts, const QString& none)
 
 } // namespace
 
-SidePanel::SidePanel(Desk& desk)
-    : m_desk(desk)
-    , m_customer(new CustomerPanel(desk))
+SidePanel::SidePanel(CheckoutModel& model)
+    : m_model(model)
+    , m_customer(new CustomerPanel(model))
     , m_queue(lines(u"Очередь отправки"_s))
     , m_send(button(u"Отправить сейчас"_s))
     , m_timeline(lines(u"Ход чека"_s))
@@ -78,7 +78,7 @@ QWidget* SidePanel::queuePage()
     layout->setSpacing(8);
     layout->addWidget(m_queue, 1);
     layout->addWidget(m_send);
-    connect(m_send, &QPushButton::clicked, this, [this] { m_desk.deliver(); });
+    connect(m_send, &QPushButton::clicked, this, [this] { m_model.deliver(); });
     return page;
 }
 
@@ -91,15 +91,15 @@ void SidePanel::show(int page)
 
 void SidePanel::refresh()
 {
-    if (m_desk.receipt())
-        m_lastReceipt = m_desk.receipt()->getIdentifier();
+    if (m_model.receipt())
+        m_lastReceipt = m_model.receipt()->getIdentifier();
     m_customer->refresh();
     try {
-        const int waiting = m_desk.till().queue().waitingCount() + m_desk.till().queue().parkedCount();
+        const int waiting = m_model.till().queue().waitingCount() + m_model.till().queue().parkedCount();
         m_tabs[1]->setText(waiting == 0 ? u"Очередь"_s : u"Очередь: %1"_s.arg(waiting));
         m_send->setEnabled(waiting > 0);
         if (m_pages->currentIndex() == 1)
-            fill(*m_queue, queueLines(m_desk.till().queue()), u"Всё отправлено"_s);
+            fill(*m_queue, queueLines(m_model.till().queue()), u"Всё отправлено"_s);
     } catch (const BasicException& failure) {
         fill(*m_queue, {failure.tr().ru()}, {});
     }

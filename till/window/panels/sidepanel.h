@@ -1,6 +1,6 @@
 #pragma once
 
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 #include "till/window/panels/customerpanel.h"
 
 #include <QListWidget>
@@ -12,7 +12,7 @@ namespace till::window {
 class SidePanel : public QWidget
 {
 public:
-    explicit SidePanel(Desk& desk);
+    explicit SidePanel(CheckoutModel& model);
 
     void refresh();
     void showCustomer() { show(0); }
@@ -21,7 +21,7 @@ private:
     QWidget* queuePage();
     void show(int page);
 
-    Desk& m_desk;
+    CheckoutModel& m_model;
     CustomerPanel* m_customer;
     QListWidget* m_queue;
     QPushButton* m_send;

@@ -13,13 +13,13 @@ namespace till::window {
 
 namespace {
 
-QString nextText(const Desk& desk)
+QString nextText(const CheckoutModel& model)
 {
-    if (desk.state() == State::Idle)
+    if (model.state() == State::Idle)
         return u"Новый чек"_s;
-    if (desk.state() == State::SpendingUnknown)
+    if (model.state() == State::SpendingUnknown)
         return u"Повторить списание"_s;
-    return desk.isReturn() ? u"Вернуть деньги"_s : u"Оплатить"_s;
+    return model.isReturn() ? u"Вернуть деньги"_s : u"Оплатить"_s;
 }
 
 } // namespace
@@ -34,8 +34,8 @@ Label* TotalsPanel::addRow(QGridLayout& grid, int row, const QString& text)
     return value;
 }
 
-TotalsPanel::TotalsPanel(Desk& desk, const Actions& actions)
-    : m_desk(desk)
+TotalsPanel::TotalsPanel(CheckoutModel& model, const Actions& actions)
+    : m_model(model)
     , m_totalName(label(u"К оплате"_s, u"name"_s))
     , m_total(label({}, u"total"_s))
     , m_next(button({}, {}, u"primary"_s))
@@ -81,8 +81,8 @@ void TotalsPanel::refresh()
 
 void TotalsPanel::showSums()
 {
-    const auto receipt = m_desk.receipt();
-    const double bonus = m_desk.spentPoints();
+    const auto receipt = m_model.receipt();
+    const double bonus = m_model.spentPoints();
     const double sum = receipt ? receipt->getSum() : 0;
     const double discount = receipt ? receipt->getDiscountSum() - bonus : 0;
     const auto minus = [](double value) { return value > 0.004 ? u"−"_s + money(value) : money(0); };
@@ -90,20 +90,20 @@ void TotalsPanel::showSums()
     m_discount->setText(minus(discount));
     m_points->setText(minus(bonus));
     m_total->setText(money(sum));
-    const bool isReturn = m_desk.isReturn();
+    const bool isReturn = m_model.isReturn();
     m_totalName->setText(isReturn ? u"К возврату"_s : u"К оплате"_s);
     m_total->setAccessibleName(m_totalName->text());
 }
 
 void TotalsPanel::showActions()
 {
-    const auto receipt = m_desk.receipt();
+    const auto receipt = m_model.receipt();
     const bool hasGoods = receipt && !receipt->getGoodsItems().isEmpty();
-    setText(*m_next, nextText(m_desk), u"F9"_s);
-    m_next->setEnabled(!receipt || (hasGoods && m_desk.state() != State::Abandoned));
-    setText(*m_abandon, m_desk.isReturn() ? u"Не возвращать"_s : u"Отменить чек"_s, u"F8"_s);
-    m_abandon->setEnabled(m_desk.can(Action::RollBack));
-    m_return->setEnabled(!receipt || (m_desk.state() == State::Sale && !hasGoods));
+    setText(*m_next, nextText(m_model), u"F9"_s);
+    m_next->setEnabled(!receipt || (hasGoods && m_model.state() != State::Abandoned));
+    setText(*m_abandon, m_model.isReturn() ? u"Не возвращать"_s : u"Отменить чек"_s, u"F8"_s);
+    m_abandon->setEnabled(m_model.can(Action::RollBack));
+    m_return->setEnabled(!receipt || (m_model.state() == State::Sale && !hasGoods));
 }
 
 } // namespace till::window

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 #include "till/window/widgets.h"
 
 #include <QGridLayout>
@@ -21,8 +21,8 @@ public:
         std::function<void()> giveBack;
     };
 
-    /// The desk is the caller's and outlives the panel.
-    TotalsPanel(Desk& desk, const Actions& actions);
+    /// The model is the caller's and outlives the panel.
+    TotalsPanel(CheckoutModel& model, const Actions& actions);
 
     void refresh();
 
@@ -31,7 +31,7 @@ private:
     void showSums();
     void showActions();
 
-    Desk& m_desk;
+    CheckoutModel& m_model;
     Label* m_whole;
     Label* m_discount;
     Label* m_points;

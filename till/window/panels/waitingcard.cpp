@@ -56,7 +56,7 @@ void WaitingCard::showMessage(const QString& text)
     show();
 }
 
-void WaitingCard::showRefusal(const QString& text)
+void WaitingCard::showIgnored(const QString& text)
 {
     m_hint->setText(text);
     show();

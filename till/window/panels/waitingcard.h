@@ -20,7 +20,7 @@ public:
     /// The message that the plug-in wants to be seen meanwhile.
     void showMessage(const QString& text);
     /// Why what the cashier did was not taken.
-    void showRefusal(const QString& text);
+    void showIgnored(const QString& text);
     /// Keeps the card in the middle of the parent.
     void place();
     /// What the card says; empty: it is not shown.

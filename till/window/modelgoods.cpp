@@ -1,4 +1,4 @@
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 
 #include "host/utils/money.h"
 #include "host/utils/quantity.h"
@@ -8,7 +8,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// The goods' side of the desk.
+/// The goods' side of the model.
 namespace till::window {
 
 namespace {
@@ -17,7 +17,7 @@ double costOf(const Line& line) { return utils::roundToHundredths(line.price * l
 
 } // namespace
 
-void Desk::replaceLines(const QList<Line>& lines)
+void CheckoutModel::replaceLines(const QList<Line>& lines)
 {
     if (!done([&] { return checkout().setLines(lines); }))
         return;
@@ -26,7 +26,7 @@ void Desk::replaceLines(const QList<Line>& lines)
     Q_EMIT changed();
 }
 
-void Desk::changeLine(int posnum, const std::function<QString(Line&)>& change)
+void CheckoutModel::changeLine(int posnum, const std::function<QString(Line&)>& change)
 {
     QList<Line> lines = linesOf(*receipt());
     if (posnum < 1 || posnum > lines.size())
@@ -37,7 +37,7 @@ void Desk::changeLine(int posnum, const std::function<QString(Line&)>& change)
     replaceLines(lines);
 }
 
-void Desk::addGoods(const Goods& goods)
+void CheckoutModel::addGoods(const Goods& goods)
 {
     if (state() == State::Idle)
         openSale();
@@ -53,7 +53,7 @@ void Desk::addGoods(const Goods& goods)
     replaceLines(lines);
 }
 
-bool Desk::addArticle(const QString& articul)
+bool CheckoutModel::addArticle(const QString& articul)
 {
     const Goods* goods = findGoods(articul.trimmed());
     if (!goods) {
@@ -65,7 +65,7 @@ bool Desk::addArticle(const QString& articul)
     return true;
 }
 
-void Desk::setQuantity(int posnum, double quantity)
+void CheckoutModel::setQuantity(int posnum, double quantity)
 {
     constexpr double most = 9999; // what is more was meant for another field
     changeLine(posnum, [quantity](Line& line) {
@@ -76,7 +76,7 @@ void Desk::setQuantity(int posnum, double quantity)
     });
 }
 
-void Desk::setDiscount(int posnum, double discount)
+void CheckoutModel::setDiscount(int posnum, double discount)
 {
     changeLine(posnum, [discount](Line& line) {
         if (!(discount >= 0) || discount > costOf(line))
@@ -86,7 +86,7 @@ void Desk::setDiscount(int posnum, double discount)
     });
 }
 
-void Desk::remove(int posnum)
+void CheckoutModel::remove(int posnum)
 {
     QList<Line> lines = linesOf(*receipt());
     if (posnum < 1 || posnum > lines.size())

@@ -5,6 +5,6 @@
 namespace till {
 
 /// Throws BasicException: a failure that the till itself found, in Russian for the cashier.
-[[noreturn]] void refuse(const QString& text);
+[[noreturn]] void fail(const QString& text);
 
 } // namespace till

@@ -32,18 +32,18 @@ struct Limit
 
 /// What the cashier can do at the till, and how things stand: the one model behind all panels. Each action
 /// ends with noticed() and changed(); none throws. What is possible the checkout says.
-class Desk : public QObject
+class CheckoutModel : public QObject
 {
     Q_OBJECT
 
 public:
-    /// All are the caller's and outlive the desk.
-    Desk(Till& till, Waiting& waiting, const ServiceWatch& watch);
+    /// All are the caller's and outlive the model.
+    CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& watch);
 
     [[nodiscard]] Till& till() const { return m_till; }
     [[nodiscard]] Checkout& checkout() const { return m_till.checkout(); }
     [[nodiscard]] State state() const { return checkout().state(); }
-    [[nodiscard]] bool can(Action action) const { return checkout().refusalOf(action).isEmpty(); }
+    [[nodiscard]] bool can(Action action) const { return checkout().obstacleTo(action).isEmpty(); }
     [[nodiscard]] const ServiceWatch& watch() const { return m_watch; }
     [[nodiscard]] QSharedPointer<Document> receipt() const { return checkout().receipt(); }
     [[nodiscard]] const Notice& notice() const { return m_notice; }
@@ -104,7 +104,7 @@ private:
 };
 
 template <class Operation>
-std::optional<std::invoke_result_t<Operation>> Desk::done(Operation operation)
+std::optional<std::invoke_result_t<Operation>> CheckoutModel::done(Operation operation)
 {
     if (m_waiting.underWay())
         return std::nullopt;

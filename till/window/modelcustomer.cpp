@@ -1,4 +1,4 @@
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 
 #include "host/utils/money.h"
 #include "till/checkout/screen.h"
@@ -7,7 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// The customer's side of the desk.
+/// The customer's side of the model.
 namespace till::window {
 
 namespace {
@@ -44,7 +44,7 @@ QString phoneOf(const QString& entered)
 
 } // namespace
 
-Desk::Means Desk::meansOf(const QString& entered)
+CheckoutModel::Means CheckoutModel::meansOf(const QString& entered)
 {
     const QString digits = digitsOf(entered);
     const bool looksLikePhone =
@@ -53,7 +53,7 @@ Desk::Means Desk::meansOf(const QString& entered)
     return looksLikePhone ? Means::Phone : Means::Card;
 }
 
-bool Desk::identify(const QString& entered, Means means)
+bool CheckoutModel::identify(const QString& entered, Means means)
 {
     const QString text = entered.trimmed();
     if (text.isEmpty()) {
@@ -82,7 +82,7 @@ bool Desk::identify(const QString& entered, Means means)
     return true;
 }
 
-void Desk::refresh()
+void CheckoutModel::refresh()
 {
     if (!done([&] { return checkout().refreshCard(); }))
         return;
@@ -91,7 +91,7 @@ void Desk::refresh()
     Q_EMIT changed();
 }
 
-void Desk::askLimit()
+void CheckoutModel::askLimit()
 {
     if (!done([&] { return checkout().requestLimit(); }))
         return;
@@ -99,7 +99,7 @@ void Desk::askLimit()
     Q_EMIT changed();
 }
 
-std::optional<Limit> Desk::limit() const
+std::optional<Limit> CheckoutModel::limit() const
 {
     const auto card = checkout().card();
     if (!card || !m_serviceLimit)
@@ -110,7 +110,7 @@ std::optional<Limit> Desk::limit() const
     return Limit{points, limitReason(points)};
 }
 
-QString Desk::limitReason(double points) const
+QString CheckoutModel::limitReason(double points) const
 {
     const auto card = checkout().card();
     if (card->getCardStatus() == ECard::RegistrationIncomplete)
@@ -124,7 +124,7 @@ QString Desk::limitReason(double points) const
     return u"Больше служба не разрешает"_s;
 }
 
-bool Desk::spend(double points)
+bool CheckoutModel::spend(double points)
 {
     if (const auto unknown = checkout().unknownSpending())
         points = unknown->points;

@@ -1,4 +1,4 @@
-#include "till/window/desk.h"
+#include "till/window/checkoutmodel.h"
 
 #include "host/storage/documents.h"
 #include "host/utils/basicexception.h"
@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace till::window {
 
-Desk::Desk(Till& till, Waiting& waiting, const ServiceWatch& watch)
+CheckoutModel::CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& watch)
     : m_till(till)
     , m_waiting(waiting)
     , m_watch(watch)
@@ -21,22 +21,22 @@ Desk::Desk(Till& till, Waiting& waiting, const ServiceWatch& watch)
         m_notice = {Notice::Kind::Warning, till.found() + (receipt() ? u": можно продолжать"_s : QString())};
 }
 
-bool Desk::isReturn() const { return receipt() && receipt()->getDocumentType() == ReturnReceipt; }
+bool CheckoutModel::isReturn() const { return receipt() && receipt()->getDocumentType() == ReturnReceipt; }
 
-double Desk::spentPoints() const
+double CheckoutModel::spentPoints() const
 {
     const auto discount = receipt() ? bonusDiscountOf(*receipt()) : std::nullopt;
     return static_cast<double>(discount.value_or(0)) / 100;
 }
 
-void Desk::say(Notice::Kind kind, const QString& text)
+void CheckoutModel::say(Notice::Kind kind, const QString& text)
 {
     m_notice = {kind, text};
     Q_EMIT noticed();
 }
 
 // The service tells receipts apart by the second, and a number is never given twice.
-QString Desk::nextIdentifier()
+QString CheckoutModel::nextIdentifier()
 {
     QDateTime time = MockFactory<CurrentTime>::create()->currentDateTime();
     if (m_lastOpened.isValid() && time < m_lastOpened.addSecs(1))
@@ -55,13 +55,13 @@ QString Desk::nextIdentifier()
     return time.toString(u"yyMMdd-hhmmss"_s);
 }
 
-void Desk::startAnew()
+void CheckoutModel::startAnew()
 {
     m_balanceTime = {};
     m_serviceLimit.reset();
 }
 
-void Desk::openSale(const QList<Line>& lines)
+void CheckoutModel::openSale(const QList<Line>& lines)
 {
     startAnew();
     if (!done([&] { return checkout().openSale(nextIdentifier(), lines); }))
@@ -71,7 +71,7 @@ void Desk::openSale(const QList<Line>& lines)
     Q_EMIT changed();
 }
 
-bool Desk::pay()
+bool CheckoutModel::pay()
 {
     const auto payment = done([&] { return checkout().pay(); });
     if (!payment)
@@ -84,7 +84,7 @@ bool Desk::pay()
     return true;
 }
 
-bool Desk::abandon()
+bool CheckoutModel::abandon()
 {
     const QString identifier = receipt() ? receipt()->getIdentifier() : QString();
     if (!done([&] { return checkout().rollBack(); }))
@@ -96,7 +96,7 @@ bool Desk::abandon()
     return true;
 }
 
-bool Desk::openReturn(const QString& sale, const QList<ReturnLine>& lines)
+bool CheckoutModel::openReturn(const QString& sale, const QList<ReturnLine>& lines)
 {
     startAnew();
     if (!done([&] { return checkout().openReturn(nextIdentifier(), sale, lines); }))
@@ -106,7 +106,7 @@ bool Desk::openReturn(const QString& sale, const QList<ReturnLine>& lines)
     return true;
 }
 
-void Desk::deliver()
+void CheckoutModel::deliver()
 {
     if (const auto delivery = done([&] { return m_till.deliver(); })) {
         say(Notice::Kind::Good, screen::delivered(delivery->delivered.value_or(0)));
