@@ -3,7 +3,6 @@
 #include "host/storage/fileidentity.h"
 #include "host/utils/export.h"
 
-#include <QMap>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
@@ -22,29 +21,15 @@ namespace utils {
 class HOST_EXPORT Database
 {
 public:
-    /// An older file whose content a new one takes over when it is made.
-    struct Source
-    {
-        QString path;
-        int applicationId = 0;
-        int version = 1;
-        QString name;      ///< the schema that `takes` reads
-        QStringList takes; ///< the statements that copy its content into the new tables
-        QString noteTaken; ///< the statement that notes in the new file that it did
-        QString taken;     ///< the query that finds the note: a count
-    };
     struct Format
     {
-        int applicationId = 0;                  ///< tells this kind of file from any other SQLite file
-        int version = 1;                        ///< the file's user_version
-        QStringList creates;                    ///< the statements that make a new file
-        QMap<int, QStringList> migrations = {}; ///< by n: the statements from version n to n + 1
-        QList<Source> sources = {};             ///< those that are missing are passed over
+        int applicationId = 0; ///< tells this kind of file from any other SQLite file
+        int version = 1;       ///< the file's user_version
+        QStringList creates;   ///< the statements that make a new file
     };
 
-    /// Opens the file, brings one of an earlier version up to date, or makes it: then it appears whole, with
-    /// what its sources hold, or not at all. One that is damaged, a stranger's or of a later version is
-    /// refused and left untouched.
+    /// Opens the file, or makes it: then it appears whole or not at all. One that is damaged, a stranger's or
+    /// of a later version is refused and left as it is.
     Database(const QString& path, const Format& format);
     ~Database();
     Database(const Database&) = delete;
@@ -55,12 +40,11 @@ public:
     /// much longer the more is kept.
     static constexpr qint64 readAtAStart = qint64{4} * 1024 * 1024;
 
-    /// Looks at a file that exists as the first connection does, throws what it would throw, and returns the
-    /// file's version: 0 for one that was not made to its end.
-    static int examine(const QString& path, int applicationId, int version);
+    /// Looks at a file that exists as the first connection does, and throws what it would throw.
+    static void examine(const QString& path, const Format& format);
     /// The same for a file of any size, all of which is read. Damage that is found makes the next start read
     /// through all of it too.
-    static void readThrough(const QString& path, int applicationId, int version);
+    static void readThrough(const QString& path, const Format& format);
 
     [[nodiscard]] const QString& path() const { return m_path; }
     [[nodiscard]] FileIdentity identity() const { return m_files.value_or(Files{}).own; }
@@ -124,19 +108,16 @@ private:
         AtAStart,
         Through,
     };
-    int examine(int applicationId, int version, Look look);
+    void examine(const Format& format, Look look);
     void requirePlainFiles() const;
     void keepDamagedLog();
     /// Past SQLite, so only while this process has no connection to the file.
-    void lookFromOutside(int applicationId, int version) const;
+    void lookFromOutside(const Format& format) const;
     [[nodiscard]] QString suspicion() const;
     void suspect() const noexcept;
-    void requireKind(int applicationId, int version);
+    void requireKind(const Format& format);
     void ensureMade(const Format& format) const;
-    void setSourcesAside(const Format& format) const;
-    void make(const Format& format) const;
     void fill(const Format& format);
-    void migrate(const Format& format) const;
     void execute(const QString& sql) const;
     void execute(QSqlQuery& statement, const QVariantList& values) const;
     [[nodiscard]] int number(const QString& sql) const;

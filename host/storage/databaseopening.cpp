@@ -9,7 +9,6 @@
 #include <QFileInfo>
 #include <QSqlError>
 
-#include <algorithm>
 #include <atomic>
 #include <map>
 #include <mutex>
@@ -85,16 +84,16 @@ Database::~Database()
     disconnect();
 }
 
-int Database::examine(const QString& path, int applicationId, int version)
+void Database::examine(const QString& path, const Format& format)
 {
-    return Database(path).examine(applicationId, version, Look::AtAStart);
+    Database(path).examine(format, Look::AtAStart);
 }
 
-void Database::readThrough(const QString& path, int applicationId, int version)
+void Database::readThrough(const QString& path, const Format& format)
 {
     Database file(path);
     try {
-        file.examine(applicationId, version, Look::Through);
+        file.examine(format, Look::Through);
     } catch (const BasicException& exception) {
         if (isFault(exception, StorageFault::Damaged))
             file.suspect();
@@ -113,19 +112,13 @@ void Database::open(const Format& format)
         requireInPlace(shared->files);
     else
         keepDamagedLog();
-    const int version =
-        examine(format.applicationId, format.version, shared ? Look::AtItsKind : Look::AtAStart);
-    if (version == 0)
-        throw storageError(StorageFault::Damaged, m_path);
+    examine(format, shared ? Look::AtItsKind : Look::AtAStart);
     connect({});
     // NORMAL would lose the last commits at a power cut.
     execute(u"PRAGMA journal_mode=WAL"_s);
     execute(u"PRAGMA synchronous=FULL"_s);
     if (!m_damagedLog.isEmpty()) // what SQLite did not take of it is not to be met again
         execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
-    if (version < format.version)
-        migrate(format);
-    setSourcesAside(format);
     m_files = filesAt(m_path);
     FilesInUse::Use& use =
         filesInUse().uses.try_emplace(m_files->own, FilesInUse::Use{*m_files, 0}).first->second;
@@ -177,29 +170,26 @@ void Database::keepDamagedLog()
             m_path, QFileInfo(m_damagedLog).fileName()));
 }
 
-void Database::lookFromOutside(int applicationId, int version) const
+void Database::lookFromOutside(const Format& format) const
 {
-    // A reader makes companions, and whoever may write folds the log into the file on closing it; so whether
-    // the file has to be left alone is first found out without either.
-    const auto [inFile, id, pageSize] = headOf(m_path);
-    const int newest = std::max(inFile, versionInLog(m_path, applicationId));
-    if ((inFile == 0 || id == applicationId) && newest > version)
-        throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(newest).arg(version));
+    // A reader makes companions; so whether the file has to be left alone is first found out without one.
+    // What only the log says of it, the reader finds.
+    const auto [version, id, pageSize] = headOf(m_path);
+    if (id == format.applicationId && version > format.version)
+        throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(version).arg(format.version));
     if (pageSize == 0 ||
         QFileInfo(m_path).size() % pageSize != 0) // SQLite would take what is missing for zeros
         throw storageError(StorageFault::Damaged, m_path);
 }
 
-/// Returns the file's version: 0 for one that holds nothing.
-int Database::examine(int applicationId, int version, Look look)
+void Database::examine(const Format& format, Look look)
 {
     const std::lock_guard lock(filesInUse().mutex);
     requirePlainFiles();
     if (!filesInUse().of(m_path))
-        lookFromOutside(applicationId, version);
+        lookFromOutside(format);
     connect(u"QSQLITE_OPEN_READONLY"_s);
-    requireKind(applicationId, version);
-    const int found = number(u"PRAGMA user_version"_s);
+    requireKind(format);
     // A larger one's damage is found as it is read; from then on nobody works with it unseen.
     const bool isReadThrough = look == Look::Through || QFileInfo::exists(suspicion()) ||
                                (look == Look::AtAStart && QFileInfo(m_path).size() <= readAtAStart);
@@ -211,7 +201,6 @@ int Database::examine(int applicationId, int version, Look look)
         QFile::remove(suspicion());
     }
     disconnect();
-    return found;
 }
 
 QString Database::suspicion() const { return m_path + u".suspect"_s; }
@@ -225,15 +214,13 @@ void Database::suspect() const noexcept
     }
 }
 
-void Database::requireKind(int applicationId, int version)
+void Database::requireKind(const Format& format)
 {
-    const int found = number(u"PRAGMA user_version"_s);
-    const bool ours = found == 0 ? number(u"SELECT count(*) FROM sqlite_master"_s) == 0
-                                 : number(u"PRAGMA application_id"_s) == applicationId;
-    if (!ours)
+    const int version = number(u"PRAGMA user_version"_s);
+    if (version < 1 || number(u"PRAGMA application_id"_s) != format.applicationId)
         throw storageError(StorageFault::Damaged, m_path);
-    if (found > version)
-        throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(found).arg(version));
+    if (version > format.version)
+        throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(version).arg(format.version));
 }
 
 void Database::ensureMade(const Format& format) const
@@ -247,33 +234,13 @@ void Database::ensureMade(const Format& format) const
     finishSettingAside(m_path);
     try {
         removeUnfinished(m_path);
-        make(format);
+        const QString unfinished = newPrivateFile(m_path);
+        Database(unfinished).fill(format);
+        moveToNewName(unfinished, m_path);
     } catch (...) {
         removeUnfinished(m_path);
         throw;
     }
-}
-
-// Only what is known to be in the new file: one that somebody put there later is still to be looked at.
-void Database::setSourcesAside(const Format& format) const
-{
-    for (const Source& source : format.sources) {
-        if (QFileInfo::exists(source.path) && number(source.taken) > 0) {
-            const FolderLock lock(m_path);
-            setAsideWhenTaken(source.path);
-        }
-    }
-}
-
-void Database::make(const Format& format) const
-{
-    for (const Source& source : format.sources) {
-        if (QFileInfo::exists(source.path))
-            examine(source.path, source.applicationId, source.version);
-    }
-    const QString unfinished = newPrivateFile(m_path);
-    Database(unfinished).fill(format);
-    moveToNewName(unfinished, m_path);
 }
 
 void Database::fill(const Format& format)
@@ -281,42 +248,13 @@ void Database::fill(const Format& format)
     connect({});
     execute(u"PRAGMA journal_mode=WAL"_s);
     execute(u"PRAGMA synchronous=FULL"_s);
-    QList<Source> present;
-    for (const Source& source : format.sources) {
-        if (!QFileInfo::exists(source.path))
-            continue;
-        QSqlQuery attach = prepared(u"ATTACH ? AS "_s + source.name);
-        execute(attach, {source.path});
-        present.append(source);
-    }
-    atomically([&] { // locks the sources as well
+    atomically([&] {
         for (const QString& statement : format.creates)
             execute(statement);
-        for (const Source& source : present) {
-            // Version 0 is one that was not made to its end, and holds nothing.
-            const bool empty = number(u"PRAGMA %1.user_version"_s.arg(source.name)) == 0;
-            for (const QString& statement : empty ? QStringList() : source.takes)
-                execute(statement);
-            execute(source.noteTaken);
-        }
-        execute(u"PRAGMA main.application_id=%1"_s.arg(format.applicationId));
-        execute(u"PRAGMA main.user_version=%1"_s.arg(format.version));
-    });
-    disconnect(); // the last one to close folds the log into the file
-}
-
-void Database::migrate(const Format& format) const
-{
-    atomically([&] {
-        // Another process may have been quicker.
-        for (int from = number(u"PRAGMA user_version"_s); from < format.version; ++from) {
-            if (!format.migrations.contains(from))
-                throw storageError(StorageFault::Damaged, m_path, u"version %1"_s.arg(from));
-            for (const QString& statement : format.migrations.value(from))
-                execute(statement);
-        }
+        execute(u"PRAGMA application_id=%1"_s.arg(format.applicationId));
         execute(u"PRAGMA user_version=%1"_s.arg(format.version));
     });
+    disconnect(); // the last one to close folds the log into the file
 }
 
 } // namespace utils

@@ -2,32 +2,180 @@
 
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
+#include "host/storage/privatefile.h"
+#include "host/storage/setaside.h"
 #include "host/storage/storageerror.h"
+#include "host/storage/store.h"
+#include "host/storage/storedform.h"
+#include "host/storage/storeschema.h"
+#include "host/storage/writeaheadlog.h"
+#include "host/utils/logging.h"
+
+#include <QFileInfo>
+#include <QtEndian>
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
+namespace utils {
+
 namespace {
 
-bool isDamagedReceipt(const QString& /*path*/)
+constexpr qsizetype leastRoom = qsizetype{64} * 1024; // bytes: a receipt of a thousand positions
+
+QString nameOf(const QString& path) { return QFileInfo(path).fileName(); }
+
+DataFinding told(DataFinding::Kind kind, const QString& file, const QString& now)
+{
+    const QStringList names{nameOf(file), nameOf(now)};
+    switch (kind) {
+    case DataFinding::Kind::Damaged:
+        logger(u"storage"_s)->error(u"%1 is damaged; it was set aside as %2"_s.arg(file, nameOf(now)));
+        return {kind, file, now,
+                tr::Tr(u"hostDataDamaged"_s,
+                       u"Файл данных %1 повреждён. Он сохранён как %2, работа начата с новым файлом. "
+                       "Сообщите администратору"_s.arg(names[0], names[1]))};
+    case DataFinding::Kind::Lost:
+        logger(u"storage"_s)
+            ->error(u"%1 lay there without its file; it was set aside as %2"_s.arg(file, nameOf(now)));
+        return {kind, file, now,
+                tr::Tr(u"hostDataLost"_s, u"Журнал %1 остался без своего файла данных. Он сохранён как %2. "
+                                          "Сообщите администратору"_s.arg(names[0], names[1]))};
+    case DataFinding::Kind::Cut: // which its opening has logged
+        return {kind, file, now,
+                tr::Tr(u"hostDataCut"_s,
+                       u"Журнал %1 повреждён: последние чеки и сообщения могли пропасть. Он сохранён как %2. "
+                       "Сообщите администратору"_s.arg(names[0], names[1]))};
+    }
+    return {};
+}
+
+template <class Look>
+bool findsDamage(Look look)
 {
     try {
-        static_cast<void>(SaveToFileLogic::loadOpenReceipt());
+        look();
         return false;
     } catch (const BasicException& exception) {
-        if (utils::isFault(exception, utils::StorageFault::Damaged))
+        if (isFault(exception, StorageFault::Damaged))
             return true;
         throw;
     }
 }
 
+bool isDamagedStore()
+{
+    return findsDamage([] { Database::examine(storePath(), storeFormat()); });
+}
+
+bool isDamagedReceipt()
+{
+    return findsDamage([] { static_cast<void>(SaveToFileLogic::loadOpenReceipt()); });
+}
+
+/// Sets a damaged file aside and tells of it. Asked again while no other program does the same; nothing when
+/// the file is whole by then.
+QList<DataFinding> setAsideIf(bool (*isDamaged)(), const QString& path)
+{
+    if (!QFileInfo::exists(path) || !isDamaged())
+        return {};
+    const FolderLock lock(path); // another program may just have done it
+    if (!QFileInfo::exists(path) || !isDamaged())
+        return {};
+    return {told(DataFinding::Kind::Damaged, path, setAsideDamaged(path))};
+}
+
+/// Whether the content is what was sealed, of whatever kind and version.
+bool isWhole(const QByteArray& bytes)
+{
+    constexpr auto anyVersion = std::numeric_limits<quint32>::max();
+    const quint32 ownKind = bytes.size() < 4 ? 0 : qFromBigEndian<quint32>(bytes.constData());
+    return unsealed({ownKind, anyVersion}, bytes).state == Unsealed::Whole;
+}
+
+void requireRoom()
+{
+    const QString probe = dataFile(u"write-check"_s);
+    replaceFile(probe, QByteArray(leastRoom, '\0'));
+    removeFile(probe);
+    store()->requireWritable();
+}
+
+/// The store, made anew when there is none or when it was damaged.
+OpenedStore openStore()
+{
+    const QString path = storePath();
+    requireSameStore(); // before what is left of it is touched
+    OpenedStore opened;
+    QList<DataFinding>& findings = opened.findings;
+    if (!QFileInfo::exists(path)) {
+        const FolderLock lock(path);
+        for (const QString& now : finishSettingAside(path))
+            findings.append(told(DataFinding::Kind::Lost, path + now.sliced(now.lastIndexOf(u'-')), now));
+    }
+    try {
+        opened.store = store();
+    } catch (const BasicException& exception) {
+        if (!isFault(exception, StorageFault::Damaged))
+            throw;
+        findings += setAsideIf(isDamagedStore, path);
+        forgetStore();
+        opened.store = store();
+    }
+    if (const QString& copy = opened.store->damagedLog(); !copy.isEmpty())
+        findings.append(told(DataFinding::Kind::Cut, path + u"-wal"_s, copy));
+    return opened;
+}
+
 } // namespace
+
+void readThroughStore() { Database::readThrough(storePath(), storeFormat()); }
+
+QList<DamagedSeal> damagedSeals()
+{
+    // Each with the column that tells which one it is, and the sealed one.
+    struct Sealed
+    {
+        QString table;
+        QString key;
+        QString content;
+    };
+    const QList<Sealed> all{{u"documents"_s, u"identifier"_s, u"content"_s},
+                            {u"card_records"_s, u"document"_s, u"content"_s},
+                            {u"queued"_s, u"id"_s, u"message"_s},
+                            {u"history"_s, u"id"_s, u"message"_s}};
+    constexpr int atOnce = 100;
+    QList<DamagedSeal> found;
+    const auto opened = store();
+    for (const Sealed& sealed : all) {
+        QSqlQuery page =
+            opened->prepared(u"SELECT rowid, %2, %3 FROM %1 WHERE rowid > ? AND %3 IS NOT NULL "
+                             "ORDER BY rowid LIMIT %4"_s.arg(sealed.table, sealed.key, sealed.content)
+                                 .arg(atOnce));
+        qint64 last = std::numeric_limits<qint64>::min();
+        for (auto rows = opened->rows(page, {last}); !rows.isEmpty(); rows = opened->rows(page, {last})) {
+            for (const QVariantList& row : rows) {
+                last = row[0].toLongLong();
+                if (!isWhole(row[2].toByteArray()))
+                    found.append({sealed.table, row[1].toString()});
+            }
+        }
+    }
+    return found;
+}
+
+bool isStoreCut() { return isLogDamaged(storePath()); }
+
+} // namespace utils
 
 utils::OpenedStore openDataDirectory()
 {
     // First, because a receipt of a later version says that the store is not to be touched either.
     const QList<utils::DataFinding> findings =
-        utils::setAsideAndTell(utils::dataFile(u"open-receipt"_s), isDamagedReceipt);
+        utils::setAsideIf(utils::isDamagedReceipt, utils::dataFile(u"open-receipt"_s));
     utils::OpenedStore opened = utils::openStore();
     opened.findings = findings + opened.findings;
+    utils::requireRoom();
     return opened;
 }

@@ -1,10 +1,64 @@
 #pragma once
 
-#include "host/storage/storecheck.h"
+#include "host/storage/database.h"
+#include "host/utils/export.h"
+#include "host/utils/tr.h"
 
-/// Looks through the data directory at a program's start, before anything else uses it: the open receipt and
-/// the store. What is damaged is set aside under another name, never overwritten, and told; then a new file
-/// takes its place. Throws BasicException, and what is there stays as it is, when a file was written by a
-/// later version, when the folder may not be written, or when there is no room: all of it before anything is
-/// promised. utils::damagedFilesSetAside() lists what was set aside by this and by earlier starts.
+#include <QList>
+#include <QString>
+
+#include <memory>
+
+/// How the data directory is looked through for damage: at a program's start, before anything of it is used,
+/// and by the doctor.
+namespace utils {
+
+/// What was found wrong, for the cashier's screen and the administrator.
+struct DataFinding
+{
+    enum class Kind {
+        Damaged, ///< the file was set aside; a new one takes its place
+        Lost,    ///< a log without its file, left by an interruption, was set aside
+        Cut,     ///< the log was damaged in the middle, so that what was kept last may be missing; a copy of
+                 ///< it was set aside
+    };
+    Kind kind = Kind::Damaged;
+    QString file; ///< its path as it was
+    QString now;  ///< the path where it lies now
+    tr::Tr text;  ///< all of it in one sentence, in Russian
+};
+
+/// The store as a program's start opened it. Whoever lets go of the connection while it works has the file
+/// read anew by the next one.
+struct OpenedStore
+{
+    QList<DataFinding> findings;
+    std::shared_ptr<Database> store;
+};
+
+/// Reads all of a store that exists, of whatever size, while others may work with it: seconds for a gigabyte.
+/// Throws BasicException when it is damaged, and the next openDataDirectory() sets it aside.
+HOST_EXPORT void readThroughStore();
+
+/// A sealed content of the store that is not what was written.
+struct DamagedSeal
+{
+    QString table;
+    QString key; ///< the receipt's identifier, the message's number
+};
+
+/// Reads every seal of the store, seconds for a gigabyte. Throws BasicException when it can't be read.
+HOST_EXPORT QList<DamagedSeal> damagedSeals();
+
+/// Whether the store's log is damaged in the middle, so that the next opening takes only a part of it.
+HOST_EXPORT bool isStoreCut();
+
+} // namespace utils
+
+/// Looks through the open receipt and the store, opens that, or makes it when there is none, and makes sure
+/// that it can be written. What is damaged is set aside under another name, never overwritten, and told, in
+/// the log too; then a new file takes its place. Throws BasicException, and what is there stays as it is,
+/// when a file was written by a later version, when the folder may not be written, or when there is no room:
+/// all of it before anything is promised. utils::damagedFilesSetAside() lists what was set aside by this and
+/// by earlier starts.
 HOST_EXPORT utils::OpenedStore openDataDirectory();

@@ -14,7 +14,7 @@ namespace documentcodec {
 namespace {
 
 // "KYRd" and "KYRc".
-constexpr utils::Seal documentSeal{0x4B595264, 2};
+constexpr utils::Seal documentSeal{0x4B595264, 1};
 constexpr utils::Seal recordSeal{0x4B595263, 1};
 
 void requireStorable(const QVariant& value)
@@ -134,7 +134,7 @@ QSharedPointer<DocumentCardRecord> nextCardRecord(QDataStream& in)
     return record;
 }
 
-QSharedPointer<GoodsItem> nextGoodsItem(QDataStream& in, quint32 version)
+QSharedPointer<GoodsItem> nextGoodsItem(QDataStream& in)
 {
     const auto posnum = next<qint32>(in);
     const auto articul = next<QString>(in);
@@ -143,14 +143,12 @@ QSharedPointer<GoodsItem> nextGoodsItem(QDataStream& in, quint32 version)
     auto item = QSharedPointer<GoodsItem>::create(posnum, articul, name, price, next<double>(in));
     item->setDiscount(next<double>(in));
     item->setBonusImpactSum(next<double>(in));
-    if (version < 2)
-        return item; // price × quantity was the only gross sum
     if (const auto grossSum = next<QVariant>(in); grossSum.isValid())
         item->setGrossSum(grossSum.toDouble());
     return item;
 }
 
-QSharedPointer<Document> nextDocument(QDataStream& in, quint32 version)
+QSharedPointer<Document> nextDocument(QDataStream& in)
 {
     const auto type = nextEnumeration<EDocumentType>(in);
     auto document = QSharedPointer<Document>::create(type, next<QString>(in));
@@ -159,7 +157,7 @@ QSharedPointer<Document> nextDocument(QDataStream& in, quint32 version)
     for (const int flag : next<QList<int>>(in))
         document->setFlag(flag);
     for (auto left = next<quint32>(in); left > 0 && in.status() == QDataStream::Ok; --left)
-        document->addGoodsItem(nextGoodsItem(in, version));
+        document->addGoodsItem(nextGoodsItem(in));
     for (auto left = next<quint32>(in); left > 0 && in.status() == QDataStream::Ok; --left)
         document->setCardRecord(nextCardRecord(in));
     const auto plugins = utils::storedMap(in);
@@ -190,7 +188,7 @@ auto opened(const utils::Seal& seal, const QByteArray& bytes, const QString& fil
     QDataStream in(whole.content);
     in.setVersion(utils::storedStreamVersion);
     if (whole.state == utils::Unsealed::Whole) {
-        auto result = read(in, whole.version);
+        auto result = read(in);
         if (in.status() == QDataStream::Ok && in.atEnd())
             return result;
     }
@@ -210,8 +208,7 @@ QSharedPointer<Document> readDocument(const QByteArray& bytes, const QString& fi
 
 QSharedPointer<DocumentCardRecord> readCardRecord(const QByteArray& bytes, const QString& file)
 {
-    return opened(recordSeal, bytes, file,
-                  [](QDataStream& in, quint32 /*version*/) { return nextCardRecord(in); });
+    return opened(recordSeal, bytes, file, nextCardRecord);
 }
 
 } // namespace documentcodec

@@ -8,7 +8,7 @@
 /// whether they are whole. Two documents are equal exactly when their written forms are; the only exception
 /// are plug-in values with a QVariantHash inside, whose order is not defined.
 ///
-/// Content, as QDataStream of Qt 6.4 writes it; records in version 1, documents in version 2:
+/// Content, as QDataStream of Qt 6.4 writes it, in version 1:
 ///   document  type (int), identifier, return identifier, sale reference (variant), flags (ints, ascending),
 ///             positions (count; each position's number, article, name, price, quantity, discount, bonus
 ///             discount, gross sum of its own (variant)), card records (count; by kind), plug-in data (map of
@@ -16,7 +16,6 @@
 ///   record    kind (int), number (variant), internal code (int), status (int), balance (variant), operation
 ///             id, points for earning (variant), points for spending, customer known (bool) and, if so, name,
 ///             sex (int), birthday, address, e-mail, phone number
-/// A document of version 1 has no gross sums; it is read as well.
 namespace documentcodec {
 
 /// Throws BasicException when the document holds a value that can't be stored: a plug-in's of a type that is

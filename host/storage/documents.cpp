@@ -1,47 +1,184 @@
 #include "host/storage/documents.h"
 
-#include "host/storage/receiptstore.h"
+#include "host/core/document.h"
+#include "host/storage/documentcodec.h"
+#include "host/storage/storageerror.h"
+#include "host/storage/store.h"
+#include "host/utils/basicexception.h"
+#include "host/utils/currenttime.h"
+
+using namespace Qt::StringLiterals;
 
 template class Singleton<DocumentsDao>;
 
-DocumentsDao::DocumentsDao()
-    : m_store(std::make_unique<utils::StoreUser<ReceiptStore>>())
-{}
+namespace {
+
+[[noreturn]] void refuse(const QString& id, const QString& text) { throw BasicException(tr::Tr(id, text)); }
+
+void setPlaces(const Document& document, int revision)
+{
+    for (const auto& record : document.cardRecords())
+        record->setStoredPlace({document.getIdentifier(), revision});
+}
+
+QList<QVariantList> rowsOf(const utils::Database& store, const QString& sql, const QVariantList& values)
+{
+    QSqlQuery query = store.prepared(sql);
+    return store.rows(query, values);
+}
+
+/// The document as it was stored, without what was written back since; nothing when there is none.
+QByteArray original(const utils::Database& store, const QString& identifier)
+{
+    return rowsOf(store, u"SELECT content FROM documents WHERE identifier = ?"_s, {identifier})
+        .value(0)
+        .value(0)
+        .toByteArray();
+}
+
+/// Null when there is no document of that identifier.
+QSharedPointer<Document> load(const utils::Database& store, const QString& identifier)
+{
+    const QByteArray bytes = original(store, identifier);
+    if (bytes.isEmpty())
+        return nullptr;
+    auto document = documentcodec::readDocument(bytes, store.path());
+    setPlaces(*document, 0);
+    for (const QVariantList& row :
+         rowsOf(store, u"SELECT content, revision FROM card_records WHERE document = ?"_s, {identifier})) {
+        const auto record = documentcodec::readCardRecord(row[0].toByteArray(), store.path());
+        record->setStoredPlace({identifier, row[1].toInt()});
+        document->setCardRecord(record);
+    }
+    return document;
+}
+
+/// The same; null also when it is damaged.
+QSharedPointer<Document> loadIfWhole(const utils::Database& store, const QString& identifier)
+{
+    try {
+        return load(store, identifier);
+    } catch (const BasicException& failure) {
+        if (!utils::isFault(failure, utils::StorageFault::Damaged))
+            throw;
+        return nullptr;
+    }
+}
+
+int revisionOf(const utils::Database& store, const QString& identifier, int kind)
+{
+    return rowsOf(store, u"SELECT revision FROM card_records WHERE document = ? AND kind = ?"_s,
+                  {identifier, kind})
+        .value(0)
+        .value(0)
+        .toInt();
+}
+
+/// True when this very content is stored already; its records then know their places.
+bool isStored(const utils::Database& store, const Document& document, const QByteArray& bytes)
+{
+    const QString identifier = document.getIdentifier();
+    const auto stored = load(store, identifier);
+    if (!stored)
+        return false;
+    if (documentcodec::written(*stored) == bytes) {
+        for (const auto& record : stored->cardRecords())
+            document.getCardRecord(record->getKind())->setStoredPlace(record->storedPlace());
+    } else if (original(store, identifier) == bytes) {
+        // As it was closed: its records are older than what was written back, and may not overwrite that.
+        setPlaces(document, 0);
+    } else {
+        refuse(u"hostDocumentStored"_s, u"Чек %1 уже сохранён с другим содержимым"_s.arg(identifier));
+    }
+    return true;
+}
+
+} // namespace
+
+DocumentsDao::DocumentsDao() = default;
 
 DocumentsDao::~DocumentsDao() = default;
 
-template <class Operation>
-auto DocumentsDao::inStore(Operation operation)
+const utils::Database& DocumentsDao::opened()
 {
-    return operation(m_store->get());
+    m_store = utils::store();
+    return *m_store;
 }
 
 QSharedPointer<AbstractDocument> DocumentsDao::loadDocument(const QVariant& reference, bool /*forUpdate*/)
 {
-    return inStore([&](ReceiptStore& store) { return store.load(reference.toString()); });
+    return load(opened(), reference.toString());
 }
 
 void DocumentsDao::saveCardRecord(const QSharedPointer<DocumentCardRecord>& record)
 {
-    inStore([&](ReceiptStore& store) { store.saveCardRecord(record); });
+    const utils::Database& store = opened();
+    const QString identifier = record ? record->storedPlace().document : QString();
+    const QByteArray bytes = identifier.isEmpty() ? QByteArray() : original(store, identifier);
+    if (bytes.isEmpty() ||
+        !documentcodec::readDocument(bytes, store.path())->hasCardRecord(record->getKind()))
+        refuse(u"hostCardRecordForeign"_s, u"Карта не сохранена: она не относится к сохранённому чеку"_s);
+    const int kind = record->getKind();
+    const QByteArray content = documentcodec::written(*record);
+    const int next = record->storedPlace().revision + 1;
+    store.atomically([&] {
+        if (revisionOf(store, identifier, kind) != next - 1)
+            refuse(u"hostCardRecordStale"_s,
+                   u"Карта чека %1 не сохранена: её уже изменили"_s.arg(identifier));
+        QSqlQuery write = store.prepared(
+            u"INSERT OR REPLACE INTO card_records (document, kind, revision, content) VALUES (?, ?, ?, ?)"_s);
+        store.change(write, {identifier, kind, next, content});
+    });
+    record->setStoredPlace({identifier, next});
 }
 
 void DocumentsDao::store(const QSharedPointer<Document>& document)
 {
-    inStore([&](ReceiptStore& store) { store.store(document); });
+    const utils::Database& store = opened();
+    if (!document)
+        refuse(u"hostDocumentMissing"_s, u"Чек не сохранён: нет документа"_s);
+    const QString identifier = document->getIdentifier();
+    if (identifier.isEmpty())
+        refuse(u"hostDocumentNameless"_s, u"Чек не сохранён: у него нет номера"_s);
+    const QByteArray bytes = documentcodec::written(*document);
+    bool isNew = false;
+    store.atomically([&] {
+        if (isStored(store, *document, bytes))
+            return;
+        isNew = true;
+        const qint64 now = MockFactory<CurrentTime>::create()->currentDateTime().toMSecsSinceEpoch();
+        QSqlQuery insert = store.prepared(
+            u"INSERT INTO documents (identifier, stored, content, sale) VALUES (?, ?, ?, ?)"_s);
+        store.change(insert, {identifier, now, bytes, document->getSaleDocumentId().toString()});
+    });
+    if (isNew)
+        setPlaces(*document, 0);
 }
 
 QList<QSharedPointer<AbstractDocument>> DocumentsDao::returnsOf(const QString& sale)
 {
-    return inStore([&](ReceiptStore& store) {
-        QList<QSharedPointer<AbstractDocument>> returns;
-        for (const auto& document : store.returnsOf(sale))
-            returns.append(document);
-        return returns;
-    });
+    const utils::Database& store = opened();
+    QList<QSharedPointer<AbstractDocument>> returns;
+    for (const QVariantList& row :
+         rowsOf(store,
+                u"SELECT identifier FROM documents WHERE sale = ? AND sale <> '' ORDER BY stored, rowid"_s,
+                {sale}))
+        returns.append(load(store, row[0].toString()));
+    return returns;
 }
 
 QList<ClosedSale> DocumentsDao::newestSales(int limit)
 {
-    return inStore([&](ReceiptStore& store) { return store.newestSales(limit); });
+    const utils::Database& store = opened();
+    QList<ClosedSale> sales;
+    for (const QVariantList& row : rowsOf(
+             store,
+             u"SELECT identifier FROM documents WHERE sale = '' ORDER BY stored DESC, rowid DESC LIMIT ?"_s,
+             {limit})) {
+        const QString identifier = row[0].toString();
+        const auto document = loadIfWhole(store, identifier);
+        if (!document || document->getDocumentType() == SaleReceipt)
+            sales.append({identifier, document});
+    }
+    return sales;
 }

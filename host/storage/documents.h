@@ -8,10 +8,8 @@
 #include <memory>
 
 class Document;
-class ReceiptStore;
 namespace utils {
-template <class User>
-class StoreUser;
+class Database;
 }
 
 /// A closed sale as a list of them shows it.
@@ -23,7 +21,8 @@ struct ClosedSale
 
 /// The closed documents in the store of the data directory. Every operation is durable when it returns, or
 /// with the utils::Transaction around it, and throws BasicException, with nothing changed, when it cannot be.
-/// Opens its file at the first operation, whose thread then has to make the others.
+/// A document stays as it was stored; what was written back of its card records lies beside it. Opens its
+/// file at the first operation, whose thread then has to make the others.
 class HOST_EXPORT DocumentsDao
 {
 public:
@@ -49,18 +48,17 @@ public:
     virtual void store(const QSharedPointer<Document>& document);
 
     /// The closed returns of that sale, in the order in which they were closed. Throws BasicException when
-    /// one is damaged that may be its: what was given back before is then not known.
+    /// one of them is damaged: what was given back before is then not known.
     [[nodiscard]] virtual QList<QSharedPointer<AbstractDocument>> returnsOf(const QString& sale);
 
     /// The closed sales, the one that was closed last first, at most `limit`.
     [[nodiscard]] virtual QList<ClosedSale> newestSales(int limit);
 
 private:
-    /// What the operation on the opened store returns.
-    template <class Operation>
-    auto inStore(Operation operation);
+    /// The store, kept open from now on.
+    const utils::Database& opened();
 
-    std::unique_ptr<utils::StoreUser<ReceiptStore>> m_store;
+    std::shared_ptr<utils::Database> m_store;
 };
 
 /// Keeps the open receipt on disk, so that a till that dies finds it again. A file is replaced whole or not

@@ -82,15 +82,6 @@ QString copyDamagedLog(const QString& database)
     return to;
 }
 
-void setAsideWhenTaken(const QString& path)
-{
-    const QString to = path + u".imported"_s;
-    if (QFileInfo::exists(to))
-        return;
-    if (QFileInfo::exists(path))
-        moveWithCompanions(path, to);
-}
-
 QStringList finishSettingAside(const QString& path)
 {
     QStringList result;

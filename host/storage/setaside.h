@@ -17,10 +17,6 @@ HOST_EXPORT QString setAsideDamaged(const QString& path);
 /// new path.
 HOST_EXPORT QString copyDamagedLog(const QString& database);
 
-/// Renames a file whose content was taken over to `<path>.imported`; fine when it is not there. One that
-/// appeared after another had been set aside stays: somebody still writes it.
-HOST_EXPORT void setAsideWhenTaken(const QString& path);
-
 /// Sets aside companions whose file is gone, as a kill in the middle of setting aside leaves them. Returns
 /// where they now lie.
 HOST_EXPORT QStringList finishSettingAside(const QString& path);

@@ -1,6 +1,5 @@
 #include "host/storage/store.h"
 
-#include "host/storage/datadirectory.h"
 #include "host/storage/storageerror.h"
 #include "host/storage/storeschema.h"
 
@@ -30,8 +29,6 @@ KnownStores& knownStores()
     static KnownStores known;
     return known;
 }
-
-QString storePath() { return dataFile(QString::fromLatin1(storeName)); }
 
 } // namespace
 

@@ -147,17 +147,17 @@ QByteArray sealed(const Seal& seal, const QByteArray& content)
 Unsealed unsealed(const Seal& seal, const QByteArray& bytes)
 {
     if (bytes.size() < headSize)
-        return {Unsealed::Damaged, 0, {}};
+        return {Unsealed::Damaged, {}};
     const QByteArray facts = bytes.first(factsSize);
     const QByteArray content = bytes.sliced(headSize);
     const auto version = qFromBigEndian<quint32>(facts.constData() + 4);
     if (qFromBigEndian<quint32>(facts.constData()) != seal.magic ||
         qFromBigEndian<quint64>(facts.constData() + 8) != static_cast<quint64>(content.size()) ||
         bytes.sliced(factsSize, headSize - factsSize) != checksum(facts, content))
-        return {Unsealed::Damaged, 0, {}};
+        return {Unsealed::Damaged, {}};
     if (version > seal.version)
-        return {Unsealed::Newer, version, {}};
-    return {Unsealed::Whole, version, content};
+        return {Unsealed::Newer, {}};
+    return {Unsealed::Whole, content};
 }
 
 } // namespace utils

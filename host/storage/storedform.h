@@ -46,7 +46,6 @@ struct Unsealed
         Newer,   ///< whole, but of a later version
     };
     State state;
-    quint32 version = 0;
     QByteArray content; ///< empty unless whole
 };
 

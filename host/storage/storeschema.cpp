@@ -9,31 +9,13 @@ namespace utils {
 namespace {
 
 constexpr int storeId = 0x4B595274; // "KYRt"
-constexpr int storeVersion = 2;
+constexpr int storeVersion = 1;
 
-constexpr int formerReceiptsId = 0x4B595272; // "KYRr"
-constexpr int formerQueueId = 0x4B595271;    // "KYRq"
-constexpr int formerVersion = 1;
-
-Database::Source former(const QString& file, int id, const QString& name, const QStringList& takes)
-{
-    return {dataFile(file),
-            id,
-            formerVersion,
-            name,
-            takes,
-            u"INSERT INTO main.imported (file, time) "
-            "VALUES ('%1', CAST(strftime('%s', 'now') AS INTEGER) * 1000)"_s.arg(file),
-            u"SELECT count(*) FROM imported WHERE file = '%1'"_s.arg(file)};
-}
-
-} // namespace
-
-// A return says here which sale it returns, any other document says ''; NULL: nobody has looked yet.
+// A return says here which sale it returns, any other document says ''.
 QStringList receiptTables()
 {
     return {u"CREATE TABLE documents (identifier TEXT PRIMARY KEY, stored INTEGER NOT NULL, "
-            "content BLOB NOT NULL, sale TEXT)"_s,
+            "content BLOB NOT NULL, sale TEXT NOT NULL)"_s,
             u"CREATE INDEX documents_sale ON documents (sale)"_s,
             u"CREATE TABLE card_records (document TEXT NOT NULL REFERENCES documents, kind INTEGER NOT NULL, "
             "revision INTEGER NOT NULL, content BLOB NOT NULL, PRIMARY KEY (document, kind))"_s};
@@ -83,40 +65,13 @@ QStringList journalTables()
             u"CREATE INDEX journal_receipt ON journal (receipt, id)"_s};
 }
 
-// What was taken over; a former file that appears later is not, and stays.
-QStringList importTables()
-{
-    return {u"CREATE TABLE imported (file TEXT PRIMARY KEY, time INTEGER NOT NULL)"_s};
-}
+} // namespace
 
-QList<Database::Source> formerFiles()
-{
-    const QStringList receipts{u"INSERT INTO main.documents (identifier, stored, content) "
-                               "SELECT identifier, stored, content FROM receipts.documents"_s,
-                               u"INSERT INTO main.card_records (document, kind, revision, content) "
-                               "SELECT document, kind, revision, content FROM receipts.card_records"_s};
-    const QStringList queue{
-        u"INSERT INTO main.queued (id, queue, receipt, enqueued, message, text, parked, attempts, error) "
-        "SELECT id, queue, receipt, enqueued, message, text, parked, attempts, error "
-        "FROM outgoing.queued ORDER BY id"_s,
-        u"INSERT INTO main.history (id, queue, receipt, enqueued, finished, text, attempts, error, outcome, "
-        "answer, message) SELECT id, queue, receipt, enqueued, finished, text, attempts, error, outcome, "
-        "answer, message FROM outgoing.history"_s,
-        // An id that was once given is not given again.
-        u"DELETE FROM main.sqlite_sequence WHERE name = 'queued'"_s,
-        u"INSERT INTO main.sqlite_sequence (name, seq) "
-        "SELECT name, seq FROM outgoing.sqlite_sequence WHERE name = 'queued'"_s};
-    return {former(u"receipts.sqlite"_s, formerReceiptsId, u"receipts"_s, receipts),
-            former(u"queue.sqlite"_s, formerQueueId, u"outgoing"_s, queue)};
-}
+QString storePath() { return dataFile(u"till.sqlite"_s); }
 
 Database::Format storeFormat()
 {
-    return {storeId,
-            storeVersion,
-            receiptTables() + queueTables() + journalTables() + importTables(),
-            {},
-            formerFiles()};
+    return {storeId, storeVersion, receiptTables() + queueTables() + journalTables()};
 }
 
 } // namespace utils

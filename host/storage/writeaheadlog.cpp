@@ -4,8 +4,6 @@
 #include <QFile>
 #include <QtEndian>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace utils {
@@ -116,32 +114,6 @@ DatabaseHead headOf(const QString& database)
     return {.version = static_cast<int>(numberAt(head, versionInPage)),
             .applicationId = static_cast<int>(numberAt(head, idInPage)),
             .pageSize = pageSize == 1 ? static_cast<int>(longestPage) : pageSize};
-}
-
-int versionInLog(const QString& database, int applicationId)
-{
-    QFile log(database + u"-wal"_s);
-    if (!log.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray head = log.read(logHeader);
-    const quint32 pageSize = numberAt(head, 8);
-    if (head.size() < logHeader || pageSize < 512 || pageSize > longestPage)
-        return 0;
-    int newest = 0;
-    const QByteArray current = head.sliced(saltsInLog, salts);
-    for (;;) {
-        const QByteArray frame = log.read(frameHeader);
-        // Behind the last frame lie those of earlier rounds, under other salts.
-        if (frame.size() < frameHeader || frame.sliced(saltsInFrame, salts) != current)
-            return newest;
-        if (numberAt(frame, 0) != 1) {
-            log.seek(log.pos() + pageSize);
-            continue;
-        }
-        const QByteArray page = log.read(pageSize);
-        if (numberAt(page, idInPage) == static_cast<quint32>(applicationId))
-            newest = std::max(newest, static_cast<int>(numberAt(page, versionInPage)));
-    }
 }
 
 } // namespace utils

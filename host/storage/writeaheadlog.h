@@ -16,11 +16,6 @@ struct DatabaseHead
 /// makes no sense to it. A file without a head says what an empty one does.
 DatabaseHead headOf(const QString& database);
 
-/// The newest version (user_version) that the log beside an SQLite file gives it, when the file is of that
-/// kind; 0 when the log gives none. Reads the log alone: SQLite itself can't look into it without making
-/// files. A commit that was cut off in the middle counts too.
-int versionInLog(const QString& database, int applicationId);
-
 /// True when a whole commit lies in the log behind something that is not as SQLite wrote it: at the next
 /// opening SQLite takes the log up to there only. A log that was cut short, or damaged at its very end, looks
 /// like one whose last commit was never finished. Not for a log that this process has open.

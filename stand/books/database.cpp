@@ -15,7 +15,7 @@ Database::Database(const QString& file)
 {
     try {
         open(file);
-        upgrade();
+        ensureMade();
     } catch (const DatabaseError& error) {
         m_prepared.clear();
         QSqlDatabase::removeDatabase(m_connection);
@@ -73,7 +73,7 @@ void Database::open(const QString& file)
     run(u"PRAGMA synchronous = OFF"_s);
 }
 
-void Database::upgrade()
+void Database::ensureMade()
 {
     Transaction transaction(*this);
     auto query = run(u"PRAGMA user_version"_s);
@@ -81,16 +81,14 @@ void Database::upgrade()
     const auto found = query.value(0).toInt();
     query.finish();
 
-    const auto steps = upgrades();
-    if (found > steps.size())
+    if (found > schemaVersion)
         throw DatabaseError(u"it was written by a newer stand (data version %1)"_s.arg(found));
-    for (const auto& step : steps.sliced(found)) {
-        for (const auto& statement : step)
+    if (found == 0) {
+        for (const auto& statement : schema())
             run(statement);
-    }
-    run(u"PRAGMA user_version = %1"_s.arg(steps.size()));
-    if (found == 0)
+        run(u"PRAGMA user_version = %1"_s.arg(schemaVersion));
         seed(*this);
+    }
     transaction.commit();
 }
 

@@ -52,7 +52,7 @@ private:
     friend class Transaction;
     friend class Rows;
     void open(const QString& file);
-    void upgrade();
+    void ensureMade();
 
     QString m_connection;
     std::unordered_multimap<QString, QSqlQuery> m_prepared; ///< By statement; those that nobody reads from.

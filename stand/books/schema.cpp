@@ -16,11 +16,16 @@ QStringList cardsAndExchanges()
                 birth_day TEXT, address TEXT, email TEXT,
                 mobile TEXT NOT NULL))"_s,
         u"CREATE INDEX customers_by_mobile ON customers(mobile)"_s,
-        // In hundredths of a point; "notation" says how the service writes it as a text.
+        // "notation" says how the service writes the balance as a text; the owner of a debt is the customer's
+        // account that owes it.
         uR"(CREATE TABLE accounts(
                 id INTEGER PRIMARY KEY,
-                balance INTEGER NOT NULL,
-                notation INTEGER NOT NULL CHECK (notation IN (0, 1))))"_s,
+                notation INTEGER NOT NULL CHECK (notation IN (0, 1)),
+                kind TEXT NOT NULL DEFAULT 'customer' CHECK (kind IN ('customer', 'debt', 'shop', 'service')),
+                owner INTEGER REFERENCES accounts))"_s,
+        u"INSERT INTO accounts(notation, kind) VALUES (0, 'shop'), (0, 'service')"_s,
+        u"CREATE UNIQUE INDEX one_account_of_a_kind ON accounts(kind) WHERE kind IN ('shop', 'service')"_s,
+        u"CREATE UNIQUE INDEX one_debt_of_an_account ON accounts(owner) WHERE kind = 'debt'"_s,
         // The order of the ids is the order of issue.
         uR"(CREATE TABLE cards(
                 id INTEGER PRIMARY KEY,
@@ -29,13 +34,15 @@ QStringList cardsAndExchanges()
                 account INTEGER NOT NULL REFERENCES accounts,
                 status INTEGER NOT NULL CHECK (status BETWEEN 0 AND 3)))"_s,
         u"CREATE INDEX cards_by_customer ON cards(customer)"_s,
+        // "fault" is the name of the fault that struck the exchange; empty for none.
         uR"(CREATE TABLE exchanges(
                 n INTEGER PRIMARY KEY AUTOINCREMENT,
                 time TEXT NOT NULL,
                 method TEXT NOT NULL, path TEXT NOT NULL,
                 headers TEXT NOT NULL, request_body TEXT NOT NULL,
                 status INTEGER NOT NULL, answer_body TEXT NOT NULL,
-                authorized INTEGER NOT NULL))"_s,
+                authorized INTEGER NOT NULL,
+                fault TEXT NOT NULL DEFAULT ''))"_s,
     };
 }
 
@@ -43,15 +50,6 @@ QStringList cardsAndExchanges()
 QStringList ledger()
 {
     return {
-        // Version 1 numbered them the other way round, and had no customers but the demonstration's.
-        u"UPDATE customers SET gender = 1 - gender"_s,
-        uR"(ALTER TABLE accounts ADD COLUMN kind TEXT NOT NULL DEFAULT 'customer'
-                CHECK (kind IN ('customer', 'debt', 'shop', 'service')))"_s,
-        // Of a debt: the customer's account that owes it.
-        u"ALTER TABLE accounts ADD COLUMN owner INTEGER REFERENCES accounts"_s,
-        u"INSERT INTO accounts(balance, notation, kind) VALUES (0, 0, 'shop'), (0, 0, 'service')"_s,
-        u"CREATE UNIQUE INDEX one_account_of_a_kind ON accounts(kind) WHERE kind IN ('shop', 'service')"_s,
-        u"CREATE UNIQUE INDEX one_debt_of_an_account ON accounts(owner) WHERE kind = 'debt'"_s,
         // "asked" and "names" are what a repeated request is told apart by: the amount it asks for, and the
         // number of the receipt to refuse or to cancel. "root" is the operation that is taken back.
         uR"(CREATE TABLE operations(
@@ -74,8 +72,9 @@ QStringList ledger()
                 n INTEGER PRIMARY KEY,
                 operation INTEGER NOT NULL REFERENCES operations,
                 account INTEGER NOT NULL REFERENCES accounts,
-                amount INTEGER NOT NULL CHECK (amount <> 0)))"_s,
-        u"CREATE INDEX entries_by_account ON entries(account, amount)"_s,
+                amount INTEGER NOT NULL CHECK (amount <> 0),
+                balance INTEGER NOT NULL))"_s,
+        u"CREATE INDEX entries_by_account ON entries(account, n)"_s,
         u"CREATE INDEX entries_by_operation ON entries(operation)"_s,
         // What each position of an operation's receipt has to do with its points.
         uR"(CREATE TABLE shares(
@@ -98,7 +97,7 @@ QStringList ledger()
                 code TEXT NOT NULL,
                 attempts_left INTEGER NOT NULL CHECK (attempts_left >= 0),
                 state TEXT NOT NULL
-                    CHECK (state IN ('waiting', 'confirmed', 'used up', 'late', 'canceled')),
+                    CHECK (state IN ('waiting', 'confirmed', 'used up', 'late', 'canceled', 'replaced')),
                 spending INTEGER REFERENCES operations))"_s,
         uR"(CREATE UNIQUE INDEX one_approval_of_a_key ON approvals(receipt_number, card)
                 WHERE state IN ('waiting', 'confirmed'))"_s,
@@ -111,52 +110,13 @@ QStringList ledger()
                 request TEXT NOT NULL,
                 answer TEXT NOT NULL,
                 UNIQUE (method, receipt_number)))"_s,
-        // The balances of version 1 are the openings of this one.
-        uR"(INSERT INTO operations(time, operation, receipt_number, card, check_identifier, asked, names,
-                                   points, answer)
-            SELECT strftime('%Y-%m-%dT%H:%M:%fZ'), 'opening', '', cards.number, '', 0, '', accounts.balance, ''
-            FROM cards JOIN accounts ON accounts.id = cards.account
-            WHERE accounts.balance > 0 ORDER BY cards.id)"_s,
-        uR"(INSERT INTO entries(operation, account, amount)
-            SELECT operations.n, cards.account, operations.points
-            FROM operations JOIN cards ON cards.number = operations.card
-            UNION ALL
-            SELECT operations.n, accounts.id, -operations.points
-            FROM operations, accounts WHERE accounts.kind = 'service')"_s,
-        u"ALTER TABLE accounts DROP COLUMN balance"_s,
-        uR"(CREATE TRIGGER entries_stay BEFORE UPDATE ON entries
-            BEGIN SELECT RAISE(ABORT, 'entries are never changed'); END)"_s,
-        uR"(CREATE TRIGGER entries_remain BEFORE DELETE ON entries
-            BEGIN SELECT RAISE(ABORT, 'entries are never removed'); END)"_s,
-        uR"(CREATE TRIGGER no_negative_balance AFTER INSERT ON entries
-            WHEN NEW.amount < 0 AND (SELECT kind FROM accounts WHERE id = NEW.account) = 'customer'
-            BEGIN
-                SELECT RAISE(ABORT, 'a balance would become negative')
-                WHERE (SELECT sum(amount) FROM entries WHERE account = NEW.account) < 0;
-            END)"_s,
     };
-}
-
-QStringList faults()
-{
-    // The name of the fault that struck the exchange; empty for none.
-    return {u"ALTER TABLE exchanges ADD COLUMN fault TEXT NOT NULL DEFAULT ''"_s};
 }
 
 /// Each entry carries the balance after it, and nothing that was written is ever changed.
 QStringList chain()
 {
     QStringList statements = {
-        u"DROP TRIGGER entries_stay"_s,
-        u"DROP TRIGGER no_negative_balance"_s,
-        u"DROP INDEX entries_by_account"_s,
-        u"ALTER TABLE entries ADD COLUMN balance INTEGER NOT NULL DEFAULT 0"_s,
-        uR"(UPDATE entries SET balance = summed.balance
-            FROM (SELECT n, sum(amount) OVER (PARTITION BY account ORDER BY n) AS balance FROM entries) summed
-            WHERE summed.n = entries.n)"_s,
-        u"CREATE INDEX entries_by_account ON entries(account, n)"_s,
-        uR"(CREATE TRIGGER entries_stay BEFORE UPDATE ON entries
-            BEGIN SELECT RAISE(ABORT, 'entries are never changed'); END)"_s,
         uR"(CREATE TRIGGER entries_follow BEFORE INSERT ON entries
             BEGIN
                 SELECT RAISE(ABORT, 'an entry does not follow from the one before it')
@@ -170,7 +130,7 @@ QStringList chain()
                 FROM accounts WHERE id = NEW.account AND kind = 'debt' AND NEW.balance > 0;
             END)"_s,
     };
-    for (const auto& table : {u"operations"_s, u"shares"_s, u"anonymous"_s, u"exchanges"_s}) {
+    for (const auto& table : {u"entries"_s, u"operations"_s, u"shares"_s, u"anonymous"_s, u"exchanges"_s}) {
         statements.append(u"CREATE TRIGGER %1_stay BEFORE UPDATE ON %1 "
                           "BEGIN SELECT RAISE(ABORT, '%1 are never changed'); END"_s.arg(table));
         statements.append(u"CREATE TRIGGER %1_remain BEFORE DELETE ON %1 "
@@ -179,44 +139,8 @@ QStringList chain()
     return statements;
 }
 
-/// An approval can be replaced by a later request. SQLite changes a CHECK only by writing the table anew.
-QStringList replacedApprovals()
-{
-    return {
-        u"ALTER TABLE approvals RENAME TO approvals_before"_s,
-        uR"(CREATE TABLE approvals(
-                id INTEGER PRIMARY KEY AUTOINCREMENT,
-                time TEXT NOT NULL,
-                expires INTEGER NOT NULL, -- milliseconds since 1970
-                phone TEXT NOT NULL,
-                receipt_number TEXT NOT NULL,
-                card TEXT NOT NULL,
-                check_identifier TEXT NOT NULL,
-                asked INTEGER NOT NULL,
-                request TEXT NOT NULL,
-                code TEXT NOT NULL,
-                attempts_left INTEGER NOT NULL CHECK (attempts_left >= 0),
-                state TEXT NOT NULL
-                    CHECK (state IN ('waiting', 'confirmed', 'used up', 'late', 'canceled', 'replaced')),
-                spending INTEGER REFERENCES operations))"_s,
-        u"INSERT INTO approvals SELECT * FROM approvals_before"_s,
-        u"DROP TABLE approvals_before"_s,
-        uR"(CREATE UNIQUE INDEX one_approval_of_a_key ON approvals(receipt_number, card)
-                WHERE state IN ('waiting', 'confirmed'))"_s,
-        // A spending at once used to leave what waited under its number.
-        uR"(UPDATE approvals SET state = 'replaced'
-            WHERE state = 'waiting' AND EXISTS
-                (SELECT 1 FROM operations WHERE operation = 'spending'
-                    AND operations.receipt_number = approvals.receipt_number
-                    AND operations.card = approvals.card))"_s,
-    };
-}
-
 } // namespace
 
-QList<QStringList> upgrades()
-{
-    return {cardsAndExchanges(), ledger(), faults(), chain(), replacedApprovals()};
-}
+QStringList schema() { return cardsAndExchanges() + ledger() + chain(); }
 
 } // namespace stand

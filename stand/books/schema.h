@@ -1,12 +1,13 @@
 #pragma once
 
-#include <QList>
 #include <QStringList>
 
 namespace stand {
 
-/// The statements which bring a file of version n to version n + 1, n being the place in the list.
-/// A step that was once released is never changed; a new one is added behind it.
-QList<QStringList> upgrades();
+/// The number of the schema, which a file keeps as its user_version.
+constexpr int schemaVersion = 1;
+
+/// The statements that make the tables of a new file.
+QStringList schema();
 
 } // namespace stand

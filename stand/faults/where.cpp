@@ -1,7 +1,5 @@
 #include "stand/faults/where.h"
 
-#include <QRegularExpression>
-
 #include <algorithm>
 #include <array>
 
@@ -33,23 +31,11 @@ constexpr std::array names = {
     Name{"receipt", "", "/v2/partner/operation/receipt"},
 };
 
-/// Whether the text is the pattern, in which a star stands for any characters.
-bool isLike(const QByteArray& text, const QByteArray& pattern)
+/// What a path is like that the pattern means, in which a star stands for any characters.
+QRegularExpression like(QString pattern)
 {
-    const auto parts = pattern.split('*');
-    if (parts.size() == 1)
-        return text == pattern;
-    const auto& last = parts.constLast();
-    if (!text.startsWith(parts.constFirst()) || text.size() < parts.constFirst().size() + last.size())
-        return false;
-    auto at = parts.constFirst().size();
-    for (qsizetype i = 1; i < parts.size() - 1; ++i) {
-        at = text.indexOf(parts[i], at);
-        if (at < 0)
-            return false;
-        at += parts[i].size();
-    }
-    return text.size() - at >= last.size() && text.endsWith(last);
+    pattern = QRegularExpression::escape(pattern).replace(u"\\*"_s, u".*"_s);
+    return QRegularExpression(QRegularExpression::anchoredPattern(pattern));
 }
 
 } // namespace
@@ -65,7 +51,7 @@ std::optional<Where> Where::fromText(const QString& text)
     });
     if (name != names.end()) {
         where.m_method = name->method;
-        where.m_pattern = name->pattern;
+        where.m_path = like(QString::fromLatin1(name->pattern));
         return where;
     }
     static const QRegularExpression form(u"^(?:([A-Z]+) )?(/\\S*)$"_s);
@@ -73,13 +59,13 @@ std::optional<Where> Where::fromText(const QString& text)
     if (!match.hasMatch())
         return std::nullopt;
     where.m_method = match.captured(1).toLatin1();
-    where.m_pattern = match.captured(2).toUtf8();
+    where.m_path = like(match.captured(2));
     return where;
 }
 
-QList<QString> Where::operations()
+QStringList Where::operations()
 {
-    QList<QString> list;
+    QStringList list;
     for (const auto& name : names)
         list.append(QString::fromLatin1(name.name));
     return list;
@@ -87,7 +73,7 @@ QList<QString> Where::operations()
 
 bool Where::matches(const QByteArray& method, const QByteArray& path) const
 {
-    return (m_method.isEmpty() || m_method == method) && isLike(path, m_pattern);
+    return (m_method.isEmpty() || m_method == method) && m_path.match(QString::fromUtf8(path)).hasMatch();
 }
 
 } // namespace stand

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <QByteArray>
-#include <QList>
+#include <QRegularExpression>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -20,16 +21,16 @@ public:
     static std::optional<Where> fromText(const QString& text);
 
     /// The names that fromText() knows, without "any".
-    static QList<QString> operations();
+    static QStringList operations();
 
     [[nodiscard]] bool matches(const QByteArray& method, const QByteArray& path) const;
-    [[nodiscard]] bool isAny() const { return m_method.isEmpty() && m_pattern == "*"; }
+    [[nodiscard]] bool isAny() const { return m_text == QLatin1StringView("any"); }
     [[nodiscard]] QString text() const { return m_text; } ///< As it was given.
 
 private:
     QString m_text = QStringLiteral("any");
-    QByteArray m_method; ///< Empty: every method.
-    QByteArray m_pattern = QByteArrayLiteral("*");
+    QByteArray m_method;       ///< Empty: every method.
+    QRegularExpression m_path; ///< Empty: every path.
 };
 
 } // namespace stand

@@ -1,8 +1,7 @@
 #include "stand/http/listener.h"
 
-#include "stand/http/later.h"
-
 #include <QTextStream>
+#include <QTimer>
 
 #include <memory>
 
@@ -79,7 +78,7 @@ void Listener::refuse(std::chrono::milliseconds duration)
 {
     close();
     ++m_refusals;
-    later(duration, this, [this] {
+    QTimer::singleShot(duration, Qt::PreciseTimer, this, [this] {
         if (--m_refusals == 0)
             listenAgain();
     });
@@ -92,7 +91,7 @@ void Listener::listenAgain()
     QTextStream(stderr) << "stand: cannot listen again on port " << m_port << ": " << errorString()
                         << Qt::endl;
     constexpr std::chrono::milliseconds pause{200};
-    later(pause, this, [this] { listenAgain(); });
+    QTimer::singleShot(pause, this, [this] { listenAgain(); });
 }
 
 void Listener::incomingConnection(qintptr descriptor)

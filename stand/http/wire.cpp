@@ -1,10 +1,9 @@
 #include "stand/http/wire.h"
 
-#include "stand/http/later.h"
-
 #include <QCoreApplication>
 #include <QPointer>
 #include <QTcpSocket>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -52,7 +51,8 @@ public:
         , m_socket(socket)
         , m_delivery(std::move(delivery))
     {
-        later(m_delivery.delay, this, [this] { begin(); });
+        // Precise, here and below: a coarse timer may come early.
+        QTimer::singleShot(m_delivery.delay, Qt::PreciseTimer, this, [this] { begin(); });
     }
 
 private:
@@ -88,7 +88,7 @@ private:
             return end();
         m_socket->write(bytes);
         m_socket->flush();
-        later(m_delivery.pause, this, [this] { drip(); });
+        QTimer::singleShot(m_delivery.pause, Qt::PreciseTimer, this, [this] { drip(); });
     }
 
     void end()
@@ -122,11 +122,11 @@ void deliver(QTcpSocket* connection, Delivery delivery)
 void deliver(QTcpSocket* connection, const Postponed& postponed)
 {
     // Not bound to the connection: the operation is done also when the client has gone.
-    later(postponed.delay, QCoreApplication::instance(),
-          [connection = QPointer(connection), answer = postponed.answer] {
-              const auto late = answer();
-              deliver(connection, {.begin = headOf(late, late.body.size()) + late.body});
-          });
+    QTimer::singleShot(postponed.delay, Qt::PreciseTimer, QCoreApplication::instance(),
+                       [connection = QPointer(connection), answer = postponed.answer] {
+                           const auto late = answer();
+                           deliver(connection, {.begin = headOf(late, late.body.size()) + late.body});
+                       });
 }
 
 } // namespace stand

@@ -1,9 +1,7 @@
 #include "stand/service/cards.h"
 
 #include "stand/books/accounts.h"
-#include "stand/http/answers.h"
-
-#include <algorithm>
+#include "stand/service/receipts.h"
 
 using namespace Qt::StringLiterals;
 
@@ -11,13 +9,10 @@ namespace stand {
 
 namespace {
 
-bool isDigits(const QByteArray& text)
+bool isPhone(const QByteArray& text)
 {
-    return !text.isEmpty() &&
-           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+    return isDigits(QString::fromUtf8(text)) && text.size() >= 10 && text.size() <= 15;
 }
-
-bool isPhone(const QByteArray& text) { return isDigits(text) && text.size() >= 10 && text.size() <= 15; }
 
 QJsonObject cardData(const Card& card)
 {
@@ -48,7 +43,7 @@ QJsonObject userData(const Customer& customer)
 
 QString Cards::number(const QByteArray& segment)
 {
-    if (!isDigits(segment)) {
+    if (!isDigits(QString::fromUtf8(segment))) {
         throw Refused(QJsonObject{
             {u"card"_s,
              QJsonArray{u"Номер карты должен состоять только из цифр"_s, u"Проверьте номер карты"_s}},

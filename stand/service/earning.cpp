@@ -10,18 +10,13 @@ namespace stand {
 
 namespace {
 
-QList<Share> sharesOf(const Receipt& receipt, Hundredths points)
+/// The points in proportion to the positions' sums.
+QList<Hundredths> spreadOver(const Receipt& receipt, Hundredths points)
 {
     QList<Hundredths> sums;
     for (const auto& position : receipt.positions)
         sums.append(position.sum);
-    const auto parts = spread(points, sums);
-    QList<Share> shares;
-    for (qsizetype i = 0; i < parts.size(); ++i) {
-        const auto& position = receipt.positions[i];
-        shares.append({position.number, position.sum, position.thousandths, parts[i]});
-    }
-    return shares;
+    return spread(points, sums);
 }
 
 } // namespace
@@ -47,7 +42,7 @@ Answer Earning::payment(const QJsonObject& body)
     if (settled > 0)
         entries.append({m_ledger.debtOf(card.account), settled});
     auto answer = success({{u"paymentBonus"_s, inUnits(points)}});
-    m_ledger.record(key, points, entries, sharesOf(receipt, points), answer.body);
+    m_ledger.record(key, points, entries, sharesOf(receipt, spreadOver(receipt, points)), answer.body);
     return answer;
 }
 

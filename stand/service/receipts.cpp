@@ -12,12 +12,6 @@ namespace stand {
 
 namespace {
 
-bool isDigits(const QString& text)
-{
-    return !text.isEmpty() &&
-           std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
-}
-
 Position positionFrom(Members& members)
 {
     members.number(u"prod_cat"_s);
@@ -32,6 +26,22 @@ Position positionFrom(Members& members)
 }
 
 } // namespace
+
+bool isDigits(const QString& text)
+{
+    return !text.isEmpty() &&
+           std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+}
+
+QList<Share> sharesOf(const Receipt& receipt, const QList<Hundredths>& points)
+{
+    QList<Share> shares;
+    for (qsizetype i = 0; i < points.size(); ++i) {
+        const auto& position = receipt.positions[i];
+        shares.append({position.number, position.sum, position.thousandths, points[i]});
+    }
+    return shares;
+}
 
 QString Members::text(const QString& name)
 {

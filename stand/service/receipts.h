@@ -1,6 +1,6 @@
 #pragma once
 
-#include "stand/books/money.h"
+#include "stand/books/ledger.h"
 #include "stand/http/answers.h"
 
 #include <QJsonObject>
@@ -61,6 +61,12 @@ Receipt receiptFrom(Members& members);
 
 /// Reads positions; complains of `name`, the member that holds them.
 QList<Position> positionsFrom(const QJsonValue& list, Members& members, const QString& name);
+
+/// Whether it is digits from 0 to 9 and nothing else, one at least.
+[[nodiscard]] bool isDigits(const QString& text);
+
+/// What each position has to do with its points, which are in the order of the positions.
+[[nodiscard]] QList<Share> sharesOf(const Receipt& receipt, const QList<Hundredths>& points);
 
 /// The thousandths that `rounded` and Members::amount are asked for when the value is a quantity.
 constexpr qint64 quantityParts = 1000;

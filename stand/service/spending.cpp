@@ -10,16 +10,6 @@ namespace stand {
 
 namespace {
 
-QList<Share> sharesOf(const Receipt& receipt, const QList<Hundredths>& points)
-{
-    QList<Share> shares;
-    for (qsizetype i = 0; i < points.size(); ++i) {
-        const auto& position = receipt.positions[i];
-        shares.append({position.number, position.sum, position.thousandths, points[i]});
-    }
-    return shares;
-}
-
 QJsonObject recipients(const Receipt& receipt, const QList<Hundredths>& discounts)
 {
     QJsonArray details;

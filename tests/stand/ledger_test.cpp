@@ -1,4 +1,4 @@
-// The books: restarts, upgrades, races, and what must always hold.
+// The books: restarts, races, and what must always hold.
 
 #include "tests/stand/books.h"
 #include "tests/stand/shop.h"
@@ -96,89 +96,6 @@ TEST_F(StandBooks, ARequestThatFailsHalfwayLeavesNothing)
     Shop shop(arguments());
     EXPECT_EQ(shop.forcePayment({}, u"20.00"_s).status, 200);
     EXPECT_EQ(shop.balance(), 28000);
-}
-
-TEST_F(StandBooks, AFileOfTheFirstVersionIsUpgraded)
-{
-    ASSERT_TRUE(change(
-        m_file,
-        {u"CREATE TABLE customers(id INTEGER PRIMARY KEY, last_name TEXT, first_name TEXT, middle_name TEXT, "
-         "gender INTEGER CHECK (gender IN (0, 1)), birth_day TEXT, address TEXT, email TEXT, "
-         "mobile TEXT NOT NULL)"_s,
-         u"CREATE TABLE accounts(id INTEGER PRIMARY KEY, balance INTEGER NOT NULL, "
-         "notation INTEGER NOT NULL CHECK (notation IN (0, 1)))"_s,
-         u"CREATE TABLE cards(id INTEGER PRIMARY KEY, number TEXT NOT NULL UNIQUE, "
-         "customer INTEGER REFERENCES customers, account INTEGER NOT NULL REFERENCES accounts, "
-         "status INTEGER NOT NULL CHECK (status BETWEEN 0 AND 3))"_s,
-         u"CREATE TABLE exchanges(n INTEGER PRIMARY KEY AUTOINCREMENT, time TEXT NOT NULL, "
-         "method TEXT NOT NULL, path TEXT NOT NULL, headers TEXT NOT NULL, request_body TEXT NOT NULL, "
-         "status INTEGER NOT NULL, answer_body TEXT NOT NULL, authorized INTEGER NOT NULL)"_s,
-         u"INSERT INTO customers(id, last_name, gender, mobile) VALUES (1, 'Орлова', 0, '79005550001')"_s,
-         u"INSERT INTO accounts(id, balance, notation) VALUES (1, 12345, 0), (2, 0, 1)"_s,
-         u"INSERT INTO cards(number, customer, account, status) "
-         "VALUES ('2000000000055', 1, 1, 3), ('2000000000062', NULL, 2, 0)"_s,
-         u"PRAGMA user_version = 1"_s}));
-    Shop shop(arguments());
-    EXPECT_EQ(shop.balance(), 12345);
-    EXPECT_EQ(shop.balance(u"2000000000062"_s), 0);
-    const auto user = shop.send("user/card/2000000000055/user-info", "GET", {}).data();
-    EXPECT_EQ(user.value(u"user_data")[u"gender"], QJsonValue(1));
-    EXPECT_EQ(shop.forcePayment({}, u"20.00"_s).status, 200);
-    EXPECT_EQ(shop.balance(), 10345);
-    EXPECT_EQ(shop.page("invariants"), json(inOrder));
-}
-
-TEST_F(StandBooks, AFileWithoutRunningBalancesIsUpgraded)
-{
-    QJsonValue ledger;
-    {
-        Shop shop(arguments());
-        shop.forcePayment({.number = u"1"_s}, u"20.00"_s);
-        shop.earn({.number = u"2"_s});
-        shop.refuse({.number = u"3"_s}, u"2"_s);
-        ledger = shop.page("ledger");
-        shop.kill();
-    }
-    // As the version before kept it, but for what its triggers did.
-    ASSERT_TRUE(change(m_file, {u"DROP TRIGGER entries_follow"_s, u"DROP TRIGGER operations_stay"_s,
-                                u"DROP TRIGGER operations_remain"_s, u"DROP TRIGGER shares_stay"_s,
-                                u"DROP TRIGGER shares_remain"_s, u"DROP TRIGGER anonymous_stay"_s,
-                                u"DROP TRIGGER anonymous_remain"_s, u"DROP TRIGGER exchanges_stay"_s,
-                                u"DROP TRIGGER exchanges_remain"_s, u"DROP TRIGGER entries_stay"_s,
-                                u"ALTER TABLE entries DROP COLUMN balance"_s,
-                                u"CREATE TRIGGER entries_stay BEFORE UPDATE ON entries BEGIN SELECT 1; END"_s,
-                                u"CREATE TRIGGER no_negative_balance AFTER INSERT ON entries "
-                                "BEGIN SELECT 1; END"_s,
-                                u"PRAGMA user_version = 3"_s}));
-    Shop shop(arguments());
-    EXPECT_EQ(shop.page("ledger"), ledger);
-    EXPECT_EQ(shop.page("invariants"), json(inOrder));
-}
-
-TEST_F(StandBooks, AFileOfAStandThatReplacedNoApprovalsIsUpgraded)
-{
-    QByteArray confirmed;
-    {
-        Shop shop(arguments());
-        shop.payment({.number = u"1"_s}, u"20.00"_s);
-        shop.forcePayment({.number = u"1"_s}, u"20.00"_s);
-        shop.payment({.number = u"2"_s}, u"20.00"_s);
-        shop.payment({.number = u"3"_s}, u"20.00"_s);
-        confirmed = shop.confirm(3, u"1234"_s).body;
-        shop.kill();
-    }
-    ASSERT_TRUE(change(
-        m_file,
-        {u"UPDATE approvals SET state = 'waiting' WHERE state = 'replaced'"_s,
-         u"PRAGMA writable_schema = ON"_s,
-         u"UPDATE sqlite_schema SET sql = replace(sql, ', ''replaced''', '') WHERE name = 'approvals'"_s,
-         u"PRAGMA user_version = 4"_s}));
-    Shop shop(arguments());
-    EXPECT_EQ(refusalText(shop.confirm(1, u"1234"_s)), "409 Запрос на списание заменён более поздним")
-        << "its receipt was paid at once";
-    EXPECT_EQ(shop.payment({.number = u"2"_s}, u"10.00"_s).data().value(u"approve_id"), 4);
-    EXPECT_EQ(shop.confirm(3, u"1234"_s).body, confirmed);
-    EXPECT_EQ(shop.balance(), 26000);
 }
 
 TEST(StandLedger, ShowsOperationsEntriesAndAccounts)

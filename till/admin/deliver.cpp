@@ -123,10 +123,6 @@ int run(const Invocation& invocation)
 Command deliverCommand()
 {
     return {.name = u"deliver"_s,
-            .arguments = {},
-            .fewest = 0,
-            .most = 0,
-            .missing = {},
             .about = u"Deliver the outgoing queue until told to stop: the delivery service."_s,
             .details =
                 u"Sends each message when it is due, and what comes in at once. Where another delivery is "
@@ -137,7 +133,6 @@ Command deliverCommand()
                 "service manager that\n"
                 "started it when it is ready, and keeps its watchdog.\n\n"
                 "With --json: {\"delivered\", \"failed\" (attempts), \"waiting\", \"parked\"}, at the end."_s,
-            .options = {},
             .examples = {{u"till deliver --config /etc/kyr-loyalty/till.toml"_s, u"in the foreground"_s},
                          {u"systemctl enable --now kyr-loyalty-deliver"_s, u"as a service"_s}},
             .statuses = {{0, u"it was told to stop"_s},

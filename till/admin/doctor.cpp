@@ -149,10 +149,6 @@ QList<Finding> examine(const Options& given)
 Command doctorCommand()
 {
     return {.name = u"doctor"_s,
-            .arguments = {},
-            .fewest = 0,
-            .most = 0,
-            .missing = {},
             .about = u"Look for what is wrong, and say how to mend it."_s,
             .details =
                 u"Looks at the configuration, the way to the service (name, connection, TLS, "
@@ -166,7 +162,6 @@ Command doctorCommand()
                 "With --json: {\"ok\", \"findings\"}; each finding is {\"check\", \"state\" (\"ok\", "
                 "\"warning\" or "
                 "\"problem\"),\n\"text\", \"remedy\"}."_s,
-            .options = {},
             .examples = {{u"till doctor --config till.toml"_s, u"of that till"_s},
                          {u"till doctor --json | jq -r '.findings[] | select(.state != \"ok\") | .text'"_s,
                           u"for a monitor"_s}},

@@ -1,6 +1,6 @@
+#include "host/storage/datacheck.h"
 #include "host/storage/documents.h"
 #include "host/storage/setaside.h"
-#include "host/storage/storecheck.h"
 #include "till/admin/doctor.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"

@@ -103,9 +103,7 @@ Command queueRetryCommand()
 {
     return {.name = u"queue retry"_s,
             .arguments = u"[ID...]"_s,
-            .fewest = 0,
             .most = -1,
-            .missing = {},
             .about = u"Let parked messages wait again, in their old places."_s,
             .details = u"For messages that the service refused for a reason that is mended since.\n\n"_s +
                        resultJson,

@@ -36,13 +36,20 @@ int run(const Invocation& invocation)
     Tool tool(invocation);
     tool.useDataDirectory();
     MessageQueue queue;
+    std::stop_source stop;
+    const auto heedSignals = [&] {
+        if (signals.wait({}))
+            stop.request_stop();
+    };
     QueueDelivery::Summary summary;
     {
         const Progress progress(tool.console, queue.waitingCount());
-        summary =
-            QueueDelivery(queue,
-                          {.authorization = currentAuthorization(tool.config), .random = {}, .attempted = {}})
-                .run(signals.token());
+        QueueDelivery delivery(
+            queue, {.authorization = currentAuthorization(tool.config),
+                    .random = {},
+                    .attempted = [&](const QueuedMessage&, const QueueAttempt&) { heedSignals(); }});
+        heedSignals();
+        summary = delivery.run(stop.get_token());
     }
     const QString error = utils::maskNumbers(summary.firstError);
     tool.console.line(u"%1 delivered, %2 waiting, %3 parked"_s.arg(summary.delivered)
@@ -62,16 +69,11 @@ int run(const Invocation& invocation)
 Command queueDeliverCommand()
 {
     return {.name = u"queue deliver"_s,
-            .arguments = {},
-            .fewest = 0,
-            .most = 0,
-            .missing = {},
             .about = u"Send what waits now, once, without regard to its pauses."_s,
             .details =
                 u"SIGINT and SIGTERM are heeded between two messages. Refused while a delivery is under way "
                 u"on the same data\n"
                 "directory.\n\nWith --json: {\"delivered\", \"waiting\", \"parked\", \"firstError\"}."_s,
-            .options = {},
             .examples = {{u"till queue deliver"_s, u"after the network came back"_s}},
             .statuses = {{0, u"the queue is empty"_s},
                          {1, u"messages wait or are parked"_s},

@@ -48,10 +48,6 @@ Command queueListCommand()
 {
     return {
         .name = u"queue list"_s,
-        .arguments = {},
-        .fewest = 0,
-        .most = 0,
-        .missing = {},
         .about = u"Show what waits for the service, the oldest first."_s,
         .details =
             u"With --json: {\"waiting\", \"parked\", \"messages\", \"more\"}; each message is {\"id\", "

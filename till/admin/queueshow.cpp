@@ -87,7 +87,6 @@ Command queueShowCommand()
         .details = u"Card and phone numbers are masked; credentials, codes and passwords are not shown.\n\n"
                    "With --json: the members of `queue list`, \"method\", \"url\", \"headers\", \"timeout\" "
                    "(seconds) and \"body\" (a text)."_s,
-        .options = {},
         .examples = {{u"till queue show 17"_s, u"the message of that number"_s}},
         .statuses = {{0, u"it was shown"_s}, {2, u"there is no such message, or the queue cannot be read"_s}},
         .run = run};

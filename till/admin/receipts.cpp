@@ -101,10 +101,6 @@ int show(const Invocation& invocation)
 Command receiptsListCommand()
 {
     return {.name = u"receipts list"_s,
-            .arguments = {},
-            .fewest = 0,
-            .most = 0,
-            .missing = {},
             .about = u"Show the receipts to which something happened last, and what is next for each."_s,
             .details = u"With --json: {\"receipts\"}; each is {\"receipt\", \"type\" (\"sale\", \"return\" "
                        u"or \"\"), \"state\" "
@@ -134,7 +130,6 @@ Command receiptsShowCommand()
                    "\"name\",\n\"price\", \"quantity\", \"discount\", \"pointsDiscount\", \"sum\"}) and "
                    "\"timeline\" ({\"time\", "
                    "\"event\", \"operation\",\n\"message\", \"code\", \"detail\", \"milliseconds\"})."_s,
-        .options = {},
         .examples = {{u"till receipts show R-17"_s, u"the receipt of that identifier"_s}},
         .statuses = {{0, u"it was shown"_s}, {2, u"there is no such receipt, or the store cannot be read"_s}},
         .run = show};

@@ -1,5 +1,4 @@
 #include "host/core/document.h"
-#include "host/network/restclient.h"
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "host/storage/journal.h"
@@ -7,6 +6,7 @@
 #include "till/admin/commands.h"
 #include "till/admin/tool.h"
 #include "till/audit/booking.h"
+#include "till/audit/standbooks.h"
 #include "till/cli/usageerror.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
@@ -28,45 +28,25 @@ struct Difference
     QString text;
 };
 
-/// The service's pages, or those of the stand whose books lie in the data directory.
-class Books
+/// The service's books, or those of the stand that lie in the data directory.
+StandBooks booksFor(const Tool& tool)
 {
-public:
-    explicit Books(const Tool& tool)
-    {
-        const QString file = utils::dataFile(u"stand.sqlite"_s);
-        if (!namesService(tool.config) && QFileInfo::exists(file))
-            m_stand = std::make_unique<StandProcess>(StandSetup{.program = partsOf(tool.options).standProgram,
-                                                                .dataFile = file,
-                                                                .logFile = utils::dataFile(u"stand.log"_s),
-                                                                .ratio = standRatio(tool.config)});
-        m_url = m_stand ? m_stand->url() : serverUrlOf(tool.config);
-        if (m_url.isEmpty())
-            throw UsageError(
-                u"till: reconcile: no service to compare with; set KYRLoyalty:serverUrl or say --server-url"_s);
-        if (!m_url.endsWith(u'/'))
-            m_url += u'/';
-    }
-
-    [[nodiscard]] QVariantMap page(const QString& name) const
-    {
-        const auto client = MockFactory<RestClient>::create();
-        client->get(QUrl(m_url + u"stand/"_s + name), {}, {});
-        const int code = client->getErrorCode();
-        constexpr int firstStatus = 100;
-        if (code >= firstStatus || client->getResponse().toMap().isEmpty())
-            throw UsageError(
-                u"till: reconcile: the service at %1 shows no ledger to compare with (code %2): only the "
-                u"stand does; "
-                "ask the service's operator for the operations of that day"_s.arg(QUrl(m_url).host())
-                    .arg(code));
-        return client->getResponse().toMap();
-    }
-
-private:
-    std::unique_ptr<StandProcess> m_stand;
-    QString m_url;
-};
+    std::optional<StandProcess> stand;
+    const QString file = utils::dataFile(u"stand.sqlite"_s);
+    if (!namesService(tool.config) && QFileInfo::exists(file))
+        stand.emplace(StandSetup{.program = partsOf(tool.options).standProgram,
+                                 .dataFile = file,
+                                 .logFile = utils::dataFile(u"stand.log"_s),
+                                 .ratio = standRatio(tool.config)});
+    const QString url = stand ? stand->url() : serverUrlOf(tool.config);
+    if (url.isEmpty())
+        throw UsageError(
+            u"till: reconcile: no service to compare with; set KYRLoyalty:serverUrl or say --server-url"_s);
+    return standBooksAt(
+        url,
+        u"till: reconcile: the service at %1 shows no ledger to compare with (code %2): only the stand does; "
+        "ask the service's operator for the operations of that day"_s.arg(QUrl(url).host()));
+}
 
 QDate dayOf(const Invocation& invocation)
 {
@@ -143,14 +123,14 @@ int run(const Invocation& invocation)
     if (!ratio)
         throw UsageError(
             u"till: reconcile: KYRLoyalty:bonusRatio: only ratios of whole numbers can be compared"_s);
-    const Books books(tool);
-    const Ledger ledger(books.page(u"ledger"_s), *ratio);
+    const StandBooks books = booksFor(tool);
+    const Ledger ledger(books.ledger, *ratio);
     QStringList receipts = receiptsAtTill(day) + ledger.receiptsOf(day);
     receipts.removeDuplicates();
 
     QList<Difference> found;
-    for (const QString& violation : books.page(u"invariants"_s).value(u"violations"_s).toStringList())
-        found.append({{}, u"the ledger itself: "_s + violation});
+    for (const QString& violation : books.violations)
+        found.append({{}, violation});
     found += compared(ledger, receipts);
     dropHostObject<DocumentsDao>();
     tell(tool.console, day, receipts, found);
@@ -163,10 +143,6 @@ Command reconcileCommand()
 {
     return {
         .name = u"reconcile"_s,
-        .arguments = {},
-        .fewest = 0,
-        .most = 0,
-        .missing = {},
         .about = u"Compare a day's receipts with the service's ledger, difference by difference."_s,
         .details =
             u"Compares points spent, given back, earned and taken back, and the reports of receipts without "

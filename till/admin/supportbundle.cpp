@@ -171,10 +171,6 @@ int run(const Invocation& invocation)
 Command supportBundleCommand()
 {
     return {.name = u"support-bundle"_s,
-            .arguments = {},
-            .fewest = 0,
-            .most = 0,
-            .missing = {},
             .about = u"Put what a supporter needs to know into one archive."_s,
             .details = u"A .tar.gz for its owner alone: versions, the doctor's report, the configuration "
                        u"without the password, the\n"

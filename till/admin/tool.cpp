@@ -25,11 +25,7 @@ QString dataDirectoryOf(const Options& options)
     return options.dataDirectory.isEmpty() ? usualDataDirectory() : options.dataDirectory;
 }
 
-bool keepsAnything(const QString& directory)
-{
-    const QDir folder(directory);
-    return folder.exists(u"till.sqlite"_s) || folder.exists(u"queue.sqlite"_s);
-}
+bool keepsAnything(const QString& directory) { return QDir(directory).exists(u"till.sqlite"_s); }
 
 Tool::Tool(const Invocation& invocation)
     : options(invocation.options)

@@ -1,14 +1,13 @@
 #include "till/audit/summary.h"
 
-#include "host/network/restclient.h"
 #include "host/storage/documents.h"
 #include "host/utils/money.h"
 #include "till/audit/booking.h"
 #include "till/audit/queuewarnings.h"
 #include "till/audit/reconciliation.h"
+#include "till/audit/standbooks.h"
 #include "till/checkout/receiptsums.h"
 #include "till/checkout/till.h"
-#include "till/cli/usageerror.h"
 #include "till/setup/hostobjects.h"
 
 #include <QSet>
@@ -18,16 +17,6 @@ using namespace Qt::StringLiterals;
 namespace till {
 
 namespace {
-
-QVariantMap askStand(const Till& till, const QString& page)
-{
-    const auto client = MockFactory<RestClient>::create();
-    client->get(QUrl(till.serviceUrl() + u"stand/"_s + page), {}, {});
-    if (client->getErrorCode() != 0)
-        throw UsageError(
-            u"the stand's %1 cannot be read (error %2)"_s.arg(page, QString::number(client->getErrorCode())));
-    return client->getResponse().toMap();
-}
 
 QSharedPointer<AbstractDocument> closedReceipt(const QString& identifier)
 {
@@ -43,15 +32,6 @@ QStringList allReceipts(const Till& till, const Ledger& ledger)
     all += ledger.receipts();
     all.removeDuplicates();
     return all;
-}
-
-QStringList violations(const Till& till)
-{
-    QStringList found;
-    const QStringList broken = askStand(till, u"invariants"_s).value(u"violations"_s).toStringList();
-    for (const QString& violation : broken)
-        found.append(u"the ledger itself: "_s + violation);
-    return found;
 }
 
 /// Adds what the receipts of this till have moved.
@@ -92,8 +72,10 @@ Summary summaryOf(Till& till)
     QVariantMap page;
     if (till.ownsService()) {
         till.setServiceUp(true);
-        page = askStand(till, u"ledger"_s);
-        summary.differences = violations(till);
+        const StandBooks books =
+            standBooksAt(till.serviceUrl(), u"the stand's books cannot be read (error %1)"_s);
+        page = books.ledger;
+        summary.differences = books.violations;
     }
     const Ledger ledger(page, ratio);
     addPoints(summary, till.turnover().closed, ledger, ratio);

@@ -41,14 +41,14 @@ struct ExitStatus
 /// is wrong come from here.
 struct Command
 {
-    QString name;      ///< one word, or two: "queue list"
-    QString arguments; ///< as help shows them: "ID..."; empty: none
-    int fewest = 0;    ///< arguments
-    int most = 0;      ///< arguments; -1: any number
-    QString missing;   ///< what to ask when there are too few: "which scenario?"
-    QString about;     ///< one line
-    QString details;   ///< paragraphs, and the members of its JSON; wrapped by hand at 100 columns
-    QList<OptionKind> options;
+    QString name;           ///< one word, or two: "queue list"
+    QString arguments = {}; ///< as help shows them: "ID..."; empty: none
+    int fewest = 0;         ///< arguments
+    int most = 0;           ///< arguments; -1: any number
+    QString missing = {};   ///< what to ask when there are too few: "which scenario?"
+    QString about;          ///< one line
+    QString details;        ///< paragraphs, and the members of its JSON; wrapped by hand at 100 columns
+    QList<OptionKind> options = {};
     QList<Example> examples;
     QList<ExitStatus> statuses;
     /// Returns the exit status. What it throws is told on stderr and ends the program with exitMisused.

@@ -2,14 +2,11 @@
 
 #include "till/cli/usageerror.h"
 
-#include <array>
-#include <condition_variable>
+#include <QDeadlineTimer>
+
 #include <csignal>
-#include <cstdint>
-#include <mutex>
+#include <fcntl.h>
 #include <poll.h>
-#include <sys/eventfd.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -18,62 +15,51 @@ namespace till {
 
 namespace {
 
-sigset_t stopSignals()
+volatile std::sig_atomic_t writeEnd = -1;
+
+void handle(void (*handler)(int))
 {
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGINT);
-    sigaddset(&set, SIGTERM);
-    return set;
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    for (const int signal : {SIGINT, SIGTERM})
+        sigaction(signal, &action, nullptr);
+}
+
+void note(int /*signal*/)
+{
+    [[maybe_unused]] const ssize_t written = write(writeEnd, "", 1);
+    handle(SIG_DFL);
 }
 
 } // namespace
 
+// A handler, because a program that the till starts does not inherit it: a blocked signal it would.
 StopSignals::StopSignals()
 {
-    const sigset_t set = stopSignals();
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    m_signals = signalfd(-1, &set, SFD_CLOEXEC);
-    m_end = eventfd(0, EFD_CLOEXEC);
-    if (m_signals < 0 || m_end < 0)
+    if (pipe2(m_pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
         throw UsageError(u"till: the system is out of file descriptors"_s);
-    m_thread = std::thread([this] { listen(); });
+    writeEnd = m_pipe[1];
+    handle(note);
 }
 
 StopSignals::~StopSignals()
 {
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = write(m_end, &one, sizeof one);
-    m_thread.join();
-    close(m_signals);
-    close(m_end);
-    const sigset_t set = stopSignals();
-    pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
-}
-
-void StopSignals::listen()
-{
-    std::array<pollfd, 2> both{pollfd{m_signals, POLLIN, 0}, pollfd{m_end, POLLIN, 0}};
-    while (poll(both.data(), both.size(), -1) < 0) {
-    } // interrupted
-    if ((both[0].revents & POLLIN) == 0)
-        return;
-    signalfd_siginfo taken{};
-    [[maybe_unused]] const ssize_t size = read(m_signals, &taken, sizeof taken);
-    const sigset_t set = stopSignals();
-    pthread_sigmask(SIG_UNBLOCK, &set, nullptr); // in this thread, which lingers for an impatient second one
-    m_stop.request_stop();
-    while (poll(&both[1], 1, -1) < 0) {
-    }
+    handle(SIG_DFL);
+    for (const int end : m_pipe)
+        close(end);
 }
 
 bool StopSignals::wait(std::chrono::milliseconds time) const
 {
-    std::mutex mutex;
-    std::unique_lock lock(mutex);
-    std::condition_variable_any never;
-    never.wait_for(lock, m_stop.get_token(), time, [] { return false; });
-    return m_stop.stop_requested();
+    const QDeadlineTimer deadline(time);
+    pollfd noted{.fd = descriptor(), .events = POLLIN, .revents = 0};
+    int found = 0;
+    do {
+        found = poll(&noted, 1, static_cast<int>(deadline.remainingTime()));
+    } while (found < 0); // the signal itself interrupts it
+    return found > 0;
 }
 
 } // namespace till

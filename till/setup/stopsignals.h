@@ -1,13 +1,12 @@
 #pragma once
 
+#include <array>
 #include <chrono>
-#include <stop_token>
-#include <thread>
 
 namespace till {
 
-/// Turns the first SIGINT or SIGTERM into a request to stop; the next one ends the program as usual. To be
-/// made before any other thread, in the main thread; one at a time.
+/// Notes the first SIGINT or SIGTERM, for whoever asks; the next one ends the program as usual. One at a
+/// time.
 class StopSignals
 {
 public:
@@ -16,17 +15,13 @@ public:
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
 
-    [[nodiscard]] std::stop_token token() const { return m_stop.get_token(); }
-    /// True when the request came within that time.
+    /// True when one came, at once or within that time.
     [[nodiscard]] bool wait(std::chrono::milliseconds time) const;
+    /// Readable once one came, for an event loop that is to be told. To be left unread.
+    [[nodiscard]] int descriptor() const { return m_pipe[0]; }
 
 private:
-    void listen();
-
-    std::stop_source m_stop;
-    int m_signals;
-    int m_end; ///< readable once there is nothing more to wait for
-    std::thread m_thread;
+    std::array<int, 2> m_pipe{-1, -1};
 };
 
 } // namespace till

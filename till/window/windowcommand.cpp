@@ -4,14 +4,15 @@
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
 #include "till/setup/settings.h"
+#include "till/setup/stopsignals.h"
 #include "till/window/checkoutmodel.h"
 #include "till/window/commands.h"
 #include "till/window/mainwindow.h"
-#include "till/window/quietstop.h"
 #include "till/window/style.h"
 
 #include <QApplication>
 #include <QFontInfo>
+#include <QSocketNotifier>
 
 #include <array>
 
@@ -68,7 +69,10 @@ int run(const Invocation& invocation)
     QByteArray name = "till"_ba;
     std::array<char*, 2> arguments{name.data(), nullptr};
     QApplication application(count, arguments.data());
-    const window::QuietStop quietStop;
+    const StopSignals signals;
+    // Dialogs end too, without a question: the open receipt is kept anyway.
+    const QSocketNotifier stop(signals.descriptor(), QSocketNotifier::Read);
+    QObject::connect(&stop, &QSocketNotifier::activated, &application, [] { QCoreApplication::exit(0); });
     window::applyStyle(application, scale);
 
     const LogFile logFile(options.logFile, fileLevel(options));
@@ -98,10 +102,6 @@ Command windowCommand()
 {
     return {
         .name = u"window"_s,
-        .arguments = {},
-        .fewest = 0,
-        .most = 0,
-        .missing = {},
         .about = u"Open the cashier's window."_s,
         .details =
             u"Sells, spends and earns points, takes goods back; by keyboard alone or by touch, from\n"

@@ -2,7 +2,6 @@
 #include "host/storage/datacheck.h"
 #include "host/storage/documents.h"
 #include "host/storage/store.h"
-#include "host/storage/storecheck.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 

@@ -19,7 +19,7 @@ class DatabaseFile : public test_support::Storage
 protected:
     [[nodiscard]] static Database::Format format(int version = 1, int id = 77)
     {
-        return {id, version, {u"CREATE TABLE t (v TEXT NOT NULL)"_s}, {}, {}};
+        return {id, version, {u"CREATE TABLE t (v TEXT NOT NULL)"_s}};
     }
     static std::unique_ptr<Database> open(const Database::Format& of = format())
     {
@@ -156,20 +156,29 @@ TEST_F(DatabaseFile, OfALaterVersionKeepsItsLogUntouchedToo)
 
 TEST_F(DatabaseFile, ThatOnlyItsLogMakesALaterVersionIsLeftUntouchedToo)
 {
-    open(format(1));
     {
-        Database::Format later = format(2);
-        later.migrations = {{1, {u"ALTER TABLE t ADD COLUMN second TEXT"_s}}};
-        const auto database = open(later);
+        const auto database = open();
+        pragma(*database, u"user_version=2"_s);
         makePrivate(path(u"copy"_s));
         for (const QString& name : {u"f.sqlite"_s, u"f.sqlite-wal"_s})
             ASSERT_TRUE(QFile::copy(path(name), path(u"copy/"_s + name)));
     }
     utils::setDataDirectory(path(u"copy"_s));
+    const QByteArray file = bytes(u"copy/f.sqlite"_s);
     const QByteArray log = bytes(u"copy/f.sqlite-wal"_s);
-    EXPECT_EQ(failure([] { open(format(1)); }), u"hostStorageNewer"_s);
+    EXPECT_EQ(failure([] { open(); }), u"hostStorageNewer"_s);
+    EXPECT_EQ(bytes(u"copy/f.sqlite"_s), file);
     EXPECT_EQ(bytes(u"copy/f.sqlite-wal"_s), log);
-    EXPECT_FALSE(QFile::exists(path(u"copy/f.sqlite-shm"_s)));
+    EXPECT_NO_THROW(open(format(2)));
+}
+
+TEST_F(DatabaseFile, OfAVersionBeforeTheFirstIsRefused)
+{
+    {
+        const auto database = open();
+        pragma(*database, u"user_version=-1"_s);
+    }
+    EXPECT_EQ(failure([] { open(); }), u"hostStorageDamaged"_s);
 }
 
 TEST_F(DatabaseFile, OfAnotherKindIsRefused)
@@ -234,27 +243,6 @@ TEST_F(DatabaseFile, ThatCannotBeMadeLeavesNothingBehind)
     wrong.creates.append(u"no SQL"_s);
     EXPECT_EQ(failure([&] { open(wrong); }), u"hostStorageFailed"_s);
     EXPECT_THAT(modes(), testing::IsEmpty());
-}
-
-TEST_F(DatabaseFile, OfAnEarlierVersionIsBroughtUpToDateStepByStep)
-{
-    add(*open(), u"old"_s);
-    Database::Format later = format(3);
-    later.migrations = {{1, {u"ALTER TABLE t ADD COLUMN second TEXT"_s}},
-                        {2, {u"UPDATE t SET second = v || ' in ' || (SELECT count(*) FROM t)"_s}}};
-    const auto database = open(later);
-    EXPECT_EQ(pragma(*database, u"user_version"_s), 3);
-    QSqlQuery second = database->prepared(u"SELECT second FROM t"_s);
-    EXPECT_EQ(database->rows(second), QList<QVariantList>{{u"old in 1"_s}});
-}
-
-TEST_F(DatabaseFile, WhoseMigrationFailsStaysOfItsVersion)
-{
-    add(*open(), u"old"_s);
-    Database::Format later = format(3);
-    later.migrations = {{1, {u"DELETE FROM t"_s}}, {2, {u"no SQL"_s}}};
-    EXPECT_EQ(failure([&] { open(later); }), u"hostStorageFailed"_s);
-    EXPECT_THAT(values(*open()), ElementsAre(u"old"_s));
 }
 
 TEST_F(DatabaseFile, IsNotMixedWithALogThatLiesWhereItIsMade)

@@ -175,8 +175,7 @@ TEST_F(DataCheck, PutsALogToItsFileWhenSettingAsideWasInterrupted)
     EXPECT_EQ(found[0].now, aside + u"-wal"_s);
     EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), log);
     EXPECT_EQ(MessageQueue().waitingCount(), 0) << "nothing of the log got into the new file";
-    const auto old =
-        std::make_unique<utils::Database>(aside, utils::Database::Format{0x4B595274, 2, {}, {}, {}});
+    const auto old = std::make_unique<utils::Database>(aside, utils::Database::Format{0x4B595274, 1, {}});
     QSqlQuery count = old->prepared(u"SELECT count(*) FROM queued"_s);
     EXPECT_EQ(old->rows(count).value(0).value(0), 20) << "the log was folded into its own file";
 }
@@ -215,34 +214,11 @@ TEST_F(DataCheck, LeavesAStoreOfALaterVersionByteForByteAsItWas)
 TEST_F(DataCheck, LeavesEverythingAsItWasWhenTheOpenReceiptIsOfALaterVersion)
 {
     (void)utils::dataFile(u"x"_s);
-    overwrite(u"open-receipt"_s, utils::sealed({0x4B595264, 3}, "what only the later version knows"));
+    overwrite(u"open-receipt"_s, utils::sealed({0x4B595264, 2}, "what only the later version knows"));
     overwrite(u"till.sqlite"_s, "damaged as far as this version knows");
     const Files before = files();
     EXPECT_EQ(failure([] { findings(); }), u"hostStorageNewer"_s);
     EXPECT_EQ(files(), before);
-}
-
-TEST_F(DataCheck, TellsOfAFormerFileThatWasWrittenAfterTheUpgradeAndLeavesIt)
-{
-    findings();
-    overwrite(u"queue.sqlite"_s, "an earlier version's");
-    const QList<DataFinding> found = findings();
-    ASSERT_EQ(found.size(), 1);
-    EXPECT_EQ(found[0].kind, DataFinding::Kind::Strange);
-    EXPECT_EQ(bytes(u"queue.sqlite"_s), "an earlier version's");
-}
-
-TEST_F(DataCheck, SetsADamagedFormerFileAsideAndTakesTheOther)
-{
-    makePrivate(path());
-    for (const QString& name : {u"receipts.sqlite"_s, u"receipts.sqlite-wal"_s})
-        ASSERT_TRUE(QFile::copy(QStringLiteral(KYR_TEST_DATA "/version1/") + name, path(name)));
-    overwrite(u"queue.sqlite"_s, QByteArray(8192, 'x'));
-    const QList<DataFinding> found = findings();
-    ASSERT_EQ(found.size(), 1);
-    EXPECT_EQ(found[0].file, path(u"queue.sqlite"_s));
-    EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), QByteArray(8192, 'x'));
-    EXPECT_NE(DocumentsDao().loadDocument(u"R-1"_s, false), nullptr);
 }
 
 TEST_F(DataCheck, RefusesAFolderOrAFileThatMayNotBeWritten)

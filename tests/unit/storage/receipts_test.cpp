@@ -1,7 +1,7 @@
 #include "host/queue/messagequeue.h"
+#include "host/storage/datacheck.h"
 #include "host/storage/documentcodec.h"
 #include "host/storage/documents.h"
-#include "host/storage/storecheck.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 
@@ -235,19 +235,6 @@ TEST_F(Receipts, AreNotGivenBackWhenAReturnOfThemIsDamagedAndOthersAre)
     damage(u"V-1"_s);
     EXPECT_EQ(failure([this] { (void)dao.returnsOf(u"R-1"_s); }), u"hostStorageDamaged"_s);
     EXPECT_EQ(identifiersOf(dao.returnsOf(u"R-2"_s)), QStringList(u"V-2"_s));
-}
-
-TEST_F(Receipts, AreNotGivenBackWhenADamagedOneMayBeTheirReturnAndLaterOnesAre)
-{
-    for (const QString& identifier : {u"R-1"_s, u"R-2"_s, u"R-3"_s})
-        dao.store(richSale(identifier));
-    const auto store = utils::store();
-    QSqlQuery forget = store->prepared(u"UPDATE documents SET sale = NULL"_s); // as version 1 left them
-    store->change(forget, {});
-    damage(u"R-2"_s);
-    EXPECT_EQ(failure([this] { (void)dao.returnsOf(u"R-1"_s); }), u"hostStorageDamaged"_s);
-    EXPECT_EQ(identifiersOf(dao.returnsOf(u"R-3"_s)), QStringList());
-    EXPECT_EQ(identifiersOf(dao.newestSales(10)), QStringList({u"R-3"_s, u"R-2!"_s, u"R-1"_s}));
 }
 
 TEST_F(Receipts, AndMessagesThatAreDamagedAreAllNamed)

@@ -155,7 +155,6 @@ TEST(StoredForm, OpensToWhatWasSealed)
     for (const QByteArray& content : {QByteArray(), QByteArray("abc"), QByteArray(100000, '\0')}) {
         const Unsealed opened = utils::unsealed(seal, utils::sealed(seal, content));
         EXPECT_EQ(opened.state, Unsealed::Whole);
-        EXPECT_EQ(opened.version, 2U);
         EXPECT_EQ(opened.content, content);
     }
 }
@@ -181,7 +180,7 @@ TEST(StoredForm, IsDamagedWhenCutAnywhereOrTooLong)
 TEST(StoredForm, TellsALaterVersionFromDamageAndTakesAnEarlierOne)
 {
     EXPECT_EQ(utils::unsealed(seal, utils::sealed({seal.magic, 3}, "x")).state, Unsealed::Newer);
-    EXPECT_EQ(utils::unsealed(seal, utils::sealed({seal.magic, 1}, "x")).version, 1U);
+    EXPECT_EQ(utils::unsealed(seal, utils::sealed({seal.magic, 1}, "x")).state, Unsealed::Whole);
     EXPECT_EQ(utils::unsealed(seal, utils::sealed({seal.magic + 1, 2}, "x")).state, Unsealed::Damaged);
 }
 
