@@ -1,4 +1,5 @@
 #include "host/core/document.h"
+#include "host/network/exchangeoutcome.h"
 #include "host/network/restclient.h"
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
@@ -53,8 +54,8 @@ public:
         const auto client = MockFactory<RestClient>::create();
         client->get(QUrl(m_url + u"stand/"_s + name), {}, {});
         const int code = client->getErrorCode();
-        constexpr int firstStatus = 100;
-        if (code >= firstStatus || client->getResponse().toMap().isEmpty())
+        if (network::outcomeOf(code) != network::ExchangeOutcome::Accepted ||
+            client->getResponse().toMap().isEmpty())
             throw UsageError(
                 u"till: reconcile: the service at %1 shows no ledger to compare with (code %2): only the "
                 u"stand does; "

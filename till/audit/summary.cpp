@@ -1,5 +1,6 @@
 #include "till/audit/summary.h"
 
+#include "host/network/exchangeoutcome.h"
 #include "host/network/restclient.h"
 #include "host/storage/documents.h"
 #include "host/utils/money.h"
@@ -23,7 +24,7 @@ QVariantMap askStand(const Till& till, const QString& page)
 {
     const auto client = MockFactory<RestClient>::create();
     client->get(QUrl(till.serviceUrl() + u"stand/"_s + page), {}, {});
-    if (client->getErrorCode() != 0)
+    if (network::outcomeOf(client->getErrorCode()) != network::ExchangeOutcome::Accepted)
         throw UsageError(
             u"the stand's %1 cannot be read (error %2)"_s.arg(page, QString::number(client->getErrorCode())));
     return client->getResponse().toMap();
