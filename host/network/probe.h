@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/network/exchangeoutcome.h"
 #include "host/utils/export.h"
 
 #include <QDateTime>
@@ -23,6 +24,9 @@ struct Probe
     QDateTime date;             ///< the answer's Date, UTC; invalid: it had none
     QDateTime asked;            ///< this machine's time when that date came in, UTC
     QString error;              ///< libcurl's own words for the step that failed; empty: none failed
+
+    /// By the status alone: what the page holds is not looked at.
+    [[nodiscard]] ExchangeOutcome outcome() const { return outcomeOf(codeOf(status, true)); }
 };
 
 /// Asks for that page once, as RestClient would: no proxy, no redirects, the same trusted certificates. Waits

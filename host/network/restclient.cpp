@@ -2,13 +2,13 @@
 
 #include "host/network/credentials.h"
 #include "host/network/curlexchange.h"
+#include "host/network/exchangeoutcome.h"
 #include "host/utils/logging.h"
 #include "host/utils/masking.h"
 
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonParseError>
-#include <QMetaEnum>
 
 #include <algorithm>
 #include <memory>
@@ -78,26 +78,17 @@ bool isReadable(const QByteArray& method, const QByteArray& body, const QVariant
     return response.typeId() == QMetaType::QVariantMap;
 }
 
-RestClient::ErrorCode judged(const QByteArray& method, const network::Answer& answer,
-                             const QVariant& response)
+int judged(const QByteArray& method, const network::Answer& answer, const QVariant& response)
 {
-    if (answer.failure != RestClient::ErrorCode::None)
-        return answer.failure;
-    if (answer.status >= 300 && answer.status < 400)
-        return RestClient::ErrorCode::Redirect;
-    return answer.status >= 200 && isReadable(method, answer.body, response)
-               ? RestClient::ErrorCode::None
-               : RestClient::ErrorCode::BrokenAnswer;
+    return answer.failure == RestClient::ErrorCode::None
+               ? network::codeOf(answer.status, isReadable(method, answer.body, response))
+               : static_cast<int>(answer.failure);
 }
 
 void log(const RestExchange& exchange)
 {
-    QString outcome;
-    if (exchange.errorCode == 0 || exchange.errorCode == exchange.status)
-        outcome = QString::number(exchange.status);
-    else
-        outcome =
-            QString::fromLatin1(QMetaEnum::fromType<RestClient::ErrorCode>().valueToKey(exchange.errorCode));
+    const QString failure = network::failureName(exchange.errorCode);
+    const QString outcome = failure.isEmpty() ? QString::number(exchange.status) : failure;
     const QUrl plain = exchange.url.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
     utils::logger(u"network"_s)
         ->debug(u"%1 %2: %3, %4 ms, %5 bytes"_s.arg(exchange.method, utils::maskPath(plain.toString()),
@@ -167,11 +158,10 @@ void RestClient::exchange(const QByteArray& method, const QUrl& url, const QByte
 
     const QVariant given = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
     const QVariant shown = network::withoutCredentials(given, headers);
-    const bool errorStatus = answer.failure == ErrorCode::None && answer.status >= 400;
-    m_errorCode = errorStatus ? answer.status : static_cast<int>(judged(method, answer, given));
-    if (errorStatus)
+    m_errorCode = judged(method, answer, given);
+    if (network::isErrorStatus(m_errorCode))
         m_response = shown; // its texts are all that it is good for
-    else if (m_errorCode == 0)
+    else if (network::outcomeOf(m_errorCode) == network::ExchangeOutcome::Accepted)
         m_response = given;
     // else whoever answered, it was not the service
 

@@ -1,5 +1,6 @@
 #include "host/queue/messagequeue.h"
 
+#include "host/network/exchangeoutcome.h"
 #include "host/queue/queuedform.h"
 #include "host/queue/queuenotice.h"
 #include "host/queue/queuepause.h"
@@ -14,8 +15,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int firstStatus = 100; // below lie RestClient's own codes: the service did not answer
 
 const QString columns = network::queuedColumns();
 const QString sendable = u"WHERE head = 1 AND parked = 0 AND "_s;
@@ -128,7 +127,7 @@ struct MessageQueue::Statements
 
     bool noteAttempt(QSqlQuery& statement, const QVariantList& values, const QueueAttempt& attempt)
     {
-        database->change(attempt.code < firstStatus ? noteFailure : noteAnswer, {attempt.error});
+        database->change(network::isErrorStatus(attempt.code) ? noteAnswer : noteFailure, {attempt.error});
         return database->change(statement, values) > 0;
     }
 };

@@ -1,5 +1,6 @@
 #include "host/queue/queuesending.h"
 
+#include "host/network/exchangeoutcome.h"
 #include "host/network/restclient.h"
 #include "host/queue/queuedform.h"
 
@@ -14,13 +15,11 @@ namespace {
 
 using ErrorCode = RestClient::ErrorCode;
 
-constexpr int firstStatus = 100; // RestClient's own codes lie below
-constexpr int unauthorizedStatus = 401;
 constexpr qsizetype longestWords = 2000;
 
 QString codeText(int code)
 {
-    if (code >= firstStatus)
+    if (isErrorStatus(code))
         return u"HTTP %1"_s.arg(code);
     switch (static_cast<ErrorCode>(code)) {
     case ErrorCode::Connect:
@@ -45,15 +44,25 @@ QString codeText(int code)
     return u"error %1"_s.arg(code);
 }
 
-bool isHopeless(int code)
+bool isHopeless(ExchangeOutcome outcome)
 {
-    constexpr int timeout = 408;
-    constexpr int tooEarly = 425;
-    constexpr int tooMany = 429;
-    if (code < firstStatus)
-        return code == static_cast<int>(ErrorCode::BadUrl) || code == static_cast<int>(ErrorCode::BadHeader);
-    return code >= 400 && code < 500 && code != unauthorizedStatus && code != timeout && code != tooEarly &&
-           code != tooMany;
+    switch (outcome) {
+    case ExchangeOutcome::Unsendable:
+    case ExchangeOutcome::Rejected:
+    case ExchangeOutcome::Forbidden:
+    case ExchangeOutcome::Denied:
+        return true;
+    case ExchangeOutcome::Accepted:
+    case ExchangeOutcome::NeverSent:
+    case ExchangeOutcome::NoAnswer:
+    case ExchangeOutcome::NotTheService:
+    case ExchangeOutcome::Unauthorized: // another password may be set
+    case ExchangeOutcome::Unfinished:
+    case ExchangeOutcome::Throttled:
+    case ExchangeOutcome::Failing:
+        break;
+    }
+    return false;
 }
 
 /// The texts of the service's error envelope, {"data": [{"message": text or {field: text or [texts]}}]}.
@@ -92,10 +101,11 @@ SendingOutcome unsendable(const QString& why) { return {{.error = why}, true}; }
 SendingOutcome judged(const RestClient& client, qint64 milliseconds)
 {
     const int code = std::max(0, client.getErrorCode());
-    if (code == 0)
+    const ExchangeOutcome outcome = outcomeOf(code);
+    if (outcome == ExchangeOutcome::Accepted)
         return {{0, {}, milliseconds}};
     const QString words = serviceWords(client.getResponse());
-    const bool hopeless = isHopeless(code);
+    const bool hopeless = isHopeless(outcome);
     QString error = words;
     if (words.isEmpty())
         error = codeText(code);
@@ -106,9 +116,9 @@ SendingOutcome judged(const RestClient& client, qint64 milliseconds)
 
 } // namespace
 
-bool SendingOutcome::unauthorized() const { return attempt.code == unauthorizedStatus; }
+bool SendingOutcome::unauthorized() const { return outcomeOf(attempt.code) == ExchangeOutcome::Unauthorized; }
 
-bool SendingOutcome::answered() const { return delivered() || attempt.code >= firstStatus; }
+bool SendingOutcome::answered() const { return delivered() || isErrorStatus(attempt.code); }
 
 std::chrono::seconds timeoutOf(const QueuedMessage& queued)
 {

@@ -12,6 +12,7 @@ namespace till {
 namespace {
 
 using State = Finding::State;
+using network::ExchangeOutcome;
 
 constexpr int certificateDays = 30;
 constexpr qint64 clockNoise = 5;  // seconds
@@ -71,24 +72,35 @@ Finding examineTls(const QUrl& url, const network::Probe& probe)
 Finding examineAnswer(const network::Probe& probe)
 {
     const QString answered = u"HTTP %1"_s.arg(probe.status);
-    if (probe.status == 0)
+    switch (probe.outcome()) {
+    case ExchangeOutcome::Unsendable:
+    case ExchangeOutcome::NeverSent:
+    case ExchangeOutcome::NoAnswer:
         return {u"service"_s, State::Problem, probe.error,
                 u"check that KYRLoyalty:serverUrl is the service's"_s};
-    if (probe.status >= 300 && probe.status < 400)
+    case ExchangeOutcome::NotTheService:
         return {u"service"_s, State::Problem, answered + u": redirected, so somebody else answers"_s,
                 u"check KYRLoyalty:serverUrl, and whether the network asks for a login"_s};
-    if (probe.status >= 500)
+    case ExchangeOutcome::Failing:
         return {u"service"_s, State::Warning, answered + u": the service has trouble of its own"_s,
                 u"wait, or ask its operator; what the till sends waits in the queue"_s};
+    case ExchangeOutcome::Accepted:
+    case ExchangeOutcome::Rejected:
+    case ExchangeOutcome::Unauthorized:
+    case ExchangeOutcome::Forbidden:
+    case ExchangeOutcome::Denied:
+    case ExchangeOutcome::Unfinished:
+    case ExchangeOutcome::Throttled:
+        break;
+    }
     return {u"service"_s, State::Ok, answered};
 }
 
 Finding examineCredentials(const Config& config, const network::Probe& probe)
 {
-    constexpr int unauthorized = 401;
-    constexpr int forbidden = 403;
+    const ExchangeOutcome outcome = probe.outcome();
     const QString user = config.getString(u"KYRLoyalty:user"_s, {});
-    if (probe.status == unauthorized || probe.status == forbidden)
+    if (outcome == ExchangeOutcome::Unauthorized || outcome == ExchangeOutcome::Forbidden)
         return {u"credentials"_s, State::Problem,
                 u"the service refuses user '%1' (HTTP %2)"_s.arg(user).arg(probe.status),
                 u"check KYRLoyalty:user and the password; the queue goes on as soon as they are right"_s};
@@ -128,11 +140,9 @@ QList<Finding> examineService(const Config& config)
     if (findings.last().state == State::Problem)
         return findings;
     findings.append(examineAnswer(probe));
-    const bool answered =
-        probe.status >= 200 && (probe.status < 300 || (probe.status >= 400 && probe.status < 500));
-    if (answered)
+    if (findings.last().state == State::Ok)
         findings.append(examineCredentials(config, probe));
-    if (probe.status > 0)
+    if (probe.outcome() != ExchangeOutcome::NoAnswer)
         findings.append(examineClock(probe));
     return findings;
 }

@@ -1,3 +1,4 @@
+#include "host/network/exchangeoutcome.h"
 #include "host/network/restclient.h"
 #include "host/queue/queuedelivery.h"
 #include "host/utils/masking.h"
@@ -19,7 +20,9 @@ public:
     Progress(Console& console, int total)
     {
         RestClient::setObserver([&console, total, sent = 0](const RestExchange& exchange) mutable {
-            const QString outcome = exchange.errorCode == 0 ? u"ok"_s : u"failed"_s;
+            const bool accepted =
+                network::outcomeOf(exchange.errorCode) == network::ExchangeOutcome::Accepted;
+            const QString outcome = accepted ? u"ok"_s : u"failed"_s;
             console.progress(
                 u"%1 of %2: %3 %4"_s.arg(QString::number(++sent), QString::number(total),
                                          utils::maskNumbers(exchange.url.path().section(u'/', -1)), outcome));

@@ -1,11 +1,11 @@
 #include "till/audit/exchangetext.h"
 
+#include "host/network/exchangeoutcome.h"
 #include "host/utils/masking.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QMetaEnum>
 #include <QSet>
 
 using namespace Qt::StringLiterals;
@@ -73,9 +73,9 @@ QStringList redacted(const RestExchange& exchange)
     const QString status = exchange.status > 0 ? QString::number(exchange.status) : u"no answer"_s;
     QString outcome = u"%1 %2  %3, %4 ms"_s.arg(exchange.method, utils::maskPath(exchange.url.path()), status,
                                                 QString::number(exchange.milliseconds));
-    const char* name = QMetaEnum::fromType<RestClient::ErrorCode>().valueToKey(exchange.errorCode);
-    if (exchange.errorCode != 0 && name)
-        outcome += u" (%1)"_s.arg(QString::fromLatin1(name));
+    const QString failure = network::failureName(exchange.errorCode);
+    if (!failure.isEmpty())
+        outcome += u" (%1)"_s.arg(failure);
     return QStringList{outcome} + marked(u">"_s, redactedBody(exchange.requestBody)) +
            marked(u"<"_s, redactedBody(exchange.answerBody));
 }

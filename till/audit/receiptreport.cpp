@@ -1,6 +1,7 @@
 #include "till/audit/receiptreport.h"
 
 #include "host/core/document.h"
+#include "host/network/exchangeoutcome.h"
 #include "host/storage/documents.h"
 #include "host/storage/storageerror.h"
 #include "host/utils/masking.h"
@@ -200,10 +201,11 @@ QJsonObject receiptJson(const ReceiptReport& report)
 
 QStringList timelineCells(const utils::JournalEntry& entry)
 {
-    const bool exchanged = entry.milliseconds > 0 || entry.code != 0;
+    const bool wentWell = network::outcomeOf(entry.code) == network::ExchangeOutcome::Accepted;
+    const bool exchanged = entry.milliseconds > 0 || !wentWell;
     QString outcome = entry.message == 0 ? QString() : u"message %1 "_s.arg(entry.message);
     if (exchanged)
-        outcome += entry.code == 0 ? u"ok "_s : u"code %1 "_s.arg(entry.code);
+        outcome += wentWell ? u"ok "_s : u"code %1 "_s.arg(entry.code);
     if (entry.milliseconds > 0)
         outcome += u"in %1 ms "_s.arg(entry.milliseconds);
     return {timeText(entry.time), entry.event, utils::maskNumbers(entry.operation),

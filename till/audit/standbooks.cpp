@@ -1,5 +1,6 @@
 #include "till/audit/standbooks.h"
 
+#include "host/network/exchangeoutcome.h"
 #include "host/network/restclient.h"
 #include "till/cli/usageerror.h"
 
@@ -14,7 +15,7 @@ QVariantMap pageAt(const QString& url, const QString& complaint)
     const auto client = MockFactory<RestClient>::create();
     client->get(QUrl(url), {}, {});
     const QVariantMap page = client->getResponse().toMap();
-    if (client->getErrorCode() != 0 || page.isEmpty())
+    if (network::outcomeOf(client->getErrorCode()) != network::ExchangeOutcome::Accepted || page.isEmpty())
         throw UsageError(complaint.arg(client->getErrorCode()));
     return page;
 }

@@ -1,9 +1,9 @@
 #include "till/checkout/unknownspending.h"
 
-#include <QVariantMap>
+#include "host/network/exchangeoutcome.h"
+#include "till/checkout/spendingpaths.h"
 
-#include <algorithm>
-#include <array>
+#include <QVariantMap>
 
 using namespace Qt::StringLiterals;
 
@@ -14,38 +14,27 @@ namespace {
 const QString ownName = u"Till"_s;
 const QString mark = u"unknownSpending"_s;
 
-/// A path of the service's that spends points, by its end.
-struct SpendingPath
+/// Whether a first request that ended so cannot have been carried out.
+bool wasNotDone(network::ExchangeOutcome outcome)
 {
-    QLatin1StringView end;
-    /// Whether a repeat that the service refuses was judged as the spending of this receipt. The service
-    /// looks for a spending under the receipt's number before anything else, and gives its first answer
-    /// again. A confirmation is judged by its code first: a wrong one says nothing of what went before.
-    bool refusalSettlesARepeat = false;
-};
-
-constexpr std::array spendingPaths{
-    SpendingPath{QLatin1StringView("/force-payment-c2b"), true},
-    SpendingPath{QLatin1StringView("/confirm-payment-c2b"), false},
-};
-
-const SpendingPath* spendingPath(const QUrl& url)
-{
-    const QString path = url.path();
-    const auto matches = [&path](const SpendingPath& known) { return path.endsWith(known.end); };
-    const auto* found = std::find_if(spendingPaths.begin(), spendingPaths.end(), matches);
-    return found == spendingPaths.end() ? nullptr : found;
-}
-
-bool isOneOf(int code, std::initializer_list<int> codes)
-{
-    return std::find(codes.begin(), codes.end(), code) != codes.end();
-}
-
-bool neverSent(int code)
-{
-    using enum RestClient::ErrorCode;
-    return isOneOf(code, {static_cast<int>(Tls), static_cast<int>(BadUrl), static_cast<int>(BadHeader)});
+    using enum network::ExchangeOutcome;
+    switch (outcome) {
+    case Unsendable:
+    case NeverSent:
+    case Rejected:
+    case Unauthorized:
+    case Forbidden:
+    case Denied:
+    case Throttled:
+        return true;
+    case Accepted:
+    case NoAnswer:
+    case NotTheService:
+    case Unfinished:
+    case Failing:
+        break;
+    }
+    return false;
 }
 
 } // namespace
@@ -73,14 +62,14 @@ bool movesPoints(const QUrl& url) { return spendingPath(url) != nullptr; }
 
 bool provesNothingSpent(const RestExchange& exchange, bool askedAgain)
 {
-    const int code = exchange.errorCode;
     const SpendingPath* path = spendingPath(exchange.url);
     if (!path)
         return false;
+    const network::ExchangeOutcome outcome = network::outcomeOf(exchange.errorCode);
     // Refusals of the caller, or by somebody in between, say nothing of an earlier request.
     if (askedAgain)
-        return path->refusalSettlesARepeat && isOneOf(code, {400, 409, 422});
-    return neverSent(code) || (code >= 400 && code < 500 && !isOneOf(code, {408, 425}));
+        return path->rejectionSettlesARepeat && outcome == network::ExchangeOutcome::Rejected;
+    return wasNotDone(outcome);
 }
 
 } // namespace till

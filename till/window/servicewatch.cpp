@@ -1,11 +1,33 @@
 #include "till/window/servicewatch.h"
 
+#include "host/network/exchangeoutcome.h"
+
 namespace till::window {
 
 namespace {
 
 /// A refusal is an answer too; what a proxy says in the service's place is none.
-bool isAnswer(int code) { return code == 0 || (code >= 400 && code < 500); }
+bool isAnswer(int code)
+{
+    using enum network::ExchangeOutcome;
+    switch (network::outcomeOf(code)) {
+    case Accepted:
+    case Rejected:
+    case Unauthorized:
+    case Forbidden:
+    case Denied:
+    case Unfinished:
+    case Throttled:
+        return true;
+    case Unsendable:
+    case NeverSent:
+    case NoAnswer:
+    case NotTheService:
+    case Failing:
+        break;
+    }
+    return false;
+}
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "till/window/status.h"
 
+#include "host/network/exchangeoutcome.h"
 #include "host/storage/journal.h"
 #include "host/utils/basicexception.h"
 #include "till/audit/queuewarnings.h"
@@ -14,7 +15,6 @@ namespace till::window {
 namespace {
 
 constexpr int shownMessages = 50;
-constexpr int firstStatus = 100; // below lie RestClient's own codes
 
 QString balanceText(const CheckoutModel& model)
 {
@@ -72,14 +72,29 @@ QString eventText(const QString& event)
     return names.value(event, event);
 }
 
-/// What became of a request; 0 is success, and below 400 nothing of the service's came back.
+/// What became of a request.
 QString answerText(int code, qint64 milliseconds)
 {
-    if (code == 0)
+    using enum network::ExchangeOutcome;
+    switch (network::outcomeOf(code)) {
+    case Accepted:
         return u"ответ за %1 мс"_s.arg(milliseconds);
-    if (code >= 500)
+    case Rejected:
+    case Unauthorized:
+    case Forbidden:
+    case Denied:
+    case Unfinished:
+    case Throttled:
+        return u"отказ службы, код %1"_s.arg(code);
+    case Failing:
         return u"сбой службы, код %1"_s.arg(code);
-    return code >= 400 ? u"отказ службы, код %1"_s.arg(code) : u"нет ответа"_s;
+    case Unsendable:
+    case NeverSent:
+    case NoAnswer:
+    case NotTheService:
+        break;
+    }
+    return u"нет ответа"_s;
 }
 
 } // namespace
@@ -118,7 +133,7 @@ QStringList timelineOf(const QString& receipt)
                 continue; // the answer tells of both
             QString event = entry.event == u"answer"_s ? answerText(entry.code, entry.milliseconds)
                                                        : eventText(entry.event);
-            if (entry.event == u"parked"_s && entry.code < firstStatus)
+            if (entry.event == u"parked"_s && !network::isErrorStatus(entry.code))
                 event = u"отправить нельзя"_s; // the service has not seen it
             QString line = entry.time.toLocalTime().toString(u"HH:mm:ss  "_s);
             line += entry.operation.isEmpty() ? event : operationText(entry.operation) + u": "_s + event;
