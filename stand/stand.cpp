@@ -173,7 +173,7 @@ QJsonObject Stand::overview()
     overview.insert(u"faults"_s, m_faults.list());
     overview.insert(u"kinds"_s, faultKindList());
     overview.insert(u"fault_operations"_s,
-                    QJsonArray::fromStringList(QStringList{u"any"_s} + Where::operations()));
+                    QJsonArray::fromStringList(QStringList{u"any"_s} + CallPattern::operations()));
     return overview;
 }
 

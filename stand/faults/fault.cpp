@@ -30,13 +30,13 @@ FaultKind kindFrom(const QJsonValue& name)
                          .arg(faultNames().join(u", "_s)));
 }
 
-Where whereFrom(const QJsonValue& text)
+CallPattern whereFrom(const QJsonValue& text)
 {
-    const auto where = Where::fromText(text.toString());
+    const auto where = CallPattern::fromText(text.toString());
     if (!where) {
         throw FaultError(
             u"\"operation\" is any, a path such as \"GET /v2/partner/card/*\", or one of %1"_s.arg(
-                Where::operations().join(u", "_s)));
+                CallPattern::operations().join(u", "_s)));
     }
     return *where;
 }

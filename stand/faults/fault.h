@@ -1,6 +1,6 @@
 #pragma once
 
-#include "stand/faults/where.h"
+#include "stand/faults/callpattern.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -47,7 +47,7 @@ public:
 /// One fault: which calls it means, which of them it strikes, and how.
 struct Fault
 {
-    Where where;
+    CallPattern where;
     FaultKind kind = FaultKind::Reset;
     When when = When::Before;
     int nth = 1;              ///< The first call it strikes, counted from 1.

@@ -26,17 +26,17 @@ Answer repeated(const QByteArray& body);
 Answer wrongMethod(const QByteArray& method, const QByteArray& allowed);
 
 /// Thrown where a request cannot be served: the answer says why. Thrown only before anything is written.
-struct Refused
+struct ApiError
 {
     Answer answer;
 
-    Refused(int status, const QString& message)
+    ApiError(int status, const QString& message)
         : answer(failure(status, message))
     {}
-    explicit Refused(Answer complete)
+    explicit ApiError(Answer complete)
         : answer(std::move(complete))
     {}
-    explicit Refused(const QJsonObject& textsByField)
+    explicit ApiError(const QJsonObject& textsByField)
         : answer(failure(422, QJsonArray{textsByField}))
     {}
 };

@@ -147,7 +147,8 @@ QString helpText(const QCommandLineParser& parser)
            "  when=...         before the operation is done, which it then never is (but for late), or "
            "after\n"
            "Operations: any, a path with stars (\"GET /v2/partner/card/*\"), or one of\n  "_s +
-           Where::operations().join(u' ') + u"\nFaults, with their settings as they are when not given:\n"_s +
+           CallPattern::operations().join(u' ') +
+           u"\nFaults, with their settings as they are when not given:\n"_s +
            faultsInWords().trimmed().prepend(u"  "_s);
 }
 

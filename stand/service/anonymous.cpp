@@ -31,7 +31,7 @@ Answer Anonymous::receipt(const QByteArray& method, const QJsonObject& body)
         {QString::fromLatin1(method), number});
     if (query.next()) {
         if (query.value(1).toLongLong() != amount)
-            throw Refused(409, u"Номер чека уже использован другой операцией"_s);
+            throw ApiError(409, u"Номер чека уже использован другой операцией"_s);
         return repeated(query.value(0).toString().toUtf8());
     }
     auto answer = success({{u"receipt_number"_s, number}});

@@ -6,7 +6,7 @@ namespace stand {
 
 class Database;
 
-/// Receipts without a card: kept as they came. Throws DatabaseError, and Refused for what cannot be done.
+/// Receipts without a card: kept as they came. Throws DatabaseError, and ApiError for what cannot be done.
 class Anonymous
 {
 public:

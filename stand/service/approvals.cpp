@@ -59,7 +59,7 @@ Answer Approvals::payment(const QJsonObject& body)
         const auto before = approval(u"receipt_number = ? AND card = ? AND state = ?"_s,
                                      {request.receipt.number, request.receipt.card, confirmed});
         if (!before)
-            throw Refused(409, u"Номер чека уже использован другой операцией"_s); // spent at once
+            throw ApiError(409, u"Номер чека уже использован другой операцией"_s); // spent at once
         return approvalAnswer(before->id);
     }
     m_spending.check(request);
@@ -75,10 +75,10 @@ Answer Approvals::confirmPayment(const QJsonObject& body)
     members.check();
     const auto found = approval(u"id = ?"_s, {id});
     if (!found)
-        throw Refused(404, u"Запрос на списание не найден"_s);
+        throw ApiError(404, u"Запрос на списание не найден"_s);
 
     if (found->state == replaced)
-        throw Refused(409, u"Запрос на списание заменён более поздним"_s);
+        throw ApiError(409, u"Запрос на списание заменён более поздним"_s);
     if (found->state == usedUp)
         return attemptsUsedUp();
     if (found->state == late) {

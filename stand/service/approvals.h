@@ -10,7 +10,7 @@ namespace stand {
 class Database;
 
 /// Spendings at once, and those that wait for the customer's code: of one receipt number only the newest.
-/// Throws DatabaseError, and Refused for what cannot be done.
+/// Throws DatabaseError, and ApiError for what cannot be done.
 class Approvals
 {
 public:

@@ -44,7 +44,7 @@ QJsonObject userData(const Customer& customer)
 QString Cards::number(const QByteArray& segment)
 {
     if (!isDigits(QString::fromUtf8(segment))) {
-        throw Refused(QJsonObject{
+        throw ApiError(QJsonObject{
             {u"card"_s,
              QJsonArray{u"Номер карты должен состоять только из цифр"_s, u"Проверьте номер карты"_s}},
             {u"branch"_s, u"Поиск карты не выполнен"_s},
@@ -56,7 +56,7 @@ QString Cards::number(const QByteArray& segment)
 QString Cards::phone(const QByteArray& segment)
 {
     if (!isPhone(segment)) {
-        throw Refused(failure(
+        throw ApiError(failure(
             422, QJsonArray{u"Неверный номер телефона"_s, u"Номер телефона состоит из 10–15 цифр"_s}));
     }
     return QString::fromLatin1(segment);

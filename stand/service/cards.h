@@ -8,7 +8,7 @@ namespace stand {
 
 class Accounts;
 
-/// What the service tells of cards and their customers. Throws DatabaseError, and Refused for an unknown
+/// What the service tells of cards and their customers. Throws DatabaseError, and ApiError for an unknown
 /// card.
 class Cards
 {
@@ -17,7 +17,7 @@ public:
         : m_accounts(accounts)
     {}
 
-    /// The card number and the phone in a segment of a path; throw Refused for one of the wrong form.
+    /// The card number and the phone in a segment of a path; throw ApiError for one of the wrong form.
     static QString number(const QByteArray& segment);
     static QString phone(const QByteArray& segment);
 

@@ -7,7 +7,7 @@ namespace stand {
 
 class Accounts;
 
-/// Points for a receipt. Throws DatabaseError, and Refused for what cannot be done.
+/// Points for a receipt. Throws DatabaseError, and ApiError for what cannot be done.
 class Earning
 {
 public:

@@ -128,7 +128,7 @@ void Members::complain(const QString& name, const QString& text)
 void Members::check() const
 {
     if (!m_complaints.isEmpty())
-        throw Refused(m_complaints);
+        throw ApiError(m_complaints);
 }
 
 QList<Position> positionsFrom(const QJsonValue& list, Members& members, const QString& name)

@@ -31,7 +31,7 @@ public:
 
     void complain(const QString& name, const QString& text);
     [[nodiscard]] const QJsonObject& complaints() const { return m_complaints; }
-    /// Throws Refused when there is a complaint.
+    /// Throws ApiError when there is a complaint.
     void check() const;
 
 private:

@@ -50,7 +50,7 @@ QJsonObject objectFrom(const Request& request)
 {
     const auto document = QJsonDocument::fromJson(request.body);
     if (!document.isObject())
-        throw Refused(400, u"Тело запроса должно быть объектом JSON"_s);
+        throw ApiError(400, u"Тело запроса должно быть объектом JSON"_s);
     return document.object();
 }
 
@@ -113,8 +113,8 @@ QList<Service::Route> Service::routes()
         operation("payment-c2b", m_approvals, &Approvals::payment),
         operation("confirm-payment-c2b", m_approvals, &Approvals::confirmPayment),
         operation("payment-b2c", m_earning, &Earning::payment),
-        operation("refuse-payment", m_refusal, &Refusal::refusePayment),
-        operation("cancel-payment", m_refusal, &Refusal::cancelPayment),
+        operation("refuse-payment", m_reversal, &Reversal::refusePayment),
+        operation("cancel-payment", m_reversal, &Reversal::cancelPayment),
         anonymous("POST"),
         anonymous("PUT"),
     };
@@ -146,8 +146,8 @@ Answer Service::answer(const Request& request)
         }
         try {
             return route.handler(*value, request);
-        } catch (const Refused& refused) {
-            return refused.answer;
+        } catch (const ApiError& error) {
+            return error.answer;
         } catch (const Denial& denial) {
             return failure(statusOf(denial.reason), denial.text);
         }

@@ -5,7 +5,7 @@
 #include "stand/service/approvals.h"
 #include "stand/service/cards.h"
 #include "stand/service/earning.h"
-#include "stand/service/refusal.h"
+#include "stand/service/reversal.h"
 
 namespace stand {
 
@@ -39,7 +39,7 @@ private:
     Spending m_spending{m_accounts, m_ledger, m_tariff};
     Approvals m_approvals;
     Earning m_earning{m_accounts, m_ledger, m_tariff};
-    Refusal m_refusal{m_accounts, m_ledger, m_approvals};
+    Reversal m_reversal{m_accounts, m_ledger, m_approvals};
     Anonymous m_anonymous;
     QList<Route> m_routes;
 };

@@ -72,22 +72,22 @@ qint64 Spending::perform(const SpendingRequest& request)
 Spending::Plan Spending::plan(const SpendingRequest& request) const
 {
     if (m_ledger.isCanceled(request.receipt.number))
-        throw Refused(409, u"Списание по этому номеру отменено"_s);
+        throw ApiError(409, u"Списание по этому номеру отменено"_s);
     const auto card = m_accounts.known(request.receipt.card);
     requireActive(card);
 
     // Points that are worth less than the smallest sum of money would be given away for nothing.
     const auto discount = m_tariff.moneyFor(std::max(request.points, Hundredths(0)));
     if (discount == 0)
-        throw Refused(422, u"Сумма списания должна быть больше нуля"_s);
+        throw ApiError(422, u"Сумма списания должна быть больше нуля"_s);
     if (request.points > m_ledger.balance(card.account))
-        throw Refused(422, u"Недостаточно бонусов на карте"_s);
+        throw ApiError(422, u"Недостаточно бонусов на карте"_s);
     const auto limits = discountLimits(request.receipt);
     Hundredths allowed = 0;
     for (const auto limit : limits)
         allowed += m_tariff.pointsFor(limit);
     if (request.points > allowed)
-        throw Refused(422, u"Сумма списания больше допустимой"_s);
+        throw ApiError(422, u"Сумма списания больше допустимой"_s);
 
     const auto discounts = spread(discount, limits);
     return {card.account, discounts, spread(request.points, discounts)};

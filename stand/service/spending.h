@@ -16,7 +16,7 @@ struct SpendingRequest
     [[nodiscard]] Key key() const;
 };
 
-/// Spending of points. Throws DatabaseError, and Refused for what cannot be done.
+/// Spending of points. Throws DatabaseError, and ApiError for what cannot be done.
 class Spending
 {
 public:
@@ -31,7 +31,7 @@ public:
     /// What could be spent and what the receipt would then earn; changes nothing.
     [[nodiscard]] Answer prePayment(const QJsonObject& body) const;
 
-    /// Throws Refused unless the spending could be performed now.
+    /// Throws ApiError unless the spending could be performed now.
     void check(const SpendingRequest& request) const { static_cast<void>(plan(request)); }
     /// Checks everything again and moves the points; the number of the operation.
     qint64 perform(const SpendingRequest& request);

@@ -8,12 +8,12 @@
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
+using stand::CallPattern;
 using stand::FaultError;
 using stand::faultFrom;
 using stand::FaultKind;
 using stand::faultsFrom;
 using stand::When;
-using stand::Where;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
@@ -59,9 +59,9 @@ stand::Request call(const char* method, const char* path)
     return request;
 }
 
-TEST(Where, MeansAnOperationByItsName)
+TEST(CallPattern, MeansAnOperationByItsName)
 {
-    const auto where = Where::fromText(u"payment-c2b"_s);
+    const auto where = CallPattern::fromText(u"payment-c2b"_s);
     ASSERT_TRUE(where);
     EXPECT_TRUE(where->matches("POST", "/v2/partner/operation/payment-c2b"));
     EXPECT_FALSE(where->matches("GET", "/v2/partner/operation/payment-c2b"));
@@ -69,18 +69,18 @@ TEST(Where, MeansAnOperationByItsName)
     EXPECT_FALSE(where->matches("POST", "/v2/partner/operation/confirm-payment-c2b"));
 }
 
-TEST(Where, MeansAReceiptWithoutACardByBothItsMethods)
+TEST(CallPattern, MeansAReceiptWithoutACardByBothItsMethods)
 {
-    const auto where = Where::fromText(u"receipt"_s);
+    const auto where = CallPattern::fromText(u"receipt"_s);
     ASSERT_TRUE(where);
     EXPECT_TRUE(where->matches("POST", "/v2/partner/operation/receipt"));
     EXPECT_TRUE(where->matches("PUT", "/v2/partner/operation/receipt"));
 }
 
-TEST(Where, TakesAStarForAnyCharacters)
+TEST(CallPattern, TakesAStarForAnyCharacters)
 {
     const auto matches = [](const QString& pattern, const char* path) {
-        return Where::fromText(pattern).value().matches("GET", path);
+        return CallPattern::fromText(pattern).value().matches("GET", path);
     };
     EXPECT_TRUE(matches(u"/v2/*"_s, "/v2/partner/card/1/card-info"));
     EXPECT_TRUE(matches(u"GET /v2/*/card/*-info"_s, "/v2/partner/card/1/card-info"));
@@ -92,13 +92,13 @@ TEST(Where, TakesAStarForAnyCharacters)
     EXPECT_FALSE(matches(u"/ab*bc"_s, "/abc")) << "a letter is not used twice";
 }
 
-TEST(Where, KnowsEveryOperationOnceAndNothingElse)
+TEST(CallPattern, KnowsEveryOperationOnceAndNothingElse)
 {
-    EXPECT_EQ(Where::operations().size(), 12);
-    for (const auto& name : Where::operations())
-        EXPECT_TRUE(Where::fromText(name)) << name.toStdString();
+    EXPECT_EQ(CallPattern::operations().size(), 12);
+    for (const auto& name : CallPattern::operations())
+        EXPECT_TRUE(CallPattern::fromText(name)) << name.toStdString();
     for (const auto& text : {u""_s, u"payment"_s, u"v2/partner"_s, u"get /v2"_s, u"GET  /v2"_s})
-        EXPECT_FALSE(Where::fromText(text)) << text.toStdString();
+        EXPECT_FALSE(CallPattern::fromText(text)) << text.toStdString();
 }
 
 TEST(FaultText, NamesOperationFaultAndSettings)

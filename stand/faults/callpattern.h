@@ -10,15 +10,15 @@
 namespace stand {
 
 /// The calls of the service that something is meant for.
-class Where
+class CallPattern
 {
 public:
     /// Every call.
-    Where() = default;
+    CallPattern() = default;
 
     /// "any", the name of an operation ("payment-c2b"), or a pattern: "/v2/partner/card/*", or with a method
     /// before it: "GET /v2/partner/card/*". A star stands for any characters. Nothing for any other text.
-    static std::optional<Where> fromText(const QString& text);
+    static std::optional<CallPattern> fromText(const QString& text);
 
     /// The names that fromText() knows, without "any".
     static QStringList operations();

@@ -1,4 +1,4 @@
-#include "stand/service/refusal.h"
+#include "stand/service/reversal.h"
 
 #include "stand/books/accounts.h"
 #include "stand/service/approvals.h"
@@ -71,7 +71,7 @@ QList<Share> rest(QList<Share> moved, const QList<Share>& taken)
 
 } // namespace
 
-Answer Refusal::refusePayment(const QJsonObject& body)
+Answer Reversal::refusePayment(const QJsonObject& body)
 {
     Members members(body);
     const auto receipt = receiptFrom(members);
@@ -92,7 +92,7 @@ Answer Refusal::refusePayment(const QJsonObject& body)
 
     const auto root = m_ledger.root(refused, receipt.card);
     if (!root)
-        throw Refused(404, u"Операция для отмены не найдена"_s);
+        throw ApiError(404, u"Операция для отмены не найдена"_s);
     const auto shares = sharesToTakeBack(receipt.positions, root->kind, m_ledger.shares(root->n),
                                          m_ledger.takenBack(root->n));
     const auto points = pointsOf(shares);
@@ -101,7 +101,7 @@ Answer Refusal::refusePayment(const QJsonObject& body)
     return answer;
 }
 
-Answer Refusal::cancelPayment(const QJsonObject& body)
+Answer Reversal::cancelPayment(const QJsonObject& body)
 {
     Members members(body);
     const auto number = members.text(u"receipt_number"_s);
@@ -129,7 +129,7 @@ Answer Refusal::cancelPayment(const QJsonObject& body)
     return answer;
 }
 
-QList<Entry> Refusal::backTo(const Operation& root, Hundredths points)
+QList<Entry> Reversal::backTo(const Operation& root, Hundredths points)
 {
     const auto account = m_accounts.known(root.card).account;
     if (root.kind == Kind::Spending)

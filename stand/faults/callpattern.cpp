@@ -1,4 +1,4 @@
-#include "stand/faults/where.h"
+#include "stand/faults/callpattern.h"
 
 #include <algorithm>
 #include <array>
@@ -40,9 +40,9 @@ QRegularExpression like(QString pattern)
 
 } // namespace
 
-std::optional<Where> Where::fromText(const QString& text)
+std::optional<CallPattern> CallPattern::fromText(const QString& text)
 {
-    Where where;
+    CallPattern where;
     where.m_text = text;
     if (text == u"any"_s)
         return where;
@@ -63,7 +63,7 @@ std::optional<Where> Where::fromText(const QString& text)
     return where;
 }
 
-QStringList Where::operations()
+QStringList CallPattern::operations()
 {
     QStringList list;
     for (const auto& name : names)
@@ -71,7 +71,7 @@ QStringList Where::operations()
     return list;
 }
 
-bool Where::matches(const QByteArray& method, const QByteArray& path) const
+bool CallPattern::matches(const QByteArray& method, const QByteArray& path) const
 {
     return (m_method.isEmpty() || m_method == method) && m_path.match(QString::fromUtf8(path)).hasMatch();
 }

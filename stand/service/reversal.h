@@ -9,11 +9,11 @@ class Accounts;
 class Approvals;
 
 /// What takes points back: the refusal of returned positions, and the cancellation of a whole spending.
-/// Throws DatabaseError, and Refused for what cannot be done.
-class Refusal
+/// Throws DatabaseError, and ApiError for what cannot be done.
+class Reversal
 {
 public:
-    Refusal(const Accounts& accounts, Ledger& ledger, Approvals& approvals)
+    Reversal(const Accounts& accounts, Ledger& ledger, Approvals& approvals)
         : m_accounts(accounts)
         , m_ledger(ledger)
         , m_approvals(approvals)
