@@ -8,7 +8,7 @@
 #include <QTextStream>
 
 #include <cstdio>
-#include <stdexcept>
+#include <exception>
 
 using namespace Qt::StringLiterals;
 
@@ -41,14 +41,13 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationVersion(QStringLiteral(STAND_VERSION));
 
     try {
-        const auto read = stand::readOptions(QCoreApplication::arguments());
-        if (const auto* end = std::get_if<stand::EarlyEnd>(&read)) {
-            QTextStream(end->status == 0 ? stdout : stderr) << end->text << Qt::endl;
-            if (std::ferror(stdout) != 0)
-                throw std::runtime_error("the standard output cannot be written");
-            return end->status;
-        }
-        return run(std::get<stand::Options>(read));
+        return run(stand::readOptions(QCoreApplication::arguments()));
+    } catch (const stand::EarlyEnd& end) {
+        QTextStream(end.status == 0 ? stdout : stderr) << end.text << Qt::endl;
+        if (std::ferror(stdout) == 0)
+            return end.status;
+        QTextStream(stderr) << "stand: the standard output cannot be written" << Qt::endl;
+        return 1;
     } catch (const std::exception& error) {
         QTextStream(stderr) << "stand: " << error.what() << Qt::endl;
         return 1;

@@ -17,24 +17,28 @@ constexpr int exitFailed = 1;
 constexpr int exitMisused = 2;
 constexpr auto passwordVariable = "KYR_STAND_PASSWORD";
 
-EarlyEnd misused(const QString& what)
+[[noreturn]] void misused(const QString& what)
 {
-    return {exitMisused, u"stand: %1\nTry \"stand --help\"."_s.arg(what)};
+    throw EarlyEnd{exitMisused, u"stand: %1\nTry \"stand --help\"."_s.arg(what)};
+}
+
+QByteArray contentOf(const QString& name, const QString& what)
+{
+    QFile file(name);
+    if (!file.open(QIODevice::ReadOnly))
+        throw EarlyEnd{exitFailed,
+                       u"stand: Cannot read the %1 file %2: %3"_s.arg(what, name, file.errorString())};
+    return file.readAll();
 }
 
 /// The first line of the file, as an editor or `echo` would leave it.
-std::variant<QString, EarlyEnd> passwordFrom(const QString& name)
+QString passwordFrom(const QString& name)
 {
-    QFile file(name);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return EarlyEnd{exitFailed,
-                        u"stand: Cannot read the password file %1: %2"_s.arg(name, file.errorString())};
-    }
-    auto line = file.readLine();
-    while (line.endsWith('\n') || line.endsWith('\r'))
+    auto line = contentOf(name, u"password"_s).split('\n').constFirst();
+    while (line.endsWith('\r'))
         line.chop(1);
     if (line.isEmpty())
-        return EarlyEnd{exitFailed, u"stand: The password file %1 is empty"_s.arg(name)};
+        throw EarlyEnd{exitFailed, u"stand: The password file %1 is empty"_s.arg(name)};
     return QString::fromUtf8(line);
 }
 
@@ -75,7 +79,7 @@ std::optional<qint64> percent(const QString& text)
     return hundredths && *hundredths >= 0 && *hundredths <= 10'000 ? hundredths : std::nullopt;
 }
 
-std::variant<Terms, EarlyEnd> readTerms(const QCommandLineParser& parser, const TermsOptions& options)
+Terms readTerms(const QCommandLineParser& parser, const TermsOptions& options)
 {
     constexpr qint64 greatestRatio = 1000;
     constexpr qint64 day = 86'400;
@@ -84,51 +88,45 @@ std::variant<Terms, EarlyEnd> readTerms(const QCommandLineParser& parser, const 
     const auto points = wholeNumber(ratio.constFirst(), 1, greatestRatio);
     const auto money = wholeNumber(ratio.constLast(), 1, greatestRatio);
     if (ratio.size() != 2 || !points || !money)
-        return misused(
-            u"'%1' is not a ratio of whole numbers, such as 10:1."_s.arg(parser.value(options.ratio)));
+        misused(u"'%1' is not a ratio of whole numbers, such as 10:1."_s.arg(parser.value(options.ratio)));
     terms.tariff.points = *points;
     terms.tariff.money = *money;
 
     const auto earn = percent(parser.value(options.earn));
     const auto spend = percent(parser.value(options.spend));
     if (!earn || !spend)
-        return misused(u"A percentage is a number from 0 to 100, such as 5 or 2.50."_s);
+        misused(u"A percentage is a number from 0 to 100, such as 5 or 2.50."_s);
     terms.tariff.earnHundredthsOfPercent = *earn;
     terms.tariff.spendHundredthsOfPercent = *spend;
 
     terms.codes.fixedCode = parser.value(options.code);
     if (parser.isSet(options.code) && terms.codes.fixedCode.isEmpty())
-        return misused(u"The code is empty."_s);
+        misused(u"The code is empty."_s);
     const auto lifetime = wholeNumber(parser.value(options.lifetime), 0, day);
     if (!lifetime)
-        return misused(u"A code lives from 0 to %1 seconds."_s.arg(day));
+        misused(u"A code lives from 0 to %1 seconds."_s.arg(day));
     terms.codes.lifetimeInSeconds = *lifetime;
     const auto attempts = wholeNumber(parser.value(options.attempts), 1, 100);
     if (!attempts)
-        return misused(u"A code may be entered from 1 to 100 times."_s);
+        misused(u"A code may be entered from 1 to 100 times."_s);
     terms.codes.attempts = static_cast<int>(*attempts);
     return terms;
 }
 
-std::variant<QList<Fault>, EarlyEnd> readFaults(const QStringList& texts, const QStringList& files)
+QList<Fault> readFaults(const QStringList& texts, const QStringList& files)
 {
     QList<Fault> faults;
     try {
         for (const auto& text : texts)
             faults.append(faultFrom(text));
     } catch (const FaultError& error) {
-        return misused(u"--fault: "_s + error.text());
+        misused(u"--fault: "_s + error.text());
     }
     for (const auto& name : files) {
-        QFile file(name);
-        if (!file.open(QIODevice::ReadOnly)) {
-            return EarlyEnd{exitFailed,
-                            u"stand: Cannot read the faults file %1: %2"_s.arg(name, file.errorString())};
-        }
         try {
-            faults += faultsFrom(file.readAll(), name);
+            faults += faultsFrom(contentOf(name, u"faults"_s), name);
         } catch (const FaultError& error) {
-            return EarlyEnd{exitFailed, u"stand: "_s + error.text()};
+            throw EarlyEnd{exitFailed, u"stand: "_s + error.text()};
         }
     }
     return faults;
@@ -154,7 +152,7 @@ QString helpText(const QCommandLineParser& parser)
 
 } // namespace
 
-std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
+Options readOptions(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
@@ -195,48 +193,37 @@ std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments)
     const auto version = parser.addVersionOption();
 
     if (!parser.parse(arguments))
-        return misused(parser.errorText());
+        misused(parser.errorText());
     if (parser.isSet(help))
-        return EarlyEnd{0, helpText(parser)};
+        throw EarlyEnd{0, helpText(parser)};
     if (parser.isSet(version))
-        return EarlyEnd{0, versionText()};
+        throw EarlyEnd{0, versionText()};
     if (!parser.positionalArguments().isEmpty())
-        return misused(u"Unexpected argument '%1'."_s.arg(parser.positionalArguments().constFirst()));
+        misused(u"Unexpected argument '%1'."_s.arg(parser.positionalArguments().constFirst()));
 
     Options options;
     if (!options.address.setAddress(parser.value(address)))
-        return misused(u"'%1' is not an IP address."_s.arg(parser.value(address)));
+        misused(u"'%1' is not an IP address."_s.arg(parser.value(address)));
     bool isPort = false;
     options.port = parser.value(port).toUShort(&isPort);
     if (!isPort)
-        return misused(u"'%1' is not a port number (0 to 65535)."_s.arg(parser.value(port)));
+        misused(u"'%1' is not a port number (0 to 65535)."_s.arg(parser.value(port)));
     options.hostNames = parser.values(hostName);
     options.dataFile = parser.value(data);
-    auto read = readFaults(parser.values(fault), parser.values(faults));
-    if (const auto* end = std::get_if<EarlyEnd>(&read))
-        return *end;
-    options.faults = std::get<QList<Fault>>(read);
+    options.faults = readFaults(parser.values(fault), parser.values(faults));
     options.clock = QDateTime::fromString(parser.value(clock), Qt::ISODateWithMs);
     if (parser.isSet(clock) && !options.clock.isValid())
-        return misused(u"'%1' is no time such as 2026-12-01T00:00:00Z."_s.arg(parser.value(clock)));
+        misused(u"'%1' is no time such as 2026-12-01T00:00:00Z."_s.arg(parser.value(clock)));
     options.untilEof = parser.isSet(untilEof);
     options.credentials.user = parser.value(user);
     if (options.credentials.user.contains(u':'))
-        return misused(u"A user name has no colon in Basic authentication."_s);
+        misused(u"A user name has no colon in Basic authentication."_s);
 
-    auto terms = readTerms(parser, termsOptions);
-    if (const auto* end = std::get_if<EarlyEnd>(&terms))
-        return *end;
-    options.terms = std::get<Terms>(terms);
-
-    if (parser.isSet(password)) {
-        auto line = passwordFrom(parser.value(password));
-        if (const auto* end = std::get_if<EarlyEnd>(&line))
-            return *end;
-        options.credentials.password = std::get<QString>(line);
-    } else if (auto given = qEnvironmentVariable(passwordVariable); !given.isEmpty()) {
+    options.terms = readTerms(parser, termsOptions);
+    if (parser.isSet(password))
+        options.credentials.password = passwordFrom(parser.value(password));
+    else if (auto given = qEnvironmentVariable(passwordVariable); !given.isEmpty())
         options.credentials.password = given;
-    }
     return options;
 }
 

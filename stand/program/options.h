@@ -7,8 +7,6 @@
 #include <QHostAddress>
 #include <QStringList>
 
-#include <variant>
-
 namespace stand {
 
 struct Options
@@ -24,14 +22,14 @@ struct Options
     bool untilEof = false;
 };
 
-/// The program ends before it began: help or version asked for (status 0), or something wrong.
+/// Thrown where the program ends before it began: help or version asked for (status 0), or something wrong.
 struct EarlyEnd
 {
     int status;
     QString text;
 };
 
-/// Reads the command line, and the password from where it points to.
-std::variant<Options, EarlyEnd> readOptions(const QStringList& arguments);
+/// Reads the command line, and the password from where it points to. Throws EarlyEnd.
+Options readOptions(const QStringList& arguments);
 
 } // namespace stand

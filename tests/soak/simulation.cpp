@@ -2,19 +2,10 @@
 
 #include "host/queue/queuedelivery.h"
 #include "host/queue/queuepause.h"
-#include "host/utils/standingtime.h"
 
 #include <limits>
 
 namespace soaktest {
-
-Simulation::Simulation(const QDateTime& start)
-    : m_now(start)
-{
-    MockFactory<CurrentTime>::mocked = [this] { return QSharedPointer<StandingTime>::create(m_now); };
-}
-
-Simulation::~Simulation() { MockFactory<CurrentTime>::mocked = {}; }
 
 void Simulation::pass(std::chrono::seconds time)
 {
@@ -26,22 +17,22 @@ void Simulation::pass(std::chrono::seconds time)
         queue, {.authorization = {},
                 .random = {},
                 .attempted = [this](const QueuedMessage&, const QueueAttempt&) { ++m_attempts; }});
-    const QDateTime end = m_now.addSecs(time.count());
+    const QDateTime end = now().addSecs(time.count());
     while (queue.waitingCount() > 0) {
         delivery.deliverDue(*held);
         const QDateTime next = nextMoment(queue);
         if (!next.isValid() || next > end)
             break;
-        m_now = std::max(next, m_now.addMSecs(1));
+        m_clock.moveTo(std::max(next, now().addMSecs(1)));
     }
-    m_now = end;
+    m_clock.moveTo(end);
 }
 
 QDateTime Simulation::nextMoment(const MessageQueue& queue) const
 {
-    if (const auto refusal = queue.refusal(); refusal && refusal->nextProbe > m_now)
+    if (const auto refusal = queue.refusal(); refusal && refusal->nextProbe > now())
         return refusal->nextProbe;
-    const auto next = queue.nextDue(m_now + network::longestPause, m_now);
+    const auto next = queue.nextDue(now() + network::longestPause, now());
     return next ? next->due : QDateTime();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/queue/messagequeue.h"
+#include "tests/support/stillclock.h"
 
 #include <QDateTime>
 
@@ -13,12 +14,11 @@ namespace soaktest {
 class Simulation
 {
 public:
-    explicit Simulation(const QDateTime& start);
-    ~Simulation();
-    Simulation(const Simulation&) = delete;
-    Simulation& operator=(const Simulation&) = delete;
+    explicit Simulation(const QDateTime& start)
+        : m_clock(start)
+    {}
 
-    [[nodiscard]] QDateTime now() const { return m_now; }
+    [[nodiscard]] QDateTime now() const { return m_clock.now(); }
     /// Delivers for that long, or until nothing waits.
     void pass(std::chrono::seconds time);
 
@@ -30,7 +30,7 @@ private:
     /// When the worker would wake up; invalid: never.
     [[nodiscard]] QDateTime nextMoment(const MessageQueue& queue) const;
 
-    QDateTime m_now;
+    test_support::StillClock m_clock;
     int m_attempts = 0;
 };
 

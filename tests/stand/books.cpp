@@ -1,24 +1,19 @@
 #include "tests/stand/books.h"
 
-#include <QSqlDatabase>
-#include <QSqlQuery>
-
-using namespace Qt::StringLiterals;
+#include "tests/support/rawdatabase.h"
 
 namespace standtest {
 
 bool change(const QString& file, const QStringList& statements)
 {
-    bool done = true;
-    {
-        auto database = QSqlDatabase::addDatabase(u"QSQLITE"_s, file);
-        database.setDatabaseName(file);
-        done = database.open();
+    try {
+        const test_support::RawDatabase database(file);
         for (const auto& statement : statements)
-            done = done && QSqlQuery(database).exec(statement);
+            database.run(statement);
+        return true;
+    } catch (const std::exception&) {
+        return false;
     }
-    QSqlDatabase::removeDatabase(file);
-    return done;
 }
 
 } // namespace standtest

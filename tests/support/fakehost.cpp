@@ -24,29 +24,4 @@ void FakeDocuments::saveCardRecord(const QSharedPointer<DocumentCardRecord>& rec
     saved.append(record);
 }
 
-class FixedClock::Reader : public CurrentTime
-{
-public:
-    explicit Reader(FixedClock& clock)
-        : m_clock(clock)
-    {}
-    [[nodiscard]] QDateTime currentDateTime() const override
-    {
-        QDateTime now = m_clock.time;
-        m_clock.time = now.addSecs(m_clock.tick);
-        return now;
-    }
-
-private:
-    FixedClock& m_clock;
-};
-
-FixedClock::FixedClock(qint64 secondsSinceEpoch)
-    : time(QDateTime::fromSecsSinceEpoch(secondsSinceEpoch))
-{
-    MockFactory<CurrentTime>::mocked = [this] { return QSharedPointer<CurrentTime>(new Reader(*this)); };
-}
-
-FixedClock::~FixedClock() { MockFactory<CurrentTime>::mocked = nullptr; }
-
 } // namespace test_support

@@ -2,7 +2,6 @@
 
 #include "host/queue/dbqueuebroker.h"
 #include "host/storage/documents.h"
-#include "host/utils/currenttime.h"
 
 #include <QHash>
 #include <QList>
@@ -39,22 +38,6 @@ public:
     QHash<QString, QSharedPointer<AbstractDocument>> documents; ///< by the text of their reference
     QList<QSharedPointer<DocumentCardRecord>> saved;
     std::function<void()> beforeSave; ///< called first on each save; may throw
-};
-
-/// The clock of every CurrentTime made while it lives: stands still, or ticks at each reading.
-class FixedClock
-{
-public:
-    explicit FixedClock(qint64 secondsSinceEpoch);
-    ~FixedClock();
-    FixedClock(const FixedClock&) = delete;
-    FixedClock& operator=(const FixedClock&) = delete;
-
-    QDateTime time;
-    int tick = 0; ///< seconds that it goes on after each reading
-
-private:
-    class Reader;
 };
 
 } // namespace test_support

@@ -11,12 +11,6 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
-namespace {
-
-constexpr int piecesOf = 500;
-
-} // namespace
-
 QString operationOf(const QueuedMessage& message)
 {
     return message.message.value(u"url"_s).toUrl().path().section(u'/', -1);
@@ -46,23 +40,15 @@ QJsonObject messageJson(const QueuedMessage& message)
 QueueListing queueListing(const MessageQueue& queue, int limit, bool parkedOnly)
 {
     QueueListing found;
-    // In pieces, for a queue may hold more than fits into memory.
-    qint64 last = 0;
-    while (true) {
-        const QList<QueuedMessage> piece =
-            queue.messages(parkedOnly ? piecesOf : std::min(limit, piecesOf) + 1, last);
-        for (const QueuedMessage& message : piece) {
-            last = message.id;
-            if (parkedOnly && message.state != QueuedMessage::State::Parked)
-                continue;
-            found.more = found.messages.size() == limit;
-            if (found.more)
-                return found;
-            found.messages.append(message);
-        }
-        if (piece.isEmpty())
-            return found;
+    // One by one, for a queue may hold more than fits into memory.
+    for (auto next = queue.after(0); next && !found.more; next = queue.after(next->id)) {
+        if (parkedOnly && next->state != QueuedMessage::State::Parked)
+            continue;
+        found.more = found.messages.size() == limit;
+        if (!found.more)
+            found.messages.append(*next);
     }
+    return found;
 }
 
 QJsonDocument listingJson(const MessageQueue& queue, const QueueListing& listing)

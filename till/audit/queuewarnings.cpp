@@ -1,6 +1,5 @@
 #include "till/audit/queuewarnings.h"
 
-#include "host/queue/queuealarms.h"
 #include "host/utils/currenttime.h"
 #include "till/audit/queuereport.h"
 #include "till/setup/settings.h"
@@ -13,40 +12,40 @@ namespace {
 
 QString localText(const QDateTime& time) { return time.toLocalTime().toString(u"dd.MM.yyyy HH:mm"_s); }
 
-QueueWarning warningOf(QueueAlarm alarm, const QueueHealth& health, const QDateTime& now)
-{
-    switch (alarm) {
-    case QueueAlarm::CredentialsRefused:
-        return {u"Служба лояльности не принимает имя или пароль с %1. Сообщите администратору"_s.arg(
-                    localText(health.credentialsRefused)),
-                u"the service refuses the credentials for %1; %2 waiting"_s.arg(
-                    ageText(health.credentialsRefused, now), QString::number(health.waiting)),
-                u"mend KYRLoyalty:user and the password, restart the till; then till queue deliver"_s};
-    case QueueAlarm::Parked:
-        return {
-            u"Сообщений, которые не удастся отправить службе лояльности: %1. Сообщите администратору"_s.arg(
-                health.parked),
-            u"%1 parked: refused by the service for good, or not to be sent as they are"_s.arg(health.parked),
-            u"see till queue list --parked; then till queue retry or till queue drop"_s};
-    case QueueAlarm::WaitingTooLong:
-        return {u"Сообщения не доходят до службы лояльности с %1. Сообщите администратору"_s.arg(
-                    localText(health.oldestWaiting)),
-                u"%1 waiting, the oldest for %2"_s.arg(QString::number(health.waiting),
-                                                       ageText(health.oldestWaiting, now)),
-                u"see till queue list, and what is said of the service here"_s};
-    }
-    return {};
-}
-
 } // namespace
 
 QList<QueueWarning> queueWarnings(const MessageQueue& queue, const Config& config)
 {
-    const QueueHealth health = queue.health();
-    const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
+    return queueWarnings(queue.health(), MockFactory<CurrentTime>::create()->currentDateTime(),
+                         std::chrono::minutes(alarmMinutes(config)));
+}
+
+QList<QueueWarning> queueWarnings(const QueueHealth& health, const QDateTime& now,
+                                  std::chrono::minutes patience)
+{
     QList<QueueWarning> warnings;
-    for (const QueueAlarm alarm : alarmsOf(health, now, std::chrono::minutes(alarmMinutes(config))))
-        warnings.append(warningOf(alarm, health, now));
+    // With nothing to send nobody finds out that a mended password is taken again.
+    if (health.credentialsRefused.isValid() && health.waiting > 0)
+        warnings.append(
+            {u"Служба лояльности не принимает имя или пароль с %1. Сообщите администратору"_s.arg(
+                 localText(health.credentialsRefused)),
+             u"the service refuses the credentials for %1; %2 waiting"_s.arg(
+                 ageText(health.credentialsRefused, now), QString::number(health.waiting)),
+             u"mend KYRLoyalty:user and the password, restart the till; then till queue deliver"_s});
+    if (health.parked > 0)
+        warnings.append(
+            {u"Сообщений, которые не удастся отправить службе лояльности: %1. Сообщите администратору"_s.arg(
+                 health.parked),
+             u"%1 parked: refused by the service for good, or not to be sent as they are"_s.arg(
+                 health.parked),
+             u"see till queue list --parked; then till queue retry or till queue drop"_s});
+    if (health.oldestWaiting.isValid() &&
+        health.oldestWaiting.addSecs(std::chrono::seconds(patience).count()) < now)
+        warnings.append({u"Сообщения не доходят до службы лояльности с %1. Сообщите администратору"_s.arg(
+                             localText(health.oldestWaiting)),
+                         u"%1 waiting, the oldest for %2"_s.arg(QString::number(health.waiting),
+                                                                ageText(health.oldestWaiting, now)),
+                         u"see till queue list, and what is said of the service here"_s});
     return warnings;
 }
 

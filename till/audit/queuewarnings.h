@@ -5,6 +5,8 @@
 
 #include <QString>
 
+#include <chrono>
+
 namespace till {
 
 /// Something about the outgoing queue that does not mend itself.
@@ -15,8 +17,13 @@ struct QueueWarning
     QString remedy;  ///< for the administrator
 };
 
-/// What every front end shows of the queue; empty when all is well. In constant time. Throws BasicException
-/// when the queue can't be read.
+/// What every front end shows of the queue, the gravest first; empty when all is well. In constant time.
+/// Throws BasicException when the queue can't be read.
 QList<QueueWarning> queueWarnings(const MessageQueue& queue, const Config& config);
+
+/// The same of a queue that was so at that moment; a message that waits for longer than one's patience is
+/// worth a warning.
+QList<QueueWarning> queueWarnings(const QueueHealth& health, const QDateTime& now,
+                                  std::chrono::minutes patience);
 
 } // namespace till

@@ -4,6 +4,7 @@
 
 #include <QDeadlineTimer>
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
@@ -29,8 +30,10 @@ void handle(void (*handler)(int))
 
 void note(int /*signal*/)
 {
+    const int error = errno; // of what it interrupts
     [[maybe_unused]] const ssize_t written = write(writeEnd, "", 1);
     handle(SIG_DFL);
+    errno = error;
 }
 
 } // namespace

@@ -2,7 +2,9 @@
 
 #include "host/utils/printable.h"
 #include "till/checkout/screen.h"
+#include "till/window/style.h"
 
+#include <QHeaderView>
 #include <QShortcut>
 #include <QStyle>
 #include <QVariant>
@@ -39,11 +41,40 @@ void bind(QWidget* owner, const QKeySequence& key, QPushButton* target)
     QObject::connect(shortcut, &QShortcut::activated, target, &QPushButton::click);
 }
 
+void bind(QWidget* owner, const QKeySequence& key, QLineEdit* target)
+{
+    auto* shortcut = new QShortcut(key, owner);
+    QObject::connect(shortcut, &QShortcut::activated, target, [target] {
+        target->setFocus(Qt::ShortcutFocusReason);
+        target->selectAll();
+    });
+}
+
 void setText(QPushButton& button, const QString& text, const QString& key)
 {
     button.setText(key.isEmpty() ? text : text + u"  "_s + key);
     button.setAccessibleName(text);
     button.setAccessibleDescription(key.isEmpty() ? QString() : u"Клавиша %1"_s.arg(key));
+}
+
+void showGoods(QTableWidget& table, const QStringList& headings)
+{
+    table.setColumnCount(static_cast<int>(headings.size()));
+    table.setHorizontalHeaderLabels(headings);
+    table.setEditTriggers(QAbstractItemView::NoEditTriggers);
+    table.setSelectionBehavior(QAbstractItemView::SelectRows);
+    table.setSelectionMode(QAbstractItemView::SingleSelection);
+    table.setShowGrid(false);
+    table.setTabKeyNavigation(false);
+    for (int column = 0; column < table.columnCount(); ++column)
+        table.horizontalHeaderItem(column)->setTextAlignment((column == 0 ? Qt::AlignLeft : Qt::AlignRight) |
+                                                             Qt::AlignVCenter);
+    table.verticalHeader()->hide();
+    table.verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    table.verticalHeader()->setMinimumSectionSize(leastTarget);
+    table.horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    table.horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
+    table.horizontalHeader()->setHighlightSections(false);
 }
 
 QFrame* panel()

@@ -3,7 +3,9 @@
 #include <QFrame>
 #include <QKeySequence>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
+#include <QTableWidget>
 
 namespace till::window {
 
@@ -26,8 +28,15 @@ QPushButton* button(const QString& text, const QString& key = {}, const QString&
 /// once. (A button's own shortcut takes its time, and the next key would find things as they were.)
 void bind(QWidget* owner, const QKeySequence& key, QPushButton* target);
 
+/// The key puts the cursor into the field, wherever the focus is in the owner's window.
+void bind(QWidget* owner, const QKeySequence& key, QLineEdit* target);
+
 /// Names the button anew; its key stays shown.
 void setText(QPushButton& button, const QString& text, const QString& key);
+
+/// Lets a table show goods, a row each, one of which is chosen: the first column holds names, the others
+/// numbers.
+void showGoods(QTableWidget& table, const QStringList& headings);
 
 /// A white sheet with a thin edge.
 QFrame* panel();

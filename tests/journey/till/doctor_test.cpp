@@ -3,9 +3,9 @@
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "host/storage/storageerror.h"
-#include "tests/journey/till/damage.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/httpserver.h"
+#include "tests/support/rawdatabase.h"
 #include "till/admin/tool.h"
 
 #include <QDateTime>
@@ -13,9 +13,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLocale>
-#include <QSqlDatabase>
-#include <QSqlError>
-#include <QSqlQuery>
 
 #include <gmock/gmock.h>
 
@@ -87,16 +84,8 @@ protected:
     /// Puts back the time at which everything in the queue was put in.
     void makeOlder(std::chrono::milliseconds age) const
     {
-        const QString connection = u"doctor-test"_s;
-        {
-            QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s, connection);
-            database.setDatabaseName(directory + u"/till.sqlite"_s);
-            ASSERT_TRUE(database.open());
-            QSqlQuery query(database);
-            EXPECT_TRUE(query.exec(u"UPDATE queued SET enqueued = enqueued - %1"_s.arg(age.count())))
-                << query.lastError().text().toStdString();
-        }
-        QSqlDatabase::removeDatabase(connection);
+        const test_support::RawDatabase database(directory + u"/till.sqlite"_s);
+        database.run(u"UPDATE queued SET enqueued = enqueued - ?"_s, {static_cast<qint64>(age.count())});
     }
 
     const Files files;
@@ -281,11 +270,13 @@ TEST_F(TillDoctor, ReadsEachReceiptAndMessage)
     for (int i = 0; i < 2; ++i)
         (void)MessageQueue().enqueue(u"kyrloyalty"_s, u"R-1"_s, {{u"n"_s, i}}, {});
     utils::setDataDirectory({});
-    flipABit(directory, u"documents"_s, u"content"_s, u"identifier = 'R-1'"_s);
+    test_support::flipABit(directory + u"/till.sqlite"_s, u"documents"_s, u"content"_s,
+                           u"identifier = 'R-1'"_s);
     answer(404);
     expect(findings().value(u"contents"_s), "problem", "receipt R-1 is damaged");
-    flipABit(directory, u"documents"_s, u"content"_s, u"identifier = 'R-1'"_s); // whole again
-    flipABit(directory, u"queued"_s, u"message"_s, u"id = 2"_s);
+    test_support::flipABit(directory + u"/till.sqlite"_s, u"documents"_s, u"content"_s,
+                           u"identifier = 'R-1'"_s); // whole again
+    test_support::flipABit(directory + u"/till.sqlite"_s, u"queued"_s, u"message"_s, u"id = 2"_s);
     answer(404);
     const auto found = findings();
     expect(found.value(u"contents"_s), "problem", "message 2 is damaged");

@@ -1,8 +1,8 @@
 #include "host/queue/messagequeue.h"
 #include "host/storage/datadirectory.h"
-#include "tests/journey/till/damage.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/httpserver.h"
+#include "tests/support/rawdatabase.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -202,7 +202,7 @@ TEST_F(TillQueue, TheUsualFolderIsTheServicesOrTheUsers)
 TEST_F(TillQueue, CallsADamagedMessageDamagedAndNotRefused)
 {
     const qint64 id = enqueue(u"R-1"_s);
-    flipABit(directory, u"queued"_s, u"message"_s, u"id = %1"_s.arg(id));
+    test_support::flipABit(directory + u"/till.sqlite"_s, u"queued"_s, u"message"_s, u"id = %1"_s.arg(id));
     for (int i = 0; i < 2; ++i) { // before its delivery was tried, and after
         EXPECT_THAT(queue({u"list"_s}).out.toStdString(),
                     AllOf(HasSubstr("  damaged "), Not(HasSubstr("refuse"))));

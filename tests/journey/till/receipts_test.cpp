@@ -2,8 +2,8 @@
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "host/storage/journal.h"
-#include "tests/journey/till/damage.h"
 #include "tests/journey/till/tillprocess.h"
+#include "tests/support/rawdatabase.h"
 #include "till/checkout/unknownspending.h"
 
 #include <QJsonArray>
@@ -146,7 +146,8 @@ TEST_F(TillReceipts, ListsADamagedOneInALineAndTheOthersAsEver)
     const QByteArray second = R"({ "do": "openSale", "id": "R-2", "positions": [
         { "articul": "1", "name": "Чай", "price": 300, "quantity": 2 } ] })";
     play(sale + R"(, { "do": "pay" }, )" + second + R"(, { "do": "pay" })");
-    flipABit(directory, u"documents"_s, u"content"_s, u"identifier = 'R-1'"_s);
+    test_support::flipABit(directory + u"/till.sqlite"_s, u"documents"_s, u"content"_s,
+                           u"identifier = 'R-1'"_s);
     const Ran listed = receipts({u"list"_s, u"--json"_s});
     EXPECT_EQ(listed.status, 0) << listed.err.toStdString();
     const QJsonArray list = QJsonDocument::fromJson(listed.out)[u"receipts"_s].toArray();

@@ -3,10 +3,10 @@
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "host/storage/journal.h"
-#include "tests/journey/till/damage.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/hostiletext.h"
 #include "tests/support/httpserver.h"
+#include "tests/support/rawdatabase.h"
 
 #include <QDirIterator>
 #include <QFileInfo>
@@ -270,7 +270,8 @@ TEST_F(TillSupportBundle, HoldsTheOtherReceiptsWhenOneIsDamaged)
             {.time = {}, .receipt = receipt, .event = u"closed"_s, .operation = {}, .detail = {}});
     }
     utils::setDataDirectory({});
-    flipABit(directory, u"documents"_s, u"content"_s, u"identifier = 'R-2'"_s);
+    test_support::flipABit(directory + u"/till.sqlite"_s, u"documents"_s, u"content"_s,
+                           u"identifier = 'R-2'"_s);
     ASSERT_EQ(bundle().status, 0);
     const std::string receipts = unpacked()[u"receipts.json"_s].toStdString();
     EXPECT_THAT(receipts, HasSubstr(R"("state": "damaged")"));

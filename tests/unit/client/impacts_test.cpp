@@ -23,7 +23,7 @@ TEST_F(Impacts, CarryWhatTheHostWantsToKnowOfTheDiscount)
     const auto totals = client.prepareBonusImpact({}, 12.5)->getTotals();
     EXPECT_EQ(totals->getCardRecord(), card);
     EXPECT_EQ(totals->getCardIndex(), QVariant(4));
-    EXPECT_EQ(totals->getDateTime(), clock.time);
+    EXPECT_EQ(totals->getDateTime(), clock.now());
     EXPECT_EQ(totals->getDiscountType(), 5);
     EXPECT_EQ(totals->getDiscountMode(), 2);
     EXPECT_EQ(totals->getDiscountName(), u"Баллы KYRLoyalty"_s);
@@ -68,13 +68,13 @@ TEST_F(Impacts, TakeSharesAsTheServiceSentThemWhateverTheRatio)
 TEST_F(Impacts, BonusRecordNamesCardAmountCodeTimeAndShop)
 {
     const DocumentBonusRecord record = client.prepareBonusRecord(7.5);
-    EXPECT_EQ(record, (DocumentBonusRecord{u"2000000000017"_s, 7.5, 1200, clock.time, u"shop-7"_s, 0}));
+    EXPECT_EQ(record, (DocumentBonusRecord{u"2000000000017"_s, 7.5, 1200, clock.now(), u"shop-7"_s, 0}));
 }
 
 TEST_F(Impacts, BonusRecordOfNothingIsStillComplete)
 {
     const DocumentBonusRecord record = client.prepareBonusRecord(0);
-    EXPECT_EQ(record, (DocumentBonusRecord{u"2000000000017"_s, 0, 1200, clock.time, u"shop-7"_s, 0}));
+    EXPECT_EQ(record, (DocumentBonusRecord{u"2000000000017"_s, 0, 1200, clock.now(), u"shop-7"_s, 0}));
 }
 
 TEST_F(Impacts, LogNothing)

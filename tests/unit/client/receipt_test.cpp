@@ -177,14 +177,14 @@ TEST_F(Receipt, GivesTheCardRecordItsOperationIdsOnce)
 {
     (void)client.makeCheck(false);
     EXPECT_EQ(card->getOperationId(), uR"({"earn":"1717243201","spend":"1717243200"})"_s);
-    clock.time = clock.time.addSecs(60);
+    clock.move(std::chrono::seconds(60));
     (void)client.makeCheck(true);
     EXPECT_EQ(card->getOperationId(), uR"({"earn":"1717243201","spend":"1717243200"})"_s);
 }
 
 TEST_F(Receipt, ReadsTheClockOnceForBothOperationIds)
 {
-    clock.tick = 60;
+    clock.setTick(std::chrono::seconds(60));
     (void)client.makeCheck(false);
     EXPECT_EQ(card->getOperationId(), uR"({"earn":"1717243201","spend":"1717243200"})"_s);
 }
@@ -198,10 +198,10 @@ TEST_F(Receipt, LeavesAnOperationIdTextOfAnyContentAlone)
 
 TEST_F(Receipt, WrapsOperationIdsAtThirtyTwoBitsButNotTheTime)
 {
-    clock.time = QDateTime::fromSecsSinceEpoch(4294967295);
+    clock.moveTo(QDateTime::fromSecsSinceEpoch(4294967295));
     EXPECT_EQ(at(client.makeCheck(false), "receipt_datetime"), QVariant(u"4294967295"_s));
     EXPECT_EQ(card->getOperationId(), uR"({"earn":"0","spend":"4294967295"})"_s);
-    clock.time = QDateTime::fromSecsSinceEpoch(4294967296 + 5);
+    clock.moveTo(QDateTime::fromSecsSinceEpoch(4294967296 + 5));
     card->setOperationId({});
     EXPECT_EQ(at(client.makeCheck(false), "receipt_datetime"), QVariant(u"4294967301"_s));
     EXPECT_EQ(card->getOperationId(), uR"({"earn":"6","spend":"5"})"_s);

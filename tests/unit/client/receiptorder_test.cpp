@@ -98,7 +98,7 @@ TEST_F(ReceiptWorld, TheReceiptIsReadOnceAndInTheOrderOfItsMembers)
     Singleton<Session>::instance->setDocument(traced);
     MockFactory<CurrentTime>::mocked = [&] {
         calls.append(u"clock"_s);
-        return QSharedPointer<CurrentTime>(new StandingTime(clock.time));
+        return QSharedPointer<CurrentTime>(new StandingTime(clock.now().toLocalTime()));
     };
 
     (void)client.makeCheck(false);

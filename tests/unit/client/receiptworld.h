@@ -5,6 +5,7 @@
 #include "tests/support/fakeservice.h"
 #include "tests/support/golden.h"
 #include "tests/support/hostworld.h"
+#include "tests/support/stillclock.h"
 #include "tests/unit/client/openclient.h"
 
 #include <gmock/gmock.h>
@@ -71,7 +72,7 @@ protected:
     }
 
     test_support::FakeService service;
-    test_support::FixedClock clock{noon};
+    test_support::StillClock clock{QDateTime::fromSecsSinceEpoch(noon)};
     test_support::RecordingQueue* queue = new test_support::RecordingQueue;
     test_support::FakeDocuments* documents = new test_support::FakeDocuments;
     QSharedPointer<Document> document{new Document(SaleReceipt, QStringLiteral("R-1"))};

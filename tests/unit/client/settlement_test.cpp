@@ -209,7 +209,7 @@ TEST_F(Settlement, RefusingSendsTheSpendingsSumsBeforeAndTheEarningsAfterTheBonu
 
 TEST_F(Settlement, RefusingWrapsTheSecondNumberAtThirtyTwoBits)
 {
-    clock.time = QDateTime::fromSecsSinceEpoch(4294967295);
+    clock.moveTo(QDateTime::fromSecsSinceEpoch(4294967295));
     returnWith({25});
     client.refusePayment();
     EXPECT_EQ(at(queuedJson(0), "receipt_number"), QVariant(u"4294967295"_s));
@@ -218,7 +218,7 @@ TEST_F(Settlement, RefusingWrapsTheSecondNumberAtThirtyTwoBits)
 
 TEST_F(Settlement, RefusingReadsTheClockOnceForBothNumbers)
 {
-    clock.tick = 60;
+    clock.setTick(std::chrono::seconds(60));
     returnWith({25});
     client.refusePayment();
     EXPECT_EQ(at(queuedJson(0), "receipt_number"), QVariant(u"1717243200"_s));

@@ -153,7 +153,7 @@ TEST_F(Spending, AllRequestsOfOneReceiptCarryOneReceiptNumber)
     for (int i = 0; i < 3; ++i)
         service.answer("{}");
     (void)client.prePayment(1);
-    clock.time = clock.time.addSecs(100);
+    clock.move(std::chrono::seconds(100));
     (void)client.forcePayment(2);
     (void)client.payment(3);
     for (const auto& request : service.requests())

@@ -4,9 +4,6 @@
 #include "tests/support/fakeservice.h"
 #include "tests/unit/storage/scene.h"
 
-#include <QSqlDatabase>
-#include <QSqlQuery>
-
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
@@ -199,14 +196,8 @@ TEST_F(Delivery, ParksADamagedMessageAndGoesOnWithTheOthers)
 {
     const qint64 damaged = add(u"A"_s, u"a1"_s);
     add(u"B"_s, u"b1"_s);
-    {
-        QSqlDatabase raw = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"raw"_s);
-        raw.setDatabaseName(path(u"till.sqlite"_s));
-        ASSERT_TRUE(raw.open());
-        QSqlQuery query(raw);
-        ASSERT_TRUE(query.exec(u"UPDATE queued SET message = zeroblob(100) WHERE id = %1"_s.arg(damaged)));
-    }
-    QSqlDatabase::removeDatabase(u"raw"_s);
+    const test_support::RawDatabase raw(path(u"till.sqlite"_s));
+    raw.run(u"UPDATE queued SET message = zeroblob(100) WHERE id = ?"_s, {damaged});
     service.answer("{}");
     const auto summary = run();
     EXPECT_EQ(summary.delivered, 1);

@@ -1,9 +1,6 @@
 #include "host/queue/queuepause.h"
 #include "tests/unit/queue/scene.h"
 
-#include <QSqlDatabase>
-#include <QSqlQuery>
-
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
@@ -146,17 +143,12 @@ TEST_F(Due, IsFoundAsQuicklyAmongManyAsAlone)
     };
     add();
     const auto one = fastest();
-    QSqlDatabase raw = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"many"_s);
-    raw.setDatabaseName(path(u"till.sqlite"_s));
-    ASSERT_TRUE(raw.open());
     // Behind a refused one, parked, pausing, and waiting for one that pauses.
-    ASSERT_TRUE(QSqlQuery(raw).exec(
-        u"INSERT INTO queued (queue, receipt, enqueued, message, text, parked, due) "
-        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 60000) "
-        "SELECT 'q', CASE i % 3 WHEN 0 THEN 'R' ELSE '' END, 1, zeroblob(200), '', i % 3 = 1, "
-        "%1 FROM n"_s.arg((clock.now() + 4min).toMSecsSinceEpoch())));
-    raw = {};
-    QSqlDatabase::removeDatabase(u"many"_s);
+    test_support::RawDatabase(path(u"till.sqlite"_s))
+        .run(u"INSERT INTO queued (queue, receipt, enqueued, message, text, parked, due) "
+             "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 60000) "
+             "SELECT 'q', CASE i % 3 WHEN 0 THEN 'R' ELSE '' END, 1, zeroblob(200), '', i % 3 = 1, "
+             "%1 FROM n"_s.arg((clock.now() + 4min).toMSecsSinceEpoch()));
     EXPECT_EQ(queue.health().parked, 20000);
     EXPECT_LT(fastest(), 20 * one) << "going through them would take hundreds of times as long";
 }

@@ -3,8 +3,6 @@
 #include "tests/unit/storage/scene.h"
 
 #include <QElapsedTimer>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 
 #include <gmock/gmock.h>
 
@@ -19,38 +17,13 @@ namespace {
 class Queue : public test_support::Storage
 {
 protected:
-    ~Queue() override
-    {
-        m_raw = {};
-        QSqlDatabase::removeDatabase(u"raw"_s);
-    }
-
-    /// A connection of somebody else's to the queue's file.
-    QSqlDatabase& raw()
-    {
-        if (!m_raw.isValid()) {
-            m_raw = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"raw"_s);
-            m_raw.setDatabaseName(path(u"till.sqlite"_s));
-            EXPECT_TRUE(m_raw.open());
-        }
-        return m_raw;
-    }
-    void execute(const QString& sql)
-    {
-        QSqlQuery query(raw());
-        ASSERT_TRUE(query.exec(sql)) << sql.toStdString();
-    }
     QVariantList history(qint64 id)
     {
-        QSqlQuery query(raw());
-        query.exec(u"SELECT outcome, answer, attempts, error, message IS NULL, receipt FROM history "
-                   "WHERE id = %1"_s.arg(id));
-        QVariantList row;
-        while (query.next()) {
-            for (int i = 0; i < 6; ++i)
-                row.append(query.value(i));
-        }
-        return row;
+        return raw
+            .run(u"SELECT outcome, answer, attempts, error, message IS NULL, receipt FROM history "
+                 "WHERE id = ?"_s,
+                 {id})
+            .value(0);
     }
     qint64 add(const QString& group = {}) { return queue.enqueue(u"q"_s, group, {{u"n"_s, 1}}, {}); }
     static QDateTime now() { return QDateTime::currentDateTimeUtc(); }
@@ -63,9 +36,7 @@ protected:
     }
 
     MessageQueue queue;
-
-private:
-    QSqlDatabase m_raw;
+    const test_support::RawDatabase raw{path(u"till.sqlite"_s)};
 };
 
 TEST_F(Queue, BringsAMessageBackAsItCame)
@@ -132,11 +103,7 @@ TEST_F(Queue, ShowsAStoredMessageThatGoesDownForEverAsDamaged)
                                                    "00000001")
                                    .repeated(200'000) +
                                QByteArray(5, '\0');
-    QSqlQuery query(raw());
-    ASSERT_TRUE(query.prepare(u"UPDATE queued SET message = ? WHERE id = ?"_s));
-    query.addBindValue(utils::sealed({0x4B59526D, 1}, content));
-    query.addBindValue(id);
-    ASSERT_TRUE(query.exec());
+    raw.run(u"UPDATE queued SET message = ? WHERE id = ?"_s, {utils::sealed({0x4B59526D, 1}, content), id});
     EXPECT_TRUE(queue.find(id)->damaged);
     EXPECT_TRUE(queue.drop(id));
 }
@@ -203,7 +170,7 @@ TEST_F(Queue, KeepsNoCredentialsOfADroppedMessage)
     const qint64 id = queue.enqueue(u"q"_s, u"R-1"_s, message, {});
     EXPECT_TRUE(queue.drop(id));
     // Back into the queue, to read it there.
-    execute(u"INSERT INTO queued (queue, receipt, enqueued, message, text) "
+    raw.run(u"INSERT INTO queued (queue, receipt, enqueued, message, text) "
             "SELECT queue, receipt, enqueued, message, text FROM history"_s);
     ASSERT_EQ(queue.messages(10).size(), 1);
     const QVariantMap kept = queue.messages(10).first().message;
@@ -215,11 +182,10 @@ TEST_F(Queue, KeepsNoCredentialsOfADroppedMessage)
 TEST_F(Queue, KeepsADamagedMessageThatIsDroppedAsItLies)
 {
     const qint64 id = add();
-    execute(u"UPDATE queued SET message = x'0102'"_s);
+    raw.run(u"UPDATE queued SET message = x'0102'"_s);
     EXPECT_TRUE(queue.drop(id));
-    QSqlQuery query(raw());
-    ASSERT_TRUE(query.exec(u"SELECT message FROM history WHERE id = %1"_s.arg(id)) && query.next());
-    EXPECT_EQ(query.value(0).toByteArray(), "\1\2");
+    const auto rows = raw.run(u"SELECT message FROM history WHERE id = ?"_s, {id});
+    EXPECT_EQ(rows.value(0).value(0).toByteArray(), "\1\2");
 }
 
 TEST_F(Queue, NotesAFailureAndLetsTheMessageWait)
@@ -297,7 +263,7 @@ TEST_F(Queue, CountsManyMessagesAsQuicklyAsOne)
     add();
     const qint64 one = fastest();
     constexpr int many = 200000;
-    execute(u"INSERT INTO queued (queue, receipt, enqueued, message, text) "
+    raw.run(u"INSERT INTO queued (queue, receipt, enqueued, message, text) "
             "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) "
             "SELECT 'q', '', 0, zeroblob(200), '' FROM n"_s.arg(many));
     EXPECT_EQ(queue.waitingCount(), many + 1);
@@ -307,25 +273,19 @@ TEST_F(Queue, CountsManyMessagesAsQuicklyAsOne)
 TEST_F(Queue, GoesOnWhileSomebodyReadsAndTheReaderKeepsItsView)
 {
     add();
-    execute(u"BEGIN"_s);
-    QSqlQuery reader(raw());
-    const auto seen = [&] {
-        EXPECT_TRUE(reader.exec(u"SELECT count(*) FROM queued"_s) && reader.next());
-        const int count = reader.value(0).toInt();
-        reader.finish();
-        return count;
-    };
+    raw.run(u"BEGIN"_s);
+    const auto seen = [&] { return raw.run(u"SELECT count(*) FROM queued"_s).value(0).value(0).toInt(); };
     EXPECT_EQ(seen(), 1);
     add();
     EXPECT_EQ(seen(), 1);
-    execute(u"COMMIT"_s);
+    raw.run(u"COMMIT"_s);
     EXPECT_EQ(seen(), 2);
 }
 
 TEST_F(Queue, TellsADamagedMessageFromAWholeOne)
 {
     add();
-    execute(u"UPDATE queued SET message = substr(message, 1, length(message) - 1)"_s);
+    raw.run(u"UPDATE queued SET message = substr(message, 1, length(message) - 1)"_s);
     const QueuedMessage message = queue.messages(1).first();
     EXPECT_TRUE(message.damaged);
     EXPECT_TRUE(message.message.isEmpty());
@@ -333,7 +293,7 @@ TEST_F(Queue, TellsADamagedMessageFromAWholeOne)
 
 TEST_F(Queue, OfALaterVersionIsRefused)
 {
-    execute(u"PRAGMA user_version=99"_s);
+    raw.run(u"PRAGMA user_version=99"_s);
     QString told;
     std::thread([&] { told = failure([] { const MessageQueue later; }); }).join(); // a connection of its own
     EXPECT_EQ(told, u"hostStorageNewer"_s);

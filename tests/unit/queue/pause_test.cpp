@@ -1,13 +1,10 @@
-#include "host/queue/queuealarms.h"
 #include "host/queue/queuepause.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 using namespace std::chrono_literals;
 using network::longestPause;
 using network::pauseAfter;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -39,60 +36,6 @@ TEST(Pause, IsNeverAboveFiveMinutesNorBelowThreeQuartersOfASecond)
         }
     }
     EXPECT_EQ(pauseAfter(20, 1), longestPause) << "the bound is reached";
-}
-
-class Alarms : public testing::Test
-{
-protected:
-    [[nodiscard]] QList<QueueAlarm> alarms() const { return alarmsOf(health, now, 10min); }
-
-    const QDateTime now = QDateTime::fromString(QStringLiteral("2026-03-02T09:00:00Z"), Qt::ISODate);
-    QueueHealth health;
-};
-
-TEST_F(Alarms, AreSilentWhileMessagesWaitForNoLongerThanIsUsual)
-{
-    EXPECT_THAT(alarms(), IsEmpty());
-    health.waiting = 1000;
-    health.oldestWaiting = now.addSecs(-600);
-    health.lastError = QStringLiteral("HTTP 503");
-    EXPECT_THAT(alarms(), IsEmpty());
-    health.oldestWaiting = now.addSecs(600); // the clock jumped back
-    EXPECT_THAT(alarms(), IsEmpty());
-}
-
-TEST_F(Alarms, TellOfAMessageThatWaitsLongerThanOnesPatience)
-{
-    health.waiting = 1;
-    health.oldestWaiting = now.addSecs(-601);
-    EXPECT_THAT(alarms(), ElementsAre(QueueAlarm::WaitingTooLong));
-}
-
-TEST_F(Alarms, TellOfAParkedMessageAtOnce)
-{
-    health.parked = 1;
-    EXPECT_THAT(alarms(), ElementsAre(QueueAlarm::Parked));
-}
-
-TEST_F(Alarms, TellOfRefusedCredentialsWhileSomethingWaits)
-{
-    health.credentialsRefused = now.addSecs(-1);
-    EXPECT_THAT(alarms(), IsEmpty()) << "nobody asks, so nobody knows whether it is still so";
-    health.waiting = 1;
-    health.oldestWaiting = now;
-    EXPECT_THAT(alarms(), ElementsAre(QueueAlarm::CredentialsRefused));
-}
-
-TEST_F(Alarms, BeginWithTheGravest)
-{
-    health = {.waiting = 1,
-              .parked = 1,
-              .oldestWaiting = now.addDays(-1),
-              .credentialsRefused = now.addDays(-1),
-              .lastDelivered = {},
-              .lastError = {}};
-    EXPECT_THAT(alarms(),
-                ElementsAre(QueueAlarm::CredentialsRefused, QueueAlarm::Parked, QueueAlarm::WaitingTooLong));
 }
 
 } // namespace

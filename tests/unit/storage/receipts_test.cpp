@@ -5,9 +5,6 @@
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 
-#include <QSqlDatabase>
-#include <QSqlQuery>
-
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
@@ -49,7 +46,7 @@ protected:
         giveBack->setSaleDocumentId(of);
         dao.store(giveBack);
     }
-    static void damage(const QString& identifier)
+    void damage(const QString& identifier) const
     {
         flipABit(u"documents"_s, u"content"_s, u"identifier = '%1'"_s.arg(identifier));
     }
@@ -207,14 +204,8 @@ TEST_F(Receipts, WithoutADataDirectoryAreRefused)
 TEST_F(Receipts, DamagedInTheFileAreToldNotInvented)
 {
     dao.store(sale);
-    {
-        QSqlDatabase raw = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"raw"_s);
-        raw.setDatabaseName(path(u"till.sqlite"_s));
-        ASSERT_TRUE(raw.open());
-        QSqlQuery query(raw);
-        ASSERT_TRUE(query.exec(u"UPDATE documents SET content = substr(content, 1, length(content) - 1)"_s));
-    }
-    QSqlDatabase::removeDatabase(u"raw"_s);
+    const test_support::RawDatabase raw(path(u"till.sqlite"_s));
+    raw.run(u"UPDATE documents SET content = substr(content, 1, length(content) - 1)"_s);
     EXPECT_EQ(failure([this] { (void)load(); }), u"hostStorageDamaged"_s);
 }
 

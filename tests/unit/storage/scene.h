@@ -4,6 +4,7 @@
 #include "host/storage/store.h"
 #include "host/utils/basicexception.h"
 #include "tests/support/hostworld.h"
+#include "tests/support/rawdatabase.h"
 
 #include <QDir>
 #include <QFile>
@@ -77,20 +78,10 @@ protected:
         QDir().mkpath(directory);
         ASSERT_EQ(chmod(QFile::encodeName(directory).constData(), 0700), 0);
     }
-    /// Flips one bit of the sealed content, as a bad disk does.
-    static void flipABit(const QString& table, const QString& column, const QString& condition)
+    /// Of the sealed content in the store.
+    void flipABit(const QString& table, const QString& column, const QString& condition) const
     {
-        const auto store = utils::store();
-        const QString where = QStringLiteral(" FROM %1 WHERE %2").arg(table, condition);
-        QSqlQuery select = store->prepared(QStringLiteral("SELECT rowid, ") + column + where);
-        const QList<QVariantList> rows = store->rows(select);
-        ASSERT_EQ(rows.size(), 1);
-        QByteArray content = rows[0][1].toByteArray();
-        const qsizetype middle = content.size() / 2;
-        content[middle] = static_cast<char>(content[middle] ^ 1);
-        QSqlQuery update =
-            store->prepared(QStringLiteral("UPDATE %1 SET %2 = ? WHERE rowid = ?").arg(table, column));
-        ASSERT_EQ(store->change(update, {content, rows[0][0]}), 1);
+        test_support::flipABit(path(QStringLiteral("till.sqlite")), table, column, condition);
     }
     [[nodiscard]] const QTemporaryDir& outer() const { return m_directory; }
 

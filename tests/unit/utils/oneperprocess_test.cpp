@@ -1,8 +1,8 @@
 // What exists once in a process: singletons, factories and the loggers.
 
 #include "host/utils/config.h"
-#include "host/utils/currenttime.h"
 #include "host/utils/logging.h"
+#include "host/utils/standingtime.h"
 
 #include <gtest/gtest.h>
 
@@ -17,14 +17,7 @@ struct Thing
     QString origin = u"default"_s;
 };
 
-class FixedTime : public CurrentTime
-{
-public:
-    [[nodiscard]] QDateTime currentDateTime() const override
-    {
-        return QDateTime(QDate(2024, 2, 29), QTime(23, 59, 59, 999));
-    }
-};
+const QDateTime moment(QDate(2024, 2, 29), QTime(23, 59, 59, 999));
 
 /// Puts the factory back to production when the test ends, however it ends.
 template <class T>
@@ -80,7 +73,7 @@ TEST(MockFactory, LeavesTheObjectToTheCaller)
     const Production<CurrentTime> atTheEnd;
     QWeakPointer<CurrentTime> observed;
     MockFactory<CurrentTime>::mocked = [&observed] {
-        const QSharedPointer<CurrentTime> clock(new FixedTime);
+        const QSharedPointer<CurrentTime> clock(new StandingTime(moment));
         observed = clock;
         return clock;
     };
@@ -103,8 +96,8 @@ TEST(CurrentTime, IsNowInLocalTimeToTheMillisecond)
 TEST(CurrentTime, IsWhatATestSets)
 {
     const Production<CurrentTime> atTheEnd;
-    MockFactory<CurrentTime>::mocked = [] { return QSharedPointer<CurrentTime>(new FixedTime); };
-    EXPECT_EQ(MockFactory<CurrentTime>::create()->currentDateTime(), FixedTime().currentDateTime());
+    MockFactory<CurrentTime>::mocked = [] { return QSharedPointer<CurrentTime>(new StandingTime(moment)); };
+    EXPECT_EQ(MockFactory<CurrentTime>::create()->currentDateTime(), moment);
 }
 
 TEST(Logger, IsTheSameObjectForTheSameNameWhateverTheFactory)

@@ -11,7 +11,6 @@
 #include "till/window/widgets.h"
 
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -22,7 +21,7 @@ namespace till::window {
 
 namespace {
 
-enum Column { Name, Sold, Left, Now, Columns };
+enum Column { Name, Sold, Left, Now };
 constexpr int shownSales = 200;
 constexpr int sumPlaces = 12;
 constexpr QChar figureSpace(0x2007); // as wide as a digit, so that the sums align
@@ -69,7 +68,7 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     : QDialog(parent)
     , m_model(model)
     , m_list(new QListWidget)
-    , m_table(new QTableWidget(0, Columns))
+    , m_table(new QTableWidget)
     , m_preview(label({}))
     , m_less(button(u"Меньше"_s, u"−"_s))
     , m_more(button(u"Больше"_s, u"+"_s))
@@ -88,22 +87,8 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     m_list->setAccessibleName(u"Закрытые чеки"_s);
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     middle->addWidget(m_list, 2);
-    m_table->setHorizontalHeaderLabels({u"Товар"_s, u"Продано"_s, u"Осталось"_s, u"Вернуть"_s});
+    showGoods(*m_table, {u"Товар"_s, u"Продано"_s, u"Осталось"_s, u"Вернуть"_s});
     m_table->setAccessibleName(u"Товары чека"_s);
-    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
-    m_table->setShowGrid(false);
-    m_table->setTabKeyNavigation(false);
-    for (int column = 0; column < Columns; ++column)
-        m_table->horizontalHeaderItem(column)->setTextAlignment(
-            (column == Name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
-    m_table->verticalHeader()->hide();
-    m_table->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    m_table->verticalHeader()->setMinimumSectionSize(leastTarget);
-    m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    m_table->horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
-    m_table->horizontalHeader()->setHighlightSections(false);
     auto* goods = new QVBoxLayout;
     goods->setSpacing(8);
     goods->addWidget(m_table, 1);

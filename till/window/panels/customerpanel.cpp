@@ -6,7 +6,6 @@
 #include "till/window/widgets.h"
 
 #include <QHBoxLayout>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -26,15 +25,6 @@ QString statusOf(const DocumentCardRecord& card)
         break;
     }
     return {};
-}
-
-void take(QWidget* owner, Qt::Key key, QLineEdit* field)
-{
-    auto* shortcut = new QShortcut(key, owner);
-    QObject::connect(shortcut, &QShortcut::activated, field, [field] {
-        field->setFocus(Qt::ShortcutFocusReason);
-        field->selectAll();
-    });
 }
 
 } // namespace
@@ -76,7 +66,7 @@ QWidget* CustomerPanel::search()
     m_entry->setAccessibleName(u"Карта или телефон покупателя"_s);
     m_entry->setAccessibleDescription(u"Клавиша F3; Enter ищет покупателя"_s);
     m_entry->setObjectName(u"customer"_s);
-    take(this, Qt::Key_F3, m_entry);
+    bind(this, Qt::Key_F3, m_entry);
     auto* row = new QHBoxLayout;
     row->setSpacing(6);
     row->addWidget(m_entry, 1);
@@ -142,7 +132,7 @@ QWidget* CustomerPanel::points()
     layout->addWidget(m_reason);
     connect(m_spend, &QPushButton::clicked, this, [this] { spend(); });
     connect(m_points, &QLineEdit::returnPressed, this, [this] { spend(); });
-    take(this, Qt::Key_F7, m_points);
+    bind(this, Qt::Key_F7, m_points);
     return area;
 }
 

@@ -7,7 +7,6 @@
 
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -59,11 +58,7 @@ QWidget* PositionsPanel::entryRow()
     layout->addWidget(add);
     connect(add, &QPushButton::clicked, this, [this] { enterArticle(); });
     connect(m_article, &QLineEdit::returnPressed, this, [this] { enterArticle(); });
-    auto* key = new QShortcut(Qt::Key_F2, this);
-    connect(key, &QShortcut::activated, m_article, [this] {
-        m_article->setFocus(Qt::ShortcutFocusReason);
-        m_article->selectAll();
-    });
+    bind(this, Qt::Key_F2, m_article);
     return row;
 }
 

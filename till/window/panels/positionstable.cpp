@@ -4,8 +4,7 @@
 #include "host/utils/printable.h"
 #include "till/checkout/screen.h"
 #include "till/window/style.h"
-
-#include <QHeaderView>
+#include "till/window/widgets.h"
 
 using namespace Qt::StringLiterals;
 
@@ -13,7 +12,7 @@ namespace till::window {
 
 namespace {
 
-enum Column { Name, Price, Quantity, Discount, Bonus, Sum, Columns };
+enum Column { Name, Price, Quantity, Discount, Bonus, Sum };
 
 QTableWidgetItem* cell(const QString& text, bool isNumber)
 {
@@ -30,26 +29,11 @@ QString reduction(double value)
 } // namespace
 
 PositionsTable::PositionsTable()
-    : QTableWidget(0, Columns)
 {
-    setHorizontalHeaderLabels({u"Товар"_s, u"Цена"_s, u"Кол-во"_s, u"Скидка"_s, u"Баллы"_s, u"Сумма"_s});
+    showGoods(*this, {u"Товар"_s, u"Цена"_s, u"Кол-во"_s, u"Скидка"_s, u"Баллы"_s, u"Сумма"_s});
     setAccessibleName(u"Товары в чеке"_s);
-    setEditTriggers(QAbstractItemView::NoEditTriggers);
-    setSelectionBehavior(QAbstractItemView::SelectRows);
-    setSelectionMode(QAbstractItemView::SingleSelection);
-    setShowGrid(false);
     setWordWrap(true);
-    setTabKeyNavigation(false);
-    verticalHeader()->hide();
-    verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    verticalHeader()->setMinimumSectionSize(leastTarget);
-    horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
-    horizontalHeader()->setHighlightSections(false);
     setColumnHidden(Price, isCompact()); // it stands below the name then
-    for (int column = 0; column < Columns; ++column)
-        horizontalHeaderItem(column)->setTextAlignment((column == Name ? Qt::AlignLeft : Qt::AlignRight) |
-                                                       Qt::AlignVCenter);
 }
 
 int PositionsTable::selected() const
