@@ -111,7 +111,7 @@ int main(int argc, char** argv)
         qWarning("no folder to measure in: %s", qPrintable(directory.errorString()));
         return 2;
     }
-    utils::setDataDirectory(directory.path());
+    storage::setDataDirectory(directory.path());
 
     const QVariantMap sent = message();
     QByteArray bytes;

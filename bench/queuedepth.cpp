@@ -45,7 +45,7 @@ public:
         : m_directory(QDir::current().filePath(u"bench_queue-XXXXXX"_s))
         , m_depth(depth)
     {
-        utils::setDataDirectory(m_directory.path());
+        storage::setDataDirectory(m_directory.path());
         {
             MessageQueue made;
             m_first = made.enqueue(u"bench"_s, u"R-0"_s, message(), {});
@@ -145,7 +145,7 @@ Queues queuesUpTo(int depth)
     queues.push_back(std::make_unique<Queue>(1));
     queues.push_back(std::make_unique<Queue>(1000));
     const qint64 perThousand = queues[1]->size() - queues[0]->size();
-    const qint64 readThrough = utils::Database::readAtAStart * 9 / 10 * 1000 / perThousand;
+    const qint64 readThrough = storage::Database::readAtAStart * 9 / 10 * 1000 / perThousand;
     queues.push_back(std::make_unique<Queue>(static_cast<int>(readThrough)));
     queues.push_back(std::make_unique<Queue>(depth));
     return queues;
@@ -175,8 +175,8 @@ bool measureDepth(int depth)
     // One enqueued and one delivered in turn keep the depth.
     measure("enqueue", rounds, true, [](Queue& queue) { queue.enqueue(); });
     measure("first delivery", rounds, true, [](Queue& queue) { queue.deliverFirst(); });
-    if (queues[2]->size() > utils::Database::readAtAStart ||
-        queues[3]->size() <= utils::Database::readAtAStart)
+    if (queues[2]->size() > storage::Database::readAtAStart ||
+        queues[3]->size() <= storage::Database::readAtAStart)
         qFatal("the files are not as large as they should be");
     measure("start", starts, true, [](const Queue& queue) { queue.start(); });
     measure("listing", rounds, false, [](Queue& queue) { queue.list(); });

@@ -27,8 +27,8 @@ int run(const stand::Options& options)
     stand::Server server(options.address, options.port,
                          [&whole](const stand::Request& request) { return whole.react(request); });
     QTextStream(stdout) << "The stand listens on " << server.url().toString() << Qt::endl;
-    if (const auto refusal = whole.faults().refusal(); refusal.count() > 0)
-        server.refuse(refusal);
+    if (const auto closed = whole.faults().portClosedFor(); closed.count() > 0)
+        server.closePort(closed);
     return QCoreApplication::exec();
 }
 

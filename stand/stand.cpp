@@ -67,7 +67,7 @@ Reaction Stand::react(const Request& request)
     try {
         auto reaction =
             request.path.startsWith("/v2/") ? serviceReaction(request) : Reaction{ownPage(request)};
-        reaction.refusal += m_faults.refusal();
+        reaction.portClosedFor += m_faults.portClosedFor();
         if (auto* answer = std::get_if<Answer>(&reaction.what))
             answer->headers.append({"Date"_ba, httpDate(now())});
         return reaction;
@@ -101,7 +101,7 @@ Reaction Stand::strike(const Strike& strike, const Request& request)
     }
     Reaction reaction{std::move(delivery)};
     if (fault.kind == FaultKind::Refuse)
-        reaction.refusal = std::chrono::milliseconds(fault.number("ms"));
+        reaction.portClosedFor = std::chrono::milliseconds(fault.number("ms"));
     return reaction;
 }
 

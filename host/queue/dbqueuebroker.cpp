@@ -18,7 +18,7 @@ std::function<QString()>& groupSource()
 } // namespace
 
 DBQueueBroker::DBQueueBroker()
-    : m_queue(std::make_unique<utils::StoreUser<MessageQueue>>())
+    : m_queue(std::make_unique<storage::StoreUser<MessageQueue>>())
 {}
 
 DBQueueBroker::~DBQueueBroker() = default;

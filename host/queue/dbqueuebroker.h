@@ -10,7 +10,7 @@
 #include <memory>
 
 class MessageQueue;
-namespace utils {
+namespace storage {
 template <class User>
 class StoreUser;
 }
@@ -40,7 +40,7 @@ public:
     static void setGroupSource(std::function<QString()> source);
 
 private:
-    std::unique_ptr<utils::StoreUser<MessageQueue>> m_queue;
+    std::unique_ptr<storage::StoreUser<MessageQueue>> m_queue;
 };
 
 extern template class HOST_EXPORT Singleton<DBQueueBroker>;

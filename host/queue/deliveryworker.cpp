@@ -1,8 +1,8 @@
 #include "host/queue/deliveryworker.h"
 
-#include "host/queue/queuenotice.h"
-#include "host/queue/queuepause.h"
 #include "host/queue/queuesending.h"
+#include "host/queue/queuewakeup.h"
+#include "host/queue/retrybackoff.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/logging.h"
 
@@ -45,7 +45,7 @@ private:
     /// Delivers until a stop is asked for. Throws when the data directory can't be used.
     void work(const std::stop_token& stop);
     /// Null when a stop was asked for before the queue was this worker's.
-    [[nodiscard]] std::unique_ptr<utils::FileLock> standBy(const std::stop_token& stop);
+    [[nodiscard]] std::unique_ptr<storage::FileLock> standBy(const std::stop_token& stop);
     void noteDelivering();
     void noteTrouble(const QString& what);
     void noteAttempt(const QueuedMessage& message, const QueueAttempt& attempt);
@@ -101,7 +101,7 @@ void DeliveryWorker::Thread::work(const std::stop_token& stop)
     if (m_troubles == 0) // else the first run through shows whether they are over
         noteDelivering();
     while (!stop.stop_requested()) {
-        const auto seen = network::queuenotice::count();
+        const auto seen = network::queuewakeup::count();
         delivery.deliverDue(*lock, stop);
         m_troubles = 0;
         noteDelivering();
@@ -109,7 +109,7 @@ void DeliveryWorker::Thread::work(const std::stop_token& stop)
     }
 }
 
-std::unique_ptr<utils::FileLock> DeliveryWorker::Thread::standBy(const std::stop_token& stop)
+std::unique_ptr<storage::FileLock> DeliveryWorker::Thread::standBy(const std::stop_token& stop)
 {
     while (!stop.stop_requested()) {
         auto lock = QueueDelivery::lock();
@@ -128,7 +128,7 @@ void DeliveryWorker::Thread::wait(std::uint64_t seen, std::chrono::milliseconds 
                                   const std::stop_token& stop)
 {
     beat(longest);
-    network::queuenotice::wait(seen, longest, stop);
+    network::queuewakeup::wait(seen, longest, stop);
     beat();
 }
 

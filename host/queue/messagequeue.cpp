@@ -2,8 +2,8 @@
 
 #include "host/network/exchangeoutcome.h"
 #include "host/queue/queuedform.h"
-#include "host/queue/queuenotice.h"
-#include "host/queue/queuepause.h"
+#include "host/queue/queuewakeup.h"
+#include "host/queue/retrybackoff.h"
 #include "host/storage/journal.h"
 #include "host/storage/store.h"
 #include "host/utils/currenttime.h"
@@ -32,8 +32,8 @@ QString operationOf(const QueuedMessage& message)
 
 struct MessageQueue::Statements
 {
-    std::shared_ptr<utils::Database> database = utils::store();
-    utils::Journal journal;
+    std::shared_ptr<storage::Database> database = storage::store();
+    storage::Journal journal;
     QSqlQuery insert = database->prepared(
         u"INSERT INTO queued (queue, receipt, enqueued, message, text) VALUES (?, ?, ?, ?, ?)"_s);
     QSqlQuery list = database->prepared(columns + u"WHERE id > ? ORDER BY id LIMIT ?"_s);
@@ -63,7 +63,7 @@ struct MessageQueue::Statements
     QSqlQuery noteFailure = database->prepared(u"UPDATE tally SET error = ?"_s);
     QSqlQuery noteAnswer =
         database->prepared(u"UPDATE tally SET error = ?, refused = 0, probes = 0, probe = 0"_s);
-    QSqlQuery noteRefusal = database->prepared(
+    QSqlQuery noteSuspension = database->prepared(
         u"UPDATE tally SET error = ?, refused = CASE refused WHEN 0 THEN ? ELSE refused END, "
         "probes = probes + 1, probe = ?"_s);
 
@@ -149,7 +149,7 @@ qint64 MessageQueue::enqueue(const QString& queueName, const QString& group, con
         queued.id = m->database->insert(m->insert, {queueName, group, now(), bytes, text});
         m->tell(u"queued"_s, queued, {});
     });
-    network::queuenotice::raise();
+    network::queuewakeup::raise();
     return queued.id;
 }
 
@@ -178,7 +178,7 @@ QueueHealth MessageQueue::health() const
     return {.waiting = tally.value(0).toInt(),
             .parked = tally.value(1).toInt(),
             .oldestWaiting = network::storedTime(oldest.value(0)),
-            .credentialsRefused = network::storedTime(tally.value(4)),
+            .credentialsSuspended = network::storedTime(tally.value(4)),
             .lastDelivered = network::storedTime(tally.value(2)),
             .lastError = tally.value(3).toString()};
 }
@@ -194,13 +194,13 @@ std::optional<QueuedMessage> MessageQueue::nextDue(const QDateTime& until, const
     return m->first(m->misdated, {(now + network::longestPause).toMSecsSinceEpoch()});
 }
 
-std::optional<CredentialsRefusal> MessageQueue::refusal() const
+std::optional<CredentialsSuspension> MessageQueue::suspension() const
 {
     const QVariantList tally = m->counts();
     const QDateTime since = network::storedTime(tally.value(4));
     if (!since.isValid())
         return {};
-    return CredentialsRefusal{since, tally.value(5).toInt(), network::storedTime(tally.value(6))};
+    return CredentialsSuspension{since, tally.value(5).toInt(), network::storedTime(tally.value(6))};
 }
 
 bool MessageQueue::delivered(qint64 id, const QueueAttempt& attempt)
@@ -229,7 +229,7 @@ bool MessageQueue::refused(qint64 id, const QueueAttempt& attempt, const QDateTi
                            const QDateTime& nextProbe)
 {
     return m->change(id, u"attempt"_s, attempt, [&] {
-        m->database->change(m->noteRefusal, {attempt.error, now(), network::writtenTime(nextProbe)});
+        m->database->change(m->noteSuspension, {attempt.error, now(), network::writtenTime(nextProbe)});
         return m->database->change(m->fail, {attempt.error, network::writtenTime(due), id}) > 0;
     });
 }
@@ -238,14 +238,14 @@ bool MessageQueue::retry(qint64 id)
 {
     const bool done =
         m->change(id, u"retried"_s, {}, [&] { return m->database->change(m->retry, {id}) > 0; });
-    network::queuenotice::raise();
+    network::queuewakeup::raise();
     return done;
 }
 
 bool MessageQueue::drop(qint64 id)
 {
     const bool done = m->change(id, u"dropped"_s, {}, [&] { return m->drop(id); });
-    network::queuenotice::raise();
+    network::queuewakeup::raise();
     return done;
 }
 
@@ -255,5 +255,5 @@ void MessageQueue::expedite()
         m->database->change(m->hasten, {});
         m->database->change(m->probeNow, {});
     });
-    network::queuenotice::raise();
+    network::queuewakeup::raise();
 }

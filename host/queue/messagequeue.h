@@ -40,7 +40,7 @@ struct QueueAttempt
 };
 
 /// That the service refuses the credentials, which holds up everything.
-struct CredentialsRefusal
+struct CredentialsSuspension
 {
     QDateTime since;     ///< UTC
     int probes = 0;      ///< how often it was tried so far, the first refusal included
@@ -52,16 +52,16 @@ struct QueueHealth
 {
     int waiting = 0;
     int parked = 0;
-    QDateTime oldestWaiting;      ///< when the one that waits longest was put in; invalid: none waits
-    QDateTime credentialsRefused; ///< since when the service refuses the credentials; invalid: it does not
-    QDateTime lastDelivered;      ///< invalid: nothing yet
-    QString lastError;            ///< why the last attempt failed; empty when it did not
+    QDateTime oldestWaiting;        ///< when the one that waits longest was put in; invalid: none waits
+    QDateTime credentialsSuspended; ///< since when the service refuses the credentials; invalid: it does not
+    QDateTime lastDelivered;        ///< invalid: nothing yet
+    QString lastError;              ///< why the last attempt failed; empty when it did not
 };
 
 /// The outgoing queue in the store of the data directory. Any number of objects, in any threads and programs,
 /// may have it open at once; each belongs to the thread that made it. What an operation changes is durable
-/// when it returns, or with the utils::Transaction around it; so is the entry in the journal of the message's
-/// receipt. Each throws BasicException, and changes nothing, when the file can't be used.
+/// when it returns, or with the storage::Transaction around it; so is the entry in the journal of the
+/// message's receipt. Each throws BasicException, and changes nothing, when the file can't be used.
 ///
 /// The messages hold credentials and personal data; the file is its owner's alone (0600). Once delivered,
 /// only the record that and when is kept.
@@ -97,7 +97,7 @@ public:
     /// has jumped back since that time was set.
     [[nodiscard]] std::optional<QueuedMessage> nextDue(const QDateTime& until, const QDateTime& now) const;
     /// Nothing when the service takes the credentials, as far as is known.
-    [[nodiscard]] std::optional<CredentialsRefusal> refusal() const;
+    [[nodiscard]] std::optional<CredentialsSuspension> suspension() const;
 
     // Each is true when the queue still held a message of that id. An answer of the service other than 401
     // ends the refusal of the credentials.

@@ -1,7 +1,7 @@
 #include "host/queue/queuedelivery.h"
 
-#include "host/queue/queuepause.h"
 #include "host/queue/queuesending.h"
+#include "host/queue/retrybackoff.h"
 #include "host/storage/storageerror.h"
 #include "host/utils/currenttime.h"
 #include "host/utils/logging.h"
@@ -28,7 +28,7 @@ Log4Qt::Logger* log() { return utils::logger(u"network"_s); }
 
 } // namespace
 
-std::unique_ptr<utils::FileLock> QueueDelivery::lock() { return utils::FileLock::ifFree(lockName); }
+std::unique_ptr<storage::FileLock> QueueDelivery::lock() { return storage::FileLock::ifFree(lockName); }
 
 QueueDelivery::QueueDelivery(MessageQueue& queue)
     : QueueDelivery(queue, Options{})
@@ -44,12 +44,12 @@ QueueDelivery::QueueDelivery(MessageQueue& queue, Options options)
 
 QueueDelivery::Summary QueueDelivery::run(const std::stop_token& stop)
 {
-    const utils::FileLock held(lockName);
+    const storage::FileLock held(lockName);
     m_queue.expedite();
     return deliverDue(held, stop);
 }
 
-QueueDelivery::Summary QueueDelivery::deliverDue(const utils::FileLock& held, const std::stop_token& stop)
+QueueDelivery::Summary QueueDelivery::deliverDue(const storage::FileLock& held, const std::stop_token& stop)
 {
     Summary summary;
     const QDateTime start = MockFactory<CurrentTime>::create()->currentDateTime();
@@ -68,10 +68,10 @@ QueueDelivery::Summary QueueDelivery::deliverDue(const utils::FileLock& held, co
 
 bool QueueDelivery::isHeldUp(const QDateTime& now) const
 {
-    const auto refusal = m_queue.refusal();
+    const auto suspension = m_queue.suspension();
     // A probe set for later than any pause was set before the clock jumped back.
-    return refusal && refusal->nextProbe.isValid() && refusal->nextProbe > now &&
-           refusal->nextProbe <= now + network::longestPause;
+    return suspension && suspension->nextProbe.isValid() && suspension->nextProbe > now &&
+           suspension->nextProbe <= now + network::longestPause;
 }
 
 void QueueDelivery::deliver(const QueuedMessage& message, const QDateTime& start, Summary& summary)
@@ -94,8 +94,8 @@ void QueueDelivery::deliver(const QueuedMessage& message, const QDateTime& start
 bool QueueDelivery::note(const QueuedMessage& message, const SendingOutcome& outcome, const QDateTime& now)
 {
     const QueueAttempt& attempt = outcome.attempt;
-    const auto refusal = m_queue.refusal();
-    if (outcome.answered() && !outcome.unauthorized() && refusal)
+    const auto suspension = m_queue.suspension();
+    if (outcome.answered() && !outcome.unauthorized() && suspension)
         log()->info(u"Queue: the service takes the credentials again"_s);
     if (outcome.delivered())
         return m_queue.delivered(message.id, attempt);
@@ -104,12 +104,12 @@ bool QueueDelivery::note(const QueuedMessage& message, const SendingOutcome& out
         return m_queue.park(message.id, attempt);
     }
     const QDateTime due = after(now, message.attempts + 1);
-    if (!outcome.unauthorized() && (outcome.answered() || !refusal))
+    if (!outcome.unauthorized() && (outcome.answered() || !suspension))
         return m_queue.failed(message.id, attempt, due);
-    if (!refusal)
+    if (!suspension)
         log()->error(u"Queue: the service refuses the credentials; nothing is delivered until it takes them. "
                      "Check user and password"_s);
-    const QDateTime nextProbe = after(now, refusal ? refusal->probes + 1 : 1);
+    const QDateTime nextProbe = after(now, suspension ? suspension->probes + 1 : 1);
     return m_queue.refused(message.id, attempt, due, nextProbe); // the next probe is another message
 }
 

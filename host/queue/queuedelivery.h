@@ -57,7 +57,7 @@ public:
     /// Two deliveries at once would send everything twice, and mix up the order: whoever delivers holds this,
     /// a file of the data directory. Nothing when another delivery has it; throws BasicException when the
     /// file cannot be used.
-    [[nodiscard]] static std::unique_ptr<utils::FileLock> lock();
+    [[nodiscard]] static std::unique_ptr<storage::FileLock> lock();
 
     /// The queue must outlive the delivery and belong to the same thread.
     explicit QueueDelivery(MessageQueue& queue);
@@ -70,7 +70,7 @@ public:
 
     /// Sends what is due when it begins, and what comes in meanwhile; the pauses of the rest go on. For who
     /// holds the lock.
-    Summary deliverDue(const utils::FileLock& held, const std::stop_token& stop = {});
+    Summary deliverDue(const storage::FileLock& held, const std::stop_token& stop = {});
 
 private:
     [[nodiscard]] bool isHeldUp(const QDateTime& now) const;

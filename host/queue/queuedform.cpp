@@ -15,15 +15,16 @@ namespace network {
 
 namespace {
 
-constexpr utils::Seal messageSeal{0x4B59526D, 1}; // "KYRm"
+constexpr storage::Seal messageSeal{0x4B59526D, 1}; // "KYRm"
 
 std::optional<QVariantMap> readMessage(const QByteArray& bytes)
 {
-    const utils::Unsealed opened = utils::unsealed(messageSeal, bytes);
+    const storage::Unsealed opened = storage::unsealed(messageSeal, bytes);
     QDataStream in(opened.content);
-    in.setVersion(utils::storedStreamVersion);
-    const QVariantMap message = utils::storedMap(in);
-    const bool whole = opened.state == utils::Unsealed::Whole && in.status() == QDataStream::Ok && in.atEnd();
+    in.setVersion(storage::storedStreamVersion);
+    const QVariantMap message = storage::storedMap(in);
+    const bool whole =
+        opened.state == storage::Unsealed::Whole && in.status() == QDataStream::Ok && in.atEnd();
     return whole ? std::optional(message) : std::nullopt;
 }
 
@@ -31,15 +32,15 @@ std::optional<QVariantMap> readMessage(const QByteArray& bytes)
 
 QByteArray writtenMessage(const QVariantMap& message)
 {
-    if (const QString why = utils::unstorable(message); !why.isEmpty())
+    if (const QString why = storage::unstorable(message); !why.isEmpty())
         throw BasicException(
             tr::Tr(u"hostQueueMessageUnfit"_s,
                    u"Сообщение не поставлено в очередь: такие данные нельзя сохранить (%1)"_s.arg(why)));
     QByteArray content;
     QDataStream out(&content, QIODevice::WriteOnly);
-    out.setVersion(utils::storedStreamVersion);
+    out.setVersion(storage::storedStreamVersion);
     out << message;
-    return utils::sealed(messageSeal, content);
+    return storage::sealed(messageSeal, content);
 }
 
 QVariantMap withoutAuthorization(QVariantMap headers)

@@ -8,7 +8,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -233,4 +233,4 @@ void Database::fail(const QSqlError& error) const
     throw storageError(fault, m_path, error.databaseText() + holder);
 }
 
-} // namespace utils
+} // namespace storage

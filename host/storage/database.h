@@ -12,7 +12,7 @@
 #include <functional>
 #include <optional>
 
-namespace utils {
+namespace storage {
 
 /// One open SQLite file whose commits survive a power cut (write-ahead log, synchronous=FULL), private to its
 /// owner with all its companions. Everything here throws BasicException, with the file's name, when SQLite
@@ -137,4 +137,4 @@ private:
     mutable bool m_spoilt = false;
 };
 
-} // namespace utils
+} // namespace storage

@@ -1,6 +1,6 @@
 #include "host/storage/database.h"
-#include "host/storage/privatefile.h"
-#include "host/storage/setaside.h"
+#include "host/storage/durablefile.h"
+#include "host/storage/quarantine.h"
 #include "host/storage/storageerror.h"
 #include "host/storage/writeaheadlog.h"
 #include "host/utils/logging.h"
@@ -15,7 +15,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -164,8 +164,8 @@ void Database::keepDamagedLog()
     const FolderLock lock(m_path); // another program may just have done it
     if (!isLogDamaged(m_path))
         return;
-    m_damagedLog = copyDamagedLog(m_path);
-    logger(u"storage"_s)
+    m_damagedLog = quarantineLogOf(m_path);
+    utils::logger(u"storage"_s)
         ->error(u"%1-wal is damaged: what was kept last may be missing; it was copied to %2"_s.arg(
             m_path, QFileInfo(m_damagedLog).fileName()));
 }
@@ -231,7 +231,7 @@ void Database::ensureMade(const Format& format) const
     if (QFileInfo::exists(m_path))
         return;
     // SQLite would take a log that lies there for the new file's own.
-    finishSettingAside(m_path);
+    finishQuarantine(m_path);
     try {
         removeUnfinished(m_path);
         const QString unfinished = newPrivateFile(m_path);
@@ -257,4 +257,4 @@ void Database::fill(const Format& format)
     disconnect(); // the last one to close folds the log into the file
 }
 
-} // namespace utils
+} // namespace storage

@@ -2,8 +2,8 @@
 
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
-#include "host/storage/privatefile.h"
-#include "host/storage/setaside.h"
+#include "host/storage/durablefile.h"
+#include "host/storage/quarantine.h"
 #include "host/storage/storageerror.h"
 #include "host/storage/store.h"
 #include "host/storage/storedform.h"
@@ -18,7 +18,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -31,13 +31,13 @@ DataFinding told(DataFinding::Kind kind, const QString& file, const QString& now
     const QStringList names{nameOf(file), nameOf(now)};
     switch (kind) {
     case DataFinding::Kind::Damaged:
-        logger(u"storage"_s)->error(u"%1 is damaged; it was set aside as %2"_s.arg(file, nameOf(now)));
+        utils::logger(u"storage"_s)->error(u"%1 is damaged; it was set aside as %2"_s.arg(file, nameOf(now)));
         return {kind, file, now,
                 tr::Tr(u"hostDataDamaged"_s,
                        u"Файл данных %1 повреждён. Он сохранён как %2, работа начата с новым файлом. "
                        "Сообщите администратору"_s.arg(names[0], names[1]))};
     case DataFinding::Kind::Lost:
-        logger(u"storage"_s)
+        utils::logger(u"storage"_s)
             ->error(u"%1 lay there without its file; it was set aside as %2"_s.arg(file, nameOf(now)));
         return {kind, file, now,
                 tr::Tr(u"hostDataLost"_s, u"Журнал %1 остался без своего файла данных. Он сохранён как %2. "
@@ -83,7 +83,7 @@ QList<DataFinding> setAsideIf(bool (*isDamaged)(), const QString& path)
     const FolderLock lock(path); // another program may just have done it
     if (!QFileInfo::exists(path) || !isDamaged())
         return {};
-    return {told(DataFinding::Kind::Damaged, path, setAsideDamaged(path))};
+    return {told(DataFinding::Kind::Damaged, path, quarantine(path))};
 }
 
 /// Whether the content is what was sealed, of whatever kind and version.
@@ -111,7 +111,7 @@ OpenedStore openStore()
     QList<DataFinding>& findings = opened.findings;
     if (!QFileInfo::exists(path)) {
         const FolderLock lock(path);
-        for (const QString& now : finishSettingAside(path))
+        for (const QString& now : finishQuarantine(path))
             findings.append(told(DataFinding::Kind::Lost, path + now.sliced(now.lastIndexOf(u'-')), now));
     }
     try {
@@ -167,15 +167,15 @@ QList<DamagedSeal> damagedSeals()
 
 bool isStoreCut() { return isLogDamaged(storePath()); }
 
-} // namespace utils
+} // namespace storage
 
-utils::OpenedStore openDataDirectory()
+storage::OpenedStore openDataDirectory()
 {
     // First, because a receipt of a later version says that the store is not to be touched either.
-    const QList<utils::DataFinding> findings =
-        utils::setAsideIf(utils::isDamagedReceipt, utils::dataFile(u"open-receipt"_s));
-    utils::OpenedStore opened = utils::openStore();
+    const QList<storage::DataFinding> findings =
+        storage::setAsideIf(storage::isDamagedReceipt, storage::dataFile(u"open-receipt"_s));
+    storage::OpenedStore opened = storage::openStore();
     opened.findings = findings + opened.findings;
-    utils::requireRoom();
+    storage::requireRoom();
     return opened;
 }

@@ -11,7 +11,7 @@
 
 /// How the data directory is looked through for damage: at a program's start, before anything of it is used,
 /// and by the doctor.
-namespace utils {
+namespace storage {
 
 /// What was found wrong, for the cashier's screen and the administrator.
 struct DataFinding
@@ -53,12 +53,12 @@ HOST_EXPORT QList<DamagedSeal> damagedSeals();
 /// Whether the store's log is damaged in the middle, so that the next opening takes only a part of it.
 HOST_EXPORT bool isStoreCut();
 
-} // namespace utils
+} // namespace storage
 
 /// Looks through the open receipt and the store, opens that, or makes it when there is none, and makes sure
 /// that it can be written. What is damaged is set aside under another name, never overwritten, and told, in
 /// the log too; then a new file takes its place. Throws BasicException, and what is there stays as it is,
 /// when a file was written by a later version, when the folder may not be written, or when there is no room:
-/// all of it before anything is promised. utils::damagedFilesSetAside() lists what was set aside by this and
+/// all of it before anything is promised. storage::quarantinedFiles() lists what was set aside by this and
 /// by earlier starts.
-HOST_EXPORT utils::OpenedStore openDataDirectory();
+HOST_EXPORT storage::OpenedStore openDataDirectory();

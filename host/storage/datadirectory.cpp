@@ -1,7 +1,7 @@
 #include "host/storage/datadirectory.h"
 
+#include "host/storage/durablefile.h"
 #include "host/storage/fileidentity.h"
-#include "host/storage/privatefile.h"
 #include "host/storage/storageerror.h"
 
 #include <QDir>
@@ -15,7 +15,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -95,4 +95,4 @@ QString dataFile(const QString& name)
     return QDir(path).filePath(name);
 }
 
-} // namespace utils
+} // namespace storage

@@ -4,7 +4,7 @@
 
 #include <QString>
 
-namespace utils {
+namespace storage {
 
 /// Names the folder in which this process keeps what must outlive it. The till says it once, before anything
 /// is stored; what is open already stays where it is. A relative path counts from the current folder of that
@@ -17,4 +17,4 @@ HOST_EXPORT void setDataDirectory(const QString& path);
 /// used it: what was in the other is not to be begun anew unnoticed.
 HOST_EXPORT QString dataFile(const QString& name);
 
-} // namespace utils
+} // namespace storage

@@ -14,12 +14,12 @@ namespace documentcodec {
 namespace {
 
 // "KYRd" and "KYRc".
-constexpr utils::Seal documentSeal{0x4B595264, 1};
-constexpr utils::Seal recordSeal{0x4B595263, 1};
+constexpr storage::Seal documentSeal{0x4B595264, 1};
+constexpr storage::Seal recordSeal{0x4B595263, 1};
 
 void requireStorable(const QVariant& value)
 {
-    if (const QString why = utils::unstorable(value); !why.isEmpty())
+    if (const QString why = storage::unstorable(value); !why.isEmpty())
         throw BasicException(tr::Tr(u"hostDocumentUnfit"_s,
                                     u"Чек не сохранён: такие данные нельзя сохранить (%1)"_s.arg(why)));
 }
@@ -122,12 +122,12 @@ QSharedPointer<Client> nextClient(QDataStream& in)
 QSharedPointer<DocumentCardRecord> nextCardRecord(QDataStream& in)
 {
     const auto kind = nextEnumeration<LoyaltySystemType>(in);
-    const auto number = utils::storedValue(in);
+    const auto number = storage::storedValue(in);
     auto record = QSharedPointer<DocumentCardRecord>::create(kind, number, next<qint32>(in));
     record->setCardStatus(nextEnumeration<ECard::Status>(in));
-    record->setBonusBalance(utils::storedValue(in));
+    record->setBonusBalance(storage::storedValue(in));
     record->setOperationId(next<QString>(in));
-    record->setPointsForEarn(utils::storedValue(in));
+    record->setPointsForEarn(storage::storedValue(in));
     record->setPointsForSpend(next<double>(in));
     if (next<bool>(in))
         record->getCard()->setClient(nextClient(in));
@@ -153,14 +153,14 @@ QSharedPointer<Document> nextDocument(QDataStream& in)
     const auto type = nextEnumeration<EDocumentType>(in);
     auto document = QSharedPointer<Document>::create(type, next<QString>(in));
     document->setReturnIdentifier(next<QString>(in));
-    document->setSaleDocumentId(utils::storedValue(in));
+    document->setSaleDocumentId(storage::storedValue(in));
     for (const int flag : next<QList<int>>(in))
         document->setFlag(flag);
     for (auto left = next<quint32>(in); left > 0 && in.status() == QDataStream::Ok; --left)
         document->addGoodsItem(nextGoodsItem(in));
     for (auto left = next<quint32>(in); left > 0 && in.status() == QDataStream::Ok; --left)
         document->setCardRecord(nextCardRecord(in));
-    const auto plugins = utils::storedMap(in);
+    const auto plugins = storage::storedMap(in);
     for (auto plugin = plugins.cbegin(); plugin != plugins.cend(); ++plugin) {
         const QVariantMap values = plugin->toMap();
         for (auto value = values.cbegin(); value != values.cend(); ++value)
@@ -170,29 +170,29 @@ QSharedPointer<Document> nextDocument(QDataStream& in)
 }
 
 template <class T>
-QByteArray sealedForm(const utils::Seal& seal, const T& object)
+QByteArray sealedForm(const storage::Seal& seal, const T& object)
 {
     QByteArray content;
     QDataStream out(&content, QIODevice::WriteOnly);
-    out.setVersion(utils::storedStreamVersion);
+    out.setVersion(storage::storedStreamVersion);
     write(out, object);
-    return utils::sealed(seal, content);
+    return storage::sealed(seal, content);
 }
 
 template <class Read>
-auto opened(const utils::Seal& seal, const QByteArray& bytes, const QString& file, Read read)
+auto opened(const storage::Seal& seal, const QByteArray& bytes, const QString& file, Read read)
 {
-    const utils::Unsealed whole = utils::unsealed(seal, bytes);
-    if (whole.state == utils::Unsealed::Newer)
-        throw utils::storageError(utils::StorageFault::Newer, file);
+    const storage::Unsealed whole = storage::unsealed(seal, bytes);
+    if (whole.state == storage::Unsealed::Newer)
+        throw storage::storageError(storage::StorageFault::Newer, file);
     QDataStream in(whole.content);
-    in.setVersion(utils::storedStreamVersion);
-    if (whole.state == utils::Unsealed::Whole) {
+    in.setVersion(storage::storedStreamVersion);
+    if (whole.state == storage::Unsealed::Whole) {
         auto result = read(in);
         if (in.status() == QDataStream::Ok && in.atEnd())
             return result;
     }
-    throw utils::storageError(utils::StorageFault::Damaged, file);
+    throw storage::storageError(storage::StorageFault::Damaged, file);
 }
 
 } // namespace

@@ -21,14 +21,14 @@ void setPlaces(const Document& document, int revision)
         record->setStoredPlace({document.getIdentifier(), revision});
 }
 
-QList<QVariantList> rowsOf(const utils::Database& store, const QString& sql, const QVariantList& values)
+QList<QVariantList> rowsOf(const storage::Database& store, const QString& sql, const QVariantList& values)
 {
     QSqlQuery query = store.prepared(sql);
     return store.rows(query, values);
 }
 
 /// The document as it was stored, without what was written back since; nothing when there is none.
-QByteArray original(const utils::Database& store, const QString& identifier)
+QByteArray original(const storage::Database& store, const QString& identifier)
 {
     return rowsOf(store, u"SELECT content FROM documents WHERE identifier = ?"_s, {identifier})
         .value(0)
@@ -37,7 +37,7 @@ QByteArray original(const utils::Database& store, const QString& identifier)
 }
 
 /// Null when there is no document of that identifier.
-QSharedPointer<Document> load(const utils::Database& store, const QString& identifier)
+QSharedPointer<Document> load(const storage::Database& store, const QString& identifier)
 {
     const QByteArray bytes = original(store, identifier);
     if (bytes.isEmpty())
@@ -54,18 +54,18 @@ QSharedPointer<Document> load(const utils::Database& store, const QString& ident
 }
 
 /// The same; null also when it is damaged.
-QSharedPointer<Document> loadIfWhole(const utils::Database& store, const QString& identifier)
+QSharedPointer<Document> loadIfWhole(const storage::Database& store, const QString& identifier)
 {
     try {
         return load(store, identifier);
     } catch (const BasicException& failure) {
-        if (!utils::isFault(failure, utils::StorageFault::Damaged))
+        if (!storage::isFault(failure, storage::StorageFault::Damaged))
             throw;
         return nullptr;
     }
 }
 
-int revisionOf(const utils::Database& store, const QString& identifier, int kind)
+int revisionOf(const storage::Database& store, const QString& identifier, int kind)
 {
     return rowsOf(store, u"SELECT revision FROM card_records WHERE document = ? AND kind = ?"_s,
                   {identifier, kind})
@@ -75,7 +75,7 @@ int revisionOf(const utils::Database& store, const QString& identifier, int kind
 }
 
 /// True when this very content is stored already; its records then know their places.
-bool isStored(const utils::Database& store, const Document& document, const QByteArray& bytes)
+bool isStored(const storage::Database& store, const Document& document, const QByteArray& bytes)
 {
     const QString identifier = document.getIdentifier();
     const auto stored = load(store, identifier);
@@ -99,9 +99,9 @@ DocumentsDao::DocumentsDao() = default;
 
 DocumentsDao::~DocumentsDao() = default;
 
-const utils::Database& DocumentsDao::opened()
+const storage::Database& DocumentsDao::opened()
 {
-    m_store = utils::store();
+    m_store = storage::store();
     return *m_store;
 }
 
@@ -112,7 +112,7 @@ QSharedPointer<AbstractDocument> DocumentsDao::loadDocument(const QVariant& refe
 
 void DocumentsDao::saveCardRecord(const QSharedPointer<DocumentCardRecord>& record)
 {
-    const utils::Database& store = opened();
+    const storage::Database& store = opened();
     const QString identifier = record ? record->storedPlace().document : QString();
     const QByteArray bytes = identifier.isEmpty() ? QByteArray() : original(store, identifier);
     if (bytes.isEmpty() ||
@@ -134,7 +134,7 @@ void DocumentsDao::saveCardRecord(const QSharedPointer<DocumentCardRecord>& reco
 
 void DocumentsDao::store(const QSharedPointer<Document>& document)
 {
-    const utils::Database& store = opened();
+    const storage::Database& store = opened();
     if (!document)
         refuse(u"hostDocumentMissing"_s, u"Чек не сохранён: нет документа"_s);
     const QString identifier = document->getIdentifier();
@@ -157,7 +157,7 @@ void DocumentsDao::store(const QSharedPointer<Document>& document)
 
 QList<QSharedPointer<AbstractDocument>> DocumentsDao::returnsOf(const QString& sale)
 {
-    const utils::Database& store = opened();
+    const storage::Database& store = opened();
     QList<QSharedPointer<AbstractDocument>> returns;
     for (const QVariantList& row :
          rowsOf(store,
@@ -169,7 +169,7 @@ QList<QSharedPointer<AbstractDocument>> DocumentsDao::returnsOf(const QString& s
 
 QList<ClosedSale> DocumentsDao::newestSales(int limit)
 {
-    const utils::Database& store = opened();
+    const storage::Database& store = opened();
     QList<ClosedSale> sales;
     for (const QVariantList& row : rowsOf(
              store,

@@ -8,7 +8,7 @@
 #include <memory>
 
 class Document;
-namespace utils {
+namespace storage {
 class Database;
 }
 
@@ -20,8 +20,8 @@ struct ClosedSale
 };
 
 /// The closed documents in the store of the data directory. Every operation is durable when it returns, or
-/// with the utils::Transaction around it, and throws BasicException, with nothing changed, when it cannot be.
-/// A document stays as it was stored; what was written back of its card records lies beside it. Opens its
+/// with the storage::Transaction around it, and throws BasicException, with nothing changed, when it cannot
+/// be. A document stays as it was stored; what was written back of its card records lies beside it. Opens its
 /// file at the first operation, whose thread then has to make the others.
 class HOST_EXPORT DocumentsDao
 {
@@ -56,9 +56,9 @@ public:
 
 private:
     /// The store, kept open from now on.
-    const utils::Database& opened();
+    const storage::Database& opened();
 
-    std::shared_ptr<utils::Database> m_store;
+    std::shared_ptr<storage::Database> m_store;
 };
 
 /// Keeps the open receipt on disk, so that a till that dies finds it again. A file is replaced whole or not

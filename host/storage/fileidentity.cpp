@@ -2,7 +2,7 @@
 
 #include <QFile>
 
-namespace utils {
+namespace storage {
 
 std::optional<FileIdentity> identityOf(const QString& path)
 {
@@ -12,4 +12,4 @@ std::optional<FileIdentity> identityOf(const QString& path)
     return identityOf(found);
 }
 
-} // namespace utils
+} // namespace storage

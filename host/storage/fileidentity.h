@@ -10,7 +10,7 @@
 #include <compare>
 #include <optional>
 
-namespace utils {
+namespace storage {
 
 /// Which file or folder lies at a path: one that takes the place of another has another identity, as long as
 /// somebody holds the other open.
@@ -26,4 +26,4 @@ inline FileIdentity identityOf(const struct stat& found) { return {found.st_dev,
 /// Nothing when nothing lies there. A link is a file of its own.
 HOST_EXPORT std::optional<FileIdentity> identityOf(const QString& path);
 
-} // namespace utils
+} // namespace storage

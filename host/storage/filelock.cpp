@@ -1,9 +1,9 @@
 #include "host/storage/filelock.h"
 
 #include "host/storage/datadirectory.h"
+#include "host/storage/durablefile.h"
 #include "host/storage/fileidentity.h"
 #include "host/storage/lockholder.h"
-#include "host/storage/privatefile.h"
 #include "host/storage/storageerror.h"
 
 #include <cerrno>
@@ -12,7 +12,7 @@
 
 #include <utility>
 
-namespace utils {
+namespace storage {
 
 FileLock::FileLock(const QString& name)
 {
@@ -56,4 +56,4 @@ FileLock::~FileLock()
         close(m_descriptor);
 }
 
-} // namespace utils
+} // namespace storage

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-namespace utils {
+namespace storage {
 
 /// A file of the data directory held by one holder at a time, among all threads and programs, while the
 /// object lives. A program that dies lets go of it.
@@ -33,4 +33,4 @@ private:
     int m_descriptor = -1;
 };
 
-} // namespace utils
+} // namespace storage

@@ -11,7 +11,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 struct Journal::Statements
 {
@@ -36,9 +36,9 @@ void Journal::add(const JournalEntry& entry)
 {
     const QDateTime time =
         entry.time.isValid() ? entry.time : MockFactory<CurrentTime>::create()->currentDateTime();
-    m->database->insert(m->insert,
-                        {time.toMSecsSinceEpoch(), entry.receipt, entry.event, maskNumbers(entry.operation),
-                         entry.message, entry.code, maskNumbers(entry.detail), entry.milliseconds});
+    m->database->insert(m->insert, {time.toMSecsSinceEpoch(), entry.receipt, entry.event,
+                                    utils::maskNumbers(entry.operation), entry.message, entry.code,
+                                    utils::maskNumbers(entry.detail), entry.milliseconds});
 }
 
 QList<JournalEntry> Journal::of(const QString& receipt) const
@@ -46,7 +46,7 @@ QList<JournalEntry> Journal::of(const QString& receipt) const
     QList<JournalEntry> result;
     const QString searched = receipt.isNull() ? u""_s : receipt;
     for (const QVariantList& row : m->database->rows(m->select, {searched}))
-        result.append({utcFromMilliseconds(row[0].toLongLong()), row[1].toString(), row[2].toString(),
+        result.append({utils::utcFromMilliseconds(row[0].toLongLong()), row[1].toString(), row[2].toString(),
                        row[3].toString(), row[4].toLongLong(), row[5].toInt(), row[6].toString(),
                        row[7].toLongLong()});
     return result;
@@ -76,4 +76,4 @@ QList<QString> Journal::receipts(int limit) const
     }
 }
 
-} // namespace utils
+} // namespace storage

@@ -8,7 +8,7 @@
 
 #include <memory>
 
-namespace utils {
+namespace storage {
 
 /// One thing that happened to a receipt.
 struct JournalEntry
@@ -49,4 +49,4 @@ private:
     std::unique_ptr<Statements> m;
 };
 
-} // namespace utils
+} // namespace storage

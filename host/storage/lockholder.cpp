@@ -10,7 +10,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 // "1: POSIX  ADVISORY  WRITE 1234 fe:01:5678 0 EOF": kind, strength, what for, process, file, from, to
 QString lockHolder(const QString& path)
@@ -35,4 +35,4 @@ QString lockHolder(const QString& path)
     return {};
 }
 
-} // namespace utils
+} // namespace storage

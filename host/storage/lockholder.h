@@ -2,10 +2,10 @@
 
 #include <QString>
 
-namespace utils {
+namespace storage {
 
 /// Who else keeps the file locked against writing, for the administrator: "process 1234"; empty when the
 /// system does not tell. Opens nothing, so no lock of this process on the file is lost.
 QString lockHolder(const QString& path);
 
-} // namespace utils
+} // namespace storage

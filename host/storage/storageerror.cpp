@@ -7,7 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -76,4 +76,4 @@ bool isFault(const BasicException& exception, StorageFault fault)
     return exception.tr().id() == textOf(fault).id();
 }
 
-} // namespace utils
+} // namespace storage

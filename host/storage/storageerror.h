@@ -2,7 +2,7 @@
 
 #include "host/utils/basicexception.h"
 
-namespace utils {
+namespace storage {
 
 /// Why something could not be kept or read back.
 enum class StorageFault {
@@ -27,4 +27,4 @@ HOST_EXPORT BasicException systemError(int error, const QString& file);
 /// True when the exception tells of that fault.
 HOST_EXPORT bool isFault(const BasicException& exception, StorageFault fault);
 
-} // namespace utils
+} // namespace storage

@@ -7,7 +7,7 @@
 
 #include <mutex>
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -82,4 +82,4 @@ void Transaction::commit()
     m_store.reset();
 }
 
-} // namespace utils
+} // namespace storage

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-namespace utils {
+namespace storage {
 
 /// This thread's connection to the data directory's `till.sqlite`: receipts, outgoing queue and journal. It
 /// is opened by the first user and closed with the last. After a failure that a new connection may not meet,
@@ -67,4 +67,4 @@ private:
     std::unique_ptr<User> m_user;
 };
 
-} // namespace utils
+} // namespace storage

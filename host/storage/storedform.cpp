@@ -8,7 +8,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -160,4 +160,4 @@ Unsealed unsealed(const Seal& seal, const QByteArray& bytes)
     return {Unsealed::Whole, content};
 }
 
-} // namespace utils
+} // namespace storage

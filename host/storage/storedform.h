@@ -8,7 +8,7 @@
 #include <QVariant>
 
 /// How values look on disk.
-namespace utils {
+namespace storage {
 
 /// The one encoding of values; a change of it is a change of every format that uses it.
 constexpr auto storedStreamVersion = QDataStream::Qt_6_4;
@@ -52,4 +52,4 @@ struct Unsealed
 /// Checks and opens what sealed() made; a version up to `seal.version` is accepted.
 HOST_EXPORT Unsealed unsealed(const Seal& seal, const QByteArray& bytes);
 
-} // namespace utils
+} // namespace storage

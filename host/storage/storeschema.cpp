@@ -4,7 +4,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -74,4 +74,4 @@ Database::Format storeFormat()
     return {storeId, storeVersion, receiptTables() + queueTables() + journalTables()};
 }
 
-} // namespace utils
+} // namespace storage

@@ -6,7 +6,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -116,4 +116,4 @@ DatabaseHead headOf(const QString& database)
             .pageSize = pageSize == 1 ? static_cast<int>(longestPage) : pageSize};
 }
 
-} // namespace utils
+} // namespace storage

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace utils {
+namespace storage {
 
 /// What a database file itself says, its log left aside.
 struct DatabaseHead
@@ -21,4 +21,4 @@ DatabaseHead headOf(const QString& database);
 /// like one whose last commit was never finished. Not for a log that this process has open.
 bool isLogDamaged(const QString& database);
 
-} // namespace utils
+} // namespace storage

@@ -34,7 +34,7 @@ std::optional<Strike> Faults::next(const Request& request)
     return strike;
 }
 
-std::chrono::milliseconds Faults::refusal()
+std::chrono::milliseconds Faults::portClosedFor()
 {
     std::chrono::milliseconds duration{0};
     for (auto& set : m_list) {

@@ -31,7 +31,7 @@ public:
 
     /// How long the stand must stop to listen from now on because the next call, whichever it is, is to be
     /// refused. Such a call never arrives, so it is counted here.
-    std::chrono::milliseconds refusal();
+    std::chrono::milliseconds portClosedFor();
 
     /// Every fault that was set, with the calls it has seen, how often it struck, and whether it still may.
     [[nodiscard]] QJsonArray list() const;

@@ -40,7 +40,7 @@ struct Reaction
 {
     std::variant<Answer, Delivery, Postponed> what;
     /// From now on nobody listens for so long.
-    std::chrono::milliseconds refusal{0};
+    std::chrono::milliseconds portClosedFor{0};
 };
 
 /// The answer as HTTP has it; afterwards the connection is closed.

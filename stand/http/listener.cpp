@@ -74,12 +74,12 @@ QTcpSocket* Listener::takeOverAnswered(const std::function<void()>& answer)
     return m_answered ? m_answered->takeOver() : nullptr;
 }
 
-void Listener::refuse(std::chrono::milliseconds duration)
+void Listener::closePort(std::chrono::milliseconds duration)
 {
     close();
-    ++m_refusals;
+    ++m_closings;
     QTimer::singleShot(duration, Qt::PreciseTimer, this, [this] {
-        if (--m_refusals == 0)
+        if (--m_closings == 0)
             listenAgain();
     });
 }

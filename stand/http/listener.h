@@ -45,8 +45,8 @@ public:
     QTcpSocket* takeOverAnswered(const std::function<void()>& answer);
 
     /// Nobody listens for so long, counted from the last call: connections are refused by the system.
-    void refuse(std::chrono::milliseconds duration);
-    [[nodiscard]] bool isRefusing() const { return !isListening(); }
+    void closePort(std::chrono::milliseconds duration);
+    [[nodiscard]] bool isClosed() const { return !isListening(); }
 
     // Kept while nobody listens.
     [[nodiscard]] QHostAddress address() const { return m_address; }
@@ -65,7 +65,7 @@ private:
     QPointer<Connection> m_answered; ///< Which was written to while catching.
     QHostAddress m_address;
     quint16 m_port = 0;
-    int m_refusals = 0;
+    int m_closings = 0;
 };
 
 } // namespace stand

@@ -86,8 +86,8 @@ void react(Listener& listener, const Reaction& reaction, const QHttpServerReques
         else
             deliver(connection, std::get<Postponed>(reaction.what));
     }
-    if (reaction.refusal.count() > 0)
-        listener.refuse(reaction.refusal);
+    if (reaction.portClosedFor.count() > 0)
+        listener.closePort(reaction.portClosedFor);
 }
 
 /// The stand routes by itself, so every request is one that QHttpServer has no route for.
@@ -95,9 +95,8 @@ void answerEveryRequest(QHttpServer& http, Listener& listener, Server::Handler h
 {
     const auto answer = [&listener, handler = std::move(handler)](const QHttpServerRequest& request,
                                                                   auto&& responder) {
-        const auto reaction = listener.isRefusing()
-                                  ? Reaction{.what = Delivery{.after = Delivery::End::Reset}}
-                                  : handler(requestOf(request));
+        const auto reaction = listener.isClosed() ? Reaction{.what = Delivery{.after = Delivery::End::Reset}}
+                                                  : handler(requestOf(request));
         react(listener, reaction, request, responder);
     };
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
@@ -128,6 +127,6 @@ Server::~Server() = default;
 
 QUrl Server::url() const { return urlOf(m_listener->address(), m_listener->port()); }
 
-void Server::refuse(std::chrono::milliseconds duration) { m_listener->refuse(duration); }
+void Server::closePort(std::chrono::milliseconds duration) { m_listener->closePort(duration); }
 
 } // namespace stand

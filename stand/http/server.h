@@ -28,7 +28,7 @@ public:
     [[nodiscard]] QUrl url() const; ///< With the port it really has.
 
     /// Nobody listens for so long; requests on connections that are open already are reset.
-    void refuse(std::chrono::milliseconds duration);
+    void closePort(std::chrono::milliseconds duration);
 
 private:
     std::unique_ptr<QHttpServer> m_http;

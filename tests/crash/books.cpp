@@ -68,7 +68,7 @@ QStringList booksOf(const QString& standUrl)
 
 QStringList differences(const QString& dataDirectory, const QString& standUrl)
 {
-    utils::setDataDirectory(dataDirectory);
+    storage::setDataDirectory(dataDirectory);
     const till::Ledger ledger(page(standUrl, u"ledger"_s), {});
     DocumentsDao store;
     QStringList found;

@@ -53,9 +53,9 @@ public:
         : m_till(m_service)
         , m_simulation(QDateTime::currentDateTimeUtc())
     {
-        utils::setDataDirectory(m_till.dataDirectory());
+        storage::setDataDirectory(m_till.dataDirectory());
     }
-    ~Ordeal() { utils::setDataDirectory({}); }
+    ~Ordeal() { storage::setDataDirectory({}); }
     Ordeal(const Ordeal&) = delete;
     Ordeal& operator=(const Ordeal&) = delete;
 

@@ -1,7 +1,7 @@
 #include "tests/soak/simulation.h"
 
 #include "host/queue/queuedelivery.h"
-#include "host/queue/queuepause.h"
+#include "host/queue/retrybackoff.h"
 
 #include <limits>
 
@@ -30,8 +30,8 @@ void Simulation::pass(std::chrono::seconds time)
 
 QDateTime Simulation::nextMoment(const MessageQueue& queue) const
 {
-    if (const auto refusal = queue.refusal(); refusal && refusal->nextProbe > now())
-        return refusal->nextProbe;
+    if (const auto suspension = queue.suspension(); suspension && suspension->nextProbe > now())
+        return suspension->nextProbe;
     const auto next = queue.nextDue(now() + network::longestPause, now());
     return next ? next->due : QDateTime();
 }

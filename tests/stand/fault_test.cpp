@@ -264,10 +264,10 @@ TEST(Faults, RefuseACallBeforeItComes)
     using namespace std::chrono_literals;
     stand::Faults faults;
     faults.arm({faultFrom(u"any:refuse:nth=2,count=2,ms=300"_s), faultFrom(u"receipt:refuse"_s)});
-    EXPECT_EQ(faults.refusal(), 0ms);
+    EXPECT_EQ(faults.portClosedFor(), 0ms);
     EXPECT_FALSE(faults.next(call("GET", "/v2/x")));
-    EXPECT_EQ(faults.refusal(), 600ms) << "the second call and the third";
-    EXPECT_EQ(faults.refusal(), 0ms);
+    EXPECT_EQ(faults.portClosedFor(), 600ms) << "the second call and the third";
+    EXPECT_EQ(faults.portClosedFor(), 0ms);
     EXPECT_FALSE(faults.next(call("GET", "/v2/x")));
 }
 

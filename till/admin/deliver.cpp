@@ -90,10 +90,10 @@ int run(const Invocation& invocation)
 {
     const StopSignals signals;
     Tool tool(invocation);
-    utils::setDataDirectory(dataDirectoryOf(tool.options));
+    storage::setDataDirectory(dataDirectoryOf(tool.options));
     // What makes delivery impossible is said at once.
-    const utils::OpenedStore opened = openDataDirectory();
-    for (const utils::DataFinding& finding : opened.findings)
+    const storage::OpenedStore opened = openDataDirectory();
+    for (const storage::DataFinding& finding : opened.findings)
         tool.console.line(finding.text.ru(), Console::Colour::Yellow);
     Account account(tool.console);
     {

@@ -134,7 +134,7 @@ QList<Finding> examine(const Options& given)
     findings += examineService(config);
     const QString path = dataDirectoryOf(options);
     const bool isThere = QFileInfo(path).isDir(); // naming it is enough to have it made
-    utils::setDataDirectory(isThere ? path : QString());
+    storage::setDataDirectory(isThere ? path : QString());
     findings += examineDirectory(path);
     if (isThere) {
         findings.append(examineStore(path));
@@ -142,7 +142,7 @@ QList<Finding> examine(const Options& given)
         findings += examineQueue(config, path);
     }
     findings.append(examinePlugin(options, config));
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     return findings;
 }
 

@@ -1,6 +1,6 @@
 #include "host/storage/datacheck.h"
 #include "host/storage/documents.h"
-#include "host/storage/setaside.h"
+#include "host/storage/quarantine.h"
 #include "till/admin/doctor.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
@@ -63,7 +63,7 @@ Finding examineFiles(const QString& path)
         return {u"files"_s, State::Problem, u"others may read %1"_s.arg(open.join(u", "_s)),
                 u"chmod 600 %1/*"_s.arg(path)};
     QStringList aside;
-    for (const QString& file : utils::damagedFilesSetAside())
+    for (const QString& file : storage::quarantinedFiles())
         aside.append(QFileInfo(file).fileName());
     if (!aside.isEmpty())
         return {u"files"_s, State::Warning, u"damaged and set aside: %1"_s.arg(aside.join(u", "_s)),
@@ -83,7 +83,7 @@ Finding examineDisk(const QString& path)
             room < littleRoom ? remedy : QString()};
 }
 
-Finding damaged(const utils::DamagedSeal& seal)
+Finding damaged(const storage::DamagedSeal& seal)
 {
     const bool isMessage = seal.table == u"queued"_s;
     const bool isDropped = seal.table == u"history"_s;
@@ -116,8 +116,8 @@ Finding examineStore(const QString& path)
     if (!store.exists())
         return {u"store"_s, State::Ok, u"not there yet"_s};
     try {
-        utils::readThroughStore();
-        if (utils::isStoreCut())
+        storage::readThroughStore();
+        if (storage::isStoreCut())
             return {u"store"_s, State::Problem,
                     u"till.sqlite-wal is damaged in the middle: what was kept last may be missing"_s,
                     u"copy the whole data directory before anything else is started; see docs/storage.md"_s};
@@ -131,8 +131,8 @@ QList<Finding> examineContents(const QString& path)
 {
     QList<Finding> findings;
     try {
-        for (const utils::DamagedSeal& seal :
-             keepsAnything(path) ? utils::damagedSeals() : QList<utils::DamagedSeal>())
+        for (const storage::DamagedSeal& seal :
+             keepsAnything(path) ? storage::damagedSeals() : QList<storage::DamagedSeal>())
             findings.append(damaged(seal));
     } catch (const std::exception& failure) {
         findings.append({u"contents"_s, State::Problem, administratorsText(failure), remedyOf(failure)});

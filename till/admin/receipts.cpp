@@ -72,7 +72,7 @@ void print(Console& console, const ReceiptReport& report, const QJsonObject& jso
     if (report.document)
         printPositions(console, json[u"positions"_s].toArray());
     QList<QStringList> rows;
-    for (const utils::JournalEntry& entry : report.timeline)
+    for (const storage::JournalEntry& entry : report.timeline)
         rows.append(timelineCells(entry));
     if (!rows.isEmpty())
         console.table({u"time"_s, u"event"_s, u"operation"_s, u"outcome"_s}, rows);

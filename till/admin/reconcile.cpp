@@ -32,11 +32,11 @@ struct Difference
 StandBooks booksFor(const Tool& tool)
 {
     std::optional<StandProcess> stand;
-    const QString file = utils::dataFile(u"stand.sqlite"_s);
+    const QString file = storage::dataFile(u"stand.sqlite"_s);
     if (!namesService(tool.config) && QFileInfo::exists(file))
         stand.emplace(StandSetup{.program = partsOf(tool.options).standProgram,
                                  .dataFile = file,
-                                 .logFile = utils::dataFile(u"stand.log"_s),
+                                 .logFile = storage::dataFile(u"stand.log"_s),
                                  .ratio = standRatio(tool.config)});
     const QString url = stand ? stand->url() : serverUrlOf(tool.config);
     if (url.isEmpty())
@@ -63,11 +63,11 @@ QDate dayOf(const Invocation& invocation)
 QStringList receiptsAtTill(const QDate& day)
 {
     constexpr int all = std::numeric_limits<int>::max();
-    const utils::Journal journal;
+    const storage::Journal journal;
     QStringList found;
     for (const QString& identifier : journal.receipts(all)) {
-        const QList<utils::JournalEntry> entries = journal.of(identifier);
-        const auto onDay = [&day](const utils::JournalEntry& entry) {
+        const QList<storage::JournalEntry> entries = journal.of(identifier);
+        const auto onDay = [&day](const storage::JournalEntry& entry) {
             return entry.time.toLocalTime().date() == day;
         };
         if (std::any_of(entries.begin(), entries.end(), onDay))
@@ -90,7 +90,7 @@ QList<Difference> compared(const Ledger& ledger, const QStringList& receipts)
                  ledger.differences(identifier, bookedReceipt(identifier, open, awaited)))
                 found.append({identifier, text});
         } catch (const BasicException& failure) {
-            if (!utils::isFault(failure, utils::StorageFault::Damaged))
+            if (!storage::isFault(failure, storage::StorageFault::Damaged))
                 throw;
             found.append({identifier,
                           u"receipt %1 cannot be compared: it, or its sale, is damaged"_s.arg(identifier)});

@@ -140,10 +140,10 @@ QList<ArchivedFile> collected(const Options& given)
     };
     const QString directory = dataDirectoryOf(options);
     if (keepsAnything(directory)) {
-        utils::setDataDirectory(directory);
+        storage::setDataDirectory(directory);
         files.append(json(u"queue.json"_s, queueText()));
         files.append(json(u"receipts.json"_s, receiptsText()));
-        utils::setDataDirectory({});
+        storage::setDataDirectory({});
     }
     return files;
 }

@@ -37,14 +37,14 @@ Tool::Tool(const Invocation& invocation)
     warnOfExposure(options);
 }
 
-Tool::~Tool() { utils::setDataDirectory({}); }
+Tool::~Tool() { storage::setDataDirectory({}); }
 
 void Tool::useDataDirectory()
 {
     const QString path = dataDirectoryOf(options);
     if (!QFileInfo(path).isDir())
         throw UsageError(u"till: %1: no such data directory; name the till's with --data-dir"_s.arg(path));
-    utils::setDataDirectory(path);
+    storage::setDataDirectory(path);
 }
 
 namespace {

@@ -25,12 +25,12 @@ QList<QueueWarning> queueWarnings(const QueueHealth& health, const QDateTime& no
 {
     QList<QueueWarning> warnings;
     // With nothing to send nobody finds out that a mended password is taken again.
-    if (health.credentialsRefused.isValid() && health.waiting > 0)
+    if (health.credentialsSuspended.isValid() && health.waiting > 0)
         warnings.append(
             {u"Служба лояльности не принимает имя или пароль с %1. Сообщите администратору"_s.arg(
-                 localText(health.credentialsRefused)),
+                 localText(health.credentialsSuspended)),
              u"the service refuses the credentials for %1; %2 waiting"_s.arg(
-                 ageText(health.credentialsRefused, now), QString::number(health.waiting)),
+                 ageText(health.credentialsSuspended, now), QString::number(health.waiting)),
              u"mend KYRLoyalty:user and the password, restart the till; then till queue deliver"_s});
     if (health.parked > 0)
         warnings.append(

@@ -28,7 +28,7 @@ QString stateOf(const ReceiptReport& report, bool closed)
         return report.state;
     if (report.document)
         return closed ? u"closed"_s : u"open"_s;
-    const auto abandoned = [](const utils::JournalEntry& entry) { return entry.event == u"abandoned"_s; };
+    const auto abandoned = [](const storage::JournalEntry& entry) { return entry.event == u"abandoned"_s; };
     return std::any_of(report.timeline.begin(), report.timeline.end(), abandoned) ? u"abandoned"_s
                                                                                   : u"unknown"_s;
 }
@@ -77,7 +77,7 @@ QJsonArray positionsJson(const AbstractDocument& document)
     return positions;
 }
 
-QJsonObject entryJson(const utils::JournalEntry& entry)
+QJsonObject entryJson(const storage::JournalEntry& entry)
 {
     return {{u"time"_s, timeText(entry.time)},
             {u"event"_s, entry.event},
@@ -95,7 +95,7 @@ ReceiptReports::ReceiptReports()
     try {
         m_open = SaveToFileLogic::loadOpenReceipt();
     } catch (const BasicException& failure) {
-        if (!utils::isFault(failure, utils::StorageFault::Damaged))
+        if (!storage::isFault(failure, storage::StorageFault::Damaged))
             throw;
         m_openIsDamaged = true;
     }
@@ -111,7 +111,7 @@ ReceiptReport ReceiptReports::of(const QString& identifier) const
     try {
         report.document = hostObject<DocumentsDao>().loadDocument(identifier, false);
     } catch (const BasicException& failure) {
-        if (!utils::isFault(failure, utils::StorageFault::Damaged))
+        if (!storage::isFault(failure, storage::StorageFault::Damaged))
             throw;
         report.state = damagedState;
     }
@@ -144,9 +144,9 @@ QList<QueuedMessage> ReceiptReports::pendingOf(const ReceiptReport& report) cons
 {
     QSet<qint64> ids;
     const bool isReturn = report.document && report.document->getDocumentType() == ReturnReceipt;
-    const QList<utils::JournalEntry> entries =
+    const QList<storage::JournalEntry> entries =
         isReturn ? m_journal.of(report.document->getSaleDocumentId().toString()) : report.timeline;
-    for (const utils::JournalEntry& entry : entries) {
+    for (const storage::JournalEntry& entry : entries) {
         if (entry.message != 0)
             ids.insert(entry.message);
     }
@@ -193,13 +193,13 @@ QJsonObject receiptJson(const ReceiptReport& report)
         json.insert(u"positions"_s, positionsJson(*report.document));
     }
     QJsonArray timeline;
-    for (const utils::JournalEntry& entry : report.timeline)
+    for (const storage::JournalEntry& entry : report.timeline)
         timeline.append(entryJson(entry));
     json.insert(u"timeline"_s, timeline);
     return json;
 }
 
-QStringList timelineCells(const utils::JournalEntry& entry)
+QStringList timelineCells(const storage::JournalEntry& entry)
 {
     const bool wentWell = network::outcomeOf(entry.code) == network::ExchangeOutcome::Accepted;
     const bool exchanged = entry.milliseconds > 0 || !wentWell;

@@ -15,7 +15,7 @@ struct ReceiptReport
     QSharedPointer<AbstractDocument>
         document;  ///< as closed, or as open; null: abandoned, damaged, or only heard of
     QString state; ///< "open", "closed", "abandoned", "damaged" or "unknown"
-    QList<utils::JournalEntry> timeline;
+    QList<storage::JournalEntry> timeline;
     QList<QueuedMessage> pending; ///< its messages that are still in the queue
     QString next;                 ///< what will happen or has to, in English
 };
@@ -37,7 +37,7 @@ public:
 private:
     [[nodiscard]] QList<QueuedMessage> pendingOf(const ReceiptReport& report) const;
 
-    utils::Journal m_journal;
+    storage::Journal m_journal;
     MessageQueue m_queue;
     QSharedPointer<AbstractDocument> m_open;
     bool m_openIsDamaged = false;
@@ -49,6 +49,6 @@ QJsonObject summaryJson(const ReceiptReport& report);
 QJsonObject receiptJson(const ReceiptReport& report);
 
 /// One entry of the timeline in columns: time, event, operation, outcome.
-QStringList timelineCells(const utils::JournalEntry& entry);
+QStringList timelineCells(const storage::JournalEntry& entry);
 
 } // namespace till

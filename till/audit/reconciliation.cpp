@@ -146,10 +146,10 @@ QStringList Ledger::pointsDifferences(const QString& heading, const LedgerReceip
     // Unless the cancellation of an abandoned spending waits in the queue.
     if (isSale || !booked.awaited)
         found.append(difference(heading, u"spent"_s, isSale ? bonusDiscountOf(*document) : 0, books.spent));
-    const bool refusalWaits = booked.awaited && books.givenBack == 0;
+    const bool suspensionWaits = booked.awaited && books.givenBack == 0;
     if (!isReturn)
         found.append(difference(heading, u"given back"_s, 0, books.givenBack));
-    else if (booked.closed && !refusalWaits)
+    else if (booked.closed && !suspensionWaits)
         found.append(difference(heading, u"given back"_s, bonusDiscountOf(*document), books.givenBack,
                                 cutsOf(booked, m_ratio)));
     return found;

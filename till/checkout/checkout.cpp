@@ -25,7 +25,7 @@ QString filled(const QString& text, const Document& receipt)
 
 } // namespace
 
-Checkout::Checkout(BasicLoyaltySystem& loyalty, const utils::FileLock& lock, Turnover& turnover)
+Checkout::Checkout(BasicLoyaltySystem& loyalty, const storage::FileLock& lock, Turnover& turnover)
     : m_loyalty(loyalty)
     , m_lock(lock)
     , m_turnover(turnover)

@@ -29,7 +29,7 @@ class Checkout
 public:
     /// All stay the caller's. When the lock is not in its place any more, another till may work on what lies
     /// in the data directory: then every operation fails.
-    Checkout(BasicLoyaltySystem& loyalty, const utils::FileLock& lock, Turnover& turnover);
+    Checkout(BasicLoyaltySystem& loyalty, const storage::FileLock& lock, Turnover& turnover);
     /// Lets go of the receipt, which stays on the disk.
     ~Checkout();
     Checkout(const Checkout&) = delete;
@@ -115,10 +115,10 @@ private:
     [[nodiscard]] QString foundOpen() const;
 
     BasicLoyaltySystem& m_loyalty;
-    const utils::FileLock& m_lock;
+    const storage::FileLock& m_lock;
     Turnover& m_turnover;
     ReceiptJournal m_journal;
-    utils::StoreUser<MessageQueue> m_queue;
+    storage::StoreUser<MessageQueue> m_queue;
     QSharedPointer<Document> m_receipt;
     RequestGuard m_guard;
 };

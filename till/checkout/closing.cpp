@@ -62,12 +62,12 @@ void Checkout::close()
     const QString identifier = m_receipt->getIdentifier();
     bool committed = false;
     try {
-        utils::Transaction transaction;
+        storage::Transaction transaction;
         committed = !card() || m_loyalty.commit(m_receipt);
         if (committed) {
             hostObject<DocumentsDao>().store(m_receipt);
             hostObject<ActivityNotifier>().notify(Event(EActivityListener::ReceiptClosed));
-            utils::Journal().add(ReceiptJournal::entry(identifier, u"closed"_s));
+            storage::Journal().add(ReceiptJournal::entry(identifier, u"closed"_s));
             transaction.commit();
         }
     } catch (...) {

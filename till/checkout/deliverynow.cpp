@@ -23,7 +23,7 @@ QueueDelivery::Summary waitForWorker(MessageQueue& queue)
     const QDeadlineTimer patience(60s);
     const auto isDue = [&queue] {
         const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
-        return queue.nextDue(now, now).has_value() && !queue.refusal();
+        return queue.nextDue(now, now).has_value() && !queue.suspension();
     };
     while (isDue() && !patience.hasExpired()) {
         QThread::msleep(glance);

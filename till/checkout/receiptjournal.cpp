@@ -7,9 +7,9 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
-utils::JournalEntry ReceiptJournal::entry(const QString& receipt, const QString& event)
+storage::JournalEntry ReceiptJournal::entry(const QString& receipt, const QString& event)
 {
-    utils::JournalEntry entry;
+    storage::JournalEntry entry;
     entry.receipt = receipt;
     entry.event = event;
     return entry;
@@ -18,14 +18,14 @@ utils::JournalEntry ReceiptJournal::entry(const QString& receipt, const QString&
 void ReceiptJournal::note(const QString& receipt, const QString& event, const QString& operation, int code,
                           qint64 milliseconds)
 {
-    utils::JournalEntry told = entry(receipt, event);
+    storage::JournalEntry told = entry(receipt, event);
     told.operation = operation;
     told.code = code;
     told.milliseconds = milliseconds;
     add(told);
 }
 
-void ReceiptJournal::add(const utils::JournalEntry& entry)
+void ReceiptJournal::add(const storage::JournalEntry& entry)
 {
     try {
         m_journal.get().add(entry);

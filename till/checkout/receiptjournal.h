@@ -19,12 +19,12 @@ public:
     /// Closes the file; the next entry opens it again.
     void reset() { m_journal.reset(); }
 
-    [[nodiscard]] static utils::JournalEntry entry(const QString& receipt, const QString& event);
+    [[nodiscard]] static storage::JournalEntry entry(const QString& receipt, const QString& event);
 
 private:
-    void add(const utils::JournalEntry& entry);
+    void add(const storage::JournalEntry& entry);
 
-    utils::StoreUser<utils::Journal> m_journal;
+    storage::StoreUser<storage::Journal> m_journal;
 };
 
 } // namespace till

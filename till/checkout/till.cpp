@@ -31,12 +31,12 @@ QString messageGroup()
 }
 
 /// Two tills on one open receipt would overwrite each other's.
-std::unique_ptr<utils::FileLock> lockDirectory()
+std::unique_ptr<storage::FileLock> lockDirectory()
 {
     try {
-        return std::make_unique<utils::FileLock>(u"till.lock"_s);
+        return std::make_unique<storage::FileLock>(u"till.lock"_s);
     } catch (const BasicException& failure) {
-        if (failure.tr().id() != utils::storageError(utils::StorageFault::Locked, {}).tr().id())
+        if (failure.tr().id() != storage::storageError(storage::StorageFault::Locked, {}).tr().id())
             throw;
         throw UsageError(u"another till works on this data directory; end it, or give this one a "
                          "--data-dir of its own (%1)"_s.arg(failure.tr().ru()));
@@ -48,7 +48,7 @@ std::unique_ptr<utils::FileLock> lockDirectory()
 Till::Till(const Parts& parts, const Config& config, DialogFrontend& cashier)
     : m_parts(parts)
 {
-    utils::setDataDirectory(parts.dataDirectory.isEmpty() ? m_ownDirectory.path() : parts.dataDirectory);
+    storage::setDataDirectory(parts.dataDirectory.isEmpty() ? m_ownDirectory.path() : parts.dataDirectory);
     m_lock = lockDirectory();
     auto& settings = hostObject<Config>();
     settings = config;
@@ -72,14 +72,14 @@ void Till::end()
     Dialog::setFrontend(nullptr);
     shutDown();
     m_stand.reset();
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
 }
 
 void Till::startService(Config& settings)
 {
     m_standSetup = {.program = m_parts.standProgram,
-                    .dataFile = utils::dataFile(u"stand.sqlite"_s),
-                    .logFile = utils::dataFile(u"stand.log"_s),
+                    .dataFile = storage::dataFile(u"stand.sqlite"_s),
+                    .logFile = storage::dataFile(u"stand.log"_s),
                     .ratio = standRatio(settings)};
     setServiceUp(true);
     setServerUrl(settings, m_stand->url());
@@ -101,9 +101,9 @@ QString Till::serviceUrl() const { return u"http://127.0.0.1:%1/"_s.arg(m_standS
 void Till::startUp()
 {
     QStringList found;
-    const utils::OpenedStore opened = openDataDirectory();
+    const storage::OpenedStore opened = openDataDirectory();
     m_store = opened.store;
-    for (const utils::DataFinding& finding : opened.findings)
+    for (const storage::DataFinding& finding : opened.findings)
         found.append(finding.text.ru());
     const QString shop = hostObject<Config>().getString(u"Till:shopCode"_s, u"1"_s);
     hostObject<Session>().getRegistry()->setShopCode(shop);
@@ -139,9 +139,9 @@ QString Till::restart()
     return m_found.isEmpty() ? u"Открытого чека нет"_s : m_found;
 }
 
-Delivery Till::deliver()
+DeliveryResult Till::deliver()
 {
-    Delivery delivery;
+    DeliveryResult delivery;
     carryOut(delivery, [&] {
         m_lock->requireInPlace();
         const Checkout::Pause pause = m_checkout->pauseGuard(); // what waits is on disk, whoever's it is

@@ -19,7 +19,7 @@
 namespace till {
 
 /// What a delivery on the spot came to.
-struct Delivery : Result
+struct DeliveryResult : Result
 {
     std::optional<int> delivered = {}; ///< messages; nothing: none could be tried
 };
@@ -44,7 +44,7 @@ public:
     [[nodiscard]] MessageQueue& queue();
 
     /// Sends what waits in the outgoing queue, each message once. Fails when some is left.
-    Delivery deliver();
+    DeliveryResult deliver();
 
     /// What the start or the last restart found: damaged files, and a receipt to be finished or gone on
     /// with. In Russian; empty: nothing.
@@ -74,12 +74,12 @@ private:
 
     Parts m_parts;
     QTemporaryDir m_ownDirectory; ///< unused when the parts name a data directory
-    std::unique_ptr<utils::FileLock> m_lock;
+    std::unique_ptr<storage::FileLock> m_lock;
     StandSetup m_standSetup;               ///< without a program when the configuration names a service
     std::unique_ptr<StandProcess> m_stand; ///< null when there is none, or it is stopped
     std::unique_ptr<PluginHost> m_plugin;
-    std::shared_ptr<utils::Database> m_store; ///< held, so that nobody opens and reads it once more
-    utils::StoreUser<MessageQueue> m_queue;
+    std::shared_ptr<storage::Database> m_store; ///< held, so that nobody opens and reads it once more
+    storage::StoreUser<MessageQueue> m_queue;
     Turnover m_turnover;
     std::unique_ptr<Checkout> m_checkout;
     QString m_found;

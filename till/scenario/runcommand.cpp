@@ -18,7 +18,7 @@ bool play(const Scenario& scenario, const Options& options, Trace& trace, Report
     ScriptedFrontend cashier(nullptr);
     Till till(partsOf(options), scenario.config, cashier);
     const QString clockFile = u"scenario-clock"_s;
-    clock.goOnFrom(utils::dataFile(clockFile));
+    clock.goOnFrom(storage::dataFile(clockFile));
     reporter.begin(scenario.name, scenario.fileName);
     reporter.preparations(trace.take());
     Player player({till, cashier}, trace, reporter, &clock);
@@ -28,7 +28,7 @@ bool play(const Scenario& scenario, const Options& options, Trace& trace, Report
     summaries.last().fileName = scenario.fileName;
     reporter.preparations(trace.take());
     reporter.end(summaries.last(), player.tally());
-    clock.keepIn(utils::dataFile(clockFile));
+    clock.keepIn(storage::dataFile(clockFile));
     const bool agrees = summaries.last().differences.value_or(QStringList()).isEmpty();
     return agrees && player.tally().failed == player.tally().allowed;
 }

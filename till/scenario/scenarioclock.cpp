@@ -1,6 +1,6 @@
 #include "till/scenario/scenarioclock.h"
 
-#include "host/storage/privatefile.h"
+#include "host/storage/durablefile.h"
 #include "host/utils/standingtime.h"
 
 using namespace Qt::StringLiterals;
@@ -17,7 +17,7 @@ ScenarioClock::~ScenarioClock() { MockFactory<CurrentTime>::mocked = {}; }
 
 void ScenarioClock::goOnFrom(const QString& fileName)
 {
-    const QByteArray content = utils::readFile(fileName).value_or(QByteArray());
+    const QByteArray content = storage::readFile(fileName).value_or(QByteArray());
     const auto kept = QDateTime::fromString(QString::fromLatin1(content.trimmed()), Qt::ISODate);
     if (kept.isValid() && kept > m_now)
         m_now = kept.toLocalTime();
@@ -25,7 +25,7 @@ void ScenarioClock::goOnFrom(const QString& fileName)
 
 void ScenarioClock::keepIn(const QString& fileName) const
 {
-    utils::replaceFile(fileName, m_now.toUTC().toString(Qt::ISODate).toLatin1() + '\n');
+    storage::replaceFile(fileName, m_now.toUTC().toString(Qt::ISODate).toLatin1() + '\n');
 }
 
 } // namespace till

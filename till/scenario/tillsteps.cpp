@@ -16,7 +16,7 @@ Outcome restart(const Workplace& at, const QVariantMap& /*members*/)
 
 Outcome deliver(const Workplace& at, const QVariantMap& /*members*/)
 {
-    const Delivery delivery = at.till.deliver();
+    const DeliveryResult delivery = at.till.deliver();
     Outcome outcome = outcomeOf(delivery);
     if (delivery.delivered) {
         outcome.value = *delivery.delivered;

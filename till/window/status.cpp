@@ -124,7 +124,7 @@ QStringList timelineOf(const QString& receipt)
 {
     QStringList lines;
     try {
-        const auto entries = utils::Journal().of(receipt);
+        const auto entries = storage::Journal().of(receipt);
         for (qsizetype i = 0; i < entries.size(); ++i) {
             const auto& entry = entries[i];
             const bool isAnswered =

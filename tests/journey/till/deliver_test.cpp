@@ -126,14 +126,14 @@ protected:
     }
     ~TillDeliver() override
     {
-        utils::setDataDirectory({});
+        storage::setDataDirectory({});
         program.kill();
         program.waitForFinished(patienceMs);
     }
 
     void enqueue(const QString& receipt)
     {
-        utils::setDataDirectory(directory);
+        storage::setDataDirectory(directory);
         MessageQueue().enqueue(u"kyrloyalty"_s, receipt,
                                {{u"method"_s, u"POST"_s},
                                 {u"url"_s, server.url(u"/v2/payment-b2c"_s)},
@@ -284,7 +284,7 @@ TEST_F(TillDeliver, StandsByWhileAnotherDelivers)
 
 TEST_F(TillDeliver, SetsADamagedFileAsideAndGoesOnWithANewOne)
 {
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     static_cast<void>(files.write(u"data/till.sqlite"_s, "no database at all"));
     startProgram();
     ASSERT_TRUE(says("till.sqlite"));

@@ -24,11 +24,11 @@ class TillDialogue : public testing::Test
 protected:
     TillDialogue()
     {
-        utils::setDataDirectory(directory);
+        storage::setDataDirectory(directory);
         MessageQueue queue;
         id = queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, {{u"method"_s, u"POST"_s}}, u"text"_s);
         queue.park(id, {.code = 422, .error = u"refused"_s, .milliseconds = 1});
-        utils::setDataDirectory({});
+        storage::setDataDirectory({});
     }
 
     /// All that the terminal shows while that is typed.
@@ -61,9 +61,9 @@ protected:
 
     [[nodiscard]] bool isQueued() const
     {
-        utils::setDataDirectory(directory);
+        storage::setDataDirectory(directory);
         const bool found = MessageQueue().find(id).has_value();
-        utils::setDataDirectory({});
+        storage::setDataDirectory({});
         return found;
     }
 

@@ -202,10 +202,10 @@ TEST_F(TillDoctor, TellsFilesThatOthersReadAndFilesSetAside)
 
 TEST_F(TillDoctor, ReadsAllOfTheStore)
 {
-    utils::setDataDirectory(directory);
+    storage::setDataDirectory(directory);
     for (int i = 0; i < 40; ++i)
         (void)MessageQueue().enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, QString(4000, u'x'));
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     answer(404);
     expect(findings().value(u"store"_s), "ok", "sound");
 
@@ -219,9 +219,9 @@ TEST_F(TillDoctor, ReadsAllOfTheStore)
 
 TEST_F(TillDoctor, TellsOfMessagesThatWaitForTooLongOrAreParked)
 {
-    utils::setDataDirectory(directory);
+    storage::setDataDirectory(directory);
     MessageQueue queue;
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     queue.park(queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, u"text"_s),
                {.code = 422, .error = u"refused"_s, .milliseconds = 0});
     answer(404);
@@ -239,9 +239,9 @@ TEST_F(TillDoctor, NamesDamagedFilesThatWereSetAside)
 
 TEST_F(TillDoctor, TellsOfAMessageThatWaitsForLongerThanConfigured)
 {
-    utils::setDataDirectory(directory);
+    storage::setDataDirectory(directory);
     MessageQueue queue;
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, {}, u"text"_s);
     makeOlder(std::chrono::minutes(90));
     answer(404);
@@ -265,11 +265,11 @@ TEST_F(TillDoctor, TellsAPluginThatIsNone)
 
 TEST_F(TillDoctor, ReadsEachReceiptAndMessage)
 {
-    utils::setDataDirectory(directory);
+    storage::setDataDirectory(directory);
     DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, u"R-1"_s));
     for (int i = 0; i < 2; ++i)
         (void)MessageQueue().enqueue(u"kyrloyalty"_s, u"R-1"_s, {{u"n"_s, i}}, {});
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     test_support::flipABit(directory + u"/till.sqlite"_s, u"documents"_s, u"content"_s,
                            u"identifier = 'R-1'"_s);
     answer(404);
@@ -295,10 +295,10 @@ TEST_F(TillDoctor, ReadsTheOpenReceipt)
 
 TEST_F(TillDoctor, HasForEachFaultARemedyOfItsOwn)
 {
-    using enum utils::StorageFault;
+    using enum storage::StorageFault;
     QSet<QString> remedies;
     for (const auto fault : {Full, Denied, Damaged, Newer, Locked, Gone, Strange, Exposed, Failed}) {
-        const BasicException failure = utils::storageError(fault, u"f"_s);
+        const BasicException failure = storage::storageError(fault, u"f"_s);
         remedies.insert(till::remedyOf(failure));
         EXPECT_THAT(till::administratorsText(failure).toStdString(), ::testing::StartsWith("till: "));
     }

@@ -59,7 +59,7 @@ void leaveSpent(const KeptTill& till, Change change)
     for (const QByteArray& step : {sale, card, spend})
         play(shell, step);
     end(shell);
-    utils::setDataDirectory(till.directory());
+    storage::setDataDirectory(till.directory());
     const auto receipt = SaveToFileLogic::loadOpenReceipt();
     ASSERT_TRUE(receipt);
     change(*receipt);

@@ -22,11 +22,11 @@ class TillOutput : public testing::Test
 protected:
     TillOutput()
     {
-        utils::setDataDirectory(directory);
+        storage::setDataDirectory(directory);
         MessageQueue().enqueue(u"kyrloyalty"_s, u"R-1"_s,
                                {{u"method"_s, u"POST"_s}, {u"url"_s, QUrl(u"http://127.0.0.1:1/v2/a"_s)}},
                                u"a"_s);
-        utils::setDataDirectory({});
+        storage::setDataDirectory({});
         EXPECT_EQ(run({u"run"_s, scenario, u"--data-dir"_s, stand}).status, 0) << "leaves books behind";
     }
 
@@ -125,9 +125,9 @@ TEST_F(TillOutput, WhoseReaderWentAwayEndsTheProgramAtItsEndWithoutAWord)
         EXPECT_EQ(ran.status, 128 + SIGPIPE) << command;
         EXPECT_EQ(ran.err.count("standard output"), 0) << command;
     }
-    utils::setDataDirectory(directory);
+    storage::setDataDirectory(directory);
     EXPECT_FALSE(MessageQueue().find(1)) << "it was dropped, whoever heard of it";
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
 }
 
 TEST_F(TillOutput, MayGoWhereItIsNotKept)

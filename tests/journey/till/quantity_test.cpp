@@ -42,7 +42,7 @@ std::string errorOf(const QByteArray& steps) { return errorOf(runJson(scenarioOf
 /// Stores a sale as a version that looked at no quantity did.
 void storeSale(const KeptTill& till, double price, double quantity)
 {
-    utils::setDataDirectory(till.directory());
+    storage::setDataDirectory(till.directory());
     const auto sale = QSharedPointer<Document>::create(SaleReceipt, u"R-1"_s);
     sale->addGoodsItem(QSharedPointer<GoodsItem>::create(1, u"1"_s, u"Чай"_s, price, quantity));
     DocumentsDao().store(sale);
@@ -51,7 +51,7 @@ void storeSale(const KeptTill& till, double price, double quantity)
 /// Leaves it open, as such a version did.
 void leaveOpen(const KeptTill& till, double price, double quantity)
 {
-    utils::setDataDirectory(till.directory());
+    storage::setDataDirectory(till.directory());
     const auto sale = QSharedPointer<Document>::create(SaleReceipt, u"R-1"_s);
     sale->addGoodsItem(QSharedPointer<GoodsItem>::create(1, u"1"_s, u"Чай"_s, price, quantity));
     SaveToFileLogic().save(sale, {});

@@ -25,8 +25,8 @@ namespace {
 class TillQueue : public testing::Test
 {
 protected:
-    TillQueue() { utils::setDataDirectory(directory); }
-    ~TillQueue() override { utils::setDataDirectory({}); }
+    TillQueue() { storage::setDataDirectory(directory); }
+    ~TillQueue() override { storage::setDataDirectory({}); }
 
     qint64 enqueue(const QString& receipt)
     {

@@ -27,18 +27,18 @@ const QByteArray sale = R"({ "do": "openSale", "id": "R-1", "positions": [
 class TillReceipts : public testing::Test
 {
 protected:
-    ~TillReceipts() override { utils::setDataDirectory({}); }
+    ~TillReceipts() override { storage::setDataDirectory({}); }
 
     void play(const QByteArray& steps)
     {
         EXPECT_EQ(runJson(scenarioOfSteps(steps), {u"--data-dir"_s, directory}).status, 0);
     }
 
-    void note(const utils::JournalEntry& entry)
+    void note(const storage::JournalEntry& entry)
     {
-        utils::setDataDirectory(directory);
-        utils::Journal().add(entry);
-        utils::setDataDirectory({});
+        storage::setDataDirectory(directory);
+        storage::Journal().add(entry);
+        storage::setDataDirectory({});
     }
 
     [[nodiscard]] Ran receipts(const QStringList& arguments) const
@@ -104,12 +104,12 @@ TEST_F(TillReceipts, TellsTheTimelineInItsOrder)
 TEST_F(TillReceipts, TellsThatASpendingsOutcomeIsUnknown)
 {
     play(sale);
-    utils::setDataDirectory(directory);
+    storage::setDataDirectory(directory);
     const auto open = SaveToFileLogic::loadOpenReceipt();
     till::setUnknownSpending(
         *open, till::UnknownSpending{.points = 40, .wanted = 40, .since = QDateTime::currentDateTime()});
     SaveToFileLogic().save(open, {});
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     EXPECT_THAT(shown(u"R-1"_s)[u"next"_s].toString().toStdString(),
                 HasSubstr("outcome unknown: the answer to spending 40.00 points was lost at 20"));
 }

@@ -165,8 +165,8 @@ TEST(TillRecovery, AReceiptOfALaterVersionIsRefusedAndLeftAsItIs)
     till.startShell(shell);
     play(shell, sale);
     end(shell);
-    const utils::Seal later{0x4B595264, 99};
-    till.putOpenReceiptBack(utils::sealed(later, "whatever it will be"));
+    const storage::Seal later{0x4B595264, 99};
+    till.putOpenReceiptBack(storage::sealed(later, "whatever it will be"));
     const QByteArray content = till.openReceiptContent();
 
     const Ran ran = till.runSteps(sale);
@@ -207,7 +207,7 @@ TEST(TillRecovery, AReceiptThatCannotBeClosedStaysOpenAndQueuesNothing)
     EXPECT_TRUE(play(shell, back).value(u"ok"_s).toBool());
     {
         // Somebody else has a document stored under the return's number in the meantime.
-        utils::setDataDirectory(till.directory());
+        storage::setDataDirectory(till.directory());
         DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, u"V-1"_s));
     }
     const QJsonObject refused = play(shell, R"({ "do": "pay" })");

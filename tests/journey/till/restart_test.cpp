@@ -100,7 +100,7 @@ TEST(TillRestart, ASpendingThatWasNotYetADiscountBecomesOne)
     play(shell, spend);
     end(shell);
     // As the plug-in saved it, before the till gave the positions their discount.
-    utils::setDataDirectory(till.directory());
+    storage::setDataDirectory(till.directory());
     const auto receipt = SaveToFileLogic::loadOpenReceipt();
     ASSERT_TRUE(receipt);
     const auto item = receipt->getGoodsItemByPosnum(1);
@@ -128,7 +128,7 @@ TEST(TillRestart, APaidReceiptIsMarkedSettledBeforeItIsStored)
 {
     const KeptTill till;
     EXPECT_EQ(till.runSteps(sale + ',' + card + R"(, { "do": "pay" })").status, 0);
-    utils::setDataDirectory(till.directory());
+    storage::setDataDirectory(till.directory());
     const auto receipt = DocumentsDao().loadDocument(u"R-1"_s, false);
     ASSERT_TRUE(receipt);
     EXPECT_EQ(receipt->getPluginData(u"Till"_s, u"stage"_s, {}).toString(), u"settled"_s);
@@ -142,7 +142,7 @@ TEST(TillRestart, WhatIsSettledIsNotAskedForAgain)
     play(shell, sale);
     play(shell, card);
     end(shell);
-    utils::setDataDirectory(till.directory());
+    storage::setDataDirectory(till.directory());
     const auto receipt = SaveToFileLogic::loadOpenReceipt();
     ASSERT_TRUE(receipt);
     receipt->setPluginData(u"Till"_s, u"stage"_s, u"settled"_s);

@@ -149,9 +149,9 @@ TEST_F(TillShares, ThatAreNotThisReceiptsLeaveTheOutcomeUnknownUntilRightOnesCom
 TEST_F(TillShares, ThatAreWrongAreToldInTheJournal)
 {
     spendFor(R"({"position":"3","discount_bonus":50})");
-    utils::setDataDirectory(m_data);
-    EXPECT_EQ(utils::Journal().of(u"R-1"_s).last().event, u"unknown"_s);
-    utils::setDataDirectory({});
+    storage::setDataDirectory(m_data);
+    EXPECT_EQ(storage::Journal().of(u"R-1"_s).last().event, u"unknown"_s);
+    storage::setDataDirectory({});
 }
 
 TEST_F(TillShares, ThatAreWrongCanBeRolledBack)

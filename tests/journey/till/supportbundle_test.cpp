@@ -82,7 +82,7 @@ class TillSupportBundle : public testing::Test
 protected:
     TillSupportBundle()
     {
-        utils::setDataDirectory(directory);
+        storage::setDataDirectory(directory);
         MessageQueue().enqueue(
             u"kyrloyalty"_s, u"R-1"_s,
             {{u"method"_s, u"POST"_s},
@@ -91,7 +91,7 @@ protected:
               QVariantMap{{u"Authorization"_s, u"Basic "_s + QString::fromLatin1(authorization)}}},
              {u"body"_s, QByteArray(R"({"card":"2000000000017","code":"8642"})")}},
             u"Карта 2000000000017, телефон 79001234567"_s);
-        utils::setDataDirectory({});
+        storage::setDataDirectory({});
         static_cast<void>(files.write(u"till.toml"_s, "[KYRLoyalty]\nserverUrl = \"http://u:" + password +
                                                           "@127.0.0.1:1/\"\nuser = \"shop\"\npassword = \"" +
                                                           password + "\"\n"));
@@ -245,9 +245,9 @@ TEST_F(TillSupportBundle, HoldsNoNumberHoweverItWasTyped)
 TEST_F(TillSupportBundle, HoldsNoPasswordThatJsonWritesInAnotherWay)
 {
     static_cast<void>(files.write(u"till.toml"_s, "[KYRLoyalty]\npassword = 'hu\"sh\\hush'\n"));
-    utils::setDataDirectory(directory);
+    storage::setDataDirectory(directory);
     MessageQueue().enqueue(u"kyrloyalty"_s, u"R-2"_s, {}, u"Пароль hu\"sh\\hush"_s);
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     ASSERT_EQ(bundle().status, 0);
     const QByteArray queue = unpacked()[u"queue.json"_s];
     EXPECT_THAT(queue.toStdString(), HasSubstr("Пароль ***"));
@@ -263,13 +263,13 @@ TEST_F(TillSupportBundle, IsMadeOfABrokenTillToo)
 
 TEST_F(TillSupportBundle, HoldsTheOtherReceiptsWhenOneIsDamaged)
 {
-    utils::setDataDirectory(directory);
+    storage::setDataDirectory(directory);
     for (const QString& receipt : {u"R-1"_s, u"R-2"_s}) {
         DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, receipt));
-        utils::Journal().add(
+        storage::Journal().add(
             {.time = {}, .receipt = receipt, .event = u"closed"_s, .operation = {}, .detail = {}});
     }
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     test_support::flipABit(directory + u"/till.sqlite"_s, u"documents"_s, u"content"_s,
                            u"identifier = 'R-2'"_s);
     ASSERT_EQ(bundle().status, 0);

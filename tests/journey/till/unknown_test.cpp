@@ -275,15 +275,15 @@ TEST_F(LossyTill, TheJournalTellsWhatWasAskedForTheReceipt)
     m_proxy.loseAnswer(force);
     for (const QByteArray& step : {spend, spend, pay})
         play(step);
-    utils::setDataDirectory(m_files.path(u"data"_s));
+    storage::setDataDirectory(m_files.path(u"data"_s));
     QStringList told;
-    for (const utils::JournalEntry& entry : utils::Journal().of(u"R-1"_s))
+    for (const storage::JournalEntry& entry : storage::Journal().of(u"R-1"_s))
         told.append(QStringList{entry.event, entry.operation}.join(u' ').trimmed());
     const QStringList spending{u"request pre-payment"_s, u"answer pre-payment"_s,
                                u"request force-payment-c2b"_s, u"answer force-payment-c2b"_s};
     EXPECT_EQ(told, QStringList{u"opened"_s} + spending + QStringList{u"unknown"_s} + spending +
                         QStringList({u"request payment-b2c"_s, u"answer payment-b2c"_s, u"closed"_s}));
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
 }
 
 TEST_F(LossyTill, ASecondTillOnTheSameDataIsRefused)

@@ -55,7 +55,7 @@ TEST_F(DeliveryAnswer, IsKeptWithoutTheCredentialsThatItRepeats)
         422, R"({"data":[{"message":"Basic c2hvcDpvcGVuLXNlc2FtZQ== is shop:open-sesame"}]})"));
     EXPECT_EQ(summary.firstError, u"Basic *** is shop:***"_s);
     EXPECT_EQ(queue.find(id)->lastError, u"Basic *** is shop:***"_s);
-    EXPECT_EQ(utils::Journal().of(u"R-1"_s).last().detail, u"Basic *** is shop:***"_s);
+    EXPECT_EQ(storage::Journal().of(u"R-1"_s).last().detail, u"Basic *** is shop:***"_s);
 }
 
 } // namespace

@@ -68,9 +68,9 @@ TEST_F(Broker, NotesTheReceiptThatTheHostNames)
 
 TEST_F(Broker, WithoutADataDirectoryRefusesUntilThereIsOne)
 {
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     EXPECT_EQ(failure([this] { enqueue(); }), u"hostDataDirectoryUnset"_s);
-    utils::setDataDirectory(path());
+    storage::setDataDirectory(path());
     enqueue(2);
     EXPECT_THAT(numbers(), ElementsAre(2));
 }
@@ -92,7 +92,7 @@ TEST_F(Broker, OnAFullDiskRefusesAndKeepsNothingHalf)
 
 TEST_F(Broker, RefusesADamagedFileAndLeavesItAsItIs)
 {
-    (void)utils::dataFile(u"till.sqlite"_s);
+    (void)storage::dataFile(u"till.sqlite"_s);
     overwrite(u"till.sqlite"_s, "no database at all");
     EXPECT_EQ(failure([this] { enqueue(); }), u"hostStorageDamaged"_s);
     EXPECT_EQ(bytes(u"till.sqlite"_s), "no database at all");
@@ -114,7 +114,7 @@ TEST_F(Broker, SaysForAsLongAsItsFileIsGoneThatItIs)
 TEST_F(Broker, LosesNothingThatItAcceptedWhenItsProcessIsKilled)
 {
     for (int run = 0; run < 3; ++run) {
-        utils::setDataDirectory(path(QString::number(run)));
+        storage::setDataDirectory(path(QString::number(run)));
         QProcess process;
         process.start(QStringLiteral(KYR_ENQUEUER), {path(QString::number(run))});
         QByteArray said;

@@ -9,7 +9,7 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     if (argc != 2)
         return 2;
-    utils::setDataDirectory(QString::fromLocal8Bit(argv[1]));
+    storage::setDataDirectory(QString::fromLocal8Bit(argv[1]));
     const DeliveryWorker worker;
     return QCoreApplication::exec();
 }

@@ -230,7 +230,7 @@ TEST_F(Delivery, IsRefusedWhileAnotherIsUnderWay)
 {
     add(u"A"_s, u"a1"_s);
     {
-        const utils::FileLock another(u"queue.lock"_s);
+        const storage::FileLock another(u"queue.lock"_s);
         EXPECT_EQ(failure([this] { run(); }), u"hostStorageLocked"_s);
     }
     service.answer("{}");

@@ -1,4 +1,4 @@
-#include "host/queue/queuepause.h"
+#include "host/queue/retrybackoff.h"
 #include "tests/unit/queue/scene.h"
 
 #include <gmock/gmock.h>
@@ -118,7 +118,7 @@ TEST_F(Due, IsEverythingOnceThePausesAreEnded)
     refuse(two, 4min);
     queue.expedite();
     EXPECT_EQ(next(), one);
-    EXPECT_FALSE(queue.refusal()->nextProbe.isValid());
+    EXPECT_FALSE(queue.suspension()->nextProbe.isValid());
 }
 
 TEST_F(Due, IsWhatAClockThatHasJumpedBackWouldHoldUpForLongerThanAnyPause)
@@ -167,7 +167,7 @@ TEST_F(Due, TellsTheHealthOfTheQueue)
 {
     QueueHealth health = queue.health();
     EXPECT_EQ(health.waiting + health.parked, 0);
-    EXPECT_FALSE(health.oldestWaiting.isValid() || health.credentialsRefused.isValid() ||
+    EXPECT_FALSE(health.oldestWaiting.isValid() || health.credentialsSuspended.isValid() ||
                  health.lastDelivered.isValid());
     const QDateTime start = clock.now();
     const qint64 parked = add();
@@ -198,7 +198,7 @@ TEST_F(Due, TellsTheHealthOfTheQueueAtTheVeryBeginningOfTimeToo)
     const QueueHealth health = queue.health();
     EXPECT_TRUE(health.oldestWaiting.isValid());
     EXPECT_TRUE(health.lastDelivered.isValid());
-    EXPECT_TRUE(health.credentialsRefused.isValid());
+    EXPECT_TRUE(health.credentialsSuspended.isValid());
 }
 
 TEST_F(Due, RemembersSinceWhenTheCredentialsAreRefusedForWhoeverOpensIt)
@@ -208,12 +208,12 @@ TEST_F(Due, RemembersSinceWhenTheCredentialsAreRefusedForWhoeverOpensIt)
     refuse(id, 1s);
     clock.move(1min);
     refuse(id, 2s);
-    const auto refusal = MessageQueue().refusal();
-    ASSERT_TRUE(refusal);
-    EXPECT_EQ(refusal->since, since);
-    EXPECT_EQ(refusal->probes, 2);
-    EXPECT_EQ(refusal->nextProbe, clock.now() + 2s);
-    EXPECT_EQ(queue.health().credentialsRefused, since);
+    const auto suspension = MessageQueue().suspension();
+    ASSERT_TRUE(suspension);
+    EXPECT_EQ(suspension->since, since);
+    EXPECT_EQ(suspension->probes, 2);
+    EXPECT_EQ(suspension->nextProbe, clock.now() + 2s);
+    EXPECT_EQ(queue.health().credentialsSuspended, since);
 }
 
 TEST_F(Due, ForgetsTheRefusalOnAnyOtherAnswerAndOnlyOnAnAnswer)
@@ -221,17 +221,17 @@ TEST_F(Due, ForgetsTheRefusalOnAnyOtherAnswerAndOnlyOnAnAnswer)
     const qint64 id = add();
     refuse(id, 1s);
     queue.failed(id, {1, u"no connection"_s, 0}, clock.now());
-    EXPECT_TRUE(queue.refusal());
+    EXPECT_TRUE(queue.suspension());
     queue.failed(id, {503, u"later"_s, 0}, clock.now());
-    EXPECT_FALSE(queue.refusal());
+    EXPECT_FALSE(queue.suspension());
     refuse(id, 1s);
     queue.park(id, {8, u"a header cannot be sent"_s, 0});
-    EXPECT_TRUE(queue.refusal());
+    EXPECT_TRUE(queue.suspension());
     queue.park(id, {400, u"no"_s, 0});
-    EXPECT_FALSE(queue.refusal());
+    EXPECT_FALSE(queue.suspension());
     refuse(id, 1s);
     queue.delivered(id, {});
-    EXPECT_FALSE(queue.refusal());
+    EXPECT_FALSE(queue.suspension());
 }
 
 } // namespace

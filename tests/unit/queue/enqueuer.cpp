@@ -13,7 +13,7 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     if (argc != 2)
         return 2;
-    utils::setDataDirectory(QString::fromLocal8Bit(argv[1]));
+    storage::setDataDirectory(QString::fromLocal8Bit(argv[1]));
     DBQueueBroker broker;
     for (int number = 0;; ++number) {
         broker.enqueue(u"kyrloyalty"_s, {{u"number"_s, number}, {u"body"_s, QByteArray(2000, 'x')}}, {});

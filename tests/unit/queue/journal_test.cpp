@@ -21,7 +21,7 @@ protected:
     static QStringList told(const QString& receipt = u"R-1"_s)
     {
         QStringList result;
-        for (const auto& entry : utils::Journal().of(receipt))
+        for (const auto& entry : storage::Journal().of(receipt))
             result.append(u"%1 %2 #%3 %4 %5 %6 ms"_s.arg(entry.event, entry.operation)
                               .arg(entry.message)
                               .arg(entry.code)
@@ -71,13 +71,13 @@ TEST_F(QueueJournal, TellsNothingOfWhatWasNotDone)
 TEST_F(QueueJournal, TellsNothingOfAMessageOfNoReceipt)
 {
     queue.delivered(add({}), {});
-    EXPECT_THAT(utils::Journal().receipts(10), IsEmpty());
+    EXPECT_THAT(storage::Journal().receipts(10), IsEmpty());
 }
 
 TEST_F(QueueJournal, IsKeptWithTheChangeOrNotAtAll)
 {
     {
-        const utils::Transaction forgotten;
+        const storage::Transaction forgotten;
         add();
     }
     EXPECT_THAT(told(), IsEmpty());

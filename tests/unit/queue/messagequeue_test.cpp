@@ -80,7 +80,7 @@ TEST_F(Queue, RefusesAMessageThatCannotBeStored)
 TEST_F(Queue, RefusesAMessageThatIsTooDeepAndSaysSo)
 {
     QVariant deep = 1;
-    for (int i = 0; i < utils::deepestStored; ++i)
+    for (int i = 0; i < storage::deepestStored; ++i)
         deep = QVariantList{deep};
     try {
         queue.enqueue(u"q"_s, {}, {{u"headers"_s, deep}}, {});
@@ -103,7 +103,7 @@ TEST_F(Queue, ShowsAStoredMessageThatGoesDownForEverAsDamaged)
                                                    "00000001")
                                    .repeated(200'000) +
                                QByteArray(5, '\0');
-    raw.run(u"UPDATE queued SET message = ? WHERE id = ?"_s, {utils::sealed({0x4B59526D, 1}, content), id});
+    raw.run(u"UPDATE queued SET message = ? WHERE id = ?"_s, {storage::sealed({0x4B59526D, 1}, content), id});
     EXPECT_TRUE(queue.find(id)->damaged);
     EXPECT_TRUE(queue.drop(id));
 }

@@ -1,5 +1,5 @@
 #include "host/network/restclient.h"
-#include "host/queue/queuepause.h"
+#include "host/queue/retrybackoff.h"
 #include "host/storage/store.h"
 #include "tests/unit/queue/scene.h"
 
@@ -179,7 +179,7 @@ TEST_F(Outage, OfAWeekLosesNothingRepeatsNothingInTheBooksAndKeepsTheOrderOfEach
     std::mt19937 random{7};
     QueueDelivery::Options options;
     options.random = [&random] { return static_cast<double>(random()) / std::mt19937::max(); };
-    const auto keptOpen = utils::store();
+    const auto keptOpen = storage::store();
 
     const QDateTime end = clock.now().addDays(7);
     constexpr int all = groups * perGroup;

@@ -178,7 +178,7 @@ TEST_F(PausingDelivery, HoldsUpEverythingWhenTheCredentialsAreRefusedAndSaysSoOn
     EXPECT_EQ(queue.find(first)->attempts, 2) << "and not always the same one";
     EXPECT_EQ(queue.find(other)->attempts, 2);
     EXPECT_EQ(queue.find(first)->state, State::Waiting);
-    EXPECT_EQ(queue.health().credentialsRefused, since);
+    EXPECT_EQ(queue.health().credentialsSuspended, since);
     EXPECT_EQ(queue.health().lastError, u"HTTP 401"_s);
     EXPECT_THAT(networkLog.lines(), ElementsAre(refusedLine));
 }
@@ -192,7 +192,7 @@ TEST_F(PausingDelivery, GoesOnWithEverythingOnceAProbeIsTaken)
     clock.move(1s);
     answer({0, 0});
     EXPECT_EQ(pass().delivered, 2);
-    EXPECT_FALSE(queue.health().credentialsRefused.isValid());
+    EXPECT_FALSE(queue.health().credentialsSuspended.isValid());
     EXPECT_THAT(networkLog.lines(), ElementsAre(refusedLine, takenLine));
 }
 
@@ -207,7 +207,7 @@ TEST_F(PausingDelivery, GoesOnWithTheOthersWhenAProbeIsRefusedForAnotherReason)
     const auto summary = pass();
     EXPECT_EQ(summary.delivered, 1);
     EXPECT_EQ(summary.parked, 1);
-    EXPECT_FALSE(queue.refusal());
+    EXPECT_FALSE(queue.suspension());
 }
 
 TEST_F(PausingDelivery, GoesOnProbingOneByOneWhenAProbeIsNotAnsweredAtAll)

@@ -83,8 +83,8 @@ protected:
     /// In a data directory of its own. Returns the file's path.
     [[nodiscard]] QString useADamagedStore() const
     {
-        utils::setDataDirectory(path(u"damaged"_s));
-        const QString store = utils::dataFile(u"till.sqlite"_s);
+        storage::setDataDirectory(path(u"damaged"_s));
+        const QString store = storage::dataFile(u"till.sqlite"_s);
         overwrite(u"damaged/till.sqlite"_s, "no database at all");
         return store;
     }

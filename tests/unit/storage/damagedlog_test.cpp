@@ -10,8 +10,8 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using storage::DataFinding;
 using testing::IsEmpty;
-using utils::DataFinding;
 
 namespace {
 
@@ -39,7 +39,7 @@ protected:
         makePrivate(copy);
         EXPECT_TRUE(QFile::copy(path(u"till.sqlite"_s), copy + u"/till.sqlite"_s));
         overwrite(QDir(copy).dirName() + u"/till.sqlite-wal"_s, content);
-        utils::setDataDirectory(copy);
+        storage::setDataDirectory(copy);
         QList<DataFinding> findings = openDataDirectory().findings;
         return findings;
     }
@@ -71,7 +71,7 @@ protected:
         EXPECT_THAT(openDataDirectory().findings, IsEmpty()) << "once";
     }
 
-    std::shared_ptr<utils::Database> held = utils::store();
+    std::shared_ptr<storage::Database> held = storage::store();
     QString copy;
 
 private:
@@ -123,7 +123,7 @@ TEST_F(DamagedLog, IsNotSaidOfOneThatAKillOrAPowerCutLeft)
 TEST_F(DamagedLog, IsNotSaidOfWhatAnUndoneCommitLeftBehindTheNextOne)
 {
     {
-        const utils::Transaction undone;
+        const storage::Transaction undone;
         MessageQueue queue;
         for (int i = 0; i < 2000; ++i) // until SQLite's memory is full, so that a part is in the log
             queue.enqueue(u"q"_s, {}, {{u"body"_s, QByteArray(4000, 'x')}}, {});
@@ -136,7 +136,7 @@ TEST_F(DamagedLog, IsNotSaidOfWhatAnUndoneCommitLeftBehindTheNextOne)
 TEST_F(DamagedLog, IsNotSaidOfWhatAKillInACommitLeftBehindTheNextOne)
 {
     static_cast<void>(findingsWith(log().chopped(frame)));
-    const auto again = utils::store();
+    const auto again = storage::store();
     MessageQueue().enqueue(u"q"_s, {}, {}, {});
     QFile left(copy + u"/till.sqlite-wal"_s);
     ASSERT_TRUE(left.open(QIODevice::ReadOnly));
@@ -161,13 +161,13 @@ TEST_F(DamagedLog, IsKeptByWhoeverOpensTheStoreFirst)
     makePrivate(copy);
     ASSERT_TRUE(QFile::copy(path(u"till.sqlite"_s), copy + u"/till.sqlite"_s));
     overwrite(u"copy/till.sqlite-wal"_s, damaged);
-    utils::setDataDirectory(copy);
-    EXPECT_TRUE(utils::isStoreCut());
+    storage::setDataDirectory(copy);
+    EXPECT_TRUE(storage::isStoreCut());
     EXPECT_EQ(MessageQueue().waitingCount(), 0); // any tool
     const QStringList kept = QDir(copy).entryList({u"till.sqlite.damaged-*-wal"_s});
     ASSERT_EQ(kept.size(), 1);
     EXPECT_EQ(bytes(u"copy/"_s + kept.first()), damaged);
-    EXPECT_FALSE(utils::isStoreCut());
+    EXPECT_FALSE(storage::isStoreCut());
 }
 
 } // namespace

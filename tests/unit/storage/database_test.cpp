@@ -9,8 +9,8 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using storage::Database;
 using testing::ElementsAre;
-using utils::Database;
 
 namespace {
 
@@ -23,7 +23,7 @@ protected:
     }
     static std::unique_ptr<Database> open(const Database::Format& of = format())
     {
-        return std::make_unique<Database>(utils::dataFile(u"f.sqlite"_s), of);
+        return std::make_unique<Database>(storage::dataFile(u"f.sqlite"_s), of);
     }
     static void add(const Database& database, const QVariant& value)
     {
@@ -76,7 +76,7 @@ TEST_F(DatabaseFile, KeepsItsLocksWhenAnotherConnectionOfTheProcessIsOpenedAndCl
     add(*database, u"one"_s);
     const auto locks = [] {
         struct stat found = {};
-        EXPECT_EQ(stat(QFile::encodeName(utils::dataFile(u"f.sqlite"_s)).constData(), &found), 0);
+        EXPECT_EQ(stat(QFile::encodeName(storage::dataFile(u"f.sqlite"_s)).constData(), &found), 0);
         QFile table(u"/proc/locks"_s);
         EXPECT_TRUE(table.open(QIODevice::ReadOnly));
         const QByteArray ours = ' ' + QByteArray::number(getpid()) + ' ';
@@ -96,7 +96,7 @@ TEST_F(DatabaseFile, IsPrivateWithItsCompanionsWhateverTheUmask)
 {
     for (const mode_t mask : {0U, 022U, 0777U}) {
         umask(mask);
-        utils::setDataDirectory(path(QString::number(mask)));
+        storage::setDataDirectory(path(QString::number(mask)));
         const auto database = open();
         add(*database, u"a"_s);
         for (const QString& name : {u"f.sqlite"_s, u"f.sqlite-wal"_s, u"f.sqlite-shm"_s})
@@ -143,7 +143,7 @@ TEST_F(DatabaseFile, OfALaterVersionKeepsItsLogUntouchedToo)
         for (const QString& name : {u"f.sqlite"_s, u"f.sqlite-wal"_s})
             ASSERT_TRUE(QFile::copy(path(name), path(u"copy/"_s + name)));
     }
-    utils::setDataDirectory(path(u"copy"_s));
+    storage::setDataDirectory(path(u"copy"_s));
     const QByteArray file = bytes(u"copy/f.sqlite"_s);
     const QByteArray log = bytes(u"copy/f.sqlite-wal"_s);
     ASSERT_FALSE(log.isEmpty());
@@ -163,7 +163,7 @@ TEST_F(DatabaseFile, ThatOnlyItsLogMakesALaterVersionIsLeftUntouchedToo)
         for (const QString& name : {u"f.sqlite"_s, u"f.sqlite-wal"_s})
             ASSERT_TRUE(QFile::copy(path(name), path(u"copy/"_s + name)));
     }
-    utils::setDataDirectory(path(u"copy"_s));
+    storage::setDataDirectory(path(u"copy"_s));
     const QByteArray file = bytes(u"copy/f.sqlite"_s);
     const QByteArray log = bytes(u"copy/f.sqlite-wal"_s);
     EXPECT_EQ(failure([] { open(); }), u"hostStorageNewer"_s);
@@ -189,7 +189,7 @@ TEST_F(DatabaseFile, OfAnotherKindIsRefused)
 
 TEST_F(DatabaseFile, ThatIsNoDatabaseIsRefusedAndLeftUntouched)
 {
-    (void)utils::dataFile(u"f"_s);
+    (void)storage::dataFile(u"f"_s);
     overwrite(u"f.sqlite"_s, QByteArray(8192, 'x'));
     EXPECT_EQ(failure([] { open(); }), u"hostStorageDamaged"_s);
     EXPECT_EQ(bytes(u"f.sqlite"_s), QByteArray(8192, 'x'));
@@ -221,7 +221,7 @@ TEST_F(DatabaseFile, DamagedInTheMiddleIsRefused)
 
 TEST_F(DatabaseFile, ThatIsEmptyIsRefusedBecauseNoneIsEverMadeSo)
 {
-    (void)utils::dataFile(u"f.sqlite"_s);
+    (void)storage::dataFile(u"f.sqlite"_s);
     overwrite(u"f.sqlite"_s, {});
     EXPECT_EQ(failure([] { open(); }), u"hostStorageDamaged"_s);
     EXPECT_EQ(bytes(u"f.sqlite"_s), QByteArray());
@@ -229,7 +229,7 @@ TEST_F(DatabaseFile, ThatIsEmptyIsRefusedBecauseNoneIsEverMadeSo)
 
 TEST_F(DatabaseFile, WhoseMakingWasInterruptedIsMadeAnew)
 {
-    (void)utils::dataFile(u"f.sqlite"_s);
+    (void)storage::dataFile(u"f.sqlite"_s);
     overwrite(u"f.sqlite.a1B2c3"_s, "half");
     overwrite(u"f.sqlite.a1B2c3-wal"_s, "half");
     add(*open(), u"a"_s);
@@ -284,7 +284,7 @@ TEST_F(DatabaseFile, OnAFullDiskRefusesAndLosesNothing)
 
 TEST_F(DatabaseFile, InAFolderThatMayNotBeWrittenIsRefused)
 {
-    (void)utils::dataFile(u"x"_s);
+    (void)storage::dataFile(u"x"_s);
     for (const QString& directory : {outer().path(), path()})
         ASSERT_EQ(chmod(QFile::encodeName(directory).constData(), 0555), 0);
     QString told;

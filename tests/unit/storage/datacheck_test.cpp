@@ -1,7 +1,7 @@
 #include "host/queue/messagequeue.h"
 #include "host/storage/datacheck.h"
 #include "host/storage/documents.h"
-#include "host/storage/setaside.h"
+#include "host/storage/quarantine.h"
 #include "host/storage/store.h"
 #include "host/storage/storedform.h"
 #include "tests/unit/storage/documents.h"
@@ -16,9 +16,9 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using storage::DataFinding;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using utils::DataFinding;
 
 namespace {
 
@@ -38,7 +38,7 @@ protected:
     /// A store of several hundred pages, closed.
     static void fillStore()
     {
-        utils::Transaction transaction;
+        storage::Transaction transaction;
         DocumentsDao dao;
         MessageQueue queue;
         for (int i = 0; i < 20; ++i) {
@@ -49,14 +49,14 @@ protected:
     }
     static void changeStore(const QString& sql)
     {
-        const auto store = utils::store();
+        const auto store = storage::store();
         QSqlQuery query = store->prepared(sql);
         static_cast<void>(store->rows(query));
     }
     /// What the check must do with a store of that content: keep it elsewhere and go on with a new one.
     void expectSetAside(const QByteArray& content)
     {
-        (void)utils::dataFile(u"x"_s);
+        (void)storage::dataFile(u"x"_s);
         overwrite(u"till.sqlite"_s, content);
         const QList<DataFinding> found = findings();
         ASSERT_EQ(found.size(), 1);
@@ -76,7 +76,7 @@ protected:
         fillStore();
         changeStore(u"INSERT INTO history (id, queue, receipt, enqueued, finished, text, attempts, error, "
                     "outcome, message) VALUES (1, '', '', 0, 0, '', 0, '', '', zeroblob(%1))"_s.arg(
-                        utils::Database::readAtAStart));
+                        storage::Database::readAtAStart));
         for (int i = 100; i < 300; ++i)
             DocumentsDao().store(richSale(u"R-%1"_s.arg(i)));
         const QByteArray rubbish(rubbishSize, '\xEE');
@@ -106,7 +106,7 @@ TEST_F(DataCheck, FindsNothingInANewFolderAndInASoundOne)
     MockFactory<SaveToFileLogic>::create()->save(richSale(u"R-99"_s), {});
     EXPECT_THAT(findings(), IsEmpty());
     EXPECT_EQ(MessageQueue().waitingCount(), 20);
-    EXPECT_THAT(utils::damagedFilesSetAside(), IsEmpty());
+    EXPECT_THAT(storage::quarantinedFiles(), IsEmpty());
 }
 
 TEST_F(DataCheck, SetsAStoreAsideThatIsDamagedInAnyOfItsPages)
@@ -143,7 +143,7 @@ TEST_F(DataCheck, SetsADamagedStoreAsideWithItsLog)
 {
     QByteArray log;
     {
-        const auto held = utils::store();
+        const auto held = storage::store();
         fillStore();
         log = bytes(u"till.sqlite-wal"_s);
     }
@@ -153,7 +153,7 @@ TEST_F(DataCheck, SetsADamagedStoreAsideWithItsLog)
     ASSERT_EQ(found.size(), 1);
     EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName() + u"-wal"_s), log);
     EXPECT_EQ(MessageQueue().waitingCount(), 0);
-    EXPECT_THAT(utils::damagedFilesSetAside(), ElementsAre(found[0].now));
+    EXPECT_THAT(storage::quarantinedFiles(), ElementsAre(found[0].now));
 }
 
 TEST_F(DataCheck, PutsALogToItsFileWhenSettingAsideWasInterrupted)
@@ -161,13 +161,13 @@ TEST_F(DataCheck, PutsALogToItsFileWhenSettingAsideWasInterrupted)
     const QString aside = path(u"till.sqlite.damaged-20260101T000000Z"_s);
     makePrivate(path());
     {
-        utils::setDataDirectory(path(u"former"_s));
-        const auto held = utils::store();
+        storage::setDataDirectory(path(u"former"_s));
+        const auto held = storage::store();
         fillStore();
         ASSERT_TRUE(QFile::copy(path(u"former/till.sqlite"_s), aside));
         ASSERT_TRUE(QFile::copy(path(u"former/till.sqlite-wal"_s), path(u"till.sqlite-wal"_s)));
     }
-    utils::setDataDirectory(path());
+    storage::setDataDirectory(path());
     const QByteArray log = bytes(u"till.sqlite-wal"_s);
     const QList<DataFinding> found = findings();
     ASSERT_EQ(found.size(), 1);
@@ -175,7 +175,7 @@ TEST_F(DataCheck, PutsALogToItsFileWhenSettingAsideWasInterrupted)
     EXPECT_EQ(found[0].now, aside + u"-wal"_s);
     EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), log);
     EXPECT_EQ(MessageQueue().waitingCount(), 0) << "nothing of the log got into the new file";
-    const auto old = std::make_unique<utils::Database>(aside, utils::Database::Format{0x4B595274, 1, {}});
+    const auto old = std::make_unique<storage::Database>(aside, storage::Database::Format{0x4B595274, 1, {}});
     QSqlQuery count = old->prepared(u"SELECT count(*) FROM queued"_s);
     EXPECT_EQ(old->rows(count).value(0).value(0), 20) << "the log was folded into its own file";
 }
@@ -189,17 +189,17 @@ TEST_F(DataCheck, SetsADamagedOpenReceiptAside)
     ASSERT_EQ(found.size(), 1);
     EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), cut);
     EXPECT_EQ(SaveToFileLogic::loadOpenReceipt(), nullptr);
-    EXPECT_THAT(utils::damagedFilesSetAside(), ElementsAre(found[0].now));
+    EXPECT_THAT(storage::quarantinedFiles(), ElementsAre(found[0].now));
 }
 
 TEST_F(DataCheck, NeverGivesTwoFilesSetAsideTheSameName)
 {
     for (int i = 0; i < 3; ++i) {
-        (void)utils::dataFile(u"x"_s);
+        (void)storage::dataFile(u"x"_s);
         overwrite(u"open-receipt"_s, QByteArray::number(i));
         ASSERT_EQ(findings().size(), 1);
     }
-    EXPECT_EQ(utils::damagedFilesSetAside().size(), 3);
+    EXPECT_EQ(storage::quarantinedFiles().size(), 3);
 }
 
 TEST_F(DataCheck, LeavesAStoreOfALaterVersionByteForByteAsItWas)
@@ -213,8 +213,8 @@ TEST_F(DataCheck, LeavesAStoreOfALaterVersionByteForByteAsItWas)
 
 TEST_F(DataCheck, LeavesEverythingAsItWasWhenTheOpenReceiptIsOfALaterVersion)
 {
-    (void)utils::dataFile(u"x"_s);
-    overwrite(u"open-receipt"_s, utils::sealed({0x4B595264, 2}, "what only the later version knows"));
+    (void)storage::dataFile(u"x"_s);
+    overwrite(u"open-receipt"_s, storage::sealed({0x4B595264, 2}, "what only the later version knows"));
     overwrite(u"till.sqlite"_s, "damaged as far as this version knows");
     const Files before = files();
     EXPECT_EQ(failure([] { findings(); }), u"hostStorageNewer"_s);
@@ -300,21 +300,21 @@ TEST_F(DataCheck, LooksThroughALargeFileOnceDamageWasMetInIt)
 TEST_F(DataCheck, SetsALargeFileAsideOnceItWasReadThrough)
 {
     const QByteArray damaged = damageALargeStore();
-    EXPECT_EQ(failure([] { utils::readThroughStore(); }), u"hostStorageDamaged"_s);
+    EXPECT_EQ(failure([] { storage::readThroughStore(); }), u"hostStorageDamaged"_s);
     expectSetAsideAtItsEnd(damaged);
 }
 
 TEST_F(DataCheck, LetsNobodyWorkOnWithAStoreInWhichDamageWasMet)
 {
     fillStore();
-    const auto held = utils::store();
+    const auto held = storage::store();
     overwrite(u"till.sqlite"_s, bytes(u"till.sqlite"_s).chopped(4096) + QByteArray(4096, '\xEE'));
     QString unsuspected;
-    std::thread([&] { unsuspected = failure([] { utils::store(); }); }).join();
+    std::thread([&] { unsuspected = failure([] { storage::store(); }); }).join();
     EXPECT_EQ(unsuspected, QString()) << "one connection of the process has read it";
     overwrite(u"till.sqlite.suspect"_s, {});
     QString suspected;
-    std::thread([&] { suspected = failure([] { utils::store(); }); }).join();
+    std::thread([&] { suspected = failure([] { storage::store(); }); }).join();
     EXPECT_EQ(suspected, u"hostStorageDamaged"_s);
 }
 
@@ -322,7 +322,7 @@ TEST_F(DataCheck, KeepsASoundStoreThatWasReadThroughUnderSuspicion)
 {
     fillStore();
     overwrite(u"till.sqlite.suspect"_s, {});
-    EXPECT_NO_THROW(utils::readThroughStore());
+    EXPECT_NO_THROW(storage::readThroughStore());
     EXPECT_FALSE(QFile::exists(path(u"till.sqlite.suspect"_s)));
     EXPECT_THAT(findings(), IsEmpty());
     EXPECT_EQ(MessageQueue().waitingCount(), 20);

@@ -154,7 +154,7 @@ TEST_F(DocumentCodec, RefusesAPlugInsOwnType)
 TEST_F(DocumentCodec, RefusesPlugInDataThatAreTooDeep)
 {
     QVariant deep = 1;
-    for (int i = 0; i < utils::deepestStored; ++i)
+    for (int i = 0; i < storage::deepestStored; ++i)
         deep = QVariantList{deep};
     sale->setPluginData(u"Other"_s, u"deep"_s, deep);
     EXPECT_EQ(failure([&] { documentcodec::written(*sale); }), u"hostDocumentUnfit"_s);
@@ -171,7 +171,7 @@ TEST_F(DocumentCodec, IsDamagedWhenItsPlugInDataGoDownForEver)
                                                 "00000001");
     const QByteArray deep = none.chopped(4) + oneMember + list.repeated(200'000) + QByteArray(5, '\0');
     EXPECT_EQ(failure([&] {
-                  documentcodec::readDocument(utils::sealed({0x4B595264, 1}, deep), u"file"_s);
+                  documentcodec::readDocument(storage::sealed({0x4B595264, 1}, deep), u"file"_s);
               }),
               u"hostStorageDamaged"_s);
 }
@@ -186,9 +186,9 @@ TEST_F(DocumentCodec, TellsDamageAndALaterVersionWithTheFilesName)
     EXPECT_EQ(read({}), u"hostStorageDamaged"_s);
     EXPECT_EQ(read(documentcodec::written(*sale->getCardRecord(12))), u"hostStorageDamaged"_s);
     constexpr quint32 magic = 0x4B595264;
-    EXPECT_EQ(read(utils::sealed({magic, 2}, bytes.sliced(48))), u"hostStorageNewer"_s);
-    EXPECT_EQ(read(utils::sealed({magic, 1}, bytes.sliced(48) + 'x')), u"hostStorageDamaged"_s);
-    EXPECT_EQ(read(utils::sealed({magic, 1}, bytes.sliced(48))), QString());
+    EXPECT_EQ(read(storage::sealed({magic, 2}, bytes.sliced(48))), u"hostStorageNewer"_s);
+    EXPECT_EQ(read(storage::sealed({magic, 1}, bytes.sliced(48) + 'x')), u"hostStorageDamaged"_s);
+    EXPECT_EQ(read(storage::sealed({magic, 1}, bytes.sliced(48))), QString());
 }
 
 } // namespace

@@ -101,7 +101,7 @@ TEST_F(OpenReceipt, OnAFullDiskIsRefusedAndTheFormerStays)
 
 TEST_F(OpenReceipt, WithoutADataDirectoryIsRefused)
 {
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     EXPECT_EQ(failure([this] { save(); }), u"hostDataDirectoryUnset"_s);
     EXPECT_EQ(failure([] { (void)SaveToFileLogic::loadOpenReceipt(); }), u"hostDataDirectoryUnset"_s);
 }

@@ -26,7 +26,7 @@ protected:
     }
     static QStringList texts(const QString& sql)
     {
-        const auto store = utils::store();
+        const auto store = storage::store();
         QSqlQuery query = store->prepared(sql);
         QStringList result;
         for (const QVariantList& row : store->rows(query))

@@ -28,7 +28,7 @@ TEST_F(StoreBetweenUses, IsNotTakenForGoneWhenItsLastConnectionClosesAsAnotherOp
 {
     const auto openAndClose = [] {
         for (int i = 0; i < 300; ++i)
-            EXPECT_NE(failure([] { (void)utils::store(); }), gone);
+            EXPECT_NE(failure([] { (void)storage::store(); }), gone);
     };
     const std::array others{std::jthread(openAndClose), std::jthread(openAndClose)};
     openAndClose();
@@ -45,11 +45,11 @@ protected:
     }
 
     void enqueue() { broker.enqueue(u"q"_s, {{u"n"_s, 1}}, {}); }
-    static void note() { utils::Journal().add({{}, u"R-1"_s, u"closed"_s, {}, 0, 0, {}, 0}); }
+    static void note() { storage::Journal().add({{}, u"R-1"_s, u"closed"_s, {}, 0, 0, {}, 0}); }
     static void save() { MockFactory<SaveToFileLogic>::create()->save(richSale(u"R-2"_s), {}); }
     void closeReceipt()
     {
-        utils::Transaction transaction;
+        storage::Transaction transaction;
         dao.store(richSale(u"R-2"_s));
         enqueue();
         transaction.commit();
@@ -76,7 +76,7 @@ protected:
         EXPECT_EQ(elsewhere, gone) << "the delivery's thread begins none either";
     }
 
-    std::shared_ptr<utils::Database> held = utils::store();
+    std::shared_ptr<storage::Database> held = storage::store();
     DocumentsDao dao;
     DBQueueBroker broker;
 };
@@ -130,7 +130,7 @@ TEST_F(StoreAtWork, RemovedInTheMiddleOfATransactionKeepsNothingOfIt)
     for (const QString& name : {u"till.sqlite"_s, u"till.sqlite-wal"_s, u"till.sqlite-shm"_s}) {
         SCOPED_TRACE(name.toStdString());
         {
-            utils::Transaction transaction;
+            storage::Transaction transaction;
             enqueue();
             ASSERT_TRUE(QFile::rename(path(name), path(u"aside"_s)));
             EXPECT_EQ(failure([&] { transaction.commit(); }), gone);
@@ -143,7 +143,7 @@ TEST_F(StoreAtWork, RemovedInTheMiddleOfATransactionKeepsNothingOfIt)
 TEST_F(StoreAtWork, BeginsNoTransactionOnceItsFileIsGone)
 {
     ASSERT_TRUE(QFile::remove(path(u"till.sqlite"_s)));
-    EXPECT_EQ(failure([] { const utils::Transaction transaction; }), gone);
+    EXPECT_EQ(failure([] { const storage::Transaction transaction; }), gone);
 }
 
 TEST_F(StoreAtWork, TellsWhoLooksAtTheQueueThatItIsGone)
@@ -165,7 +165,7 @@ TEST_F(StoreAtWork, WhoseFolderWasMadeAnewLeavesTheNewOneEmpty)
     expectNothingIsKept();
     EXPECT_EQ(failure([] { save(); }), gone);
     EXPECT_EQ(failure([] { SaveToFileLogic::removeOpenReceipt(); }), gone);
-    EXPECT_EQ(failure([] { (void)utils::FileLock::ifFree(u"queue.lock"_s); }), gone);
+    EXPECT_EQ(failure([] { (void)storage::FileLock::ifFree(u"queue.lock"_s); }), gone);
     EXPECT_THAT(modes(), IsEmpty());
     ASSERT_TRUE(QDir().rmdir(path()));
     ASSERT_TRUE(QDir().rename(outer().filePath(u"aside"_s), path()));
@@ -177,17 +177,17 @@ TEST_F(StoreAtWork, WhoseFolderWasMadeAnewLeavesTheNewOneEmpty)
 TEST_F(StoreAtWork, IsKnownAgainWhenItWasClosedInBetween)
 {
     held.reset();
-    utils::setDataDirectory(path(u"other"_s));
+    storage::setDataDirectory(path(u"other"_s));
     DocumentsDao().store(richSale(u"R-1"_s));
     ASSERT_TRUE(QFile::remove(path(u"other/till.sqlite"_s)));
-    EXPECT_EQ(failure([] { utils::store(); }), gone);
+    EXPECT_EQ(failure([] { storage::store(); }), gone);
     EXPECT_EQ(QDir(path(u"other"_s)).entryList(QDir::Files), QStringList());
 }
 
 TEST_F(StoreAtWork, AllowsANewOneAfterADamagedOneWasSetAside)
 {
     held.reset();
-    utils::setDataDirectory(path(u"other"_s));
+    storage::setDataDirectory(path(u"other"_s));
     DocumentsDao().store(richSale(u"R-1"_s));
     overwrite(u"other/till.sqlite"_s, QByteArray(8192, 'x'));
     EXPECT_EQ(openDataDirectory().findings.size(), 1);
@@ -198,11 +198,11 @@ using LockAtWork = test_support::Storage;
 
 TEST_F(LockAtWork, WhoseFileIsRemovedOrReplacedIsTold)
 {
-    const utils::FileLock lock(u"till.lock"_s);
+    const storage::FileLock lock(u"till.lock"_s);
     EXPECT_EQ(failure([&] { lock.requireInPlace(); }), QString());
     ASSERT_TRUE(QFile::remove(path(u"till.lock"_s)));
     EXPECT_EQ(failure([&] { lock.requireInPlace(); }), gone);
-    const utils::FileLock others(u"till.lock"_s);
+    const storage::FileLock others(u"till.lock"_s);
     EXPECT_EQ(failure([&] { lock.requireInPlace(); }), gone);
     EXPECT_EQ(failure([&] { others.requireInPlace(); }), QString());
 }

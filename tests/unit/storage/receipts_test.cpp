@@ -196,7 +196,7 @@ TEST_F(Receipts, OnAFullDiskAreRefusedAndTheOthersStay)
 
 TEST_F(Receipts, WithoutADataDirectoryAreRefused)
 {
-    utils::setDataDirectory({});
+    storage::setDataDirectory({});
     EXPECT_EQ(failure([this] { dao.store(sale); }), u"hostDataDirectoryUnset"_s);
     EXPECT_EQ(failure([this] { (void)load(); }), u"hostDataDirectoryUnset"_s);
 }
@@ -239,13 +239,13 @@ TEST_F(Receipts, AndMessagesThatAreDamagedAreAllNamed)
         queue.enqueue(u"q"_s, {}, {{u"n"_s, i}}, {});
     queue.drop(1);
     queue.delivered(2, {});
-    EXPECT_THAT(utils::damagedSeals(), testing::IsEmpty());
+    EXPECT_THAT(storage::damagedSeals(), testing::IsEmpty());
     damage(u"R-2"_s);
     flipABit(u"card_records"_s, u"content"_s, u"document = 'R-1'"_s);
     flipABit(u"queued"_s, u"message"_s, u"id = 240"_s);
     flipABit(u"history"_s, u"message"_s, u"id = 1"_s);
     QStringList damaged;
-    for (const utils::DamagedSeal& seal : utils::damagedSeals())
+    for (const storage::DamagedSeal& seal : storage::damagedSeals())
         damaged.append(seal.table + u' ' + seal.key);
     EXPECT_EQ(damaged,
               QStringList({u"documents R-2"_s, u"card_records R-1"_s, u"queued 240"_s, u"history 1"_s}));

@@ -23,10 +23,10 @@ namespace test_support {
 class Storage : public HostWorld
 {
 protected:
-    Storage() { utils::setDataDirectory(path()); }
+    Storage() { storage::setDataDirectory(path()); }
     ~Storage() override
     {
-        utils::setDataDirectory({});
+        storage::setDataDirectory({});
         umask(m_umask);
     }
 

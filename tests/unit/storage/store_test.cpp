@@ -11,9 +11,9 @@
 #include <thread>
 
 using namespace Qt::StringLiterals;
+using storage::Transaction;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using utils::Transaction;
 
 namespace {
 
@@ -35,7 +35,7 @@ protected:
         std::thread([&] {
             result.receipt = !DocumentsDao().loadDocument(u"R-1"_s, false).isNull();
             result.waiting = MessageQueue().waitingCount();
-            result.journal = utils::Journal().receipts(10);
+            result.journal = storage::Journal().receipts(10);
         }).join();
         return result;
     }
@@ -44,7 +44,7 @@ protected:
     {
         dao.store(richSale(u"R-1"_s));
         enqueue();
-        utils::Journal().add({{}, u"R-1"_s, u"closed"_s, {}, 0, 0, {}, 0});
+        storage::Journal().add({{}, u"R-1"_s, u"closed"_s, {}, 0, 0, {}, 0});
     }
 
     DocumentsDao dao;
@@ -72,9 +72,9 @@ TEST_F(Store, IsOneConnectionForAllUsersAgainAfterItFailed)
 
 TEST_F(Store, IsOneConnectionForAllUsersOfAThreadAndAnotherInTheNext)
 {
-    const auto mine = utils::store();
-    EXPECT_EQ(utils::store(), mine);
-    std::thread([&] { EXPECT_NE(utils::store(), mine); }).join();
+    const auto mine = storage::store();
+    EXPECT_EQ(storage::store(), mine);
+    std::thread([&] { EXPECT_NE(storage::store(), mine); }).join();
     closeReceipt();
     EXPECT_THAT(modes(),
                 ElementsAre(u"till.sqlite 600"_s, u"till.sqlite-shm 600"_s, u"till.sqlite-wal 600"_s));
@@ -83,7 +83,7 @@ TEST_F(Store, IsOneConnectionForAllUsersOfAThreadAndAnotherInTheNext)
 TEST_F(Store, IsClosedWithItsLastUser)
 {
     {
-        const auto mine = utils::store();
+        const auto mine = storage::store();
         const MessageQueue queue;
     }
     EXPECT_THAT(modes(), ElementsAre(u"till.sqlite 600"_s));
@@ -92,7 +92,7 @@ TEST_F(Store, IsClosedWithItsLastUser)
 TEST_F(Store, OpensAnotherFileWhenTheDataDirectoryIsAnother)
 {
     closeReceipt();
-    utils::setDataDirectory(path(u"other"_s));
+    storage::setDataDirectory(path(u"other"_s));
     EXPECT_EQ(MessageQueue().waitingCount(), 0);
 }
 
@@ -185,13 +185,13 @@ TEST_F(Store, LetsOtherThreadsWaitForATransaction)
 
 TEST_F(Store, KeepsTheJournalOfEachReceiptInItsOrder)
 {
-    utils::Journal journal;
+    storage::Journal journal;
     const auto noon = QDateTime::fromString(u"2024-05-06T12:00:00.005Z"_s, Qt::ISODateWithMs);
     const qint64 before = QDateTime::currentMSecsSinceEpoch();
     journal.add({noon, u"R-1"_s, u"attempt"_s, u"earn"_s, 7, 503, u"card 2000000000017"_s, 1234});
     journal.add({{}, u"R-2"_s, u"opened"_s, {}, 0, 0, {}, 0});
     journal.add({{}, u"R-1"_s, u"delivered"_s, u"2000000000017"_s, 7, 0, {}, 12});
-    const QList<utils::JournalEntry> entries = utils::Journal().of(u"R-1"_s);
+    const QList<storage::JournalEntry> entries = storage::Journal().of(u"R-1"_s);
     ASSERT_EQ(entries.size(), 2);
     EXPECT_EQ(entries[1].operation, u"…0017"_s) << "some paths end with a card";
     EXPECT_EQ(entries[0].time, noon);
@@ -210,7 +210,7 @@ TEST_F(Store, KeepsTheJournalOfEachReceiptInItsOrder)
 
 TEST_F(Store, ListsReceiptsOfTheJournalFromTheLatestEntryOn)
 {
-    utils::Journal journal;
+    storage::Journal journal;
     Transaction transaction;
     for (int i = 0; i < 2500; ++i)
         journal.add({{}, u"R-%1"_s.arg(i / 1000), u"attempt"_s, {}, 0, 0, {}, 0});

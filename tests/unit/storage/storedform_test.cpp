@@ -10,7 +10,7 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
-using utils::Unsealed;
+using storage::Unsealed;
 
 namespace {
 
@@ -19,13 +19,13 @@ struct Foreign
     int value = 0;
 };
 
-constexpr utils::Seal seal{0x54455354, 2};
+constexpr storage::Seal seal{0x54455354, 2};
 
 QByteArray written(const QVariant& value)
 {
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
-    out.setVersion(utils::storedStreamVersion);
+    out.setVersion(storage::storedStreamVersion);
     out << value;
     return bytes;
 }
@@ -34,8 +34,8 @@ QByteArray written(const QVariant& value)
 std::optional<QVariant> read(const QByteArray& bytes)
 {
     QDataStream in(bytes);
-    in.setVersion(utils::storedStreamVersion);
-    const QVariant value = utils::storedValue(in);
+    in.setVersion(storage::storedStreamVersion);
+    const QVariant value = storage::storedValue(in);
     const bool whole = in.status() == QDataStream::Ok && in.atEnd();
     return whole ? std::optional(value) : std::nullopt;
 }
@@ -62,7 +62,7 @@ const QVariantMap plain{{u"double"_s, 1.5},
 
 TEST(StoredForm, TakesQtsPlainTypesAndBringsThemBackAsTheyWere)
 {
-    EXPECT_EQ(utils::unstorable(plain), QString());
+    EXPECT_EQ(storage::unstorable(plain), QString());
     const auto back = read(written(plain));
     ASSERT_TRUE(back);
     EXPECT_EQ(*back, QVariant(plain));
@@ -76,32 +76,32 @@ TEST(StoredForm, RefusesATypeOfSomebodysOwnAtAnyDepth)
          {foreign, QVariant(QVariantList{1, foreign}), QVariant(QVariantHash{{u"a"_s, foreign}}),
           QVariant::fromValue(std::pair(QVariant(1), foreign)),
           QVariant(QVariantMap{{u"a"_s, QVariantList{QVariantMap{{u"b"_s, foreign}}}}})})
-        EXPECT_TRUE(utils::unstorable(value).startsWith(u"значение типа "_s));
+        EXPECT_TRUE(storage::unstorable(value).startsWith(u"значение типа "_s));
 }
 
 TEST(StoredForm, EndsAtADepthThatNobodyNeeds)
 {
-    const QVariant deepest = nested(utils::deepestStored);
-    EXPECT_EQ(utils::unstorable(deepest), QString());
+    const QVariant deepest = nested(storage::deepestStored);
+    EXPECT_EQ(storage::unstorable(deepest), QString());
     EXPECT_EQ(read(written(deepest)), deepest);
-    const QVariant tooDeep = nested(utils::deepestStored + 1);
-    EXPECT_EQ(utils::unstorable(tooDeep), u"вложенность больше 512"_s);
+    const QVariant tooDeep = nested(storage::deepestStored + 1);
+    EXPECT_EQ(storage::unstorable(tooDeep), u"вложенность больше 512"_s);
     EXPECT_EQ(read(written(tooDeep)), std::nullopt);
 }
 
 TEST(StoredForm, CountsAMapThatIsReadByItselfAsALevel)
 {
-    const QVariantMap deepest{{u"a"_s, nested(utils::deepestStored - 1)}};
-    const QVariantMap tooDeep{{u"a"_s, nested(utils::deepestStored)}};
-    EXPECT_EQ(utils::unstorable(deepest), QString());
-    EXPECT_NE(utils::unstorable(tooDeep), QString());
+    const QVariantMap deepest{{u"a"_s, nested(storage::deepestStored - 1)}};
+    const QVariantMap tooDeep{{u"a"_s, nested(storage::deepestStored)}};
+    EXPECT_EQ(storage::unstorable(deepest), QString());
+    EXPECT_NE(storage::unstorable(tooDeep), QString());
     for (const QVariantMap& map : {deepest, tooDeep}) {
         QByteArray bytes;
         QDataStream out(&bytes, QIODevice::WriteOnly);
         out << map;
         QDataStream in(bytes);
-        static_cast<void>(utils::storedMap(in));
-        EXPECT_EQ(in.status() == QDataStream::Ok, utils::unstorable(map).isEmpty());
+        static_cast<void>(storage::storedMap(in));
+        EXPECT_EQ(in.status() == QDataStream::Ok, storage::unstorable(map).isEmpty());
     }
 }
 
@@ -144,7 +144,7 @@ TEST(StoredForm, IsDamagedAndNoDangerWhenItsCountsAreWrong)
 
 TEST(StoredForm, HasAHeadOfFortyEightBytesThatBeginsWithMagicVersionAndSize)
 {
-    const QByteArray bytes = utils::sealed(seal, "abc");
+    const QByteArray bytes = storage::sealed(seal, "abc");
     EXPECT_EQ(bytes.size(), 48 + 3);
     EXPECT_EQ(bytes.first(16), QByteArray::fromHex("5445535400000002"
                                                    "0000000000000003"));
@@ -153,7 +153,7 @@ TEST(StoredForm, HasAHeadOfFortyEightBytesThatBeginsWithMagicVersionAndSize)
 TEST(StoredForm, OpensToWhatWasSealed)
 {
     for (const QByteArray& content : {QByteArray(), QByteArray("abc"), QByteArray(100000, '\0')}) {
-        const Unsealed opened = utils::unsealed(seal, utils::sealed(seal, content));
+        const Unsealed opened = storage::unsealed(seal, storage::sealed(seal, content));
         EXPECT_EQ(opened.state, Unsealed::Whole);
         EXPECT_EQ(opened.content, content);
     }
@@ -161,27 +161,27 @@ TEST(StoredForm, OpensToWhatWasSealed)
 
 TEST(StoredForm, IsDamagedWhenAnyOneBitIsAltered)
 {
-    const QByteArray whole = utils::sealed(seal, "content");
+    const QByteArray whole = storage::sealed(seal, "content");
     for (qsizetype bit = 0; bit < whole.size() * 8; ++bit) {
         QByteArray altered = whole;
         altered[bit / 8] = static_cast<char>(altered[bit / 8] ^ (1 << (bit % 8)));
-        EXPECT_EQ(utils::unsealed(seal, altered).state, Unsealed::Damaged) << bit;
+        EXPECT_EQ(storage::unsealed(seal, altered).state, Unsealed::Damaged) << bit;
     }
 }
 
 TEST(StoredForm, IsDamagedWhenCutAnywhereOrTooLong)
 {
-    const QByteArray whole = utils::sealed(seal, "content");
+    const QByteArray whole = storage::sealed(seal, "content");
     for (qsizetype size = 0; size < whole.size(); ++size)
-        EXPECT_EQ(utils::unsealed(seal, whole.first(size)).state, Unsealed::Damaged) << size;
-    EXPECT_EQ(utils::unsealed(seal, whole + 'x').state, Unsealed::Damaged);
+        EXPECT_EQ(storage::unsealed(seal, whole.first(size)).state, Unsealed::Damaged) << size;
+    EXPECT_EQ(storage::unsealed(seal, whole + 'x').state, Unsealed::Damaged);
 }
 
 TEST(StoredForm, TellsALaterVersionFromDamageAndTakesAnEarlierOne)
 {
-    EXPECT_EQ(utils::unsealed(seal, utils::sealed({seal.magic, 3}, "x")).state, Unsealed::Newer);
-    EXPECT_EQ(utils::unsealed(seal, utils::sealed({seal.magic, 1}, "x")).state, Unsealed::Whole);
-    EXPECT_EQ(utils::unsealed(seal, utils::sealed({seal.magic + 1, 2}, "x")).state, Unsealed::Damaged);
+    EXPECT_EQ(storage::unsealed(seal, storage::sealed({seal.magic, 3}, "x")).state, Unsealed::Newer);
+    EXPECT_EQ(storage::unsealed(seal, storage::sealed({seal.magic, 1}, "x")).state, Unsealed::Whole);
+    EXPECT_EQ(storage::unsealed(seal, storage::sealed({seal.magic + 1, 2}, "x")).state, Unsealed::Damaged);
 }
 
 } // namespace

@@ -55,7 +55,7 @@ TEST_F(QueueWarnings, TellOfAParkedMessageAtOnce)
 
 TEST_F(QueueWarnings, TellOfRefusedCredentialsWhileSomethingWaits)
 {
-    health.credentialsRefused = now.addSecs(-1);
+    health.credentialsSuspended = now.addSecs(-1);
     EXPECT_THAT(warnings(), IsEmpty()) << "nobody asks, so nobody knows whether it is still so";
     health.waiting = 1;
     health.oldestWaiting = now;
@@ -67,7 +67,7 @@ TEST_F(QueueWarnings, BeginWithTheGravest)
     health = {.waiting = 1,
               .parked = 1,
               .oldestWaiting = now.addDays(-1),
-              .credentialsRefused = now.addDays(-1),
+              .credentialsSuspended = now.addDays(-1),
               .lastDelivered = {},
               .lastError = {}};
     EXPECT_THAT(warnings(), ElementsAre(credentials, isParked, waitsTooLong));

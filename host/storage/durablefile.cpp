@@ -1,4 +1,4 @@
-#include "host/storage/privatefile.h"
+#include "host/storage/durablefile.h"
 
 #include "host/storage/lockholder.h"
 #include "host/storage/storageerror.h"
@@ -18,7 +18,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -222,4 +222,4 @@ void syncDirectoryOf(const QString& path)
         throw systemError(errno, directory);
 }
 
-} // namespace utils
+} // namespace storage

@@ -9,7 +9,7 @@
 
 /// Files that only their owner may read (0600, whatever the umask) and that a power cut does not take away.
 /// Each function throws BasicException naming the file when the system refuses.
-namespace utils {
+namespace storage {
 
 /// Makes sure that the file is there, empty if it was not, and is private. Never opens a file that exists:
 /// closing it again would drop the locks that SQLite holds on it in this process.
@@ -61,4 +61,4 @@ private:
 /// Makes the entries of the folder that the file lies in durable.
 HOST_EXPORT void syncDirectoryOf(const QString& path);
 
-} // namespace utils
+} // namespace storage

@@ -1,9 +1,9 @@
-#include "host/queue/queuenotice.h"
+#include "host/queue/queuewakeup.h"
 
 #include <condition_variable>
 #include <mutex>
 
-namespace network::queuenotice {
+namespace network::queuewakeup {
 
 namespace {
 
@@ -43,4 +43,4 @@ void wait(std::uint64_t seen, std::chrono::milliseconds longest, const std::stop
     notice().raised.wait_for(lock, stop, longest, [seen] { return notice().count > seen; });
 }
 
-} // namespace network::queuenotice
+} // namespace network::queuewakeup

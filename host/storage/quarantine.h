@@ -7,21 +7,21 @@
 
 /// Files that are kept under another name, out of the way of new ones: what is damaged may still be rescued,
 /// so nothing is ever written over it. SQLite's companions of a file (-wal, -shm, -journal) go with it.
-namespace utils {
+namespace storage {
 
 /// Renames the file to `<path>.damaged-<UTC time>` and its companions to match, durably; returns the new
 /// path.
-HOST_EXPORT QString setAsideDamaged(const QString& path);
+HOST_EXPORT QString quarantine(const QString& path);
 
 /// Copies a database's log, durably, to the name that it would have beside the file set aside; returns the
 /// new path.
-HOST_EXPORT QString copyDamagedLog(const QString& database);
+HOST_EXPORT QString quarantineLogOf(const QString& database);
 
 /// Sets aside companions whose file is gone, as a kill in the middle of setting aside leaves them. Returns
 /// where they now lie.
-HOST_EXPORT QStringList finishSettingAside(const QString& path);
+HOST_EXPORT QStringList finishQuarantine(const QString& path);
 
 /// The damaged files that lie in the data directory, oldest first, without their companions.
-HOST_EXPORT QStringList damagedFilesSetAside();
+HOST_EXPORT QStringList quarantinedFiles();
 
-} // namespace utils
+} // namespace storage

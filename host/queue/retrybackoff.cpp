@@ -1,4 +1,4 @@
-#include "host/queue/queuepause.h"
+#include "host/queue/retrybackoff.h"
 
 #include <algorithm>
 #include <cmath>

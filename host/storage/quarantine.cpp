@@ -1,7 +1,7 @@
-#include "host/storage/setaside.h"
+#include "host/storage/quarantine.h"
 
 #include "host/storage/datadirectory.h"
-#include "host/storage/privatefile.h"
+#include "host/storage/durablefile.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -11,7 +11,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace utils {
+namespace storage {
 
 namespace {
 
@@ -40,7 +40,7 @@ QString freeName(const QString& path)
     return result;
 }
 
-/// The file goes first: without it, its log can't be taken for another's before finishSettingAside() has
+/// The file goes first: without it, its log can't be taken for another's before finishQuarantine() has
 /// found it, while a file without its log would pass for a whole one that lacks the last commits.
 void moveWithCompanions(const QString& from, const QString& to)
 {
@@ -67,7 +67,7 @@ QStringList setAsideFiles(const QString& path)
 
 } // namespace
 
-QString setAsideDamaged(const QString& path)
+QString quarantine(const QString& path)
 {
     QString to = freeName(path);
     moveWithCompanions(path, to);
@@ -75,14 +75,14 @@ QString setAsideDamaged(const QString& path)
     return to;
 }
 
-QString copyDamagedLog(const QString& database)
+QString quarantineLogOf(const QString& database)
 {
     QString to = freeName(database) + u"-wal"_s;
     replaceFile(to, readFile(database + u"-wal"_s).value_or(QByteArray()));
     return to;
 }
 
-QStringList finishSettingAside(const QString& path)
+QStringList finishQuarantine(const QString& path)
 {
     QStringList result;
     QString to;
@@ -100,7 +100,7 @@ QStringList finishSettingAside(const QString& path)
     return result;
 }
 
-QStringList damagedFilesSetAside()
+QStringList quarantinedFiles()
 {
     const QDir directory(QFileInfo(dataFile(u"any"_s)).path());
     QStringList result;
@@ -115,4 +115,4 @@ QStringList damagedFilesSetAside()
     return result;
 }
 
-} // namespace utils
+} // namespace storage
