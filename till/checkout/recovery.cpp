@@ -28,7 +28,8 @@ QString Till::recover()
     loyalty().setDocument(receipt);
     loyalty().restoreLoyaltySystem();
     if (stage() == Stage::Abandoned) {
-        const RequestGuard::Hurry hurry(*m_guard); // a cashier waits for the start
+        // A cashier waits for the start; what fails for it goes through the queue.
+        const auto hurry = RestClient::guard({.departing = {}, .answered = {}, .secondsAtMost = 1});
         return name + (abandon() ? u" отменялся: отмена завершена"_s
                                  : u" отменялся: завершите отмену (шаг rollback)"_s);
     }

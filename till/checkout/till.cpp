@@ -52,7 +52,7 @@ Till::Till(const Parts& parts, const Config& config, DialogFrontend* terminal)
     settings = config;
     if (!namesService(settings))
         startService(settings);
-    Dialog::setFrontend(&m_cashier);
+    m_dialogs = Dialog::registerFrontend(m_cashier);
     try {
         startUp();
     } catch (...) {
@@ -67,7 +67,7 @@ Till::~Till() { end(); }
 
 void Till::end()
 {
-    Dialog::setFrontend(nullptr);
+    m_dialogs = {};
     shutDown();
     m_stand.reset();
     utils::setDataDirectory({});
@@ -106,7 +106,7 @@ void Till::startUp()
     const QString shop = hostObject<Config>().getString(u"Till:shopCode"_s, u"1"_s);
     hostObject<Session>().getRegistry()->setShopCode(shop);
     m_plugin = std::make_unique<PluginHost>(m_parts.pluginFile);
-    DBQueueBroker::setGroupSource(messageGroup);
+    m_groups = DBQueueBroker::registerGroupSource(messageGroup);
     m_guard = std::make_unique<RequestGuard>([this] { return m_receipt; }, m_journal);
     found.append(recover());
     m_found = found.join(u' ').trimmed();
@@ -116,7 +116,7 @@ void Till::startUp()
 void Till::shutDown()
 {
     m_guard.reset();
-    DBQueueBroker::setGroupSource({});
+    m_groups = {};
     if (m_plugin)
         letGo();
     m_plugin.reset();

@@ -133,9 +133,11 @@ private:
     QTemporaryDir m_ownDirectory; ///< unused when the parts name a data directory
     std::unique_ptr<utils::FileLock> m_lock;
     ScriptedFrontend m_cashier;
+    utils::Registration m_dialogs;
     StandSetup m_standSetup;               ///< without a program when the configuration names a service
     std::unique_ptr<StandProcess> m_stand; ///< null when there is none, or it is stopped
     std::unique_ptr<PluginHost> m_plugin;
+    utils::Registration m_groups;
     ReceiptJournal m_journal;
     std::unique_ptr<RequestGuard> m_guard;
     std::shared_ptr<utils::Database> m_store; ///< held, so that nobody opens and reads it once more
