@@ -270,12 +270,14 @@ TEST(RestClientObserver, ComesAndGoesWhileOtherThreadsMakeRequests)
     std::atomic<int> seen = 0;
     const auto steady = RestClient::observe([&seen](const RestExchange&) { ++seen; });
     constexpr int requests = 20;
+    std::atomic<bool> done = false;
     std::thread other([&] {
         for (int i = 0; i < requests; ++i)
             get(server.url());
+        done = true;
     });
     auto visits = std::make_shared<std::atomic<int>>(0);
-    while (seen < requests) {
+    while (!done) {
         const auto visit = RestClient::observe([visits](const RestExchange&) { ++*visits; });
     }
     other.join();
