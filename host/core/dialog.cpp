@@ -8,14 +8,19 @@ template class MockFactory<Dialog>;
 
 namespace {
 
-DialogFrontend* theFrontend = nullptr;
+utils::Slot<DialogFrontend*>& slot()
+{
+    static utils::Slot<DialogFrontend*> frontend("front end for dialogs");
+    return frontend;
+}
 
 DialogFrontend& frontend()
 {
-    if (!theFrontend)
+    const auto registered = slot().value();
+    if (!registered)
         throw BasicException(
             tr::Tr(u"hostDialogMissing"_s, u"Нет окна или терминала, чтобы спросить кассира"_s));
-    return *theFrontend;
+    return **registered;
 }
 
 } // namespace
@@ -34,7 +39,7 @@ TextInputRequest::TextInputRequest(const tr::Tr& requestTitle, const tr::Tr& req
     , cancelCaption(u"inputTextFormCancelBtn"_s, u"Отмена"_s)
 {}
 
-void Dialog::setFrontend(DialogFrontend* frontend) { theFrontend = frontend; }
+utils::Registration Dialog::registerFrontend(DialogFrontend& frontend) { return slot().take(&frontend); }
 
 int Dialog::chooseFromList(const ChoiceRequest& request) { return frontend().chooseFromList(request); }
 

@@ -2,6 +2,7 @@
 
 #include "host/utils/export.h"
 #include "host/utils/mockfactory.h"
+#include "host/utils/registration.h"
 #include "host/utils/tr.h"
 
 #include <QString>
@@ -94,9 +95,9 @@ class HOST_EXPORT Dialog : public core::BasicDialog
 public:
     ~Dialog() override;
 
-    /// Registers the front end of this process, or none (null). It stays the caller's and must outlive its
-    /// use.
-    static void setFrontend(DialogFrontend* frontend);
+    /// Makes it the front end of this process for as long as the result lives. It stays the caller's, who
+    /// keeps it until then. Throws std::logic_error while there is another.
+    static utils::Registration registerFrontend(DialogFrontend& frontend);
 
     /// Blocks until the cashier has chosen: the index in `items`, or -1 when they closed the list.
     virtual int chooseFromList(const ChoiceRequest& request);

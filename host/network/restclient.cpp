@@ -12,9 +12,9 @@
 
 #include <algorithm>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <utility>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -24,33 +24,30 @@ namespace {
 
 using Observer = std::function<void(const RestExchange&)>;
 
-struct Watchers
+utils::Registry<Observer>& observers()
 {
-    std::mutex mutex;
-    std::shared_ptr<const Observer> observer;
-    std::shared_ptr<const RestGuard> guard;
-    std::thread::id guarded; ///< the thread whose requests the guard looks after
-};
-
-Watchers& watchers()
-{
-    static Watchers all;
+    static utils::Registry<Observer> all;
     return all;
 }
 
-std::shared_ptr<const Observer> currentObserver()
+struct ThreadsGuard
 {
-    Watchers& all = watchers();
-    const std::lock_guard lock(all.mutex);
-    return all.observer;
+    std::thread::id thread;
+    RestGuard guard;
+};
+
+utils::Registry<ThreadsGuard>& allGuards()
+{
+    static utils::Registry<ThreadsGuard> all;
+    return all;
 }
 
-/// Null when this thread's requests have none.
-std::shared_ptr<const RestGuard> currentGuard()
+/// Those of the present thread.
+std::vector<std::shared_ptr<const ThreadsGuard>> guards()
 {
-    Watchers& all = watchers();
-    const std::lock_guard lock(all.mutex);
-    return all.guarded == std::this_thread::get_id() ? all.guard : nullptr;
+    auto found = allGuards().all();
+    std::erase_if(found, [](const auto& one) { return one->thread != std::this_thread::get_id(); });
+    return found;
 }
 
 /// The JSON value in a body; invalid when it is not JSON.
@@ -124,37 +121,30 @@ QVariant RestClient::getResponse() const { return m_response; }
 
 int RestClient::getErrorCode() const { return m_errorCode; }
 
-void RestClient::setObserver(Observer observer)
-{
-    auto next = observer ? std::make_shared<const Observer>(std::move(observer)) : nullptr;
-    Watchers& all = watchers();
-    const std::lock_guard lock(all.mutex);
-    all.observer.swap(next); // the old one is destroyed outside the lock: it may own anything
-}
+utils::Registration RestClient::observe(Observer observer) { return observers().add(std::move(observer)); }
 
-void RestClient::setGuard(RestGuard guard)
+utils::Registration RestClient::guard(RestGuard guard)
 {
-    const bool empty = !guard.departing && !guard.answered && guard.secondsAtMost == 0;
-    auto next = empty ? nullptr : std::make_shared<const RestGuard>(std::move(guard));
-    Watchers& all = watchers();
-    const std::lock_guard lock(all.mutex);
-    all.guard.swap(next);
-    all.guarded = std::this_thread::get_id();
+    return allGuards().add({std::this_thread::get_id(), std::move(guard)});
 }
 
 void RestClient::exchange(const QByteArray& method, const QUrl& url, const QByteArray& body,
                           const QHash<QString, QString>& headers)
 {
-    const auto guard = currentGuard();
+    const auto present = guards();
     m_response = {};
     m_errorCode = static_cast<int>(ErrorCode::Connect);
-    if (guard && guard->departing)
-        guard->departing(QString::fromLatin1(method), url);
+    int seconds = m_timeout;
+    for (const auto& one : present) {
+        if (one->guard.departing)
+            one->guard.departing(QString::fromLatin1(method), url);
+        if (one->guard.secondsAtMost > 0)
+            seconds = std::min(seconds, one->guard.secondsAtMost);
+    }
 
     QElapsedTimer clock;
     clock.start();
-    const int atMost = guard && guard->secondsAtMost > 0 ? guard->secondsAtMost : longestTimeout;
-    network::Answer answer = network::send({method, url, body, headers, std::min(m_timeout, atMost)});
+    network::Answer answer = network::send({method, url, body, headers, seconds});
 
     const QVariant given = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
     const QVariant shown = network::withoutCredentials(given, headers);
@@ -175,8 +165,10 @@ void RestClient::exchange(const QByteArray& method, const QUrl& url, const QByte
     log(seen);
     if (shown != given)
         seen.answerBody = QJsonDocument::fromVariant(shown).toJson(QJsonDocument::Compact);
-    if (const auto observer = currentObserver())
+    for (const auto& observer : observers().all())
         (*observer)(seen);
-    if (guard && guard->answered)
-        guard->answered(seen);
+    for (const auto& one : present) {
+        if (one->guard.answered)
+            one->guard.answered(seen);
+    }
 }

@@ -2,6 +2,7 @@
 
 #include "host/utils/export.h"
 #include "host/utils/mockfactory.h"
+#include "host/utils/registration.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -29,11 +30,12 @@ struct RestExchange
 };
 
 /// Looks after the requests of one thread, for a host that must have something on disk before the service can
-/// have seen it. An empty function is skipped.
+/// have seen it. An empty function is skipped. Of several, each is called, in the order of their coming, and
+/// the shortest time holds.
 struct RestGuard
 {
-    /// Called just before a request leaves. When it throws, nothing is sent, and the exception goes to
-    /// whoever made the request; the client then says Connect.
+    /// Called just before a request leaves. When it throws, nothing is sent, no other guard is called, and
+    /// the exception goes to whoever made the request; the client then says Connect.
     std::function<void(const QString& method, const QUrl& url)> departing;
     /// Called when the request is over; must not throw.
     std::function<void(const RestExchange& exchange)> answered;
@@ -102,14 +104,14 @@ public:
     /// 400 or more, else an ErrorCode.
     [[nodiscard]] virtual int getErrorCode() const;
 
-    /// The one observer of the whole process, called after each exchange in the thread that made it; an empty
-    /// function takes it away. May be called from any thread; an exchange already under way may still reach
-    /// the observer just replaced.
-    static void setObserver(std::function<void(const RestExchange&)> observer);
+    /// Calls the observer after each exchange of the process, in the thread that made it, for as long as the
+    /// registration lives; so it does every other. May be called, and ended, in any thread; an exchange that
+    /// is over at that moment may still reach the observer.
+    static utils::Registration observe(std::function<void(const RestExchange&)> observer);
 
-    /// The one guard of the whole process, for the requests of the thread that calls this; those of other
-    /// threads are none of its business. An empty one takes it away.
-    static void setGuard(RestGuard guard);
+    /// Has the guard look after the requests of the thread that calls this, for as long as the registration
+    /// lives; those of other threads are none of its business.
+    static utils::Registration guard(RestGuard guard);
 
 private:
     void exchange(const QByteArray& method, const QUrl& url, const QByteArray& body,

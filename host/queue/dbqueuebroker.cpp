@@ -9,9 +9,9 @@ template class Singleton<DBQueueBroker>;
 
 namespace {
 
-std::function<QString()>& groupSource()
+utils::Slot<std::function<QString()>>& groupSource()
 {
-    static std::function<QString()> source;
+    static utils::Slot<std::function<QString()>> source("source of the queue's groups");
     return source;
 }
 
@@ -25,8 +25,11 @@ DBQueueBroker::~DBQueueBroker() = default;
 
 void DBQueueBroker::enqueue(const QString& queueName, const QVariantMap& message, const QString& text)
 {
-    const QString group = groupSource() ? groupSource()() : QString();
-    m_queue->get().enqueue(queueName, group, message, text);
+    const auto source = groupSource().value();
+    m_queue->get().enqueue(queueName, source ? (*source)() : QString(), message, text);
 }
 
-void DBQueueBroker::setGroupSource(std::function<QString()> source) { groupSource() = std::move(source); }
+utils::Registration DBQueueBroker::registerGroupSource(std::function<QString()> source)
+{
+    return groupSource().take(std::move(source));
+}

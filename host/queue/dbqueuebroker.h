@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/utils/export.h"
+#include "host/utils/registration.h"
 #include "host/utils/singleton.h"
 
 #include <QString>
@@ -36,8 +37,9 @@ public:
     /// Who says which receipt a message that is just enqueued belongs to: messages of one receipt are
     /// delivered strictly in order, so a return's belong to its sale. Asked once per message on the caller's
     /// thread. Where it says nothing, or there is nobody to ask, the message is independent of all others: it
-    /// waits for none and holds none up.
-    static void setGroupSource(std::function<QString()> source);
+    /// waits for none and holds none up. Registered while the result lives; throws std::logic_error when
+    /// somebody is already.
+    static utils::Registration registerGroupSource(std::function<QString()> source);
 
 private:
     std::unique_ptr<storage::StoreUser<MessageQueue>> m_queue;

@@ -18,19 +18,18 @@ class Progress
 {
 public:
     Progress(Console& console, int total)
-    {
-        RestClient::setObserver([&console, total, sent = 0](const RestExchange& exchange) mutable {
+        : m_exchanges(RestClient::observe([&console, total, sent = 0](const RestExchange& exchange) mutable {
             const bool accepted =
                 network::outcomeOf(exchange.errorCode) == network::ExchangeOutcome::Accepted;
             const QString outcome = accepted ? u"ok"_s : u"failed"_s;
             console.progress(
                 u"%1 of %2: %3 %4"_s.arg(QString::number(++sent), QString::number(total),
                                          utils::maskNumbers(exchange.url.path().section(u'/', -1)), outcome));
-        });
-    }
-    ~Progress() { RestClient::setObserver({}); }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
+        }))
+    {}
+
+private:
+    utils::Registration m_exchanges;
 };
 
 int run(const Invocation& invocation)

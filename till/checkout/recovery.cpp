@@ -29,7 +29,8 @@ QString Checkout::recover()
     m_loyalty.setDocument(receipt);
     m_loyalty.restoreLoyaltySystem();
     if (state() == State::Abandoned) {
-        const RequestGuard::Hurry hurry(m_guard); // a cashier waits for the start
+        // A cashier waits for the start; what fails for it goes through the queue.
+        const auto hurry = RestClient::guard({.departing = {}, .answered = {}, .secondsAtMost = 1});
         return name + (rollBack().ok ? u" отменялся: отмена завершена"_s : u" отменялся: завершите отмену"_s);
     }
     if (m_loyalty.getBonusImpacts().size() > appliedImpacts(*receipt))

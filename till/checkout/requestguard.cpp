@@ -12,20 +12,11 @@ namespace till {
 RequestGuard::RequestGuard(std::function<QSharedPointer<Document>()> receipt, ReceiptJournal& journal)
     : m_receipt(std::move(receipt))
     , m_journal(journal)
-{
-    install(0);
-}
-
-RequestGuard::~RequestGuard() { RestClient::setGuard({}); }
-
-void RequestGuard::install(int secondsAtMost)
-{
-    RestClient::setGuard({
-        .departing = [this](const QString& method, const QUrl& url) { departing(method, url); },
-        .answered = [this](const RestExchange& exchange) { answered(exchange); },
-        .secondsAtMost = secondsAtMost,
-    });
-}
+    , m_registration(RestClient::guard({
+          .departing = [this](const QString& method, const QUrl& url) { departing(method, url); },
+          .answered = [this](const RestExchange& exchange) { answered(exchange); },
+      }))
+{}
 
 void RequestGuard::expectSpending(double points, double wanted)
 {

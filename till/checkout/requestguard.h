@@ -13,13 +13,13 @@ namespace till {
 
 /// Has the current receipt on disk before anything that is sent for it leaves: the service must never know an
 /// operation by a number that a till which dies now would forget. A request that spends points leaves only
-/// after the receipt says that its outcome is unknown. Looks after the thread that makes it; one at a time.
+/// after the receipt says that its outcome is unknown. Looks after the thread that makes it.
 class RequestGuard
 {
 public:
     /// `receipt` gives the current one, or null. The journal stays the caller's.
     RequestGuard(std::function<QSharedPointer<Document>()> receipt, ReceiptJournal& journal);
-    ~RequestGuard();
+    ~RequestGuard() = default;
     RequestGuard(const RequestGuard&) = delete;
     RequestGuard& operator=(const RequestGuard&) = delete;
 
@@ -40,31 +40,12 @@ public:
         RequestGuard& m_guard;
     };
 
-    /// While one lives, an exchange takes a second at most: what fails for it goes through the queue.
-    class Hurry
-    {
-    public:
-        explicit Hurry(RequestGuard& guard)
-            : m_guard(guard)
-        {
-            m_guard.install(1);
-        }
-        ~Hurry() { m_guard.install(0); }
-        Hurry(const Hurry&) = delete;
-        Hurry& operator=(const Hurry&) = delete;
-
-    private:
-        RequestGuard& m_guard;
-    };
-
     /// Says what the next request that spends points is about.
     void expectSpending(double points, double wanted);
     /// Whether, since then, it turned out that nothing was spent for the receipt.
     [[nodiscard]] bool nothingSpent() const { return m_nothingSpent; }
 
 private:
-    /// `secondsAtMost` as of RestGuard.
-    void install(int secondsAtMost);
     void departing(const QString& method, const QUrl& url);
     void answered(const RestExchange& exchange);
     void mark(Document& receipt) const;
@@ -78,6 +59,7 @@ private:
     double m_wanted = 0;
     bool m_askedAgain = false;
     bool m_nothingSpent = false;
+    utils::Registration m_registration; ///< the last, so that it ends before what it uses
 };
 
 } // namespace till

@@ -54,7 +54,7 @@ Till::Till(const Parts& parts, const Config& config, DialogFrontend& cashier)
     settings = config;
     if (!namesService(settings))
         startService(settings);
-    Dialog::setFrontend(&cashier);
+    m_dialogs = Dialog::registerFrontend(cashier);
     try {
         startUp();
     } catch (...) {
@@ -69,7 +69,7 @@ Till::~Till() { end(); }
 
 void Till::end()
 {
-    Dialog::setFrontend(nullptr);
+    m_dialogs = {};
     shutDown();
     m_stand.reset();
     storage::setDataDirectory({});
@@ -108,7 +108,7 @@ void Till::startUp()
     const QString shop = hostObject<Config>().getString(u"Till:shopCode"_s, u"1"_s);
     hostObject<Session>().getRegistry()->setShopCode(shop);
     m_plugin = std::make_unique<PluginHost>(m_parts.pluginFile);
-    DBQueueBroker::setGroupSource(messageGroup);
+    m_groups = DBQueueBroker::registerGroupSource(messageGroup);
     m_checkout = std::make_unique<Checkout>(m_plugin->loyalty(), *m_lock, m_turnover);
     found.append(m_checkout->recover());
     m_found = found.join(u' ').trimmed();
@@ -118,7 +118,7 @@ void Till::startUp()
 void Till::shutDown()
 {
     m_checkout.reset();
-    DBQueueBroker::setGroupSource({});
+    m_groups = {};
     m_plugin.reset();
     m_queue.reset();
     m_store.reset();

@@ -5,6 +5,7 @@
 #include "host/storage/filelock.h"
 #include "host/storage/store.h"
 #include "host/utils/config.h"
+#include "host/utils/registration.h"
 #include "till/checkout/checkout.h"
 #include "till/setup/parts.h"
 #include "till/setup/pluginhost.h"
@@ -75,9 +76,11 @@ private:
     Parts m_parts;
     QTemporaryDir m_ownDirectory; ///< unused when the parts name a data directory
     std::unique_ptr<storage::FileLock> m_lock;
+    utils::Registration m_dialogs;
     StandSetup m_standSetup;               ///< without a program when the configuration names a service
     std::unique_ptr<StandProcess> m_stand; ///< null when there is none, or it is stopped
     std::unique_ptr<PluginHost> m_plugin;
+    utils::Registration m_groups;
     std::shared_ptr<storage::Database> m_store; ///< held, so that nobody opens and reads it once more
     storage::StoreUser<MessageQueue> m_queue;
     Turnover m_turnover;

@@ -1,26 +1,15 @@
 #pragma once
 
-#include "host/network/restclient.h"
-#include "till/cli/logging.h"
+#include "till/audit/tracefeed.h"
 
 #include <QList>
-#include <QString>
-#include <QStringList>
 
 #include <mutex>
 
 namespace till {
 
-/// One thing that went on behind a step: a log line, or an exchange with the service.
-struct TraceEntry
-{
-    LogLevel level; ///< Debug for an exchange
-    QString source; ///< the logger's name; empty for an exchange
-    QStringList lines;
-};
-
-/// Collects what goes on behind the steps: log lines and, when asked to, exchanges. Nothing that was redacted
-/// is kept. One at a time.
+/// Collects what goes on behind the steps until somebody takes it: log lines and, when asked to, exchanges.
+/// Nothing that was redacted is kept. One at a time.
 class Trace
 {
 public:
@@ -35,16 +24,9 @@ public:
     QList<TraceEntry> take();
 
 private:
-    void add(const LogLine& line);
-    void add(const RestExchange& exchange);
-
-    LogLevel m_least;
     std::mutex m_mutex;
     QList<TraceEntry> m_entries;
-    LogCapture m_log;
+    TraceFeed m_feed;
 };
-
-/// The entry's lines in a column of their own, its level and source before the first.
-QStringList headedLines(const TraceEntry& entry);
 
 } // namespace till

@@ -34,12 +34,10 @@ bool isAnswer(int code)
 ServiceWatch::ServiceWatch()
 {
     connect(this, &ServiceWatch::heard, this, &ServiceWatch::note);
-    RestClient::setObserver([this](const RestExchange& exchange) {
+    m_exchanges = RestClient::observe([this](const RestExchange& exchange) {
         Q_EMIT heard(exchange.url.path().section(u'/', -1), exchange.errorCode, exchange.milliseconds);
     });
 }
-
-ServiceWatch::~ServiceWatch() { RestClient::setObserver({}); }
 
 void ServiceWatch::note(const QString& operation, int code, qint64 milliseconds)
 {

@@ -7,14 +7,13 @@
 
 namespace till::window {
 
-/// What the exchanges with the service tell of the line to it. One at a time: it is RestClient's observer.
+/// What the exchanges with the service tell of the line to it. Outlives whoever makes them.
 class ServiceWatch : public QObject
 {
     Q_OBJECT
 
 public:
     ServiceWatch();
-    ~ServiceWatch() override;
 
     enum class Line { Unknown, Up, Down };
     [[nodiscard]] Line line() const { return m_line; }
@@ -32,6 +31,7 @@ private:
 
     Line m_line = Line::Unknown;
     QDateTime m_answered;
+    utils::Registration m_exchanges;
 };
 
 } // namespace till::window

@@ -1,6 +1,6 @@
 #include "host/queue/deliveryworker.h"
+#include "till/audit/livetrace.h"
 #include "till/cli/usageerror.h"
-#include "till/scenario/trace.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
 #include "till/setup/settings.h"
@@ -76,7 +76,7 @@ int run(const Invocation& invocation)
     window::applyStyle(application, scale);
 
     const LogFile logFile(options.logFile, fileLevel(options));
-    Trace trace(screenLevel(options, LogLevel::Info));
+    const LiveTrace trace(screenLevel(options, LogLevel::Warning));
     warnOfExposure(options);
     window::Waiting waiting;
     window::ServiceWatch watch;

@@ -15,12 +15,8 @@ class Choosing : public DialogFrontend
 public:
     explicit Choosing(int choice)
         : m_choice(choice)
-    {
-        Dialog::setFrontend(this);
-    }
-    ~Choosing() override { Dialog::setFrontend(nullptr); }
-    Choosing(const Choosing&) = delete;
-    Choosing& operator=(const Choosing&) = delete;
+        , m_registration(Dialog::registerFrontend(*this))
+    {}
 
     int chooseFromList(const ChoiceRequest& request) override
     {
@@ -37,6 +33,7 @@ public:
 
 private:
     int m_choice;
+    utils::Registration m_registration;
 };
 
 /// The library against the real stand, another process on a port of its own.

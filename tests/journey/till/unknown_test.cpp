@@ -1,6 +1,7 @@
 #include "host/storage/datadirectory.h"
 #include "host/storage/journal.h"
 #include "tests/journey/till/tillprocess.h"
+#include "tests/stand/http.h"
 #include "tests/stand/standprocess.h"
 #include "tests/support/lossyproxy.h"
 
@@ -28,6 +29,15 @@ const QByteArray confirm = "/confirm-payment-c2b";
 const QByteArray cancel = "/cancel-payment";
 const QByteArray earn = "/payment-b2c";
 const QByteArray deliver = R"({ "do": "deliver" })";
+
+/// What the service itself says of the card's account.
+QByteArray accountAt(const QString& service)
+{
+    return standtest::send(
+               {.url = service.toUtf8() + "v2/partner/operation/user/card/2000000000055/user-info",
+                .login = standtest::Login{}})
+        .body;
+}
 
 /// A till on a service whose answers do not always come; both outlive the till's process.
 class LossyTill : public ::testing::Test
@@ -95,6 +105,30 @@ protected:
 };
 
 } // namespace
+
+class LostAnswer : public LossyTill, public ::testing::WithParamInterface<std::pair<QByteArray, QByteArray>>
+{};
+
+// The plug-in's paths against those that the till knows, with the service as the judge between them.
+TEST_P(LostAnswer, LeavesTheOutcomeUnknownJustWhenTheServiceHasMovedPoints)
+{
+    const auto& [setting, operation] = GetParam();
+    begin(setting);
+    const QByteArray before = accountAt(m_proxy.url());
+    m_proxy.loseAnswer(operation);
+    const QJsonObject line = play(spend);
+    ASSERT_EQ(m_proxy.passed(operation), 1) << "the plug-in asks that";
+    ASSERT_FALSE(line.value(u"ok"_s).toBool());
+    ASSERT_THAT(before.toStdString(), HasSubstr("accounts_data"));
+    EXPECT_EQ(!line.value(u"unknown"_s).isNull(), accountAt(m_proxy.url()) != before);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    OfEachRequestOfASpending, LostAnswer,
+    ::testing::Values(std::pair{QByteArray(), QByteArray("/pre-payment")}, std::pair{QByteArray(), force},
+                      std::pair{QByteArray("smsVerification = true\n"), QByteArray("/payment-c2b")},
+                      std::pair{QByteArray("smsVerification = true\n"), confirm}),
+    [](const auto& parameter) { return parameter.param.second.mid(1).replace('-', '_').toStdString(); });
 
 TEST_F(LossyTill, ASpendingWhoseAnswerIsLostIsUnknownAndAskingAgainFindsOut)
 {

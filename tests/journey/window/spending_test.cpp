@@ -146,8 +146,10 @@ TEST(WindowSpending, BlanksOfACodeAreKeptSoItIsAnother)
 {
     Cashier cashier({.smsVerification = true});
     QByteArray sent;
+    utils::Registration observing;
     spendWithCode(cashier, [&](QDialog&) {
-        RestClient::setObserver([&sent](const RestExchange& exchange) { sent = exchange.requestBody; });
+        observing =
+            RestClient::observe([&sent](const RestExchange& exchange) { sent = exchange.requestBody; });
         cashier.type(u" 1234 "_s);
         cashier.press(Qt::Key_Return);
     });
@@ -166,9 +168,9 @@ TEST(WindowSpending, TheMessageOfThePluginIsShownWhileItConfirmsTheCode)
 {
     Cashier cashier({.smsVerification = true});
     QString shown;
-    RestClient::setObserver({});
+    utils::Registration observing;
     spendWithCode(cashier, [&](QDialog&) {
-        RestClient::setObserver([&](const RestExchange&) { shown = cashier.window().waitingText(); });
+        observing = RestClient::observe([&](const RestExchange&) { shown = cashier.window().waitingText(); });
         cashier.type(rightCode);
         cashier.press(Qt::Key_Return);
     });

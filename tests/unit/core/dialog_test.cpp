@@ -19,12 +19,9 @@ public:
 
 const TextInputRequest question(tr::Tr(u"title"_s, u"Телефон"_s), tr::Tr(u"message"_s, u"Введите номер"_s));
 
-/// A process whose front end is taken away at the end of the test.
 class DialogService : public testing::Test
 {
 protected:
-    ~DialogService() override { Dialog::setFrontend(nullptr); }
-
     QSharedPointer<Dialog> m_dialog = MockFactory<Dialog>::create();
 };
 
@@ -37,7 +34,7 @@ TEST_F(DialogService, ThrowsWithoutAFrontEnd)
 TEST_F(DialogService, AsksTheFrontEndForAChoice)
 {
     FrontendMock frontend;
-    Dialog::setFrontend(&frontend);
+    const auto registered = Dialog::registerFrontend(frontend);
     ChoiceRequest request;
     request.title = tr::Tr(u"title"_s, u"Карты"_s);
     EXPECT_CALL(frontend, chooseFromList(Field(&ChoiceRequest::title, request.title))).WillOnce(Return(3));
@@ -47,7 +44,7 @@ TEST_F(DialogService, AsksTheFrontEndForAChoice)
 TEST_F(DialogService, AsksTheFrontEndForAText)
 {
     FrontendMock frontend;
-    Dialog::setFrontend(&frontend);
+    const auto registered = Dialog::registerFrontend(frontend);
     EXPECT_CALL(frontend, inputText(Field(&TextInputRequest::title, question.title)))
         .WillOnce(Return(BasicDialog::Result::entered(u"79001234567"_s)));
     EXPECT_EQ(m_dialog->inputText(question).getData(), u"79001234567"_s);
@@ -57,9 +54,24 @@ TEST_F(DialogService, ThrowsAgainOnceTheFrontEndIsTakenAway)
 {
     FrontendMock frontend;
     EXPECT_CALL(frontend, chooseFromList(testing::_)).Times(0);
-    Dialog::setFrontend(&frontend);
-    Dialog::setFrontend(nullptr);
+    auto registered = Dialog::registerFrontend(frontend);
+    registered = {};
     EXPECT_THROW((void)m_dialog->chooseFromList({}), BasicException);
+}
+
+TEST_F(DialogService, RefusesASecondFrontEndAndKeepsTheFirst)
+{
+    FrontendMock first;
+    testing::StrictMock<FrontendMock> second;
+    const auto registered = Dialog::registerFrontend(first);
+    try {
+        const auto another = Dialog::registerFrontend(second);
+        FAIL() << "the first would be pushed out";
+    } catch (const std::logic_error& refusal) {
+        EXPECT_THAT(refusal.what(), testing::HasSubstr("front end for dialogs"));
+    }
+    EXPECT_CALL(first, chooseFromList).WillOnce(Return(1));
+    EXPECT_EQ(m_dialog->chooseFromList({}), 1);
 }
 
 TEST(DialogResult, IsWhatWasEnteredOrCancelled)

@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <memory>
+#include <thread>
+
 using test_support::HttpAnswer;
 using test_support::HttpServer;
 using testing::SizeIs;
@@ -212,12 +216,12 @@ TEST(RestClientObserver, SeesTheExchangeWithoutTheCredentialsOfTheUrl)
     HttpServer server;
     server.enqueue(HttpAnswer::status(404, R"({"error":1})"));
     QList<RestExchange> seen;
-    RestClient::setObserver([&seen](const RestExchange& exchange) { seen.append(exchange); });
+    auto observing = RestClient::observe([&seen](const RestExchange& exchange) { seen.append(exchange); });
     QUrl url = server.url(u"/cards?n=1"_s);
     url.setUserInfo(u"till:secret"_s);
     RestClient client;
     client.post(url, "{\"n\":1}", {});
-    RestClient::setObserver({});
+    observing = {};
     client.post(url, "{}", {});
     ASSERT_THAT(seen, SizeIs(1));
     EXPECT_EQ(seen[0].method, u"POST"_s);
@@ -232,12 +236,51 @@ TEST(RestClientObserver, SeesTheExchangeWithoutTheCredentialsOfTheUrl)
 TEST(RestClientObserver, SeesARequestThatGotNoAnswer)
 {
     QList<RestExchange> seen;
-    RestClient::setObserver([&seen](const RestExchange& exchange) { seen.append(exchange); });
+    auto observing = RestClient::observe([&seen](const RestExchange& exchange) { seen.append(exchange); });
     HttpServer server;
     server.stop();
     get(server.url());
-    RestClient::setObserver({});
     ASSERT_THAT(seen, SizeIs(1));
     EXPECT_EQ(seen[0].status, 0);
     EXPECT_EQ(seen[0].errorCode, code(ErrorCode::Connect));
+}
+
+TEST(RestClientObserver, SeesAnExchangeAsEveryOtherDoesUntilItLeaves)
+{
+    HttpServer server;
+    QStringList seen;
+    const auto noting = [&seen](const QString& who) {
+        return RestClient::observe(
+            [&seen, who](const RestExchange& exchange) { seen.append(who + exchange.url.path()); });
+    };
+    auto first = noting(u"first "_s);
+    const auto second = noting(u"second "_s);
+    get(server.url(u"/1"_s));
+    first = {};
+    get(server.url(u"/2"_s));
+    first = noting(u"again "_s);
+    get(server.url(u"/3"_s));
+    EXPECT_THAT(seen, testing::ElementsAre(u"first /1"_s, u"second /1"_s, u"second /2"_s, u"second /3"_s,
+                                           u"again /3"_s));
+}
+
+TEST(RestClientObserver, ComesAndGoesWhileOtherThreadsMakeRequests)
+{
+    HttpServer server;
+    std::atomic<int> seen = 0;
+    const auto steady = RestClient::observe([&seen](const RestExchange&) { ++seen; });
+    constexpr int requests = 20;
+    std::atomic<bool> done = false;
+    std::thread other([&] {
+        for (int i = 0; i < requests; ++i)
+            get(server.url());
+        done = true;
+    });
+    auto visits = std::make_shared<std::atomic<int>>(0);
+    while (!done) {
+        const auto visit = RestClient::observe([visits](const RestExchange&) { ++*visits; });
+    }
+    other.join();
+    EXPECT_EQ(seen, requests);
+    EXPECT_LE(*visits, requests) << "one at a time";
 }

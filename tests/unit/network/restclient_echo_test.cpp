@@ -27,10 +27,10 @@ Seen ask(const RestHeaders& headers, int status, const QByteArray& body)
     HttpServer server;
     server.enqueue(HttpAnswer::status(status, body));
     Seen seen;
-    RestClient::setObserver([&seen](const RestExchange& exchange) { seen.observed = exchange.answerBody; });
+    const auto observing =
+        RestClient::observe([&seen](const RestExchange& exchange) { seen.observed = exchange.answerBody; });
     RestClient client;
     client.post(server.url(), "{}", headers);
-    RestClient::setObserver({});
     seen.response = client.getResponse().toMap();
     return seen;
 }

@@ -14,8 +14,6 @@ namespace {
 class Broker : public test_support::Storage
 {
 protected:
-    ~Broker() override { DBQueueBroker::setGroupSource(nullptr); }
-
     void enqueue(int number = 1)
     {
         broker.enqueue(u"kyrloyalty"_s, {{u"number"_s, number}, {u"body"_s, QByteArray(2000, 'x')}}, {});
@@ -53,17 +51,36 @@ TEST_F(Broker, LeavesItsFilesToTheirOwnerAloneWhateverTheUmask)
 TEST_F(Broker, NotesTheReceiptThatTheHostNames)
 {
     QString receipt = u"R-1"_s;
-    DBQueueBroker::setGroupSource([&receipt] { return receipt; });
+    auto source = DBQueueBroker::registerGroupSource([&receipt] { return receipt; });
     enqueue();
     receipt = u"R-2"_s;
     enqueue();
-    DBQueueBroker::setGroupSource(nullptr);
+    source = {};
     enqueue();
     const QList<QueuedMessage> found = MessageQueue().messages(10);
     ASSERT_EQ(found.size(), 3);
     EXPECT_EQ(found[0].group, u"R-1"_s);
     EXPECT_EQ(found[1].group, u"R-2"_s);
     EXPECT_EQ(found[2].group, QString());
+}
+
+TEST_F(Broker, RefusesASecondWhoWouldNameReceiptsAndKeepsTheFirst)
+{
+    auto first = DBQueueBroker::registerGroupSource([] { return u"R-1"_s; });
+    try {
+        const auto second = DBQueueBroker::registerGroupSource([] { return u"R-2"_s; });
+        FAIL() << "the first would be pushed out";
+    } catch (const std::logic_error& refusal) {
+        EXPECT_THAT(refusal.what(), testing::HasSubstr("source of the queue's groups"));
+    }
+    enqueue();
+    first = {};
+    const auto next = DBQueueBroker::registerGroupSource([] { return u"R-3"_s; });
+    enqueue();
+    const QList<QueuedMessage> found = MessageQueue().messages(10);
+    ASSERT_EQ(found.size(), 2);
+    EXPECT_EQ(found[0].group, u"R-1"_s);
+    EXPECT_EQ(found[1].group, u"R-3"_s);
 }
 
 TEST_F(Broker, WithoutADataDirectoryRefusesUntilThereIsOne)
