@@ -102,7 +102,6 @@ private:
     /// False, and the outcome is not known, when nobody can tell whose discount it is.
     bool makeDiscount(double points);
     void applyImpacts() const;
-    void finishAnswered();
 
     /// Saves the receipt at that state; when that can't be done it stays at the one it has.
     void mark(State state) const;

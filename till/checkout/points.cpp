@@ -1,5 +1,6 @@
 #include "till/checkout/checkout.h"
 
+#include "host/utils/currenttime.h"
 #include "host/utils/logging.h"
 #include "host/utils/money.h"
 #include "till/checkout/failure.h"
@@ -91,6 +92,11 @@ bool Checkout::makeDiscount(double points)
         u"Receipt %1: the service says that points were spent, but not on which positions: %2"_s.arg(
             m_receipt->getIdentifier(), fault));
     m_loyalty.cancel(); // there were no impacts before; asked again, the service repeats its first answer
+    if (!unknownSpending()) { // of a loyalty system whose requests do not tell of it
+        const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
+        setUnknownSpending(*m_receipt, UnknownSpending{.points = points, .wanted = points, .since = now});
+        save();
+    }
     return false;
 }
 

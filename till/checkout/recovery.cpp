@@ -2,7 +2,6 @@
 
 #include "host/core/session.h"
 #include "host/storage/documents.h"
-#include "host/utils/currenttime.h"
 #include "till/checkout/receiptmarks.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
@@ -33,21 +32,14 @@ QString Checkout::recover()
         const auto hurry = RestClient::guard({.departing = {}, .answered = {}, .secondsAtMost = 1});
         return name + (rollBack().ok ? u" отменялся: отмена завершена"_s : u" отменялся: завершите отмену"_s);
     }
-    if (m_loyalty.getBonusImpacts().size() > appliedImpacts(*receipt))
-        finishAnswered();
-    return foundOpen();
-}
-
-// The answer had come, and was not yet a discount. Only a receipt of somebody who does not mark spendings
-// lacks the mark; what was asked for can then be told from the discount alone.
-void Checkout::finishAnswered()
-{
-    if (!unknownSpending()) {
-        const double points = m_loyalty.currentPointsForSpend() / worthOf(hostObject<Config>(), 1);
-        const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
-        setUnknownSpending(*m_receipt, UnknownSpending{.points = points, .wanted = points, .since = now});
+    if (m_loyalty.getBonusImpacts().size() > appliedImpacts(*receipt)) {
+        // The answer had come, and was not yet a discount. Only a receipt of somebody who does not mark
+        // spendings lacks the mark; what was asked for can then be told from the discount alone.
+        const auto marked = unknownSpending();
+        makeDiscount(marked ? marked->points
+                            : m_loyalty.currentPointsForSpend() / worthOf(hostObject<Config>(), 1));
     }
-    makeDiscount(unknownSpending()->points);
+    return foundOpen();
 }
 
 QString Checkout::foundOpen() const

@@ -102,7 +102,8 @@ TEST_P(TillDiskCall, FailingAtAnyStepStopsTheReceiptForNoLongerThanItFails)
     const Place place;
     QProcess shell;
     place.startShell(shell);
-    ASSERT_TRUE(play(shell, deliver).value(u"ok"_s).toBool());
+    const QJsonObject first = play(shell, deliver);
+    ASSERT_TRUE(first.value(u"ok"_s).toBool()) << errorOf(first);
     int failed = 0;
     for (const QByteArray& step : {sale, card, request, spend, pay, plain, pay, returnOf("R-2"), pay}) {
         QJsonObject line;
