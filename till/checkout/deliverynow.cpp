@@ -43,11 +43,13 @@ QueueDelivery::Summary waitForWorker(MessageQueue& queue)
 
 QueueDelivery::Summary deliverNow(MessageQueue& queue, const Config& config)
 {
-    if (!QueueDelivery::lock())
+    const auto held = QueueDelivery::lock();
+    if (!held)
         return waitForWorker(queue);
+    queue.expedite();
     return QueueDelivery(queue,
                          {.authorization = currentAuthorization(config), .random = {}, .attempted = {}})
-        .run();
+        .deliverDue(*held);
 }
 
 } // namespace till
