@@ -41,7 +41,7 @@ function(kyr_library name)
     add_library(${name} SHARED ${arg_SOURCES})
   endif()
   target_link_libraries(${name} PUBLIC ${arg_LIBS} PRIVATE kyr_settings)
-  target_include_directories(${name} INTERFACE "${PROJECT_SOURCE_DIR}")
+  target_include_directories(${name} INTERFACE "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>")
   kyr_precompile(${name} code)
 endfunction()
 

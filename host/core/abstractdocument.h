@@ -27,7 +27,10 @@ public:
 
     /// The record of that loyalty system's card, shared with the document; null when there is none.
     [[nodiscard]] virtual QSharedPointer<DocumentCardRecord> getCardRecord(int kind) const = 0;
+    /// Whether getCardRecord() of that loyalty system gives a record.
     [[nodiscard]] virtual bool hasCardRecord(int kind) const = 0;
+    /// Whether the document has that flag: EDocumentFlag names those that the plug-in knows. False for
+    /// others.
     [[nodiscard]] virtual bool isFlagSet(int code) const = 0;
 
     /// What the customer pays: the sum of all positions' getSumb(), money.
@@ -42,5 +45,7 @@ public:
     /// A plug-in's own values, which travel with the document and are stored with it, types included.
     [[nodiscard]] virtual QVariant getPluginData(const QString& pluginName, const QString& key,
                                                  const QVariant& defaultValue) const = 0;
+    /// Adds or replaces one value of that plug-in. A list or map in it may hold lists and maps; all else is
+    /// of Qt's own types (number, text, date, bytes). It is on the disk once the document is saved.
     virtual void setPluginData(const QString& pluginName, const QString& key, const QVariant& value) = 0;
 };

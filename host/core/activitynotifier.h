@@ -14,6 +14,7 @@ class HOST_EXPORT BaseActivityListener : public QObject
     Q_OBJECT
 
 public:
+    /// Hears nothing before it is subscribed. The parent, if any, owns it.
     explicit BaseActivityListener(QObject* parent = nullptr);
 
 public Q_SLOTS:

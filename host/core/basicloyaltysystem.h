@@ -18,6 +18,7 @@ namespace loyalty {
 /// What the cashier entered to find a customer.
 struct HOST_EXPORT CardNumberInputData
 {
+    /// Ways in which a customer is looked for.
     enum Kind : int { CardNumber = 0, PhoneNumber = 1, CustomerName = 2 };
 
     int kind = CardNumber; ///< of Kind; a host with more kinds may pass other numbers
@@ -27,10 +28,11 @@ struct HOST_EXPORT CardNumberInputData
 /// What became of it.
 struct HOST_EXPORT CardNumberResult
 {
-    bool success = false;
-    QString cardNumber; ///< empty with success: the cashier chose no card
-    tr::Tr error;       ///< for the cashier; empty with success
+    bool success = false; ///< false: nothing was found, or could not be asked for
+    QString cardNumber;   ///< empty with success: the cashier chose no card
+    tr::Tr error;         ///< for the cashier; empty with success
 
+    /// Equal in every member.
     bool operator==(const CardNumberResult&) const = default;
 };
 
@@ -39,6 +41,9 @@ struct HOST_EXPORT CardNumberResult
 /// A loyalty system as the host drives it, with the behaviour of one that has no service behind it. A plug-in
 /// overrides what its system does. Operations that return bool tell by false that they failed; the reason is
 /// then in getLastErrorString().
+///
+/// What is no failure of the loyalty system, such as a disk that is full, is an exception derived from
+/// std::exception, most often BasicException. It passes to the host, which has to catch it.
 ///
 /// The host calls all of it on one thread, `request`, `commit` and `rollback` only for documents that carry a
 /// card of this system.
@@ -67,7 +72,8 @@ public:
 
     /// Spends the points for spend on the watched document.
     virtual bool spendPoints();
-    /// The points that may be spent on the document.
+    /// The points that may be spent on the document, no more than setPointsForSpend() or request() allowed;
+    /// kept as the points for spend.
     virtual double getPointsForSpend(const QSharedPointer<AbstractDocument>& document);
 
     /// Whether the current document earns points.
@@ -81,7 +87,9 @@ public:
     /// Finds a card number by what was entered. The base takes a card number as it is and knows no other way.
     virtual loyalty::CardNumberResult getCardNumber(const loyalty::CardNumberInputData& input);
 
+    /// The system's number, under which documents keep its card records; NoLoyaltySystem until it is set.
     [[nodiscard]] LoyaltySystemType getType() const { return m_type; }
+    /// Whether the system has asked the till for that.
     [[nodiscard]] bool isOptionSet(LoyaltySystemOption option) const { return m_options.contains(option); }
     /// What is switched on, in the order in which it was.
     [[nodiscard]] const QList<LoyaltySystemOption>& options() const { return m_options; }
@@ -91,9 +99,12 @@ public:
     [[nodiscard]] double currentPointsForSpend() const { return m_pointsForSpend; }
     /// The host sets here how many points the customer wants to spend, before getPointsForSpend().
     void setPointsForSpend(double points) { m_pointsForSpend = points; }
+    /// The discounts of the current document's spendings, in order, shared with the system; an entry may be
+    /// null. It is the host that puts them on the positions.
     [[nodiscard]] const QList<QSharedPointer<BonusImpact>>& getBonusImpacts() const { return m_bonusImpacts; }
 
 protected:
+    /// Switches an option on, as the last of options(), or off.
     void setOption(LoyaltySystemOption option, bool on);
     /// Makes the system known to the till. False when another one of the same type already is.
     virtual bool registerLoyaltySystem();
@@ -111,11 +122,11 @@ protected:
                           const DocumentBonusRecord& record) const;
 
     // State that a loyalty system reads and writes.
-    LoyaltySystemType m_type = NoLoyaltySystem;
-    double m_pointsForSpend = 0; ///< points; what was spent, in money, after a spending
-    QList<QSharedPointer<BonusImpact>> m_bonusImpacts;
-    QList<DocumentBonusRecord> m_bonusRecords;
-    tr::Tr m_lastError;
+    LoyaltySystemType m_type = NoLoyaltySystem;        ///< set by the constructor
+    double m_pointsForSpend = 0;                       ///< points; what was spent, in money, after a spending
+    QList<QSharedPointer<BonusImpact>> m_bonusImpacts; ///< what getBonusImpacts() shows
+    QList<DocumentBonusRecord> m_bonusRecords;         ///< what the document earns, position by position
+    tr::Tr m_lastError;                                ///< what getLastErrorString() shows
 
 private:
     bool refuse();

@@ -16,8 +16,11 @@ public:
     BasicPlugin(const BasicPlugin&) = delete;
     BasicPlugin& operator=(const BasicPlugin&) = delete;
 
+    /// Features, by the names that the host has for them.
     [[nodiscard]] virtual QStringList features() const { return {}; }
+    /// Handlers, by the names that the host has for them.
     [[nodiscard]] virtual QStringList handlers() const { return {}; }
+    /// Triggers, by the names that the host has for them.
     [[nodiscard]] virtual QStringList triggers() const { return {}; }
 };
 

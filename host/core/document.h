@@ -10,6 +10,7 @@
 class HOST_EXPORT Document : public AbstractDocument
 {
 public:
+    /// Without positions, cards or flags; the identifier is not empty and unique in the shop.
     Document(EDocumentType type, const QString& identifier);
     ~Document() override;
 
@@ -17,8 +18,11 @@ public:
     void addGoodsItem(const QSharedPointer<GoodsItem>& item);
     /// Puts the record in the place of an earlier one of the same kind.
     void setCardRecord(const QSharedPointer<DocumentCardRecord>& record);
+    /// Sets the flag, or takes it away.
     void setFlag(int code, bool on = true);
+    /// Of a return: the identifier of its sale, a text in a variant.
     void setSaleDocumentId(const QVariant& reference) { m_saleDocumentId = reference; }
+    /// What a return is reported under; unless set, its identifier.
     void setReturnIdentifier(const QString& identifier) { m_returnIdentifier = identifier; }
 
     [[nodiscard]] int getDocumentType() const override { return m_type; }
@@ -37,10 +41,12 @@ public:
     void setPluginData(const QString& pluginName, const QString& key, const QVariant& value) override;
 
     // All that a stored form needs beside the above.
+    /// The card records by their kind, shared with the document.
     [[nodiscard]] const QHash<int, QSharedPointer<DocumentCardRecord>>& cardRecords() const
     {
         return m_cardRecords;
     }
+    /// The flags that are set.
     [[nodiscard]] const QSet<int>& flags() const { return m_flags; }
     /// Each plug-in's values by its name.
     [[nodiscard]] const QHash<QString, QVariantMap>& pluginData() const { return m_pluginData; }

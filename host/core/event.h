@@ -8,6 +8,7 @@
 
 /// Codes of what happens at the till.
 namespace EActivityListener {
+/// The events that the plug-in hears or raises; a host has many more.
 enum Event : int {
     ReceiptClosed = 10,     ///< a receipt was paid and stored; it is still the session's current document
     ProcessMessage = 72,    ///< a lengthy step begins; the argument "message" is the text to show meanwhile
@@ -20,6 +21,7 @@ class HOST_EXPORT Event
 {
 public:
     Event() = default;
+    /// Without arguments.
     explicit Event(EActivityListener::Event code)
         : m_code(code)
     {}
@@ -27,10 +29,12 @@ public:
     /// Adds or replaces one argument.
     void addArgument(const QString& key, const QVariant& value) { m_arguments.insert(key, value); }
 
+    /// What happened; 0 for an event that was made from nothing.
     [[nodiscard]] EActivityListener::Event getCode() const { return m_code; }
     /// The argument's value; invalid when the event has no such argument.
     [[nodiscard]] QVariant getArgument(const QString& key) const { return m_arguments.value(key); }
 
+    /// Equal in code and arguments.
     bool operator==(const Event&) const = default;
 
 private:

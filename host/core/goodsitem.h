@@ -14,12 +14,15 @@ public:
     GoodsItem(int posnum, const QString& articul, const QString& name, double price, double quantity);
     virtual ~GoodsItem();
 
+    /// The position's number on the receipt.
     [[nodiscard]] virtual int getPosnum() const { return m_posnum; }
+    /// The article's code in the shop.
     [[nodiscard]] virtual QString getArticul() const { return m_articul; }
     /// The article's name; with `shortened` cut to what the narrow receipt paper holds.
     [[nodiscard]] virtual QString getName(bool shortened) const;
     /// Price of one unit.
     [[nodiscard]] virtual double getPrice() const { return m_price; }
+    /// How much is sold, in the article's unit.
     [[nodiscard]] virtual double getBquant() const { return m_quantity; }
     /// What the customer pays for the position: its gross sum less every discount, on hundredths.
     [[nodiscard]] virtual double getSumb() const;
@@ -30,7 +33,10 @@ public:
 
     /// The discounts other than the bonus discount.
     void setDiscount(double sum) { m_discount = sum; }
+    /// Money.
     [[nodiscard]] double getDiscount() const { return m_discount; }
+    /// What of the bonus impacts falls on the position, money, not negative. Set by the host that applies
+    /// them.
     void setBonusImpactSum(double sum) { m_bonusImpactSum = sum; }
 
     /// What the position costs before any discount: price × quantity on hundredths, or what was set.
@@ -38,6 +44,7 @@ public:
     /// Of a part of another position, such as a return's: what of that one's gross sum falls on it. Parts
     /// that each were price × quantity would not add up to the whole. Nothing: price × quantity.
     void setGrossSum(const std::optional<double>& sum) { m_grossSum = sum; }
+    /// The gross sum that was set; nothing: price × quantity.
     [[nodiscard]] const std::optional<double>& ownGrossSum() const { return m_grossSum; }
 
 private:

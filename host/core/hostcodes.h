@@ -9,11 +9,13 @@ enum LoyaltySystemType : int {
     KyrLoyaltySystem = 12,
 };
 
+/// What a document is, as far as the plug-in tells it apart.
 enum EDocumentType : int {
     SaleReceipt = 1,
     ReturnReceipt = 25,
 };
 
+/// Flags of a document that the plug-in looks at.
 enum EDocumentFlag : int {
     /// The receipt carries a card of a loyalty system, so it is not reported as an anonymous one.
     LoyaltyCardPresented = 254,
@@ -34,14 +36,16 @@ enum class ECardNumberType : int {
 };
 
 namespace ECard {
+/// What the loyalty system says of a card.
 enum Status : int {
-    RegistrationIncomplete = 0,
+    RegistrationIncomplete = 0, ///< the customer has not filled in who they are: no points can be spent
     Active = 1,
     Blocked = 2,
 };
 } // namespace ECard
 
 namespace EDiscountType {
+/// What kind of discount it is.
 enum type : int {
     None = 0,
     Bonus = 5,
@@ -49,6 +53,7 @@ enum type : int {
 } // namespace EDiscountType
 
 namespace EDiscountMode {
+/// What a discount's rate is.
 enum type : int {
     None = 0,
     Sum = 2, ///< the rate is an amount of money, not a percentage
@@ -56,6 +61,7 @@ enum type : int {
 } // namespace EDiscountMode
 
 namespace EDiscountObject {
+/// What a discount is given on.
 enum type : int {
     Document = 0, ///< the discount is one of the whole receipt, spread over its positions
     Position = 1,
@@ -63,6 +69,7 @@ enum type : int {
 } // namespace EDiscountObject
 
 namespace EImpactSource {
+/// Who gave a discount.
 enum source : int {
     None = 0,
     LoyaltySystem = 2,

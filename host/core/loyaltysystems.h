@@ -14,6 +14,7 @@ public:
     /// False, and nothing changed, when another system of the same type is registered. The same one again is
     /// fine.
     bool add(BasicLoyaltySystem* system);
+    /// Forgets the system; fine when it is not registered.
     void remove(BasicLoyaltySystem* system);
     /// The registered system of that type, or null.
     [[nodiscard]] BasicLoyaltySystem* find(LoyaltySystemType type) const;

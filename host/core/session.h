@@ -15,6 +15,7 @@ public:
 
     /// Under which code the shop is known to the loyalty service.
     [[nodiscard]] virtual QString getShopCode() const { return m_shopCode; }
+    /// A text of the shop's configuration; unless set, empty.
     void setShopCode(const QString& code) { m_shopCode = code; }
 
 private:
@@ -29,6 +30,7 @@ public:
 
     /// The current document, shared with the session; null between receipts.
     [[nodiscard]] virtual QSharedPointer<AbstractDocument> getDocument() const { return m_document; }
+    /// Shared with the caller; null: there is none any more.
     void setDocument(const QSharedPointer<AbstractDocument>& document) { m_document = document; }
 
     /// Never null, shared with the session.

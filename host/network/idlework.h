@@ -14,6 +14,7 @@
 class HOST_EXPORT IdleWork
 {
 public:
+    /// The work of the present thread from now on.
     explicit IdleWork(std::function<void()> work);
     ~IdleWork();
     IdleWork(const IdleWork&) = delete;
@@ -21,6 +22,7 @@ public:
 
     /// The present thread's, or null.
     [[nodiscard]] static const IdleWork* current();
+    /// Does the work once; for the request that waits.
     void operator()() const { m_work(); }
 
 private:

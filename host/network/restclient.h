@@ -20,9 +20,9 @@
 /// stars take the place of credentials that the answer's JSON repeats.
 struct RestExchange
 {
-    QString method;
-    QUrl url;
-    QByteArray requestBody;
+    QString method;          ///<"GET", "POST" or "PUT"
+    QUrl url;                ///< without user info
+    QByteArray requestBody;  ///< as sent; empty when there was none
     int status = 0;          ///< HTTP status of the answer, 0 when there was none
     int errorCode = 0;       ///< what getErrorCode() says of this exchange
     QByteArray answerBody;   ///< empty when the answer was cut short or refused
@@ -94,10 +94,12 @@ public:
     /// POST and PUT send the body byte for byte. Where the headers have no Content-Type, a body is said to be
     /// "application/json".
     virtual void post(const QUrl& url, const QByteArray& body, const QHash<QString, QString>& headers);
+    /// As post().
     virtual void put(const QUrl& url, const QByteArray& body, const QHash<QString, QString>& headers);
 
-    /// The body of the last answer, parsed from JSON; that of an error status as well, with stars in place of
-    /// the request's credentials. Invalid when there is none or it is not JSON.
+    /// The body of the last answer, parsed from JSON (QVariantMap, QVariantList, text, double or whole
+    /// number, bool, null); that of an error status as well, with stars in place of the request's
+    /// credentials. Invalid when there is none or it is not JSON.
     [[nodiscard]] virtual QVariant getResponse() const;
 
     /// 0 after a 2xx whose body is a JSON object, or to a GET any JSON or empty; the HTTP status when it is

@@ -28,10 +28,11 @@ public:
     DBQueueBroker(const DBQueueBroker&) = delete;
     DBQueueBroker& operator=(const DBQueueBroker&) = delete;
 
-    /// Puts a message into the named queue; when it returns, the message is durable. `message` holds
-    /// "method", "url", "headers" (map), "body" (bytes) and "timeout" (seconds); `text` describes it to the
-    /// administrator. Throws BasicException when the message cannot be kept; then it is not in the queue, and
-    /// the next call tries the file anew.
+    /// Puts a message into the named queue; when it returns, the message is durable. `message` holds "method"
+    /// (text: POST, PUT, or GET without a body), "url" (text, absolute), "headers" (map of texts by name),
+    /// "body" (bytes) and "timeout" (whole number of seconds); `text` describes it to the administrator.
+    /// Throws BasicException when the message cannot be kept; then it is not in the queue, and the next call
+    /// tries the file anew.
     virtual void enqueue(const QString& queueName, const QVariantMap& message, const QString& text);
 
     /// Who says which receipt a message that is just enqueued belongs to: messages of one receipt are

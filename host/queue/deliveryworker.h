@@ -12,20 +12,22 @@
 /// What a DeliveryWorker is about.
 struct DeliveryState
 {
+    /// What the worker is doing.
     enum class Phase {
-        Starting,
+        Starting,   ///< has not looked at the data directory yet
         Standby,    ///< another worker, maybe of another program, delivers this queue
         Delivering, ///< it is this one's to deliver
         Trouble,    ///< the data directory can't be used; tried again after a growing pause
-        Stopped,
+        Stopped,    ///< has ended, or is about to
     };
 
-    Phase phase = Phase::Starting;
-    int delivered = 0; ///< by this worker
-    int failed = 0;    ///< attempts of this worker that were not successful
-    QString lastError; ///< of the last attempt: for the administrator; empty after a success
-    QString trouble;   ///< in Trouble: why, as the host shows it
+    Phase phase = Phase::Starting; ///< what it is doing
+    int delivered = 0;             ///< by this worker
+    int failed = 0;                ///< attempts of this worker that were not successful
+    QString lastError;             ///< of the last attempt: for the administrator; empty after a success
+    QString trouble;               ///< in Trouble: why, as the host shows it
 
+    /// Equal in every member.
     friend bool operator==(const DeliveryState&, const DeliveryState&) = default;
 };
 
@@ -39,9 +41,10 @@ struct DeliveryState
 class HOST_EXPORT DeliveryWorker
 {
 public:
+    /// What a worker is told; every member may be left as it is.
     struct Options
     {
-        QueueDelivery::Options delivery;
+        QueueDelivery::Options delivery; ///< how it sends; its functions are called in the worker's thread
         /// Told of each change of the state, in the worker's thread, one change after the other. It must not
         /// destroy the worker.
         std::function<void(const DeliveryState&)> changed;
@@ -49,6 +52,7 @@ public:
     };
 
     DeliveryWorker();
+    /// Starts the thread.
     explicit DeliveryWorker(Options options);
     /// Waits until the message in hand has its answer, for as long as its timeout, and begins no other; a
     /// pause is cut short.

@@ -13,6 +13,7 @@
 /// One message of the outgoing queue.
 struct QueuedMessage
 {
+    /// What is to become of it.
     enum class State {
         Waiting, ///< to be sent
         Parked,  ///< refused by the service; stays until somebody retries or drops it
@@ -27,8 +28,8 @@ struct QueuedMessage
     int attempts = 0;    ///< how often sending it failed
     QDateTime due;       ///< UTC; the next attempt is made then, when its group and the service let it
     QString lastError; ///< why the last attempt failed, for the administrator; may be the service's own words
-    State state = State::Waiting;
-    bool damaged = false; ///< the stored message is not what was put in
+    State state = State::Waiting; ///< whether it is to be sent
+    bool damaged = false;         ///< the stored message is not what was put in
 };
 
 /// What one attempt to send a message came to.
@@ -50,8 +51,8 @@ struct CredentialsSuspension
 /// The queue at a glance. Times are UTC.
 struct QueueHealth
 {
-    int waiting = 0;
-    int parked = 0;
+    int waiting = 0;                ///< how many messages are to be sent
+    int parked = 0;                 ///< how many are set aside
     QDateTime oldestWaiting;        ///< when the one that waits longest was put in; invalid: none waits
     QDateTime credentialsSuspended; ///< since when the service refuses the credentials; invalid: it does not
     QDateTime lastDelivered;        ///< invalid: nothing yet
@@ -89,8 +90,11 @@ public:
 
     // Each takes the same time however many messages wait.
 
+    /// How many messages are to be sent.
     [[nodiscard]] int waitingCount() const;
+    /// How many messages are set aside.
     [[nodiscard]] int parkedCount() const;
+    /// All of it at a glance.
     [[nodiscard]] QueueHealth health() const;
     /// What to send next of all that nothing of its group holds up: the one that was due first, at `until` at
     /// the latest. One that would be due later than the longest pause after `now` counts as due: the clock

@@ -32,6 +32,7 @@ struct SendingOutcome;
 class HOST_EXPORT QueueDelivery
 {
 public:
+    /// What a delivery is told; every member may be left empty.
     struct Options
     {
         /// Says the present "Authorization" header for that URL, which then takes the place of the stored
@@ -46,6 +47,7 @@ public:
         std::function<void(const QueuedMessage&, const QueueAttempt&)> attempted;
     };
 
+    /// What came of a run.
     struct Summary
     {
         int delivered = 0;  ///< by this run
@@ -61,6 +63,7 @@ public:
 
     /// The queue must outlive the delivery and belong to the same thread.
     explicit QueueDelivery(MessageQueue& queue);
+    /// The same, with these options.
     QueueDelivery(MessageQueue& queue, Options options);
 
     /// Ends every pause and goes once over what is in the queue, waiting for each answer. A stop is heeded

@@ -83,7 +83,8 @@ QString dataFile(const QString& name)
     const QString& path = named.path;
     if (path.isEmpty())
         throw BasicException(tr::Tr(u"hostDataDirectoryUnset"_s,
-                                    u"Не указана папка данных кассы: сохранить и прочитать данные негде"_s));
+                                    u"Не указана папка данных кассы: сохранить и прочитать данные негде "
+                                    "(программа кассы не вызвала storage::setDataDirectory)"_s));
     if (named.descriptor < 0) {
         if (!QFileInfo(path).isDir())
             make(path);

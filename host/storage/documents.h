@@ -15,7 +15,7 @@ class Database;
 /// A closed sale as a list of them shows it.
 struct ClosedSale
 {
-    QString identifier;
+    QString identifier;                        ///< the sale's
     QSharedPointer<AbstractDocument> document; ///< null: it is damaged
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/storage/database.h"
+#include "host/storage/transaction.h"
 
 #include <memory>
 #include <utility>
@@ -17,25 +18,6 @@ HOST_EXPORT std::shared_ptr<Database> store();
 void requireSameStore();
 /// The store was set aside, and that is told: the next one may be another.
 void forgetStore();
-
-/// Everything that this thread changes in the store between construction and commit() is one commit; without
-/// commit() nothing of it was done. Other threads and programs wait for it to write, so no exchange with the
-/// service belongs inside. Not to be nested. Database::atomically() inside it joins it. Once something inside
-/// has failed, further changes and commit() throw, even when the failure was caught.
-class HOST_EXPORT Transaction
-{
-public:
-    Transaction();
-    ~Transaction();
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-
-    /// Durable on return. When it throws, nothing was done.
-    void commit();
-
-private:
-    std::shared_ptr<Database> m_store;
-};
 
 /// What lives on the store's connection, such as a MessageQueue: made when it is first asked for, and made
 /// anew when the connection is another since. One that stayed on a connection given up would find the store

@@ -14,6 +14,7 @@
 class HOST_EXPORT ConfigError : public std::runtime_error
 {
 public:
+    /// The problems, one a line; `what()` is the same in UTF-8.
     explicit ConfigError(const QString& problems)
         : std::runtime_error(problems.toStdString())
     {}
@@ -22,10 +23,11 @@ public:
 /// A key that this installation knows.
 struct ConfigKey
 {
+    /// What the value of a key can be.
     enum class Type { Text, Integer, Boolean };
 
-    QString name; ///< "Table:key", as everywhere in the host
-    Type type;
+    QString name;     ///< "Table:key", as everywhere in the host
+    Type type;        ///< values of another one are refused
     QString expected; ///< what a value looks like, for messages: "seconds to wait for an answer, such as 10"
 };
 
@@ -52,7 +54,9 @@ public:
     /// The value of the key, or `defaultValue` when the key has none. Throws ConfigError when the value is of
     /// another type: a default in its place would hide the mistake.
     [[nodiscard]] virtual QString getString(const QString& key, const QString& defaultValue) const;
+    /// The same for a whole number of 32 bits.
     [[nodiscard]] virtual int getInt(const QString& key, int defaultValue) const;
+    /// The same for true and false.
     [[nodiscard]] virtual bool getBool(const QString& key, bool defaultValue) const;
 
 private:

@@ -33,7 +33,9 @@ concept Gadget = requires
 template <class T>
 struct default_serder_type
 {
+    /// The value in a variant.
     static QVariant serialize(const T& value) { return QVariant::fromValue(value); }
+    /// The value in the variant; a default-made one when that holds another type.
     static T deserialize(const QVariant& value) { return value.value<T>(); }
 };
 
@@ -41,8 +43,10 @@ struct default_serder_type
 template <Gadget T>
 struct default_serder_type<T>
 {
+    /// A map from property name to value.
     static QVariant serialize(const T& value) { return serializeGadget(T::staticMetaObject, &value); }
 
+    /// A default-made gadget with what the map holds for its properties.
     static T deserialize(const QVariant& value)
     {
         T result;
@@ -55,6 +59,7 @@ struct default_serder_type<T>
 template <class T>
 struct default_serder_type<QList<T>>
 {
+    /// A QVariantList with an entry for each value.
     static QVariant serialize(const QList<T>& values)
     {
         QVariantList result;
@@ -64,6 +69,7 @@ struct default_serder_type<QList<T>>
         return result;
     }
 
+    /// A value for each entry; none when the variant is no list.
     static QList<T> deserialize(const QVariant& value)
     {
         const QVariantList entries = value.toList();

@@ -11,6 +11,7 @@ template <class T>
 class Singleton
 {
 public:
+    /// The one object, or null when nobody has needed it yet.
     static T* instance;
 };
 

@@ -14,6 +14,7 @@ class HOST_EXPORT Tr
 {
 public:
     Tr() = default;
+    /// The identifier and the Russian text, which may hold "%1".
     Tr(const QString& id, const QString& text)
         : m_id(id)
         , m_ru(text)
@@ -22,8 +23,11 @@ public:
     /// A text that nobody translates, such as one that the service sent: its identifier is "undefined".
     [[nodiscard]] static Tr untranslated(const QString& text);
 
+    /// Under which the host finds translations; empty for an empty text.
     [[nodiscard]] QString id() const { return m_id; }
+    /// The Russian text.
     [[nodiscard]] QString ru() const { return m_ru; }
+    /// Whether there is nothing to show.
     [[nodiscard]] bool isEmpty() const { return m_ru.isEmpty(); }
 
     /// This text with `value` in place of its lowest-numbered placeholder ("%1"). The value is put in as it
@@ -33,6 +37,7 @@ public:
     /// The text wrapped in a variant, as an argument of an event carries it.
     operator QVariant() const { return QVariant::fromValue(*this); } // NOLINT(google-explicit-constructor)
 
+    /// Equal in identifier and text.
     bool operator==(const Tr&) const = default;
 
 private:

@@ -11,6 +11,7 @@ namespace Log4Qt {
 class __attribute__((visibility("default"))) Logger
 {
 public:
+    /// For LogManager, which gives out one for each name.
     explicit Logger(const QString& name)
         : m_name(name.toUtf8())
         , m_category(m_name.constData(), QtDebugMsg)
@@ -18,12 +19,18 @@ public:
     Logger(const Logger&) = delete;
     Logger& operator=(const Logger&) = delete;
 
+    /// As it was given.
     [[nodiscard]] QString name() const { return QString::fromUtf8(m_name); }
 
-    /// Each writes one line as it stands; nothing in it is a placeholder.
+    // Each writes one line as it stands; nothing in it is a placeholder.
+
+    /// Writes one line at Qt's level "debug".
     void debug(const QString& message) const { qCDebug(m_category).noquote() << message; }
+    /// Writes one line at Qt's level "info".
     void info(const QString& message) const { qCInfo(m_category).noquote() << message; }
+    /// Writes one line at Qt's level "warning".
     void warn(const QString& message) const { qCWarning(m_category).noquote() << message; }
+    /// Writes one line at Qt's level "critical".
     void error(const QString& message) const { qCCritical(m_category).noquote() << message; }
 
 private:

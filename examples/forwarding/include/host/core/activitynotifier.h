@@ -1,0 +1,4 @@
+#pragma once
+
+#include "host/core/names.h"
+#include <pos/activitynotifier.h>
