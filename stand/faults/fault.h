@@ -9,7 +9,7 @@
 
 namespace stand {
 
-/// What can go wrong with a call, in the order of the table in fault.cpp.
+/// What can go wrong with a call, in the order of the table in faultkinds.cpp.
 enum class FaultKind {
     Refuse,
     Reset,

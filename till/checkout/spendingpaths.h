@@ -7,8 +7,8 @@ namespace till {
 
 /// A path of the service's on which a request moves points at once. The plug-in's interface names none, yet
 /// the till has to tell them: it marks a spending as unknown before the request leaves, and to mark every
-/// request would hold up the cashier for a lost question about the limit. All that the till knows of the
-/// service's paths stands here.
+/// request would hold up the cashier for a lost question about the limit. No other path of the service's
+/// decides anything at the till.
 struct SpendingPath
 {
     QLatin1StringView end; ///< how its addresses end

@@ -6,23 +6,30 @@ namespace till {
 
 namespace {
 
-using Obstacle = QStringView;
+/// What is said to the cashier. There is none by default, so that the table lacks no row and no cell.
+struct Obstacle
+{
+    explicit constexpr Obstacle(QStringView words)
+        : text(words)
+    {}
+    QStringView text;
+};
 
-constexpr Obstacle none;
-constexpr Obstacle noReceipt = u"Чек не открыт: сначала откройте его";
-constexpr Obstacle notClosed = u"Чек %1 не закрыт, в нём списаны баллы: оплатите его или отмените";
-constexpr Obstacle ofReturn = u"Позиции возврата не меняются: отмените его и начните заново";
-constexpr Obstacle cardOfSale = u"Карта возврата — та же, что в продаже: другую не указать";
-constexpr Obstacle noSpending = u"Чек %1 — возврат: баллы в нём не списываются";
-constexpr Obstacle linesSettled = u"Баллы уже списаны: позиции не изменить. Оплатите чек или отмените его";
+constexpr Obstacle none{QStringView()};
+constexpr Obstacle noReceipt{u"Чек не открыт: сначала откройте его"};
+constexpr Obstacle notClosed{u"Чек %1 не закрыт, в нём списаны баллы: оплатите его или отмените"};
+constexpr Obstacle ofReturn{u"Позиции возврата не меняются: отмените его и начните заново"};
+constexpr Obstacle cardOfSale{u"Карта возврата — та же, что в продаже: другую не указать"};
+constexpr Obstacle noSpending{u"Чек %1 — возврат: баллы в нём не списываются"};
+constexpr Obstacle linesSettled{u"Баллы уже списаны: позиции не изменить. Оплатите чек или отмените его"};
 // Another card's record would not know the numbers of what was done with this one.
-constexpr Obstacle cardSettled = u"В чеке уже списаны баллы: карту не сменить. Отмените чек";
-constexpr Obstacle spent =
-    u"В чеке уже списаны баллы: второе списание сервис не отличит от первого. Отмените чек";
-constexpr Obstacle unknown =
-    u"Чек %1: исход списания %2 баллов неизвестен, повторите списание той же суммы или отмените чек";
-constexpr Obstacle paying = u"Чек %1 уже оплачивается: завершите оплату";
-constexpr Obstacle leaving = u"Чек %1 отменяется: завершите отмену";
+constexpr Obstacle cardSettled{u"В чеке уже списаны баллы: карту не сменить. Отмените чек"};
+constexpr Obstacle spent{
+    u"В чеке уже списаны баллы: второе списание сервис не отличит от первого. Отмените чек"};
+constexpr Obstacle unknown{
+    u"Чек %1: исход списания %2 баллов неизвестен, повторите списание той же суммы или отмените чек"};
+constexpr Obstacle paying{u"Чек %1 уже оплачивается: завершите оплату"};
+constexpr Obstacle leaving{u"Чек %1 отменяется: завершите отмену"};
 
 // A new receipt may push an unpaid one aside, but not one that the service knows of.
 // clang-format off
@@ -45,7 +52,7 @@ constexpr std::array<std::array<Obstacle, states.size()>, actions.size()> table{
 
 QStringView obstacle(Action action, State state)
 {
-    return table.at(static_cast<std::size_t>(action)).at(static_cast<std::size_t>(state));
+    return table.at(static_cast<std::size_t>(action)).at(static_cast<std::size_t>(state)).text;
 }
 
 } // namespace till
