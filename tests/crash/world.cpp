@@ -7,28 +7,18 @@
 #include <stdexcept>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 
 namespace crashtest {
 
 namespace {
 
-const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
-const QByteArray spend = R"({ "do": "spendPoints", "points": 100, "code": "1234" })";
-const QByteArray pay = R"({ "do": "pay" })";
-const QByteArray deliver = R"({ "do": "deliver" })";
+const Step card = identifyByCard("2000000000055");
+const Step spend = spendPoints(100).withCode("1234");
 
-QByteArray sale(const QByteArray& id)
-{
-    return R"({ "do": "openSale", "id": ")" + id +
-           R"(", "positions": [ { "articul": "1", "name": "Чай", "price": 150, "quantity": 2 },
-                { "articul": "2", "name": "Мёд", "price": 99.9, "quantity": 1 } ] })";
-}
+Step sale(const char* id) { return openSale(id, {tea(150, 2), honey(99.9)}); }
 
-QByteArray returnOf(const QByteArray& id, const QByteArray& quantity)
-{
-    return R"({ "do": "openReturn", "id": ")" + id +
-           R"(", "of": "R-1", "positions": [ { "posnum": 1, "quantity": )" + quantity + " } ] }";
-}
+Step returnOf(const char* id) { return openReturn(id, "R-1", {position(1)}); }
 
 void write(const QString& path, const QByteArray& content)
 {
@@ -42,29 +32,26 @@ void write(const QString& path, const QByteArray& content)
 const QList<Scenario>& scenarios()
 {
     using test_support::LossyProxy;
-    const QByteArray request = R"({ "do": "request" })";
-    const QByteArray rollback = R"({ "do": "rollback" })";
-    const QByteArray maySpend = spend.chopped(1) + R"(, "mayFail": true })";
     static const QList<Scenario> all{
-        {"Sale", {sale("R-1"), card, request, spend, pay, deliver}},
+        {"Sale", sale("R-1") + card + request() + spend + pay() + deliver()},
         {"SaleWithCode",
-         {sale("R-1"), card, spend, pay, deliver},
-         R"({ "KYRLoyalty:smsVerification": true })"},
+         sale("R-1") + card + spend + pay() + deliver(),
+         {{u"KYRLoyalty:smsVerification"_s, true}}},
         {"Returns",
-         {sale("R-1"), card, spend, pay, returnOf("V-1", "1"), pay, returnOf("V-2", "1"), pay, deliver}},
-        {"Rollback", {sale("R-1"), card, spend, rollback, sale("R-2"), card, pay, deliver}},
-        {"Anonymous", {sale("R-1"), pay, returnOf("V-1", "1"), pay, deliver}},
+         sale("R-1") + card + spend + pay() + returnOf("V-1") + pay() + returnOf("V-2") + pay() + deliver()},
+        {"Rollback", sale("R-1") + card + spend + rollback() + sale("R-2") + card + pay() + deliver()},
+        {"Anonymous", sale("R-1") + pay() + returnOf("V-1") + pay() + deliver()},
         {"OfflineEarning",
-         {sale("R-1"), card, spend, pay, deliver},
-         "{}",
+         sale("R-1") + card + spend + pay() + deliver(),
+         {},
          [](LossyProxy& proxy) { proxy.answerInstead("/payment-b2c", 503); }},
         {"OfflineRollback",
-         {sale("R-1"), card, spend, rollback, deliver},
-         "{}",
+         sale("R-1") + card + spend + rollback() + deliver(),
+         {},
          [](LossyProxy& proxy) { proxy.answerInstead("/cancel-payment", 503); }},
         {"LostSpending",
-         {sale("R-1"), card, maySpend, maySpend, pay, deliver},
-         "{}",
+         sale("R-1") + card + spend.mayFail() + spend.mayFail() + pay() + deliver(),
+         {},
          [](LossyProxy& proxy) { proxy.loseAnswer("/force-payment-c2b"); }},
     };
     return all;
@@ -87,11 +74,12 @@ World::World(const Scenario& scenario)
 QStringList World::arguments(qsizetype firstStep)
 {
     moveClockOn();
-    QList<QByteArray> steps = m_scenario.steps.sliced(qMin(firstStep, m_scenario.steps.size() - 1));
-    if (m_runs > 1 && !steps.first().contains("mayFail"))
-        steps.first() = steps.first().chopped(1) + R"(, "mayFail": true })";
+    const QList<Step>& all = m_scenario.steps.list();
+    QList<Step> steps = all.sliced(qMin(firstStep, all.size() - 1));
+    if (m_runs > 1)
+        steps.first() = steps.first().mayFail();
     const QString file = m_directory.filePath(u"scenario%1.json"_s.arg(m_runs));
-    write(file, R"({ "config": )" + m_scenario.config + R"(, "steps": [ )" + steps.join(", ") + " ] }");
+    write(file, scenario(steps, m_scenario.config));
     return {u"run"_s,        file,           u"--json"_s, u"--config"_s, m_directory.filePath(u"till.toml"_s),
             u"--data-dir"_s, dataDirectory()};
 }

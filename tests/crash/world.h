@@ -3,6 +3,7 @@
 #include "tests/crash/tracedtill.h"
 #include "tests/stand/standprocess.h"
 #include "tests/support/lossyproxy.h"
+#include "tests/support/steps.h"
 
 #include <QTemporaryDir>
 
@@ -14,8 +15,8 @@ namespace crashtest {
 struct Scenario
 {
     const char* name;
-    QList<QByteArray> steps; ///< the last one delivers the queue
-    QByteArray config = "{}";
+    story::Steps steps; ///< the last one delivers the queue
+    QJsonObject config = {};
     /// What goes wrong with the service, besides.
     std::function<void(test_support::LossyProxy&)> faults = {};
 };

@@ -1,63 +1,54 @@
 #include "tests/soak/receipts.h"
 
-#include <QList>
+#include "tests/support/steps.h"
+
+using namespace story;
 
 namespace soaktest {
 
 namespace {
 
-const QByteArray spend = R"({ "do": "spendPoints", "points": 100 })";
-const QByteArray pay = R"({ "do": "pay" })";
-const QByteArray rollback = R"({ "do": "rollback" })";
+Step saleOf(const QByteArray& number) { return openSale("R-" + number, {tea(150, 2), honey(99.9)}); }
 
-QByteArray sale(const QByteArray& number)
+Step returned(const QByteArray& number, const char* which, const QList<Back>& positions)
 {
-    return R"({ "do": "openSale", "id": "R-)" + number +
-           R"(", "positions": [ { "articul": "1", "name": "Чай", "price": 150, "quantity": 2 },
-                { "articul": "2", "name": "Мёд", "price": 99.9, "quantity": 1 } ] })";
+    return openReturn("V-" + number + which, "R-" + number, positions);
 }
 
-QByteArray card(const QByteArray& number)
-{
-    return R"({ "do": "identifyByCard", "card": ")" + number + "\" }";
-}
+const Back oneTea = position(1);
+const Back honeyJar = position(2);
+const QList<Back> allOfIt{position(1, 2), honeyJar};
 
-QByteArray returned(const QByteArray& number, const QByteArray& which, const QByteArray& positions)
+/// One receipt, and what comes at the end of the day.
+struct Receipt
 {
-    return R"({ "do": "openReturn", "id": "V-)" + number + which + R"(", "of": "R-)" + number +
-           R"(", "positions": [ )" + positions + " ] }";
-}
-
-const QByteArray oneTea = R"({ "posnum": 1, "quantity": 1 })";
-const QByteArray honey = R"({ "posnum": 2, "quantity": 1 })";
-const QByteArray allOfIt = R"({ "posnum": 1, "quantity": 2 }, )" + honey;
-
-/// The steps of one receipt, and those that come at the end of the day.
-struct Steps
-{
-    QList<QByteArray> now;
-    QList<QByteArray> later = {};
+    Steps now;
+    Steps later = {};
 };
 
-Steps stepsOf(int index)
+Receipt receiptOf(int index)
 {
     const QByteArray n = QByteArray::number(index + 1);
-    const QByteArray rich = card("2000000000031"); // so that no spending depends on what came before it
-    const QByteArray plain = card("2000000000017");
+    const Step sale = saleOf(n);
+    const Step rich = identifyByCard("2000000000031"); // so that no spending depends on what came before it
+    const Step plain = identifyByCard("2000000000017");
+    const Step spend = spendPoints(100);
     constexpr int kinds = 6;
     switch (index % kinds) {
     case 0:
-        return {{sale(n), rich, spend, pay}, {returned(n, "a", oneTea), pay, returned(n, "b", honey), pay}};
+        return {sale + rich + spend + pay(),
+                returned(n, "a", {oneTea}) + pay() + returned(n, "b", {honeyJar}) + pay()};
     case 1:
-        return {{sale(n), pay, returned(n, "a", oneTea), pay}};
+        return {sale + pay() + returned(n, "a", {oneTea}) + pay()};
     case 2:
-        return {{sale(n), rich, spend, rollback}};
+        return {sale + rich + spend + rollback()};
     case 3:
-        return {{sale(n), plain, pay, returned(n, "a", allOfIt), pay}};
+        return {sale + plain + pay() + returned(n, "a", allOfIt) + pay()};
     case 4:
-        return {{sale(n), pay}, {returned(n, "a", allOfIt), pay}};
+        return {sale + pay(), returned(n, "a", allOfIt) + pay()};
     default:
-        return {{sale(n), rich, spend, pay, returned(n, "a", oneTea), pay}, {returned(n, "b", oneTea), pay}};
+        return {sale + rich + spend + pay() + returned(n, "a", {oneTea}) + pay(),
+                returned(n, "b", {oneTea}) + pay()};
     }
 }
 
@@ -65,14 +56,14 @@ Steps stepsOf(int index)
 
 QByteArray scenarioWith(int receipts)
 {
-    QList<QByteArray> steps;
-    QList<QByteArray> later;
+    Steps steps;
+    Steps later;
     for (int index = 0; index < receipts; ++index) {
-        const Steps own = stepsOf(index);
-        steps += own.now;
-        later += own.later;
+        const Receipt receipt = receiptOf(index);
+        steps += receipt.now;
+        later += receipt.later;
     }
-    return R"({ "steps": [ )" + (steps + later).join(",\n") + " ] }";
+    return scenario(steps + later);
 }
 
 } // namespace soaktest

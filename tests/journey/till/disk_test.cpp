@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::AnyOf;
 using ::testing::Contains;
 using ::testing::HasSubstr;
@@ -16,17 +17,9 @@ namespace tilltest {
 
 namespace {
 
-const QByteArray request = R"({ "do": "request" })";
-const QByteArray pay = R"({ "do": "pay" })";
-const QByteArray plain =
-    R"({ "do": "openSale", "id": "R-2", "positions": [ { "articul": "2", "name": "Мёд", "price": 99.9, "quantity": 1 } ] })";
-const QByteArray deliver = R"({ "do": "deliver" })";
+const Step plain = openSale("R-2", {honey(99.9)});
 
-QByteArray returnOf(const QByteArray& sold)
-{
-    return R"({ "do": "openReturn", "id": "V-1", "of": ")" + sold +
-           R"(", "positions": [ { "posnum": 1, "quantity": 1 } ] })";
-}
+Step returnOf(const char* sold) { return openReturn("V-1", sold, {position(1)}); }
 
 /// The service tells receipts apart by the second, and the shell goes by the real clock: no sale is returned
 /// before its numbers have passed.
@@ -37,8 +30,6 @@ void letNumbersPass()
     while (QDateTime::currentSecsSinceEpoch() < later)
         QThread::msleep(20);
 }
-
-std::string errorOf(const QJsonObject& line) { return line.value(u"error"_s).toString().toStdString(); }
 
 /// Has a disk of its own to fill, which a container may forbid: there the injected failures of the tests
 /// below, which need no mount, stand alone. Where the project is judged nothing is left out.
@@ -63,24 +54,24 @@ TEST_F(TillMountedDisk, FullAtAnyStepIsSaidAndPromisesNothingAndTheReceiptGoesOn
     const Place place;
     QProcess shell;
     place.startShellOnSmallDisk(shell);
-    ASSERT_TRUE(play(shell, deliver).value(u"ok"_s).toBool()) << "it is up";
-    for (const QByteArray& step : {sale, card, request, spend, pay, returnOf("R-1"), pay}) {
+    ASSERT_TRUE(play(shell, deliver()).value(u"ok"_s).toBool()) << "it is up";
+    for (const Step& step : {sale, card, request(), spend, pay(), returnOf("R-1"), pay()}) {
         if (step == returnOf("R-1"))
             letNumbersPass();
         const qint64 before = place.lastExchange();
         {
             const FilledDisk full(place.smallDisk(shell));
             const QJsonObject refused = play(shell, step);
-            EXPECT_FALSE(refused.value(u"ok"_s).toBool()) << step.toStdString();
+            EXPECT_FALSE(refused.value(u"ok"_s).toBool()) << step;
             EXPECT_THAT(errorOf(refused), HasSubstr("Не сохранено: на диске нет места для файла"));
             EXPECT_TRUE(refused.value(u"unknown"_s).isNull());
             EXPECT_EQ(refused.value(u"queued"_s).toInt(), 0);
         }
-        EXPECT_THAT(place.asked(before), Not(Contains(u"POST"_s))) << step.toStdString() << ": nothing left";
+        EXPECT_THAT(place.asked(before), Not(Contains(u"POST"_s))) << step << ": nothing left";
         const QJsonObject again = play(shell, step);
-        EXPECT_TRUE(again.value(u"ok"_s).toBool()) << step.toStdString() << ": " << errorOf(again);
+        EXPECT_TRUE(again.value(u"ok"_s).toBool()) << step << ": " << errorOf(again);
     }
-    EXPECT_TRUE(play(shell, deliver).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(shell, deliver()).value(u"ok"_s).toBool());
     end(shell);
     EXPECT_EQ(place.operations(),
               QStringList({u"spending 100"_s, u"earning 10"_s, u"refusal 10"_s, u"refusal 100"_s}));
@@ -102,10 +93,10 @@ TEST_P(TillDiskCall, FailingAtAnyStepStopsTheReceiptForNoLongerThanItFails)
     const Place place;
     QProcess shell;
     place.startShell(shell);
-    const QJsonObject first = play(shell, deliver);
+    const QJsonObject first = play(shell, deliver());
     ASSERT_TRUE(first.value(u"ok"_s).toBool()) << errorOf(first);
     int failed = 0;
-    for (const QByteArray& step : {sale, card, request, spend, pay, plain, pay, returnOf("R-2"), pay}) {
+    for (const Step& step : {sale, card, request(), spend, pay(), plain, pay(), returnOf("R-2"), pay()}) {
         QJsonObject line;
         {
             const FailingCall full(shell, QString::fromLatin1(GetParam()));
@@ -117,10 +108,10 @@ TEST_P(TillDiskCall, FailingAtAnyStepStopsTheReceiptForNoLongerThanItFails)
         EXPECT_THAT(errorOf(line), AnyOf(HasSubstr("Не сохранено: на диске нет места для файла"),
                                          HasSubstr("Ошибка чтения или записи файла")));
         const QJsonObject again = play(shell, step);
-        EXPECT_TRUE(again.value(u"ok"_s).toBool()) << step.toStdString() << ": " << errorOf(again);
+        EXPECT_TRUE(again.value(u"ok"_s).toBool()) << step << ": " << errorOf(again);
     }
     EXPECT_GT(failed, 0);
-    EXPECT_TRUE(play(shell, deliver).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(shell, deliver()).value(u"ok"_s).toBool());
     end(shell);
     EXPECT_EQ(place.operations(),
               QStringList({u"spending 100"_s, u"earning 10"_s, u"POST R-2"_s, u"PUT V-1"_s}));
@@ -136,16 +127,16 @@ TEST(TillDisk, ThatDoesNotLetGoOfAFinishedReceiptsFileDoesNotUndoWhatIsFinished)
     const Place place;
     QProcess shell;
     place.startShell(shell);
-    for (const QByteArray& step : {sale, card, spend})
+    for (const Step& step : {sale, card, spend})
         ASSERT_TRUE(play(shell, step).value(u"ok"_s).toBool());
     {
         const FailingCall stuck(shell, u"unlink"_s);
-        EXPECT_TRUE(play(shell, pay).value(u"ok"_s).toBool()) << "it is paid";
+        EXPECT_TRUE(play(shell, pay()).value(u"ok"_s).toBool()) << "it is paid";
     }
     EXPECT_TRUE(place.hasOpenReceipt());
-    EXPECT_TRUE(play(shell, R"({ "do": "restart" })").value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(shell, restart()).value(u"ok"_s).toBool());
     EXPECT_FALSE(place.hasOpenReceipt());
-    EXPECT_FALSE(play(shell, pay).value(u"ok"_s).toBool()) << "it is not open any more";
+    EXPECT_FALSE(play(shell, pay()).value(u"ok"_s).toBool()) << "it is not open any more";
     end(shell);
     EXPECT_EQ(place.operations(), QStringList({u"spending 100"_s, u"earning 10"_s}));
 }
@@ -159,7 +150,7 @@ TEST(TillDisk, FullBetweenARequestAndItsAnswerLeavesTheOutcomeUnknownUntilThereI
         const Place place;
         QProcess shell;
         place.startShell(shell);
-        for (const QByteArray& step : {sale, card})
+        for (const Step& step : {sale, card})
             ASSERT_TRUE(play(shell, step).value(u"ok"_s).toBool());
         QJsonObject line;
         {
@@ -172,7 +163,7 @@ TEST(TillDisk, FullBetweenARequestAndItsAnswerLeavesTheOutcomeUnknownUntilThereI
             lost += left ? 1 : 0;
             EXPECT_TRUE(play(shell, spend).value(u"ok"_s).toBool()) << "from the " << number << ". call on";
         }
-        EXPECT_TRUE(play(shell, pay).value(u"ok"_s).toBool());
+        EXPECT_TRUE(play(shell, pay()).value(u"ok"_s).toBool());
         end(shell);
         EXPECT_EQ(place.operations(), QStringList({u"spending 100"_s, u"earning 10"_s}));
     }
@@ -187,8 +178,8 @@ TEST_F(TillMountedDisk, ThatMayNotBeWrittenEndsEveryTillAtOnceWithAClearWord)
     play(shell, sale);
     end(shell);
     const Files files;
-    const QString scenario = files.write(u"s.json"_s, scenarioOfSteps(pay));
-    for (const QStringList& command : {QStringList{u"run"_s, scenario}, QStringList{u"shell"_s},
+    const QString file = files.write(u"s.json"_s, scenario(pay()));
+    for (const QStringList& command : {QStringList{u"run"_s, file}, QStringList{u"shell"_s},
                                        QStringList{u"deliver"_s}, QStringList{u"queue"_s, u"deliver"_s}}) {
         QProcess till;
         place.startReadOnly(till, command);

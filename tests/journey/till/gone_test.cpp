@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -13,7 +14,6 @@ namespace tilltest {
 
 namespace {
 
-const QByteArray pay = R"({ "do": "pay" })";
 const char* const gone = "удалены или подменены во время работы";
 
 /// A till at work under whose hands something is taken away.
@@ -28,16 +28,16 @@ protected:
     }
 
     [[nodiscard]] QString path(const QString& name) const { return till.directory() + u'/' + name; }
-    void expectPlayed(const QByteArray& step)
+    void expectPlayed(const Step& step)
     {
         const QJsonObject line = play(shell, step);
-        EXPECT_TRUE(line[u"ok"_s].toBool()) << line[u"error"_s].toString().toStdString();
+        EXPECT_TRUE(line[u"ok"_s].toBool()) << errorOf(line);
     }
-    void expectGone(const QByteArray& step)
+    void expectGone(const Step& step)
     {
         const QJsonObject line = play(shell, step);
-        EXPECT_FALSE(line[u"ok"_s].toBool()) << step.toStdString();
-        EXPECT_THAT(line[u"error"_s].toString().toStdString(), HasSubstr(gone));
+        EXPECT_FALSE(line[u"ok"_s].toBool()) << step;
+        EXPECT_THAT(errorOf(line), HasSubstr(gone));
     }
 
     const KeptTill till;
@@ -48,15 +48,15 @@ protected:
 
 TEST_F(TillAtWork, ClosesNoReceiptWithoutItsStoreAndBeginsNoOther)
 {
-    for (const QByteArray& step : {sale, card})
+    for (const Step& step : {sale, card})
         expectPlayed(step);
     ASSERT_TRUE(QFile::rename(path(u"till.sqlite"_s), path(u"aside"_s)));
     for (int i = 0; i < 2; ++i)
-        expectGone(pay);
+        expectGone(pay());
     EXPECT_FALSE(QFile::exists(path(u"till.sqlite"_s)));
     EXPECT_TRUE(QFile::exists(till.openReceipt())) << "the receipt is still open";
     ASSERT_TRUE(QFile::rename(path(u"aside"_s), path(u"till.sqlite"_s)));
-    expectPlayed(pay);
+    expectPlayed(pay());
 }
 
 TEST(TillShell, SaysAtEachStepThatItsStoreIsGone)
@@ -84,7 +84,7 @@ TEST_F(TillAtWork, WritesNothingIntoAFolderThatTookThePlaceOfItsOwn)
     ASSERT_TRUE(QDir().rename(till.directory(), till.directory() + u"-aside"_s));
     expectGone(card);
     ASSERT_TRUE(QDir().mkdir(till.directory()));
-    for (const QByteArray& step : {card, pay, QByteArray(R"({ "do": "deliver" })")})
+    for (const Step& step : {card, pay(), deliver()})
         expectGone(step);
     EXPECT_THAT(QDir(till.directory()).entryList(QDir::Files | QDir::Hidden), IsEmpty());
 }

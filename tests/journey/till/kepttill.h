@@ -11,12 +11,6 @@
 
 namespace tilltest {
 
-// A receipt that points are spent on, step by step.
-inline const QByteArray sale =
-    R"({ "do": "openSale", "id": "R-1", "positions": [ { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] })";
-inline const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
-inline const QByteArray spend = R"({ "do": "spendPoints", "points": 100 })";
-
 /// A till whose data outlives it.
 class KeptTill
 {
@@ -39,10 +33,7 @@ public:
     {
         start(shell, QStringList{QStringLiteral("shell"), QStringLiteral("--json")} + arguments());
     }
-    [[nodiscard]] Ran runSteps(const QByteArray& steps) const
-    {
-        return runJson(scenarioOfSteps(steps), arguments());
-    }
+    [[nodiscard]] Ran runSteps(const story::Steps& steps) const { return runJson(steps, arguments()); }
 
 private:
     Files m_files;
@@ -56,7 +47,7 @@ void leaveSpent(const KeptTill& till, Change change)
 {
     QProcess shell;
     till.startShell(shell);
-    for (const QByteArray& step : {sale, card, spend})
+    for (const story::Step& step : {sale, card, spend})
         play(shell, step);
     end(shell);
     storage::setDataDirectory(till.directory());

@@ -76,7 +76,7 @@ protected:
     const Files files;
     const QString directory = files.path(u"data"_s);
     const QString stand = files.path(u"stand"_s);
-    const QString scenario = files.write(u"s.json"_s, scenarioOf(R"({ "do": "rollback" })"));
+    const QString scenario = files.write(u"s.json"_s, story::scenario(sale + story::rollback()));
 };
 
 } // namespace

@@ -13,6 +13,7 @@
 #include <random>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -21,7 +22,7 @@ namespace tilltest {
 
 namespace {
 
-/// Sales by weight that points are spent on, each taken back whole in parts; as steps of a scenario.
+/// Sales by weight that points are spent on, each taken back whole in parts.
 class RandomReturns
 {
 public:
@@ -29,41 +30,34 @@ public:
         : m_random(seed)
     {}
 
-    QByteArray sale(const QByteArray& id)
+    Steps sale(const QByteArray& id)
     {
         m_left.clear();
-        QByteArrayList positions;
+        QList<Goods> positions;
         double sum = 0;
         for (auto posnum = upTo(3); posnum >= 0; --posnum) {
             const auto price = static_cast<double>(upTo(39'999) + 1000) / 100;
             m_left.push_back(upTo(2'999) + 200);
             const double quantity = utils::inUnits(m_left.back());
             sum += price * quantity;
-            positions.append(R"({ "articul": "1", "name": "Чай", "price": )" + QByteArray::number(price) +
-                             R"(, "quantity": )" + QByteArray::number(quantity) + " }");
+            positions.append(tea(price, quantity));
         }
         const double points =
             std::floor(std::min(250.0, sum * 0.4) * static_cast<double>(upTo(99) + 1)) / 100;
-        return R"({ "do": "openSale", "id": ")" + id + R"(", "positions": [ )" + positions.join(", ") +
-               R"( ] }, { "do": "identifyByCard", "card": "2000000000055" }, { "do": "spendPoints", "points": )" +
-               QByteArray::number(points, 'f', 2) + R"( }, { "do": "pay" })";
+        return openSale(id, positions) + card + spendPoints(points) + pay();
     }
 
     /// Something of what is left, or all of it; empty: there is nothing left.
-    QByteArray back(const QByteArray& id, const QByteArray& of, bool all)
+    Steps back(const QByteArray& id, const QByteArray& of, bool all)
     {
-        QByteArrayList positions;
+        QList<Back> positions;
         for (std::size_t i = 0; i < m_left.size(); ++i) {
             const auto now = all ? m_left[i] : upTo(m_left[i]);
             m_left[i] -= now;
             if (now > 0)
-                positions.append(R"({ "posnum": )" + QByteArray::number(i + 1) + R"(, "quantity": )" +
-                                 QByteArray::number(utils::inUnits(now)) + " }");
+                positions.append(position(static_cast<int>(i) + 1, utils::inUnits(now)));
         }
-        return positions.isEmpty()
-                   ? QByteArray()
-                   : R"(, { "do": "openReturn", "id": ")" + id + R"(", "of": ")" + of +
-                         R"(", "positions": [ )" + positions.join(", ") + R"( ] }, { "do": "pay" })";
+        return positions.isEmpty() ? Steps() : openReturn(id, of, positions) + pay();
     }
 
     int upTo(int most) { return std::uniform_int_distribution(0, most)(m_random); }
@@ -83,10 +77,9 @@ QVariantMap page(const QString& directory, const QString& name)
 }
 
 /// Plays them with the till's own stand, whose books stay in the folder.
-Ran played(const Files& files, const QByteArray& steps)
+Ran played(const Files& files, const Steps& steps)
 {
-    return runJson(scenarioOfSteps(steps + R"(, { "do": "deliver" })"),
-                   {u"--data-dir"_s, files.path(u"data"_s)});
+    return runJson(steps + deliver(), {u"--data-dir"_s, files.path(u"data"_s)});
 }
 
 Ran reconciled(const Files& files) { return run({u"reconcile"_s, u"--data-dir"_s, files.path(u"data"_s)}); }
@@ -125,16 +118,15 @@ std::map<std::string, std::int64_t> notTakenBack(const Files& files)
 TEST(TillPartsBack, OfRandomSalesByWeightLeaveNothingInTheBooksAndAgreeWithThem)
 {
     RandomReturns random(20261121);
-    QByteArrayList steps;
+    Steps steps;
     for (int i = 1; i <= 25; ++i) {
         const QByteArray number = QByteArray::number(i);
-        QByteArray step = random.sale("R-" + number);
+        steps += random.sale("R-" + number);
         for (int part = random.upTo(3); part >= 0; --part)
-            step += random.back("V-" + number + '-' + QByteArray::number(part), "R-" + number, part == 0);
-        steps.append(step);
+            steps += random.back("V-" + number + '-' + QByteArray::number(part), "R-" + number, part == 0);
     }
     const Files files;
-    const Ran ran = played(files, steps.join(", "));
+    const Ran ran = played(files, steps);
     EXPECT_EQ(ran.status, 0) << ran.out.right(2000).toStdString() << ran.err.toStdString();
     EXPECT_EQ(linesOf(ran).last().value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 0);
     EXPECT_THAT(leftByThresholds(files), IsEmpty());
@@ -146,28 +138,23 @@ TEST(TillPartsBack, OfRandomSalesByWeightLeaveNothingInTheBooksAndAgreeWithThem)
 TEST(TillPartsBack, OfAnotherRatioAgreeWithTheBooksAsFarAsBothCut)
 {
     RandomReturns random(7);
-    QByteArray steps;
-    for (int sale = 1; sale <= 5; ++sale) {
-        const QByteArray number = QByteArray::number(sale);
-        steps += (steps.isEmpty() ? "" : ", ") + random.sale("R-" + number);
+    Steps steps;
+    for (int i = 1; i <= 5; ++i) {
+        const QByteArray number = QByteArray::number(i);
+        steps += random.sale("R-" + number);
         for (int part = 2; part >= 0; --part)
             steps += random.back("V-" + number + '-' + QByteArray::number(part), "R-" + number, part == 0);
     }
-    const Ran ran = runJson(
-        scenarioOfSteps(steps + R"(, { "do": "deliver" })", R"({ "KYRLoyalty:bonusRatio": "10:1" })"));
+    const Ran ran = runJson(steps + deliver(), {}, {{u"KYRLoyalty:bonusRatio"_s, u"10:1"_s}});
     EXPECT_EQ(ran.status, 0) << ran.out.right(2000).toStdString() << ran.err.toStdString();
     EXPECT_EQ(linesOf(ran).last().value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 0);
 }
 
 TEST(TillPartsBack, WorthLessThanAThresholdLeavePointsThatTheStandNames)
 {
-    QByteArray steps = R"({ "do": "openSale", "id": "R-1", "positions": [
-            { "articul": "1", "name": "Спички", "price": 1, "quantity": 10 } ] },
-        { "do": "identifyByCard", "card": "2000000000055" },
-        { "do": "spendPoints", "points": 0.05 }, { "do": "pay" })";
+    Steps steps = openSale("R-1", {goods("Спички", 1, 10)}) + card + spendPoints(0.05) + pay();
     for (int part = 1; part <= 10; ++part)
-        steps += R"(, { "do": "openReturn", "id": "V-)" + QByteArray::number(part) +
-                 R"(", "of": "R-1", "positions": [ { "posnum": 1, "quantity": 1 } ] }, { "do": "pay" })";
+        steps += openReturn("V-" + QByteArray::number(part), "R-1", {position(1)}) + pay();
     const Files files;
     const Ran ran = played(files, steps);
     EXPECT_EQ(ran.status, 0) << "what a threshold leaves is no difference: "

@@ -5,59 +5,40 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::HasSubstr;
 
 namespace tilltest {
 
 namespace {
 
-const QByteArray sale = R"({ "do": "openSale", "id": "R-1", "positions": [
-    { "articul": "1", "name": "Чай", "price": 300, "quantity": 1, "discount": 20 },
-    { "articul": "2", "name": "Мёд", "price": 250, "quantity": 2 } ] })";
-const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
-const QByteArray withCode = R"({ "KYRLoyalty:smsVerification": true })";
-
-/// The line of the last step.
-QJsonObject lastStep(const QByteArray& steps, const QByteArray& config = "{}")
-{
-    const Ran ran = runJson(scenarioOfSteps(steps, config));
-    EXPECT_EQ(ran.err, "");
-    const QList<QJsonObject> lines = linesOf(ran);
-    return lines.size() < 2 ? QJsonObject() : lines[lines.size() - 2];
-}
-
-void expectFailure(const QJsonObject& line, const QString& error)
-{
-    EXPECT_FALSE(line.value(u"ok"_s).toBool(true));
-    EXPECT_EQ(line.value(u"error"_s).toString(), error);
-}
+const char* const noReceipt =
+    "Чек не открыт: сначала откройте его\nВозможны шаги: openSale, openReturn, cancel";
+const QJsonObject withCode{{u"KYRLoyalty:smsVerification"_s, true}};
 
 } // namespace
 
 TEST(TillReceipt, TheRequestTellsHowManyPointsMayBeSpent)
 {
-    const QJsonObject line = lastStep(sale + ',' + card + R"(, { "do": "request" })");
+    const QJsonObject line = lastStep(largeSale + card + request());
     EXPECT_TRUE(line.value(u"ok"_s).toBool());
     EXPECT_EQ(line.value(u"points"_s).toDouble(), 300) << "all of the card: half of the receipt would be 390";
 }
 
 TEST(TillReceipt, StepsOnPointsNeedAReceiptWithACard)
 {
-    const QString noReceipt =
-        u"Чек не открыт: сначала откройте его\nВозможны шаги: openSale, openReturn, cancel"_s;
-    const QString noCard = u"В чеке нет карты: сначала найдите её по номеру или телефону"_s;
-    for (const QByteArray& step :
-         {QByteArray(R"({ "do": "request" })"), QByteArray(R"({ "do": "spendPoints", "points": 1 })")}) {
+    const char* const noCard = "В чеке нет карты: сначала найдите её по номеру или телефону";
+    for (const Step& step : {request(), spendPoints(1)}) {
         expectFailure(lastStep(step), noReceipt);
-        expectFailure(lastStep(sale + ',' + step), noCard);
+        expectFailure(lastStep(largeSale + step), noCard);
     }
-    expectFailure(lastStep(R"({ "do": "pay" })"), noReceipt);
-    expectFailure(lastStep(R"({ "do": "rollback" })"), noReceipt);
+    expectFailure(lastStep(pay()), noReceipt);
+    expectFailure(lastStep(rollback()), noReceipt);
 }
 
 TEST(TillReceipt, SpentPointsBecomeTheDiscountThatTheServiceGave)
 {
-    const QJsonObject line = lastStep(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 })");
+    const QJsonObject line = lastStep(largeSale + card + spend);
     EXPECT_TRUE(line.value(u"ok"_s).toBool());
     EXPECT_EQ(line.value(u"value"_s).toDouble(), 100);
     const QJsonArray impacts = line.value(u"impacts"_s).toArray();
@@ -69,10 +50,7 @@ TEST(TillReceipt, SpentPointsBecomeTheDiscountThatTheServiceGave)
 
 TEST(TillReceipt, TheCashierSeesTheDiscountOfPointsAndWhatIsLeftToPay)
 {
-    const Files files;
-    const QString file = files.write(u"s.json"_s, scenarioOfSteps(sale + ',' + card + R"(,
-        { "do": "request" }, { "do": "spendPoints", "points": 78 }, { "do": "pay" })"));
-    const Ran ran = run({u"run"_s, file});
+    const Ran ran = runSteps(largeSale + card + request() + spendPoints(78) + pay());
     EXPECT_EQ(ran.status, 0);
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("     Можно списать баллов: 300,00\n"));
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("     Чек R-1\n"
@@ -90,39 +68,27 @@ TEST(TillReceipt, TheCashierSeesTheDiscountOfPointsAndWhatIsLeftToPay)
 
 TEST(TillReceipt, MorePointsThanTheCardHasAreCutToItsBalance)
 {
-    const QJsonObject line = lastStep(sale + ',' + card + R"(, { "do": "spendPoints", "points": 5000 })");
+    const QJsonObject line = lastStep(largeSale + card + spendPoints(5000));
     EXPECT_TRUE(line.value(u"ok"_s).toBool());
     EXPECT_EQ(line.value(u"value"_s).toDouble(), 300);
 }
 
 TEST(TillReceipt, MoreThanTheTermsAllowIsRefusedInTheServicesWords)
 {
-    expectFailure(lastStep(R"({ "do": "openSale", "id": "R-1", "positions": [
-                      { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] },)" +
-                           card + R"(, { "do": "spendPoints", "points": 200 })"),
-                  u"Сумма списания больше допустимой"_s);
+    expectFailure(lastStep(sale + card + spendPoints(200)), "Сумма списания больше допустимой");
 }
 
 TEST(TillReceipt, TheCodeIsEnteredCanceledOrRefused)
 {
-    const QByteArray start = sale + ',' + card + ',';
-    EXPECT_TRUE(lastStep(start + R"({ "do": "spendPoints", "points": 50, "code": "1234" })", withCode)
-                    .value(u"ok"_s)
-                    .toBool());
-    expectFailure(lastStep(start + R"({ "do": "spendPoints", "points": 50 })", withCode),
-                  u"Пользователь отменил ввод кода"_s);
-    expectFailure(lastStep(start + R"({ "do": "spendPoints", "points": 50, "code": "9999" })", withCode),
-                  u"Неверный код подтверждения"_s);
+    const Steps start = largeSale + card;
+    EXPECT_TRUE(lastStep(start + spendPoints(50).withCode("1234"), withCode).value(u"ok"_s).toBool());
+    expectFailure(lastStep(start + spendPoints(50), withCode), "Пользователь отменил ввод кода");
+    expectFailure(lastStep(start + spendPoints(50).withCode("9999"), withCode), "Неверный код подтверждения");
 }
 
 TEST(TillReceipt, TheCodeIsShownNowhere)
 {
-    const Files files;
-    const QString file = files.write(
-        u"s.json"_s,
-        scenarioOfSteps(sale + ',' + card + R"(, { "do": "spendPoints", "points": 50, "code": "1234" })",
-                        withCode));
-    const Ran ran = run({u"run"_s, file, u"--verbose"_s});
+    const Ran ran = runSteps(largeSale + card + spendPoints(50).withCode("1234"), {u"--verbose"_s}, withCode);
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(ran.err, "");
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("     [Подтверждение списания]\n     Введено\n"));
@@ -134,18 +100,17 @@ TEST(TillReceipt, TheCodeIsShownNowhere)
 
 TEST(TillReceipt, APaidSaleEarnsAndIsClosed)
 {
-    const Ran ran = runJson(scenarioOfSteps(sale + ',' + card + R"(, { "do": "pay" }, { "do": "pay" })"));
+    const Ran ran = runJson(largeSale + card + pay() + pay());
     const QList<QJsonObject> lines = linesOf(ran);
     ASSERT_EQ(lines.size(), 5);
     EXPECT_EQ(lines[2].value(u"value"_s).toDouble(), 39);
     EXPECT_EQ(lines[2].value(u"queued"_s).toInt(), 0);
-    expectFailure(lines[3],
-                  u"Чек не открыт: сначала откройте его\nВозможны шаги: openSale, openReturn, cancel"_s);
+    expectFailure(lines[3], noReceipt);
 }
 
 TEST(TillReceipt, ASaleWithoutACardIsReportedByTheQueue)
 {
-    const QJsonObject line = lastStep(sale + R"(, { "do": "pay" })");
+    const QJsonObject line = lastStep(largeSale + pay());
     EXPECT_TRUE(line.value(u"ok"_s).toBool());
     EXPECT_TRUE(line.value(u"value"_s).isNull());
     EXPECT_EQ(line.value(u"queued"_s).toInt(), 1);
@@ -153,9 +118,7 @@ TEST(TillReceipt, ASaleWithoutACardIsReportedByTheQueue)
 
 TEST(TillReceipt, ARollbackGivesThePointsBackAndAbandonsTheReceipt)
 {
-    const Ran ran = runJson(scenarioOfSteps(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 },
-        { "do": "rollback" }, )" + sale + ',' +
-                                            card));
+    const Ran ran = runJson(largeSale + card + spend + rollback() + largeSale + card);
     EXPECT_EQ(ran.status, 0);
     const QList<QJsonObject> lines = linesOf(ran);
     ASSERT_EQ(lines.size(), 7);
@@ -166,8 +129,7 @@ TEST(TillReceipt, ARollbackGivesThePointsBackAndAbandonsTheReceipt)
 
 TEST(TillReceipt, CancelForgetsThePointsButKeepsTheReceipt)
 {
-    const Ran ran = runJson(scenarioOfSteps(sale + ',' + card + R"(, { "do": "request" }, { "do": "cancel" },
-        { "do": "pay" })"));
+    const Ran ran = runJson(largeSale + card + request() + cancel() + pay());
     const QList<QJsonObject> lines = linesOf(ran);
     ASSERT_EQ(lines.size(), 6);
     EXPECT_EQ(lines[2].value(u"points"_s).toDouble(), 300);
@@ -177,13 +139,9 @@ TEST(TillReceipt, CancelForgetsThePointsButKeepsTheReceipt)
 
 TEST(TillReceipt, PointsThatWereSpentStaySpentWhenTheyAreForgotten)
 {
-    const Ran ran = runJson(scenarioOfSteps(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 },
-        { "do": "cancel" },
-        { "do": "spendPoints", "points": 100, "mayFail": true },
-        { "do": "setPositions", "positions": [], "mayFail": true },
-        { "do": "identifyByCard", "card": "2000000000017", "mayFail": true },
-        { "do": "openSale", "id": "R-2", "positions": [], "mayFail": true },
-        { "do": "pay" })"));
+    const Ran ran =
+        runJson(largeSale + card + spend + cancel() + spend.mayFail() + setPositions({}).mayFail() +
+                identifyByCard("2000000000017").mayFail() + openSale("R-2").mayFail() + pay());
     EXPECT_EQ(ran.status, 0) << "the ledger agrees";
     const QList<QJsonObject> lines = linesOf(ran);
     ASSERT_EQ(lines.size(), 10);
@@ -195,28 +153,25 @@ TEST(TillReceipt, PointsThatWereSpentStaySpentWhenTheyAreForgotten)
 
 TEST(TillReceipt, AReceiptWithSpentPointsIsNotPushedAside)
 {
-    expectFailure(
-        lastStep(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 },
-        { "do": "openSale", "id": "R-2", "positions": [] })"),
-        u"Чек R-1 не закрыт, в нём списаны баллы: оплатите его или отмените\nВозможны шаги: getCardInfo, request, cancel, rollback, pay"_s);
+    expectFailure(lastStep(largeSale + card + spend + openSale("R-2")),
+                  "Чек R-1 не закрыт, в нём списаны баллы: оплатите его или отмените\nВозможны шаги: "
+                  "getCardInfo, request, cancel, rollback, pay");
 }
 
 TEST(TillReceipt, PointsAreSpentOnceOnAReceipt)
 {
-    const Ran ran = runJson(scenarioOfSteps(sale + ',' + card + R"(, { "do": "spendPoints", "points": 100 },
-        { "do": "spendPoints", "points": 100 }, { "do": "pay" })"));
+    const Ran ran = runJson(largeSale + card + spend + spend + pay());
     EXPECT_EQ(ran.status, 1);
     const QList<QJsonObject> lines = linesOf(ran);
     ASSERT_EQ(lines.size(), 6);
-    expectFailure(lines[3], u"В чеке уже списаны баллы: второе списание сервис не отличит от первого. "
-                            "Отмените чек\nВозможны шаги: getCardInfo, request, cancel, rollback, pay"_s);
+    expectFailure(lines[3], "В чеке уже списаны баллы: второе списание сервис не отличит от первого. "
+                            "Отмените чек\nВозможны шаги: getCardInfo, request, cancel, rollback, pay");
     EXPECT_EQ(lines[5].value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 100);
 }
 
 TEST(TillReceipt, AnIdentifierIsNotUsedTwice)
 {
-    expectFailure(lastStep(sale + R"(, { "do": "pay" }, )" + sale),
-                  u"Чек R-1 уже есть: номер чека не повторяется"_s);
+    expectFailure(lastStep(largeSale + pay() + largeSale), "Чек R-1 уже есть: номер чека не повторяется");
 }
 
 } // namespace tilltest

@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -20,8 +21,7 @@ namespace tilltest {
 
 namespace {
 
-const QByteArray sale = R"({ "do": "openSale", "id": "R-1", "positions": [
-    { "articul": "1", "name": "Чай", "price": 300, "quantity": 2 } ] }, { "do": "identifyByCard", "card": "2000000000055" })";
+const Steps begun = openSale("R-1", {tea(300, 2)}) + card;
 
 /// A data directory in which a till played, and where more may be noted.
 class TillReceipts : public testing::Test
@@ -29,10 +29,7 @@ class TillReceipts : public testing::Test
 protected:
     ~TillReceipts() override { storage::setDataDirectory({}); }
 
-    void play(const QByteArray& steps)
-    {
-        EXPECT_EQ(runJson(scenarioOfSteps(steps), {u"--data-dir"_s, directory}).status, 0);
-    }
+    void play(const Steps& steps) { EXPECT_EQ(runJson(steps, {u"--data-dir"_s, directory}).status, 0); }
 
     void note(const storage::JournalEntry& entry)
     {
@@ -59,7 +56,7 @@ protected:
 
 TEST_F(TillReceipts, ShowsAClosedSaleWithItsPointsAndItsCardMasked)
 {
-    play(sale + R"(, { "do": "spendPoints", "points": 100 }, { "do": "pay" })");
+    play(begun + spend + pay());
     const QJsonObject receipt = shown(u"R-1"_s);
     EXPECT_EQ(receipt[u"state"_s].toString(), u"closed"_s);
     EXPECT_EQ(receipt[u"type"_s].toString(), u"sale"_s);
@@ -77,14 +74,14 @@ TEST_F(TillReceipts, ShowsAClosedSaleWithItsPointsAndItsCardMasked)
 
 TEST_F(TillReceipts, ShowsAnOpenReceipt)
 {
-    play(sale);
+    play(begun);
     EXPECT_EQ(shown(u"R-1"_s)[u"state"_s].toString(), u"open"_s);
     EXPECT_EQ(shown(u"R-1"_s)[u"next"_s].toString(), u"the cashier goes on with it"_s);
 }
 
 TEST_F(TillReceipts, TellsTheTimelineInItsOrder)
 {
-    play(sale + R"(, { "do": "pay" })");
+    play(begun + pay());
     const qsizetype before = shown(u"R-1"_s)[u"timeline"_s].toArray().size();
     note({.time = {},
           .receipt = u"R-1"_s,
@@ -103,7 +100,7 @@ TEST_F(TillReceipts, TellsTheTimelineInItsOrder)
 
 TEST_F(TillReceipts, TellsThatASpendingsOutcomeIsUnknown)
 {
-    play(sale);
+    play(begun);
     storage::setDataDirectory(directory);
     const auto open = SaveToFileLogic::loadOpenReceipt();
     till::setUnknownSpending(
@@ -116,7 +113,7 @@ TEST_F(TillReceipts, TellsThatASpendingsOutcomeIsUnknown)
 
 TEST_F(TillReceipts, ListsTheLatestFirst)
 {
-    play(sale + R"(, { "do": "pay" })");
+    play(begun + pay());
     note({.time = {}, .receipt = u"R-1"_s, .event = u"closed"_s, .operation = {}, .detail = {}});
     note({.time = {}, .receipt = u"R-2"_s, .event = u"abandoned"_s, .operation = {}, .detail = {}});
     const QJsonArray list =
@@ -135,7 +132,7 @@ TEST_F(TillReceipts, ListsTheLatestFirst)
 
 TEST_F(TillReceipts, AReceiptThatNobodyKnowsIsRefused)
 {
-    play(sale);
+    play(begun);
     const Ran ran = receipts({u"show"_s, u"R-9"_s});
     EXPECT_EQ(ran.status, 2);
     EXPECT_THAT(ran.err.toStdString(), HasSubstr("no receipt 'R-9' here; see till receipts list"));
@@ -143,9 +140,7 @@ TEST_F(TillReceipts, AReceiptThatNobodyKnowsIsRefused)
 
 TEST_F(TillReceipts, ListsADamagedOneInALineAndTheOthersAsEver)
 {
-    const QByteArray second = R"({ "do": "openSale", "id": "R-2", "positions": [
-        { "articul": "1", "name": "Чай", "price": 300, "quantity": 2 } ] })";
-    play(sale + R"(, { "do": "pay" }, )" + second + R"(, { "do": "pay" })");
+    play(begun + pay() + openSale("R-2", {tea(300, 2)}) + pay());
     test_support::flipABit(directory + u"/till.sqlite"_s, u"documents"_s, u"content"_s,
                            u"identifier = 'R-1'"_s);
     const Ran listed = receipts({u"list"_s, u"--json"_s});
@@ -163,7 +158,7 @@ TEST_F(TillReceipts, ListsADamagedOneInALineAndTheOthersAsEver)
 
 TEST_F(TillReceipts, ListsTheOthersWhenTheOpenReceiptIsDamaged)
 {
-    play(sale + R"(, { "do": "pay" })");
+    play(begun + pay());
     static_cast<void>(files.write(u"data/open-receipt"_s, "no receipt"));
     const QJsonArray list =
         QJsonDocument::fromJson(receipts({u"list"_s, u"--json"_s}).out)[u"receipts"_s].toArray();

@@ -12,6 +12,7 @@
 #include <iostream>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using test_support::HttpAnswer;
 using test_support::HttpServer;
 
@@ -26,8 +27,7 @@ TEST(TillRecovery, ARollbackOfWhatIsRolledBackAlreadyDoesNotAskTheServiceAgain)
         receipt.getCardRecord(KyrLoyaltySystem)->setOperationId({});
     });
 
-    const Ran ran =
-        runJson(scenarioOfSteps(R"({ "do": "deliver" })"), till.arguments() + QStringList{u"--verbose"_s});
+    const Ran ran = runJson(deliver(), till.arguments() + QStringList{u"--verbose"_s});
     EXPECT_FALSE(QFile::exists(till.openReceipt()));
     EXPECT_EQ(linesOf(ran).value(0).value(u"value"_s).toInt(), 0) << "nothing was queued";
     EXPECT_FALSE(ran.err.contains("cancel-payment"));
@@ -45,8 +45,8 @@ TEST(TillRecovery, DoesNotWaitForAServiceThatDoesNotAnswer)
     slow.enqueue(HttpAnswer::status(200, "{}"));
     QElapsedTimer clock;
     clock.start();
-    const Ran ran = runJson(scenarioOfSteps(R"({ "do": "deliver" })"),
-                            till.arguments() + QStringList{u"--server-url"_s, slow.url().toString()});
+    const Ran ran =
+        runJson(deliver(), till.arguments() + QStringList{u"--server-url"_s, slow.url().toString()});
     EXPECT_LT(clock.elapsed(), 2000);
     EXPECT_FALSE(QFile::exists(till.openReceipt()));
     EXPECT_EQ(linesOf(ran).value(0).value(u"value"_s).toInt(), 1)
@@ -71,10 +71,8 @@ void loseTheShares(Document& receipt)
 /// What becomes of it: not paid before the service was asked again.
 void expectToBeAskedAgain(const KeptTill& till)
 {
-    const QList<QJsonObject> lines =
-        linesOf(till.runSteps(R"({ "do": "pay", "mayFail": true }, )" + spend + R"(, { "do": "pay" })"));
-    EXPECT_THAT(lines.value(0).value(u"error"_s).toString().toStdString(),
-                testing::HasSubstr("исход списания 100,00 баллов неизвестен"));
+    const QList<QJsonObject> lines = linesOf(till.runSteps(pay().mayFail() + spend + pay()));
+    EXPECT_THAT(errorOf(lines.value(0)), testing::HasSubstr("исход списания 100,00 баллов неизвестен"));
     EXPECT_EQ(lines.value(1).value(u"impacts"_s).toArray().size(), 1);
     EXPECT_EQ(lines.value(2).value(u"value"_s).toDouble(), 10) << "5 % of the 200 paid";
 }
@@ -102,11 +100,11 @@ TEST(TillRecovery, WhatWasBeingPaidCanOnlyBePaid)
     const KeptTill till;
     leaveSpent(till, [](Document& receipt) { receipt.setPluginData(u"Till"_s, u"stage"_s, u"paying"_s); });
 
-    const QList<QJsonObject> lines = linesOf(till.runSteps(
-        R"({ "do": "rollback", "mayFail": true }, { "do": "cancel", "mayFail": true }, { "do": "pay" })"));
+    const QList<QJsonObject> lines =
+        linesOf(till.runSteps(rollback().mayFail() + cancel().mayFail() + pay()));
     for (const int step : {0, 1})
-        EXPECT_EQ(lines.value(step).value(u"error"_s).toString(),
-                  u"Чек R-1 уже оплачивается: завершите оплату\nВозможны шаги: getCardInfo, pay"_s);
+        EXPECT_EQ(errorOf(lines.value(step)),
+                  "Чек R-1 уже оплачивается: завершите оплату\nВозможны шаги: getCardInfo, pay");
     EXPECT_TRUE(lines.value(2).value(u"ok"_s).toBool());
 }
 
@@ -147,14 +145,14 @@ TEST(TillRecovery, AStoreThatIsDamagedDuringWorkIsSaidAtEachStepAndSetAsideByThe
     store.close();
     ASSERT_TRUE(QFile::resize(path + u"-wal"_s, 0));
 
-    const QJsonObject paid = play(shell, R"({ "do": "pay" })");
+    const QJsonObject paid = play(shell, pay());
     EXPECT_FALSE(paid.value(u"ok"_s).toBool());
-    EXPECT_THAT(paid.value(u"error"_s).toString().toStdString(), testing::HasSubstr("till.sqlite"));
+    EXPECT_THAT(errorOf(paid), testing::HasSubstr("till.sqlite"));
     EXPECT_TRUE(paid.value(u"queued"_s).isNull());
-    EXPECT_FALSE(play(shell, R"({ "do": "pay" })").isEmpty()) << "the till goes on";
+    EXPECT_FALSE(play(shell, pay()).isEmpty()) << "the till goes on";
     end(shell);
 
-    EXPECT_TRUE(linesOf(till.runSteps(R"({ "do": "pay" })")).value(0).value(u"ok"_s).toBool());
+    EXPECT_TRUE(linesOf(till.runSteps(pay())).value(0).value(u"ok"_s).toBool());
     EXPECT_EQ(QDir(till.directory()).entryList({u"till.sqlite.damaged-*"_s}).size(), 1);
 }
 
@@ -178,17 +176,13 @@ TEST(TillRecovery, AReceiptOfALaterVersionIsRefusedAndLeftAsItIs)
 TEST(TillRecovery, TakesLessThanTwoSecondsWithALargeReceipt)
 {
     const KeptTill till;
-    QByteArrayList positions;
-    for (int i = 0; i < 2000; ++i)
-        positions.append(R"({ "articul": "1", "name": "Чай", "price": 9.99, "quantity": 2 })");
-    const QByteArray large =
-        R"({ "do": "openSale", "id": "R-1", "positions": [ )" + positions.join(", ") + "] }";
-    EXPECT_EQ(till.runSteps(large + ", " + card + R"(, { "do": "request" })").status, 0);
+    const QList<Goods> positions(2000, tea(9.99, 2));
+    EXPECT_EQ(till.runSteps(openSale("R-1", positions) + card + request()).status, 0);
     QProcess shell;
     QElapsedTimer clock;
     clock.start();
     till.startShell(shell);
-    EXPECT_TRUE(play(shell, R"({ "do": "getCardInfo" })").value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(shell, getCardInfo()).value(u"ok"_s).toBool());
     const qint64 taken = clock.elapsed();
     std::cout << "From the start to the first answer: " << taken << " ms" << std::endl;
     EXPECT_LT(taken, 2000);
@@ -200,21 +194,19 @@ TEST(TillRecovery, AReceiptThatCannotBeClosedStaysOpenAndQueuesNothing)
     const KeptTill till;
     QProcess shell;
     till.startShell(shell);
-    for (const QByteArray& step : {sale, card, QByteArray(R"({ "do": "pay" })")})
+    for (const Step& step : {sale, card, pay()})
         EXPECT_TRUE(play(shell, step).value(u"ok"_s).toBool());
-    const QByteArray back =
-        R"({ "do": "openReturn", "id": "V-1", "of": "R-1", "positions": [ { "posnum": 1, "quantity": 1 } ] })";
-    EXPECT_TRUE(play(shell, back).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(shell, openReturn("V-1", "R-1", {position(1)})).value(u"ok"_s).toBool());
     {
         // Somebody else has a document stored under the return's number in the meantime.
         storage::setDataDirectory(till.directory());
         DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, u"V-1"_s));
     }
-    const QJsonObject refused = play(shell, R"({ "do": "pay" })");
-    EXPECT_EQ(refused.value(u"error"_s).toString(), u"Чек V-1 уже сохранён с другим содержимым"_s);
+    const QJsonObject refused = play(shell, pay());
+    EXPECT_EQ(errorOf(refused), "Чек V-1 уже сохранён с другим содержимым");
     EXPECT_EQ(refused.value(u"queued"_s).toInt(), 0) << "the return's refusals went with it";
     EXPECT_TRUE(QFile::exists(till.openReceipt()));
-    EXPECT_TRUE(play(shell, R"({ "do": "rollback" })").value(u"ok"_s).toBool()) << "the till goes on";
+    EXPECT_TRUE(play(shell, rollback()).value(u"ok"_s).toBool()) << "the till goes on";
     end(shell);
 }
 

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::HasSubstr;
 
 namespace tilltest {
@@ -39,7 +40,7 @@ TEST(TillRestart, BringsPointsImpactsAndTheServicesNumbersBack)
     const QByteArray saved = till.openReceiptContent();
     EXPECT_TRUE(saved.contains(QByteArray("\0s\0p\0e\0n\0d", 10))) << "the number of the spending";
 
-    const QJsonObject after = play(shell, R"({ "do": "restart" })");
+    const QJsonObject after = play(shell, restart());
     EXPECT_EQ(state(after), state(before));
     // It writes what it has in memory.
     EXPECT_EQ(till.openReceiptContent(), saved);
@@ -51,12 +52,12 @@ TEST(TillRestart, AReceiptIsPaidAfterAPowerCutInTheMiddleOfASpending)
     const KeptTill till;
     QProcess shell;
     till.startShell(shell);
-    for (const QByteArray& step : {sale, card, spend})
+    for (const Step& step : {sale, card, spend})
         EXPECT_TRUE(play(shell, step).value(u"ok"_s).toBool());
     shell.kill();
     ASSERT_TRUE(shell.waitForFinished(patienceMs));
 
-    const Ran ran = till.runSteps(R"({ "do": "pay" })");
+    const Ran ran = till.runSteps(pay());
     EXPECT_EQ(ran.status, 0) << ran.out.toStdString();
     EXPECT_EQ(linesOf(ran).value(0).value(u"value"_s).toDouble(), 10);
     EXPECT_EQ(linesOf(ran).value(1).value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 100);
@@ -65,10 +66,7 @@ TEST(TillRestart, AReceiptIsPaidAfterAPowerCutInTheMiddleOfASpending)
 
 TEST(TillRestart, SaysWhatItFound)
 {
-    const Files files;
-    const QString file = files.write(
-        u"s.json"_s, scenarioOfSteps(R"({ "do": "restart" }, )" + sale + R"(, { "do": "restart" })"));
-    const Ran ran = run({u"run"_s, file});
+    const Ran ran = runSteps(restart() + sale + restart());
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("     Открытого чека нет\n"));
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("     Найден открытый чек R-1\n     Чек R-1\n     1  Чай"));
 }
@@ -79,13 +77,13 @@ TEST(TillRestart, AClosingThatWasCutShortIsFinished)
     QProcess shell;
     till.startShell(shell);
     play(shell, sale);
-    play(shell, R"({ "do": "service", "up": false })"); // else the shell might send what is queued
+    play(shell, stopService()); // else the shell might send what is queued
     const QByteArray open = till.openReceiptContent();
-    EXPECT_EQ(play(shell, R"({ "do": "pay" })").value(u"queued"_s).toInt(), 1);
+    EXPECT_EQ(play(shell, pay()).value(u"queued"_s).toInt(), 1);
     // As if the power had gone when the receipt was stored, but its file not removed.
     till.putOpenReceiptBack(open);
     // Whatever belongs to a closing was kept along with the receipt.
-    EXPECT_EQ(play(shell, R"({ "do": "restart" })").value(u"queued"_s).toInt(), 1);
+    EXPECT_EQ(play(shell, restart()).value(u"queued"_s).toInt(), 1);
     EXPECT_FALSE(QFile::exists(till.openReceipt()));
     end(shell);
 }
@@ -109,7 +107,7 @@ TEST(TillRestart, ASpendingThatWasNotYetADiscountBecomesOne)
     receipt->setPluginData(u"Till"_s, u"appliedImpacts"_s, 0);
     SaveToFileLogic().save(receipt, {});
 
-    const Ran ran = till.runSteps(R"({ "do": "restart" }, { "do": "pay" })");
+    const Ran ran = till.runSteps(restart() + pay());
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(linesOf(ran).last().value(u"summary"_s).toObject().value(u"spent"_s).toDouble(), 100);
 }
@@ -119,7 +117,7 @@ TEST(TillRestart, ARollbackThatWasCutShortIsFinished)
     const KeptTill till;
     leaveSpent(till, [](Document& receipt) { receipt.setPluginData(u"Till"_s, u"stage"_s, u"abandoned"_s); });
 
-    const Ran ran = till.runSteps(R"({ "do": "openSale", "id": "R-2", "positions": [] }, )" + card);
+    const Ran ran = till.runSteps(openSale("R-2") + card);
     EXPECT_EQ(ran.status, 0) << "the spending is canceled in the ledger";
     EXPECT_EQ(linesOf(ran).value(1).value(u"balance"_s).toDouble(), 300);
 }
@@ -127,7 +125,7 @@ TEST(TillRestart, ARollbackThatWasCutShortIsFinished)
 TEST(TillRestart, APaidReceiptIsMarkedSettledBeforeItIsStored)
 {
     const KeptTill till;
-    EXPECT_EQ(till.runSteps(sale + ',' + card + R"(, { "do": "pay" })").status, 0);
+    EXPECT_EQ(till.runSteps(sale + card + pay()).status, 0);
     storage::setDataDirectory(till.directory());
     const auto receipt = DocumentsDao().loadDocument(u"R-1"_s, false);
     ASSERT_TRUE(receipt);
@@ -148,7 +146,7 @@ TEST(TillRestart, WhatIsSettledIsNotAskedForAgain)
     receipt->setPluginData(u"Till"_s, u"stage"_s, u"settled"_s);
     SaveToFileLogic().save(receipt, {});
 
-    const Ran ran = till.runSteps(R"({ "do": "pay" })");
+    const Ran ran = till.runSteps(pay());
     EXPECT_TRUE(linesOf(ran).value(0).value(u"ok"_s).toBool());
     EXPECT_TRUE(linesOf(ran).value(0).value(u"value"_s).isNull());
     EXPECT_EQ(ran.status, 1) << "in truth nothing had been earned, and the ledger tells";
@@ -162,8 +160,7 @@ TEST(TillRestart, ATillThatCannotComeBackEndsAndSaysWhy)
     play(shell, sale);
     // Where a start tries whether the disk has room.
     ASSERT_TRUE(QDir(till.directory()).mkdir(u"write-check"_s));
-    shell.write(R"({ "do": "restart" })"
-                "\n");
+    shell.write(restart().json() + '\n');
     ASSERT_TRUE(shell.waitForFinished(patienceMs));
     EXPECT_EQ(shell.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(shell.exitCode(), 2);
@@ -180,15 +177,15 @@ TEST(TillRestart, APaidReceiptWhoseFileStaysIsPaidAllTheSame)
     // A folder in the file's place cannot be removed like a file.
     ASSERT_TRUE(QFile::remove(till.openReceipt()));
     ASSERT_TRUE(QDir().mkdir(till.openReceipt()));
-    const QJsonObject paid = play(shell, R"({ "do": "pay" })");
-    EXPECT_TRUE(paid.value(u"ok"_s).toBool()) << paid.value(u"error"_s).toString().toStdString();
+    const QJsonObject paid = play(shell, pay());
+    EXPECT_TRUE(paid.value(u"ok"_s).toBool()) << errorOf(paid);
     end(shell);
 
     ASSERT_TRUE(QDir().rmdir(till.openReceipt()));
     till.putOpenReceiptBack(content);
-    const QList<QJsonObject> lines = linesOf(till.runSteps(R"({ "do": "pay", "mayFail": true })"));
-    EXPECT_EQ(lines.value(0).value(u"error"_s).toString(),
-              u"Чек не открыт: сначала откройте его\nВозможны шаги: openSale, openReturn, cancel"_s);
+    const QList<QJsonObject> lines = linesOf(till.runSteps(pay().mayFail()));
+    EXPECT_EQ(errorOf(lines.value(0)),
+              "Чек не открыт: сначала откройте его\nВозможны шаги: openSale, openReturn, cancel");
 }
 
 } // namespace tilltest

@@ -3,96 +3,73 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::HasSubstr;
 
 namespace tilltest {
 
 namespace {
 
-const QByteArray paidSale = R"({ "do": "openSale", "id": "R-1", "positions": [
-    { "articul": "1", "name": "Чай", "price": 300, "quantity": 1, "discount": 20 },
-    { "articul": "2", "name": "Мёд", "price": 250, "quantity": 2 } ] },
-    { "do": "identifyByCard", "card": "2000000000055" },
-    { "do": "spendPoints", "points": 78 }, { "do": "pay" })";
-
-QByteArray returnOf(const QByteArray& positions, const QByteArray& id = "R-2", const QByteArray& of = "R-1")
-{
-    return R"({ "do": "openReturn", "id": ")" + id + R"(", "of": ")" + of + R"(", "positions": [ )" +
-           positions + " ] }";
-}
+const Steps paidSale = largeSale + card + spendPoints(78) + pay();
 
 /// The error of a return of the paid sale that cannot be opened.
-std::string refusalOf(const QByteArray& step)
+std::string refusalOf(const Step& step)
 {
-    const Ran ran = runJson(scenarioOfSteps(paidSale + ',' + step));
+    const Ran ran = runJson(paidSale + step);
     EXPECT_EQ(ran.status, 1);
-    const QList<QJsonObject> lines = linesOf(ran);
-    return lines.size() < 5 ? "" : lines[4].value(u"error"_s).toString().toStdString();
+    return errorOf(lastStep(ran));
 }
 
 } // namespace
 
 TEST(TillReturn, WhatCannotBeReturnedIsSaid)
 {
-    EXPECT_EQ(refusalOf(returnOf(R"({ "posnum": 1, "quantity": 1 })", "R-2", "R-9")),
+    EXPECT_EQ(refusalOf(openReturn("R-2", "R-9", {position(1)})),
               "Чека R-9 нет среди закрытых: возврат не возможен");
-    EXPECT_EQ(refusalOf(returnOf(R"({ "posnum": 3, "quantity": 1 })")), "Позиции 3 нет в чеке R-1");
-    EXPECT_EQ(refusalOf(returnOf(R"({ "posnum": 2, "quantity": 2.001 })")),
+    EXPECT_EQ(refusalOf(openReturn("R-2", "R-1", {position(3)})), "Позиции 3 нет в чеке R-1");
+    EXPECT_EQ(refusalOf(openReturn("R-2", "R-1", {position(2, 2.001)})),
               "Позиция 2: к возврату 2,001, а продано 2");
-    EXPECT_EQ(refusalOf(returnOf(R"({ "posnum": 2, "quantity": 0 })")),
+    EXPECT_EQ(refusalOf(openReturn("R-2", "R-1", {position(2, 0)})),
               "Позиция 2: количество для возврата должно быть больше нуля");
-    EXPECT_EQ(refusalOf(returnOf(R"({ "posnum": 2, "quantity": 1 }, { "posnum": 2, "quantity": 1 })")),
-              "Позиция 2 указана дважды");
-    EXPECT_EQ(refusalOf(returnOf("")), "В возврате нет ни одной позиции");
-    EXPECT_EQ(refusalOf(returnOf(R"({ "posnum": 1, "quantity": 1 })", "R-1")),
+    EXPECT_EQ(refusalOf(openReturn("R-2", "R-1", {position(2), position(2)})), "Позиция 2 указана дважды");
+    EXPECT_EQ(refusalOf(openReturn("R-2", "R-1", {})), "В возврате нет ни одной позиции");
+    EXPECT_EQ(refusalOf(openReturn("R-1", "R-1", {position(1)})),
               "Чек R-1 уже есть: номер чека не повторяется");
 }
 
 TEST(TillReturn, OfAReturnIsRefused)
 {
-    const Ran ran = runJson(scenarioOfSteps(paidSale + ',' + returnOf(R"({ "posnum": 1, "quantity": 1 })") +
-                                            R"(, { "do": "pay" }, )" +
-                                            returnOf(R"({ "posnum": 1, "quantity": 1 })", "R-3", "R-2")));
-    EXPECT_EQ(linesOf(ran).value(6).value(u"error"_s).toString(),
-              u"Чек R-2 — не продажа: возврат не возможен"_s);
+    const Ran ran = runJson(paidSale + openReturn("R-2", "R-1", {position(1)}) + pay() +
+                            openReturn("R-3", "R-2", {position(1)}));
+    EXPECT_EQ(errorOf(linesOf(ran).value(6)), "Чек R-2 — не продажа: возврат не возможен");
 }
 
 TEST(TillReturn, WhatCameBackBeforeCannotComeBackAgain)
 {
-    const QByteArray one = R"({ "posnum": 2, "quantity": 1 })";
-    const QByteArray pay = R"(, { "do": "pay" }, )";
+    const Back one = position(2);
     const QList<QJsonObject> lines =
-        linesOf(runJson(scenarioOfSteps(paidSale + ',' + returnOf(one) + pay + returnOf(one, "R-3") + pay +
-                                        returnOf(R"({ "posnum": 2, "quantity": 0.001 })", "R-4"))));
+        linesOf(runJson(paidSale + openReturn("R-2", "R-1", {one}) + pay() + openReturn("R-3", "R-1", {one}) +
+                        pay() + openReturn("R-4", "R-1", {position(2, 0.001)})));
     EXPECT_TRUE(lines.value(6).value(u"ok"_s).toBool());
-    EXPECT_EQ(lines.value(8).value(u"error"_s).toString(),
-              u"Позиция 2: к возврату 0,001, а из проданных 2 уже возвращено 2"_s);
+    EXPECT_EQ(errorOf(lines.value(8)), "Позиция 2: к возврату 0,001, а из проданных 2 уже возвращено 2");
 }
 
 TEST(TillReturn, WhatCameBackIsRememberedByTheNextTill)
 {
     const Files files;
     const QStringList kept{u"--data-dir"_s, files.path(u"data"_s)};
-    const QByteArray one = R"({ "posnum": 2, "quantity": 1 })";
-    const QByteArray pay = R"(, { "do": "pay" })";
-    EXPECT_EQ(runJson(scenarioOfSteps(paidSale + ',' + returnOf(one) + pay), kept).status, 0);
-    const QList<QJsonObject> lines = linesOf(runJson(
-        scenarioOfSteps(returnOf(R"({ "posnum": 2, "quantity": 2 })", "R-3") + ',' + returnOf(one, "R-3")),
-        kept));
-    EXPECT_EQ(lines.value(0).value(u"error"_s).toString(),
-              u"Позиция 2: к возврату 2, а из проданных 2 уже возвращено 1"_s);
+    const Back one = position(2);
+    EXPECT_EQ(runJson(paidSale + openReturn("R-2", "R-1", {one}) + pay(), kept).status, 0);
+    const QList<QJsonObject> lines =
+        linesOf(runJson(openReturn("R-3", "R-1", {position(2, 2)}) + openReturn("R-3", "R-1", {one}), kept));
+    EXPECT_EQ(errorOf(lines.value(0)), "Позиция 2: к возврату 2, а из проданных 2 уже возвращено 1");
     EXPECT_TRUE(lines.value(1).value(u"ok"_s).toBool());
 }
 
 TEST(TillReturn, DiscountsGoBackInProportionToTheQuantity)
 {
-    const Files files;
-    const QString file = files.write(
-        u"s.json"_s,
-        scenarioOfSteps(paidSale + ',' +
-                        returnOf(R"({ "posnum": 2, "quantity": 1 }, { "posnum": 1, "quantity": 1 })") +
-                        R"(, { "do": "pay" }, { "do": "deliver" })"));
-    const Ran ran = run({u"run"_s, file});
+    const Ran ran =
+        runSteps(paidSale + openReturn("R-2", "R-1", {position(2), position(1)}) + pay() + deliver());
     EXPECT_EQ(ran.status, 0);
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("     Возврат R-2 по чеку R-1\n"
                                                  "     2  Мёд             1 × 250,00  250,00\n"
@@ -108,14 +85,9 @@ TEST(TillReturn, DiscountsGoBackInProportionToTheQuantity)
 
 TEST(TillReturn, OfAllLeavesNothingOverAndRefusesEarningAndSpending)
 {
-    const Ran ran = runJson(scenarioOfSteps(
-        R"({ "do": "openSale", "id": "R-1", "positions": [
-            { "articul": "1", "name": "Чай", "price": 33.33, "quantity": 3, "discount": 0.01 } ] },
-        { "do": "identifyByCard", "card": "2000000000055" },
-        { "do": "spendPoints", "points": 10 }, { "do": "pay" }, )" +
-        returnOf(R"({ "posnum": 1, "quantity": 3 })") + R"(, { "do": "pay" }, { "do": "deliver" },
-        { "do": "openSale", "id": "R-3", "positions": [] },
-        { "do": "identifyByCard", "card": "2000000000055" })"));
+    const Ran ran =
+        runJson(openSale("R-1", {tea(33.33, 3).less(0.01)}) + card + spendPoints(10) + pay() +
+                openReturn("R-2", "R-1", {position(1, 3)}) + pay() + deliver() + openSale("R-3") + card);
     EXPECT_EQ(ran.status, 0);
     const QList<QJsonObject> lines = linesOf(ran);
     ASSERT_EQ(lines.size(), 10);
@@ -127,15 +99,10 @@ TEST(TillReturn, OfAllLeavesNothingOverAndRefusesEarningAndSpending)
 
 TEST(TillReturn, InPartsOfAnOddDiscountAddsUpAndAgreesWithTheService)
 {
-    const QByteArray half = R"({ "posnum": 1, "quantity": 1 })";
-    const Ran ran = runJson(scenarioOfSteps(
-        R"({ "do": "openSale", "id": "R-1", "positions": [
-            { "articul": "1", "name": "Чай", "price": 50, "quantity": 2 } ] },
-        { "do": "identifyByCard", "card": "2000000000055" },
-        { "do": "spendPoints", "points": 33.33 }, { "do": "pay" }, )" +
-        returnOf(half, "R-2") + R"(, { "do": "pay" }, )" + returnOf(half, "R-3") + R"(, { "do": "pay" },
-        { "do": "deliver" }, { "do": "openSale", "id": "R-4", "positions": [] },
-        { "do": "identifyByCard", "card": "2000000000055" })"));
+    const Back half = position(1);
+    const Ran ran = runJson(openSale("R-1", {tea(50, 2)}) + card + spendPoints(33.33) + pay() +
+                            openReturn("R-2", "R-1", {half}) + pay() + openReturn("R-3", "R-1", {half}) +
+                            pay() + deliver() + openSale("R-4") + card);
     EXPECT_EQ(ran.status, 0) << "the ledger agrees: both cut the first part to 16.66";
     const QList<QJsonObject> lines = linesOf(ran);
     ASSERT_EQ(lines.size(), 12);
@@ -145,10 +112,8 @@ TEST(TillReturn, InPartsOfAnOddDiscountAddsUpAndAgreesWithTheService)
 
 TEST(TillReturn, WithoutACardIsReportedByTheQueue)
 {
-    const Ran ran = runJson(scenarioOfSteps(R"({ "do": "openSale", "id": "R-1", "positions": [
-        { "articul": "1", "name": "Чай", "price": 30, "quantity": 2 } ] }, { "do": "pay" }, )" +
-                                            returnOf(R"({ "posnum": 1, "quantity": 1 })") +
-                                            R"(, { "do": "pay" }, { "do": "deliver" })"));
+    const Ran ran = runJson(openSale("R-1", {tea(30, 2)}) + pay() + openReturn("R-2", "R-1", {position(1)}) +
+                            pay() + deliver());
     EXPECT_EQ(ran.status, 0);
     const QList<QJsonObject> lines = linesOf(ran);
     EXPECT_EQ(lines.value(3).value(u"queued"_s).toInt(), 3) << "sale, whole return, and what stays sold";

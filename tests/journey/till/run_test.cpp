@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -38,11 +39,10 @@ TEST(TillRun, TheTourOfIdentificationGoesAsPlanned)
 TEST(TillRun, EachStepAndTheSummaryAreLinesOfJsonWithExactlyTheirMembers)
 {
     const Files files;
-    const QString file =
-        files.write(u"s.json"_s, scenarioOf(R"({ "do": "identifyByCard", "card": "2000000000017" },
-            { "do": "identifyByCard", "card": "2000000000048", "mayFail": true },
-            { "do": "identifyByPhone", "phone": "79001234567" },
-            { "do": "identifyByPhone", "phone": "79005550001", "choose": 0 })"));
+    const QString file = files.write(
+        u"s.json"_s,
+        scenario(sale + identifyByCard("2000000000017") + identifyByCard("2000000000048").mayFail() +
+                 identifyByPhone("79001234567") + identifyByPhone("79005550001").choosing(0)));
     const Ran ran = run({u"run"_s, file, u"--json"_s});
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(ran.err, "");
@@ -71,12 +71,8 @@ TEST(TillRun, StepsAreNumberedFromOneInEachFile)
 
 TEST(TillRun, AnUnexpectedFailureDoesNotStopTheStepsAfterIt)
 {
-    const Files files;
-    const QString file =
-        files.write(u"s.json"_s, scenarioOf(R"({ "do": "identifyByCard", "card": "2000000000048" },
-            { "do": "identifyByPhone", "phone": "79009999999", "mayFail": true },
-            { "do": "identifyByCard", "card": "2000000000017" })"));
-    const Ran ran = run({u"run"_s, file});
+    const Ran ran = runSteps(sale + identifyByCard("2000000000048") +
+                             identifyByPhone("79009999999").mayFail() + identifyByCard("2000000000017"));
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("Баланс: 1 234,50"));
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("s.json: 4 steps, 2 failed, 1 of them as allowed\n"));
@@ -84,11 +80,7 @@ TEST(TillRun, AnUnexpectedFailureDoesNotStopTheStepsAfterIt)
 
 TEST(TillRun, AStepWithoutItsReceiptOrCardFailsWithAReason)
 {
-    const Files files;
-    const QString file =
-        files.write(u"s.json"_s, R"({ "steps": [ { "do": "identifyByCard", "card": "2000000000017" },
-            { "do": "openSale", "id": "R-1", "positions": [] }, { "do": "getCardInfo" } ] })");
-    const Ran ran = run({u"run"_s, file});
+    const Ran ran = runSteps(identifyByCard("2000000000017") + openSale("R-1") + getCardInfo());
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("Чек не открыт"));
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("В чеке нет карты"));
@@ -96,10 +88,7 @@ TEST(TillRun, AStepWithoutItsReceiptOrCardFailsWithAReason)
 
 TEST(TillRun, AChoiceOutsideTheListFailsTheStep)
 {
-    const Files files;
-    const QString file = files.write(
-        u"s.json"_s, scenarioOf(R"({ "do": "identifyByPhone", "phone": "79001234567", "choose": 3 })"));
-    const Ran ran = run({u"run"_s, file});
+    const Ran ran = runSteps(sale + identifyByPhone("79001234567").choosing(3));
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("нет строки с индексом 3"));
 }

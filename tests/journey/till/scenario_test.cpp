@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
@@ -12,11 +13,11 @@ namespace tilltest {
 namespace {
 
 /// What the till says of a scenario that it refuses, without the file's name: "line: text" each.
-std::vector<std::string> problemsOf(const QByteArray& scenario)
+std::vector<std::string> problemsOf(const QByteArray& content)
 {
     const Files files;
-    const QString good = files.write(u"good.json"_s, scenarioOf(R"({ "do": "getCardInfo" })"));
-    const QString bad = files.write(u"bad.json"_s, scenario);
+    const QString good = files.write(u"good.json"_s, scenario(sale + getCardInfo()));
+    const QString bad = files.write(u"bad.json"_s, content);
     const Ran ran = run({u"run"_s, good, bad});
     EXPECT_EQ(ran.status, 2);
     EXPECT_EQ(ran.out, "") << "nothing may be played beside a file with mistakes";
@@ -111,10 +112,10 @@ TEST(TillScenario, ItsConfigurationIsCheckedLikeAnyOther)
 TEST(TillScenario, ItsConfigurationHoldsForTheFileOnly)
 {
     const Files files;
-    const QByteArray steps = R"({ "do": "identifyByCard", "card": "2000000000017" })";
-    const QString away = files.write(
-        u"away.json"_s, scenarioOf(steps, R"({ "KYRLoyalty:serverUrl": "http://127.0.0.1:1/" })"));
-    const QString home = files.write(u"home.json"_s, scenarioOf(steps));
+    const Steps steps = sale + identifyByCard("2000000000017");
+    const QString away =
+        files.write(u"away.json"_s, scenario(steps, {{u"KYRLoyalty:serverUrl"_s, u"http://127.0.0.1:1/"_s}}));
+    const QString home = files.write(u"home.json"_s, scenario(steps));
     const Ran ran = run({u"run"_s, away, home});
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("away.json: 2 steps, 1 failed\n"));

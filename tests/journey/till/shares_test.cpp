@@ -10,19 +10,15 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::HasSubstr;
 
 namespace tilltest {
 
 namespace {
 
-const QByteArray sale = QByteArray(R"({ "do": "openSale", "id": "R-1", "positions": [
-    { "articul": "1", "name": "Чай", "price": 200, "quantity": 1 },
-    { "articul": "2", "name": "Мёд", "price": 50, "quantity": 1 } ] })")
-                            .simplified(); // a step is one line
-const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
-const QByteArray spend = R"({ "do": "spendPoints", "points": 50 })";
-const QByteArray pay = R"({ "do": "pay" })";
+const Step saleOfTwo = openSale("R-1", {tea(200), honey(50)});
+const Step spendFifty = spendPoints(50);
 
 const char* const saidUnknown =
     "Служба не сообщила, на какие позиции списаны баллы. Чек R-1: исход списания 50,00 баллов неизвестен, "
@@ -60,17 +56,17 @@ TEST_P(TillOnAFaultyService, NeitherDiscountsNorClosesAReceiptThatPointsAreLostO
     const QStringList arguments{u"--config"_s,   files.write(u"till.toml"_s, configFor(stand.url())),
                                 u"--data-dir"_s, files.path(u"data"_s),
                                 u"--log-file"_s, files.path(u"log"_s)};
-    const Ran ran = runJson(scenarioOfSteps(QByteArrayList{sale, card, spend, pay}.join(',')), arguments);
+    const Ran ran = runJson(saleOfTwo + card + spendFifty + pay(), arguments);
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(
         contentOf(files.path(u"log"_s)),
         HasSubstr("Receipt R-1: the service says that points were spent, but not on which positions: "));
     const QList<QJsonObject> lines = linesOf(ran);
-    EXPECT_EQ(lines.value(2).value(u"error"_s).toString().toStdString(), saidUnknown);
+    EXPECT_EQ(errorOf(lines.value(2)), saidUnknown);
     EXPECT_EQ(lines.value(2).value(u"unknown"_s).toDouble(), 50);
     EXPECT_FALSE(lines.value(3).value(u"ok"_s).toBool(true)) << "the receipt stays open";
 
-    const QList<QJsonObject> again = linesOf(runJson(scenarioOfSteps(spend + ',' + pay), arguments));
+    const QList<QJsonObject> again = linesOf(runJson(spendFifty + pay(), arguments));
     EXPECT_EQ(again.value(0).value(u"impacts"_s).toArray().size(), 2) << "the service repeats its answer";
     EXPECT_TRUE(again.value(1).value(u"ok"_s).toBool());
     EXPECT_EQ(again.value(1).value(u"value"_s).toDouble(), 10) << "5 % of the 200 paid";
@@ -92,7 +88,7 @@ protected:
         start(m_shell,
               {u"shell"_s, u"--json"_s, u"--config"_s,
                m_files.write(u"till.toml"_s, configFor(m_proxy.url().toUtf8())), u"--data-dir"_s, m_data});
-        play(m_shell, sale);
+        play(m_shell, saleOfTwo);
         play(m_shell, card);
     }
     ~TillShares() override
@@ -105,7 +101,7 @@ protected:
     QJsonObject spendFor(const QByteArray& shares)
     {
         m_proxy.replaceAnswer("/force-payment-c2b", answer(shares));
-        return play(m_shell, spend);
+        return play(m_shell, spendFifty);
     }
 
     Files m_files;
@@ -133,17 +129,16 @@ TEST_F(TillShares, ThatAreNotThisReceiptsLeaveTheOutcomeUnknownUntilRightOnesCom
     };
     for (const QByteArray& shares : wrong) {
         const QJsonObject line = spendFor(shares);
-        EXPECT_EQ(line.value(u"error"_s).toString().toStdString(), saidUnknown)
-            << shares.left(100).toStdString();
+        EXPECT_EQ(errorOf(line), saidUnknown) << shares.left(100).toStdString();
         EXPECT_EQ(line.value(u"unknown"_s).toDouble(), 50) << shares.left(100).toStdString();
         EXPECT_TRUE(line.value(u"impacts"_s).toArray().isEmpty()) << shares.left(100).toStdString();
     }
-    EXPECT_FALSE(play(m_shell, pay).value(u"ok"_s).toBool(true));
+    EXPECT_FALSE(play(m_shell, pay()).value(u"ok"_s).toBool(true));
     EXPECT_TRUE(spendFor(R"({"position":"1","discount_bonus":"40"},{"position":2,"discount_bonus":10})")
                     .value(u"ok"_s)
                     .toBool())
         << "as text they mean the same";
-    EXPECT_EQ(play(m_shell, pay).value(u"value"_s).toDouble(), 10);
+    EXPECT_EQ(play(m_shell, pay()).value(u"value"_s).toDouble(), 10);
 }
 
 TEST_F(TillShares, ThatAreWrongAreToldInTheJournal)
@@ -157,8 +152,8 @@ TEST_F(TillShares, ThatAreWrongAreToldInTheJournal)
 TEST_F(TillShares, ThatAreWrongCanBeRolledBack)
 {
     spendFor(R"({"position":"3","discount_bonus":50})");
-    EXPECT_TRUE(play(m_shell, R"({ "do": "rollback" })").value(u"ok"_s).toBool());
-    play(m_shell, R"({ "do": "openSale", "id": "R-2", "positions": [] })");
+    EXPECT_TRUE(play(m_shell, rollback()).value(u"ok"_s).toBool());
+    play(m_shell, openSale("R-2"));
     EXPECT_EQ(play(m_shell, card).value(u"balance"_s).toDouble(), 300);
 }
 

@@ -8,20 +8,16 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::HasSubstr;
 
 namespace tilltest {
 
 namespace {
 
-QByteArray saleOf(const QByteArray& id)
-{
-    return R"({ "do": "openSale", "id": ")" + id + R"(", "positions": [
-        { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] },
-        { "do": "identifyByCard", "card": "2000000000055" })";
-}
+Steps saleOf(const char* id) { return openSale(id, {tea(300)}) + card; }
 
-const QByteArray spendAndPay = R"({ "do": "spendPoints", "points": 40 }, { "do": "pay" })";
+const Steps spendAndPay = spendPoints(40) + pay();
 
 } // namespace
 
@@ -56,8 +52,8 @@ TEST(TillSummary, AllScenariosOfTheFolderGoWellAndTheLedgerAgrees)
 TEST(TillSummary, ATableEndsTheAccount)
 {
     const Files files;
-    const QString a = files.write(u"a.json"_s, scenarioOfSteps(saleOf("R-1") + ',' + spendAndPay));
-    const QString b = files.write(u"b.json"_s, scenarioOfSteps(saleOf("R-2") + R"(, { "do": "pay" })"));
+    const QString a = files.write(u"a.json"_s, scenario(saleOf("R-1") + spendAndPay));
+    const QString b = files.write(u"b.json"_s, scenario(saleOf("R-2") + pay()));
     const Ran ran = run({u"run"_s, a, b});
     EXPECT_EQ(ran.status, 0);
     const QByteArray blanks(a.toUtf8().size() - 4, ' ');
@@ -76,12 +72,12 @@ TEST(TillSummary, WhatAnotherTillDidWithTheCardIsADifference)
     const auto there = [&files](const QString& name) {
         return QStringList{u"--data-dir"_s, files.path(name)};
     };
-    ASSERT_EQ(runJson(scenarioOfSteps(saleOf("OTHER-1") + ',' + spendAndPay), there(u"other"_s)).status, 0);
+    ASSERT_EQ(runJson(saleOf("OTHER-1") + spendAndPay, there(u"other"_s)).status, 0);
     // The same books at a till that has not had that receipt.
     ASSERT_TRUE(QDir().mkpath(files.path(u"ours"_s)));
     ASSERT_TRUE(QFile::copy(files.path(u"other/stand.sqlite"_s), files.path(u"ours/stand.sqlite"_s)));
 
-    const QString file = files.write(u"s.json"_s, scenarioOfSteps(saleOf("R-1")));
+    const QString file = files.write(u"s.json"_s, scenario(saleOf("R-1")));
     const Ran ran = run(QStringList{u"run"_s, file} + there(u"ours"_s));
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(ran.out.toStdString(), HasSubstr("s.json: 2 steps, 0 failed\n"));
@@ -98,8 +94,8 @@ TEST(TillSummary, TheReceiptsOfEarlierRunsStillAgree)
 {
     const Files files;
     const QStringList there{u"--data-dir"_s, files.path(u"data"_s)};
-    EXPECT_EQ(runJson(scenarioOfSteps(saleOf("R-1") + ',' + spendAndPay), there).status, 0);
-    const Ran ran = runJson(scenarioOfSteps(saleOf("R-2")), there);
+    EXPECT_EQ(runJson(saleOf("R-1") + spendAndPay, there).status, 0);
+    const Ran ran = runJson(saleOf("R-2"), there);
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(linesOf(ran).last().value(u"summary"_s).toObject().value(u"receipts"_s).toInt(), 0);
 }
@@ -109,8 +105,8 @@ TEST(TillSummary, ARunInTheFolderOfAnotherGoesOnWithItsClock)
     const Files files;
     const QStringList there{u"--data-dir"_s, files.path(u"data"_s)};
     // Within the same second; the service knows a spending by the card and the second.
-    EXPECT_EQ(runJson(scenarioOfSteps(saleOf("R-1") + ',' + spendAndPay), there).status, 0);
-    const Ran ran = runJson(scenarioOfSteps(saleOf("R-2") + ',' + spendAndPay), there);
+    EXPECT_EQ(runJson(saleOf("R-1") + spendAndPay, there).status, 0);
+    const Ran ran = runJson(saleOf("R-2") + spendAndPay, there);
     EXPECT_EQ(ran.status, 0) << ran.out.toStdString();
     QFile clock(files.path(u"data/scenario-clock"_s));
     ASSERT_TRUE(clock.open(QIODevice::ReadOnly));
@@ -122,15 +118,14 @@ TEST(TillSummary, ARunInTheFolderOfAnotherGoesOnWithItsClock)
 
 TEST(TillSummary, AStoppedStandIsAskedNevertheless)
 {
-    const Ran ran = runJson(scenarioOfSteps(saleOf("R-1") + ',' + spendAndPay + R"(,
-        { "do": "service", "up": false })"));
+    const Ran ran = runJson(saleOf("R-1") + spendAndPay + stopService());
     EXPECT_EQ(ran.status, 0);
     EXPECT_TRUE(linesOf(ran).last().value(u"summary"_s).toObject().value(u"differences"_s).isArray());
 }
 
 TEST(TillSummary, ARatioThatOnlyThePluginKnowsNeedsAService)
 {
-    const Ran ran = runJson(scenarioOfSteps("", R"({ "KYRLoyalty:bonusRatio": "0.5:1" })"));
+    const Ran ran = runJson({}, {}, {{u"KYRLoyalty:bonusRatio"_s, u"0.5:1"_s}});
     EXPECT_EQ(ran.status, 2);
     EXPECT_THAT(ran.err.toStdString(),
                 HasSubstr("KYRLoyalty:bonusRatio: the stand knows ratios of whole numbers"));

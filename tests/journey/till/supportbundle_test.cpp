@@ -17,6 +17,7 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using test_support::HttpAnswer;
 using test_support::HttpServer;
 using test_support::jsonText;
@@ -110,33 +111,30 @@ protected:
     /// A receipt for each way to type a card and a phone, the earning of each left in the queue.
     void play(HttpServer& server, const QString& log) const
     {
-        QByteArrayList steps;
+        Steps steps;
         for (qsizetype i = 0; i < typedCards.size(); ++i) {
-            const QByteArray card = jsonText(typedCards[i]);
-            const QByteArray phone = jsonText(typedPhones[i]);
-            const QByteArray whose = R"({"data":{"user_data":{"last_name":"Орлова","mobile":)" + phone +
-                                     R"(},"accounts_data":[{"number":)" + card + R"(,"avialable":"1"}]}})";
+            const QByteArray cardText = jsonText(typedCards[i]);
+            const QByteArray phoneText = jsonText(typedPhones[i]);
+            const QByteArray whose = R"({"data":{"user_data":{"last_name":"Орлова","mobile":)" + phoneText +
+                                     R"(},"accounts_data":[{"number":)" + cardText +
+                                     R"(,"avialable":"1"}]}})";
             // Letters in running text are nobody's number.
             const bool isLast = i + 1 == typedCards.size();
             const auto refusal = [isLast](int status, const QByteArray& words) {
                 return HttpAnswer::status(status, R"({"data":[{"message":)" +
                                                       (isLast ? QByteArray("\"-\"") : words) + "}]}");
             };
-            server.enqueue(refusal(404, phone));
+            server.enqueue(refusal(404, phoneText));
             server.enqueue(HttpAnswer::status(200, R"({"data":{"card_data":{"status":3}}})"));
             server.enqueue(HttpAnswer::status(200, whose));
             server.enqueue(HttpAnswer::status(503));
-            server.enqueue(refusal(422, card));
-            steps.append(R"({ "do": "openSale", "id": "T-)" + QByteArray::number(i + 1) + R"(", "positions": [
-                { "articul": "1", "name": "Чай", "price": 10, "quantity": 1 } ] },
-                { "do": "identifyByPhone", "phone": )" +
-                         phone + R"(, "mayFail": true },
-                { "do": "identifyByCard", "card": )" +
-                         card + R"( },
-                { "do": "pay" }, { "do": "deliver", "mayFail": true })");
+            server.enqueue(refusal(422, cardText));
+            steps += openSale("T-" + QByteArray::number(i + 1), {tea(10)}) +
+                     identifyByPhone(typedPhones[i]).mayFail() + identifyByCard(typedCards[i]) + pay() +
+                     deliver().mayFail();
         }
-        const Ran ran = run({u"run"_s, files.write(u"typed.json"_s, scenarioOfSteps(steps.join(','))),
-                             u"--data-dir"_s, directory, u"--server-url"_s, server.url().toString(),
+        const Ran ran =
+            runSteps(steps, {u"--data-dir"_s, directory, u"--server-url"_s, server.url().toString(),
                              u"--log-file"_s, log, u"--log-level"_s, u"debug"_s});
         EXPECT_EQ(ran.status, 0) << ran.out.toStdString();
     }

@@ -3,7 +3,10 @@
 #include <QFile>
 #include <QJsonDocument>
 
+#include <gtest/gtest.h>
+
 using namespace Qt::StringLiterals;
+using namespace story;
 
 namespace tilltest {
 
@@ -43,10 +46,15 @@ QString Files::write(const QString& name, const QByteArray& content) const
     return path;
 }
 
-Ran runJson(const QByteArray& scenario, const QStringList& arguments)
+Ran runSteps(const Steps& steps, const QStringList& arguments, const QJsonObject& config)
 {
     const Files files;
-    return run(QStringList{u"run"_s, files.write(u"s.json"_s, scenario), u"--json"_s} + arguments);
+    return run(QStringList{u"run"_s, files.write(u"s.json"_s, scenario(steps, config))} + arguments);
+}
+
+Ran runJson(const Steps& steps, const QStringList& arguments, const QJsonObject& config)
+{
+    return runSteps(steps, arguments + QStringList{u"--json"_s}, config);
 }
 
 QList<QJsonObject> linesOf(const Ran& ran)
@@ -57,25 +65,41 @@ QList<QJsonObject> linesOf(const Ran& ran)
     return lines;
 }
 
-QJsonObject play(QProcess& shell, const QByteArray& step)
+QJsonObject lastStep(const Ran& ran)
 {
-    shell.write(step + '\n');
+    const QList<QJsonObject> lines = linesOf(ran);
+    if (lines.size() < 2) {
+        ADD_FAILURE() << "no step: " << ran.err.toStdString();
+        return {};
+    }
+    return lines[lines.size() - 2];
+}
+
+QJsonObject lastStep(const Steps& steps, const QJsonObject& config)
+{
+    const Ran ran = runJson(steps, {}, config);
+    EXPECT_EQ(ran.err, "");
+    return lastStep(ran);
+}
+
+std::string errorOf(const QJsonObject& line) { return line.value(u"error"_s).toString().toStdString(); }
+
+void expectFailure(const QJsonObject& line, const char* error)
+{
+    EXPECT_FALSE(line.value(u"ok"_s).toBool(true));
+    EXPECT_EQ(errorOf(line), error);
+}
+
+QJsonObject play(QProcess& shell, const Step& step) { return play(shell, step.json()); }
+
+QJsonObject play(QProcess& shell, const QByteArray& typed)
+{
+    shell.write(typed + '\n');
     while (!shell.canReadLine()) {
         if (!shell.waitForReadyRead(patienceMs))
             return {};
     }
     return QJsonDocument::fromJson(shell.readLine()).object();
-}
-
-QByteArray scenarioOfSteps(const QByteArray& steps, const QByteArray& config)
-{
-    return R"({ "config": )" + config + R"(, "steps": [ )" + steps + " ] }";
-}
-
-QByteArray scenarioOf(const QByteArray& steps, const QByteArray& config)
-{
-    return R"({ "config": )" + config + R"(, "steps": [ { "do": "openSale", "id": "R-1", "positions": [ )" +
-           R"({ "articul": "1", "name": "Чай", "price": 10, "quantity": 1 } ] }, )" + steps + " ] }";
 }
 
 } // namespace tilltest

@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -18,17 +19,11 @@ namespace tilltest {
 
 namespace {
 
-const QByteArray sale =
-    R"({ "do": "openSale", "id": "R-1", "positions": [ { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] })";
-const QByteArray card = R"({ "do": "identifyByCard", "card": "2000000000055" })";
-const QByteArray spend = R"({ "do": "spendPoints", "points": 100, "code": "1234" })";
-const QByteArray pay = R"({ "do": "pay" })";
-const QByteArray rollback = R"({ "do": "rollback" })";
+const Step spendWithCode = spend.withCode("1234");
 const QByteArray force = "/force-payment-c2b";
 const QByteArray confirm = "/confirm-payment-c2b";
-const QByteArray cancel = "/cancel-payment";
+const QByteArray cancelPayment = "/cancel-payment";
 const QByteArray earn = "/payment-b2c";
-const QByteArray deliver = R"({ "do": "deliver" })";
 
 /// What the service itself says of the card's account.
 QByteArray accountAt(const QString& service)
@@ -54,7 +49,7 @@ protected:
             "[KYRLoyalty]\nuser = \"shop\"\npassword = \"secret-of-the-shop\"\nserverUrl = \"" +
             m_proxy.url().toUtf8() + "\"\n" + extra;
         startTill(m_files.write(u"till.toml"_s, config));
-        for (const QByteArray& step : {sale, card})
+        for (const Step& step : {sale, card})
             EXPECT_TRUE(play(step).value(u"ok"_s).toBool());
     }
     void startTill(const QString& config)
@@ -63,11 +58,7 @@ protected:
         start(m_shell,
               {u"shell"_s, u"--json"_s, u"--config"_s, config, u"--data-dir"_s, m_files.path(u"data"_s)});
     }
-    QJsonObject play(const QByteArray& step) { return tilltest::play(m_shell, step); }
-    std::string errorOf(const QByteArray& step)
-    {
-        return play(step).value(u"error"_s).toString().toStdString();
-    }
+    QJsonObject play(const Step& step) { return tilltest::play(m_shell, step); }
     /// Kills the till and starts another.
     void powerCut()
     {
@@ -78,7 +69,7 @@ protected:
     /// What is left on the card after all, as the service says.
     double balanceAfterAll()
     {
-        play(R"({ "do": "openSale", "id": "R-9", "positions": [] })");
+        play(openSale("R-9"));
         return play(card).value(u"balance"_s).toDouble();
     }
     void expectUnknown(const QJsonObject& line)
@@ -86,7 +77,7 @@ protected:
         EXPECT_FALSE(line.value(u"ok"_s).toBool());
         EXPECT_EQ(line.value(u"unknown"_s).toDouble(), 100);
         EXPECT_THAT(
-            line.value(u"error"_s).toString().toStdString(),
+            errorOf(line),
             HasSubstr("Чек R-1: исход списания 100,00 баллов неизвестен, повторите списание той же суммы "
                       "или отмените чек"));
     }
@@ -134,12 +125,12 @@ TEST_F(LossyTill, ASpendingWhoseAnswerIsLostIsUnknownAndAskingAgainFindsOut)
 {
     begin();
     m_proxy.loseAnswer(force);
-    expectUnknown(play(spend));
-    const QJsonObject again = play(spend);
+    expectUnknown(play(spendWithCode));
+    const QJsonObject again = play(spendWithCode);
     EXPECT_TRUE(again.value(u"ok"_s).toBool());
     EXPECT_TRUE(again.value(u"unknown"_s).isNull());
     EXPECT_EQ(again.value(u"impacts"_s).toArray().size(), 1);
-    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay()).value(u"ok"_s).toBool());
     EXPECT_EQ(balanceAfterAll(), 210) << "300, less 100, and 10 earned";
 }
 
@@ -147,13 +138,13 @@ TEST_F(LossyTill, AnUnknownSpendingSurvivesAPowerCutAndIsSaidInOneLine)
 {
     begin();
     m_proxy.loseAnswer(force);
-    play(spend);
+    play(spendWithCode);
     powerCut();
-    EXPECT_EQ(play(R"({ "do": "restart" })").value(u"unknown"_s).toDouble(), 100);
+    EXPECT_EQ(play(restart()).value(u"unknown"_s).toDouble(), 100);
     // Though the balance that the service tells now is less than what was asked for.
-    EXPECT_EQ(play(R"({ "do": "getCardInfo" })").value(u"balance"_s).toDouble(), 200);
-    EXPECT_TRUE(play(spend).value(u"ok"_s).toBool());
-    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_EQ(play(getCardInfo()).value(u"balance"_s).toDouble(), 200);
+    EXPECT_TRUE(play(spendWithCode).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay()).value(u"ok"_s).toBool());
     EXPECT_EQ(balanceAfterAll(), 210);
 }
 
@@ -161,8 +152,8 @@ TEST_F(LossyTill, ARollbackResolvesAnUnknownSpending)
 {
     begin();
     m_proxy.loseAnswer(force);
-    play(spend);
-    EXPECT_TRUE(play(rollback).value(u"ok"_s).toBool());
+    play(spendWithCode);
+    EXPECT_TRUE(play(rollback()).value(u"ok"_s).toBool());
     EXPECT_EQ(balanceAfterAll(), 300);
 }
 
@@ -170,10 +161,8 @@ TEST_F(LossyTill, NothingElseIsDoneWhileTheOutcomeIsUnknown)
 {
     begin();
     m_proxy.loseAnswer(force);
-    play(spend);
-    const QByteArray other = R"({ "do": "openSale", "id": "R-2", "positions": [] })";
-    const QByteArray less = R"({ "do": "spendPoints", "points": 50 })";
-    for (const QByteArray& step : {pay, QByteArray(R"({ "do": "cancel" })"), other, less, card})
+    play(spendWithCode);
+    for (const Step& step : {pay(), cancel(), openSale("R-2"), spendPoints(50), card})
         expectUnknown(play(step));
     EXPECT_EQ(m_proxy.passed(force), 1);
 }
@@ -182,8 +171,8 @@ TEST_F(LossyTill, ARefusalIsNoUnknownOutcome)
 {
     begin();
     m_proxy.answerInstead(force, 422);
-    EXPECT_TRUE(play(spend).value(u"unknown"_s).isNull());
-    EXPECT_TRUE(play(R"({ "do": "spendPoints", "points": 50 })").value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(spendWithCode).value(u"unknown"_s).isNull());
+    EXPECT_TRUE(play(spendPoints(50)).value(u"ok"_s).toBool());
 }
 
 TEST_F(LossyTill, ServerErrorsAndWhatIsNotJsonLeaveTheOutcomeUnknown)
@@ -191,23 +180,23 @@ TEST_F(LossyTill, ServerErrorsAndWhatIsNotJsonLeaveTheOutcomeUnknown)
     begin();
     for (const int status : {500, 503, 408, 425}) {
         m_proxy.answerInstead(force, status);
-        expectUnknown(play(spend));
+        expectUnknown(play(spendWithCode));
     }
     m_proxy.replaceAnswer(force, "<html>");
-    expectUnknown(play(spend));
-    EXPECT_TRUE(play(spend).value(u"ok"_s).toBool());
+    expectUnknown(play(spendWithCode));
+    EXPECT_TRUE(play(spendWithCode).value(u"ok"_s).toBool());
 }
 
 TEST_F(LossyTill, AnAnswerWithoutPositionsIsNotTakenForADiscount)
 {
     begin();
     m_proxy.replaceAnswer(force, R"({"status":"success","data":{}})");
-    expectUnknown(play(spend));
+    expectUnknown(play(spendWithCode));
     powerCut();
-    const QJsonObject again = play(spend);
+    const QJsonObject again = play(spendWithCode);
     EXPECT_TRUE(again.value(u"ok"_s).toBool());
     EXPECT_EQ(again.value(u"impacts"_s).toArray().size(), 1);
-    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay()).value(u"ok"_s).toBool());
     EXPECT_EQ(balanceAfterAll(), 210);
 }
 
@@ -215,31 +204,30 @@ TEST_F(LossyTill, ARefusedCallerSaysNothingOfAnEarlierSpending)
 {
     begin();
     m_proxy.loseAnswer(force);
-    play(spend);
+    play(spendWithCode);
     for (const int status : {401, 403, 429}) {
         m_proxy.answerInstead(force, status);
-        expectUnknown(play(spend));
+        expectUnknown(play(spendWithCode));
     }
     m_proxy.answerInstead(force, 422);
-    EXPECT_TRUE(play(spend).value(u"unknown"_s).isNull()) << "the service judged the spending itself";
+    EXPECT_TRUE(play(spendWithCode).value(u"unknown"_s).isNull()) << "the service judged the spending itself";
 }
 
 TEST_F(LossyTill, AWrongCodeSaysNothingOfAConfirmationWhoseAnswerWasLost)
 {
     begin("smsVerification = true\n");
     m_proxy.loseAnswer(confirm);
-    expectUnknown(play(spend));
-    expectUnknown(play(R"({ "do": "spendPoints", "points": 100, "code": "9999" })"));
-    EXPECT_TRUE(play(spend).value(u"ok"_s).toBool());
-    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    expectUnknown(play(spendWithCode));
+    expectUnknown(play(spendPoints(100).withCode("9999")));
+    EXPECT_TRUE(play(spendWithCode).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay()).value(u"ok"_s).toBool());
     EXPECT_EQ(balanceAfterAll(), 210);
 }
 
 TEST_F(LossyTill, AWrongCodeTheFirstTimeIsARefusal)
 {
     begin("smsVerification = true\n");
-    EXPECT_TRUE(
-        play(R"({ "do": "spendPoints", "points": 100, "code": "9999" })").value(u"unknown"_s).isNull());
+    EXPECT_TRUE(play(spendPoints(100).withCode("9999")).value(u"unknown"_s).isNull());
 }
 
 TEST_F(LossyTill, AnEarningThatTheServiceDidNotTakeIsSentLaterAndOnce)
@@ -247,8 +235,8 @@ TEST_F(LossyTill, AnEarningThatTheServiceDidNotTakeIsSentLaterAndOnce)
     begin();
     m_proxy.answerInstead("/payment-b2c", 503);
     ASSERT_TRUE(QFile::exists(m_files.path(u"data/open-receipt"_s)));
-    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
-    EXPECT_TRUE(play(R"({ "do": "deliver" })").value(u"ok"_s).toBool()) << "unless the shell was quicker";
+    EXPECT_TRUE(play(pay()).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(deliver()).value(u"ok"_s).toBool()) << "unless the shell was quicker";
     EXPECT_EQ(m_proxy.passed("/payment-b2c"), 1);
     EXPECT_EQ(balanceAfterAll(), 315);
 }
@@ -257,22 +245,22 @@ TEST_F(LossyTill, AnEmptyAnswerToASpendingLeavesTheOutcomeUnknown)
 {
     begin();
     m_proxy.answerInstead(force, 204, {});
-    expectUnknown(play(spend));
+    expectUnknown(play(spendWithCode));
     m_proxy.replaceAnswer(force, "\n");
-    expectUnknown(play(spend));
-    EXPECT_TRUE(play(spend).value(u"ok"_s).toBool());
-    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    expectUnknown(play(spendWithCode));
+    EXPECT_TRUE(play(spendWithCode).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay()).value(u"ok"_s).toBool());
     EXPECT_EQ(balanceAfterAll(), 210);
 }
 
 TEST_F(LossyTill, ACancellationThatGetsAnEmptyAnswerIsSentLater)
 {
     begin();
-    EXPECT_TRUE(play(spend).value(u"ok"_s).toBool());
-    m_proxy.answerInstead(cancel, 204, {});
-    EXPECT_TRUE(play(rollback).value(u"ok"_s).toBool());
-    EXPECT_TRUE(play(deliver).value(u"ok"_s).toBool());
-    EXPECT_EQ(m_proxy.passed(cancel), 1);
+    EXPECT_TRUE(play(spendWithCode).value(u"ok"_s).toBool());
+    m_proxy.answerInstead(cancelPayment, 204, {});
+    EXPECT_TRUE(play(rollback()).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(deliver()).value(u"ok"_s).toBool());
+    EXPECT_EQ(m_proxy.passed(cancelPayment), 1);
     EXPECT_EQ(balanceAfterAll(), 300);
 }
 
@@ -280,8 +268,8 @@ TEST_F(LossyTill, AnEarningThatGetsAnEmptyAnswerIsSentLater)
 {
     begin();
     m_proxy.answerInstead(earn, 200, {});
-    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
-    EXPECT_TRUE(play(deliver).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay()).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(deliver()).value(u"ok"_s).toBool());
     EXPECT_EQ(m_proxy.passed(earn), 1);
     EXPECT_EQ(balanceAfterAll(), 315);
 }
@@ -290,8 +278,8 @@ TEST_F(LossyTill, AnEarningThatTheServiceTookAndAnsweredEmptilyIsTakenOnce)
 {
     begin();
     m_proxy.replaceAnswer(earn, {});
-    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
-    EXPECT_TRUE(play(deliver).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay()).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(deliver()).value(u"ok"_s).toBool());
     EXPECT_EQ(m_proxy.passed(earn), 2);
     EXPECT_EQ(balanceAfterAll(), 315);
 }
@@ -299,7 +287,7 @@ TEST_F(LossyTill, AnEarningThatTheServiceTookAndAnsweredEmptilyIsTakenOnce)
 TEST_F(LossyTill, AReceiptThatKnowsNoNumbersIsRolledBackWithoutTheService)
 {
     begin();
-    EXPECT_TRUE(play(rollback).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(rollback()).value(u"ok"_s).toBool());
     EXPECT_EQ(m_proxy.passed("/cancel-payment"), 0);
 }
 
@@ -307,7 +295,7 @@ TEST_F(LossyTill, TheJournalTellsWhatWasAskedForTheReceipt)
 {
     begin();
     m_proxy.loseAnswer(force);
-    for (const QByteArray& step : {spend, spend, pay})
+    for (const Step& step : {spendWithCode, spendWithCode, pay()})
         play(step);
     storage::setDataDirectory(m_files.path(u"data"_s));
     QStringList told;
@@ -323,11 +311,10 @@ TEST_F(LossyTill, TheJournalTellsWhatWasAskedForTheReceipt)
 TEST_F(LossyTill, ASecondTillOnTheSameDataIsRefused)
 {
     begin();
-    const Ran ran =
-        runJson(scenarioOfSteps(pay), {u"--config"_s, m_config, u"--data-dir"_s, m_files.path(u"data"_s)});
+    const Ran ran = runJson(pay(), {u"--config"_s, m_config, u"--data-dir"_s, m_files.path(u"data"_s)});
     EXPECT_EQ(ran.status, 2);
     EXPECT_THAT(ran.err.toStdString(), HasSubstr("another till works on this data directory"));
-    EXPECT_TRUE(play(pay).value(u"ok"_s).toBool());
+    EXPECT_TRUE(play(pay()).value(u"ok"_s).toBool());
 }
 
 } // namespace tilltest

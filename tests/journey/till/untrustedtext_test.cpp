@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using test_support::hostileText;
 using test_support::hostileTextAsShown;
 using test_support::HttpAnswer;
@@ -46,23 +47,18 @@ protected:
     /// refused.
     Ran play(const QStringList& more)
     {
-        const QByteArray card = R"({"card_data":{"status":3}})";
+        const QByteArray cardData = R"({"card_data":{"status":3}})";
         server.enqueue(refusal());
-        server.enqueue(wellWith(card));
+        server.enqueue(wellWith(cardData));
         server.enqueue(customer());
         server.enqueue(
             wellWith(R"({"cards_data":[{"number":)" + jsonText(hostileText()) + R"(},{"number":"2"}]})"));
         server.enqueue(HttpAnswer::status(503));
         server.enqueue(refusal());
-        const QByteArray name = jsonText(hostileText());
-        const QString file = files.write(u"s.json"_s, R"({ "name": )" + name + R"(, "steps": [
-            { "do": "openSale", "id": "R-1", "positions": [
-                { "articul": "1", "name": )" + name + R"(, "price": 10, "quantity": 1 } ] },
-            { "do": "identifyByCard", "card": "1", "mayFail": true },
-            { "do": "identifyByCard", "card": "2" },
-            { "do": "identifyByPhone", "phone": "3", "choose": -1 },
-            { "do": "pay" },
-            { "do": "deliver", "mayFail": true } ] })");
+        const Steps steps = openSale("R-1", {goods(hostileText(), 10)}) + identifyByCard("1").mayFail() +
+                            identifyByCard("2") + identifyByPhone("3").choosing(-1) + pay() +
+                            deliver().mayFail();
+        const QString file = files.write(u"s.json"_s, scenario(steps, {}, hostileText()));
         const Ran ran = run(QStringList{u"run"_s, file, u"--data-dir"_s, directory, u"--server-url"_s,
                                         server.url().toString(), u"--log-file"_s, log} +
                             more);

@@ -7,15 +7,15 @@
 #include <QJsonArray>
 
 using namespace Qt::StringLiterals;
+using namespace story;
 using ::testing::HasSubstr;
 
 namespace tilltest {
 
 namespace {
 
-const QByteArray fifty = R"({ "do": "spendPoints", "points": 50, "code": "9999" })";
-const QByteArray twenty = R"({ "do": "spendPoints", "points": 20, "code": "1234" })";
-const QByteArray pay = R"({ "do": "pay" })";
+const Step fifty = spendPoints(50).withCode("9999");
+const Step twenty = spendPoints(20).withCode("1234");
 
 /// A till that spends with codes, on a stand that the test asks too.
 class WrongCode : public ::testing::Test
@@ -31,17 +31,17 @@ protected:
             m_service + "/\"\n";
         start(m_shell, {u"shell"_s, u"--json"_s, u"--config"_s, m_files.write(u"till.toml"_s, config),
                         u"--data-dir"_s, m_files.path(u"data"_s)});
-        for (const QByteArray& step : {sale, card})
+        for (const Step& step : {sale, card})
             expectDone(step);
     }
     ~WrongCode() override { end(m_shell); }
     Q_DISABLE_COPY_MOVE(WrongCode)
 
-    QJsonObject play(const QByteArray& step) { return tilltest::play(m_shell, step); }
-    void expectDone(const QByteArray& step)
+    QJsonObject play(const Step& step) { return tilltest::play(m_shell, step); }
+    void expectDone(const Step& step)
     {
         const QJsonObject line = play(step);
-        EXPECT_TRUE(line.value(u"ok"_s).toBool()) << line.value(u"error"_s).toString().toStdString();
+        EXPECT_TRUE(line.value(u"ok"_s).toBool()) << errorOf(line);
     }
     [[nodiscard]] QJsonValue page(const QByteArray& name) const
     {
@@ -78,14 +78,12 @@ protected:
 
 TEST_F(WrongCode, LetsFewerPointsBeSpentOnOtherPositions)
 {
-    EXPECT_THAT(play(fifty).value(u"error"_s).toString().toStdString(),
-                HasSubstr("Неверный код подтверждения"));
-    expectDone(R"({ "do": "setPositions", "positions": [ )"
-               R"({ "articul": "2", "name": "Мёд", "price": 100, "quantity": 1 } ] })");
+    EXPECT_THAT(errorOf(play(fifty)), HasSubstr("Неверный код подтверждения"));
+    expectDone(setPositions({honey(100)}));
     const QJsonObject spent = play(twenty);
-    EXPECT_TRUE(spent.value(u"ok"_s).toBool()) << spent.value(u"error"_s).toString().toStdString();
+    EXPECT_TRUE(spent.value(u"ok"_s).toBool()) << errorOf(spent);
     EXPECT_EQ(spent.value(u"impacts"_s).toArray().at(0)[u"sum"_s].toDouble(), 20);
-    const QJsonObject paid = play(pay);
+    const QJsonObject paid = play(pay());
     EXPECT_TRUE(paid.value(u"ok"_s).toBool());
     EXPECT_EQ(paid.value(u"value"_s).toDouble(), 4) << "5 % of 100 less 20";
     EXPECT_EQ(spendings(), QList<double>{20});
@@ -94,8 +92,8 @@ TEST_F(WrongCode, LetsFewerPointsBeSpentOnOtherPositions)
 TEST_F(WrongCode, LetsTheSamePointsBeSpentWithTheRightOne)
 {
     EXPECT_FALSE(play(fifty).value(u"ok"_s).toBool());
-    expectDone(R"({ "do": "spendPoints", "points": 50, "code": "1234" })");
-    expectDone(pay);
+    expectDone(spendPoints(50).withCode("1234"));
+    expectDone(pay());
     EXPECT_EQ(spendings(), QList<double>{50});
 }
 
@@ -104,18 +102,17 @@ TEST_F(WrongCode, EnteredTooOftenLetsASpendingBeginAnew)
     for (int i = 0; i < 4; ++i)
         EXPECT_FALSE(play(fifty).value(u"ok"_s).toBool());
     expectDone(twenty);
-    expectDone(pay);
+    expectDone(pay());
     EXPECT_EQ(spendings(), QList<double>{20});
 }
 
 TEST_F(WrongCode, NotEnteredAtAllLetsOtherPointsBeSpent)
 {
     const QByteArray emptyLine = "\n"; // which is how the shell's dialog is canceled
-    const QJsonObject canceled = play(R"({ "do": "spendPoints", "points": 50 })" + emptyLine);
-    EXPECT_THAT(canceled.value(u"error"_s).toString().toStdString(),
-                HasSubstr("Пользователь отменил ввод кода"));
+    const QJsonObject canceled = tilltest::play(m_shell, spendPoints(50).json() + emptyLine);
+    EXPECT_THAT(errorOf(canceled), HasSubstr("Пользователь отменил ввод кода"));
     expectDone(twenty);
-    expectDone(pay);
+    expectDone(pay());
     EXPECT_EQ(spendings(), QList<double>{20});
 }
 
@@ -124,7 +121,7 @@ TEST_F(WrongCode, LeavesNothingThatCouldStillBeConfirmed)
     EXPECT_FALSE(play(fifty).value(u"ok"_s).toBool());
     expectDone(twenty);
     EXPECT_EQ(confirm(1).status, 409) << "the spending of 50, replaced by that of 20";
-    expectDone(pay);
+    expectDone(pay());
     EXPECT_EQ(confirm(1).status, 409);
     EXPECT_EQ(spendings(), QList<double>{20});
 }
@@ -132,7 +129,7 @@ TEST_F(WrongCode, LeavesNothingThatCouldStillBeConfirmed)
 TEST_F(WrongCode, LetsTheReceiptBePaidWithoutPoints)
 {
     EXPECT_FALSE(play(fifty).value(u"ok"_s).toBool());
-    expectDone(pay);
+    expectDone(pay());
     EXPECT_EQ(spendings(), QList<double>{});
 }
 
