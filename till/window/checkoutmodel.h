@@ -71,7 +71,7 @@ public:
     bool abandon();
     bool openReturn(const QString& sale, const QList<ReturnLine>& lines);
     void deliver();
-    /// Shows a line without anything having been played.
+    /// Shows a line without anything having been played; a bad one is heard too.
     void say(Notice::Kind kind, const QString& text);
 
     /// What an entry to find a customer by is taken for.

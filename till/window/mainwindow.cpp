@@ -19,6 +19,12 @@ using namespace std::chrono_literals;
 
 namespace till::window {
 
+namespace {
+
+Scanner::Marks marksOf(const ScanSettings& settings) { return {settings.prefix, settings.suffix}; }
+
+} // namespace
+
 MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& frontend)
     : m_model(model)
     , m_waiting(waiting)
@@ -29,8 +35,11 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     , m_status(label({}, u"status"_s))
     , m_codes(button(u"Коды СМС"_s, u"F11"_s))
     , m_positions(new PositionsPanel(model, frontend))
-    , m_side(new SidePanel(model))
+    , m_side(new SidePanel(model, [this] { m_focus.place(); }))
     , m_totals(new TotalsPanel(model, {[this] { next(); }, [this] { abandon(); }, [this] { giveBack(); }}))
+    , m_focus(model, m_positions->articleField(), m_side->customer().pointsField(), m_positions->table())
+    , m_scanner(waiting, marksOf(scanSettingsOf(hostObject<Config>())), this)
+    , m_scans(model, waiting, scanSettingsOf(hostObject<Config>()))
 {
     setWindowTitle(u"Касса"_s);
     auto* desktop = new QWidget;
@@ -61,20 +70,48 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     setCentralWidget(desktop);
     m_card = new WaitingCard(this);
 
+    listen();
+    refresh();
+    showNotice();
+    m_focus.place();
+}
+
+void MainWindow::listen()
+{
     m_clock.setInterval(5s);
     connect(&m_clock, &QTimer::timeout, this, [this] {
         if (!m_waiting.underWay())
             refresh();
     });
     m_clock.start();
-    connect(&model, &CheckoutModel::changed, this, [this] { refresh(); });
-    connect(&model, &CheckoutModel::noticed, this, [this] { showNotice(); });
-    connect(&waiting, &Waiting::changed, this, [this] { showWaiting(); });
-    connect(&waiting, &Waiting::pressIgnored, this,
-            [this] { m_card->showIgnored(u"Нажатие не принято: подождите ответа"_s); });
+    connect(&m_model, &CheckoutModel::changed, this, [this] {
+        refresh();
+        m_focus.place();
+    });
+    connect(&m_model, &CheckoutModel::noticed, this, [this] { showNotice(); });
+    connect(&m_waiting, &Waiting::changed, this, [this] { showWaiting(); });
+    const auto tooEarly = [this] { ignore(u"Нажатие не принято: подождите ответа"_s); };
+    connect(&m_waiting, &Waiting::pressIgnored, this, tooEarly);
+    connect(&m_scanner, &Scanner::typingIgnored, this, tooEarly);
+    connect(&m_scanner, &Scanner::scanned, &m_scans, &Scans::take);
+    connect(&m_scans, &Scans::told, m_card, &WaitingCard::showIgnored);
     hostObject<ActivityNotifier>().subscribe(&m_listener);
-    refresh();
-    showNotice();
+}
+
+void MainWindow::ignore(const QString& text)
+{
+    if (!m_waiting.active())
+        return m_model.say(Notice::Kind::Bad, text);
+    soundRefusal();
+    m_card->showIgnored(text);
+}
+
+// A dialog is gone, or another program's window.
+void MainWindow::changeEvent(QEvent* event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        m_focus.place();
 }
 
 QWidget* MainWindow::header()
@@ -204,7 +241,7 @@ void MainWindow::openCodes()
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     if (m_waiting.underWay()) {
-        m_card->showIgnored(u"Закрыть нельзя: идёт обращение к службе"_s);
+        ignore(u"Закрыть нельзя: идёт обращение к службе"_s);
         event->ignore();
         return;
     }

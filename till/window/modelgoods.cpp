@@ -41,8 +41,8 @@ void CheckoutModel::addGoods(const Goods& goods)
 {
     if (state() == State::Idle)
         openSale();
-    if (!receipt() || isReturn())
-        return;
+    if (const QString obstacle = checkout().obstacleTo(Action::SetLines); !obstacle.isEmpty())
+        return say(Notice::Kind::Bad, obstacle);
     QList<Line> lines = linesOf(*receipt());
     const auto same = std::find_if(lines.begin(), lines.end(),
                                    [&goods](const Line& line) { return line.articul == goods.articul; });

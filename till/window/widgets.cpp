@@ -28,15 +28,21 @@ QPushButton* button(const QString& text, const QString& key, const QString& role
     if (!role.isEmpty())
         made->setProperty("role", role);
     made->setAutoDefault(false);
+    made->setFocusPolicy(Qt::TabFocus); // a finger leaves the keys to the field that has them
     setText(*made, text, key);
     return made;
 }
 
-void bind(QWidget* owner, const QKeySequence& key, QPushButton* target)
+void bind(QWidget* owner, const QKeySequence& key, QPushButton* target, const std::function<void()>& refuse)
 {
     auto* shortcut = new QShortcut(key, owner);
     shortcut->setAutoRepeat(false);
-    QObject::connect(shortcut, &QShortcut::activated, target, &QPushButton::click);
+    QObject::connect(shortcut, &QShortcut::activated, target, [target, refuse] {
+        if (target->isEnabled())
+            target->click();
+        else if (refuse)
+            refuse();
+    });
 }
 
 void setText(QPushButton& button, const QString& text, const QString& key)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "till/window/sound.h"
+
 #include <QFrame>
 #include <QKeySequence>
 #include <QLabel>
@@ -23,8 +25,10 @@ Label* label(const QString& text, const QString& role = {});
 QPushButton* button(const QString& text, const QString& key = {}, const QString& role = {});
 
 /// The key presses the button at once, wherever the focus is in the owner's window; held down, it does so
-/// once. (A button's own shortcut takes its time, and the next key would find things as they were.)
-void bind(QWidget* owner, const QKeySequence& key, QPushButton* target);
+/// once. (A button's own shortcut takes its time, and the next key would find things as they were.) `refuse`
+/// says why the button cannot be pressed now.
+void bind(QWidget* owner, const QKeySequence& key, QPushButton* target,
+          const std::function<void()>& refuse = soundRefusal);
 
 /// Names the button anew; its key stays shown.
 void setText(QPushButton& button, const QString& text, const QString& key);

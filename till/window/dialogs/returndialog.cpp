@@ -12,6 +12,7 @@
 
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -66,7 +67,7 @@ QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& give
 }
 
 ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
-    : QDialog(parent)
+    : Question(u"Возврат: выберите чек и товары"_s, parent)
     , m_model(model)
     , m_list(new QListWidget)
     , m_table(new QTableWidget(0, Columns))
@@ -79,10 +80,6 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     setObjectName(u"return"_s);
     setWindowTitle(u"Возврат"_s);
     setFixedSize(parent ? parent->size() - QSize(40, 40) : QSize(984, 728));
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(24, 20, 24, 20);
-    layout->setSpacing(12);
-    layout->addWidget(label(u"Возврат: выберите чек и товары"_s, u"title"_s));
     auto* middle = new QHBoxLayout;
     middle->setSpacing(12);
     m_list->setAccessibleName(u"Закрытые чеки"_s);
@@ -113,18 +110,18 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
         changes->addWidget(change, 1);
     goods->addLayout(changes);
     middle->addLayout(goods, 3);
-    layout->addLayout(middle, 1);
+    column().addLayout(middle, 1);
     m_preview->setWordWrap(true);
     m_preview->setMinimumHeight(scaled(46));
-    layout->addWidget(m_preview);
+    column().addWidget(m_preview);
     auto* buttons = new QHBoxLayout;
     auto* close = button(u"Закрыть"_s, u"Esc"_s, u"second"_s);
     buttons->addWidget(close);
     buttons->addWidget(m_open, 1);
-    layout->addLayout(buttons);
+    column().addLayout(buttons);
 
-    bind(this, Qt::Key_Minus, m_less);
-    bind(this, Qt::Key_Plus, m_more);
+    for (QWidget* view : QList<QWidget*>{m_list, m_table})
+        view->installEventFilter(this);
     bind(this, Qt::Key_F4, m_all);
     bind(this, Qt::Key_F9, m_open);
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
@@ -134,6 +131,16 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     connect(m_all, &QPushButton::clicked, this, [this] { takeAll(); });
     connect(m_list, &QListWidget::currentRowChanged, this, [this] { showSale(); });
     fillSales();
+}
+
+// No shortcuts: in the number of a receipt they are what they are.
+bool ReturnDialog::eventFilter(QObject* watched, QEvent* event)
+{
+    const int key = event->type() == QEvent::KeyPress ? static_cast<QKeyEvent*>(event)->key() : 0;
+    if (key != Qt::Key_Minus && key != Qt::Key_Plus)
+        return Question::eventFilter(watched, event);
+    (key == Qt::Key_Minus ? m_less : m_more)->click();
+    return true;
 }
 
 void ReturnDialog::fillSales()

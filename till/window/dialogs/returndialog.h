@@ -2,9 +2,9 @@
 
 #include "host/storage/documents.h"
 #include "till/window/checkoutmodel.h"
+#include "till/window/dialogs/question.h"
 #include "till/window/widgets.h"
 
-#include <QDialog>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTableWidget>
@@ -12,13 +12,15 @@
 namespace till::window {
 
 /// Which receipt, which of its positions, how much of each; and what it means for points, before it is done.
-class ReturnDialog : public QDialog
+class ReturnDialog : public Question
 {
 public:
     ReturnDialog(CheckoutModel& model, QWidget* parent);
 
     [[nodiscard]] QString sale() const;
     [[nodiscard]] QList<ReturnLine> lines() const;
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void fillSales();

@@ -6,7 +6,6 @@
 #include "till/window/widgets.h"
 
 #include <QHBoxLayout>
-#include <QShortcut>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -28,13 +27,10 @@ QString statusOf(const DocumentCardRecord& card)
     return {};
 }
 
-void take(QWidget* owner, Qt::Key key, QLineEdit* field)
+void enter(QLineEdit& field)
 {
-    auto* shortcut = new QShortcut(key, owner);
-    QObject::connect(shortcut, &QShortcut::activated, field, [field] {
-        field->setFocus(Qt::ShortcutFocusReason);
-        field->selectAll();
-    });
+    field.setFocus(Qt::ShortcutFocusReason);
+    field.selectAll();
 }
 
 } // namespace
@@ -76,7 +72,6 @@ QWidget* CustomerPanel::search()
     m_entry->setAccessibleName(u"Карта или телефон покупателя"_s);
     m_entry->setAccessibleDescription(u"Клавиша F3; Enter ищет покупателя"_s);
     m_entry->setObjectName(u"customer"_s);
-    take(this, Qt::Key_F3, m_entry);
     auto* row = new QHBoxLayout;
     row->setSpacing(6);
     row->addWidget(m_entry, 1);
@@ -142,19 +137,31 @@ QWidget* CustomerPanel::points()
     layout->addWidget(m_reason);
     connect(m_spend, &QPushButton::clicked, this, [this] { spend(); });
     connect(m_points, &QLineEdit::returnPressed, this, [this] { spend(); });
-    take(this, Qt::Key_F7, m_points);
     return area;
+}
+
+void CustomerPanel::enterCustomer()
+{
+    if (m_entry->isEnabled())
+        enter(*m_entry);
+    else
+        m_model.say(Notice::Kind::Bad, m_model.checkout().obstacleTo(Action::Identify));
+}
+
+void CustomerPanel::enterPoints()
+{
+    if (m_points->isEnabled())
+        enter(*m_points);
+    else
+        m_model.say(Notice::Kind::Bad, m_limit->text() + u". "_s + m_reason->text());
 }
 
 void CustomerPanel::find(CheckoutModel::Means means)
 {
-    if (m_model.identify(m_entry->text(), means)) {
+    if (m_model.identify(m_entry->text(), means))
         m_entry->clear();
-        m_points->setFocus();
-    } else {
-        m_entry->setFocus();
+    else
         m_entry->selectAll();
-    }
 }
 
 void CustomerPanel::spend()

@@ -60,7 +60,10 @@ QWidget* PositionsPanel::entryRow()
     connect(add, &QPushButton::clicked, this, [this] { enterArticle(); });
     connect(m_article, &QLineEdit::returnPressed, this, [this] { enterArticle(); });
     auto* key = new QShortcut(Qt::Key_F2, this);
+    connect(m_table, &PositionsTable::typed, this, &PositionsPanel::refuse);
     connect(key, &QShortcut::activated, m_article, [this] {
+        if (!m_article->isEnabled())
+            return refuse();
         m_article->setFocus(Qt::ShortcutFocusReason);
         m_article->selectAll();
     });
@@ -98,7 +101,7 @@ QWidget* PositionsPanel::changesRow()
                          void (PositionsPanel::*action)()) {
         auto* made = button(text, key);
         connect(made, &QPushButton::clicked, this, action);
-        bind(this, code, made);
+        bind(this, code, made, [this] { refuse(); });
         layout->addWidget(made);
         m_changes.append(made);
     };
@@ -177,6 +180,14 @@ void PositionsPanel::askDiscount()
     askFor(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s),
            tr::Tr(u"tillDiscount"_s, u"Сколько рублей снять с позиции"_s), u"discount"_s,
            &CheckoutModel::setDiscount);
+}
+
+void PositionsPanel::refuse()
+{
+    QString why = m_model.receipt() ? m_model.checkout().obstacleTo(Action::SetLines) : QString();
+    if (why.isEmpty())
+        why = m_table->rowCount() == 0 ? u"В чеке нет товаров"_s : u"Артикул вводят в поле под списком: F2"_s;
+    m_model.say(Notice::Kind::Bad, why);
 }
 
 void PositionsPanel::removeSelected() { m_model.remove(m_table->selected()); }

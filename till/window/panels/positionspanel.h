@@ -19,6 +19,9 @@ public:
     PositionsPanel(CheckoutModel& model, WindowFrontend& frontend);
 
     void refresh();
+    /// Where articles are typed.
+    [[nodiscard]] QLineEdit& articleField() const { return *m_article; }
+    [[nodiscard]] PositionsTable& table() const { return *m_table; }
 
 private:
     QWidget* entryRow();
@@ -32,6 +35,8 @@ private:
     void askQuantity();
     void askDiscount();
     void removeSelected();
+    /// Says why nothing can be entered or changed now.
+    void refuse();
 
     CheckoutModel& m_model;
     WindowFrontend& m_frontend;

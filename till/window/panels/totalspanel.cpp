@@ -68,9 +68,13 @@ TotalsPanel::TotalsPanel(CheckoutModel& model, const Actions& actions)
     connect(m_next, &QPushButton::clicked, this, actions.next);
     connect(m_abandon, &QPushButton::clicked, this, actions.abandon);
     connect(m_return, &QPushButton::clicked, this, actions.giveBack);
-    bind(this, Qt::Key_F9, m_next);
-    bind(this, Qt::Key_F8, m_abandon);
-    bind(this, Qt::Key_F10, m_return);
+    const auto say = [this](const QString& why) { m_model.say(Notice::Kind::Bad, why); };
+    bind(this, Qt::Key_F9, m_next, [this, say] {
+        const QString obstacle = m_model.checkout().obstacleTo(Action::Pay);
+        say(obstacle.isEmpty() ? u"Сначала добавьте товары"_s : obstacle);
+    });
+    bind(this, Qt::Key_F8, m_abandon, [this, say] { say(m_model.checkout().obstacleTo(Action::RollBack)); });
+    bind(this, Qt::Key_F10, m_return, [say] { say(u"Сначала закончите этот чек"_s); });
 }
 
 void TotalsPanel::refresh()
