@@ -114,7 +114,8 @@ std::optional<std::invoke_result_t<Operation>> CheckoutModel::done(Operation ope
     }();
     if (result.ok)
         return result;
-    say(Notice::Kind::Bad, result.error.section(u'\n', 0, 0));
+    say(m_waiting.wasCancelled() ? Notice::Kind::Plain : Notice::Kind::Bad,
+        result.error.section(u'\n', 0, 0));
     Q_EMIT changed();
     return std::nullopt;
 }

@@ -23,7 +23,10 @@ core::BasicDialog::Result WindowFrontend::inputText(const TextInputRequest& requ
 {
     const Waiting::Pause pause(m_waiting);
     InputDialog dialog(request, m_parent);
-    return dialog.ask();
+    const auto answer = dialog.ask();
+    if (answer.canceled())
+        m_waiting.noteCancelled();
+    return answer;
 }
 
 bool WindowFrontend::confirm(const QString& title, const QString& text, const QString& yes, const QString& no)

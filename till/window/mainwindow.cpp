@@ -1,5 +1,6 @@
 #include "till/window/mainwindow.h"
 
+#include "host/utils/basicexception.h"
 #include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
 #include "till/window/dialogs/returndialog.h"
@@ -20,6 +21,8 @@ using namespace std::chrono_literals;
 namespace till::window {
 
 namespace {
+
+constexpr qsizetype mostOfALine = 200; // two lines of the window at the largest letters
 
 Scanner::Marks marksOf(const ScanSettings& settings) { return {settings.prefix, settings.suffix}; }
 
@@ -47,6 +50,7 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     auto* layout = new QVBoxLayout(desktop);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    layout->addWidget(trainingBand());
     layout->addWidget(header());
     auto* body = new QVBoxLayout;
     body->setContentsMargins(12, 8, 12, isCompact() ? 4 : 8);
@@ -65,6 +69,7 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     body->addLayout(columns, 1);
     layout->addLayout(body, 1);
     m_status->setMinimumHeight(32);
+    m_status->setWordWrap(true);
     m_status->setAccessibleName(u"Что сейчас работает"_s);
     layout->addWidget(m_status);
     setCentralWidget(desktop);
@@ -136,6 +141,19 @@ QWidget* MainWindow::header()
     return bar;
 }
 
+QWidget* MainWindow::trainingBand()
+{
+    const bool hasService = !m_model.till().ownsService();
+    const bool keeps = m_model.till().keepsData();
+    auto* band = label(hasService ? u"Учебный режим: чеки и очередь пропадут при закрытии"_s
+                       : keeps ? u"Учебный режим: баллы ненастоящие"_s
+                               : u"Учебный режим: баллы ненастоящие, чеки пропадут при закрытии"_s,
+                       u"training"_s);
+    band->setAlignment(Qt::AlignCenter);
+    band->setHidden(hasService && keeps);
+    return band;
+}
+
 QString MainWindow::waitingText() const { return m_card->text(); }
 
 void MainWindow::refresh()
@@ -146,13 +164,13 @@ void MainWindow::refresh()
         title = u"Возврат по чеку "_s + receipt->getSaleDocumentId().toString();
     else if (receipt)
         title = u"Чек "_s + receipt->getIdentifier();
-    m_title->setText(title);
+    m_title->setText(shortened(title, 48));
     setWindowTitle(u"Касса — "_s + m_title->text());
     m_positions->refresh();
     m_side->refresh();
     m_totals->refresh();
     const Status status = statusOf(m_model);
-    m_status->setText(status.text);
+    m_status->setText(shortened(status.text, mostOfALine));
     restyle(*m_status, "state",
             status.state == Status::State::Well      ? u"well"_s
             : status.state == Status::State::Warning ? u"warning"_s
@@ -167,7 +185,8 @@ void MainWindow::showNotice()
         notice = {Notice::Kind::Bad,
                   u"Ответ службы потерян: баллы могли списаться. F9 повторит то же списание, "
                   "F8 отменит чек и вернёт баллы"_s};
-    m_notice->setText(notice.text);
+    m_notice->setText(shortened(notice.text, mostOfALine));
+    m_notice->setToolTip(notice.text);
     const QStringList kinds{u"plain"_s, u"good"_s, u"warning"_s, u"bad"_s};
     restyle(*m_notice, "notice", kinds[static_cast<int>(notice.kind)]);
 }
@@ -245,14 +264,32 @@ void MainWindow::closeEvent(QCloseEvent* event)
         event->ignore();
         return;
     }
+    const QString question = closingQuestion();
+    event->setAccepted(question.isEmpty() ||
+                       m_frontend.confirm(u"Закрыть кассу?"_s, question, u"Закрыть кассу"_s, u"Остаться"_s));
+}
+
+QString MainWindow::closingQuestion()
+{
+    const bool keeps = m_model.till().keepsData();
     const auto receipt = m_model.receipt();
-    const bool worthAWord = receipt && !receipt->getGoodsItems().isEmpty();
-    const bool leave =
-        !worthAWord || m_frontend.confirm(u"Закрыть кассу?"_s,
-                                          u"Чек %1 не закрыт. Он сохранён и откроется сам при следующем "
-                                          "запуске."_s.arg(receipt->getIdentifier()),
-                                          u"Закрыть кассу"_s, u"Остаться"_s);
-    event->setAccepted(leave);
+    QStringList words;
+    if (receipt && !receipt->getGoodsItems().isEmpty())
+        words.append((keeps ? u"Чек %1 не закрыт. Он сохранён и откроется сам при следующем запуске."_s
+                            : u"Чек %1 не закрыт и пропадёт: касса ничего не хранит."_s)
+                         .arg(shortened(receipt->getIdentifier(), 48)));
+    if (keeps)
+        return words.join(u'\n');
+    try {
+        const int unsent = m_model.till().queue().waitingCount() + m_model.till().queue().parkedCount();
+        if (unsent > 0)
+            words.append(
+                u"Не отправлено службе сообщений: %1. Они пропадут, и с ними начисленные баллы."_s.arg(
+                    unsent));
+    } catch (const BasicException& failure) {
+        words.append(u"Очередь не читается: %1"_s.arg(failure.tr().ru()));
+    }
+    return words.join(u'\n');
 }
 
 } // namespace till::window

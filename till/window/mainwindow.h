@@ -48,6 +48,9 @@ protected:
 
 private:
     QWidget* header();
+    QWidget* trainingBand();
+    /// What is lost when the window closes now; empty: nothing, and no receipt is open either.
+    [[nodiscard]] QString closingQuestion();
     void listen();
     /// What was pressed or typed is not taken.
     void ignore(const QString& text);

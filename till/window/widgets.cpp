@@ -3,6 +3,7 @@
 #include "host/utils/printable.h"
 #include "till/checkout/screen.h"
 
+#include <QRegularExpression>
 #include <QShortcut>
 #include <QStyle>
 #include <QVariant>
@@ -11,7 +12,39 @@ using namespace Qt::StringLiterals;
 
 namespace till::window {
 
-void Label::setText(const QString& text) { QLabel::setText(utils::printableLines(text)); }
+namespace {
+
+/// With places where a line may end in a word that no line of the window has room for.
+QString breakable(const QString& text)
+{
+    static const QRegularExpression stretch(u"(\\S{60})(?=\\S)"_s);
+    return QString(text).replace(stretch, u"\\1\u200B"_s);
+}
+
+} // namespace
+
+void Label::setText(const QString& text) { QLabel::setText(breakable(utils::printableLines(text))); }
+
+QSize Label::minimumSizeHint() const
+{
+    const QSize size = QLabel::minimumSizeHint();
+    return wordWrap() ? QSize(0, size.height()) : size;
+}
+
+QString shortened(const QString& text, qsizetype most)
+{
+    if (text.size() <= most)
+        return text;
+    const qsizetype end = (most - 1) / 3;
+    return text.first(most - 1 - end) + u'…' + text.last(end);
+}
+
+void limitLength(QLineEdit& field, int most, const std::function<void(const QString&)>& refuse)
+{
+    field.setMaxLength(most);
+    QObject::connect(&field, &QLineEdit::inputRejected, &field,
+                     [most, refuse] { refuse(u"Не всё принято: здесь не больше %1 знаков"_s.arg(most)); });
+}
 
 Label* label(const QString& text, const QString& role)
 {

@@ -5,18 +5,26 @@
 #include <QFrame>
 #include <QKeySequence>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 
 namespace till::window {
 
 /// Text as it is: never taken for HTML, and with what a screen must not get replaced, because names and
-/// reasons come from the service.
+/// reasons come from the service. One that wraps asks for no width: no word in it widens the window.
 class Label : public QLabel
 {
 public:
     Label() { setTextFormat(Qt::PlainText); }
     void setText(const QString& text);
+    [[nodiscard]] QSize minimumSizeHint() const override;
 };
+
+/// The text with an ellipsis in its middle when it is longer than `most` characters.
+QString shortened(const QString& text, qsizetype most);
+
+/// Lets the field take so many characters and no more; `refuse` is told when there were.
+void limitLength(QLineEdit& field, int most, const std::function<void(const QString&)>& refuse);
 
 /// A label in that role of the style sheet.
 Label* label(const QString& text, const QString& role = {});

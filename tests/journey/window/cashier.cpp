@@ -72,7 +72,8 @@ Cashier::Cashier(const Setup& setup)
     m_waiting = std::make_unique<till::window::Waiting>();
     m_watch = std::make_unique<till::window::ServiceWatch>();
     m_frontend = std::make_unique<till::window::WindowFrontend>(*m_waiting);
-    const till::Parts parts{QStringLiteral(PLUGIN_FILE), QStringLiteral(STAND_PROGRAM), m_directory};
+    const till::Parts parts{QStringLiteral(PLUGIN_FILE), QStringLiteral(STAND_PROGRAM),
+                            setup.keeps ? m_directory : QString()};
     m_till = std::make_unique<till::Till>(parts, config, *m_frontend);
     m_model = std::make_unique<till::window::CheckoutModel>(*m_till, *m_waiting, *m_watch);
     m_window = std::make_unique<till::window::MainWindow>(*m_model, *m_waiting, *m_frontend);

@@ -58,6 +58,7 @@ public:
         int scale = 100;
         QString serverUrl = {};
         QString dataDirectory = {};
+        bool keeps = true; ///< false: nobody names a data directory
         QString scanPrefix = {};
         QString scanSuffix = {};
     };

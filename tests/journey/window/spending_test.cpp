@@ -160,6 +160,8 @@ TEST(WindowSpending, ACancelledCodeSpendsNothing)
     spendWithCode(cashier, [&](QDialog&) { cashier.press(Qt::Key_Escape); });
     EXPECT_EQ(spent(cashier), 0);
     EXPECT_EQ(cashier.notice(), u"Пользователь отменил ввод кода"_s);
+    EXPECT_EQ(cashier.model().notice().kind, till::window::Notice::Kind::Plain) << "the cashier chose it";
+    EXPECT_EQ(cashier.takeBeeps(), 0);
 }
 
 TEST(WindowSpending, TheMessageOfThePluginIsShownWhileItConfirmsTheCode)

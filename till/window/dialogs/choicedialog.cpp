@@ -16,8 +16,11 @@ ChoiceDialog::ChoiceDialog(const ChoiceRequest& request, QWidget* parent)
 {
     setObjectName(u"choice"_s);
     for (const tr::Tr* words : {&request.message, &request.comment}) {
-        if (!words->isEmpty())
-            column().addWidget(label(words->ru()));
+        if (words->isEmpty())
+            continue;
+        auto* lines = label(words->ru());
+        lines->setWordWrap(true);
+        column().addWidget(lines);
     }
     m_list->setAccessibleName(request.title.ru());
     for (const tr::Tr& item : request.items)

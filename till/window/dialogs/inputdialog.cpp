@@ -9,6 +9,12 @@ using namespace Qt::StringLiterals;
 
 namespace till::window {
 
+namespace {
+
+constexpr int longestAnswer = 120;
+
+} // namespace
+
 InputDialog::InputDialog(const TextInputRequest& request, QWidget* parent, const QString& start)
     : Question(request.title.ru(), parent)
     , m_request(request)
@@ -26,6 +32,10 @@ InputDialog::InputDialog(const TextInputRequest& request, QWidget* parent, const
     m_field->setEchoMode(request.hidden ? QLineEdit::Password : QLineEdit::Normal);
     m_field->setReadOnly(!request.keyboardAllowed && !request.scannerAllowed);
     m_field->setMinimumWidth(360);
+    limitLength(*m_field, longestAnswer, [this](const QString& text) {
+        soundRefusal();
+        refuse(text);
+    });
     m_field->selectAll();
     column().addWidget(m_field);
     if (request.inputKind == TextInputRequest::Digits && request.keyboardAllowed)

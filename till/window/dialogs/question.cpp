@@ -20,9 +20,9 @@ Question::Question(const QString& title, QWidget* parent)
 }
 
 // In the title's place: the question keeps its size under a finger that is on its way to a button.
-void Question::refuseScan()
+void Question::refuse(const QString& text)
 {
-    m_title->setText(m_scanRefusal);
+    m_title->setText(text);
     restyle(*m_title, "notice", u"bad"_s);
 }
 

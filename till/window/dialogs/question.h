@@ -20,7 +20,9 @@ public:
     /// What is said of a scan, in place of the usual.
     void setScanRefusal(const QString& text) { m_scanRefusal = text; }
     /// Says that a scan was not taken.
-    void refuseScan();
+    void refuseScan() { refuse(m_scanRefusal); }
+    /// Says that something was not taken.
+    void refuse(const QString& text);
 
 private:
     QVBoxLayout* m_column;

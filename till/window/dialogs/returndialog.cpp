@@ -7,12 +7,15 @@
 #include "till/checkout/returnparts.h"
 #include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
+#include "till/window/namedelegate.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QShortcut>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -52,6 +55,18 @@ QList<double> leftOf(const QString& sale, const QList<QSharedPointer<GoodsItem>>
     return left;
 }
 
+QList<ClosedSale> olderSale(const QString& number)
+{
+    try {
+        const auto sale = hostObject<DocumentsDao>().loadDocument(number, false);
+        if (sale && sale->getDocumentType() == SaleReceipt)
+            return {{number, sale}};
+    } catch (const BasicException&) {
+        return {{number, nullptr}}; // it is there, but damaged
+    }
+    return {};
+}
+
 } // namespace
 
 QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& giveBack)
@@ -69,6 +84,7 @@ QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& give
 ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     : Question(u"Возврат: выберите чек и товары"_s, parent)
     , m_model(model)
+    , m_number(new QLineEdit)
     , m_list(new QListWidget)
     , m_table(new QTableWidget(0, Columns))
     , m_preview(label({}))
@@ -84,7 +100,15 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     middle->setSpacing(12);
     m_list->setAccessibleName(u"Закрытые чеки"_s);
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    middle->addWidget(m_list, 2);
+    m_number->setPlaceholderText(u"Номер чека F2"_s);
+    m_number->setAccessibleName(u"Номер чека"_s);
+    m_number->setObjectName(u"number"_s);
+    limitLength(*m_number, 60, [this](const QString& text) { refuse(text); });
+    auto* receipts = new QVBoxLayout;
+    receipts->setSpacing(8);
+    receipts->addWidget(m_number);
+    receipts->addWidget(m_list, 1);
+    middle->addLayout(receipts, 2);
     m_table->setHorizontalHeaderLabels({u"Товар"_s, u"Продано"_s, u"Осталось"_s, u"Вернуть"_s});
     m_table->setAccessibleName(u"Товары чека"_s);
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -95,6 +119,7 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     for (int column = 0; column < Columns; ++column)
         m_table->horizontalHeaderItem(column)->setTextAlignment(
             (column == Name ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter);
+    m_table->setItemDelegateForColumn(Name, new NameDelegate(m_table));
     m_table->verticalHeader()->hide();
     m_table->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     m_table->verticalHeader()->setMinimumSectionSize(leastTarget);
@@ -130,7 +155,12 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     connect(m_more, &QPushButton::clicked, this, [this] { change(1); });
     connect(m_all, &QPushButton::clicked, this, [this] { takeAll(); });
     connect(m_list, &QListWidget::currentRowChanged, this, [this] { showSale(); });
+    connect(m_number, &QLineEdit::textChanged, this, [this] { fillSales(); });
+    connect(new QShortcut(Qt::Key_F2, this), &QShortcut::activated, m_number,
+            qOverload<>(&QLineEdit::setFocus));
+    readSales();
     fillSales();
+    m_list->setFocus();
 }
 
 // No shortcuts: in the number of a receipt they are what they are.
@@ -143,24 +173,42 @@ bool ReturnDialog::eventFilter(QObject* watched, QEvent* event)
     return true;
 }
 
-void ReturnDialog::fillSales()
+void ReturnDialog::readSales()
 {
     try {
-        m_sales = hostObject<DocumentsDao>().newestSales(shownSales);
+        m_newest = hostObject<DocumentsDao>().newestSales(shownSales);
     } catch (const BasicException& failure) {
         m_failure = failure.tr().ru();
     }
+}
+
+/// Those whose number has what was typed; an older one by its whole number.
+void ReturnDialog::fillSales()
+{
+    const QString number = m_number->text().trimmed();
+    m_sales.clear();
+    for (const ClosedSale& sale : m_newest) {
+        if (sale.identifier.contains(number, Qt::CaseInsensitive))
+            m_sales.append(sale);
+    }
+    if (m_sales.isEmpty() && !number.isEmpty())
+        m_sales = olderSale(number);
+    const QSignalBlocker quiet(m_list);
+    m_list->clear();
     for (const ClosedSale& sale : m_sales)
         m_list->addItem(utils::printableLines(sale.document ? saleLine(*sale.document)
                                                             : sale.identifier + u"\nповреждён"_s));
     m_list->setEnabled(!m_sales.isEmpty());
     if (m_sales.isEmpty()) {
-        m_list->addItem(m_failure.isEmpty() ? u"Закрытых чеков нет"_s : u"Чеки не прочитаны"_s);
+        m_list->addItem(!m_failure.isEmpty() ? u"Чеки не прочитаны"_s
+                        : m_newest.isEmpty() ? u"Закрытых чеков нет"_s
+                                             : u"Такого чека нет"_s);
+        m_table->setRowCount(0);
         preview();
     } else {
         m_list->setCurrentRow(0);
+        showSale();
     }
-    m_list->setFocus();
 }
 
 QString ReturnDialog::sale() const { return m_sales.value(m_list->currentRow()).identifier; }
@@ -183,7 +231,8 @@ void ReturnDialog::showSale()
     m_table->setRowCount(static_cast<int>(items.size()));
     int row = 0;
     for (const auto& item : items) {
-        auto* name = new QTableWidgetItem(utils::printable(item->getName(false)));
+        auto* name = new QTableWidgetItem(
+            utils::printable(u"%1. %2"_s.arg(QString::number(item->getPosnum()), item->getName(false))));
         name->setData(Qt::UserRole, item->getPosnum());
         m_table->setItem(row, Name, name);
         for (const int column : {Sold, Left, Now}) {
@@ -238,7 +287,8 @@ void ReturnDialog::preview()
         return m_preview->setText(m_failure);
     if (!chosen || wanted.isEmpty())
         return m_preview->setText(chosen ? u"Отметьте, что возвращает покупатель"_s
-                                         : u"Возвращать нечего: ни один чек ещё не оплачен"_s);
+                                  : m_newest.isEmpty() ? u"Возвращать нечего: ни один чек ещё не оплачен"_s
+                                                       : u"Чека с таким номером нет"_s);
     const Draft draft = m_model.checkout().returnOf(sale() + u"-B"_s, sale(), wanted);
     m_preview->setText(draft.ok ? pointsPreview(*chosen, *draft.receipt) : draft.error);
     m_open->setEnabled(draft.ok);

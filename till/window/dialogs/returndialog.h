@@ -23,6 +23,7 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void readSales();
     void fillSales();
     void showSale();
     void change(double by);
@@ -30,7 +31,9 @@ private:
     void preview();
 
     CheckoutModel& m_model;
-    QList<ClosedSale> m_sales;
+    QList<ClosedSale> m_newest;
+    QList<ClosedSale> m_sales; ///< of them, those in the list
+    QLineEdit* m_number;
     QListWidget* m_list;
     QTableWidget* m_table;
     Label* m_preview;

@@ -72,6 +72,9 @@ QWidget* CustomerPanel::search()
     m_entry->setAccessibleName(u"Карта или телефон покупателя"_s);
     m_entry->setAccessibleDescription(u"Клавиша F3; Enter ищет покупателя"_s);
     m_entry->setObjectName(u"customer"_s);
+    const auto refuse = [this](const QString& text) { m_model.say(Notice::Kind::Bad, text); };
+    limitLength(*m_entry, 40, refuse);
+    limitLength(*m_points, 15, refuse);
     auto* row = new QHBoxLayout;
     row->setSpacing(6);
     row->addWidget(m_entry, 1);
@@ -211,7 +214,8 @@ void CustomerPanel::showCustomer()
         return;
     }
     const auto client = card->getCard()->getClient();
-    m_name->setText(client && !client->getName().isEmpty() ? client->getName() : u"Имя не указано"_s);
+    m_name->setText(client && !client->getName().isEmpty() ? shortened(client->getName(), 100)
+                                                           : u"Имя не указано"_s);
     m_card->setText(u"Карта "_s + utils::maskWhole(card->getNumber().toString()) + statusOf(*card));
     const QVariant balance = card->getBonusBalance();
     const QString caption = m_model.balanceTime().isValid() ? u"Баланс: "_s : u"Было: "_s;

@@ -53,6 +53,8 @@ QWidget* PositionsPanel::entryRow()
     m_article->setAccessibleName(u"Артикул товара"_s);
     m_article->setAccessibleDescription(u"Клавиша F2; Enter добавляет товар"_s);
     m_article->setObjectName(u"article"_s);
+    constexpr int marking = 200; // as long as a marking code may be
+    limitLength(*m_article, marking, [this](const QString& text) { m_model.say(Notice::Kind::Bad, text); });
     auto* add = button(u"Добавить"_s, u"Enter"_s);
     m_entries.append(add);
     layout->addWidget(m_article, 1);
@@ -156,14 +158,16 @@ void PositionsPanel::enterArticle()
         m_article->selectAll();
 }
 
-void PositionsPanel::askFor(const tr::Tr& title, const tr::Tr& message, const QString& formName,
+void PositionsPanel::askFor(const tr::Tr& title, const QString& question, const QString& formName,
                             void (CheckoutModel::*set)(int posnum, double value))
 {
-    TextInputRequest request(title, message);
+    const int posnum = m_table->selected();
+    const auto item = m_model.receipt()->getGoodsItemByPosnum(posnum);
+    const QString which = u"%1. %2"_s.arg(QString::number(posnum), shortened(item->getName(false), 60));
+    TextInputRequest request(title, tr::Tr(u"tillPositionNumber"_s, which + u'\n' + question));
     request.inputKind = TextInputRequest::Digits;
     request.emptyAllowed = false;
     request.formName = formName;
-    const int posnum = m_table->selected();
     const auto answer = m_frontend.inputText(request);
     if (!answer.canceled())
         (m_model.*set)(posnum, typedNumber(answer.getData()));
@@ -171,14 +175,13 @@ void PositionsPanel::askFor(const tr::Tr& title, const tr::Tr& message, const QS
 
 void PositionsPanel::askQuantity()
 {
-    askFor(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s),
-           tr::Tr(u"tillQuantity"_s, u"Сколько единиц товара"_s), u"quantity"_s, &CheckoutModel::setQuantity);
+    askFor(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s), u"Сколько единиц товара"_s, u"quantity"_s,
+           &CheckoutModel::setQuantity);
 }
 
 void PositionsPanel::askDiscount()
 {
-    askFor(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s),
-           tr::Tr(u"tillDiscount"_s, u"Сколько рублей снять с позиции"_s), u"discount"_s,
+    askFor(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s), u"Сколько рублей снять с позиции"_s, u"discount"_s,
            &CheckoutModel::setDiscount);
 }
 

@@ -30,7 +30,7 @@ private:
     void fillFinished();
     void enterArticle();
     /// Asks for a number and sets it on the selected position.
-    void askFor(const tr::Tr& title, const tr::Tr& message, const QString& formName,
+    void askFor(const tr::Tr& title, const QString& question, const QString& formName,
                 void (CheckoutModel::*set)(int posnum, double value));
     void askQuantity();
     void askDiscount();

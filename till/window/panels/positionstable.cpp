@@ -3,6 +3,7 @@
 #include "host/utils/money.h"
 #include "host/utils/printable.h"
 #include "till/checkout/screen.h"
+#include "till/window/namedelegate.h"
 #include "till/window/style.h"
 
 #include <QHeaderView>
@@ -46,6 +47,7 @@ PositionsTable::PositionsTable()
     horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
     horizontalHeader()->setHighlightSections(false);
+    setItemDelegateForColumn(Name, new NameDelegate(this));
     setColumnHidden(Price, isCompact()); // it stands below the name then
     for (int column = 0; column < Columns; ++column)
         horizontalHeaderItem(column)->setTextAlignment((column == Name ? Qt::AlignLeft : Qt::AlignRight) |
@@ -67,10 +69,10 @@ void PositionsTable::fill(const Document& receipt)
     int row = 0;
     for (const auto& item : items) {
         const double bonus = item->getBonusImpactSum();
-        auto* name = cell(item->getName(false) + u"\nарт. "_s + item->getArticul(), false);
-        if (isCompact())
-            name->setText(utils::printableLines(item->getName(false) + u'\n' + item->getArticul() + u" · "_s +
-                                                screen::amount(item->getPrice())));
+        QString text = u"%1. %2\n"_s.arg(QString::number(item->getPosnum()), item->getName(false));
+        text += isCompact() ? screen::amount(item->getPrice()) + u" · "_s + item->getArticul()
+                            : u"арт. "_s + item->getArticul();
+        auto* name = cell(text, false);
         name->setData(Qt::UserRole, item->getPosnum());
         setItem(row, Name, name);
         setItem(row, Price, cell(screen::amount(item->getPrice()), true));

@@ -21,6 +21,8 @@ QListWidget* lines(const QString& name)
     list->setAccessibleName(name);
     list->setProperty("role", u"lines"_s);
     list->setWordWrap(true);
+    list->setResizeMode(QListView::Adjust); // lines wrap anew when there is less room
+    list->setTextElideMode(Qt::ElideNone);
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list->setSelectionMode(QAbstractItemView::NoSelection);
     return list;

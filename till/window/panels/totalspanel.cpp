@@ -50,6 +50,7 @@ TotalsPanel::TotalsPanel(CheckoutModel& model, const Actions& actions)
     grid->setContentsMargins(12, 8, 12, 8);
     grid->setVerticalSpacing(2);
     m_whole = addRow(*grid, 0, u"Сумма"_s);
+    m_wholeName = static_cast<Label*>(grid->itemAtPosition(0, 0)->widget());
     m_discount = addRow(*grid, 1, u"Скидки"_s);
     m_points = addRow(*grid, 2, u"Баллами"_s);
     for (QWidget* part : {grid->itemAtPosition(1, 0)->widget(), grid->itemAtPosition(1, 1)->widget()})
@@ -90,6 +91,8 @@ void TotalsPanel::showSums()
     const double sum = receipt ? receipt->getSum() : 0;
     const double discount = receipt ? receipt->getDiscountSum() - bonus : 0;
     const auto minus = [](double value) { return value > 0.004 ? u"−"_s + money(value) : money(0); };
+    const qsizetype positions = receipt ? receipt->getGoodsItems().size() : 0;
+    m_wholeName->setText(positions > 0 ? u"Сумма, %1 поз."_s.arg(positions) : u"Сумма"_s);
     m_whole->setText(money(sum + bonus + discount));
     m_discount->setText(minus(discount));
     m_points->setText(minus(bonus));
