@@ -3,6 +3,7 @@
 #include "host/storage/datadirectory.h"
 #include "host/utils/basicexception.h"
 #include "till/cli/usageerror.h"
+#include "till/setup/parts.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -10,15 +11,6 @@
 using namespace Qt::StringLiterals;
 
 namespace till {
-
-QString usualDataDirectory()
-{
-    QString service = qEnvironmentVariable("STATE_DIRECTORY").section(u':', 0, 0);
-    if (!service.isEmpty())
-        return service;
-    const QString state = qEnvironmentVariable("XDG_STATE_HOME");
-    return (QDir::isAbsolutePath(state) ? state : QDir::homePath() + u"/.local/state"_s) + u"/kyr-loyalty"_s;
-}
 
 QString dataDirectoryOf(const Options& options)
 {

@@ -6,10 +6,6 @@
 
 namespace till {
 
-/// The folder that the administrator's tools take when nobody names one: a service's own ($STATE_DIRECTORY),
-/// else kyr-loyalty in $XDG_STATE_HOME or ~/.local/state.
-QString usualDataDirectory();
-
 /// The data directory for these options; never empty.
 QString dataDirectoryOf(const Options& options);
 

@@ -57,6 +57,8 @@ public:
 
     /// Whether this till has a stand of its own, running or not.
     [[nodiscard]] bool ownsService() const { return !m_standSetup.program.isEmpty(); }
+    /// Whether what it keeps is there at the next start; else it is gone with this object.
+    [[nodiscard]] bool keepsData() const { return !m_parts.dataDirectory.isEmpty(); }
     /// Starts or stops its own stand; its address and books stay. Throws UsageError.
     void setServiceUp(bool up);
     /// The base URL of the stand.

@@ -25,6 +25,15 @@ QString usualPlugin()
 
 } // namespace
 
+QString usualDataDirectory()
+{
+    QString service = qEnvironmentVariable("STATE_DIRECTORY").section(u':', 0, 0);
+    if (!service.isEmpty())
+        return service;
+    const QString state = qEnvironmentVariable("XDG_STATE_HOME");
+    return (QDir::isAbsolutePath(state) ? state : QDir::homePath() + u"/.local/state"_s) + u"/kyr-loyalty"_s;
+}
+
 Parts partsOf(const Options& options)
 {
     return {options.pluginFile.isEmpty() ? usualPlugin() : options.pluginFile,

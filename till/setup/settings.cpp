@@ -26,6 +26,9 @@ const QString dataDirectoryKey = u"Till:dataDirectory"_s;
 const QString logFileKey = u"Till:logFile"_s;
 const QString logLevelKey = u"Till:logLevel"_s;
 const QString alarmKey = u"Till:alarmAfterMinutes"_s;
+const QString scanPrefixKey = u"Till:scanPrefix"_s;
+const QString scanSuffixKey = u"Till:scanSuffix"_s;
+const QString cardPrefixesKey = u"Till:cardPrefixes"_s;
 constexpr int usualAlarm = 60;
 
 QList<ConfigKey> knownKeys()
@@ -44,6 +47,9 @@ QList<ConfigKey> knownKeys()
         {dataDirectoryKey, Text, u"a folder, such as \"/var/lib/kyr-loyalty\""_s},
         {logFileKey, Text, u"a file, such as \"/var/log/kyr-loyalty.log\""_s},
         {logLevelKey, Text, u"\"debug\", \"info\", \"warning\" or \"error\""_s},
+        {scanPrefixKey, Text, u"what the scanner sends before each code, such as \"~\""_s},
+        {scanSuffixKey, Text, u"what the scanner sends behind each code, such as \"#\""_s},
+        {cardPrefixesKey, Text, u"how the numbers of cards begin, such as \"2000, 2100\""_s},
         {alarmKey, Integer, u"minutes that a message may wait before there is an alarm, such as 60"_s},
     };
 }
@@ -225,6 +231,17 @@ int alarmMinutes(const Config& config)
     if (minutes < 1)
         throw UsageError(u"%1: expected minutes above 0, such as 60"_s.arg(alarmKey));
     return minutes;
+}
+
+ScanSettings scanSettingsOf(const Config& config)
+{
+    QStringList cards = config.getString(cardPrefixesKey, u"2000"_s).split(u',');
+    for (QString& prefix : cards)
+        prefix = prefix.trimmed();
+    cards.removeAll(QString());
+    return {.prefix = config.getString(scanPrefixKey, {}),
+            .suffix = config.getString(scanSuffixKey, {}),
+            .cardPrefixes = cards};
 }
 
 Config loadSettings(const QString& fileName)

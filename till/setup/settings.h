@@ -4,6 +4,7 @@
 #include "till/cli/options.h"
 
 #include <QString>
+#include <QStringList>
 #include <QUrl>
 
 #include <cstdint>
@@ -33,6 +34,15 @@ QString configurationText(const Config& config);
 
 /// After how many minutes a message that waits is worth an alarm.
 int alarmMinutes(const Config& config);
+
+/// What the scanner at the till sends.
+struct ScanSettings
+{
+    QString prefix;           ///< before each code; empty: nothing
+    QString suffix;           ///< behind each code; empty: nothing but Enter
+    QStringList cardPrefixes; ///< the number of a loyalty card begins with one of these
+};
+ScanSettings scanSettingsOf(const Config& config);
 
 /// Whether it says where the service is; else the till needs a stand.
 bool namesService(const Config& config);

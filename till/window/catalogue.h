@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 namespace till::window {
 
@@ -11,12 +12,14 @@ struct Goods
     QString articul;
     QString name;
     double price; ///< money for one unit
+    QStringList barcodes = {};
 };
 
 /// A few goods to try the till with.
 const QList<Goods>& catalogue();
 
-/// The one of that article, or null.
-const Goods* findGoods(const QString& articul);
+/// The one that is called so by its article, by a barcode, or by a marking code, which begins with the
+/// barcode; null: there is none.
+const Goods* findGoods(const QString& code);
 
 } // namespace till::window

@@ -6,6 +6,7 @@
 #include "till/checkout/receiptsums.h"
 #include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
+#include "till/window/sound.h"
 
 using namespace Qt::StringLiterals;
 
@@ -32,6 +33,8 @@ double CheckoutModel::spentPoints() const
 void CheckoutModel::say(Notice::Kind kind, const QString& text)
 {
     m_notice = {kind, text};
+    if (kind == Notice::Kind::Bad)
+        soundRefusal();
     Q_EMIT noticed();
 }
 

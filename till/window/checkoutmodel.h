@@ -71,7 +71,7 @@ public:
     bool abandon();
     bool openReturn(const QString& sale, const QList<ReturnLine>& lines);
     void deliver();
-    /// Shows a line without anything having been played.
+    /// Shows a line without anything having been played; a bad one is heard too.
     void say(Notice::Kind kind, const QString& text);
 
     /// What an entry to find a customer by is taken for.
@@ -114,7 +114,8 @@ std::optional<std::invoke_result_t<Operation>> CheckoutModel::done(Operation ope
     }();
     if (result.ok)
         return result;
-    say(Notice::Kind::Bad, result.error.section(u'\n', 0, 0));
+    say(m_waiting.wasCancelled() ? Notice::Kind::Plain : Notice::Kind::Bad,
+        result.error.section(u'\n', 0, 0));
     Q_EMIT changed();
     return std::nullopt;
 }

@@ -3,11 +3,10 @@
 #include "till/checkout/screen.h"
 #include "till/window/dialogs/choicedialog.h"
 #include "till/window/dialogs/inputdialog.h"
+#include "till/window/dialogs/question.h"
 #include "till/window/widgets.h"
 
-#include <QDialog>
 #include <QHBoxLayout>
-#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
@@ -24,33 +23,33 @@ core::BasicDialog::Result WindowFrontend::inputText(const TextInputRequest& requ
 {
     const Waiting::Pause pause(m_waiting);
     InputDialog dialog(request, m_parent);
-    return dialog.ask();
+    const auto answer = dialog.ask();
+    if (answer.canceled())
+        m_waiting.noteCancelled();
+    return answer;
 }
 
 bool WindowFrontend::confirm(const QString& title, const QString& text, const QString& yes, const QString& no)
 {
     const Waiting::Pause pause(m_waiting);
-    QDialog dialog(m_parent);
-    dialog.setWindowTitle(title);
+    Question dialog(title, m_parent);
     dialog.setObjectName(u"confirm"_s);
-    auto* layout = new QVBoxLayout(&dialog);
-    layout->setContentsMargins(24, 20, 24, 20);
-    layout->setSpacing(16);
-    layout->addWidget(label(title, u"title"_s));
+    dialog.column().setSpacing(16);
     auto* words = label(text);
     words->setWordWrap(true);
     words->setMinimumWidth(420);
-    layout->addWidget(words);
+    dialog.column().addWidget(words);
     auto* buttons = new QHBoxLayout;
-    auto* refuse = button(no, u"Esc"_s, u"second"_s);
-    auto* agree = button(yes, u"Enter"_s, u"primary"_s);
+    auto* refuse = button(no, u"Enter"_s, u"primary"_s);
+    auto* agree = button(yes, u"Del"_s, u"danger"_s);
     buttons->addWidget(refuse);
     buttons->addWidget(agree);
-    layout->addLayout(buttons);
+    dialog.column().addLayout(buttons);
     QObject::connect(refuse, &QPushButton::clicked, &dialog, &QDialog::reject);
     QObject::connect(agree, &QPushButton::clicked, &dialog, &QDialog::accept);
-    agree->setDefault(true);
-    agree->setFocus();
+    bind(&dialog, Qt::Key_Delete, agree);
+    refuse->setDefault(true);
+    refuse->setFocus();
     return dialog.exec() == QDialog::Accepted;
 }
 

@@ -20,7 +20,7 @@ public:
 
     int chooseFromList(const ChoiceRequest& request) override;
     core::BasicDialog::Result inputText(const TextInputRequest& request) override;
-    /// True when the cashier said yes; Escape is no.
+    /// Asks before something is lost: true when the cashier said yes. Enter and Escape are no.
     bool confirm(const QString& title, const QString& text, const QString& yes, const QString& no);
 
 private:

@@ -1,5 +1,6 @@
 #include "till/window/mainwindow.h"
 
+#include "host/utils/basicexception.h"
 #include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
 #include "till/window/dialogs/returndialog.h"
@@ -19,6 +20,14 @@ using namespace std::chrono_literals;
 
 namespace till::window {
 
+namespace {
+
+constexpr qsizetype mostOfALine = 200; // two lines of the window at the largest letters
+
+Scanner::Marks marksOf(const ScanSettings& settings) { return {settings.prefix, settings.suffix}; }
+
+} // namespace
+
 MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& frontend)
     : m_model(model)
     , m_waiting(waiting)
@@ -29,8 +38,11 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     , m_status(label({}, u"status"_s))
     , m_codes(button(u"Коды СМС"_s, u"F11"_s))
     , m_positions(new PositionsPanel(model, frontend))
-    , m_side(new SidePanel(model))
+    , m_side(new SidePanel(model, [this] { m_focus.place(); }))
     , m_totals(new TotalsPanel(model, {[this] { next(); }, [this] { abandon(); }, [this] { giveBack(); }}))
+    , m_focus(model, m_positions->articleField(), m_side->customer().pointsField(), m_positions->table())
+    , m_scanner(waiting, marksOf(scanSettingsOf(hostObject<Config>())), this)
+    , m_scans(model, waiting, scanSettingsOf(hostObject<Config>()))
 {
     setWindowTitle(u"Касса"_s);
     auto* desktop = new QWidget;
@@ -38,6 +50,7 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     auto* layout = new QVBoxLayout(desktop);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    layout->addWidget(trainingBand());
     layout->addWidget(header());
     auto* body = new QVBoxLayout;
     body->setContentsMargins(12, 8, 12, isCompact() ? 4 : 8);
@@ -56,25 +69,54 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     body->addLayout(columns, 1);
     layout->addLayout(body, 1);
     m_status->setMinimumHeight(32);
+    m_status->setWordWrap(true);
     m_status->setAccessibleName(u"Что сейчас работает"_s);
     layout->addWidget(m_status);
     setCentralWidget(desktop);
     m_card = new WaitingCard(this);
 
+    listen();
+    refresh();
+    showNotice();
+    m_focus.place();
+}
+
+void MainWindow::listen()
+{
     m_clock.setInterval(5s);
     connect(&m_clock, &QTimer::timeout, this, [this] {
         if (!m_waiting.underWay())
             refresh();
     });
     m_clock.start();
-    connect(&model, &CheckoutModel::changed, this, [this] { refresh(); });
-    connect(&model, &CheckoutModel::noticed, this, [this] { showNotice(); });
-    connect(&waiting, &Waiting::changed, this, [this] { showWaiting(); });
-    connect(&waiting, &Waiting::pressIgnored, this,
-            [this] { m_card->showIgnored(u"Нажатие не принято: подождите ответа"_s); });
+    connect(&m_model, &CheckoutModel::changed, this, [this] {
+        refresh();
+        m_focus.place();
+    });
+    connect(&m_model, &CheckoutModel::noticed, this, [this] { showNotice(); });
+    connect(&m_waiting, &Waiting::changed, this, [this] { showWaiting(); });
+    const auto tooEarly = [this] { ignore(u"Нажатие не принято: подождите ответа"_s); };
+    connect(&m_waiting, &Waiting::pressIgnored, this, tooEarly);
+    connect(&m_scanner, &Scanner::typingIgnored, this, tooEarly);
+    connect(&m_scanner, &Scanner::scanned, &m_scans, &Scans::take);
+    connect(&m_scans, &Scans::told, m_card, &WaitingCard::showIgnored);
     hostObject<ActivityNotifier>().subscribe(&m_listener);
-    refresh();
-    showNotice();
+}
+
+void MainWindow::ignore(const QString& text)
+{
+    if (!m_waiting.active())
+        return m_model.say(Notice::Kind::Bad, text);
+    soundRefusal();
+    m_card->showIgnored(text);
+}
+
+// A dialog is gone, or another program's window.
+void MainWindow::changeEvent(QEvent* event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        m_focus.place();
 }
 
 QWidget* MainWindow::header()
@@ -99,6 +141,19 @@ QWidget* MainWindow::header()
     return bar;
 }
 
+QWidget* MainWindow::trainingBand()
+{
+    const bool hasService = !m_model.till().ownsService();
+    const bool keeps = m_model.till().keepsData();
+    auto* band = label(hasService ? u"Учебный режим: чеки и очередь пропадут при закрытии"_s
+                       : keeps ? u"Учебный режим: баллы ненастоящие"_s
+                               : u"Учебный режим: баллы ненастоящие, чеки пропадут при закрытии"_s,
+                       u"training"_s);
+    band->setAlignment(Qt::AlignCenter);
+    band->setHidden(hasService && keeps);
+    return band;
+}
+
 QString MainWindow::waitingText() const { return m_card->text(); }
 
 void MainWindow::refresh()
@@ -109,13 +164,13 @@ void MainWindow::refresh()
         title = u"Возврат по чеку "_s + receipt->getSaleDocumentId().toString();
     else if (receipt)
         title = u"Чек "_s + receipt->getIdentifier();
-    m_title->setText(title);
+    m_title->setText(shortened(title, 48));
     setWindowTitle(u"Касса — "_s + m_title->text());
     m_positions->refresh();
     m_side->refresh();
     m_totals->refresh();
     const Status status = statusOf(m_model);
-    m_status->setText(status.text);
+    m_status->setText(shortened(status.text, mostOfALine));
     restyle(*m_status, "state",
             status.state == Status::State::Well      ? u"well"_s
             : status.state == Status::State::Warning ? u"warning"_s
@@ -130,7 +185,8 @@ void MainWindow::showNotice()
         notice = {Notice::Kind::Bad,
                   u"Ответ службы потерян: баллы могли списаться. F9 повторит то же списание, "
                   "F8 отменит чек и вернёт баллы"_s};
-    m_notice->setText(notice.text);
+    m_notice->setText(shortened(notice.text, mostOfALine));
+    m_notice->setToolTip(notice.text);
     const QStringList kinds{u"plain"_s, u"good"_s, u"warning"_s, u"bad"_s};
     restyle(*m_notice, "notice", kinds[static_cast<int>(notice.kind)]);
 }
@@ -204,18 +260,36 @@ void MainWindow::openCodes()
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     if (m_waiting.underWay()) {
-        m_card->showIgnored(u"Закрыть нельзя: идёт обращение к службе"_s);
+        ignore(u"Закрыть нельзя: идёт обращение к службе"_s);
         event->ignore();
         return;
     }
+    const QString question = closingQuestion();
+    event->setAccepted(question.isEmpty() ||
+                       m_frontend.confirm(u"Закрыть кассу?"_s, question, u"Закрыть кассу"_s, u"Остаться"_s));
+}
+
+QString MainWindow::closingQuestion()
+{
+    const bool keeps = m_model.till().keepsData();
     const auto receipt = m_model.receipt();
-    const bool worthAWord = receipt && !receipt->getGoodsItems().isEmpty();
-    const bool leave =
-        !worthAWord || m_frontend.confirm(u"Закрыть кассу?"_s,
-                                          u"Чек %1 не закрыт. Он сохранён и откроется сам при следующем "
-                                          "запуске."_s.arg(receipt->getIdentifier()),
-                                          u"Закрыть кассу"_s, u"Остаться"_s);
-    event->setAccepted(leave);
+    QStringList words;
+    if (receipt && !receipt->getGoodsItems().isEmpty())
+        words.append((keeps ? u"Чек %1 не закрыт. Он сохранён и откроется сам при следующем запуске."_s
+                            : u"Чек %1 не закрыт и пропадёт: касса ничего не хранит."_s)
+                         .arg(shortened(receipt->getIdentifier(), 48)));
+    if (keeps)
+        return words.join(u'\n');
+    try {
+        const int unsent = m_model.till().queue().waitingCount() + m_model.till().queue().parkedCount();
+        if (unsent > 0)
+            words.append(
+                u"Не отправлено службе сообщений: %1. Они пропадут, и с ними начисленные баллы."_s.arg(
+                    unsent));
+    } catch (const BasicException& failure) {
+        words.append(u"Очередь не читается: %1"_s.arg(failure.tr().ru()));
+    }
+    return words.join(u'\n');
 }
 
 } // namespace till::window

@@ -2,11 +2,14 @@
 
 #include "host/core/activitynotifier.h"
 #include "till/window/checkoutmodel.h"
+#include "till/window/focus.h"
 #include "till/window/frontend.h"
 #include "till/window/panels/positionspanel.h"
 #include "till/window/panels/sidepanel.h"
 #include "till/window/panels/totalspanel.h"
 #include "till/window/panels/waitingcard.h"
+#include "till/window/scanner.h"
+#include "till/window/scans.h"
 #include "till/window/widgets.h"
 
 #include <QMainWindow>
@@ -41,9 +44,16 @@ protected:
     /// Not in the middle of a request; with goods on the receipt, after a word on where it stays.
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     QWidget* header();
+    QWidget* trainingBand();
+    /// What is lost when the window closes now; empty: nothing, and no receipt is open either.
+    [[nodiscard]] QString closingQuestion();
+    void listen();
+    /// What was pressed or typed is not taken.
+    void ignore(const QString& text);
     void refresh();
     void showNotice();
     void showWaiting();
@@ -65,6 +75,9 @@ private:
     SidePanel* m_side;
     TotalsPanel* m_totals;
     WaitingCard* m_card;
+    Focus m_focus;
+    Scanner m_scanner;
+    Scans m_scans;
     QTimer m_clock;
 };
 

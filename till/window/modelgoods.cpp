@@ -3,6 +3,7 @@
 #include "host/utils/money.h"
 #include "host/utils/quantity.h"
 #include "till/checkout/screen.h"
+#include "till/window/widgets.h"
 
 #include <algorithm>
 
@@ -41,8 +42,8 @@ void CheckoutModel::addGoods(const Goods& goods)
 {
     if (state() == State::Idle)
         openSale();
-    if (!receipt() || isReturn())
-        return;
+    if (const QString obstacle = checkout().obstacleTo(Action::SetLines); !obstacle.isEmpty())
+        return say(Notice::Kind::Bad, obstacle);
     QList<Line> lines = linesOf(*receipt());
     const auto same = std::find_if(lines.begin(), lines.end(),
                                    [&goods](const Line& line) { return line.articul == goods.articul; });
@@ -58,7 +59,7 @@ bool CheckoutModel::addArticle(const QString& articul)
     const Goods* goods = findGoods(articul.trimmed());
     if (!goods) {
         say(Notice::Kind::Bad,
-            u"Артикула «%1» нет: введите другой или выберите товар кнопкой"_s.arg(articul));
+            u"Артикула «%1» нет: введите другой или выберите товар кнопкой"_s.arg(shortened(articul, 40)));
         return false;
     }
     addGoods(*goods);

@@ -26,8 +26,12 @@ QString balanceText(const CheckoutModel& model)
     return u"Баланс на "_s + model.balanceTime().toString(u"HH:mm"_s);
 }
 
-QString lineText(const ServiceWatch& watch)
+/// Without a customer nothing is earned or spent, now or later.
+QString lineText(const ServiceWatch& watch, bool hasCustomer)
 {
+    if (!hasCustomer && watch.line() != ServiceWatch::Line::Unknown)
+        return watch.line() == ServiceWatch::Line::Up ? u"связь со службой есть"_s
+                                                      : u"связи со службой нет: карту не найти"_s;
     switch (watch.line()) {
     case ServiceWatch::Line::Unknown:
         return u"связь со службой ещё не проверена"_s;
@@ -49,8 +53,11 @@ QString operationText(const QString& operation)
         {u"payment-c2b"_s, u"списание с кодом"_s},
         {u"confirm-payment-c2b"_s, u"код списания"_s},
         {u"force-payment-c2b"_s, u"списание"_s},
+        {u"refuse-payment"_s, u"возврат"_s},
+        {u"cancel-payment"_s, u"отмена списания"_s},
+        {u"receipt"_s, u"чек без карты"_s},
     };
-    return names.value(operation, operation);
+    return names.value(operation, u"запрос"_s);
 }
 
 QString eventText(const QString& event)
@@ -109,7 +116,8 @@ Status statusOf(CheckoutModel& model)
         const auto warnings = queueWarnings(model.till().queue(), hostObject<Config>());
         if (!warnings.isEmpty())
             return {Bad, warnings.first().russian};
-        status.text = balanceText(model) + u", "_s + lineText(model.watch());
+        status.text =
+            balanceText(model) + u", "_s + lineText(model.watch(), !model.checkout().card().isNull());
         status.state = model.watch().line() == ServiceWatch::Line::Down ? Warning : Well;
         const int waiting = model.till().queue().waitingCount();
         if (waiting > 0)

@@ -21,6 +21,7 @@ const QColor strongEdge(0x7C, 0x8A, 0x99);
 const QColor accent(0x0B, 0x5C, 0xAD);
 const QColor accentDeep(0x08, 0x45, 0x82);
 const QColor accentPale(0xE3, 0xEE, 0xF9);
+const QColor training(0xFF, 0xB3, 0x1A);
 const QColor good(0x14, 0x5C, 0x33);
 const QColor goodPale(0xE2, 0xF2, 0xE8);
 const QColor warning(0x6B, 0x45, 0x00);
@@ -57,6 +58,7 @@ QLabel[role="name"] { font-size: $17px; font-weight: bold; }
 QLabel[role="small"] { font-size: $13px; }
 QLabel[role="total"] { font-size: $28px; font-weight: bold; }
 QLabel[role="headline"] { font-size: $30px; font-weight: bold; }
+QLabel[role="training"] { font-size: $15px; font-weight: bold; padding: 2px 12px; }
 QLabel[role="status"] { font-size: $14px; padding: 4px 12px; }
 QLabel[notice] { font-size: $15px; padding: 4px 12px; border-radius: 6px; }
 QTableWidget { border-radius: 8px; padding: 2px; outline: 0; gridline-color: transparent; }
@@ -64,7 +66,8 @@ QTableWidget::item { padding: 3px 6px; }
 QHeaderView::section { font-size: $13px; padding: 6px 9px; border: 0; border-bottom: 1px solid #C3CBD4; }
 QListWidget { border-radius: 8px; padding: 4px; outline: 0; }
 QListWidget::item { padding: 10px 8px; min-height: 28px; }
-QListWidget[role="lines"]::item { padding: 4px 8px; min-height: 20px; }
+QListWidget[role="lines"] { padding: 4px 12px; }
+QListWidget[role="lines"]::item { padding: 4px 0; min-height: 20px; }
 QFrame#waiting { border-radius: 10px; }
 QScrollBar:vertical { width: 14px; background: transparent; }
 QScrollBar::handle:vertical { background: #A9B4BF; border-radius: 7px; min-height: 44px; }
@@ -99,6 +102,7 @@ const QList<TextRule>& textRules()
         {u"QLabel[role=\"status\"]"_s, ink, paper, none},
         {u"QLabel[role=\"status\"][state=\"warning\"]"_s, warning, warningPale, none},
         {u"QLabel[role=\"status\"][state=\"bad\"]"_s, bad, badPale, none},
+        {u"QLabel[role=\"training\"]"_s, ink, training, none},
         {u"QLabel[notice=\"plain\"]"_s, ink, ground, none},
         {u"QLabel[notice=\"good\"]"_s, good, goodPale, none},
         {u"QLabel[notice=\"warning\"]"_s, warning, warningPale, none},

@@ -35,8 +35,10 @@ Waiting::~Waiting() = default;
 Waiting::Step::Step(Waiting& waiting)
     : m_waiting(waiting)
 {
-    if (m_waiting.m_depth++ == 0)
-        Q_EMIT m_waiting.changed();
+    if (m_waiting.m_depth++ > 0)
+        return;
+    m_waiting.m_cancelled = false;
+    Q_EMIT m_waiting.changed();
 }
 
 Waiting::Step::~Step()

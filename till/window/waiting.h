@@ -23,6 +23,11 @@ public:
     /// Also while a dialog of the request waits for the cashier.
     [[nodiscard]] bool underWay() const { return m_depth > 0; }
 
+    /// The cashier has cancelled the step that is under way: what it comes to is no failure.
+    void noteCancelled() { m_cancelled = true; }
+    /// Whether the last step was.
+    [[nodiscard]] bool wasCancelled() const { return m_cancelled; }
+
     /// A request, or several of one step, is under way as long as this lives.
     class Step
     {
@@ -64,6 +69,7 @@ private:
 
     int m_depth = 0;
     int m_pauses = 0;
+    bool m_cancelled = false;
     IdleWork m_idle;
 };
 

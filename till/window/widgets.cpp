@@ -2,9 +2,11 @@
 
 #include "host/utils/printable.h"
 #include "till/checkout/screen.h"
+#include "till/window/namedelegate.h"
 #include "till/window/style.h"
 
 #include <QHeaderView>
+#include <QRegularExpression>
 #include <QShortcut>
 #include <QStyle>
 #include <QVariant>
@@ -13,7 +15,39 @@ using namespace Qt::StringLiterals;
 
 namespace till::window {
 
-void Label::setText(const QString& text) { QLabel::setText(utils::printableLines(text)); }
+namespace {
+
+/// With places where a line may end in a word that no line of the window has room for.
+QString breakable(const QString& text)
+{
+    static const QRegularExpression stretch(u"(\\S{60})(?=\\S)"_s);
+    return QString(text).replace(stretch, u"\\1\u200B"_s);
+}
+
+} // namespace
+
+void Label::setText(const QString& text) { QLabel::setText(breakable(utils::printableLines(text))); }
+
+QSize Label::minimumSizeHint() const
+{
+    const QSize size = QLabel::minimumSizeHint();
+    return wordWrap() ? QSize(0, size.height()) : size;
+}
+
+QString shortened(const QString& text, qsizetype most)
+{
+    if (text.size() <= most)
+        return text;
+    const qsizetype end = (most - 1) / 3;
+    return text.first(most - 1 - end) + u'…' + text.last(end);
+}
+
+void limitLength(QLineEdit& field, int most, const std::function<void(const QString&)>& refuse)
+{
+    field.setMaxLength(most);
+    QObject::connect(&field, &QLineEdit::inputRejected, &field,
+                     [most, refuse] { refuse(u"Не всё принято: здесь не больше %1 знаков"_s.arg(most)); });
+}
 
 Label* label(const QString& text, const QString& role)
 {
@@ -30,24 +64,27 @@ QPushButton* button(const QString& text, const QString& key, const QString& role
     if (!role.isEmpty())
         made->setProperty("role", role);
     made->setAutoDefault(false);
+    made->setFocusPolicy(Qt::TabFocus); // a finger leaves the keys to the field that has them
     setText(*made, text, key);
     return made;
 }
 
-void bind(QWidget* owner, const QKeySequence& key, QPushButton* target)
+void bind(QWidget* owner, const QKeySequence& key, QPushButton* target, const std::function<void()>& refuse)
 {
     auto* shortcut = new QShortcut(key, owner);
     shortcut->setAutoRepeat(false);
-    QObject::connect(shortcut, &QShortcut::activated, target, &QPushButton::click);
+    QObject::connect(shortcut, &QShortcut::activated, target, [target, refuse] {
+        if (target->isEnabled())
+            target->click();
+        else if (refuse)
+            refuse();
+    });
 }
 
-void bind(QWidget* owner, const QKeySequence& key, QLineEdit* target)
+void enter(QLineEdit& field)
 {
-    auto* shortcut = new QShortcut(key, owner);
-    QObject::connect(shortcut, &QShortcut::activated, target, [target] {
-        target->setFocus(Qt::ShortcutFocusReason);
-        target->selectAll();
-    });
+    field.setFocus(Qt::ShortcutFocusReason);
+    field.selectAll();
 }
 
 void setText(QPushButton& button, const QString& text, const QString& key)
@@ -75,6 +112,7 @@ void showGoods(QTableWidget& table, const QStringList& headings)
     table.horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     table.horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
     table.horizontalHeader()->setHighlightSections(false);
+    table.setItemDelegateForColumn(0, new NameDelegate(&table));
 }
 
 QFrame* panel()

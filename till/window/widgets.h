@@ -1,5 +1,7 @@
 #pragma once
 
+#include "till/window/sound.h"
+
 #include <QFrame>
 #include <QKeySequence>
 #include <QLabel>
@@ -10,13 +12,20 @@
 namespace till::window {
 
 /// Text as it is: never taken for HTML, and with what a screen must not get replaced, because names and
-/// reasons come from the service.
+/// reasons come from the service. One that wraps asks for no width: no word in it widens the window.
 class Label : public QLabel
 {
 public:
     Label() { setTextFormat(Qt::PlainText); }
     void setText(const QString& text);
+    [[nodiscard]] QSize minimumSizeHint() const override;
 };
+
+/// The text with an ellipsis in its middle when it is longer than `most` characters.
+QString shortened(const QString& text, qsizetype most);
+
+/// Lets the field take so many characters and no more; `refuse` is told when there were.
+void limitLength(QLineEdit& field, int most, const std::function<void(const QString&)>& refuse);
 
 /// A label in that role of the style sheet.
 Label* label(const QString& text, const QString& role = {});
@@ -25,11 +34,13 @@ Label* label(const QString& text, const QString& role = {});
 QPushButton* button(const QString& text, const QString& key = {}, const QString& role = {});
 
 /// The key presses the button at once, wherever the focus is in the owner's window; held down, it does so
-/// once. (A button's own shortcut takes its time, and the next key would find things as they were.)
-void bind(QWidget* owner, const QKeySequence& key, QPushButton* target);
+/// once. (A button's own shortcut takes its time, and the next key would find things as they were.) `refuse`
+/// says why the button cannot be pressed now.
+void bind(QWidget* owner, const QKeySequence& key, QPushButton* target,
+          const std::function<void()>& refuse = soundRefusal);
 
-/// The key puts the cursor into the field, wherever the focus is in the owner's window.
-void bind(QWidget* owner, const QKeySequence& key, QLineEdit* target);
+/// Puts the cursor into the field, with its text chosen: what is typed takes its place.
+void enter(QLineEdit& field);
 
 /// Names the button anew; its key stays shown.
 void setText(QPushButton& button, const QString& text, const QString& key);

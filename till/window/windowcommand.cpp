@@ -16,6 +16,11 @@
 
 #include <array>
 
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 namespace till {
@@ -25,16 +30,44 @@ namespace {
 constexpr int leastScale = 100;
 constexpr int mostScale = 150;
 
-/// Qt ends the program when it finds no display; what to do about it is said before.
+/// Whether Qt can open the display: it ends a program that it finds none for, so another one tries. Called
+/// before there is a second thread.
+bool canOpenDisplay()
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        constexpr rlimit none{0, 0};
+        setrlimit(RLIMIT_CORE, &none);
+        const int nowhere = open("/dev/null", O_WRONLY);
+        dup2(nowhere, STDERR_FILENO);
+        int count = 1;
+        QByteArray name = "till"_ba;
+        std::array<char*, 2> arguments{name.data(), nullptr};
+        const QGuiApplication application(count, arguments.data());
+        _exit(0);
+    }
+    int status = -1;
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// Says what to do when there is nothing to show the window on.
 void requireDisplay()
 {
-    if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") || !qEnvironmentVariableIsEmpty("DISPLAY") ||
-        !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+    const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM");
+    const bool isNamed =
+        !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    const bool needsNone =
+        !platform.isEmpty() && !platform.startsWith(u"xcb") && !platform.startsWith(u"wayland");
+    if (needsNone || (isNamed && canOpenDisplay()))
         return;
+    const QString why =
+        isNamed ? u"the display cannot be opened (DISPLAY is \"%1\", WAYLAND_DISPLAY is \"%2\")"_s.arg(
+                      qEnvironmentVariable("DISPLAY"), qEnvironmentVariable("WAYLAND_DISPLAY"))
+                : u"there is no display (neither DISPLAY nor WAYLAND_DISPLAY is set)"_s;
     throw UsageError(
-        u"till: window: there is no display (neither DISPLAY nor WAYLAND_DISPLAY is set). Start it in a "
-        "desktop session, or on a virtual display: xvfb-run till window; or let a VNC viewer on "
-        "port 5900 show it: QT_QPA_PLATFORM=vnc till window. Pictures of it are in docs/pictures"_s);
+        u"till: window: %1. Start it in a desktop session, or on a virtual display: xvfb-run till window; or "
+        "let a VNC viewer on port 5900 show it: QT_QPA_PLATFORM=vnc till window. Pictures of it are in "
+        "docs/pictures"_s.arg(why));
 }
 
 int scaleOf(const Invocation& invocation)
@@ -65,6 +98,8 @@ int run(const Invocation& invocation)
     requireDisplay();
     Options options = invocation.options;
     const Config config = settingsOf(options);
+    if (options.dataDirectory.isEmpty() && namesService(config))
+        options.dataDirectory = usualDataDirectory(); // what real money hangs on outlives the window
     int count = 1;
     QByteArray name = "till"_ba;
     std::array<char*, 2> arguments{name.data(), nullptr};
@@ -106,7 +141,8 @@ Command windowCommand()
         .details =
             u"Sells, spends and earns points, takes goods back; by keyboard alone or by touch, from\n"
             "1024 x 768 pixels on. Each key is shown on its button. Where nobody names a loyalty service,\n"
-            "the stand is started. A receipt that was left open is found again in the data directory."_s,
+            "the stand is started, and it is training. A receipt that was left open is found again in the\n"
+            "data directory; with a service, that is by default where the tools look, else one of the moment."_s,
         .options = {{u"demo"_s, {}, u"Begin with a few goods on the receipt."_s},
                     {u"scale"_s, u"PERCENT"_s, u"Size of the letters, 100 to 150."_s}},
         .examples = {{u"till window --demo"_s, u"a receipt ready to try"_s},

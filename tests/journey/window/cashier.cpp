@@ -2,6 +2,7 @@
 
 #include "host/network/restclient.h"
 #include "till/setup/settings.h"
+#include "till/window/sound.h"
 #include "till/window/style.h"
 
 #include <QAbstractButton>
@@ -16,6 +17,13 @@
 using namespace Qt::StringLiterals;
 
 namespace windowtest {
+
+namespace {
+
+constexpr quint64 aPerson = 120; // milliseconds from one key to the next
+constexpr quint64 aScanner = 8;
+
+} // namespace
 
 PaintProbe::PaintProbe(QWidget* parent)
     : QWidget(parent)
@@ -36,6 +44,13 @@ void PaintProbe::paintEvent(QPaintEvent* /*event*/)
     ++m_paintings;
 }
 
+bool Keyboard::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched->isWindowType() && (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease))
+        static_cast<QKeyEvent*>(event)->setTimestamp(m_now);
+    return QObject::eventFilter(watched, event);
+}
+
 Cashier::Cashier()
     : Cashier(Setup{})
 {}
@@ -47,6 +62,8 @@ Cashier::Cashier(const Setup& setup)
     Config config = till::loadSettings({});
     config.set(u"KYRLoyalty:smsVerification"_s, setup.smsVerification);
     config.set(u"KYRLoyalty:timeout"_s, setup.timeout);
+    config.set(u"Till:scanPrefix"_s, setup.scanPrefix);
+    config.set(u"Till:scanSuffix"_s, setup.scanSuffix);
     if (!setup.serverUrl.isEmpty()) {
         till::setServerUrl(config, setup.serverUrl);
         config.set(u"KYRLoyalty:user"_s, u"shop"_s); // as a stand of the tests knows it
@@ -55,7 +72,8 @@ Cashier::Cashier(const Setup& setup)
     m_waiting = std::make_unique<till::window::Waiting>();
     m_watch = std::make_unique<till::window::ServiceWatch>();
     m_frontend = std::make_unique<till::window::WindowFrontend>(*m_waiting);
-    const till::Parts parts{QStringLiteral(PLUGIN_FILE), QStringLiteral(STAND_PROGRAM), m_directory};
+    const till::Parts parts{QStringLiteral(PLUGIN_FILE), QStringLiteral(STAND_PROGRAM),
+                            setup.keeps ? m_directory : QString()};
     m_till = std::make_unique<till::Till>(parts, config, *m_frontend);
     m_model = std::make_unique<till::window::CheckoutModel>(*m_till, *m_waiting, *m_watch);
     m_window = std::make_unique<till::window::MainWindow>(*m_model, *m_waiting, *m_frontend);
@@ -65,12 +83,14 @@ Cashier::Cashier(const Setup& setup)
     m_window->activateWindow();
     if (!QTest::qWaitForWindowActive(m_window.get()))
         throw std::runtime_error("the window does not become active");
+    qApp->installEventFilter(&m_keyboard); // last, so that it is asked first
+    till::window::setRefusalSound([this] { ++m_beeps; });
     m_probe = new PaintProbe(m_window.get());
     pump();
     m_probe->takeLongest();
 }
 
-Cashier::~Cashier() = default;
+Cashier::~Cashier() { till::window::setRefusalSound({}); }
 
 void Cashier::pump()
 {
@@ -89,26 +109,62 @@ QWindow* Cashier::focused()
 }
 
 // QTest::keyClick knows no Cyrillic; this way a key comes in as the window system's own do, with its text.
-void Cashier::press(Qt::Key key, Qt::KeyboardModifiers modifiers)
+void Cashier::send(QEvent::Type type, int key, Qt::KeyboardModifiers modifiers, const QString& text)
 {
     QWindow* target = focused();
     ASSERT_TRUE(target) << "no window has the focus";
+    qt_handleKeyEvent(target, type, key, modifiers, text);
+}
+
+void Cashier::press(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
     const QString text = key == Qt::Key_Return ? u"\r"_s : QString();
-    qt_handleKeyEvent(target, QEvent::KeyPress, key, modifiers, text);
-    qt_handleKeyEvent(target, QEvent::KeyRelease, key, modifiers, text);
+    m_keyboard.pass(aPerson);
+    send(QEvent::KeyPress, key, modifiers, text);
+    send(QEvent::KeyRelease, key, modifiers, text);
     pump();
 }
 
 void Cashier::type(const QString& text)
 {
     for (const QChar c : text) {
-        QWindow* target = focused();
-        ASSERT_TRUE(target) << "no window has the focus";
-        const int key = c.isDigit() ? Qt::Key_0 + c.digitValue() : c.toUpper().unicode();
-        qt_handleKeyEvent(target, QEvent::KeyPress, key, Qt::NoModifier, c);
-        qt_handleKeyEvent(target, QEvent::KeyRelease, key, Qt::NoModifier, c);
+        m_keyboard.pass(aPerson);
+        typeFast(c);
     }
+    const auto* scanner = m_window->findChild<till::window::Scanner*>();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !scanner->isUndecided(); })) << "characters are kept";
     pump();
+}
+
+void Cashier::typeFast(const QString& text)
+{
+    for (const QChar c : text) {
+        const bool isSeparator = c == QChar(0x1D);
+        const int key = isSeparator   ? int(Qt::Key_BracketRight)
+                        : c.isDigit() ? Qt::Key_0 + c.digitValue()
+                                      : c.toUpper().unicode();
+        const auto modifiers = isSeparator ? Qt::ControlModifier : Qt::NoModifier;
+        m_keyboard.pass(aScanner);
+        send(QEvent::KeyPress, key, modifiers, c);
+        send(QEvent::KeyRelease, key, modifiers, c);
+    }
+}
+
+void Cashier::scan(const QString& code, Qt::Key end)
+{
+    m_keyboard.pass(aPerson);
+    typeFast(code);
+    m_keyboard.pass(aScanner);
+    send(QEvent::KeyPress, end, Qt::NoModifier, u"\r"_s);
+    send(QEvent::KeyRelease, end, Qt::NoModifier, u"\r"_s);
+    pump();
+}
+
+QString Cashier::focus()
+{
+    static_cast<void>(focused());
+    const QWidget* widget = QApplication::focusWidget();
+    return widget ? widget->accessibleName() : u"nothing"_s;
 }
 
 void Cashier::touch(const QString& name)

@@ -35,6 +35,17 @@ private:
     int m_paintings = 0;
 };
 
+/// Says when each key was pressed, as the window system does: tests then depend on no clock.
+class Keyboard : public QObject
+{
+public:
+    void pass(quint64 milliseconds) { m_now += milliseconds; }
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    quint64 m_now = 1;
+};
+
 /// A cashier at the window of a till with the real plug-in and a stand of its own. Keys and clicks come in as
 /// from the screen, through Qt's queue of the window system.
 class Cashier
@@ -47,6 +58,9 @@ public:
         int scale = 100;
         QString serverUrl = {};
         QString dataDirectory = {};
+        bool keeps = true; ///< false: nobody names a data directory
+        QString scanPrefix = {};
+        QString scanSuffix = {};
     };
     explicit Cashier(const Setup& setup);
     Cashier();
@@ -60,11 +74,19 @@ public:
     [[nodiscard]] PaintProbe& probe() { return *m_probe; }
     [[nodiscard]] QString directory() const { return m_directory; }
 
-    /// Types the text into whatever has the focus.
+    /// Types the text into whatever has the focus, as people do.
     void type(const QString& text);
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     /// A finger on the button with that accessible name in the active window.
     void touch(const QString& name);
+    /// A code as the scanner types it: fast, and with Enter at its end. U+001D stands in a marking code.
+    void scan(const QString& code, Qt::Key end = Qt::Key_Return);
+    /// Types as scan() does, without an end.
+    void typeFast(const QString& text);
+    /// How often there was the sound of something that was not taken, since the last call.
+    int takeBeeps() { return std::exchange(m_beeps, 0); }
+    /// The accessible name of what has the keys.
+    [[nodiscard]] QString focus();
     /// What is done when the next dialog is open; it is given the dialog.
     void atDialog(const std::function<void(QDialog&)>& act);
 
@@ -85,6 +107,7 @@ public:
 
 private:
     void pump();
+    void send(QEvent::Type type, int key, Qt::KeyboardModifiers modifiers, const QString& text);
     /// The window that keys go to.
     [[nodiscard]] QWindow* focused();
 
@@ -97,7 +120,9 @@ private:
     std::unique_ptr<till::window::CheckoutModel> m_model;
     std::unique_ptr<till::window::MainWindow> m_window;
     PaintProbe* m_probe = nullptr;
+    Keyboard m_keyboard;
     int m_dialogs = 0;
+    int m_beeps = 0;
 };
 
 /// Renders the widget; keeps it in the folder that PICTURES names, when it does.

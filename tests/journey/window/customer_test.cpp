@@ -120,7 +120,7 @@ TEST(WindowCustomer, NobodyIsFoundWhileTheServiceIsAwayAndTheStatusSaysWhatWorks
     cashier.till().setServiceUp(false);
     enter(cashier, u"2000000000055"_s);
     EXPECT_EQ(cardOf(cashier), QString());
-    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("начисление уйдёт позже, списание недоступно"));
+    EXPECT_THAT(cashier.status().toStdString(), HasSubstr("связи со службой нет: карту не найти"));
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Ошибка обращения к серверу"));
 }
 

@@ -102,7 +102,7 @@ TEST(WindowGoods, AReceiptWithoutACardIsPaid)
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("ждут отправки: 1"));
 }
 
-TEST(WindowGoods, AnAbandonedReceiptIsAskedForOnce)
+TEST(WindowGoods, AnAbandonedReceiptIsAskedForOnceAndEnterKeepsIt)
 {
     Cashier cashier;
     cashier.sell();
@@ -111,8 +111,11 @@ TEST(WindowGoods, AnAbandonedReceiptIsAskedForOnce)
     EXPECT_TRUE(cashier.checkout().receipt());
     cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Return); });
     cashier.press(Qt::Key_F8);
+    EXPECT_TRUE(cashier.checkout().receipt()) << "Enter is no answer to lose something by";
+    cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Delete); });
+    cashier.press(Qt::Key_F8);
     EXPECT_FALSE(cashier.checkout().receipt());
-    EXPECT_EQ(cashier.dialogs(), 2);
+    EXPECT_EQ(cashier.dialogs(), 3);
 }
 
 } // namespace windowtest

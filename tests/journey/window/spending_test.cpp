@@ -162,6 +162,8 @@ TEST(WindowSpending, ACancelledCodeSpendsNothing)
     spendWithCode(cashier, [&](QDialog&) { cashier.press(Qt::Key_Escape); });
     EXPECT_EQ(spent(cashier), 0);
     EXPECT_EQ(cashier.notice(), u"Пользователь отменил ввод кода"_s);
+    EXPECT_EQ(cashier.model().notice().kind, till::window::Notice::Kind::Plain) << "the cashier chose it";
+    EXPECT_EQ(cashier.takeBeeps(), 0);
 }
 
 TEST(WindowSpending, TheMessageOfThePluginIsShownWhileItConfirmsTheCode)
@@ -209,7 +211,7 @@ TEST(WindowUnknown, IsEndedByAbandoningTheReceipt)
     cashier.loseTheNextSpending();
     spend(cashier, u"100"_s);
     ASSERT_TRUE(cashier.checkout().unknownSpending()) << cashier.notice().toStdString();
-    cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Return); });
+    cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Delete); });
     cashier.press(Qt::Key_F8);
     EXPECT_FALSE(cashier.checkout().receipt());
     cashier.sell(card);

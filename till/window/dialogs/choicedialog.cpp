@@ -4,26 +4,23 @@
 #include "till/window/widgets.h"
 
 #include <QHBoxLayout>
-#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
 namespace till::window {
 
 ChoiceDialog::ChoiceDialog(const ChoiceRequest& request, QWidget* parent)
-    : QDialog(parent)
+    : Question(request.title.ru(), parent)
     , m_closable(request.closable)
     , m_list(new QListWidget)
 {
     setObjectName(u"choice"_s);
-    setWindowTitle(utils::printable(request.title.ru()));
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(24, 20, 24, 20);
-    layout->setSpacing(12);
-    layout->addWidget(label(request.title.ru(), u"title"_s));
     for (const tr::Tr* words : {&request.message, &request.comment}) {
-        if (!words->isEmpty())
-            layout->addWidget(label(words->ru()));
+        if (words->isEmpty())
+            continue;
+        auto* lines = label(words->ru());
+        lines->setWordWrap(true);
+        column().addWidget(lines);
     }
     m_list->setAccessibleName(request.title.ru());
     for (const tr::Tr& item : request.items)
@@ -31,7 +28,7 @@ ChoiceDialog::ChoiceDialog(const ChoiceRequest& request, QWidget* parent)
     m_list->setCurrentRow(0);
     m_list->setMinimumSize(420, 220);
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    layout->addWidget(m_list);
+    column().addWidget(m_list);
     auto* buttons = new QHBoxLayout;
     if (m_closable) {
         auto* close = button(u"Не выбирать"_s, u"Esc"_s, u"second"_s);
@@ -44,7 +41,7 @@ ChoiceDialog::ChoiceDialog(const ChoiceRequest& request, QWidget* parent)
     connect(choose, &QPushButton::clicked, this, &QDialog::accept);
     connect(m_list, &QListWidget::itemActivated, this, &QDialog::accept);
     buttons->addWidget(choose);
-    layout->addLayout(buttons);
+    column().addLayout(buttons);
     m_list->setFocus();
 }
 

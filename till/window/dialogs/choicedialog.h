@@ -1,14 +1,14 @@
 #pragma once
 
 #include "host/core/dialog.h"
+#include "till/window/dialogs/question.h"
 
-#include <QDialog>
 #include <QListWidget>
 
 namespace till::window {
 
 /// A list to choose one of.
-class ChoiceDialog : public QDialog
+class ChoiceDialog : public Question
 {
 public:
     ChoiceDialog(const ChoiceRequest& request, QWidget* parent);

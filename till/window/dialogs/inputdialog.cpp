@@ -1,40 +1,45 @@
 #include "till/window/dialogs/inputdialog.h"
 
-#include "host/utils/printable.h"
 #include "till/window/widgets.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
 namespace till::window {
 
+namespace {
+
+constexpr int longestAnswer = 120;
+
+} // namespace
+
 InputDialog::InputDialog(const TextInputRequest& request, QWidget* parent, const QString& start)
-    : QDialog(parent)
+    : Question(request.title.ru(), parent)
     , m_request(request)
     , m_field(new QLineEdit(start))
     , m_ok(button(request.okCaption.ru(), u"Enter"_s, u"primary"_s))
 {
     setObjectName(request.formName);
-    setWindowTitle(utils::printable(request.title.ru()));
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(24, 20, 24, 20);
-    layout->setSpacing(12);
-    layout->addWidget(label(request.title.ru(), u"title"_s));
+    if (!request.scanErrorText.isEmpty())
+        setScanRefusal(request.scanErrorText.ru());
     auto* words = label(request.message.ru());
     words->setWordWrap(true);
     words->setBuddy(m_field);
-    layout->addWidget(words);
+    column().addWidget(words);
     m_field->setAccessibleName(request.message.ru());
     m_field->setEchoMode(request.hidden ? QLineEdit::Password : QLineEdit::Normal);
     m_field->setReadOnly(!request.keyboardAllowed && !request.scannerAllowed);
     m_field->setMinimumWidth(360);
+    limitLength(*m_field, longestAnswer, [this](const QString& text) {
+        soundRefusal();
+        refuse(text);
+    });
     m_field->selectAll();
-    layout->addWidget(m_field);
+    column().addWidget(m_field);
     if (request.inputKind == TextInputRequest::Digits && request.keyboardAllowed)
-        layout->addWidget(digitPad());
+        column().addWidget(digitPad());
     auto* buttons = new QHBoxLayout;
     if (request.cancelAllowed) {
         auto* cancel = button(request.cancelCaption.ru(), u"Esc"_s, u"second"_s);
@@ -43,7 +48,7 @@ InputDialog::InputDialog(const TextInputRequest& request, QWidget* parent, const
     }
     m_ok->setDefault(true);
     buttons->addWidget(m_ok);
-    layout->addLayout(buttons);
+    column().addLayout(buttons);
     connect(m_ok, &QPushButton::clicked, this, &InputDialog::accept);
     const auto judge = [this] { m_ok->setEnabled(m_request.emptyAllowed || !answer().isEmpty()); };
     connect(m_field, &QLineEdit::textChanged, this, judge);

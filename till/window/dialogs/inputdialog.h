@@ -1,8 +1,8 @@
 #pragma once
 
 #include "host/core/dialog.h"
+#include "till/window/dialogs/question.h"
 
-#include <QDialog>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -10,7 +10,7 @@ namespace till::window {
 
 /// A question that is answered with a text, as the request's options say. One that asks for digits has keys
 /// for them on the screen.
-class InputDialog : public QDialog
+class InputDialog : public Question
 {
 public:
     /// `start` stands in the field at first, selected.

@@ -11,6 +11,9 @@
 #include "till/window/widgets.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QShortcut>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -50,6 +53,18 @@ QList<double> leftOf(const QString& sale, const QList<QSharedPointer<GoodsItem>>
     return left;
 }
 
+QList<ClosedSale> olderSale(const QString& number)
+{
+    try {
+        const auto sale = hostObject<DocumentsDao>().loadDocument(number, false);
+        if (sale && sale->getDocumentType() == SaleReceipt)
+            return {{number, sale}};
+    } catch (const BasicException&) {
+        return {{number, nullptr}}; // it is there, but damaged
+    }
+    return {};
+}
+
 } // namespace
 
 QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& giveBack)
@@ -65,8 +80,9 @@ QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& give
 }
 
 ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
-    : QDialog(parent)
+    : Question(u"Возврат: выберите чек и товары"_s, parent)
     , m_model(model)
+    , m_number(new QLineEdit)
     , m_list(new QListWidget)
     , m_table(new QTableWidget)
     , m_preview(label({}))
@@ -78,15 +94,19 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     setObjectName(u"return"_s);
     setWindowTitle(u"Возврат"_s);
     setFixedSize(parent ? parent->size() - QSize(40, 40) : QSize(984, 728));
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(24, 20, 24, 20);
-    layout->setSpacing(12);
-    layout->addWidget(label(u"Возврат: выберите чек и товары"_s, u"title"_s));
     auto* middle = new QHBoxLayout;
     middle->setSpacing(12);
     m_list->setAccessibleName(u"Закрытые чеки"_s);
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    middle->addWidget(m_list, 2);
+    m_number->setPlaceholderText(u"Номер чека F2"_s);
+    m_number->setAccessibleName(u"Номер чека"_s);
+    m_number->setObjectName(u"number"_s);
+    limitLength(*m_number, 60, [this](const QString& text) { refuse(text); });
+    auto* receipts = new QVBoxLayout;
+    receipts->setSpacing(8);
+    receipts->addWidget(m_number);
+    receipts->addWidget(m_list, 1);
+    middle->addLayout(receipts, 2);
     showGoods(*m_table, {u"Товар"_s, u"Продано"_s, u"Осталось"_s, u"Вернуть"_s});
     m_table->setAccessibleName(u"Товары чека"_s);
     auto* goods = new QVBoxLayout;
@@ -98,18 +118,18 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
         changes->addWidget(change, 1);
     goods->addLayout(changes);
     middle->addLayout(goods, 3);
-    layout->addLayout(middle, 1);
+    column().addLayout(middle, 1);
     m_preview->setWordWrap(true);
     m_preview->setMinimumHeight(scaled(46));
-    layout->addWidget(m_preview);
+    column().addWidget(m_preview);
     auto* buttons = new QHBoxLayout;
     auto* close = button(u"Закрыть"_s, u"Esc"_s, u"second"_s);
     buttons->addWidget(close);
     buttons->addWidget(m_open, 1);
-    layout->addLayout(buttons);
+    column().addLayout(buttons);
 
-    bind(this, Qt::Key_Minus, m_less);
-    bind(this, Qt::Key_Plus, m_more);
+    for (QWidget* view : QList<QWidget*>{m_list, m_table})
+        view->installEventFilter(this);
     bind(this, Qt::Key_F4, m_all);
     bind(this, Qt::Key_F9, m_open);
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
@@ -118,27 +138,60 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     connect(m_more, &QPushButton::clicked, this, [this] { change(1); });
     connect(m_all, &QPushButton::clicked, this, [this] { takeAll(); });
     connect(m_list, &QListWidget::currentRowChanged, this, [this] { showSale(); });
+    connect(m_number, &QLineEdit::textChanged, this, [this] { fillSales(); });
+    connect(new QShortcut(Qt::Key_F2, this), &QShortcut::activated, m_number,
+            qOverload<>(&QLineEdit::setFocus));
+    readSales();
     fillSales();
+    m_list->setFocus();
 }
 
-void ReturnDialog::fillSales()
+// No shortcuts: in the number of a receipt they are what they are.
+bool ReturnDialog::eventFilter(QObject* watched, QEvent* event)
+{
+    const int key = event->type() == QEvent::KeyPress ? static_cast<QKeyEvent*>(event)->key() : 0;
+    if (key != Qt::Key_Minus && key != Qt::Key_Plus)
+        return Question::eventFilter(watched, event);
+    (key == Qt::Key_Minus ? m_less : m_more)->click();
+    return true;
+}
+
+void ReturnDialog::readSales()
 {
     try {
-        m_sales = hostObject<DocumentsDao>().newestSales(shownSales);
+        m_newest = hostObject<DocumentsDao>().newestSales(shownSales);
     } catch (const BasicException& failure) {
         m_failure = failure.tr().ru();
     }
+}
+
+/// Those whose number has what was typed; an older one by its whole number.
+void ReturnDialog::fillSales()
+{
+    const QString number = m_number->text().trimmed();
+    m_sales.clear();
+    for (const ClosedSale& sale : m_newest) {
+        if (sale.identifier.contains(number, Qt::CaseInsensitive))
+            m_sales.append(sale);
+    }
+    if (m_sales.isEmpty() && !number.isEmpty())
+        m_sales = olderSale(number);
+    const QSignalBlocker quiet(m_list);
+    m_list->clear();
     for (const ClosedSale& sale : m_sales)
         m_list->addItem(utils::printableLines(sale.document ? saleLine(*sale.document)
                                                             : sale.identifier + u"\nповреждён"_s));
     m_list->setEnabled(!m_sales.isEmpty());
     if (m_sales.isEmpty()) {
-        m_list->addItem(m_failure.isEmpty() ? u"Закрытых чеков нет"_s : u"Чеки не прочитаны"_s);
+        m_list->addItem(!m_failure.isEmpty() ? u"Чеки не прочитаны"_s
+                        : m_newest.isEmpty() ? u"Закрытых чеков нет"_s
+                                             : u"Такого чека нет"_s);
+        m_table->setRowCount(0);
         preview();
     } else {
         m_list->setCurrentRow(0);
+        showSale();
     }
-    m_list->setFocus();
 }
 
 QString ReturnDialog::sale() const { return m_sales.value(m_list->currentRow()).identifier; }
@@ -161,7 +214,8 @@ void ReturnDialog::showSale()
     m_table->setRowCount(static_cast<int>(items.size()));
     int row = 0;
     for (const auto& item : items) {
-        auto* name = new QTableWidgetItem(utils::printable(item->getName(false)));
+        auto* name = new QTableWidgetItem(
+            utils::printable(u"%1. %2"_s.arg(QString::number(item->getPosnum()), item->getName(false))));
         name->setData(Qt::UserRole, item->getPosnum());
         m_table->setItem(row, Name, name);
         for (const int column : {Sold, Left, Now}) {
@@ -216,7 +270,8 @@ void ReturnDialog::preview()
         return m_preview->setText(m_failure);
     if (!chosen || wanted.isEmpty())
         return m_preview->setText(chosen ? u"Отметьте, что возвращает покупатель"_s
-                                         : u"Возвращать нечего: ни один чек ещё не оплачен"_s);
+                                  : m_newest.isEmpty() ? u"Возвращать нечего: ни один чек ещё не оплачен"_s
+                                                       : u"Чека с таким номером нет"_s);
     const Draft draft = m_model.checkout().returnOf(sale() + u"-B"_s, sale(), wanted);
     m_preview->setText(draft.ok ? pointsPreview(*chosen, *draft.receipt) : draft.error);
     m_open->setEnabled(draft.ok);

@@ -2,9 +2,9 @@
 
 #include "host/storage/documents.h"
 #include "till/window/checkoutmodel.h"
+#include "till/window/dialogs/question.h"
 #include "till/window/widgets.h"
 
-#include <QDialog>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTableWidget>
@@ -12,7 +12,7 @@
 namespace till::window {
 
 /// Which receipt, which of its positions, how much of each; and what it means for points, before it is done.
-class ReturnDialog : public QDialog
+class ReturnDialog : public Question
 {
 public:
     ReturnDialog(CheckoutModel& model, QWidget* parent);
@@ -20,7 +20,10 @@ public:
     [[nodiscard]] QString sale() const;
     [[nodiscard]] QList<ReturnLine> lines() const;
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    void readSales();
     void fillSales();
     void showSale();
     void change(double by);
@@ -28,7 +31,9 @@ private:
     void preview();
 
     CheckoutModel& m_model;
-    QList<ClosedSale> m_sales;
+    QList<ClosedSale> m_newest;
+    QList<ClosedSale> m_sales; ///< of them, those in the list
+    QLineEdit* m_number;
     QListWidget* m_list;
     QTableWidget* m_table;
     Label* m_preview;

@@ -66,7 +66,9 @@ QWidget* CustomerPanel::search()
     m_entry->setAccessibleName(u"Карта или телефон покупателя"_s);
     m_entry->setAccessibleDescription(u"Клавиша F3; Enter ищет покупателя"_s);
     m_entry->setObjectName(u"customer"_s);
-    bind(this, Qt::Key_F3, m_entry);
+    const auto refuse = [this](const QString& text) { m_model.say(Notice::Kind::Bad, text); };
+    limitLength(*m_entry, 40, refuse);
+    limitLength(*m_points, 15, refuse);
     auto* row = new QHBoxLayout;
     row->setSpacing(6);
     row->addWidget(m_entry, 1);
@@ -132,19 +134,31 @@ QWidget* CustomerPanel::points()
     layout->addWidget(m_reason);
     connect(m_spend, &QPushButton::clicked, this, [this] { spend(); });
     connect(m_points, &QLineEdit::returnPressed, this, [this] { spend(); });
-    bind(this, Qt::Key_F7, m_points);
     return area;
+}
+
+void CustomerPanel::enterCustomer()
+{
+    if (m_entry->isEnabled())
+        enter(*m_entry);
+    else
+        m_model.say(Notice::Kind::Bad, m_model.checkout().obstacleTo(Action::Identify));
+}
+
+void CustomerPanel::enterPoints()
+{
+    if (m_points->isEnabled())
+        enter(*m_points);
+    else
+        m_model.say(Notice::Kind::Bad, m_limit->text() + u". "_s + m_reason->text());
 }
 
 void CustomerPanel::find(CheckoutModel::Means means)
 {
-    if (m_model.identify(m_entry->text(), means)) {
+    if (m_model.identify(m_entry->text(), means))
         m_entry->clear();
-        m_points->setFocus();
-    } else {
-        m_entry->setFocus();
+    else
         m_entry->selectAll();
-    }
 }
 
 void CustomerPanel::spend()
@@ -194,7 +208,8 @@ void CustomerPanel::showCustomer()
         return;
     }
     const auto client = card->getCard()->getClient();
-    m_name->setText(client && !client->getName().isEmpty() ? client->getName() : u"Имя не указано"_s);
+    m_name->setText(client && !client->getName().isEmpty() ? shortened(client->getName(), 100)
+                                                           : u"Имя не указано"_s);
     m_card->setText(u"Карта "_s + utils::maskWhole(card->getNumber().toString()) + statusOf(*card));
     const QVariant balance = card->getBonusBalance();
     const QString caption = m_model.balanceTime().isValid() ? u"Баланс: "_s : u"Было: "_s;

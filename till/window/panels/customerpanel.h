@@ -16,6 +16,12 @@ public:
     explicit CustomerPanel(CheckoutModel& model);
 
     void refresh();
+    /// The next key is for the customer's card or phone; a word when nobody can be looked for now.
+    void enterCustomer();
+    /// The same for the points to spend.
+    void enterPoints();
+    /// Where points are typed.
+    [[nodiscard]] QLineEdit& pointsField() const { return *m_points; }
 
 private:
     QWidget* search();

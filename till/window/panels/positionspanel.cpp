@@ -7,6 +7,7 @@
 
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -52,13 +53,21 @@ QWidget* PositionsPanel::entryRow()
     m_article->setAccessibleName(u"Артикул товара"_s);
     m_article->setAccessibleDescription(u"Клавиша F2; Enter добавляет товар"_s);
     m_article->setObjectName(u"article"_s);
+    constexpr int marking = 200; // as long as a marking code may be
+    limitLength(*m_article, marking, [this](const QString& text) { m_model.say(Notice::Kind::Bad, text); });
     auto* add = button(u"Добавить"_s, u"Enter"_s);
     m_entries.append(add);
     layout->addWidget(m_article, 1);
     layout->addWidget(add);
     connect(add, &QPushButton::clicked, this, [this] { enterArticle(); });
     connect(m_article, &QLineEdit::returnPressed, this, [this] { enterArticle(); });
-    bind(this, Qt::Key_F2, m_article);
+    auto* key = new QShortcut(Qt::Key_F2, this);
+    connect(m_table, &PositionsTable::typed, this, &PositionsPanel::refuse);
+    connect(key, &QShortcut::activated, m_article, [this] {
+        if (!m_article->isEnabled())
+            return refuse();
+        enter(*m_article);
+    });
     return row;
 }
 
@@ -93,7 +102,7 @@ QWidget* PositionsPanel::changesRow()
                          void (PositionsPanel::*action)()) {
         auto* made = button(text, key);
         connect(made, &QPushButton::clicked, this, action);
-        bind(this, code, made);
+        bind(this, code, made, [this] { refuse(); });
         layout->addWidget(made);
         m_changes.append(made);
     };
@@ -148,14 +157,16 @@ void PositionsPanel::enterArticle()
         m_article->selectAll();
 }
 
-void PositionsPanel::askFor(const tr::Tr& title, const tr::Tr& message, const QString& formName,
+void PositionsPanel::askFor(const tr::Tr& title, const QString& question, const QString& formName,
                             void (CheckoutModel::*set)(int posnum, double value))
 {
-    TextInputRequest request(title, message);
+    const int posnum = m_table->selected();
+    const auto item = m_model.receipt()->getGoodsItemByPosnum(posnum);
+    const QString which = u"%1. %2"_s.arg(QString::number(posnum), shortened(item->getName(false), 60));
+    TextInputRequest request(title, tr::Tr(u"tillPositionNumber"_s, which + u'\n' + question));
     request.inputKind = TextInputRequest::Digits;
     request.emptyAllowed = false;
     request.formName = formName;
-    const int posnum = m_table->selected();
     const auto answer = m_frontend.inputText(request);
     if (!answer.canceled())
         (m_model.*set)(posnum, typedNumber(answer.getData()));
@@ -163,15 +174,22 @@ void PositionsPanel::askFor(const tr::Tr& title, const tr::Tr& message, const QS
 
 void PositionsPanel::askQuantity()
 {
-    askFor(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s),
-           tr::Tr(u"tillQuantity"_s, u"Сколько единиц товара"_s), u"quantity"_s, &CheckoutModel::setQuantity);
+    askFor(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s), u"Сколько единиц товара"_s, u"quantity"_s,
+           &CheckoutModel::setQuantity);
 }
 
 void PositionsPanel::askDiscount()
 {
-    askFor(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s),
-           tr::Tr(u"tillDiscount"_s, u"Сколько рублей снять с позиции"_s), u"discount"_s,
+    askFor(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s), u"Сколько рублей снять с позиции"_s, u"discount"_s,
            &CheckoutModel::setDiscount);
+}
+
+void PositionsPanel::refuse()
+{
+    QString why = m_model.receipt() ? m_model.checkout().obstacleTo(Action::SetLines) : QString();
+    if (why.isEmpty())
+        why = m_table->rowCount() == 0 ? u"В чеке нет товаров"_s : u"Артикул вводят в поле под списком: F2"_s;
+    m_model.say(Notice::Kind::Bad, why);
 }
 
 void PositionsPanel::removeSelected() { m_model.remove(m_table->selected()); }

@@ -19,6 +19,9 @@ public:
     PositionsPanel(CheckoutModel& model, WindowFrontend& frontend);
 
     void refresh();
+    /// Where articles are typed.
+    [[nodiscard]] QLineEdit& articleField() const { return *m_article; }
+    [[nodiscard]] PositionsTable& table() const { return *m_table; }
 
 private:
     QWidget* entryRow();
@@ -27,11 +30,13 @@ private:
     void fillFinished();
     void enterArticle();
     /// Asks for a number and sets it on the selected position.
-    void askFor(const tr::Tr& title, const tr::Tr& message, const QString& formName,
+    void askFor(const tr::Tr& title, const QString& question, const QString& formName,
                 void (CheckoutModel::*set)(int posnum, double value));
     void askQuantity();
     void askDiscount();
     void removeSelected();
+    /// Says why nothing can be entered or changed now.
+    void refuse();
 
     CheckoutModel& m_model;
     WindowFrontend& m_frontend;

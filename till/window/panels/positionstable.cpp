@@ -51,10 +51,10 @@ void PositionsTable::fill(const Document& receipt)
     int row = 0;
     for (const auto& item : items) {
         const double bonus = item->getBonusImpactSum();
-        auto* name = cell(item->getName(false) + u"\nарт. "_s + item->getArticul(), false);
-        if (isCompact())
-            name->setText(utils::printableLines(item->getName(false) + u'\n' + item->getArticul() + u" · "_s +
-                                                screen::amount(item->getPrice())));
+        QString text = u"%1. %2\n"_s.arg(QString::number(item->getPosnum()), item->getName(false));
+        text += isCompact() ? screen::amount(item->getPrice()) + u" · "_s + item->getArticul()
+                            : u"арт. "_s + item->getArticul();
+        auto* name = cell(text, false);
         name->setData(Qt::UserRole, item->getPosnum());
         setItem(row, Name, name);
         setItem(row, Price, cell(screen::amount(item->getPrice()), true));

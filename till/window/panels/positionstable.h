@@ -9,6 +9,8 @@ namespace till::window {
 /// The goods of a receipt, one row each; the cashier chooses one of them.
 class PositionsTable : public QTableWidget
 {
+    Q_OBJECT
+
 public:
     PositionsTable();
 
@@ -16,6 +18,11 @@ public:
     void fill(const Document& receipt);
     /// The number of the chosen position; 0: there is none.
     [[nodiscard]] int selected() const;
+    /// Characters find no row here: whoever types them means a field.
+    void keyboardSearch(const QString& /*search*/) override { Q_EMIT typed(); }
+
+Q_SIGNALS:
+    void typed();
 };
 
 } // namespace till::window

@@ -21,6 +21,8 @@ QListWidget* lines(const QString& name)
     list->setAccessibleName(name);
     list->setProperty("role", u"lines"_s);
     list->setWordWrap(true);
+    list->setResizeMode(QListView::Adjust); // lines wrap anew when there is less room
+    list->setTextElideMode(Qt::ElideNone);
     list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list->setSelectionMode(QAbstractItemView::NoSelection);
     return list;
@@ -35,7 +37,7 @@ void fill(QListWidget& list, const QStringList& texts, const QString& none)
 
 } // namespace
 
-SidePanel::SidePanel(CheckoutModel& model)
+SidePanel::SidePanel(CheckoutModel& model, std::function<void()> turned)
     : m_model(model)
     , m_customer(new CustomerPanel(model))
     , m_queue(lines(u"Очередь отправки"_s))
@@ -64,10 +66,23 @@ SidePanel::SidePanel(CheckoutModel& model)
     m_pages->addWidget(queuePage());
     m_pages->addWidget(m_timeline);
     layout->addWidget(m_pages, 1);
-    auto* next = new QShortcut(Qt::Key_F12, this);
-    connect(next, &QShortcut::activated, this,
-            [this] { show((m_pages->currentIndex() + 1) % m_pages->count()); });
+    bindKey(Qt::Key_F12, [this] { show((m_pages->currentIndex() + 1) % m_pages->count()); });
+    bindKey(Qt::Key_F3, [this] {
+        showCustomer();
+        m_customer->enterCustomer();
+    });
+    bindKey(Qt::Key_F7, [this] {
+        showCustomer();
+        m_customer->enterPoints();
+    });
     show(0);
+    m_turned = std::move(turned);
+}
+
+void SidePanel::bindKey(Qt::Key key, const std::function<void()>& action)
+{
+    auto* shortcut = new QShortcut(key, this);
+    connect(shortcut, &QShortcut::activated, this, action);
 }
 
 QWidget* SidePanel::queuePage()
@@ -87,6 +102,8 @@ void SidePanel::show(int page)
     m_tabs[page]->setChecked(true);
     m_pages->setCurrentIndex(page);
     refresh();
+    if (m_turned)
+        m_turned();
 }
 
 void SidePanel::refresh()

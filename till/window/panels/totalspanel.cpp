@@ -50,6 +50,7 @@ TotalsPanel::TotalsPanel(CheckoutModel& model, const Actions& actions)
     grid->setContentsMargins(12, 8, 12, 8);
     grid->setVerticalSpacing(2);
     m_whole = addRow(*grid, 0, u"Сумма"_s);
+    m_wholeName = static_cast<Label*>(grid->itemAtPosition(0, 0)->widget());
     m_discount = addRow(*grid, 1, u"Скидки"_s);
     m_points = addRow(*grid, 2, u"Баллами"_s);
     for (QWidget* part : {grid->itemAtPosition(1, 0)->widget(), grid->itemAtPosition(1, 1)->widget()})
@@ -68,9 +69,13 @@ TotalsPanel::TotalsPanel(CheckoutModel& model, const Actions& actions)
     connect(m_next, &QPushButton::clicked, this, actions.next);
     connect(m_abandon, &QPushButton::clicked, this, actions.abandon);
     connect(m_return, &QPushButton::clicked, this, actions.giveBack);
-    bind(this, Qt::Key_F9, m_next);
-    bind(this, Qt::Key_F8, m_abandon);
-    bind(this, Qt::Key_F10, m_return);
+    const auto say = [this](const QString& why) { m_model.say(Notice::Kind::Bad, why); };
+    bind(this, Qt::Key_F9, m_next, [this, say] {
+        const QString obstacle = m_model.checkout().obstacleTo(Action::Pay);
+        say(obstacle.isEmpty() ? u"Сначала добавьте товары"_s : obstacle);
+    });
+    bind(this, Qt::Key_F8, m_abandon, [this, say] { say(m_model.checkout().obstacleTo(Action::RollBack)); });
+    bind(this, Qt::Key_F10, m_return, [say] { say(u"Сначала закончите этот чек"_s); });
 }
 
 void TotalsPanel::refresh()
@@ -86,6 +91,8 @@ void TotalsPanel::showSums()
     const double sum = receipt ? receipt->getSum() : 0;
     const double discount = receipt ? receipt->getDiscountSum() - bonus : 0;
     const auto minus = [](double value) { return value > 0.004 ? u"−"_s + money(value) : money(0); };
+    const qsizetype positions = receipt ? receipt->getGoodsItems().size() : 0;
+    m_wholeName->setText(positions > 0 ? u"Сумма, %1 поз."_s.arg(positions) : u"Сумма"_s);
     m_whole->setText(money(sum + bonus + discount));
     m_discount->setText(minus(discount));
     m_points->setText(minus(bonus));

@@ -32,6 +32,7 @@ private:
     void showActions();
 
     CheckoutModel& m_model;
+    Label* m_wholeName;
     Label* m_whole;
     Label* m_discount;
     Label* m_points;

@@ -1,0 +1,119 @@
+#include "tests/journey/window/cashier.h"
+
+#include "tests/stand/standprocess.h"
+
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QProcess>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace windowtest {
+
+namespace {
+
+constexpr int patienceMs = 30'000;
+
+std::string wordsOf(const QDialog& dialog)
+{
+    QStringList words;
+    for (const auto* label : dialog.findChildren<QLabel*>())
+        words.append(label->text());
+    return words.join(u'\n').toStdString();
+}
+
+QString serviceOf(standtest::StandProcess& stand) { return QString::fromUtf8(stand.url()); }
+
+} // namespace
+
+TEST(WindowTraining, IsSaidInABandUnlessServiceAndDataDirectoryAreReal)
+{
+    standtest::StandProcess stand;
+    const QString service = serviceOf(stand);
+    struct Case
+    {
+        Cashier::Setup setup;
+        std::string band;
+    };
+    const std::string none;
+    const QList<Case> cases{
+        {{}, "Учебный режим: баллы ненастоящие"},
+        {{.keeps = false}, "Учебный режим: баллы ненастоящие, чеки пропадут при закрытии"},
+        {{.serverUrl = service, .keeps = false}, "Учебный режим: чеки и очередь пропадут при закрытии"},
+        {{.serverUrl = service}, none}};
+    for (const Case& one : cases) {
+        Cashier cashier(one.setup);
+        QString band;
+        for (const auto* label : cashier.window().findChildren<QLabel*>()) {
+            if (label->property("role") == u"training"_s && label->isVisible())
+                band = label->text();
+        }
+        EXPECT_EQ(band.toStdString(), one.band);
+    }
+}
+
+TEST(WindowTraining, ClosingPromisesNoReceiptThatWillNotBeThere)
+{
+    Cashier cashier({.keeps = false});
+    cashier.sell();
+    cashier.atDialog([&](QDialog& dialog) {
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("не закрыт и пропадёт"));
+        EXPECT_THAT(wordsOf(dialog), Not(HasSubstr("сохранён")));
+        cashier.press(Qt::Key_Return);
+    });
+    EXPECT_FALSE(cashier.window().close());
+    EXPECT_EQ(cashier.dialogs(), 1);
+}
+
+TEST(WindowTraining, ClosesOverWaitingMessagesThatWouldBeLostOnlyWhenToldTo)
+{
+    Cashier cashier({.keeps = false});
+    cashier.sell(u"2000000000055"_s);
+    cashier.till().setServiceUp(false);
+    cashier.press(Qt::Key_F9);
+    ASSERT_EQ(cashier.till().queue().waitingCount(), 1) << cashier.notice().toStdString();
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Delete}) {
+        cashier.atDialog([&](QDialog& dialog) {
+            EXPECT_THAT(wordsOf(dialog), HasSubstr("Не отправлено службе сообщений: 1. Они пропадут"));
+            cashier.press(key);
+        });
+        EXPECT_EQ(cashier.window().close(), key == Qt::Key_Delete);
+    }
+    EXPECT_EQ(cashier.dialogs(), 2);
+}
+
+TEST(WindowTraining, MessagesThatAreKeptAreNoReasonToStay)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.press(Qt::Key_F9);
+    ASSERT_EQ(cashier.till().queue().waitingCount(), 1);
+    EXPECT_TRUE(cashier.window().close());
+    EXPECT_EQ(cashier.dialogs(), 0);
+}
+
+TEST(WindowProgram, WithAServiceKeepsItsDataWhereTheToolsLook)
+{
+    standtest::StandProcess stand;
+    const QTemporaryDir home;
+    QProcess program;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"XDG_STATE_HOME"_s, home.path());
+    environment.remove(u"STATE_DIRECTORY"_s);
+    environment.remove(u"KYR_DATA_DIR"_s);
+    program.setProcessEnvironment(environment);
+    program.start(QStringLiteral(TILL_PROGRAM),
+                  {u"window"_s, u"--demo"_s, u"--server-url"_s, serviceOf(stand)});
+    const QString receipt = home.filePath(u"kyr-loyalty/open-receipt"_s);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return QFile::exists(receipt); }, patienceMs))
+        << program.readAllStandardError().toStdString();
+    program.terminate();
+    ASSERT_TRUE(program.waitForFinished(patienceMs));
+    EXPECT_TRUE(QFile::exists(receipt));
+}
+
+} // namespace windowtest

@@ -1,0 +1,80 @@
+#include "till/window/scans.h"
+
+#include "host/utils/masking.h"
+#include "till/window/dialogs/question.h"
+#include "till/window/sound.h"
+
+#include <QApplication>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace till::window {
+
+Scans::Scans(CheckoutModel& model, const Waiting& waiting, ScanSettings settings)
+    : m_model(model)
+    , m_waiting(waiting)
+    , m_settings(std::move(settings))
+{
+    // Not at once: whoever ran the request is not done with its answer yet.
+    connect(&waiting, &Waiting::changed, this, &Scans::addKept, Qt::QueuedConnection);
+}
+
+bool Scans::isCard(const QString& code) const
+{
+    return std::any_of(m_settings.cardPrefixes.begin(), m_settings.cardPrefixes.end(),
+                       [&code](const QString& prefix) { return code.startsWith(prefix); });
+}
+
+void Scans::take(const QString& code)
+{
+    if (auto* dialog = QApplication::activeModalWidget()) {
+        soundRefusal();
+        if (auto* question = qobject_cast<Question*>(dialog))
+            question->refuseScan();
+        return;
+    }
+    const Goods* goods = isCard(code) ? nullptr : findGoods(code);
+    if (m_waiting.underWay())
+        takeLater(code, goods);
+    else if (goods)
+        m_model.addGoods(*goods);
+    else if (isCard(code))
+        m_model.identify(code, CheckoutModel::Means::Card);
+    else
+        m_model.say(Notice::Kind::Bad,
+                    u"Код %1 не принят: такого товара нет, и это не карта"_s.arg(utils::maskWhole(code)));
+}
+
+void Scans::takeLater(const QString& code, const Goods* goods)
+{
+    if (goods && m_model.receipt()) {
+        m_kept.append({m_model.receipt()->getIdentifier(), goods});
+        Q_EMIT told(u"%1: будет в чеке после ответа"_s.arg(goods->name));
+        return;
+    }
+    soundRefusal();
+    Q_EMIT told(isCard(code) ? u"Карта не принята: отсканируйте её после ответа"_s
+                             : u"Код не принят: подождите ответа"_s);
+}
+
+void Scans::addKept()
+{
+    if (m_waiting.underWay())
+        return;
+    const QList<Kept> kept = std::exchange(m_kept, {});
+    for (const Kept& one : kept) {
+        const auto receipt = m_model.receipt();
+        const bool isSame = receipt && receipt->getIdentifier() == one.receipt;
+        if (isSame && m_model.can(Action::SetLines))
+            m_model.addGoods(*one.goods);
+        else
+            m_model.say(Notice::Kind::Bad,
+                        u"%1 — не в чеке. %2"_s.arg(one.goods->name,
+                                                    isSame ? m_model.checkout().obstacleTo(Action::SetLines)
+                                                           : u"Тот чек закончен: отсканируйте ещё раз"_s));
+    }
+}
+
+} // namespace till::window
