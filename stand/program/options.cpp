@@ -57,12 +57,44 @@ struct TermsOptions
     QCommandLineOption lifetime{u"code-lifetime"_s, u"How long a code may be entered."_s, u"SECONDS"_s,
                                 u"300"_s};
     QCommandLineOption attempts{u"code-attempts"_s, u"How often a code may be entered."_s, u"N"_s, u"3"_s};
-
-    void addTo(QCommandLineParser& parser) const
-    {
-        parser.addOptions({ratio, earn, spend, code, lifetime, attempts});
-    }
 };
+
+/// All others.
+struct GeneralOptions
+{
+    // Not addHelpOption(): it would also bring --help-all, with options of Qt's that are nobody's business
+    // here.
+    QCommandLineOption help{{u"h"_s, u"help"_s}, u"Show this help."_s};
+    QCommandLineOption version{{u"v"_s, u"version"_s},
+                               u"Show the version, and those of the libraries that it runs with."_s};
+    QCommandLineOption address{u"address"_s, u"Address to listen on."_s, u"A"_s, u"127.0.0.1"_s};
+    QCommandLineOption port{u"port"_s, u"Port to listen on; 0 takes any free one."_s, u"N"_s, u"0"_s};
+    QCommandLineOption hostName{
+        u"host-name"_s,
+        u"Another name under which the stand's own pages may be opened, besides localhost and its addresses; "
+        "may be given again."_s,
+        u"NAME"_s};
+    QCommandLineOption data{u"data"_s, u"SQLite file to keep the data in; without it, in memory."_s,
+                            u"FILE"_s};
+    QCommandLineOption user{u"user"_s, u"User name of the Basic authentication."_s, u"U"_s, u"shop"_s};
+    QCommandLineOption password{u"password-file"_s, u"File whose first line is the password."_s, u"FILE"_s};
+    QCommandLineOption fault{
+        u"fault"_s, u"Something that goes wrong on purpose, see below; may be given again."_s, u"FAULT"_s};
+    QCommandLineOption faults{u"faults"_s, u"JSON file with a list of such faults."_s, u"FILE"_s};
+    QCommandLineOption clock{u"clock"_s,
+                             u"The time to begin with, such as 2026-12-01T00:00:00Z; without it, the "
+                             "system's. POST /stand/clock moves it forward."_s,
+                             u"TIME"_s};
+    QCommandLineOption untilEof{u"until-eof"_s, u"Stop also when the standard input is closed."_s};
+};
+
+QList<QCommandLineOption> optionsOf(const GeneralOptions& general, const TermsOptions& terms)
+{
+    return {general.help,  general.version,  general.address,  general.port,  general.hostName,
+            general.data,  general.user,     general.password, general.fault, general.faults,
+            general.clock, general.untilEof, terms.ratio,      terms.earn,    terms.spend,
+            terms.code,    terms.lifetime,   terms.attempts};
+}
 
 /// A whole number within the bounds, or nothing.
 std::optional<qint64> wholeNumber(const QString& text, qint64 least, qint64 most)
@@ -132,10 +164,11 @@ QList<Fault> readFaults(const QStringList& texts, const QStringList& files)
     return faults;
 }
 
-QString helpText(const QCommandLineParser& parser)
+} // namespace
+
+QString faultHelp()
 {
-    return parser.helpText() +
-           u"\nFaults: OPERATION:FAULT or OPERATION:FAULT:name=value,name=value; as JSON\n"
+    return u"Faults: OPERATION:FAULT or OPERATION:FAULT:name=value,name=value; as JSON\n"
            "{\"operation\": \"any\", \"fault\": \"status\", \"code\": 503, \"nth\": 2}. They are also set by "
            "POST,\n"
            "listed by GET and taken back by DELETE of /stand/faults.\n"
@@ -150,7 +183,7 @@ QString helpText(const QCommandLineParser& parser)
            faultsInWords().trimmed().prepend(u"  "_s);
 }
 
-} // namespace
+QList<QCommandLineOption> optionKinds() { return optionsOf({}, {}); }
 
 Options readOptions(const QStringList& arguments)
 {
@@ -164,64 +197,40 @@ Options readOptions(const QStringList& arguments)
         "/stand/exchanges, /stand/faults, /stand/clock.\n\n"
         "The password is read from the password file, else from the environment variable\n"
         "KYR_STAND_PASSWORD, else it is \"secret-of-the-shop\"."_s);
-    const QCommandLineOption address(u"address"_s, u"Address to listen on."_s, u"A"_s, u"127.0.0.1"_s);
-    const QCommandLineOption port(u"port"_s, u"Port to listen on; 0 takes any free one."_s, u"N"_s, u"0"_s);
-    const QCommandLineOption hostName(
-        u"host-name"_s,
-        u"Another name under which the stand's own pages may be opened, besides localhost and its addresses; "
-        "may be given again."_s,
-        u"NAME"_s);
-    const QCommandLineOption data(u"data"_s, u"SQLite file to keep the data in; without it, in memory."_s,
-                                  u"FILE"_s);
-    const QCommandLineOption user(u"user"_s, u"User name of the Basic authentication."_s, u"U"_s, u"shop"_s);
-    const QCommandLineOption password(u"password-file"_s, u"File whose first line is the password."_s,
-                                      u"FILE"_s);
-    const QCommandLineOption fault(
-        u"fault"_s, u"Something that goes wrong on purpose, see below; may be given again."_s, u"FAULT"_s);
-    const QCommandLineOption faults(u"faults"_s, u"JSON file with a list of such faults."_s, u"FILE"_s);
-    const QCommandLineOption clock(u"clock"_s,
-                                   u"The time to begin with, such as 2026-12-01T00:00:00Z; without it, the "
-                                   "system's. POST /stand/clock moves it forward."_s,
-                                   u"TIME"_s);
-    const QCommandLineOption untilEof(u"until-eof"_s, u"Stop also when the standard input is closed."_s);
-    // Not addHelpOption(): it would also bring --help-all, with options of Qt's that are nobody's business
-    // here.
-    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Show this help."_s);
-    parser.addOptions({help, address, port, hostName, data, user, password, fault, faults, clock, untilEof});
+    const GeneralOptions general;
     const TermsOptions termsOptions;
-    termsOptions.addTo(parser);
-    const auto version = parser.addVersionOption();
+    parser.addOptions(optionsOf(general, termsOptions));
 
     if (!parser.parse(arguments))
         misused(parser.errorText());
-    if (parser.isSet(help))
-        throw EarlyEnd{0, helpText(parser)};
-    if (parser.isSet(version))
+    if (parser.isSet(general.help))
+        throw EarlyEnd{0, parser.helpText() + u'\n' + faultHelp()};
+    if (parser.isSet(general.version))
         throw EarlyEnd{0, versionText()};
     if (!parser.positionalArguments().isEmpty())
         misused(u"Unexpected argument '%1'."_s.arg(parser.positionalArguments().constFirst()));
 
     Options options;
-    if (!options.address.setAddress(parser.value(address)))
-        misused(u"'%1' is not an IP address."_s.arg(parser.value(address)));
+    if (!options.address.setAddress(parser.value(general.address)))
+        misused(u"'%1' is not an IP address."_s.arg(parser.value(general.address)));
     bool isPort = false;
-    options.port = parser.value(port).toUShort(&isPort);
+    options.port = parser.value(general.port).toUShort(&isPort);
     if (!isPort)
-        misused(u"'%1' is not a port number (0 to 65535)."_s.arg(parser.value(port)));
-    options.hostNames = parser.values(hostName);
-    options.dataFile = parser.value(data);
-    options.faults = readFaults(parser.values(fault), parser.values(faults));
-    options.clock = QDateTime::fromString(parser.value(clock), Qt::ISODateWithMs);
-    if (parser.isSet(clock) && !options.clock.isValid())
-        misused(u"'%1' is no time such as 2026-12-01T00:00:00Z."_s.arg(parser.value(clock)));
-    options.untilEof = parser.isSet(untilEof);
-    options.credentials.user = parser.value(user);
+        misused(u"'%1' is not a port number (0 to 65535)."_s.arg(parser.value(general.port)));
+    options.hostNames = parser.values(general.hostName);
+    options.dataFile = parser.value(general.data);
+    options.faults = readFaults(parser.values(general.fault), parser.values(general.faults));
+    options.clock = QDateTime::fromString(parser.value(general.clock), Qt::ISODateWithMs);
+    if (parser.isSet(general.clock) && !options.clock.isValid())
+        misused(u"'%1' is no time such as 2026-12-01T00:00:00Z."_s.arg(parser.value(general.clock)));
+    options.untilEof = parser.isSet(general.untilEof);
+    options.credentials.user = parser.value(general.user);
     if (options.credentials.user.contains(u':'))
         misused(u"A user name has no colon in Basic authentication."_s);
 
     options.terms = readTerms(parser, termsOptions);
-    if (parser.isSet(password))
-        options.credentials.password = passwordFrom(parser.value(password));
+    if (parser.isSet(general.password))
+        options.credentials.password = passwordFrom(parser.value(general.password));
     else if (auto given = qEnvironmentVariable(passwordVariable); !given.isEmpty())
         options.credentials.password = given;
     return options;

@@ -3,6 +3,7 @@
 #include "stand/faults/fault.h"
 #include "stand/service/terms.h"
 
+#include <QCommandLineOption>
 #include <QDateTime>
 #include <QHostAddress>
 #include <QStringList>
@@ -28,6 +29,11 @@ struct EarlyEnd
     int status;
     QString text;
 };
+
+/// What the command line may hold, in the order of the help.
+QList<QCommandLineOption> optionKinds();
+/// What --fault takes, line by line.
+QString faultHelp();
 
 /// Reads the command line, and the password from where it points to. Throws EarlyEnd.
 Options readOptions(const QStringList& arguments);

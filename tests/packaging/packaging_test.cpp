@@ -1,3 +1,4 @@
+#include "stand/program/options.h"
 #include "till/cli/options.h"
 #include "till/commands.h"
 
@@ -36,10 +37,10 @@ QString manualOf(const till::Command& command)
 /// What bash offers in place of the last of these words.
 std::vector<std::string> completions(const QStringList& words)
 {
-    static const QString script = u"source \"$0\"; COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _till; "
+    static const QString script = u"source \"$0\"; COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); \"_$1\"; "
                                   "for offer in \"${COMPREPLY[@]}\"; do echo \"$offer\"; done"_s;
     QProcess bash;
-    bash.start(u"bash"_s, QStringList{u"--norc"_s, u"-euc"_s, script, pages + u"/till"_s} + words);
+    bash.start(u"bash"_s, QStringList{u"--norc"_s, u"-euc"_s, script, pages + u'/' + words.first()} + words);
     EXPECT_TRUE(bash.waitForFinished());
     EXPECT_EQ(bash.exitCode(), 0) << bash.readAllStandardError().toStdString();
     std::vector<std::string> offers;
@@ -118,6 +119,27 @@ TEST(Packaging, CompletionKnowsWhatAnOptionTakes)
                 ElementsAre("list"))
         << "an option's value is no command";
     EXPECT_THAT(completions({u"till"_s, u"queue"_s, u"list"_s, u"--limit"_s, u""_s}), testing::IsEmpty());
+}
+
+TEST(Packaging, TheManualOfTheStandNamesEveryOptionAndFault)
+{
+    const QString manual = contentOf(pages + u"/stand.1"_s);
+    for (const QCommandLineOption& option : stand::optionKinds())
+        EXPECT_TRUE(manual.contains(u"Fl \\-%1"_s.arg(option.names().constLast())))
+            << option.names().constLast().toStdString();
+    for (const QString& fault : stand::faultNames())
+        EXPECT_TRUE(manual.contains(u"\n  %1 "_s.arg(fault))) << fault.toStdString();
+}
+
+TEST(Packaging, CompletionOfTheStandOffersEveryOptionAndFilesWhereOneIsTaken)
+{
+    std::vector<std::string> expected;
+    for (const QCommandLineOption& option : stand::optionKinds())
+        expected.push_back("--" + option.names().constLast().toStdString());
+    EXPECT_THAT(completions({u"stand"_s, u"--"_s}), testing::UnorderedElementsAreArray(expected));
+    EXPECT_THAT(completions({u"stand"_s, u"--faults"_s, packaging + u"/man/stand."_s}),
+                ElementsAre((packaging + u"/man/stand.1.in"_s).toStdString()));
+    EXPECT_THAT(completions({u"stand"_s, u"--port"_s, u""_s}), testing::IsEmpty());
 }
 
 TEST(Packaging, EveryServiceKeepsItsSecretsToItself)

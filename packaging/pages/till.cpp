@@ -1,33 +1,15 @@
 // Fills a page's template from the till's table of commands: the manual, the completion. So a command is
 // described once, where it is written.
-//   till_pages manual|completion TEMPLATE
+//   till_manuals manual|completion TEMPLATE
+#include "packaging/pages/page.h"
 #include "till/commands.h"
 
-#include <QFile>
-#include <QRegularExpression>
-#include <QTextStream>
-
 using namespace Qt::StringLiterals;
+using pages::Places;
+using pages::plain;
+using pages::sentences;
 
 namespace {
-
-using Places =
-    QHash<QString, QStringList>; ///< what comes in a place of the template, "COMMANDS", line by line
-
-/// A line of text in which troff finds nothing to obey.
-QString plain(const QString& line)
-{
-    QString text = line;
-    text.replace(u'\\', u"\\e"_s).replace(u'"', u"\\(dq"_s);
-    return text.startsWith(u'.') || text.startsWith(u'\'') ? u"\\&"_s + text : text;
-}
-
-/// The same, with a line for each sentence, as troff wants it.
-QString sentences(const QString& line)
-{
-    static const QRegularExpression end(u"([.:!?]) "_s);
-    return plain(line).replace(end, u"\\1\n"_s);
-}
 
 /// Paragraphs; lines that are set in stay as they are.
 QStringList paragraphs(const QString& text)
@@ -50,13 +32,10 @@ QStringList optionEntries(const QList<till::OptionKind>& options)
 {
     QStringList lines;
     for (const till::OptionKind& option : options) {
-        QString names = u".It "_s;
+        QStringList names{option.name};
         if (!option.letter.isEmpty())
-            names += u"Fl %1 , "_s.arg(option.letter);
-        names += u"Fl \\-"_s + option.name;
-        if (!option.value.isEmpty())
-            names += u" Ar "_s + option.value.toLower();
-        lines << names << sentences(option.about);
+            names.prepend(option.letter);
+        lines << pages::optionEntry(names, option.value, option.about);
     }
     return lines;
 }
@@ -135,15 +114,14 @@ Places completion()
     QStringList groups;
     for (auto group = members.cbegin(); group != members.cend(); ++group)
         groups.append(u"    %1) echo \"%2\" ;;"_s.arg(group.key(), group->join(u' ')));
-    const auto either = [](const QStringList& names) { return QStringList{names.join(u" | "_s)}; };
     return {{u"WORDS"_s, {words.join(u' ')}},
             {u"OPTIONS"_s, {optionNames(till::generalOptions())}},
             {u"MEMBERS"_s, groups},
             {u"OWN"_s, own},
-            {u"VALUED"_s, either(valued)},
-            {u"FILE"_s, either(takers[u"FILE"_s])},
-            {u"DIR"_s, either(takers[u"DIR"_s])},
-            {u"LEVEL"_s, either(takers[u"LEVEL"_s])}};
+            {u"VALUED"_s, pages::alternatives(valued)},
+            {u"FILE"_s, pages::alternatives(takers[u"FILE"_s])},
+            {u"DIR"_s, pages::alternatives(takers[u"DIR"_s])},
+            {u"LEVEL"_s, pages::alternatives(takers[u"LEVEL"_s])}};
 }
 
 } // namespace
@@ -151,15 +129,5 @@ Places completion()
 int main(int argc, char** argv)
 {
     const QList<QByteArray> arguments(argv, argv + argc);
-    QFile page(QString::fromLocal8Bit(arguments.value(2)));
-    if (!page.open(QIODevice::ReadOnly)) {
-        QTextStream(stderr) << "till_pages: " << page.fileName() << ": " << page.errorString() << '\n';
-        return till::exitMisused;
-    }
-    QString text = QString::fromUtf8(page.readAll());
-    const Places places = arguments.value(1) == "manual" ? manual() : completion();
-    for (auto place = places.cbegin(); place != places.cend(); ++place)
-        text.replace(u'@' + place.key() + u'@', place->join(u'\n'));
-    QTextStream(stdout) << text;
-    return till::exitWell;
+    return pages::print(arguments.value(2), arguments.value(1) == "manual" ? manual() : completion());
 }
