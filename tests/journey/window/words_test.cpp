@@ -64,10 +64,14 @@ TEST(WindowWidth, StaysWhateverIsScannedPastedOrCalledSo)
     cashier.press(Qt::Key_Return);
     EXPECT_EQ(cashier.window().size(), screenSize) << "after a pasted customer";
     cashier.model().say(till::window::Notice::Kind::Plain, QString(5000, u'W'));
+    cashier.press(Qt::Key_F2); // the window makes room for it now
     EXPECT_EQ(cashier.window().size(), screenSize) << "after a long word";
-    EXPECT_EQ(cashier.window().minimumSizeHint().boundedTo(screenSize), cashier.window().minimumSizeHint());
-    EXPECT_TRUE(cashier.window().rect().contains(
-        cashier.window().findChild<QWidget*>(u"next"_s)->geometry().translated(0, 0)));
+    cashier.model().say(till::window::Notice::Kind::Plain, QString(u"слово "_s).repeated(900));
+    cashier.press(Qt::Key_F2);
+    EXPECT_EQ(cashier.window().size(), screenSize) << "after a long text";
+    const auto* next = cashier.window().findChild<QWidget*>(u"next"_s);
+    EXPECT_TRUE(QRect(QPoint(0, 0), screenSize)
+                    .contains(QRect(next->mapTo(&cashier.window(), QPoint(0, 0)), next->size())));
     picture(cashier.window(), u"long-texts"_s);
 }
 
@@ -191,7 +195,7 @@ TEST(WindowReturn, IsFoundByANumberOrAPartOfIt)
         for (int i = 0; i < 5; ++i)
             cashier.press(Qt::Key_Backspace);
         cashier.type(numbers[1]);
-        ASSERT_EQ(list->count(), 1);
+        EXPECT_EQ(list->count(), 1);
         EXPECT_TRUE(list->item(0)->text().startsWith(numbers[1]));
         cashier.press(Qt::Key_F4);
         cashier.press(Qt::Key_F9);
