@@ -17,10 +17,13 @@ class [[nodiscard]] Registration
 {
 public:
     Registration() = default;
+    /// Of what lives as long as this does.
     explicit Registration(std::shared_ptr<const void> registered)
         : m_registered(std::move(registered))
     {}
+    /// Goes over to the new one.
     Registration(Registration&&) noexcept = default;
+    /// Ends the one held so far, and takes the other over.
     Registration& operator=(Registration&&) noexcept = default;
     Registration(const Registration&) = delete;
     Registration& operator=(const Registration&) = delete;
@@ -35,6 +38,7 @@ template <typename Value>
 class Registry
 {
 public:
+    /// Registers it beside the others.
     Registration add(Value value)
     {
         auto added = std::make_shared<const Value>(std::move(value));
@@ -82,6 +86,7 @@ public:
         return Registration(std::move(taken));
     }
 
+    /// What is registered; nothing: nobody is.
     [[nodiscard]] std::optional<Value> value() const
     {
         const auto taken = m_taken.lock();

@@ -107,7 +107,7 @@ TEST_P(LostAnswer, LeavesTheOutcomeUnknownJustWhenTheServiceHasMovedPoints)
     begin(setting);
     const QByteArray before = accountAt(m_proxy.url());
     m_proxy.loseAnswer(operation);
-    const QJsonObject line = play(spend);
+    const QJsonObject line = play(spendWithCode);
     ASSERT_EQ(m_proxy.passed(operation), 1) << "the plug-in asks that";
     ASSERT_FALSE(line.value(u"ok"_s).toBool());
     ASSERT_THAT(before.toStdString(), HasSubstr("accounts_data"));

@@ -1,6 +1,7 @@
 #include "tests/journey/window/cashier.h"
 
 #include "tests/stand/standprocess.h"
+#include "tests/support/steps.h"
 
 #include <QFile>
 #include <QJsonDocument>
@@ -18,9 +19,9 @@ namespace {
 constexpr int patienceMs = 30'000;
 
 /// Plays the step in a till's shell and gives its line.
-QJsonObject played(QProcess& shell, const QByteArray& step)
+QJsonObject played(QProcess& shell, const story::Step& step)
 {
-    shell.write(step.simplified() + '\n');
+    shell.write(step.json() + '\n');
     while (shell.state() == QProcess::Running && !shell.canReadLine() && shell.waitForReadyRead(patienceMs)) {
     }
     return QJsonDocument::fromJson(shell.readLine()).object();
@@ -43,10 +44,9 @@ TEST(WindowKill, WithTheOutcomeUnknownComesBackToTheTwoWaysOut)
     shell.start(QStringLiteral(TILL_PROGRAM),
                 {u"shell"_s, u"--json"_s, u"--data-dir"_s, data, u"--config"_s, settings.fileName()});
     ASSERT_TRUE(shell.waitForStarted());
-    played(shell, R"({ "do": "openSale", "id": "R-1",
-        "positions": [ { "articul": "1", "name": "Чай", "price": 300, "quantity": 1 } ] })");
-    played(shell, R"({ "do": "identifyByCard", "card": "2000000000055" })");
-    const QJsonObject line = played(shell, R"({ "do": "spendPoints", "points": 100 })");
+    played(shell, story::openSale("R-1", {story::tea(300)}));
+    played(shell, story::identifyByCard("2000000000055"));
+    const QJsonObject line = played(shell, story::spendPoints(100));
     ASSERT_EQ(line.value(u"unknown"_s).toDouble(), 100) << QJsonDocument(line).toJson().toStdString();
     shell.kill();
     ASSERT_TRUE(shell.waitForFinished(patienceMs));
