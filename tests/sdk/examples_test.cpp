@@ -90,15 +90,16 @@ TEST_F(SdkExamplesWithTheService, TheHostSpendsPointsAndPaysTheReceiptInAProcess
     EXPECT_EQ(balance(), u"290.26"_s);
 }
 
+#ifdef KYR_FORWARDED_PLUGIN // not built with Log4Qt itself: the made-up host stands on the drop-in
 TEST_F(SdkExamplesWithTheService, ThePluginBuiltByForwardingHeadersServesTheHostAsWell)
 {
     const QString forwarded = QStringLiteral(KYR_FORWARDED_PLUGIN);
-    if (!QFile::exists(forwarded))
-        GTEST_SKIP() << "The made-up host stands on the drop-in for Log4Qt";
     EXPECT_EQ(host(forwarded, {u"begin"_s, card, u"20"_s}).status, 0);
     EXPECT_EQ(host(forwarded, {u"pay"_s}).status, 0);
     EXPECT_EQ(balance(), u"290.26"_s);
 }
+
+#endif
 
 TEST_F(SdkExamplesWithTheService, TheHostSaysWhyACardIsNotTaken)
 {

@@ -23,17 +23,6 @@ QString earnOffline(Cashier& cashier)
     return number;
 }
 
-/// The lines of the list with that name, when it is on the screen.
-std::string linesOf(Cashier& cashier, const QString& name)
-{
-    QStringList lines;
-    for (const auto* list : cashier.window().findChildren<QListWidget*>()) {
-        for (int i = 0; list->isVisible() && list->accessibleName() == name && i < list->count(); ++i)
-            lines.append(list->item(i)->text());
-    }
-    return lines.join(u'\n').toStdString();
-}
-
 std::string queueOf(Cashier& cashier) { return linesOf(cashier, u"Очередь отправки"_s); }
 
 } // namespace

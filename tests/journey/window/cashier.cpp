@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QLabel>
+#include <QListWidget>
 #include <QPainter>
 #include <QTableWidget>
 #include <QTest>
@@ -212,6 +213,13 @@ void Cashier::sell(const QString& card)
     press(Qt::Key_Return);
 }
 
+void Cashier::spend(const QString& points)
+{
+    press(Qt::Key_F7);
+    type(points);
+    press(Qt::Key_Return);
+}
+
 void Cashier::loseTheNextSpending() { spoilTheNext(u"force-payment-c2b"_s, R"("fault":"apply-then-drop")"); }
 
 void Cashier::spoilTheNext(const QString& operation, const QByteArray& fault)
@@ -255,6 +263,24 @@ QString Cashier::screen() const
         }
     }
     return texts.join(u'\n');
+}
+
+std::string linesOf(Cashier& cashier, const QString& name)
+{
+    QStringList lines;
+    for (const auto* list : cashier.window().findChildren<QListWidget*>()) {
+        for (int i = 0; list->isVisible() && list->accessibleName() == name && i < list->count(); ++i)
+            lines.append(list->item(i)->text());
+    }
+    return lines.join(u'\n').toStdString();
+}
+
+std::string wordsOf(const QDialog& dialog)
+{
+    QStringList words;
+    for (const auto* label : dialog.findChildren<QLabel*>())
+        words.append(label->text());
+    return words.join(u'\n').toStdString();
 }
 
 void picture(QWidget& widget, const QString& name)

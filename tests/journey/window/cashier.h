@@ -93,6 +93,9 @@ public:
     /// A sale of two articles; with the card when one is named.
     void sell(const QString& card = {});
 
+    /// Has so many points spent, by keys.
+    void spend(const QString& points);
+
     /// The stand's next call of the operation ("payment-b2c") goes wrong, as its page of faults describes it.
     void spoilTheNext(const QString& operation, const QByteArray& fault);
     /// The stand does what the next spending asks, and its answer is lost on the way.
@@ -124,6 +127,11 @@ private:
     int m_dialogs = 0;
     int m_beeps = 0;
 };
+
+/// The lines of the list with that name, when it is on the screen.
+std::string linesOf(Cashier& cashier, const QString& name);
+/// All that the dialog says.
+std::string wordsOf(const QDialog& dialog);
 
 /// Renders the widget; keeps it in the folder that PICTURES names, when it does.
 void picture(QWidget& widget, const QString& name);

@@ -29,9 +29,7 @@ TEST(WindowPictures, OfAReceiptFromOpeningToPaying)
         cashier.type(u"34"_s);
         cashier.press(Qt::Key_Return);
     });
-    cashier.press(Qt::Key_F7);
-    cashier.type(u"100"_s);
-    cashier.press(Qt::Key_Return);
+    cashier.spend(u"100"_s);
     EXPECT_EQ(cashier.dialogs(), 2);
     picture(cashier.window(), u"spent"_s);
     cashier.press(Qt::Key_F12);

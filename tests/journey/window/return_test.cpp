@@ -13,14 +13,6 @@ namespace windowtest {
 
 namespace {
 
-std::string wordsOf(const QDialog& dialog)
-{
-    QStringList words;
-    for (const auto* label : dialog.findChildren<QLabel*>())
-        words.append(label->text());
-    return words.join(u'\n').toStdString();
-}
-
 /// A store that finds the closed sales, but then can't be read.
 class FailingReceipts : public DocumentsDao
 {
@@ -61,9 +53,7 @@ TEST(WindowReturn, SaysWhatItDoesToThePointsBeforeAndIsPaid)
 {
     Cashier cashier;
     cashier.sell(u"2000000000055"_s);
-    cashier.press(Qt::Key_F7);
-    cashier.type(u"100"_s);
-    cashier.press(Qt::Key_Return);
+    cashier.spend(u"100"_s);
     cashier.press(Qt::Key_F9);
     ASSERT_FALSE(cashier.checkout().receipt()) << cashier.notice().toStdString();
 

@@ -88,9 +88,7 @@ TEST(WindowScan, OfTheNextCustomersGoodsAfterASaleWithPointsIsTaken)
 {
     Cashier cashier;
     cashier.sell(card);
-    cashier.press(Qt::Key_F7);
-    cashier.type(u"100"_s);
-    cashier.press(Qt::Key_Return);
+    cashier.spend(u"100"_s);
     cashier.press(Qt::Key_F9);
     ASSERT_FALSE(cashier.checkout().receipt()) << cashier.notice().toStdString();
     cashier.scan(u"4602"_s);
@@ -154,9 +152,7 @@ TEST(WindowScan, IsRefusedWhereTheReceiptCannotTakeItAnyMore)
 {
     Cashier cashier;
     cashier.sell(card);
-    cashier.press(Qt::Key_F7);
-    cashier.type(u"100"_s);
-    cashier.press(Qt::Key_Return);
+    cashier.spend(u"100"_s);
     ASSERT_EQ(cashier.takeBeeps(), 0) << cashier.notice().toStdString();
     cashier.scan(u"4602"_s);
     EXPECT_EQ(cashier.takeBeeps(), 1);
@@ -222,9 +218,7 @@ TEST(WindowTyping, WhereNothingCanBeTypedIsRefused)
 {
     Cashier cashier;
     cashier.sell(card);
-    cashier.press(Qt::Key_F7);
-    cashier.type(u"100"_s);
-    cashier.press(Qt::Key_Return);
+    cashier.spend(u"100"_s);
     ASSERT_EQ(cashier.takeBeeps(), 0);
     for (const Qt::Key key : {Qt::Key_F2, Qt::Key_F3, Qt::Key_F4, Qt::Key_F6, Qt::Key_F7, Qt::Key_F10}) {
         cashier.press(key);
@@ -240,9 +234,7 @@ TEST(WindowDialogs, TakeNoScanAndSayItAndEnterDestroysNothing)
 {
     Cashier cashier;
     cashier.sell(card);
-    cashier.press(Qt::Key_F7);
-    cashier.type(u"100"_s);
-    cashier.press(Qt::Key_Return);
+    cashier.spend(u"100"_s);
     ASSERT_EQ(cashier.model().spentPoints(), 100) << cashier.notice().toStdString();
     cashier.takeBeeps();
     cashier.atDialog([&](QDialog& dialog) {

@@ -16,19 +16,12 @@ namespace {
 const QString card = u"2000000000055"_s;
 const QString rightCode = u"1234"_s;
 
-void spend(Cashier& cashier, const QString& points)
-{
-    cashier.press(Qt::Key_F7);
-    cashier.type(points);
-    cashier.press(Qt::Key_Return);
-}
-
 /// Spends a hundred points; the code's dialog is answered by `act`.
 void spendWithCode(Cashier& cashier, const std::function<void(QDialog&)>& act)
 {
     cashier.sell(card);
     cashier.atDialog(act);
-    spend(cashier, u"100"_s);
+    cashier.spend(u"100"_s);
 }
 
 double spent(Cashier& cashier) { return cashier.model().spentPoints(); }
@@ -39,7 +32,7 @@ TEST(WindowSpending, MakesPointsADiscountAndPays)
 {
     Cashier cashier;
     cashier.sell(card);
-    spend(cashier, u"100"_s);
+    cashier.spend(u"100"_s);
     EXPECT_EQ(spent(cashier), 100) << cashier.notice().toStdString();
     EXPECT_EQ(cashier.notice(), u"Списано баллов: 100,00"_s);
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("478,90 ₽"));
@@ -52,7 +45,7 @@ TEST(WindowSpending, MoreThanTheLimitIsRefusedWithTheReason)
 {
     Cashier cashier;
     cashier.sell(card);
-    spend(cashier, u"5000"_s);
+    cashier.spend(u"5000"_s);
     EXPECT_EQ(spent(cashier), 0);
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Можно списать не больше "));
 }
@@ -61,7 +54,7 @@ TEST(WindowSpending, TheBalanceFromBeforeIsNotShownAsThatOfNow)
 {
     Cashier cashier;
     cashier.sell(card);
-    spend(cashier, u"100"_s);
+    cashier.spend(u"100"_s);
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Было: 300,00"));
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Баланс — до списания"));
     cashier.touch(u"Обновить баланс"_s);
@@ -75,7 +68,7 @@ TEST(WindowSpending, WithSharesThatAreNotThisReceiptsIsAskedForAgainBeforeItCanB
     cashier.sell(card);
     cashier.spoilTheNext(u"force-payment-c2b"_s,
                          R"("fault":"type","field":"data.newRecipientDetails.0.position","as":"list")");
-    spend(cashier, u"100"_s);
+    cashier.spend(u"100"_s);
     EXPECT_EQ(cashier.model().state(), till::State::SpendingUnknown);
     EXPECT_THAT(cashier.notice().toStdString(),
                 HasSubstr("баллы могли списаться. F9 повторит то же списание"));
@@ -89,7 +82,7 @@ TEST(WindowSpending, PositionsStayOnceThePointsAreSpent)
 {
     Cashier cashier;
     cashier.sell(card);
-    spend(cashier, u"100"_s);
+    cashier.spend(u"100"_s);
     cashier.press(Qt::Key_F6);
     EXPECT_EQ(cashier.checkout().receipt()->getGoodsItems().size(), 2);
 }
@@ -185,7 +178,7 @@ TEST(WindowUnknown, OffersTheTwoWaysOutAndNothingElse)
     Cashier cashier;
     cashier.sell(card);
     cashier.loseTheNextSpending();
-    spend(cashier, u"100"_s);
+    cashier.spend(u"100"_s);
     ASSERT_TRUE(cashier.checkout().unknownSpending()) << cashier.notice().toStdString();
     picture(cashier.window(), u"unknown"_s);
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("баллы могли списаться"));
@@ -209,7 +202,7 @@ TEST(WindowUnknown, IsEndedByAbandoningTheReceipt)
     Cashier cashier;
     cashier.sell(card);
     cashier.loseTheNextSpending();
-    spend(cashier, u"100"_s);
+    cashier.spend(u"100"_s);
     ASSERT_TRUE(cashier.checkout().unknownSpending()) << cashier.notice().toStdString();
     cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Delete); });
     cashier.press(Qt::Key_F8);

@@ -18,14 +18,6 @@ namespace {
 
 constexpr int patienceMs = 30'000;
 
-std::string wordsOf(const QDialog& dialog)
-{
-    QStringList words;
-    for (const auto* label : dialog.findChildren<QLabel*>())
-        words.append(label->text());
-    return words.join(u'\n').toStdString();
-}
-
 QString serviceOf(standtest::StandProcess& stand) { return QString::fromUtf8(stand.url()); }
 
 } // namespace

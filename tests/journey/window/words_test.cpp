@@ -20,24 +20,6 @@ namespace {
 const QString card = u"2000000000055"_s;
 const QSize screenSize(1024, 768);
 
-std::string linesOf(Cashier& cashier, const QString& name)
-{
-    QStringList lines;
-    for (const auto* list : cashier.window().findChildren<QListWidget*>()) {
-        for (int i = 0; list->isVisible() && list->accessibleName() == name && i < list->count(); ++i)
-            lines.append(list->item(i)->text());
-    }
-    return lines.join(u'\n').toStdString();
-}
-
-std::string wordsOf(const QDialog& dialog)
-{
-    QStringList words;
-    for (const auto* label : dialog.findChildren<QLabel*>())
-        words.append(label->text());
-    return words.join(u'\n').toStdString();
-}
-
 void paste(Cashier& cashier, const QString& text)
 {
     QGuiApplication::clipboard()->setText(text);
@@ -156,9 +138,7 @@ TEST(WindowTimeline, WrapsWhatIsTooLongForALine)
     Cashier cashier({.scale = 150});
     cashier.sell(card);
     cashier.spoilTheNext(u"force-payment-c2b"_s, R"("fault":"status","code":503)");
-    cashier.press(Qt::Key_F7);
-    cashier.type(u"5"_s);
-    cashier.press(Qt::Key_Return);
+    cashier.spend(u"5"_s);
     cashier.press(Qt::Key_F12);
     cashier.press(Qt::Key_F12);
     for (auto* list : cashier.window().findChildren<QListWidget*>()) {

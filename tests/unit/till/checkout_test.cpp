@@ -76,4 +76,15 @@ TEST_F(CheckoutWithASilentSystem, TakesASpendingWithoutADiscountForOneThatNobody
     EXPECT_EQ(m_checkout->state(), till::State::SpendingUnknown);
 }
 
+TEST_F(CheckoutWithASilentSystem, NamesAReceiptAsItIsCalledThoughItLooksLikeAPlaceholder)
+{
+    start();
+    ASSERT_TRUE(m_checkout->openSale(u"%2-%1"_s, {}).ok);
+    ASSERT_TRUE(m_checkout->identifyByCard(u"1"_s).ok);
+    EXPECT_FALSE(m_checkout->spend(50).ok);
+    EXPECT_EQ(m_checkout->obstacleTo(till::Action::Pay).toStdString(),
+              "Чек %2-%1: исход списания 50,00 баллов неизвестен, повторите списание той же суммы или "
+              "отмените чек");
+}
+
 } // namespace
