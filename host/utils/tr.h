@@ -5,11 +5,13 @@
 #include <QList>
 #include <QMetaType>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 namespace tr {
 
 /// A text for the cashier: an identifier under which the host finds translations, and the Russian default.
+/// Translations are Qt's own, by identifier: whoever runs the application installs a QTranslator.
 class HOST_EXPORT Tr
 {
 public:
@@ -20,30 +22,40 @@ public:
         , m_ru(text)
     {}
 
-    /// A text that nobody translates, such as one that the service sent: its identifier is "undefined".
+    /// A text without an identifier of its own, such as one that the service sent: its identifier is
+    /// "undefined", and only a translation of the very text would show it in another language.
     [[nodiscard]] static Tr untranslated(const QString& text);
 
     /// Under which the host finds translations; empty for an empty text.
     [[nodiscard]] QString id() const { return m_id; }
-    /// The Russian text.
+    /// The Russian text: for logs and the service, whatever language the screen speaks.
     [[nodiscard]] QString ru() const { return m_ru; }
+    /// The text for the screen: in the language whose translator is installed, Russian where there is no
+    /// translation.
+    [[nodiscard]] QString shown() const;
     /// Whether there is nothing to show.
     [[nodiscard]] bool isEmpty() const { return m_ru.isEmpty(); }
 
     /// This text with `value` in place of its lowest-numbered placeholder ("%1"). The value is put in as it
     /// is, but a "%1" inside it is a placeholder to the next call: in a chain, such a value comes last.
-    [[nodiscard]] Tr arg(const QString& value) const { return {m_id, m_ru.arg(value)}; }
+    [[nodiscard]] Tr arg(const QString& value) const;
+    /// The same for a text inside a text, each in the language that is asked for.
+    [[nodiscard]] Tr arg(const Tr& value) const;
 
     /// The text wrapped in a variant, as an argument of an event carries it.
     operator QVariant() const { return QVariant::fromValue(*this); } // NOLINT(google-explicit-constructor)
 
     /// Equal in identifier and text.
-    bool operator==(const Tr&) const = default;
+    bool operator==(const Tr& other) const { return m_id == other.m_id && m_ru == other.m_ru; }
 
 private:
     QString m_id;
-    QString m_ru;
+    QString m_ru;           ///< with its values in place
+    QStringList m_screened; ///< the same values as a screen shows them
 };
+
+/// The text of that identifier for the screen, to be filled with `arg`.
+HOST_EXPORT QString shown(const QString& id, const QString& russian);
 
 /// A list of texts, such as the items of a choice.
 class HOST_EXPORT TrList : public QList<Tr>

@@ -1,6 +1,9 @@
 #include "host/utils/basicexception.h"
 #include "host/utils/tr.h"
 
+#include <QCoreApplication>
+#include <QTranslator>
+
 #include <gtest/gtest.h>
 
 #include <type_traits>
@@ -28,6 +31,60 @@ TEST(Tr, OfAnUntranslatedTextIsUndefined)
     const tr::Tr text = tr::Tr::untranslated(u"Карта заблокирована"_s);
     EXPECT_EQ(text.id(), u"undefined"_s);
     EXPECT_EQ(text.ru(), u"Карта заблокирована"_s);
+}
+
+/// Knows two texts, as a file of translations would.
+class English : public QTranslator
+{
+public:
+    [[nodiscard]] bool isEmpty() const override { return false; }
+    [[nodiscard]] QString translate(const char* /*context*/, const char* source, const char* /*comment*/,
+                                    int /*n*/) const override
+    {
+        const QString id = QString::fromUtf8(source);
+        return id == u"pair"_s ? u"%1, then %2"_s : id == u"Номера карт"_s ? u"Cards"_s : QString();
+    }
+};
+
+class ShownTr : public testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(QCoreApplication::installTranslator(&m_english)); }
+    void TearDown() override { QCoreApplication::removeTranslator(&m_english); }
+
+private:
+    int m_count = 0;
+    QCoreApplication m_application{m_count, nullptr};
+    English m_english;
+};
+
+TEST_F(ShownTr, SpeaksTheLanguageOfTheInstalledTranslatorWithTheValuesInPlace)
+{
+    const tr::Tr text(u"pair"_s, u"%2 и %1"_s);
+    EXPECT_EQ(text.shown(), u"%1, then %2"_s);
+    EXPECT_EQ(text.arg(u"A"_s).arg(u"B"_s).shown(), u"A, then B"_s);
+    EXPECT_EQ(text.arg(u"A"_s).arg(u"B"_s).ru(), u"B и A"_s) << "logs stay Russian";
+    EXPECT_EQ(tr::shown(u"pair"_s, u"%2 и %1"_s), u"%1, then %2"_s);
+}
+
+TEST_F(ShownTr, HasATextInsideATextInTheSameLanguage)
+{
+    const tr::Tr outer = tr::Tr(u"pair"_s, u"%2 и %1"_s).arg(u"A"_s).arg(tr::Tr(u"pair"_s, u"%2 и %1"_s));
+    EXPECT_EQ(outer.shown(), u"A, then %1, then %2"_s);
+    EXPECT_EQ(outer.ru(), u"%2 и %1 и A"_s);
+}
+
+TEST_F(ShownTr, StaysRussianWhereNobodyTranslatedIt)
+{
+    EXPECT_EQ(tr::Tr(u"other"_s, u"Другое %1"_s).arg(u"A"_s).shown(), u"Другое A"_s);
+    EXPECT_EQ(tr::Tr({}, u"Без имени"_s).shown(), u"Без имени"_s);
+    EXPECT_EQ(tr::Tr().shown(), QString());
+}
+
+TEST_F(ShownTr, FindsATextWithoutAnIdentifierByTheTextItself)
+{
+    EXPECT_EQ(tr::Tr::untranslated(u"Номера карт"_s).shown(), u"Cards"_s);
+    EXPECT_EQ(tr::Tr::untranslated(u"undefined"_s).shown(), u"undefined"_s);
 }
 
 TEST(Tr, PutsAValueInPlaceOfItsLowestPlaceholder)
