@@ -41,7 +41,7 @@ private:
 void TerminalFrontend::print(const tr::Tr& text)
 {
     if (!text.isEmpty())
-        m_out << utils::printableLines(text.ru()) << '\n';
+        m_out << utils::printableLines(text.shown()) << '\n';
 }
 
 int TerminalFrontend::chooseFromList(const ChoiceRequest& request)
@@ -49,10 +49,12 @@ int TerminalFrontend::chooseFromList(const ChoiceRequest& request)
     print(request.title);
     print(request.message);
     for (qsizetype i = 0; i < request.items.size(); ++i)
-        m_out << u"  %1. %2\n"_s.arg(QString::number(i + 1), utils::printable(request.items[i].ru()));
+        m_out << u"  %1. %2\n"_s.arg(QString::number(i + 1), utils::printable(request.items[i].shown()));
     print(request.comment);
 
-    const QString prompt = request.closable ? u"Номер строки (пусто — закрыть): "_s : u"Номер строки: "_s;
+    const QString prompt = request.closable
+                               ? tr::shown(u"hostAskLineOrNone"_s, u"Номер строки (пусто — закрыть): "_s)
+                               : tr::shown(u"hostAskLine"_s, u"Номер строки: "_s);
     QString line;
     while (true) {
         m_out << prompt << Qt::flush;
@@ -62,7 +64,8 @@ int TerminalFrontend::chooseFromList(const ChoiceRequest& request)
         const int number = line.trimmed().toInt(&isNumber);
         if (isNumber && number >= 1 && number <= request.items.size())
             return number - 1;
-        m_out << u"Введите число от 1 до %1\n"_s.arg(request.items.size());
+        m_out << tr::shown(u"hostAskNumber"_s, u"Введите число от 1 до %1"_s).arg(request.items.size())
+              << '\n';
     }
 }
 
@@ -72,7 +75,7 @@ core::BasicDialog::Result TerminalFrontend::inputText(const TextInputRequest& re
     const EchoOff quiet(request.hidden); // before the prompt, or a quick answer to it would be shown or lost
     QString line;
     while (true) {
-        m_out << utils::printableLines(request.message.ru()) << u": "_s << Qt::flush;
+        m_out << utils::printableLines(request.message.shown()) << u": "_s << Qt::flush;
         if (!m_in.readLineInto(&line))
             return core::BasicDialog::Result::cancelled();
         if (request.trimmed)

@@ -32,10 +32,11 @@ std::optional<QVariantMap> readMessage(const QByteArray& bytes)
 
 QByteArray writtenMessage(const QVariantMap& message)
 {
-    if (const QString why = storage::unstorable(message); !why.isEmpty())
+    if (const tr::Tr why = storage::unstorable(message); !why.isEmpty())
         throw BasicException(
             tr::Tr(u"hostQueueMessageUnfit"_s,
-                   u"Сообщение не поставлено в очередь: такие данные нельзя сохранить (%1)"_s.arg(why)));
+                   u"Сообщение не поставлено в очередь: такие данные нельзя сохранить (%1)"_s)
+                .arg(why));
     QByteArray content;
     QDataStream out(&content, QIODevice::WriteOnly);
     out.setVersion(storage::storedStreamVersion);

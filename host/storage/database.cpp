@@ -2,6 +2,7 @@
 
 #include "host/storage/lockholder.h"
 #include "host/storage/storageerror.h"
+#include "host/utils/tr.h"
 
 #include <QSqlError>
 #include <QSqlRecord>
@@ -115,8 +116,9 @@ void Database::atomically(const std::function<void()>& steps) const
 void Database::begin() const
 {
     if (m_transaction)
-        throw BasicException(tr::Tr(u"hostTransactionNested"_s,
-                                    u"Внутренняя ошибка: запись в файл %1 уже начата"_s.arg(m_path)));
+        throw BasicException(
+            tr::Tr(u"hostTransactionNested"_s, u"Внутренняя ошибка: запись в файл %1 уже начата"_s)
+                .arg(m_path));
     if (m_files)
         requireInPlace();
     execute(u"BEGIN IMMEDIATE"_s);
@@ -216,9 +218,9 @@ QString Database::lockHolders() const
 void Database::requireUnspoilt() const
 {
     if (m_transaction && m_spoilt)
-        throw BasicException(
-            tr::Tr(u"hostTransactionSpoilt"_s,
-                   u"Не сохранено: запись в файл %1 отменена, часть её не удалась"_s.arg(m_path)));
+        throw BasicException(tr::Tr(u"hostTransactionSpoilt"_s,
+                                    u"Не сохранено: запись в файл %1 отменена, часть её не удалась"_s)
+                                 .arg(m_path));
 }
 
 void Database::fail(const QSqlError& error) const

@@ -28,25 +28,27 @@ QString nameOf(const QString& path) { return QFileInfo(path).fileName(); }
 
 DataFinding told(DataFinding::Kind kind, const QString& file, const QString& now)
 {
-    const QStringList names{nameOf(file), nameOf(now)};
     switch (kind) {
     case DataFinding::Kind::Damaged:
         utils::logger(u"storage"_s)->error(u"%1 is damaged; it was set aside as %2"_s.arg(file, nameOf(now)));
         return {kind, file, now,
                 tr::Tr(u"hostDataDamaged"_s,
                        u"Файл данных %1 повреждён. Он сохранён как %2, работа начата с новым файлом. "
-                       "Сообщите администратору"_s.arg(names[0], names[1]))};
+                       "Сообщите администратору"_s)
+                    .arg(nameOf(file), nameOf(now))};
     case DataFinding::Kind::Lost:
         utils::logger(u"storage"_s)
             ->error(u"%1 lay there without its file; it was set aside as %2"_s.arg(file, nameOf(now)));
         return {kind, file, now,
                 tr::Tr(u"hostDataLost"_s, u"Журнал %1 остался без своего файла данных. Он сохранён как %2. "
-                                          "Сообщите администратору"_s.arg(names[0], names[1]))};
+                                          "Сообщите администратору"_s)
+                    .arg(nameOf(file), nameOf(now))};
     case DataFinding::Kind::Cut: // which its opening has logged
         return {kind, file, now,
                 tr::Tr(u"hostDataCut"_s,
                        u"Журнал %1 повреждён: последние чеки и сообщения могли пропасть. Он сохранён как %2. "
-                       "Сообщите администратору"_s.arg(names[0], names[1]))};
+                       "Сообщите администратору"_s)
+                    .arg(nameOf(file), nameOf(now))};
     }
     return {};
 }

@@ -2,6 +2,7 @@
 
 #include "host/storage/storageerror.h"
 #include "host/storage/storedform.h"
+#include "host/utils/tr.h"
 
 #include <QIODevice>
 
@@ -19,9 +20,10 @@ constexpr storage::Seal recordSeal{0x4B595263, 1};
 
 void requireStorable(const QVariant& value)
 {
-    if (const QString why = storage::unstorable(value); !why.isEmpty())
-        throw BasicException(tr::Tr(u"hostDocumentUnfit"_s,
-                                    u"Чек не сохранён: такие данные нельзя сохранить (%1)"_s.arg(why)));
+    if (const tr::Tr why = storage::unstorable(value); !why.isEmpty())
+        throw BasicException(
+            tr::Tr(u"hostDocumentUnfit"_s, u"Чек не сохранён: такие данные нельзя сохранить (%1)"_s)
+                .arg(why));
 }
 
 template <class Key, class Value>

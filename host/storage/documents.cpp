@@ -13,7 +13,7 @@ template class Singleton<DocumentsDao>;
 
 namespace {
 
-[[noreturn]] void refuse(const QString& id, const QString& text) { throw BasicException(tr::Tr(id, text)); }
+[[noreturn]] void refuse(const tr::Tr& text) { throw BasicException(text); }
 
 void setPlaces(const Document& document, int revision)
 {
@@ -88,7 +88,7 @@ bool isStored(const storage::Database& store, const Document& document, const QB
         // As it was closed: its records are older than what was written back, and may not overwrite that.
         setPlaces(document, 0);
     } else {
-        refuse(u"hostDocumentStored"_s, u"Чек %1 уже сохранён с другим содержимым"_s.arg(identifier));
+        refuse(tr::Tr(u"hostDocumentStored"_s, u"Чек %1 уже сохранён с другим содержимым"_s).arg(identifier));
     }
     return true;
 }
@@ -117,14 +117,14 @@ void DocumentsDao::saveCardRecord(const QSharedPointer<DocumentCardRecord>& reco
     const QByteArray bytes = identifier.isEmpty() ? QByteArray() : original(store, identifier);
     if (bytes.isEmpty() ||
         !documentcodec::readDocument(bytes, store.path())->hasCardRecord(record->getKind()))
-        refuse(u"hostCardRecordForeign"_s, u"Карта не сохранена: она не относится к сохранённому чеку"_s);
+        refuse({u"hostCardRecordForeign"_s, u"Карта не сохранена: она не относится к сохранённому чеку"_s});
     const int kind = record->getKind();
     const QByteArray content = documentcodec::written(*record);
     const int next = record->storedPlace().revision + 1;
     store.atomically([&] {
         if (revisionOf(store, identifier, kind) != next - 1)
-            refuse(u"hostCardRecordStale"_s,
-                   u"Карта чека %1 не сохранена: её уже изменили"_s.arg(identifier));
+            refuse(tr::Tr(u"hostCardRecordStale"_s, u"Карта чека %1 не сохранена: её уже изменили"_s)
+                       .arg(identifier));
         QSqlQuery write = store.prepared(
             u"INSERT OR REPLACE INTO card_records (document, kind, revision, content) VALUES (?, ?, ?, ?)"_s);
         store.change(write, {identifier, kind, next, content});
@@ -136,10 +136,10 @@ void DocumentsDao::store(const QSharedPointer<Document>& document)
 {
     const storage::Database& store = opened();
     if (!document)
-        refuse(u"hostDocumentMissing"_s, u"Чек не сохранён: нет документа"_s);
+        refuse({u"hostDocumentMissing"_s, u"Чек не сохранён: нет документа"_s});
     const QString identifier = document->getIdentifier();
     if (identifier.isEmpty())
-        refuse(u"hostDocumentNameless"_s, u"Чек не сохранён: у него нет номера"_s);
+        refuse({u"hostDocumentNameless"_s, u"Чек не сохранён: у него нет номера"_s});
     const QByteArray bytes = documentcodec::written(*document);
     bool isNew = false;
     store.atomically([&] {

@@ -54,15 +54,16 @@ QVariantList contentOf(const QVariant& container)
     }
 }
 
-QString unstorable(const QVariant& value, int levels)
+tr::Tr unstorable(const QVariant& value, int levels)
 {
     if (!isContainer(value.typeId()))
-        return isPlain(value.typeId()) ? QString()
-                                       : u"значение типа %1"_s.arg(QString::fromLatin1(value.typeName()));
+        return isPlain(value.typeId()) ? tr::Tr()
+                                       : tr::Tr(u"hostUnfitType"_s, u"значение типа %1"_s)
+                                             .arg(QString::fromLatin1(value.typeName()));
     if (levels == 0)
-        return u"вложенность больше %1"_s.arg(deepestStored);
+        return tr::Tr(u"hostUnfitDepth"_s, u"вложенность больше %1"_s).arg(QString::number(deepestStored));
     for (const QVariant& inner : contentOf(value)) {
-        if (QString why = unstorable(inner, levels - 1); !why.isEmpty())
+        if (tr::Tr why = unstorable(inner, levels - 1); !why.isEmpty())
             return why;
     }
     return {};
@@ -129,7 +130,7 @@ QVariant readValue(QDataStream& in, int levels)
 
 } // namespace
 
-QString unstorable(const QVariant& value) { return unstorable(value, deepestStored); }
+tr::Tr unstorable(const QVariant& value) { return unstorable(value, deepestStored); }
 
 QVariant storedValue(QDataStream& in) { return readValue(in, deepestStored); }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/utils/export.h"
+#include "host/utils/tr.h"
 
 #include <QByteArray>
 #include <QDataStream>
@@ -17,10 +17,10 @@ constexpr auto storedStreamVersion = QDataStream::Qt_6_4;
 /// goes through it runs out of stack.
 constexpr int deepestStored = 512;
 
-/// What keeps the value from being stored, in Russian. Empty: nothing; it, and all that its lists and maps
+/// What keeps the value from being stored. Empty: nothing; it, and all that its lists and maps
 /// hold, is of the plain types of Qt and comes back as it was. A type of somebody's own may not be known any
 /// more when it is read.
-HOST_EXPORT QString unstorable(const QVariant& value);
+HOST_EXPORT tr::Tr unstorable(const QVariant& value);
 
 /// Read what a stream of that version wrote as a QVariant or QVariantMap. A value that unstorable() would not
 /// have let through makes the stream's status ReadCorruptData.

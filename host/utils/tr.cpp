@@ -16,27 +16,23 @@ Tr Tr::untranslated(const QString& text) { return {undefined, text}; }
 
 QString Tr::shown() const
 {
-    const QString key = m_id == undefined ? m_ru : m_id;
-    QString text = qtTrId(key.toUtf8().constData());
-    if (text == key) // nobody translates it
-        return m_ru;
-    for (const QString& value : m_screened)
-        text = text.arg(value);
-    return text;
+    if (!m_shown.isNull())
+        return m_shown;
+    const QByteArray key = (m_id == undefined ? m_ru : m_id).toUtf8();
+    const QString text = qtTrId(key.constData());
+    // The key itself where nobody translates it, up to a NUL that a stranger's text may hold.
+    return text == QString::fromUtf8(key.constData()) ? m_ru : text;
 }
 
-Tr Tr::arg(const QString& value) const
+Tr Tr::joined(const QList<Tr>& texts, const QString& separator)
 {
-    Tr filled(m_id, m_ru.arg(value));
-    filled.m_screened = m_screened + QStringList(value);
-    return filled;
-}
-
-Tr Tr::arg(const Tr& value) const
-{
-    Tr filled = arg(value.ru());
-    filled.m_screened.last() = value.shown();
-    return filled;
+    QStringList russian;
+    QStringList shown;
+    for (const Tr& text : texts) {
+        russian.append(text.ru());
+        shown.append(text.shown());
+    }
+    return {{}, russian.join(separator), shown.join(separator)};
 }
 
 QString shown(const QString& id, const QString& russian) { return Tr(id, russian).shown(); }

@@ -5,7 +5,6 @@
 #include <QList>
 #include <QMetaType>
 #include <QString>
-#include <QStringList>
 #include <QVariant>
 
 namespace tr {
@@ -36,11 +35,17 @@ public:
     /// Whether there is nothing to show.
     [[nodiscard]] bool isEmpty() const { return m_ru.isEmpty(); }
 
-    /// This text with `value` in place of its lowest-numbered placeholder ("%1"). The value is put in as it
-    /// is, but a "%1" inside it is a placeholder to the next call: in a chain, such a value comes last.
-    [[nodiscard]] Tr arg(const QString& value) const;
-    /// The same for a text inside a text, each in the language that is asked for.
-    [[nodiscard]] Tr arg(const Tr& value) const;
+    /// This text with the values in place of its lowest-numbered placeholders, all at once ("%1", "%2"). A
+    /// value is a QString, or a text, which is put in as the Russian and the shown form each have it. A "%1"
+    /// inside a value is a placeholder to the next call.
+    template <typename... Values>
+    [[nodiscard]] Tr arg(const Values&... values) const
+    {
+        return {m_id, m_ru.arg(russian(values)...), shown().arg(screened(values)...)};
+    }
+
+    /// The texts one behind the other, with that between them; its identifier is empty.
+    [[nodiscard]] static Tr joined(const QList<Tr>& texts, const QString& separator);
 
     /// The text wrapped in a variant, as an argument of an event carries it.
     operator QVariant() const { return QVariant::fromValue(*this); } // NOLINT(google-explicit-constructor)
@@ -49,9 +54,19 @@ public:
     bool operator==(const Tr& other) const { return m_id == other.m_id && m_ru == other.m_ru; }
 
 private:
+    Tr(const QString& id, const QString& russian, const QString& shown)
+        : m_id(id)
+        , m_ru(russian)
+        , m_shown(shown)
+    {}
+    static QString russian(const QString& value) { return value; }
+    static QString russian(const Tr& value) { return value.ru(); }
+    static QString screened(const QString& value) { return value; }
+    static QString screened(const Tr& value) { return value.shown(); }
+
     QString m_id;
-    QString m_ru;           ///< with its values in place
-    QStringList m_screened; ///< the same values as a screen shows them
+    QString m_ru;
+    QString m_shown; ///< null: as the translator has it
 };
 
 /// The text of that identifier for the screen, to be filled with `arg`.

@@ -27,22 +27,26 @@ QList<QueueWarning> queueWarnings(const QueueHealth& health, const QDateTime& no
     // With nothing to send nobody finds out that a mended password is taken again.
     if (health.credentialsSuspended.isValid() && health.waiting > 0)
         warnings.append(
-            {u"Служба лояльности не принимает имя или пароль с %1. Сообщите администратору"_s.arg(
-                 localText(health.credentialsSuspended)),
+            {tr::Tr(u"tillCredentialsRefused"_s,
+                    u"Служба лояльности не принимает имя или пароль с %1. Сообщите администратору"_s)
+                 .arg(localText(health.credentialsSuspended)),
              u"the service refuses the credentials for %1; %2 waiting"_s.arg(
                  ageText(health.credentialsSuspended, now), QString::number(health.waiting)),
              u"mend KYRLoyalty:user and the password, restart the till; then till queue deliver"_s});
     if (health.parked > 0)
         warnings.append(
-            {u"Сообщений, которые не удастся отправить службе лояльности: %1. Сообщите администратору"_s.arg(
-                 health.parked),
+            {tr::Tr(
+                 u"tillParked"_s,
+                 u"Сообщений, которые не удастся отправить службе лояльности: %1. Сообщите администратору"_s)
+                 .arg(QString::number(health.parked)),
              u"%1 parked: refused by the service for good, or not to be sent as they are"_s.arg(
                  health.parked),
              u"see till queue list --parked; then till queue retry or till queue drop"_s});
     if (health.oldestWaiting.isValid() &&
         health.oldestWaiting.addSecs(std::chrono::seconds(patience).count()) < now)
-        warnings.append({u"Сообщения не доходят до службы лояльности с %1. Сообщите администратору"_s.arg(
-                             localText(health.oldestWaiting)),
+        warnings.append({tr::Tr(u"tillOldWaiting"_s,
+                                u"Сообщения не доходят до службы лояльности с %1. Сообщите администратору"_s)
+                             .arg(localText(health.oldestWaiting)),
                          u"%1 waiting, the oldest for %2"_s.arg(QString::number(health.waiting),
                                                                 ageText(health.oldestWaiting, now)),
                          u"see till queue list, and what is said of the service here"_s});

@@ -2,6 +2,7 @@
 
 #include "host/queue/messagequeue.h"
 #include "host/utils/config.h"
+#include "host/utils/tr.h"
 
 #include <QString>
 
@@ -12,7 +13,7 @@ namespace till {
 /// Something about the outgoing queue that does not mend itself.
 struct QueueWarning
 {
-    QString russian; ///< for the cashier
+    tr::Tr text;     ///< for the cashier
     QString english; ///< for the administrator
     QString remedy;  ///< for the administrator
 };

@@ -67,7 +67,7 @@ Summary summaryOf(Till& till)
     summary.queued = summary.delivered + summary.waiting + summary.parked;
 
     for (const QueueWarning& warning : queueWarnings(till.queue(), hostObject<Config>()))
-        summary.alarms.append(warning.russian);
+        summary.alarms.append(warning.text.shown());
 
     QVariantMap page;
     if (till.ownsService()) {

@@ -24,7 +24,7 @@ struct Summary
     /// Where the stand's books differ from the till's receipts, in English; nothing when nobody could compare
     /// them, because the service is not the till's own stand.
     std::optional<QStringList> differences = {};
-    QStringList alarms = {}; ///< what the cashier is told of the queue, in Russian
+    QStringList alarms = {}; ///< what the cashier is told of the queue
 };
 
 /// Takes stock at the end of a scenario; starts the till's own stand to ask it when it is stopped. Throws

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "host/core/abstractdocument.h"
-
-#include <QString>
+#include "host/utils/tr.h"
 
 namespace till {
 
@@ -10,7 +9,7 @@ namespace till {
 /// hundredths.
 void requireAmounts(const AbstractDocument& receipt);
 
-/// What a quantity must be, in Russian, to be put behind the position that has another.
-QString quantityRule();
+/// That the position's quantity is none.
+tr::Tr badQuantity(int posnum);
 
 } // namespace till

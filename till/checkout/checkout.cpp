@@ -15,12 +15,12 @@ namespace till {
 namespace {
 
 /// All values at once: an identifier may look like a placeholder.
-QString filled(const QString& text, const Document& receipt)
+tr::Tr filled(const tr::Tr& text, const Document& receipt)
 {
     const auto unknown = unknownSpendingOf(receipt);
-    if (unknown && text.contains(u"%2"_s))
+    if (unknown && text.ru().contains(u"%2"_s))
         return text.arg(receipt.getIdentifier(), screen::amount(unknown->points));
-    return text.contains(u"%1"_s) ? text.arg(receipt.getIdentifier()) : text;
+    return text.ru().contains(u"%1"_s) ? text.arg(receipt.getIdentifier()) : text;
 }
 
 } // namespace
@@ -47,9 +47,9 @@ State Checkout::state() const
     return hasSpentPoints() ? State::Discounted : State::Sale;
 }
 
-QString Checkout::obstacleTo(Action action) const
+tr::Tr Checkout::whyNot(Action action) const
 {
-    const QString text = obstacle(action, state()).toString();
+    const tr::Tr text = obstacle(action, state());
     return m_receipt ? filled(text, *m_receipt) : text;
 }
 
@@ -57,7 +57,7 @@ void Checkout::attempt(Action action, Result& result, const std::function<void()
 {
     carryOut(result, [&] {
         m_lock.requireInPlace();
-        if (const QString refusal = obstacleTo(action); !refusal.isEmpty())
+        if (const tr::Tr refusal = whyNot(action); !refusal.isEmpty())
             fail(refusal);
         operation();
     });
@@ -67,13 +67,13 @@ void Checkout::attempt(Action action, Result& result, const std::function<void()
 void Checkout::requireDone(bool done) const
 {
     if (!done)
-        fail(m_loyalty.getLastErrorString().ru());
+        fail(m_loyalty.getLastErrorString());
 }
 
 void Checkout::requireCard() const
 {
     if (!card())
-        fail(u"В чеке нет карты: сначала найдите её по номеру или телефону"_s);
+        fail({u"tillNoCard"_s, u"В чеке нет карты: сначала найдите её по номеру или телефону"_s});
 }
 
 QSharedPointer<DocumentCardRecord> Checkout::card() const

@@ -36,8 +36,8 @@ public:
     Checkout& operator=(const Checkout&) = delete;
 
     [[nodiscard]] State state() const;
-    /// Why that is not possible now, in Russian for the cashier; empty: it is.
-    [[nodiscard]] QString obstacleTo(Action action) const;
+    /// Why that is not possible now, for the cashier's screen; empty: it is.
+    [[nodiscard]] QString obstacleTo(Action action) const { return whyNot(action).shown(); }
     /// The current receipt, or null.
     [[nodiscard]] const QSharedPointer<Document>& receipt() const { return m_receipt; }
     /// The loyalty card on it, or null.
@@ -78,15 +78,16 @@ public:
     /// Undoes what was done for the receipt, and leaves none open.
     Result rollBack();
 
-    /// Goes on with the receipt that was left open, if any. What was found, in Russian; empty: nothing.
-    /// Throws BasicException when it can't be read. Called once, before anything else.
-    QString recover();
+    /// Goes on with the receipt that was left open, if any. What was found; empty: nothing. Throws
+    /// BasicException when it can't be read. Called once, before anything else.
+    tr::Tr recover();
 
     /// While one lives, requests are not the receipt's, and leave unguarded.
     using Pause = RequestGuard::Pause;
     [[nodiscard]] Pause pauseGuard() { return Pause(m_guard); }
 
 private:
+    [[nodiscard]] tr::Tr whyNot(Action action) const;
     void attempt(Action action, Result& result, const std::function<void()>& operation) const;
     void requireDone(bool done) const;
     void requireCard() const;
@@ -111,7 +112,7 @@ private:
     void abandon();
     void leave();
     void letGo();
-    [[nodiscard]] QString foundOpen() const;
+    [[nodiscard]] tr::Tr foundOpen() const;
 
     BasicLoyaltySystem& m_loyalty;
     const storage::FileLock& m_lock;

@@ -31,7 +31,7 @@ Identification Checkout::identifyByPhone(const QString& phone)
         const loyalty::CardNumberResult answer =
             m_loyalty.getCardNumber({.kind = loyalty::CardNumberInputData::PhoneNumber, .text = phone});
         if (!answer.success)
-            fail(answer.error.ru());
+            fail(answer.error);
         found.card = answer.cardNumber;
         if (!found.card.isEmpty())
             identify(found.card);

@@ -4,6 +4,6 @@
 
 namespace till {
 
-void fail(const QString& text) { throw BasicException(tr::Tr({}, text)); }
+void fail(const tr::Tr& text) { throw BasicException(text); }
 
 } // namespace till

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QString>
+#include "host/utils/tr.h"
 
 namespace till {
 
-/// Throws BasicException: a failure that the till itself found, in Russian for the cashier.
-[[noreturn]] void fail(const QString& text);
+/// Throws BasicException: a failure that the till itself found, for the cashier.
+[[noreturn]] void fail(const tr::Tr& text);
 
 } // namespace till

@@ -21,16 +21,17 @@ QSharedPointer<AbstractDocument> stored(const QString& identifier)
 void requireNew(const QString& identifier)
 {
     if (stored(identifier))
-        fail(u"Чек %1 уже есть: номер чека не повторяется"_s.arg(identifier));
+        fail(tr::Tr(u"tillReceiptKnown"_s, u"Чек %1 уже есть: номер чека не повторяется"_s).arg(identifier));
 }
 
 QSharedPointer<AbstractDocument> saleOf(const QString& identifier)
 {
     auto sale = stored(identifier);
     if (!sale)
-        fail(u"Чека %1 нет среди закрытых: возврат не возможен"_s.arg(identifier));
+        fail(tr::Tr(u"tillSaleMissing"_s, u"Чека %1 нет среди закрытых: возврат не возможен"_s)
+                 .arg(identifier));
     if (sale->getDocumentType() != SaleReceipt)
-        fail(u"Чек %1 — не продажа: возврат не возможен"_s.arg(identifier));
+        fail(tr::Tr(u"tillNoSale"_s, u"Чек %1 — не продажа: возврат не возможен"_s).arg(identifier));
     return sale;
 }
 
@@ -71,13 +72,14 @@ QSharedPointer<Document> draftReturn(const QString& identifier, const QString& s
     for (const auto& [posnum, quantity] : lines) {
         const auto sold = sale->getGoodsItemByPosnum(posnum);
         if (!sold)
-            fail(u"Позиции %1 нет в чеке %2"_s.arg(QString::number(posnum), saleIdentifier));
+            fail(tr::Tr(u"tillPositionMissing"_s, u"Позиции %1 нет в чеке %2"_s)
+                     .arg(QString::number(posnum), saleIdentifier));
         if (receipt->getGoodsItemByPosnum(posnum))
-            fail(u"Позиция %1 указана дважды"_s.arg(posnum));
+            fail(tr::Tr(u"tillPositionTwice"_s, u"Позиция %1 указана дважды"_s).arg(QString::number(posnum)));
         receipt->addGoodsItem(returnPart(*sold, quantity, returnedBefore(posnum, before)));
     }
     if (lines.isEmpty())
-        fail(u"В возврате нет ни одной позиции"_s);
+        fail({u"tillReturnEmpty"_s, u"В возврате нет ни одной позиции"_s});
     takeCardOver(*sale, *receipt);
     return receipt;
 }

@@ -40,7 +40,7 @@ Spending Checkout::spend(double wanted)
         requireCard();
         const auto earlier = unknownSpending();
         if (earlier && !isSame(*earlier, wanted))
-            fail(obstacleTo(Action::Pay)); // which names the ways out
+            fail(whyNot(Action::Pay)); // which names the ways out
         m_loyalty.setPointsForSpend(earlier ? earlier->points : wanted);
         // Asked again it must be the same points, though the balance may be less by now.
         const double points = earlier ? earlier->points : m_loyalty.getPointsForSpend(m_receipt);
@@ -58,13 +58,13 @@ Spending Checkout::spend(double wanted)
 /// After a spending that failed: its outcome is not known, or is that nothing was spent.
 void Checkout::failSpending()
 {
-    QString error = m_loyalty.getLastErrorString().ru();
+    tr::Tr error = m_loyalty.getLastErrorString();
     if (m_guard.nothingSpent()) {
         setUnknownSpending(*m_receipt, std::nullopt);
         save();
     } else if (unknownSpending()) {
         m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
-        error += u'\n' + obstacleTo(Action::Pay);
+        error = tr::Tr::joined({error, whyNot(Action::Pay)}, u"\n"_s);
     }
     fail(error);
 }
@@ -74,7 +74,9 @@ void Checkout::finishSpending(double points)
     if (makeDiscount(points))
         return;
     m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
-    fail(u"Служба не сообщила, на какие позиции списаны баллы. "_s + obstacleTo(Action::Pay));
+    fail(tr::Tr::joined({{u"tillSpentOnNothing"_s, u"Служба не сообщила, на какие позиции списаны баллы."_s},
+                         whyNot(Action::Pay)},
+                        u" "_s));
 }
 
 bool Checkout::makeDiscount(double points)

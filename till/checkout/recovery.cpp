@@ -2,6 +2,7 @@
 
 #include "host/core/session.h"
 #include "host/storage/documents.h"
+#include "host/utils/tr.h"
 #include "till/checkout/receiptmarks.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
@@ -11,17 +12,17 @@ using namespace Qt::StringLiterals;
 namespace till {
 
 // Each way out of a receipt ends with the removal of its file, so whatever was interrupted is found here.
-QString Checkout::recover()
+tr::Tr Checkout::recover()
 {
     const auto receipt = SaveToFileLogic::loadOpenReceipt();
     if (!receipt)
         return {};
-    const QString name = u"Чек "_s + receipt->getIdentifier();
+    const QString name = receipt->getIdentifier();
     m_journal.note(receipt->getIdentifier(), u"recovered"_s);
     if (hostObject<DocumentsDao>().loadDocument(receipt->getIdentifier(), false)) {
         m_turnover.closed.append(receipt->getIdentifier());
         SaveToFileLogic::removeOpenReceipt();
-        return name + u" был оплачен: закрытие завершено"_s;
+        return tr::Tr(u"tillFoundPaid"_s, u"Чек %1 был оплачен: закрытие завершено"_s).arg(name);
     }
     m_receipt = receipt;
     hostObject<Session>().setDocument(receipt);
@@ -30,7 +31,10 @@ QString Checkout::recover()
     if (state() == State::Abandoned) {
         // A cashier waits for the start; what fails for it goes through the queue.
         const auto hurry = RestClient::guard({.departing = {}, .answered = {}, .secondsAtMost = 1});
-        return name + (rollBack().ok ? u" отменялся: отмена завершена"_s : u" отменялся: завершите отмену"_s);
+        const bool done = rollBack().ok;
+        return (done ? tr::Tr(u"tillFoundAbandoned"_s, u"Чек %1 отменялся: отмена завершена"_s)
+                     : tr::Tr(u"tillFoundLeaving"_s, u"Чек %1 отменялся: завершите отмену"_s))
+            .arg(name);
     }
     if (m_loyalty.getBonusImpacts().size() > appliedImpacts(*receipt)) {
         // The answer had come, and was not yet a discount. Only a receipt of somebody who does not mark
@@ -42,17 +46,19 @@ QString Checkout::recover()
     return foundOpen();
 }
 
-QString Checkout::foundOpen() const
+tr::Tr Checkout::foundOpen() const
 {
-    const QString found = u"Найден открытый чек "_s + m_receipt->getIdentifier();
+    const QString name = m_receipt->getIdentifier();
     switch (state()) {
     case State::SpendingUnknown:
-        return found + u". "_s + obstacleTo(Action::Pay);
+        return tr::Tr(u"tillFoundUnknown"_s, u"Найден открытый чек %1. %2"_s).arg(name, whyNot(Action::Pay));
     case State::Paying:
     case State::Settled:
-        return found + u": он уже оплачивается, завершите оплату"_s;
+        return tr::Tr(u"tillFoundPaying"_s,
+                      u"Найден открытый чек %1: он уже оплачивается, завершите оплату"_s)
+            .arg(name);
     default:
-        return found;
+        return tr::Tr(u"tillFound"_s, u"Найден открытый чек %1"_s).arg(name);
     }
 }
 

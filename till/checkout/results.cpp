@@ -13,7 +13,7 @@ void carryOut(Result& result, const std::function<void()>& operation)
         throw;
     } catch (const BasicException& failure) {
         result.ok = false;
-        result.error = failure.tr().ru();
+        result.error = failure.tr().shown();
     } catch (const std::exception& failure) {
         result.ok = false;
         result.error = QString::fromUtf8(failure.what());

@@ -32,7 +32,7 @@ struct ReturnLine
 struct Result
 {
     bool ok = true;
-    QString error = {}; ///< why not, in Russian for the cashier; empty when ok
+    QString error = {}; ///< why not, for the cashier's screen; empty when ok
 };
 
 /// A receipt that is not open yet.

@@ -19,24 +19,27 @@ ReturnedPart counted(const GoodsItem& item)
 {
     const auto thousandths = utils::toThousandths(item.getBquant());
     if (!thousandths)
-        fail(u"Позиция %1: количество в чеке не в целых тысячных, возврат не возможен"_s.arg(
-            item.getPosnum()));
+        fail(tr::Tr(u"tillReturnUncounted"_s,
+                    u"Позиция %1: количество в чеке не в целых тысячных, возврат не возможен"_s)
+                 .arg(QString::number(item.getPosnum())));
     const auto sum = utils::toHundredths(item.getSumb());
     const auto discount = utils::toHundredths(item.getDiscount());
     const auto bonusDiscount = utils::toHundredths(item.getBonusImpactSum());
     if (!sum || !discount || !bonusDiscount)
-        fail(u"Позиция %1: сумма в чеке не число, возврат не возможен"_s.arg(item.getPosnum()));
+        fail(tr::Tr(u"tillReturnNoSum"_s, u"Позиция %1: сумма в чеке не число, возврат не возможен"_s)
+                 .arg(QString::number(item.getPosnum())));
     return {*thousandths, *sum, *discount, *bonusDiscount};
 }
 
 std::int64_t quantityOf(const GoodsItem& sold, double quantity)
 {
-    const QString position = u"Позиция %1: "_s.arg(sold.getPosnum());
     if (!(quantity > 0))
-        fail(position + u"количество для возврата должно быть больше нуля"_s);
+        fail(
+            tr::Tr(u"tillReturnOfNothing"_s, u"Позиция %1: количество для возврата должно быть больше нуля"_s)
+                .arg(QString::number(sold.getPosnum())));
     const auto thousandths = utils::toThousandths(quantity);
     if (!thousandths)
-        fail(position + quantityRule());
+        fail(badQuantity(sold.getPosnum()));
     return *thousandths;
 }
 
@@ -44,11 +47,12 @@ void requireLeft(const GoodsItem& sold, std::int64_t thousandths, std::int64_t w
 {
     const auto text = [](std::int64_t count) { return screen::quantity(utils::inUnits(count)); };
     if (thousandths > whole - before && before > 0)
-        fail(u"Позиция %1: к возврату %2, а из проданных %3 уже возвращено %4"_s.arg(
-            QString::number(sold.getPosnum()), text(thousandths), text(whole), text(before)));
+        fail(tr::Tr(u"tillReturnOfReturned"_s,
+                    u"Позиция %1: к возврату %2, а из проданных %3 уже возвращено %4"_s)
+                 .arg(QString::number(sold.getPosnum()), text(thousandths), text(whole), text(before)));
     if (thousandths > whole)
-        fail(u"Позиция %1: к возврату %2, а продано %3"_s.arg(QString::number(sold.getPosnum()),
-                                                              text(thousandths), text(whole)));
+        fail(tr::Tr(u"tillReturnOfMore"_s, u"Позиция %1: к возврату %2, а продано %3"_s)
+                 .arg(QString::number(sold.getPosnum()), text(thousandths), text(whole)));
 }
 
 double money(std::int64_t hundredths) { return static_cast<double>(hundredths) / 100; }

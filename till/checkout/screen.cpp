@@ -34,14 +34,16 @@ QString minus(double value) { return u"−"_s + amount(value); }
 
 QString sumText(const AbstractDocument& document)
 {
-    return document.getDocumentType() == ReturnReceipt ? u"К возврату"_s : u"К оплате"_s;
+    return document.getDocumentType() == ReturnReceipt ? tr::shown(u"tillToReturn"_s, u"К возврату"_s)
+                                                       : tr::shown(u"tillToPay"_s, u"К оплате"_s);
 }
 
 QString heading(const AbstractDocument& document)
 {
     if (document.getDocumentType() != ReturnReceipt)
-        return u"Чек "_s + document.getIdentifier();
-    return u"Возврат %1 по чеку %2"_s.arg(document.getIdentifier(), document.getSaleDocumentId().toString());
+        return tr::shown(u"tillReceipt"_s, u"Чек %1"_s).arg(document.getIdentifier());
+    return tr::shown(u"tillReturn"_s, u"Возврат %1 по чеку %2"_s)
+        .arg(document.getIdentifier(), document.getSaleDocumentId().toString());
 }
 
 QList<Row> rows(const AbstractDocument& document)
@@ -56,14 +58,16 @@ QList<Row> rows(const AbstractDocument& document)
                      quantity(item->getBquant()) + u" ×"_s, amount(item->getPrice()),
                      amount(item->getSumb() + item->getDiscountSum())});
         if (utils::toHundredths(discount) != 0)
-            list.append({{}, u"  скидка"_s, {}, {}, minus(discount)});
+            list.append(
+                {{}, u"  "_s + tr::shown(u"tillRowDiscount"_s, u"скидка"_s), {}, {}, minus(discount)});
         if (utils::toHundredths(bonus) != 0)
-            list.append({{}, u"  баллами"_s, {}, {}, minus(bonus)});
+            list.append({{}, u"  "_s + tr::shown(u"tillRowPoints"_s, u"баллами"_s), {}, {}, minus(bonus)});
         bonusDiscount += bonus;
     }
-    list.append({{}, u"Итого"_s, {}, {}, amount(document.getSum() + bonusDiscount)});
+    list.append({{}, tr::shown(u"tillSum"_s, u"Итого"_s), {}, {}, amount(document.getSum() + bonusDiscount)});
     if (utils::toHundredths(bonusDiscount) != 0) {
-        list.append({{}, u"Скидка баллами"_s, {}, {}, minus(bonusDiscount)});
+        list.append(
+            {{}, tr::shown(u"tillPointsDiscount"_s, u"Скидка баллами"_s), {}, {}, minus(bonusDiscount)});
         list.append({{}, sumText(document), {}, {}, amount(document.getSum())});
     }
     return list;
@@ -73,11 +77,11 @@ QString statusText(ECard::Status status)
 {
     switch (status) {
     case ECard::RegistrationIncomplete:
-        return u"регистрация не завершена"_s;
+        return tr::shown(u"tillCardUnregistered"_s, u"регистрация не завершена"_s);
     case ECard::Active:
         return {};
     case ECard::Blocked:
-        return u"заблокирована"_s;
+        return tr::shown(u"tillCardBlocked"_s, u"заблокирована"_s);
     }
     return {};
 }
@@ -111,31 +115,42 @@ QStringList receipt(const AbstractDocument& document)
 QStringList payment(const Payment& payment)
 {
     const Document& receipt = *payment.receipt;
-    const QString done = receipt.getDocumentType() == ReturnReceipt ? u"возвращено "_s : u"оплачено "_s;
-    QStringList lines{heading(receipt) + u": "_s + done + amount(receipt.getSum())};
+    const QString done = receipt.getDocumentType() == ReturnReceipt
+                             ? tr::shown(u"tillReturned"_s, u"возвращено %1"_s)
+                             : tr::shown(u"tillPaid"_s, u"оплачено %1"_s);
+    QStringList lines{heading(receipt) + u": "_s + done.arg(amount(receipt.getSum()))};
     if (payment.earning == Payment::Earning::Done)
-        lines.append(u"Начислено баллов: "_s + amount(payment.earned.value_or(0)));
+        lines.append(
+            tr::shown(u"tillEarned"_s, u"Начислено баллов: %1"_s).arg(amount(payment.earned.value_or(0))));
     else if (payment.earning == Payment::Earning::Queued)
-        lines.append(u"Баллы будут начислены позже"_s);
+        lines.append(tr::shown(u"tillEarnedLater"_s, u"Баллы будут начислены позже"_s));
     return lines;
 }
 
-QString delivered(int messages) { return u"Отправлено сообщений: %1"_s.arg(messages); }
+QString delivered(int messages)
+{
+    return tr::shown(u"tillDelivered"_s, u"Отправлено сообщений: %1"_s).arg(messages);
+}
 
-QString abandoned(const QString& identifier) { return u"Чек %1 отменён"_s.arg(identifier); }
+QString abandoned(const QString& identifier)
+{
+    return tr::shown(u"tillAbandoned"_s, u"Чек %1 отменён"_s).arg(identifier);
+}
 
 QStringList customer(const DocumentCardRecord& record)
 {
-    QString card = u"Карта "_s + utils::maskWhole(record.getNumber().toString());
+    QString card =
+        tr::shown(u"tillCard"_s, u"Карта %1"_s).arg(utils::maskWhole(record.getNumber().toString()));
     const QString status = statusText(record.getCardStatus());
     if (!status.isEmpty())
         card += u", "_s + status;
     QStringList lines{card};
     const auto client = record.getCard()->getClient();
     if (client && !client->getName().isEmpty())
-        lines.append(u"Покупатель: "_s + client->getName());
+        lines.append(tr::shown(u"tillCustomer"_s, u"Покупатель: %1"_s).arg(client->getName()));
     if (record.getBonusBalance().isValid())
-        lines.append(u"Баланс: "_s + amount(record.getBonusBalance().toDouble()));
+        lines.append(
+            tr::shown(u"tillBalance"_s, u"Баланс: %1"_s).arg(amount(record.getBonusBalance().toDouble())));
     return lines;
 }
 

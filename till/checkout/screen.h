@@ -5,7 +5,7 @@
 
 #include <QStringList>
 
-/// What the cashier's screen shows, as lines of text in Russian.
+/// What the cashier's screen shows, as lines of text in its language.
 namespace till::screen {
 
 /// Positions, discounts and sums, in columns.

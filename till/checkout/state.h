@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QStringView>
+#include "host/utils/tr.h"
 
 #include <array>
 
@@ -38,9 +38,9 @@ inline constexpr std::array actions{
     Action::OpenSale,     Action::OpenReturn, Action::SetLines,     Action::Identify, Action::RefreshCard,
     Action::RequestLimit, Action::Spend,      Action::ForgetPoints, Action::RollBack, Action::Pay};
 
-/// Why the action is not possible in that state, in Russian for the cashier, with the ways out; null: it is
-/// possible. "%1" stands for the receipt's number, "%2" for the points of the spending whose outcome is not
-/// known. This is the one place that decides.
-[[nodiscard]] QStringView obstacle(Action action, State state);
+/// Why the action is not possible in that state, for the cashier, with the ways out; empty: it is possible.
+/// "%1" stands for the receipt's number, "%2" for the points of the spending whose outcome is not known. This
+/// is the one place that decides.
+[[nodiscard]] tr::Tr obstacle(Action action, State state);
 
 } // namespace till

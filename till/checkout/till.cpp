@@ -46,7 +46,8 @@ std::unique_ptr<storage::FileLock> lockDirectory()
 } // namespace
 
 Till::Till(const Parts& parts, const Config& config, DialogFrontend& cashier)
-    : m_parts(parts)
+    : m_language(languageOf(config))
+    , m_parts(parts)
 {
     storage::setDataDirectory(parts.dataDirectory.isEmpty() ? m_ownDirectory.path() : parts.dataDirectory);
     m_lock = lockDirectory();
@@ -62,7 +63,7 @@ Till::Till(const Parts& parts, const Config& config, DialogFrontend& cashier)
         throw;
     }
     if (!m_found.isEmpty())
-        utils::logger(u"till"_s)->info(m_found);
+        utils::logger(u"till"_s)->info(m_found.ru());
 }
 
 Till::~Till() { end(); }
@@ -100,18 +101,19 @@ QString Till::serviceUrl() const { return u"http://127.0.0.1:%1/"_s.arg(m_standS
 
 void Till::startUp()
 {
-    QStringList found;
+    QList<tr::Tr> found;
     const storage::OpenedStore opened = openDataDirectory();
     m_store = opened.store;
     for (const storage::DataFinding& finding : opened.findings)
-        found.append(finding.text.ru());
+        found.append(finding.text);
     const QString shop = hostObject<Config>().getString(u"Till:shopCode"_s, u"1"_s);
     hostObject<Session>().getRegistry()->setShopCode(shop);
     m_plugin = std::make_unique<PluginHost>(m_parts.pluginFile);
     m_groups = DBQueueBroker::registerGroupSource(messageGroup);
     m_checkout = std::make_unique<Checkout>(m_plugin->loyalty(), *m_lock, m_turnover);
-    found.append(m_checkout->recover());
-    m_found = found.join(u' ').trimmed();
+    if (const tr::Tr open = m_checkout->recover(); !open.isEmpty())
+        found.append(open);
+    m_found = tr::Tr::joined(found, u" "_s);
 }
 
 // The receipt first: it holds objects that the plug-in made.
@@ -127,7 +129,7 @@ void Till::shutDown()
     dropHostObject<DBQueueBroker>();
 }
 
-QString Till::restart()
+tr::Tr Till::restart()
 {
     m_lock->requireInPlace();
     shutDown();
@@ -136,7 +138,7 @@ QString Till::restart()
     } catch (const BasicException& failure) {
         throw UsageError(failure.tr().ru());
     }
-    return m_found.isEmpty() ? u"Открытого чека нет"_s : m_found;
+    return m_found.isEmpty() ? tr::Tr(u"tillFoundNothing"_s, u"Открытого чека нет"_s) : m_found;
 }
 
 DeliveryResult Till::deliver()
@@ -150,12 +152,14 @@ DeliveryResult Till::deliver()
         m_delivered += summary.delivered;
         if (summary.waiting == 0 && summary.parked == 0)
             return;
-        QString left = u"В очереди осталось сообщений: %1"_s.arg(summary.waiting + summary.parked);
+        QList<tr::Tr> left{tr::Tr(u"tillLeft"_s, u"В очереди осталось сообщений: %1"_s)
+                               .arg(QString::number(summary.waiting + summary.parked))};
         if (summary.parked > 0)
-            left += u", из них отклонено службой: %1"_s.arg(summary.parked);
+            left.append(tr::Tr(u"tillLeftParked"_s, u", из них отклонено службой: %1"_s)
+                            .arg(QString::number(summary.parked)));
         if (!summary.firstError.isEmpty())
-            left += u" ("_s + utils::maskNumbers(summary.firstError) + u')';
-        fail(left);
+            left.append({{}, u" (%1)"_s.arg(utils::maskNumbers(summary.firstError))});
+        fail(tr::Tr::joined(left, {}));
     });
     return delivery;
 }

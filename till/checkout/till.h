@@ -7,6 +7,7 @@
 #include "host/utils/config.h"
 #include "host/utils/registration.h"
 #include "till/checkout/checkout.h"
+#include "till/setup/language.h"
 #include "till/setup/parts.h"
 #include "till/setup/pluginhost.h"
 #include "till/setup/standprocess.h"
@@ -48,12 +49,12 @@ public:
     DeliveryResult deliver();
 
     /// What the start or the last restart found: damaged files, and a receipt to be finished or gone on
-    /// with. In Russian; empty: nothing.
-    [[nodiscard]] const QString& found() const { return m_found; }
+    /// with. Empty: nothing.
+    [[nodiscard]] const tr::Tr& found() const { return m_found; }
 
-    /// Forgets everything that is not on disk, as a power cut does, and comes back. Returns what it found, in
-    /// Russian. Throws UsageError when it can't come back: then nothing more can be done with it.
-    QString restart();
+    /// Forgets everything that is not on disk, as a power cut does, and comes back. Returns what it found.
+    /// Throws UsageError when it can't come back: then nothing more can be done with it.
+    tr::Tr restart();
 
     /// Whether this till has a stand of its own, running or not.
     [[nodiscard]] bool ownsService() const { return !m_standSetup.program.isEmpty(); }
@@ -75,6 +76,7 @@ private:
     void shutDown();
     void end();
 
+    Language m_language; ///< before the first text
     Parts m_parts;
     QTemporaryDir m_ownDirectory; ///< unused when the parts name a data directory
     std::unique_ptr<storage::FileLock> m_lock;
@@ -87,7 +89,7 @@ private:
     storage::StoreUser<MessageQueue> m_queue;
     Turnover m_turnover;
     std::unique_ptr<Checkout> m_checkout;
-    QString m_found;
+    tr::Tr m_found;
     int m_delivered = 0;
 };
 

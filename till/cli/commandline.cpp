@@ -149,6 +149,7 @@ Options readOptions(const QCommandLineParser& parser)
 {
     Options options;
     options.configFile = said(parser, u"config"_s);
+    options.language = said(parser, u"language"_s);
     options.dataDirectory = said(parser, u"data-dir"_s);
     if (parser.isSet(u"data-dir"_s) && options.dataDirectory.isEmpty())
         fail(u"--data-dir: expected a folder"_s, u"--help"_s);

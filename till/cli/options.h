@@ -29,6 +29,7 @@ struct Options
     QString standProgram;
     QString dataDirectory; ///< empty: nobody named one
     QString logFile;       ///< empty: none
+    QString language;      ///< of the cashier's texts; empty: as configured
     std::optional<LogLevel> logLevel;
     bool json = false;
     bool verbose = false;

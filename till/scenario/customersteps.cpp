@@ -1,3 +1,4 @@
+#include "host/utils/tr.h"
 #include "till/checkout/screen.h"
 #include "till/scenario/stepplays.h"
 
@@ -13,8 +14,9 @@ Outcome identified(const Till& till, const Identification& found)
     if (!found.card.isEmpty())
         outcome.value = found.card;
     if (found.ok)
-        outcome.screen = found.card.isEmpty() ? QStringList{u"Карта не выбрана"_s}
-                                              : screen::customer(*till.checkout().card());
+        outcome.screen = found.card.isEmpty()
+                             ? QStringList{tr::shown(u"tillNoCardChosen"_s, u"Карта не выбрана"_s)}
+                             : screen::customer(*till.checkout().card());
     return outcome;
 }
 

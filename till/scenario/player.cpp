@@ -28,8 +28,10 @@ Outcome played(const Workplace& at, const StepKind& kind, const QVariantMap& mem
     carryOut(thrown, [&] { outcome = kind.play(at, members); });
     if (!thrown.ok)
         outcome = plays::outcomeOf(thrown);
-    if (!outcome.ok && kind.action && !obstacle(*kind.action, before).isNull())
-        outcome.error += u"\nВозможны шаги: "_s + stepsIn(before).join(u", "_s);
+    if (!outcome.ok && kind.action && !obstacle(*kind.action, before).isEmpty())
+        outcome.error +=
+            u'\n' +
+            tr::shown(u"tillPossibleSteps"_s, u"Возможны шаги: %1"_s).arg(stepsIn(before).join(u", "_s));
     return outcome;
 }
 

@@ -1,3 +1,4 @@
+#include "host/utils/tr.h"
 #include "till/checkout/screen.h"
 #include "till/scenario/stepplays.h"
 
@@ -8,8 +9,8 @@ namespace till::plays {
 Outcome request(const Workplace& at, const QVariantMap& /*members*/)
 {
     const Result result = at.till.checkout().requestLimit();
-    return outcomeOf(
-        result, {u"Можно списать баллов: "_s + screen::amount(at.till.loyalty().currentPointsForSpend())});
+    return outcomeOf(result, {tr::shown(u"tillLimit"_s, u"Можно списать баллов: %1"_s)
+                                  .arg(screen::amount(at.till.loyalty().currentPointsForSpend()))});
 }
 
 Outcome spendPoints(const Workplace& at, const QVariantMap& members)
@@ -27,7 +28,8 @@ Outcome spendPoints(const Workplace& at, const QVariantMap& members)
 
 Outcome cancel(const Workplace& at, const QVariantMap& /*members*/)
 {
-    return outcomeOf(at.till.checkout().forgetPoints(), {u"Данные о баллах сброшены"_s});
+    return outcomeOf(at.till.checkout().forgetPoints(),
+                     {tr::shown(u"tillPointsForgotten"_s, u"Данные о баллах сброшены"_s)});
 }
 
 } // namespace till::plays

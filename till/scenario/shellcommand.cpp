@@ -23,9 +23,9 @@ QStringList alarmsAt(Till& till)
     QStringList alarms;
     try {
         for (const QueueWarning& warning : queueWarnings(till.queue(), hostObject<Config>()))
-            alarms.append(warning.russian);
+            alarms.append(warning.text.shown());
     } catch (const BasicException& failure) {
-        alarms.append(failure.tr().ru());
+        alarms.append(failure.tr().shown());
     }
     return alarms;
 }

@@ -116,7 +116,7 @@ QStringList stepsIn(State state)
 {
     QStringList names;
     for (const StepKind& kind : stepKinds()) {
-        if (kind.action && obstacle(*kind.action, state).isNull())
+        if (kind.action && obstacle(*kind.action, state).isEmpty())
             names.append(kind.name);
     }
     return names;

@@ -28,7 +28,7 @@ struct Outcome
 {
     bool ok = false;         ///< what the operation returned
     QVariant value = {};     ///< the number or text it returned; invalid: none
-    QString error = {};      ///< Russian, for the cashier; empty when ok
+    QString error = {};      ///< for the cashier; empty when ok
     QStringList screen = {}; ///< what the cashier sees of it, besides dialogs and the error
 };
 

@@ -8,7 +8,7 @@ namespace till::plays {
 
 Outcome restart(const Workplace& at, const QVariantMap& /*members*/)
 {
-    QStringList screen{at.till.restart()};
+    QStringList screen{at.till.restart().shown()};
     if (const auto& receipt = at.till.checkout().receipt())
         screen += screen::receipt(*receipt);
     return {.ok = true, .screen = screen};
@@ -28,11 +28,13 @@ Outcome deliver(const Workplace& at, const QVariantMap& /*members*/)
 Outcome service(const Workplace& at, const QVariantMap& members)
 {
     if (!at.till.ownsService())
-        fail(u"Служба лояльности не запущена этой кассой: остановить и запустить её нельзя"_s);
+        fail({u"tillServiceForeign"_s,
+              u"Служба лояльности не запущена этой кассой: остановить и запустить её нельзя"_s});
     const bool up = members.value(u"up"_s).toBool();
     at.till.setServiceUp(up);
     return {.ok = true,
-            .screen = {up ? u"Служба лояльности работает"_s : u"Служба лояльности остановлена"_s}};
+            .screen = {up ? tr::shown(u"tillServiceUp"_s, u"Служба лояльности работает"_s)
+                          : tr::shown(u"tillServiceDown"_s, u"Служба лояльности остановлена"_s)}};
 }
 
 } // namespace till::plays

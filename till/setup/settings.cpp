@@ -29,6 +29,7 @@ const QString alarmKey = u"Till:alarmAfterMinutes"_s;
 const QString scanPrefixKey = u"Till:scanPrefix"_s;
 const QString scanSuffixKey = u"Till:scanSuffix"_s;
 const QString cardPrefixesKey = u"Till:cardPrefixes"_s;
+const QString languageKey = u"Till:language"_s;
 constexpr int usualAlarm = 60;
 
 QList<ConfigKey> knownKeys()
@@ -47,6 +48,7 @@ QList<ConfigKey> knownKeys()
         {dataDirectoryKey, Text, u"a folder, such as \"/var/lib/kyr-loyalty\""_s},
         {logFileKey, Text, u"a file, such as \"/var/log/kyr-loyalty.log\""_s},
         {logLevelKey, Text, u"\"debug\", \"info\", \"warning\" or \"error\""_s},
+        {languageKey, Text, u"the language of the cashier's texts, such as \"en\""_s},
         {scanPrefixKey, Text, u"what the scanner sends before each code, such as \"~\""_s},
         {scanSuffixKey, Text, u"what the scanner sends behind each code, such as \"#\""_s},
         {cardPrefixesKey, Text, u"how the numbers of cards begin, such as \"2000, 2100\""_s},
@@ -188,6 +190,8 @@ Config settingsOf(Options& options)
         options.logFile = besideConfiguration(options, config.getString(logFileKey, {}));
     if (!options.logLevel)
         options.logLevel = configuredLevel(config);
+    if (!options.language.isEmpty())
+        config.set(languageKey, options.language);
     static_cast<void>(alarmMinutes(config));
     return config;
 }
@@ -232,6 +236,8 @@ int alarmMinutes(const Config& config)
         throw UsageError(u"%1: expected minutes above 0, such as 60"_s.arg(alarmKey));
     return minutes;
 }
+
+QString languageOf(const Config& config) { return config.getString(languageKey, {}); }
 
 ScanSettings scanSettingsOf(const Config& config)
 {

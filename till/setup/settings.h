@@ -35,6 +35,9 @@ QString configurationText(const Config& config);
 /// After how many minutes a message that waits is worth an alarm.
 int alarmMinutes(const Config& config);
 
+/// Of the cashier's texts; empty: Russian.
+QString languageOf(const Config& config);
+
 /// What the scanner at the till sends.
 struct ScanSettings
 {

@@ -17,9 +17,12 @@ CheckoutModel::CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& w
     , m_waiting(waiting)
     , m_watch(watch)
 {
-    m_notice.text = u"Касса готова к работе"_s;
+    m_notice.text = tr::shown(u"windowReady"_s, u"Касса готова к работе"_s);
     if (!till.found().isEmpty())
-        m_notice = {Notice::Kind::Warning, till.found() + (receipt() ? u": можно продолжать"_s : QString())};
+        m_notice = {Notice::Kind::Warning,
+                    receipt()
+                        ? tr::shown(u"windowFound"_s, u"%1: можно продолжать"_s).arg(till.found().shown())
+                        : till.found().shown()};
 }
 
 bool CheckoutModel::isReturn() const { return receipt() && receipt()->getDocumentType() == ReturnReceipt; }
@@ -70,7 +73,8 @@ void CheckoutModel::openSale(const QList<Line>& lines)
     if (!done([&] { return checkout().openSale(nextIdentifier(), lines); }))
         return;
     say(Notice::Kind::Plain,
-        lines.isEmpty() ? u"Новый чек: добавьте товары"_s : u"Чек открыт: найдите покупателя или оплатите"_s);
+        lines.isEmpty() ? tr::shown(u"windowNewOpened"_s, u"Новый чек: добавьте товары"_s)
+                        : tr::shown(u"windowOpened"_s, u"Чек открыт: найдите покупателя или оплатите"_s));
     Q_EMIT changed();
 }
 
@@ -82,7 +86,8 @@ bool CheckoutModel::pay()
     m_finished = screen::payment(*payment);
     startAnew();
     const bool wasReturn = payment->receipt->getDocumentType() == ReturnReceipt;
-    say(Notice::Kind::Good, wasReturn ? u"Возврат закрыт"_s : u"Чек оплачен и закрыт"_s);
+    say(Notice::Kind::Good, wasReturn ? tr::shown(u"windowReturnClosed"_s, u"Возврат закрыт"_s)
+                                      : tr::shown(u"windowPaid"_s, u"Чек оплачен и закрыт"_s));
     Q_EMIT changed();
     return true;
 }
@@ -104,7 +109,8 @@ bool CheckoutModel::openReturn(const QString& sale, const QList<ReturnLine>& lin
     startAnew();
     if (!done([&] { return checkout().openReturn(nextIdentifier(), sale, lines); }))
         return false;
-    say(Notice::Kind::Plain, u"Возврат открыт: проверьте позиции и верните деньги"_s);
+    say(Notice::Kind::Plain,
+        tr::shown(u"windowReturnOpened"_s, u"Возврат открыт: проверьте позиции и верните деньги"_s));
     Q_EMIT changed();
     return true;
 }

@@ -36,7 +36,7 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     , m_title(label({}, u"title"_s))
     , m_notice(label({}))
     , m_status(label({}, u"status"_s))
-    , m_codes(button(u"Коды СМС"_s, u"F11"_s))
+    , m_codes(button(tr::shown(u"windowCodes"_s, u"Коды СМС"_s), u"F11"_s))
     , m_positions(new PositionsPanel(model, frontend))
     , m_side(new SidePanel(model, [this] { m_focus.place(); }))
     , m_totals(new TotalsPanel(model, {[this] { next(); }, [this] { abandon(); }, [this] { giveBack(); }}))
@@ -44,7 +44,7 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     , m_scanner(waiting, marksOf(scanSettingsOf(hostObject<Config>())), this)
     , m_scans(model, waiting, scanSettingsOf(hostObject<Config>()))
 {
-    setWindowTitle(u"Касса"_s);
+    setWindowTitle(tr::shown(u"windowTill"_s, u"Касса"_s));
     auto* desktop = new QWidget;
     desktop->setObjectName(u"desk"_s);
     auto* layout = new QVBoxLayout(desktop);
@@ -70,7 +70,7 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     layout->addLayout(body, 1);
     m_status->setMinimumHeight(32);
     m_status->setWordWrap(true);
-    m_status->setAccessibleName(u"Что сейчас работает"_s);
+    m_status->setAccessibleName(tr::shown(u"windowStatusName"_s, u"Что сейчас работает"_s));
     layout->addWidget(m_status);
     setCentralWidget(desktop);
     m_card = new WaitingCard(this);
@@ -95,7 +95,9 @@ void MainWindow::listen()
     });
     connect(&m_model, &CheckoutModel::noticed, this, [this] { showNotice(); });
     connect(&m_waiting, &Waiting::changed, this, [this] { showWaiting(); });
-    const auto tooEarly = [this] { ignore(u"Нажатие не принято: подождите ответа"_s); };
+    const auto tooEarly = [this] {
+        ignore(tr::shown(u"windowPressTooEarly"_s, u"Нажатие не принято: подождите ответа"_s));
+    };
     connect(&m_waiting, &Waiting::pressIgnored, this, tooEarly);
     connect(&m_scanner, &Scanner::typingIgnored, this, tooEarly);
     connect(&m_scanner, &Scanner::scanned, &m_scans, &Scans::take);
@@ -145,9 +147,11 @@ QWidget* MainWindow::trainingBand()
 {
     const bool hasService = !m_model.till().ownsService();
     const bool keeps = m_model.till().keepsData();
-    auto* band = label(hasService ? u"Учебный режим: чеки и очередь пропадут при закрытии"_s
-                       : keeps ? u"Учебный режим: баллы ненастоящие"_s
-                               : u"Учебный режим: баллы ненастоящие, чеки пропадут при закрытии"_s,
+    auto* band = label(hasService ? tr::shown(u"windowTrainingVolatile"_s,
+                                              u"Учебный режим: чеки и очередь пропадут при закрытии"_s)
+                       : keeps ? tr::shown(u"windowTraining"_s, u"Учебный режим: баллы ненастоящие"_s)
+                               : tr::shown(u"windowTrainingLost"_s,
+                                           u"Учебный режим: баллы ненастоящие, чеки пропадут при закрытии"_s),
                        u"training"_s);
     band->setAlignment(Qt::AlignCenter);
     band->setHidden(hasService && keeps);
@@ -159,13 +163,14 @@ QString MainWindow::waitingText() const { return m_card->text(); }
 void MainWindow::refresh()
 {
     const auto receipt = m_model.receipt();
-    QString title = u"Касса свободна"_s;
+    QString title = tr::shown(u"windowFree"_s, u"Касса свободна"_s);
     if (receipt && receipt->getDocumentType() == ReturnReceipt)
-        title = u"Возврат по чеку "_s + receipt->getSaleDocumentId().toString();
+        title =
+            tr::shown(u"windowReturnOf"_s, u"Возврат по чеку "_s) + receipt->getSaleDocumentId().toString();
     else if (receipt)
-        title = u"Чек "_s + receipt->getIdentifier();
+        title = tr::shown(u"windowReceipt"_s, u"Чек "_s) + receipt->getIdentifier();
     m_title->setText(shortened(title, 48));
-    setWindowTitle(u"Касса — "_s + m_title->text());
+    setWindowTitle(tr::shown(u"windowTitle"_s, u"Касса — "_s) + m_title->text());
     m_positions->refresh();
     m_side->refresh();
     m_totals->refresh();
@@ -183,8 +188,9 @@ void MainWindow::showNotice()
     Notice notice = m_model.notice();
     if (m_model.state() == State::SpendingUnknown)
         notice = {Notice::Kind::Bad,
-                  u"Ответ службы потерян: баллы могли списаться. F9 повторит то же списание, "
-                  "F8 отменит чек и вернёт баллы"_s};
+                  tr::shown(u"windowAnswerLost"_s,
+                            u"Ответ службы потерян: баллы могли списаться. F9 повторит то же списание, "
+                            "F8 отменит чек и вернёт баллы"_s)};
     m_notice->setText(shortened(notice.text, mostOfALine));
     m_notice->setToolTip(notice.text);
     const QStringList kinds{u"plain"_s, u"good"_s, u"warning"_s, u"bad"_s};
@@ -211,7 +217,7 @@ void MainWindow::hear(const Event& event)
         m_card->hide();
     if (event.getCode() != EActivityListener::ProcessMessage)
         return;
-    m_card->showMessage(event.getArgument(u"message"_s).value<tr::Tr>().ru());
+    m_card->showMessage(event.getArgument(u"message"_s).value<tr::Tr>().shown());
 }
 
 void MainWindow::next()
@@ -234,10 +240,15 @@ void MainWindow::abandon()
 {
     const bool isReturn = m_model.isReturn();
     const bool spent = m_model.checkout().hasSpentPoints() || m_model.state() == State::SpendingUnknown;
-    const QString text = spent ? u"Списанные баллы вернутся покупателю, чек будет забыт."_s
-                               : u"Всё, что в нём набрано, будет забыто."_s;
-    if (m_frontend.confirm(isReturn ? u"Не возвращать?"_s : u"Отменить чек?"_s, text,
-                           isReturn ? u"Не возвращать"_s : u"Отменить чек"_s, u"Оставить"_s))
+    const QString text = spent ? tr::shown(u"windowPointsComeBack"_s,
+                                           u"Списанные баллы вернутся покупателю, чек будет забыт."_s)
+                               : tr::shown(u"windowForgetAll"_s, u"Всё, что в нём набрано, будет забыто."_s);
+    if (m_frontend.confirm(isReturn ? tr::shown(u"windowKeepGoodsTitle"_s, u"Не возвращать?"_s)
+                                    : tr::shown(u"windowAbandonTitle"_s, u"Отменить чек?"_s),
+                           text,
+                           isReturn ? tr::shown(u"windowKeepGoods"_s, u"Не возвращать"_s)
+                                    : tr::shown(u"windowAbandon"_s, u"Отменить чек"_s),
+                           tr::shown(u"windowKeep"_s, u"Оставить"_s)))
         m_model.abandon();
 }
 
@@ -252,21 +263,24 @@ void MainWindow::openCodes()
 {
     const QString page = m_model.till().serviceUrl() + u"stand/"_s;
     if (QDesktopServices::openUrl(QUrl(page)))
-        m_model.say(Notice::Kind::Plain, u"Страница с кодами открыта: "_s + page);
+        m_model.say(Notice::Kind::Plain,
+                    tr::shown(u"windowPageOpened"_s, u"Страница с кодами открыта: "_s) + page);
     else
-        m_model.say(Notice::Kind::Warning, u"Откройте в браузере: "_s + page);
+        m_model.say(Notice::Kind::Warning, tr::shown(u"windowOpenPage"_s, u"Откройте в браузере: "_s) + page);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     if (m_waiting.underWay()) {
-        ignore(u"Закрыть нельзя: идёт обращение к службе"_s);
+        ignore(tr::shown(u"windowCloseTooEarly"_s, u"Закрыть нельзя: идёт обращение к службе"_s));
         event->ignore();
         return;
     }
     const QString question = closingQuestion();
     event->setAccepted(question.isEmpty() ||
-                       m_frontend.confirm(u"Закрыть кассу?"_s, question, u"Закрыть кассу"_s, u"Остаться"_s));
+                       m_frontend.confirm(tr::shown(u"windowCloseTillTitle"_s, u"Закрыть кассу?"_s), question,
+                                          tr::shown(u"windowCloseTill"_s, u"Закрыть кассу"_s),
+                                          tr::shown(u"windowStay"_s, u"Остаться"_s)));
 }
 
 QString MainWindow::closingQuestion()
@@ -275,19 +289,24 @@ QString MainWindow::closingQuestion()
     const auto receipt = m_model.receipt();
     QStringList words;
     if (receipt && !receipt->getGoodsItems().isEmpty())
-        words.append((keeps ? u"Чек %1 не закрыт. Он сохранён и откроется сам при следующем запуске."_s
-                            : u"Чек %1 не закрыт и пропадёт: касса ничего не хранит."_s)
-                         .arg(shortened(receipt->getIdentifier(), 48)));
+        words.append(
+            (keeps ? tr::shown(u"windowReceiptKept"_s,
+                               u"Чек %1 не закрыт. Он сохранён и откроется сам при следующем запуске."_s)
+                   : tr::shown(u"windowReceiptLost"_s,
+                               u"Чек %1 не закрыт и пропадёт: касса ничего не хранит."_s))
+                .arg(shortened(receipt->getIdentifier(), 48)));
     if (keeps)
         return words.join(u'\n');
     try {
         const int unsent = m_model.till().queue().waitingCount() + m_model.till().queue().parkedCount();
         if (unsent > 0)
             words.append(
-                u"Не отправлено службе сообщений: %1. Они пропадут, и с ними начисленные баллы."_s.arg(
-                    unsent));
+                tr::shown(u"windowUnsentLost"_s,
+                          u"Не отправлено службе сообщений: %1. Они пропадут, и с ними начисленные баллы."_s)
+                    .arg(unsent));
     } catch (const BasicException& failure) {
-        words.append(u"Очередь не читается: %1"_s.arg(failure.tr().ru()));
+        words.append(
+            tr::shown(u"windowQueueUnread"_s, u"Очередь не читается: %1"_s).arg(failure.tr().shown()));
     }
     return words.join(u'\n');
 }

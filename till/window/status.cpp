@@ -19,64 +19,66 @@ constexpr int shownMessages = 50;
 QString balanceText(const CheckoutModel& model)
 {
     if (!model.checkout().card())
-        return u"Покупатель не указан"_s;
+        return tr::shown(u"windowNoCustomer"_s, u"Покупатель не указан"_s);
     if (!model.balanceTime().isValid())
-        return model.checkout().hasSpentPoints() ? u"Баланс — до списания"_s
-                                                 : u"Баланс прежний, не проверен"_s;
-    return u"Баланс на "_s + model.balanceTime().toString(u"HH:mm"_s);
+        return model.checkout().hasSpentPoints()
+                   ? tr::shown(u"windowBalanceBefore"_s, u"Баланс — до списания"_s)
+                   : tr::shown(u"windowBalanceOld"_s, u"Баланс прежний, не проверен"_s);
+    return tr::shown(u"windowBalanceAt"_s, u"Баланс на "_s) + model.balanceTime().toString(u"HH:mm"_s);
 }
 
 /// Without a customer nothing is earned or spent, now or later.
 QString lineText(const ServiceWatch& watch, bool hasCustomer)
 {
     if (!hasCustomer && watch.line() != ServiceWatch::Line::Unknown)
-        return watch.line() == ServiceWatch::Line::Up ? u"связь со службой есть"_s
-                                                      : u"связи со службой нет: карту не найти"_s;
+        return watch.line() == ServiceWatch::Line::Up
+                   ? tr::shown(u"windowHasLine"_s, u"связь со службой есть"_s)
+                   : tr::shown(u"windowNoLine"_s, u"связи со службой нет: карту не найти"_s);
     switch (watch.line()) {
     case ServiceWatch::Line::Unknown:
-        return u"связь со службой ещё не проверена"_s;
+        return tr::shown(u"windowLineUnknown"_s, u"связь со службой ещё не проверена"_s);
     case ServiceWatch::Line::Up:
-        return u"начисление сразу, списание доступно"_s;
+        return tr::shown(u"windowLineUp"_s, u"начисление сразу, списание доступно"_s);
     case ServiceWatch::Line::Down:
         break;
     }
-    return u"начисление уйдёт позже, списание недоступно"_s;
+    return tr::shown(u"windowLineDown"_s, u"начисление уйдёт позже, списание недоступно"_s);
 }
 
 QString operationText(const QString& operation)
 {
-    static const QHash<QString, QString> names{
-        {u"card-info"_s, u"карта"_s},
-        {u"user-info"_s, u"покупатель"_s},
-        {u"pre-payment"_s, u"предел списания"_s},
-        {u"payment-b2c"_s, u"начисление"_s},
-        {u"payment-c2b"_s, u"списание с кодом"_s},
-        {u"confirm-payment-c2b"_s, u"код списания"_s},
-        {u"force-payment-c2b"_s, u"списание"_s},
-        {u"refuse-payment"_s, u"возврат"_s},
-        {u"cancel-payment"_s, u"отмена списания"_s},
-        {u"receipt"_s, u"чек без карты"_s},
+    static const QHash<QString, tr::Tr> names{
+        {u"card-info"_s, {u"windowOperationCardInfo"_s, u"карта"_s}},
+        {u"user-info"_s, {u"windowOperationUserInfo"_s, u"покупатель"_s}},
+        {u"pre-payment"_s, {u"windowOperationPrePayment"_s, u"предел списания"_s}},
+        {u"payment-b2c"_s, {u"windowOperationEarning"_s, u"начисление"_s}},
+        {u"payment-c2b"_s, {u"windowOperationSpendWithCode"_s, u"списание с кодом"_s}},
+        {u"confirm-payment-c2b"_s, {u"windowOperationConfirm"_s, u"код списания"_s}},
+        {u"force-payment-c2b"_s, {u"windowOperationSpend"_s, u"списание"_s}},
+        {u"refuse-payment"_s, {u"windowOperationRefuse"_s, u"возврат"_s}},
+        {u"cancel-payment"_s, {u"windowOperationCancel"_s, u"отмена списания"_s}},
+        {u"receipt"_s, {u"windowOperationReceipt"_s, u"чек без карты"_s}},
     };
-    return names.value(operation, u"запрос"_s);
+    return names.value(operation, {u"windowOperationOther"_s, u"запрос"_s}).shown();
 }
 
 QString eventText(const QString& event)
 {
-    static const QHash<QString, QString> names{
-        {u"opened"_s, u"чек открыт"_s},
-        {u"request"_s, u"запрос ушёл, ответа нет"_s},
-        {u"queued"_s, u"в очередь"_s},
-        {u"attempt"_s, u"не отправлено"_s},
-        {u"delivered"_s, u"отправлено"_s},
-        {u"parked"_s, u"отклонено службой"_s},
-        {u"retried"_s, u"снова в очереди"_s},
-        {u"dropped"_s, u"снято с очереди"_s},
-        {u"closed"_s, u"чек закрыт"_s},
-        {u"abandoned"_s, u"чек отменён"_s},
-        {u"recovered"_s, u"найден после перезапуска"_s},
-        {u"unknown"_s, u"исход неизвестен"_s},
+    static const QHash<QString, tr::Tr> names{
+        {u"opened"_s, {u"windowEventOpened"_s, u"чек открыт"_s}},
+        {u"request"_s, {u"windowEventRequest"_s, u"запрос ушёл, ответа нет"_s}},
+        {u"queued"_s, {u"windowEventQueued"_s, u"в очередь"_s}},
+        {u"attempt"_s, {u"windowEventAttempt"_s, u"не отправлено"_s}},
+        {u"delivered"_s, {u"windowEventDelivered"_s, u"отправлено"_s}},
+        {u"parked"_s, {u"windowEventParked"_s, u"отклонено службой"_s}},
+        {u"retried"_s, {u"windowEventRetried"_s, u"снова в очереди"_s}},
+        {u"dropped"_s, {u"windowEventDropped"_s, u"снято с очереди"_s}},
+        {u"closed"_s, {u"windowEventClosed"_s, u"чек закрыт"_s}},
+        {u"abandoned"_s, {u"windowEventAbandoned"_s, u"чек отменён"_s}},
+        {u"recovered"_s, {u"windowEventRecovered"_s, u"найден после перезапуска"_s}},
+        {u"unknown"_s, {u"windowEventUnknown"_s, u"исход неизвестен"_s}},
     };
-    return names.value(event, event);
+    return names.value(event, tr::Tr({}, event)).shown();
 }
 
 /// What became of a request.
@@ -85,23 +87,23 @@ QString answerText(int code, qint64 milliseconds)
     using enum network::ExchangeOutcome;
     switch (network::outcomeOf(code)) {
     case Accepted:
-        return u"ответ за %1 мс"_s.arg(milliseconds);
+        return tr::shown(u"windowAnswered"_s, u"ответ за %1 мс"_s).arg(milliseconds);
     case Rejected:
     case Unauthorized:
     case Forbidden:
     case Denied:
     case Unfinished:
     case Throttled:
-        return u"отказ службы, код %1"_s.arg(code);
+        return tr::shown(u"windowRejected"_s, u"отказ службы, код %1"_s).arg(code);
     case Failing:
-        return u"сбой службы, код %1"_s.arg(code);
+        return tr::shown(u"windowFailing"_s, u"сбой службы, код %1"_s).arg(code);
     case Unsendable:
     case NeverSent:
     case NoAnswer:
     case NotTheService:
         break;
     }
-    return u"нет ответа"_s;
+    return tr::shown(u"windowNoAnswer"_s, u"нет ответа"_s);
 }
 
 } // namespace
@@ -112,18 +114,19 @@ Status statusOf(CheckoutModel& model)
     Status status;
     try {
         if (model.state() == State::SpendingUnknown)
-            return {Bad, u"Исход списания неизвестен: повторите списание или отмените чек"_s};
+            return {Bad, tr::shown(u"windowSpendingUnknown"_s,
+                                   u"Исход списания неизвестен: повторите списание или отмените чек"_s)};
         const auto warnings = queueWarnings(model.till().queue(), hostObject<Config>());
         if (!warnings.isEmpty())
-            return {Bad, warnings.first().russian};
+            return {Bad, warnings.first().text.shown()};
         status.text =
             balanceText(model) + u", "_s + lineText(model.watch(), !model.checkout().card().isNull());
         status.state = model.watch().line() == ServiceWatch::Line::Down ? Warning : Well;
         const int waiting = model.till().queue().waitingCount();
         if (waiting > 0)
-            status.text += u", ждут отправки: %1"_s.arg(waiting);
+            status.text += tr::shown(u"windowWaitingMessages"_s, u", ждут отправки: %1"_s).arg(waiting);
     } catch (const BasicException& failure) {
-        status = {Bad, failure.tr().ru()};
+        status = {Bad, failure.tr().shown()};
     }
     return status;
 }
@@ -142,13 +145,14 @@ QStringList timelineOf(const QString& receipt)
             QString event = entry.event == u"answer"_s ? answerText(entry.code, entry.milliseconds)
                                                        : eventText(entry.event);
             if (entry.event == u"parked"_s && !network::isErrorStatus(entry.code))
-                event = u"отправить нельзя"_s; // the service has not seen it
+                event =
+                    tr::shown(u"windowUnsendable"_s, u"отправить нельзя"_s); // the service has not seen it
             QString line = entry.time.toLocalTime().toString(u"HH:mm:ss  "_s);
             line += entry.operation.isEmpty() ? event : operationText(entry.operation) + u": "_s + event;
             lines.append(line);
         }
     } catch (const BasicException& failure) {
-        lines.append(failure.tr().ru());
+        lines.append(failure.tr().shown());
     }
     return lines;
 }
@@ -160,13 +164,13 @@ QStringList queueLines(const MessageQueue& queue)
         const QString operation = message.message.value(u"url"_s).toString().section(u'/', -1);
         QString line = message.enqueued.toLocalTime().toString(u"HH:mm  "_s) + operationText(operation);
         if (!message.group.isEmpty())
-            line += u", чек "_s + message.group;
+            line += tr::shown(u"windowOfReceipt"_s, u", чек "_s) + message.group;
         if (message.damaged)
-            line += u"\nповреждено"_s;
+            line += tr::shown(u"windowRowDamaged"_s, u"\nповреждено"_s);
         else if (message.state == QueuedMessage::State::Parked)
-            line += u"\nотклонено службой"_s;
+            line += tr::shown(u"windowRowParked"_s, u"\nотклонено службой"_s);
         else if (message.attempts > 0)
-            line += u"\nпопыток: %1"_s.arg(message.attempts);
+            line += tr::shown(u"windowRowAttempts"_s, u"\nпопыток: %1"_s).arg(message.attempts);
         lines.append(line);
     }
     return lines;

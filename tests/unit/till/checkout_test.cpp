@@ -72,7 +72,7 @@ TEST_F(CheckoutWithASilentSystem, TakesASpendingWithoutADiscountForOneThatNobody
     EXPECT_FALSE(m_checkout->pay().ok);
 
     start(); // also after a till that died
-    EXPECT_THAT(m_checkout->recover().toStdString(), HasSubstr("исход списания 50,00 баллов"));
+    EXPECT_THAT(m_checkout->recover().ru().toStdString(), HasSubstr("исход списания 50,00 баллов"));
     EXPECT_EQ(m_checkout->state(), till::State::SpendingUnknown);
 }
 

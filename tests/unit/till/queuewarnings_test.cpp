@@ -21,7 +21,7 @@ protected:
     {
         QStringList beginnings;
         for (const auto& warning : till::queueWarnings(health, now, 10min))
-            beginnings.append(warning.russian.section(u' ', 0, 1));
+            beginnings.append(warning.text.ru().section(u' ', 0, 1));
         return beginnings;
     }
 

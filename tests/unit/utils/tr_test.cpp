@@ -69,9 +69,19 @@ TEST_F(ShownTr, SpeaksTheLanguageOfTheInstalledTranslatorWithTheValuesInPlace)
 
 TEST_F(ShownTr, HasATextInsideATextInTheSameLanguage)
 {
-    const tr::Tr outer = tr::Tr(u"pair"_s, u"%2 и %1"_s).arg(u"A"_s).arg(tr::Tr(u"pair"_s, u"%2 и %1"_s));
-    EXPECT_EQ(outer.shown(), u"A, then %1, then %2"_s);
-    EXPECT_EQ(outer.ru(), u"%2 и %1 и A"_s);
+    const tr::Tr pair(u"pair"_s, u"%2 и %1"_s);
+    const tr::Tr outer = pair.arg(u"%2"_s, pair);
+    EXPECT_EQ(outer.shown(), u"%2, then %1, then %2"_s);
+    EXPECT_EQ(outer.ru(), u"%2 и %1 и %2"_s);
+}
+
+TEST_F(ShownTr, JoinsTextsInEachLanguage)
+{
+    const tr::Tr pair(u"pair"_s, u"%2 и %1"_s);
+    const tr::Tr both = tr::Tr::joined({pair.arg(u"A"_s, u"B"_s), tr::Tr({}, u"Конец"_s)}, u". "_s);
+    EXPECT_EQ(both.shown(), u"A, then B. Конец"_s);
+    EXPECT_EQ(both.ru(), u"B и A. Конец"_s);
+    EXPECT_TRUE(tr::Tr::joined({}, u". "_s).isEmpty());
 }
 
 TEST_F(ShownTr, StaysRussianWhereNobodyTranslatedIt)
@@ -79,6 +89,12 @@ TEST_F(ShownTr, StaysRussianWhereNobodyTranslatedIt)
     EXPECT_EQ(tr::Tr(u"other"_s, u"Другое %1"_s).arg(u"A"_s).shown(), u"Другое A"_s);
     EXPECT_EQ(tr::Tr({}, u"Без имени"_s).shown(), u"Без имени"_s);
     EXPECT_EQ(tr::Tr().shown(), QString());
+}
+
+TEST_F(ShownTr, StaysWholeWithANulInIt)
+{
+    const QString text = u"a"_s + QChar(0) + u"b"_s;
+    EXPECT_EQ(tr::Tr::untranslated(text).shown(), text);
 }
 
 TEST_F(ShownTr, FindsATextWithoutAnIdentifierByTheTextItself)

@@ -1,6 +1,7 @@
 #include "till/window/dialogs/question.h"
 
 #include "host/utils/printable.h"
+#include "host/utils/tr.h"
 
 using namespace Qt::StringLiterals;
 
@@ -10,7 +11,7 @@ Question::Question(const QString& title, QWidget* parent)
     : QDialog(parent)
     , m_column(new QVBoxLayout(this))
     , m_title(label(title, u"title"_s))
-    , m_scanRefusal(u"Код не принят: сначала ответьте на вопрос"_s)
+    , m_scanRefusal(tr::shown(u"windowScanInDialog"_s, u"Код не принят: сначала ответьте на вопрос"_s))
 {
     setWindowTitle(utils::printable(title));
     m_column->setContentsMargins(24, 20, 24, 20);

@@ -40,9 +40,9 @@ void fill(QListWidget& list, const QStringList& texts, const QString& none)
 SidePanel::SidePanel(CheckoutModel& model, std::function<void()> turned)
     : m_model(model)
     , m_customer(new CustomerPanel(model))
-    , m_queue(lines(u"Очередь отправки"_s))
-    , m_send(button(u"Отправить сейчас"_s))
-    , m_timeline(lines(u"Ход чека"_s))
+    , m_queue(lines(tr::shown(u"windowQueueName"_s, u"Очередь отправки"_s)))
+    , m_send(button(tr::shown(u"windowSendNow"_s, u"Отправить сейчас"_s)))
+    , m_timeline(lines(tr::shown(u"windowTimeline"_s, u"Ход чека"_s)))
     , m_pages(new QStackedWidget)
 {
     auto* layout = new QVBoxLayout(this);
@@ -51,11 +51,13 @@ SidePanel::SidePanel(CheckoutModel& model, std::function<void()> turned)
     auto* row = new QHBoxLayout;
     row->setSpacing(6);
     int page = 0;
-    for (const QString& name : {u"Покупатель"_s, u"Очередь"_s, u"Ход чека"_s}) {
+    for (const QString& name :
+         {tr::shown(u"windowCustomer"_s, u"Покупатель"_s), tr::shown(u"windowQueue"_s, u"Очередь"_s),
+          tr::shown(u"windowTimeline"_s, u"Ход чека"_s)}) {
         auto* tab = button(name, {}, u"tab"_s);
         tab->setCheckable(true);
         tab->setAutoExclusive(true);
-        tab->setAccessibleDescription(u"Клавиша F12 показывает следующую"_s);
+        tab->setAccessibleDescription(tr::shown(u"windowKeyF12"_s, u"Клавиша F12 показывает следующую"_s));
         connect(tab, &QPushButton::clicked, this, [this, page] { show(page); });
         row->addWidget(tab, 1);
         m_tabs.append(tab);
@@ -113,16 +115,18 @@ void SidePanel::refresh()
     m_customer->refresh();
     try {
         const int waiting = m_model.till().queue().waitingCount() + m_model.till().queue().parkedCount();
-        m_tabs[1]->setText(waiting == 0 ? u"Очередь"_s : u"Очередь: %1"_s.arg(waiting));
+        m_tabs[1]->setText(waiting == 0 ? tr::shown(u"windowQueue"_s, u"Очередь"_s)
+                                        : tr::shown(u"windowQueueOf"_s, u"Очередь: %1"_s).arg(waiting));
         m_send->setEnabled(waiting > 0);
         if (m_pages->currentIndex() == 1)
-            fill(*m_queue, queueLines(m_model.till().queue()), u"Всё отправлено"_s);
+            fill(*m_queue, queueLines(m_model.till().queue()),
+                 tr::shown(u"windowAllSent"_s, u"Всё отправлено"_s));
     } catch (const BasicException& failure) {
-        fill(*m_queue, {failure.tr().ru()}, {});
+        fill(*m_queue, {failure.tr().shown()}, {});
     }
     if (m_pages->currentIndex() == 2) {
         fill(*m_timeline, m_lastReceipt.isEmpty() ? QStringList() : timelineOf(m_lastReceipt),
-             u"С чеком ещё ничего не было"_s);
+             tr::shown(u"windowTimelineEmpty"_s, u"С чеком ещё ничего не было"_s));
         m_timeline->scrollToBottom();
     }
 }

@@ -1,5 +1,6 @@
 #include "till/window/panels/waitingcard.h"
 
+#include "host/utils/tr.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
 
@@ -12,15 +13,16 @@ namespace till::window {
 
 namespace {
 
-const QString usualText = u"Обращение к системе лояльности"_s;
-const QString usualHint = u"Подождите: касса работает"_s;
+// As the plug-in calls it.
+const tr::Tr usualText(u"processLoyaltyMessage"_s, u"Обращение к системе лояльности"_s);
+const tr::Tr usualHint(u"windowWait"_s, u"Подождите: касса работает"_s);
 
 } // namespace
 
 WaitingCard::WaitingCard(QWidget* parent)
     : QFrame(parent)
-    , m_text(label(usualText, u"name"_s))
-    , m_hint(label(usualHint))
+    , m_text(label(usualText.shown(), u"name"_s))
+    , m_hint(label(usualHint.shown()))
 {
     setObjectName(u"waiting"_s);
     auto* layout = new QVBoxLayout(this);
@@ -37,7 +39,7 @@ WaitingCard::WaitingCard(QWidget* parent)
 
 void WaitingCard::begin()
 {
-    m_hint->setText(usualHint);
+    m_hint->setText(usualHint.shown());
     place();
     m_soon.start();
 }
@@ -46,7 +48,7 @@ void WaitingCard::end()
 {
     m_soon.stop();
     hide();
-    m_text->setText(usualText);
+    m_text->setText(usualText.shown());
 }
 
 void WaitingCard::showMessage(const QString& text)
