@@ -4,6 +4,8 @@
 #include "packaging/pages/page.h"
 #include "till/commands.h"
 
+#include <QMap>
+
 using namespace Qt::StringLiterals;
 using pages::Places;
 using pages::plain;
