@@ -8,12 +8,13 @@ function(kyr_install_sdk)
   set(libraries ${ARGN})
   foreach(library IN LISTS libraries)
     target_compile_features(${library} INTERFACE cxx_std_20)
+    target_link_options(${library} INTERFACE "$<INSTALL_INTERFACE:-Wl,-rpath,$<INSTALL_PREFIX>/${KYR_LIBRARYDIR}>")
   endforeach()
 
   if(NOT KYR_LOG4QT_IS_UPSTREAM)
     list(APPEND libraries log4qt)
   endif()
-  install(TARGETS ${libraries} EXPORT KyrHost LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT host
+  install(TARGETS ${libraries} EXPORT KyrHost LIBRARY DESTINATION ${KYR_LIBRARYDIR} COMPONENT host
     INCLUDES DESTINATION "${KYR_SDK_INCLUDEDIR}")
   set(package "${CMAKE_INSTALL_LIBDIR}/cmake/KyrHost")
   install(EXPORT KyrHost NAMESPACE KyrHost:: FILE KyrHostTargets.cmake DESTINATION "${package}" COMPONENT sdk)

@@ -56,7 +56,7 @@ function(kyr_room name)
     kyr_library(${name} STATIC SOURCES ${arg_SOURCES} LIBS ${arg_LIBS})
     set(whole "$<LINK_LIBRARY:WHOLE_ARCHIVE,${name}>")
   endif()
-  if(NOT KYR_SANITIZE) # a sanitizer's runtime is found in the program only
+  if(BUILD_TESTING AND NOT KYR_SANITIZE) # a sanitizer's runtime is found in the program only
     set(empty "${PROJECT_BINARY_DIR}/wall.cpp")
     if(NOT EXISTS "${empty}")
       file(WRITE "${empty}" "")
