@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -42,6 +43,51 @@ std::vector<std::string> testsIn(const std::string& page)
     return tests;
 }
 
+/// Where the links and pictures of a page lead, but for those into the world.
+std::vector<std::string> linksIn(const std::string& page)
+{
+    static const std::regex link(R"(\]\(([^)\s]+)\))");
+    std::vector<std::string> links;
+    for (auto at = std::sregex_iterator(page.begin(), page.end(), link); at != std::sregex_iterator(); ++at) {
+        if (!(*at)[1].str().starts_with("http"))
+            links.push_back((*at)[1]);
+    }
+    return links;
+}
+
+/// The anchors that a page has: its headings in small letters, without punctuation, blanks as dashes.
+std::vector<std::string> anchorsOf(const std::string& page)
+{
+    static const std::regex heading("(^|\n)#+ +([^\n]+)");
+    std::vector<std::string> anchors;
+    for (auto at = std::sregex_iterator(page.begin(), page.end(), heading); at != std::sregex_iterator();
+         ++at) {
+        std::string anchor;
+        for (const char c : (*at)[2].str()) {
+            if (c == ' ' || c == '-' || c == '_')
+                anchor += c == ' ' ? '-' : c;
+            else if (std::isalnum(static_cast<unsigned char>(c)) != 0)
+                anchor += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        }
+        anchors.push_back(anchor);
+    }
+    return anchors;
+}
+
+/// Every page of the repository, but for what is built.
+std::vector<fs::path> pages()
+{
+    std::vector<fs::path> all;
+    for (auto at = fs::recursive_directory_iterator(root); at != fs::recursive_directory_iterator(); ++at) {
+        const std::string name = at->path().filename().string();
+        if (at->is_directory() && (name == "build" || name == ".git" || name == "node_modules"))
+            at.disable_recursion_pending();
+        else if (at->path().extension() == ".md")
+            all.push_back(at->path());
+    }
+    return all;
+}
+
 /// All sources of the tests in one text.
 std::string testSources()
 {
@@ -81,6 +127,33 @@ INSTANTIATE_TEST_SUITE_P(ForThoseWhoChangeIt, Page,
                          testing::Values("CONTRIBUTING.md", "docs/architecture.md"), [](const auto& page) {
                              return std::regex_replace(page.param, std::regex("\\W"), "_");
                          });
+
+TEST(Links, AndPicturesOfEveryPageLeadSomewhere)
+{
+    int seen = 0;
+    for (const auto& page : pages()) {
+        const std::string content = contentOf(page);
+        for (const auto& link : linksIn(content)) {
+            ++seen;
+            const auto hash = link.find('#');
+            const std::string file = link.substr(0, hash);
+            const fs::path target = file.empty() ? page : page.parent_path() / file;
+            EXPECT_TRUE(fs::exists(target)) << page << ": " << link;
+            if (hash != std::string::npos && fs::is_regular_file(target)) {
+                EXPECT_THAT(anchorsOf(contentOf(target)), testing::Contains(link.substr(hash + 1)))
+                    << page << ": " << link;
+            }
+        }
+    }
+    EXPECT_GT(seen, 30);
+}
+
+TEST(Links, AndAnchorsAreFoundAsAReaderFindsThem)
+{
+    EXPECT_THAT(linksIn("[a](b.md#c) ![d](e.png) [f](https://g)"), testing::ElementsAre("b.md#c", "e.png"));
+    EXPECT_THAT(anchorsOf("# The stand\ntext # no\n## Let it, go-wrong!\n"),
+                testing::ElementsAre("the-stand", "let-it-go-wrong"));
+}
 
 TEST(PageNames, OfTestsAreASuiteAndAName)
 {
