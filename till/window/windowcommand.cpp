@@ -126,6 +126,7 @@ int run(const Invocation& invocation)
     frontend.setParent(&view);
     view.resize(1024, 768);
     view.show();
+    view.activateWindow(); // where no window manager does
     if (!till.checkout().receipt())
         model.openSale(invocation.has(u"demo"_s) ? demonstration() : QList<Line>());
     return QApplication::exec();
