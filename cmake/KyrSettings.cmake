@@ -15,6 +15,7 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 set(KYR_LIBRARY_SUBDIR "" CACHE STRING "Folder of the libraries' own, where their plain names meet no others")
 cmake_path(APPEND CMAKE_INSTALL_LIBDIR "${KYR_LIBRARY_SUBDIR}" OUTPUT_VARIABLE KYR_LIBRARYDIR)
 string(REGEX REPLACE "/$" "" KYR_LIBRARYDIR "${KYR_LIBRARYDIR}")
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON) # its place is in what is installed, by length
 set(CMAKE_INSTALL_RPATH "$ORIGIN/../${KYR_LIBRARYDIR}:$ORIGIN")
 
 find_program(CCACHE_PROGRAM ccache)
