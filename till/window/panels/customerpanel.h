@@ -20,6 +20,8 @@ public:
     void enterCustomer();
     /// The same for the points to spend.
     void enterPoints();
+    /// Where the customer's card or phone is typed.
+    [[nodiscard]] QLineEdit& customerField() const { return *m_entry; }
     /// Where points are typed.
     [[nodiscard]] QLineEdit& pointsField() const { return *m_points; }
 
