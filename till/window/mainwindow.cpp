@@ -76,6 +76,7 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     setCentralWidget(desktop);
     layKeypads();
     m_card = new WaitingCard(this);
+    m_frontend.setModel(&m_model);
 
     listen();
     refresh();
