@@ -4,6 +4,10 @@
 #include "host/utils/money.h"
 #include "till/cli/texttable.h"
 
+#include <QHash>
+
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace till::screen {
@@ -71,6 +75,22 @@ QList<Row> rows(const AbstractDocument& document)
         list.append({{}, sumText(document), {}, {}, amount(document.getSum())});
     }
     return list;
+}
+
+/// Of numbers whose last digits are equal a few more are shown, never more than half of them; where that does
+/// not do, which of the list it is.
+QString toldApart(const QString& number, const QString& masked, const QStringList& same)
+{
+    const auto isAlone = [&](qsizetype digits) {
+        const auto endsAlike = [&](const QString& other) { return other.endsWith(number.last(digits)); };
+        return std::count_if(same.begin(), same.end(), endsAlike) == 1;
+    };
+    const bool isPlain = std::all_of(number.begin(), number.end(), [](QChar c) { return c.isDigit(); });
+    for (qsizetype digits = 5; isPlain && digits <= number.size() / 2; ++digits) {
+        if (isAlone(digits))
+            return u"…"_s + number.last(digits);
+    }
+    return u"%1 (%2)"_s.arg(masked, QString::number(same.indexOf(number) + 1));
 }
 
 QString statusText(ECard::Status status)
@@ -157,8 +177,18 @@ QStringList customer(const DocumentCardRecord& record)
 ChoiceRequest masked(const ChoiceRequest& request)
 {
     ChoiceRequest list = request;
-    for (tr::Tr& item : list.items)
-        item = tr::Tr(item.id(), utils::maskNumbers(item.ru()));
+    QHash<QString, QStringList> alike;
+    for (tr::Tr& item : list.items) {
+        const QString text = item.ru();
+        item = tr::Tr(item.id(), utils::maskNumbers(text));
+        alike[item.ru()].append(text);
+    }
+    for (qsizetype i = 0; i < list.items.size(); ++i) {
+        tr::Tr& item = list.items[i];
+        const QStringList& same = alike[item.ru()];
+        if (same.size() > 1)
+            item = tr::Tr(item.id(), toldApart(request.items[i].ru(), item.ru(), same));
+    }
     return list;
 }
 

@@ -23,7 +23,7 @@ QString abandoned(const QString& identifier);
 /// Whose card it is, its status when it is not active, and its balance.
 QStringList customer(const DocumentCardRecord& record);
 
-/// The list with card and phone numbers masked.
+/// The list with card and phone numbers masked, and still told apart.
 ChoiceRequest masked(const ChoiceRequest& request);
 
 /// "1 234,50"; of what has no hundredths the plain number, "1e+300".

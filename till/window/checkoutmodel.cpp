@@ -65,6 +65,8 @@ void CheckoutModel::startAnew()
 {
     m_balanceTime = {};
     m_serviceLimit.reset();
+    m_spentSince.reset();
+    m_code.forget();
 }
 
 void CheckoutModel::openSale(const QList<Line>& lines)
@@ -84,6 +86,7 @@ bool CheckoutModel::pay()
     if (!payment)
         return false;
     m_finished = screen::payment(*payment);
+    forgetBalance(payment->receipt->getCardRecord(KyrLoyaltySystem).data());
     startAnew();
     const bool wasReturn = payment->receipt->getDocumentType() == ReturnReceipt;
     say(Notice::Kind::Good, wasReturn ? tr::shown(u"windowReturnClosed"_s, u"Возврат закрыт"_s)

@@ -2,10 +2,12 @@
 
 #include "till/checkout/till.h"
 #include "till/window/catalogue.h"
+#include "till/window/codeentry.h"
 #include "till/window/servicewatch.h"
 #include "till/window/waiting.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QObject>
 
 #include <functional>
@@ -28,6 +30,23 @@ struct Limit
 {
     double points = 0;
     QString reason;
+};
+
+/// What the balance will be once the receipt is paid, part by part, in points.
+struct Expectation
+{
+    double balance = 0;           ///< as the service told it last
+    double spent = 0;             ///< what was spent since then, or is to be
+    std::optional<double> earned; ///< nothing: nobody knows before the receipt is paid
+    bool isRounded = false;       ///< it was told in money, which points are finer than
+};
+
+/// What the till has learnt of a card since it was started.
+struct KnownCard
+{
+    QString name;
+    std::optional<double> balance; ///< nothing: points were moved since it was told
+    QDateTime time;                ///< when it was
 };
 
 /// What the cashier can do at the till, and how things stand: the one model behind all panels. Each action
@@ -53,8 +72,14 @@ public:
     [[nodiscard]] double spentPoints() const;
     /// Nothing while nobody has asked, or the receipt has changed since.
     [[nodiscard]] std::optional<Limit> limit() const;
+    /// When `wanted` more points are spent; nothing when the balance is not known.
+    [[nodiscard]] std::optional<Expectation> expectation(double wanted = 0) const;
+    /// What earlier requests told of the card; nothing when there were none.
+    [[nodiscard]] std::optional<KnownCard> known(const QString& card) const;
+    /// The code of the spending that is under way.
+    [[nodiscard]] CodeEntry& code() { return m_code; }
     /// When the service told the balance; invalid: not for this receipt, or not since points were spent.
-    [[nodiscard]] const QDateTime& balanceTime() const { return m_balanceTime; }
+    [[nodiscard]] QDateTime balanceTime() const;
 
     void openSale(const QList<Line>& lines = {});
     void addGoods(const Goods& goods);
@@ -66,6 +91,8 @@ public:
     bool identify(const QString& entered, Means means);
     void refresh();
     void askLimit();
+    /// The limit, which the service is asked for when it is not known; nothing when it does not say.
+    std::optional<Limit> requireLimit();
     bool spend(double points);
     bool pay();
     bool abandon();
@@ -90,17 +117,24 @@ private:
     /// Changes the sale's position, with a word instead when it can't be that way.
     void changeLine(int posnum, const std::function<QString(Line&)>& change);
     [[nodiscard]] QString nextIdentifier();
-    [[nodiscard]] QString limitReason(double points) const;
     void startAnew();
+    /// The service has just told balance and customer of the card on the receipt.
+    void learn();
+    /// Points of that card were moved; null: of none.
+    void forgetBalance(const DocumentCardRecord* card);
+    Spending spendWithCodes(double points);
 
     Till& m_till;
     Waiting& m_waiting;
     const ServiceWatch& m_watch;
     Notice m_notice;
     QStringList m_finished;
-    QDateTime m_balanceTime;
-    QDateTime m_lastOpened; ///< the second that the last receipt is named after
+    QDateTime m_balanceTime; ///< when it was told for this receipt
+    QDateTime m_lastOpened;  ///< the second that the last receipt is named after
     std::optional<double> m_serviceLimit;
+    std::optional<double> m_spentSince; ///< points, since the balance was told
+    QHash<QString, KnownCard> m_known;  ///< by the number of the card
+    CodeEntry m_code;
 };
 
 template <class Operation>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/core/dialog.h"
+#include "till/window/checkoutmodel.h"
 #include "till/window/waiting.h"
 
 #include <QPointer>
@@ -17,6 +18,8 @@ public:
     {}
     /// Over which window; stays the caller's.
     void setParent(QWidget* parent) { m_parent = parent; }
+    /// What is asked about; stays the caller's. Without it, only what is asked is shown.
+    void setModel(CheckoutModel* model) { m_model = model; }
 
     int chooseFromList(const ChoiceRequest& request) override;
     core::BasicDialog::Result inputText(const TextInputRequest& request) override;
@@ -24,7 +27,12 @@ public:
     bool confirm(const QString& title, const QString& text, const QString& yes, const QString& no);
 
 private:
+    core::BasicDialog::Result askCode(const TextInputRequest& request, CodeEntry& code);
+    /// Puts what is known of each card behind its number.
+    void describe(ChoiceRequest& shown, const ChoiceRequest& asked) const;
+
     Waiting& m_waiting;
+    QPointer<CheckoutModel> m_model;
     QPointer<QWidget> m_parent;
 };
 

@@ -4,6 +4,7 @@
 #include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
 #include "till/window/dialogs/returndialog.h"
+#include "till/window/keypad.h"
 #include "till/window/status.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
@@ -73,12 +74,22 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     m_status->setAccessibleName(tr::shown(u"windowStatusName"_s, u"Что сейчас работает"_s));
     layout->addWidget(m_status);
     setCentralWidget(desktop);
+    layKeypads();
     m_card = new WaitingCard(this);
+    m_frontend.setModel(&m_model);
 
     listen();
     refresh();
     showNotice();
     m_focus.place();
+}
+
+void MainWindow::layKeypads()
+{
+    auto& positions = *m_positions->table().parentWidget();
+    new PopupKeypad(m_positions->articleField(), {}, positions);
+    new PopupKeypad(m_side->customer().customerField(), u'+', positions);
+    new PopupKeypad(m_side->customer().pointsField(), u',', positions);
 }
 
 void MainWindow::listen()

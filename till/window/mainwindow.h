@@ -51,6 +51,8 @@ private:
     QWidget* trainingBand();
     /// What is lost when the window closes now; empty: nothing, and no receipt is open either.
     [[nodiscard]] QString closingQuestion();
+    /// Keys for fingers, over the positions: total and pay button stay in sight.
+    void layKeypads();
     void listen();
     /// What was pressed or typed is not taken.
     void ignore(const QString& text);

@@ -1,7 +1,10 @@
 #include "till/window/checkoutmodel.h"
 
 #include "host/utils/money.h"
+#include "till/checkout/receiptsums.h"
 #include "till/checkout/screen.h"
+#include "till/setup/hostobjects.h"
+#include "till/setup/settings.h"
 
 #include <algorithm>
 
@@ -42,6 +45,8 @@ QString phoneOf(const QString& entered)
     return digits;
 }
 
+double inPoints(double money) { return money / worthOf(hostObject<Config>(), 1); }
+
 } // namespace
 
 CheckoutModel::Means CheckoutModel::meansOf(const QString& entered)
@@ -73,8 +78,9 @@ bool CheckoutModel::identify(const QString& entered, Means means)
         Q_EMIT changed();
         return false;
     }
-    m_balanceTime = QDateTime::currentDateTime();
+    learn();
     m_serviceLimit.reset();
+    m_code.forget();
     say(Notice::Kind::Good, u"Покупатель найден"_s);
     Q_EMIT changed();
     if (!receipt()->getGoodsItems().isEmpty())
@@ -86,9 +92,39 @@ void CheckoutModel::refresh()
 {
     if (!done([&] { return checkout().refreshCard(); }))
         return;
-    m_balanceTime = QDateTime::currentDateTime();
+    learn();
     say(Notice::Kind::Good, u"Баланс обновлён"_s);
     Q_EMIT changed();
+}
+
+void CheckoutModel::learn()
+{
+    const auto card = checkout().card();
+    const auto client = card->getCard()->getClient();
+    m_balanceTime = QDateTime::currentDateTime();
+    m_spentSince.reset();
+    m_known[card->getNumber().toString()] = {.name = client ? client->getName() : QString(),
+                                             .balance = card->getBonusBalance().toDouble(),
+                                             .time = m_balanceTime};
+}
+
+void CheckoutModel::forgetBalance(const DocumentCardRecord* card)
+{
+    const auto known = card ? m_known.find(card->getNumber().toString()) : m_known.end();
+    if (known != m_known.end())
+        known->balance.reset();
+}
+
+std::optional<KnownCard> CheckoutModel::known(const QString& card) const
+{
+    const auto known = m_known.find(card);
+    return known == m_known.end() ? std::nullopt : std::optional(*known);
+}
+
+// A balance from before the last start may be from before or after what was spent then.
+QDateTime CheckoutModel::balanceTime() const
+{
+    return m_spentSince || checkout().unknownSpending() ? QDateTime() : m_balanceTime;
 }
 
 void CheckoutModel::askLimit()
@@ -99,29 +135,49 @@ void CheckoutModel::askLimit()
     Q_EMIT changed();
 }
 
+std::optional<Limit> CheckoutModel::requireLimit()
+{
+    if (!limit())
+        askLimit();
+    return limit();
+}
+
 std::optional<Limit> CheckoutModel::limit() const
 {
     const auto card = checkout().card();
     if (!card || !m_serviceLimit)
         return std::nullopt;
     if (card->getCardStatus() == ECard::RegistrationIncomplete)
-        return Limit{0, limitReason(0)};
-    const double points = std::min(*m_serviceLimit, card->getBonusBalance().toDouble());
-    return Limit{points, limitReason(points)};
+        return Limit{0, tr::shown(u"windowLimitRegistration"_s,
+                                  u"Регистрация покупателя не завершена: списать нельзя"_s)};
+    if (card->getCardStatus() == ECard::Blocked)
+        return Limit{0, tr::shown(u"windowLimitBlocked"_s, u"Карта заблокирована: списать нельзя"_s)};
+    const double balance = card->getBonusBalance().toDouble();
+    if (utils::toHundredths(balance) == 0)
+        return Limit{0, tr::shown(u"windowLimitNoPoints"_s, u"На карте нет баллов"_s)};
+    const double sum = inPoints(receipt()->getSum());
+    const double most = std::min({*m_serviceLimit, balance, sum});
+    const QString reason = most == balance ? tr::shown(u"windowLimitBalance"_s, u"Больше нет на карте"_s)
+                           : most == sum
+                               ? tr::shown(u"windowLimitReceipt"_s, u"Больше чек не стоит"_s)
+                               : tr::shown(u"windowLimitService"_s, u"Больше служба не разрешает"_s);
+    return Limit{most, reason};
 }
 
-QString CheckoutModel::limitReason(double points) const
+std::optional<Expectation> CheckoutModel::expectation(double wanted) const
 {
     const auto card = checkout().card();
-    if (card->getCardStatus() == ECard::RegistrationIncomplete)
-        return u"Регистрация покупателя не завершена: списать нельзя"_s;
-    if (card->getCardStatus() == ECard::Blocked)
-        return u"Карта заблокирована: списать нельзя"_s;
-    if (utils::toHundredths(card->getBonusBalance().toDouble()) == 0)
-        return u"На карте нет баллов"_s;
-    if (utils::toHundredths(points) == utils::toHundredths(card->getBonusBalance().toDouble()))
-        return u"Больше нет на карте"_s;
-    return u"Больше служба не разрешает"_s;
+    if (!card || isReturn() || !m_balanceTime.isValid() || checkout().unknownSpending())
+        return std::nullopt;
+    const bool isSpent = checkout().hasSpentPoints();
+    Expectation expected{.balance = card->getBonusBalance().toDouble(),
+                         .spent = isSpent ? m_spentSince.value_or(0) : wanted,
+                         .earned = {},
+                         .isRounded = worthOf(hostObject<Config>(), 1) < 1};
+    const auto earned = earnedBy(*receipt());
+    if (isSpent && earned) // the service tells it for the reduced receipt when points are spent
+        expected.earned = utils::roundToHundredths(inPoints(static_cast<double>(*earned) / 100));
+    return expected;
 }
 
 bool CheckoutModel::spend(double points)
@@ -132,9 +188,7 @@ bool CheckoutModel::spend(double points)
         say(Notice::Kind::Bad, u"Введите, сколько баллов списать"_s);
         return false;
     } else {
-        if (!m_serviceLimit)
-            askLimit();
-        const auto most = limit();
+        const auto most = requireLimit();
         if (!most)
             return false; // the service did not say; why is on the screen
         const auto wanted = utils::toHundredths(points);
@@ -144,13 +198,35 @@ bool CheckoutModel::spend(double points)
             return false;
         }
     }
-    m_balanceTime = {}; // it is another one now, or may be
-    const auto spending = done([&] { return checkout().spend(points); });
+    const auto spending = done([&] { return spendWithCodes(points); });
     if (!spending)
         return false;
     say(Notice::Kind::Good, u"Списано баллов: %1"_s.arg(screen::amount(spending->points.value_or(0))));
     Q_EMIT changed();
     return true;
+}
+
+/// The loyalty system asks once for the code of a spending, and then begins anew: so does whoever wants
+/// another one.
+Spending CheckoutModel::spendWithCodes(double points)
+{
+    const auto card = checkout().card();
+    const auto client = card ? card->getCard()->getClient() : nullptr;
+    Spending spending;
+    do {
+        m_code.begin(points, client ? client->getPhoneNumber() : QString());
+        spending = checkout().spend(points);
+        m_code.end();
+    } while (!spending.ok && m_code.outcome() == CodeEntry::Outcome::SendAgain);
+    const bool isUnknown = checkout().unknownSpending().has_value();
+    if (spending.ok)
+        m_spentSince = spending.points;
+    else if (!isUnknown && m_code.outcome() == CodeEntry::Outcome::Entered)
+        spending.error = tr::shown(u"windowCodeRefused"_s, u"%1. Enter — ещё раз: придёт новый код"_s)
+                             .arg(spending.error.section(u'\n', 0, 0));
+    if (spending.ok || isUnknown)
+        forgetBalance(card.data());
+    return spending;
 }
 
 } // namespace till::window

@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPainter>
 #include <QTableWidget>
@@ -63,6 +64,7 @@ Cashier::Cashier(const Setup& setup)
     Config config = till::loadSettings({});
     config.set(u"KYRLoyalty:smsVerification"_s, setup.smsVerification);
     config.set(u"KYRLoyalty:timeout"_s, setup.timeout);
+    config.set(u"KYRLoyalty:bonusRatio"_s, setup.bonusRatio);
     config.set(u"Till:scanPrefix"_s, setup.scanPrefix);
     config.set(u"Till:scanSuffix"_s, setup.scanSuffix);
     if (!setup.serverUrl.isEmpty()) {
@@ -120,6 +122,7 @@ void Cashier::send(QEvent::Type type, int key, Qt::KeyboardModifiers modifiers, 
 void Cashier::press(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
     const QString text = key == Qt::Key_Return ? u"\r"_s : QString();
+    ++m_keys;
     m_keyboard.pass(aPerson);
     send(QEvent::KeyPress, key, modifiers, text);
     send(QEvent::KeyRelease, key, modifiers, text);
@@ -129,6 +132,7 @@ void Cashier::press(Qt::Key key, Qt::KeyboardModifiers modifiers)
 void Cashier::type(const QString& text)
 {
     for (const QChar c : text) {
+        ++m_keys;
         m_keyboard.pass(aPerson);
         typeFast(c);
     }
@@ -168,18 +172,25 @@ QString Cashier::focus()
     return widget ? widget->accessibleName() : u"nothing"_s;
 }
 
-void Cashier::touch(const QString& name)
+QWidget* Cashier::control(const QString& name)
 {
     QWidget* active = QApplication::activeModalWidget() ? QApplication::activeModalWidget() : m_window.get();
-    for (QAbstractButton* button : active->findChildren<QAbstractButton*>()) {
-        if (!button->isVisible() || button->accessibleName() != name)
-            continue;
-        const QPoint at = button->mapTo(button->window(), button->rect().center());
-        QTest::mouseClick(button->window()->windowHandle(), Qt::LeftButton, {}, at);
-        pump();
-        return;
+    for (QWidget* widget : active->findChildren<QWidget*>()) {
+        const bool isControl = qobject_cast<QAbstractButton*>(widget) || qobject_cast<QLineEdit*>(widget);
+        if (isControl && widget->isVisible() && widget->accessibleName() == name)
+            return widget;
     }
-    ADD_FAILURE() << "no button " << name.toStdString();
+    return nullptr;
+}
+
+void Cashier::touch(const QString& name)
+{
+    const QWidget* target = control(name);
+    ASSERT_TRUE(target) << "nothing to touch: " << name.toStdString();
+    const QPoint at = target->mapTo(target->window(), target->rect().center());
+    ASSERT_EQ(target->window()->childAt(at), target) << name.toStdString() << " is covered";
+    QTest::mouseClick(target->window()->windowHandle(), Qt::LeftButton, {}, at);
+    pump();
 }
 
 void Cashier::atDialog(const std::function<void(QDialog&)>& act)

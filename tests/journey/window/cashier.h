@@ -59,6 +59,7 @@ public:
         QString serverUrl = {};
         QString dataDirectory = {};
         bool keeps = true; ///< false: nobody names a data directory
+        QString bonusRatio = QStringLiteral("1:1");
         QString scanPrefix = {};
         QString scanSuffix = {};
     };
@@ -77,8 +78,13 @@ public:
     /// Types the text into whatever has the focus, as people do.
     void type(const QString& text);
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-    /// A finger on the button with that accessible name in the active window.
+    /// The button or field with that accessible name in the active window, or null when there is none to be
+    /// seen.
+    [[nodiscard]] QWidget* control(const QString& name);
+    /// A finger on it.
     void touch(const QString& name);
+    /// How many keys were pressed since the last call; a scanner's are not counted.
+    int takeKeys() { return std::exchange(m_keys, 0); }
     /// A code as the scanner types it: fast, and with Enter at its end. U+001D stands in a marking code.
     void scan(const QString& code, Qt::Key end = Qt::Key_Return);
     /// Types as scan() does, without an end.
@@ -125,6 +131,7 @@ private:
     PaintProbe* m_probe = nullptr;
     Keyboard m_keyboard;
     int m_dialogs = 0;
+    int m_keys = 0;
     int m_beeps = 0;
 };
 

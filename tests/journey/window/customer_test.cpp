@@ -2,6 +2,7 @@
 
 #include "tests/support/hostiletext.h"
 #include "tests/support/httpserver.h"
+#include "till/checkout/screen.h"
 
 #include <QLabel>
 #include <QListWidget>
@@ -76,6 +77,58 @@ TEST(WindowCustomer, APhoneWithThreeCardsAsksWhichInTheServicesOrder)
     enter(cashier, phoneOfThree);
     EXPECT_EQ(cashier.dialogs(), 1);
     EXPECT_EQ(cardOf(cashier), u"2000000000031"_s);
+}
+
+TEST(WindowCustomer, CardsThatWereSeenBeforeAreListedWithNameAndBalance)
+{
+    Cashier cashier;
+    cashier.sell(u"2000000000017"_s);
+    const auto seen = cashier.checkout().card();
+    const QString name = seen->getCard()->getClient()->getName();
+    ASSERT_FALSE(name.isEmpty());
+    const QString balance = till::screen::amount(seen->getBonusBalance().toDouble());
+    const auto listed = [&] {
+        QStringList items;
+        cashier.atDialog([&](QDialog& dialog) {
+            const auto* list = dialog.findChild<QListWidget*>();
+            for (int i = 0; i < list->count(); ++i)
+                items.append(list->item(i)->text());
+            picture(dialog, u"cards-known"_s);
+            cashier.press(Qt::Key_Escape);
+        });
+        enter(cashier, phoneOfThree);
+        return items;
+    };
+    QStringList items = listed();
+    ASSERT_EQ(items.size(), 3);
+    EXPECT_THAT(items[0].toStdString(),
+                HasSubstr("…0017\n" + name.toStdString() + ", " + balance.toStdString() + " на "));
+    EXPECT_EQ(items[1], u"…0024"_s) << "nobody has asked for it";
+    cashier.press(Qt::Key_F9); // earns
+    items = listed();
+    ASSERT_EQ(items.size(), 3);
+    EXPECT_EQ(items[0], u"…0017\n"_s + name) << "the balance is another one now";
+}
+
+TEST(WindowCustomer, CardsWithEqualLastDigitsAreToldApart)
+{
+    HttpServer server;
+    server.enqueue(HttpAnswer::status(
+        200, R"({"data":{"cards_data":[{"number":"2000000010055"},{"number":"2000000020055"},)"
+             R"({"number":"9000000020055"},{"number":"2000000000017"}]}})"));
+    Cashier cashier({.serverUrl = server.url().toString()});
+    cashier.sell();
+    cashier.atDialog([&](QDialog& dialog) {
+        const auto* list = dialog.findChild<QListWidget*>();
+        ASSERT_EQ(list->count(), 4);
+        EXPECT_EQ(list->item(0)->text(), u"…10055"_s);
+        EXPECT_EQ(list->item(1)->text(), u"…0055 (2)"_s) << "half of the number is not shown";
+        EXPECT_EQ(list->item(2)->text(), u"…0055 (3)"_s);
+        EXPECT_EQ(list->item(3)->text(), u"…0017"_s);
+        cashier.press(Qt::Key_Escape);
+    });
+    enter(cashier, phoneOfThree);
+    EXPECT_EQ(cashier.dialogs(), 1);
 }
 
 TEST(WindowCustomer, AListClosedIsNoErrorAndNoCard)

@@ -1,5 +1,6 @@
 #include "tests/journey/window/cashier.h"
 
+#include "tests/support/httpserver.h"
 #include "till/window/dialogs/inputdialog.h"
 #include "till/window/style.h"
 
@@ -13,6 +14,8 @@
 #include <cmath>
 
 using namespace Qt::StringLiterals;
+using test_support::HttpAnswer;
+using test_support::HttpServer;
 
 namespace windowtest {
 
@@ -117,6 +120,23 @@ TEST_P(WindowLooks, NoTextIsCutInTheMainStates)
         cashier.press(Qt::Key_Escape);
     });
     cashier.press(Qt::Key_F10);
+}
+
+TEST_P(WindowLooks, NoTextIsCutWhenTheBalanceIsGreat)
+{
+    HttpServer server;
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"card_data":{"status":3}}})"));
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"accounts_data":[{"avialable":"99999.99"}]}})"));
+    server.enqueue(HttpAnswer::status(
+        200, R"({"data":{"receipt_details":[{"parameters":{"max_payment_bonus":999.98}}]}})"));
+    Cashier cashier({.scale = GetParam(), .serverUrl = server.url().toString()});
+    cashier.model().openSale({{.articul = u"4601"_s, .name = u"Кольцо"_s, .price = 999.99, .quantity = 1}});
+    cashier.scan(u"2000000000055"_s);
+    cashier.type(u"999,98"_s);
+    picture(cashier.window(), u"great-%1"_s.arg(GetParam()));
+    EXPECT_THAT(cashier.screen().toStdString(), testing::HasSubstr("99 999,99 − 999,98"));
+    expectNothingCut(cashier.window(), u"great sums"_s);
+    EXPECT_EQ(cashier.window().size(), QSize(1024, 768)) << "it needs more room than there is";
 }
 
 INSTANTIATE_TEST_SUITE_P(Percent, WindowLooks, testing::Values(100, 125, 150),

@@ -7,6 +7,8 @@
 #include <QPushButton>
 
 using namespace Qt::StringLiterals;
+using test_support::HttpAnswer;
+using test_support::HttpServer;
 using testing::HasSubstr;
 
 namespace windowtest {
@@ -55,7 +57,7 @@ TEST(WindowSpending, TheBalanceFromBeforeIsNotShownAsThatOfNow)
     Cashier cashier;
     cashier.sell(card);
     cashier.spend(u"100"_s);
-    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Было: 300,00"));
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Осталось: 200,00"));
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("Баланс — до списания"));
     cashier.touch(u"Обновить баланс"_s);
     EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Баланс: 200,00"));
@@ -133,6 +135,111 @@ TEST(WindowSpending, AWrongCodeSpendsNothingAndIsSaid)
     EXPECT_EQ(spent(cashier), 0);
     EXPECT_FALSE(cashier.notice().isEmpty());
     EXPECT_FALSE(cashier.checkout().unknownSpending());
+}
+
+TEST(WindowSpending, TheQuestionForTheCodeSaysHowMuchAndWhereItWent)
+{
+    Cashier cashier({.smsVerification = true});
+    spendWithCode(cashier, [&](QDialog& dialog) {
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("Списать баллов: 100,00"));
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("Код отправлен на …0001"));
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("Попытка одна: потом придёт новый код"));
+        cashier.press(Qt::Key_Escape);
+    });
+    EXPECT_EQ(cashier.dialogs(), 1);
+}
+
+TEST(WindowSpending, APhoneThatTheServiceDoesNotTellIsNotMadeUp)
+{
+    HttpServer server;
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"card_data":{"status":3}}})"));
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"accounts_data":[{"avialable":"300"}]}})"));
+    for (int i = 0; i < 2; ++i) // the limit, and once more when the points are spent
+        server.enqueue(HttpAnswer::status(
+            200, R"({"data":{"receipt_details":[{"parameters":{"max_payment_bonus":200}}]}})"));
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"approve_id":1}})"));
+    Cashier cashier({.smsVerification = true, .serverUrl = server.url().toString()});
+    spendWithCode(cashier, [&](QDialog& dialog) {
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("Код отправлен покупателю, телефон служба не назвала"));
+        cashier.press(Qt::Key_Escape);
+    });
+    EXPECT_EQ(cashier.dialogs(), 1);
+}
+
+TEST(WindowSpending, AfterAWrongCodeEnterSendsAnotherForTheSamePoints)
+{
+    Cashier cashier({.smsVerification = true});
+    spendWithCode(cashier, [&](QDialog&) {
+        cashier.type(u"9999"_s);
+        cashier.press(Qt::Key_Return);
+    });
+    EXPECT_EQ(cashier.notice(), u"Неверный код подтверждения. Enter — ещё раз: придёт новый код"_s);
+    EXPECT_EQ(cashier.takeBeeps(), 1);
+    EXPECT_EQ(cashier.focus(), u"Сколько баллов списать"_s);
+    cashier.atDialog([&](QDialog& dialog) {
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("Списать баллов: 100,00"));
+        EXPECT_THAT(wordsOf(dialog), HasSubstr("Это новый код, прежний не подойдёт"));
+        cashier.type(rightCode);
+        cashier.press(Qt::Key_Return);
+    });
+    cashier.press(Qt::Key_Return);
+    EXPECT_EQ(cashier.dialogs(), 2);
+    EXPECT_EQ(spent(cashier), 100) << cashier.notice().toStdString();
+}
+
+TEST(WindowSpending, AfterAWrongCodeForAllPointsEnterSendsAnotherToo)
+{
+    Cashier cashier({.smsVerification = true});
+    cashier.sell(card);
+    cashier.atDialog([&](QDialog&) {
+        cashier.type(u"9999"_s);
+        cashier.press(Qt::Key_Return);
+    });
+    cashier.press(Qt::Key_F7, Qt::ShiftModifier);
+    cashier.atDialog([&](QDialog&) {
+        cashier.type(rightCode);
+        cashier.press(Qt::Key_Return);
+    });
+    cashier.press(Qt::Key_Return);
+    EXPECT_EQ(spent(cashier), 289.45) << cashier.notice().toStdString();
+}
+
+TEST(WindowSpending, AnotherCodeIsSentFromTheQuestionAndThePointsAreSpentOnce)
+{
+    Cashier cashier({.smsVerification = true});
+    spendWithCode(cashier, [&](QDialog&) {
+        cashier.atDialog([&](QDialog& second) {
+            EXPECT_THAT(wordsOf(second), HasSubstr("Это новый код, прежний не подойдёт"));
+            cashier.type(rightCode);
+            cashier.press(Qt::Key_Return);
+        });
+        cashier.touch(u"Отправить ещё раз"_s);
+    });
+    EXPECT_EQ(cashier.dialogs(), 2);
+    EXPECT_EQ(spent(cashier), 100) << cashier.notice().toStdString();
+    RestClient codes;
+    codes.get(QUrl(cashier.till().serviceUrl() + u"stand/codes"_s), {}, {});
+    const QVariantList sent = codes.getResponse().toList();
+    ASSERT_EQ(sent.size(), 2);
+    EXPECT_EQ(sent[0].toMap().value(u"state"_s), u"replaced"_s);
+    EXPECT_EQ(sent[1].toMap().value(u"state"_s), u"confirmed"_s);
+    cashier.touch(u"Обновить баланс"_s);
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Баланс: 200,00"));
+}
+
+TEST(WindowSpending, AnotherCodeThatIsNotTakenEitherIsNoFailure)
+{
+    Cashier cashier({.smsVerification = true});
+    spendWithCode(cashier, [&](QDialog&) {
+        cashier.atDialog([&](QDialog& second) {
+            EXPECT_THAT(wordsOf(second), HasSubstr("Это новый код"));
+            cashier.press(Qt::Key_Escape);
+        });
+        cashier.press(Qt::Key_F5);
+    });
+    EXPECT_EQ(cashier.dialogs(), 2);
+    EXPECT_EQ(cashier.notice(), u"Пользователь отменил ввод кода"_s);
+    EXPECT_EQ(cashier.takeBeeps(), 0) << "the cashier chose it";
 }
 
 TEST(WindowSpending, BlanksOfACodeAreKeptSoItIsAnother)

@@ -24,7 +24,7 @@ ChoiceDialog::ChoiceDialog(const ChoiceRequest& request, QWidget* parent)
     }
     m_list->setAccessibleName(request.title.ru());
     for (const tr::Tr& item : request.items)
-        m_list->addItem(utils::printable(item.ru()));
+        m_list->addItem(utils::printableLines(item.ru()));
     m_list->setCurrentRow(0);
     m_list->setMinimumSize(420, 220);
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -3,6 +3,7 @@
 #include "host/core/dialog.h"
 #include "till/window/dialogs/question.h"
 
+#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -22,12 +23,19 @@ public:
     /// Not with an empty text where that is no answer.
     void accept() override;
 
+protected:
+    /// Above the question.
+    void addWords(const QString& text);
+    /// Before the one that confirms.
+    void addAnswer(QPushButton* answer);
+
 private:
-    QWidget* digitPad();
     [[nodiscard]] QString answer() const;
 
     TextInputRequest m_request;
+    Label* m_words;
     QLineEdit* m_field;
+    QHBoxLayout* m_answers;
     QPushButton* m_ok;
 };
 

@@ -7,6 +7,7 @@
 #include "till/checkout/returnparts.h"
 #include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
+#include "till/window/keypad.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
 
@@ -141,6 +142,7 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     connect(m_number, &QLineEdit::textChanged, this, [this] { fillSales(); });
     connect(new QShortcut(Qt::Key_F2, this), &QShortcut::activated, m_number,
             qOverload<>(&QLineEdit::setFocus));
+    new PopupKeypad(*m_number, u'-', *m_table);
     readSales();
     fillSales();
     m_list->setFocus();

@@ -5,6 +5,7 @@
 #include "till/window/style.h"
 #include "till/window/widgets.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
@@ -32,15 +33,16 @@ QString statusOf(const DocumentCardRecord& card)
 CustomerPanel::CustomerPanel(CheckoutModel& model)
     : m_model(model)
     , m_entry(new QLineEdit)
-    , m_hint(label({}, u"small"_s))
     , m_name(label({}, u"name"_s))
     , m_card(label({}, u"small"_s))
     , m_balance(label({}, u"name"_s))
     , m_again(button(u"Обновить"_s, {}, u"small"_s))
     , m_points(new QLineEdit)
-    , m_spend(button(u"Списать"_s, u"F7"_s))
+    , m_all(button(tr::shown(u"windowSpendAll"_s, u"Все"_s), u"⇧F7"_s, u"small"_s))
+    , m_spend(button(tr::shown(u"windowSpend"_s, u"Списать"_s), {}, u"small"_s))
     , m_limit(label({}))
     , m_reason(label({}, u"small"_s))
+    , m_expected(label({}, u"small"_s))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -81,10 +83,8 @@ QWidget* CustomerPanel::search()
     add(u"Карта"_s, CheckoutModel::Means::Card);
     add(u"Тел."_s, CheckoutModel::Means::Phone);
     layout->addLayout(row);
-    layout->addWidget(m_hint);
-    m_hint->setHidden(isCompact());
     connect(m_entry, &QLineEdit::returnPressed, this, [this] { find(CheckoutModel::Means::Guess); });
-    connect(m_entry, &QLineEdit::textChanged, this, [this] { showHint(); });
+    connect(m_entry, &QLineEdit::textChanged, this, [this] { showCustomer(); });
     return area;
 }
 
@@ -118,20 +118,27 @@ QWidget* CustomerPanel::points()
     auto* layout = new QVBoxLayout(area);
     layout->setContentsMargins(12, isCompact() ? 6 : 10, 12, isCompact() ? 6 : 10);
     layout->setSpacing(isCompact() ? 2 : 6);
+    for (Label* words : {m_limit, m_reason, m_expected})
+        words->setWordWrap(true);
     layout->addWidget(m_limit);
-    m_limit->setWordWrap(true);
+    layout->addWidget(m_reason);
     auto* row = new QHBoxLayout;
     row->setSpacing(8);
-    m_points->setPlaceholderText(u"Баллы"_s);
+    m_points->setPlaceholderText(tr::shown(u"windowPointsField"_s, u"Баллы F7"_s));
     m_points->setAccessibleName(u"Сколько баллов списать"_s);
     m_points->setAccessibleDescription(u"Клавиша F7; Enter списывает"_s);
     m_points->setObjectName(u"points"_s);
     m_points->setAlignment(Qt::AlignRight);
+    m_points->installEventFilter(this);
+    m_all->setAccessibleName(tr::shown(u"windowSpendAllName"_s, u"Списать все баллы"_s));
+    m_all->setAccessibleDescription(tr::shown(u"windowSpendAllKey"_s, u"Клавиши Shift+F7"_s));
     row->addWidget(m_points, 1);
+    row->addWidget(m_all);
     row->addWidget(m_spend);
     layout->addLayout(row);
-    m_reason->setWordWrap(true);
-    layout->addWidget(m_reason);
+    layout->addWidget(m_expected);
+    connect(m_all, &QPushButton::clicked, this, [this] { spendAll(); });
+    connect(m_points, &QLineEdit::textChanged, this, [this] { showExpectation(); });
     connect(m_spend, &QPushButton::clicked, this, [this] { spend(); });
     connect(m_points, &QLineEdit::returnPressed, this, [this] { spend(); });
     return area;
@@ -145,12 +152,40 @@ void CustomerPanel::enterCustomer()
         m_model.say(Notice::Kind::Bad, m_model.checkout().obstacleTo(Action::Identify));
 }
 
-void CustomerPanel::enterPoints()
+bool CustomerPanel::requirePoints()
 {
     if (m_points->isEnabled())
+        return true;
+    m_model.say(Notice::Kind::Bad, m_limit->text() + u". "_s + m_reason->text());
+    return false;
+}
+
+// Whoever types an amount sees first how much there is; what the service does not say now it is asked for
+// once more when the points are spent.
+void CustomerPanel::enterPoints()
+{
+    if (!requirePoints())
+        return;
+    m_model.requireLimit();
+    if (m_points->isEnabled())
         enter(*m_points);
-    else
-        m_model.say(Notice::Kind::Bad, m_limit->text() + u". "_s + m_reason->text());
+}
+
+void CustomerPanel::spendAll()
+{
+    const auto most = requirePoints() ? m_model.requireLimit() : std::nullopt;
+    if (!most || !requirePoints())
+        return;
+    m_points->setText(screen::amount(most->points));
+    enter(*m_points);
+    spend();
+}
+
+bool CustomerPanel::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonRelease && m_points->isEnabled() && !m_model.limit())
+        QMetaObject::invokeMethod(this, &CustomerPanel::enterPoints, Qt::QueuedConnection);
+    return QWidget::eventFilter(watched, event);
 }
 
 void CustomerPanel::find(CheckoutModel::Means means)
@@ -161,10 +196,14 @@ void CustomerPanel::find(CheckoutModel::Means means)
         m_entry->selectAll();
 }
 
+double CustomerPanel::typedPoints() const
+{
+    return m_points->text().isEmpty() ? 0 : typedNumber(m_points->text());
+}
+
 void CustomerPanel::spend()
 {
-    const QString typed = m_points->text();
-    if (m_model.spend(typed.isEmpty() ? 0 : typedNumber(typed)))
+    if (m_model.spend(typedPoints()))
         m_points->clear();
     else
         m_points->selectAll();
@@ -181,20 +220,17 @@ void CustomerPanel::refresh()
     m_entry->setEnabled(changeable);
     for (QPushButton* finder : m_finders)
         finder->setEnabled(changeable);
-    showHint();
     showCustomer();
     showPoints();
 }
 
-void CustomerPanel::showHint()
+QString CustomerPanel::searchHint() const
 {
     const QString text = m_entry->text().trimmed();
     if (text.isEmpty())
-        m_hint->setText(u"Номер карты или телефон, затем Enter"_s);
-    else
-        m_hint->setText(CheckoutModel::meansOf(text) == CheckoutModel::Means::Phone
-                            ? u"Enter: поиск по телефону"_s
-                            : u"Enter: поиск по карте"_s);
+        return u"Чек можно оплатить и без карты"_s;
+    return CheckoutModel::meansOf(text) == CheckoutModel::Means::Phone ? u"Enter: поиск по телефону"_s
+                                                                       : u"Enter: поиск по карте"_s;
 }
 
 void CustomerPanel::showCustomer()
@@ -203,7 +239,7 @@ void CustomerPanel::showCustomer()
     m_again->setEnabled(card && !m_model.isReturn() && m_model.state() != State::SpendingUnknown);
     if (!card) {
         m_name->setText(u"Покупатель не указан"_s);
-        m_card->setText(u"Чек можно оплатить и без карты"_s);
+        m_card->setText(searchHint());
         m_balance->setText(u"Баланс: —"_s);
         return;
     }
@@ -212,8 +248,38 @@ void CustomerPanel::showCustomer()
                                                            : u"Имя не указано"_s);
     m_card->setText(u"Карта "_s + utils::maskWhole(card->getNumber().toString()) + statusOf(*card));
     const QVariant balance = card->getBonusBalance();
-    const QString caption = m_model.balanceTime().isValid() ? u"Баланс: "_s : u"Было: "_s;
-    m_balance->setText(balance.isValid() ? caption + screen::amount(balance.toDouble()) : u"Баланс: —"_s);
+    const auto expected = m_model.expectation();
+    if (!balance.isValid())
+        m_balance->setText(u"Баланс: —"_s);
+    else if (m_model.balanceTime().isValid())
+        m_balance->setText(u"Баланс: "_s + screen::amount(balance.toDouble()));
+    else if (expected)
+        m_balance->setText(tr::shown(u"windowBalanceLeft"_s, u"Осталось: %1"_s)
+                               .arg(screen::amount(expected->balance - expected->spent)));
+    else
+        m_balance->setText(u"Было: "_s + screen::amount(balance.toDouble()));
+}
+
+/// What the balance will be, each part of it said; what nobody knows yet is named and not made up.
+void CustomerPanel::showExpectation()
+{
+    const double typed = typedPoints();
+    const auto expected = m_model.expectation(typed > 0 ? typed : 0);
+    m_expected->setVisible(m_model.checkout().card() && !m_model.isReturn());
+    if (!expected)
+        return m_expected->setText(
+            tr::shown(u"windowExpectedUnknown"_s, u"После чека: неизвестно, баланс не проверен"_s));
+    QString parts = screen::amount(expected->balance);
+    if (expected->spent > 0)
+        parts += u" − "_s + screen::amount(expected->spent);
+    if (!expected->earned)
+        return m_expected->setText(
+            tr::shown(u"windowExpectedWithoutEarning"_s, u"После чека: %1 и начисление (неизвестно)"_s)
+                .arg(parts));
+    m_expected->setText(tr::shown(u"windowExpected"_s, u"После чека: %1"_s)
+                            .arg(parts + u" + "_s + screen::amount(*expected->earned) +
+                                 (expected->isRounded ? u" ≈ "_s : u" = "_s) +
+                                 screen::amount(expected->balance - expected->spent + *expected->earned)));
 }
 
 void CustomerPanel::showPoints()
@@ -225,6 +291,8 @@ void CustomerPanel::showPoints()
                          !m_model.receipt()->getGoodsItems().isEmpty() && (!limit || limit->points > 0);
     m_points->setEnabled(allowed);
     m_spend->setEnabled(allowed);
+    m_all->setEnabled(allowed);
+    showExpectation();
     const auto unknown = m_model.checkout().unknownSpending();
     if (unknown) {
         m_points->clear();

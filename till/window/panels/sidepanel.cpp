@@ -77,13 +77,18 @@ SidePanel::SidePanel(CheckoutModel& model, std::function<void()> turned)
         showCustomer();
         m_customer->enterPoints();
     });
+    bindKey(Qt::SHIFT | Qt::Key_F7, [this] {
+        showCustomer();
+        m_customer->spendAll();
+    });
     show(0);
     m_turned = std::move(turned);
 }
 
-void SidePanel::bindKey(Qt::Key key, const std::function<void()>& action)
+void SidePanel::bindKey(const QKeySequence& key, const std::function<void()>& action)
 {
     auto* shortcut = new QShortcut(key, this);
+    shortcut->setAutoRepeat(false);
     connect(shortcut, &QShortcut::activated, this, action);
 }
 

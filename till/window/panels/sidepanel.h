@@ -24,7 +24,7 @@ public:
 private:
     QWidget* queuePage();
     void show(int page);
-    void bindKey(Qt::Key key, const std::function<void()>& action);
+    void bindKey(const QKeySequence& key, const std::function<void()>& action);
 
     CheckoutModel& m_model;
     CustomerPanel* m_customer;
