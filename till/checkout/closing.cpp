@@ -4,9 +4,11 @@
 #include "host/storage/documents.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/logging.h"
+#include "host/utils/money.h"
 #include "till/checkout/amounts.h"
 #include "till/checkout/receiptmarks.h"
 #include "till/setup/hostobjects.h"
+#include "till/setup/settings.h"
 
 using namespace Qt::StringLiterals;
 
@@ -47,7 +49,9 @@ void Checkout::earn(Payment& payment)
     mark(State::Paying); // the service may know of an earning that a rollback would not undo
     const int waiting = m_queue.get().waitingCount();
     const bool known = m_loyalty.hasPointsForEarn();
-    payment.earned = m_loyalty.getPointsForEarn();
+    const auto& config = hostObject<Config>();
+    payment.earned = utils::roundToHundredths(pointsFor(config, m_loyalty.getPointsForEarn()));
+    payment.earnedIsRounded = worthOf(config, 1) < 1;
     if (known)
         payment.earning = Payment::Earning::Done;
     else if (m_queue.get().waitingCount() > waiting)

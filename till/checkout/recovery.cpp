@@ -41,7 +41,7 @@ tr::Tr Checkout::recover()
         // spendings lacks the mark; what was asked for can then be told from the discount alone.
         const auto marked = unknownSpending();
         makeDiscount(marked ? marked->points
-                            : m_loyalty.currentPointsForSpend() / worthOf(hostObject<Config>(), 1));
+                            : pointsFor(hostObject<Config>(), m_loyalty.currentPointsForSpend()));
     }
     return foundOpen();
 }

@@ -61,7 +61,8 @@ struct Payment : Result
 
     QSharedPointer<Document> receipt = {}; ///< as it was closed
     Earning earning = Earning::None;
-    std::optional<double> earned = {}; ///< points, as the loyalty system tells; nothing: it was not asked
+    std::optional<double> earned = {}; ///< points; nothing: nobody was asked
+    bool earnedIsRounded = false;      ///< it was told in money, which points are finer than
 };
 
 /// Runs the operation. What it throws becomes the result's failure, in its own words; only a UsageError comes

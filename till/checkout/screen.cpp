@@ -140,8 +140,10 @@ QStringList payment(const Payment& payment)
                              : tr::shown(u"tillPaid"_s, u"оплачено %1"_s);
     QStringList lines{heading(receipt) + u": "_s + done.arg(amount(receipt.getSum()))};
     if (payment.earning == Payment::Earning::Done)
-        lines.append(
-            tr::shown(u"tillEarned"_s, u"Начислено баллов: %1"_s).arg(amount(payment.earned.value_or(0))));
+        lines.append((payment.earnedIsRounded
+                          ? tr::shown(u"tillEarnedAbout"_s, u"Начислено баллов: около %1"_s)
+                          : tr::shown(u"tillEarned"_s, u"Начислено баллов: %1"_s))
+                         .arg(amount(payment.earned.value_or(0))));
     else if (payment.earning == Payment::Earning::Queued)
         lines.append(tr::shown(u"tillEarnedLater"_s, u"Баллы будут начислены позже"_s));
     return lines;

@@ -312,6 +312,8 @@ double worthOf(const Config& config, double points)
     return ratio ? points / *ratio : std::numeric_limits<double>::quiet_NaN();
 }
 
+double pointsFor(const Config& config, double money) { return money / worthOf(config, 1); }
+
 QString standRatio(const Config& config)
 {
     if (const auto ratio = ratioOf(config))

@@ -69,6 +69,8 @@ std::optional<Ratio> ratioOf(const Config& config);
 /// What so many points are worth in money by the configured ratio, whole numbers or not; not a number when it
 /// is none.
 double worthOf(const Config& config, double points);
+/// How many points money is, by the same ratio.
+double pointsFor(const Config& config, double money);
 /// The same as the stand's argument. Empty when the setting is no ratio at all: the plug-in then says so.
 /// Throws UsageError for a ratio that only the plug-in knows.
 QString standRatio(const Config& config);

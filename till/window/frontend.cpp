@@ -1,5 +1,6 @@
 #include "till/window/frontend.h"
 
+#include "host/utils/tr.h"
 #include "till/checkout/screen.h"
 #include "till/window/dialogs/choicedialog.h"
 #include "till/window/dialogs/codedialog.h"

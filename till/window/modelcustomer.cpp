@@ -1,6 +1,7 @@
 #include "till/window/checkoutmodel.h"
 
 #include "host/utils/money.h"
+#include "host/utils/tr.h"
 #include "till/checkout/receiptsums.h"
 #include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
@@ -45,8 +46,6 @@ QString phoneOf(const QString& entered)
     return digits;
 }
 
-double inPoints(double money) { return money / worthOf(hostObject<Config>(), 1); }
-
 } // namespace
 
 CheckoutModel::Means CheckoutModel::meansOf(const QString& entered)
@@ -62,7 +61,7 @@ bool CheckoutModel::identify(const QString& entered, Means means)
 {
     const QString text = entered.trimmed();
     if (text.isEmpty()) {
-        say(Notice::Kind::Bad, u"Введите номер карты или телефон"_s);
+        say(Notice::Kind::Bad, tr::shown(u"windowTypeCustomer"_s, u"Введите номер карты или телефон"_s));
         return false;
     }
     if (state() == State::Idle)
@@ -74,14 +73,14 @@ bool CheckoutModel::identify(const QString& entered, Means means)
     if (!found)
         return false;
     if (found->card.isEmpty()) { // the list was closed
-        say(Notice::Kind::Plain, u"Карта не выбрана"_s);
+        say(Notice::Kind::Plain, tr::shown(u"windowNoCardChosen"_s, u"Карта не выбрана"_s));
         Q_EMIT changed();
         return false;
     }
     learn();
     m_serviceLimit.reset();
     m_code.forget();
-    say(Notice::Kind::Good, u"Покупатель найден"_s);
+    say(Notice::Kind::Good, tr::shown(u"windowCustomerFound"_s, u"Покупатель найден"_s));
     Q_EMIT changed();
     if (!receipt()->getGoodsItems().isEmpty())
         askLimit();
@@ -93,7 +92,7 @@ void CheckoutModel::refresh()
     if (!done([&] { return checkout().refreshCard(); }))
         return;
     learn();
-    say(Notice::Kind::Good, u"Баланс обновлён"_s);
+    say(Notice::Kind::Good, tr::shown(u"windowBalanceFresh"_s, u"Баланс обновлён"_s));
     Q_EMIT changed();
 }
 
@@ -155,7 +154,7 @@ std::optional<Limit> CheckoutModel::limit() const
     const double balance = card->getBonusBalance().toDouble();
     if (utils::toHundredths(balance) == 0)
         return Limit{0, tr::shown(u"windowLimitNoPoints"_s, u"На карте нет баллов"_s)};
-    const double sum = inPoints(receipt()->getSum());
+    const double sum = pointsFor(hostObject<Config>(), receipt()->getSum());
     const double most = std::min({*m_serviceLimit, balance, sum});
     const QString reason = most == balance ? tr::shown(u"windowLimitBalance"_s, u"Больше нет на карте"_s)
                            : most == sum
@@ -176,7 +175,8 @@ std::optional<Expectation> CheckoutModel::expectation(double wanted) const
                          .isRounded = worthOf(hostObject<Config>(), 1) < 1};
     const auto earned = earnedBy(*receipt());
     if (isSpent && earned) // the service tells it for the reduced receipt when points are spent
-        expected.earned = utils::roundToHundredths(inPoints(static_cast<double>(*earned) / 100));
+        expected.earned =
+            utils::roundToHundredths(pointsFor(hostObject<Config>(), static_cast<double>(*earned) / 100));
     return expected;
 }
 
@@ -185,7 +185,7 @@ bool CheckoutModel::spend(double points)
     if (const auto unknown = checkout().unknownSpending())
         points = unknown->points;
     else if (!(points > 0)) {
-        say(Notice::Kind::Bad, u"Введите, сколько баллов списать"_s);
+        say(Notice::Kind::Bad, tr::shown(u"windowTypePoints"_s, u"Введите, сколько баллов списать"_s));
         return false;
     } else {
         const auto most = requireLimit();
@@ -193,15 +193,16 @@ bool CheckoutModel::spend(double points)
             return false; // the service did not say; why is on the screen
         const auto wanted = utils::toHundredths(points);
         if (!wanted || wanted > utils::toHundredths(most->points)) {
-            say(Notice::Kind::Bad,
-                u"Можно списать не больше %1. %2"_s.arg(screen::amount(most->points), most->reason));
+            say(Notice::Kind::Bad, tr::shown(u"windowSpendAtMost"_s, u"Можно списать не больше %1. %2"_s)
+                                       .arg(screen::amount(most->points), most->reason));
             return false;
         }
     }
     const auto spending = done([&] { return spendWithCodes(points); });
     if (!spending)
         return false;
-    say(Notice::Kind::Good, u"Списано баллов: %1"_s.arg(screen::amount(spending->points.value_or(0))));
+    say(Notice::Kind::Good, tr::shown(u"windowSpent"_s, u"Списано баллов: %1"_s)
+                                .arg(screen::amount(spending->points.value_or(0))));
     Q_EMIT changed();
     return true;
 }

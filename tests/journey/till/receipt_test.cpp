@@ -66,6 +66,16 @@ TEST(TillReceipt, TheCashierSeesTheDiscountOfPointsAndWhatIsLeftToPay)
                                                  "     Начислено баллов: 35,10\n"));
 }
 
+TEST(TillReceipt, WhatWasEarnedIsToldInPointsWhateverTheyAreWorth)
+{
+    const Ran ran = runSteps(largeSale + card + pay(), {}, {{u"KYRLoyalty:bonusRatio"_s, u"10:1"_s}});
+    EXPECT_EQ(ran.status, 0);
+    // 5 % of 780.00, and ten points for each unit of money; the plug-in tells it in money.
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr("     Начислено баллов: около 390,00\n"));
+    const QJsonObject line = lastStep(largeSale + card + pay(), {{u"KYRLoyalty:bonusRatio"_s, u"10:1"_s}});
+    EXPECT_EQ(line.value(u"value"_s).toDouble(), 390);
+}
+
 TEST(TillReceipt, MorePointsThanTheCardHasAreCutToItsBalance)
 {
     const QJsonObject line = lastStep(largeSale + card + spendPoints(5000));

@@ -14,20 +14,20 @@ constexpr int longestAnswer = 120;
 } // namespace
 
 InputDialog::InputDialog(const TextInputRequest& request, QWidget* parent, const QString& start)
-    : Question(request.title.ru(), parent)
+    : Question(request.title.shown(), parent)
     , m_request(request)
-    , m_words(label(request.message.ru()))
+    , m_words(label(request.message.shown()))
     , m_field(new QLineEdit(start))
     , m_answers(new QHBoxLayout)
-    , m_ok(button(request.okCaption.ru(), u"Enter"_s, u"primary"_s))
+    , m_ok(button(request.okCaption.shown(), u"Enter"_s, u"primary"_s))
 {
     setObjectName(request.formName);
     if (!request.scanErrorText.isEmpty())
-        setScanRefusal(request.scanErrorText.ru());
+        setScanRefusal(request.scanErrorText.shown());
     m_words->setWordWrap(true);
     m_words->setBuddy(m_field);
     column().addWidget(m_words);
-    m_field->setAccessibleName(request.message.ru());
+    m_field->setAccessibleName(request.message.shown());
     m_field->setEchoMode(request.hidden ? QLineEdit::Password : QLineEdit::Normal);
     m_field->setReadOnly(!request.keyboardAllowed && !request.scannerAllowed);
     m_field->setMinimumWidth(360);
@@ -41,7 +41,7 @@ InputDialog::InputDialog(const TextInputRequest& request, QWidget* parent, const
     if (request.inputKind == TextInputRequest::Digits && request.keyboardAllowed)
         column().addWidget(new Keypad(*m_field, isAmount ? QChar(u',') : QChar())); // a code has no comma
     if (request.cancelAllowed) {
-        auto* cancel = button(request.cancelCaption.ru(), u"Esc"_s, u"second"_s);
+        auto* cancel = button(request.cancelCaption.shown(), u"Esc"_s, u"second"_s);
         connect(cancel, &QPushButton::clicked, this, &InputDialog::reject);
         m_answers->addWidget(cancel);
     }

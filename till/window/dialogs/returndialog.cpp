@@ -7,6 +7,7 @@
 #include "till/checkout/returnparts.h"
 #include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
+#include "till/setup/settings.h"
 #include "till/window/keypad.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
@@ -71,36 +72,39 @@ QList<ClosedSale> olderSale(const QString& number)
 QString pointsPreview(const AbstractDocument& sale, const AbstractDocument& giveBack)
 {
     if (!sale.getCardRecord(KyrLoyaltySystem))
-        return u"К возврату %1. Карты в чеке не было: баллы не меняются"_s.arg(money(giveBack.getSum()));
+        return tr::shown(u"windowReturnNoCard"_s, u"К возврату %1. Карты в чеке не было: баллы не меняются"_s)
+            .arg(money(giveBack.getSum()));
     const double restored = static_cast<double>(bonusDiscountOf(giveBack).value_or(0)) / 100;
-    const double earned = sale.getCardRecord(KyrLoyaltySystem)->getPointsForEarn().toDouble();
+    const double earned =
+        pointsFor(hostObject<Config>(), sale.getCardRecord(KyrLoyaltySystem)->getPointsForEarn().toDouble());
     const double whole = sale.getSum();
     const double withdrawn = whole > 0 ? earned * giveBack.getSum() / whole : 0;
-    return u"К возврату %1. Вернётся скидка баллами: %2. Снимется начисленных баллов: около %3"_s.arg(
-        money(giveBack.getSum()), money(restored), screen::amount(withdrawn));
+    return tr::shown(u"windowReturnPreview"_s,
+                     u"К возврату %1. Вернётся скидка баллами: %2. Снимется начисленных баллов: около %3"_s)
+        .arg(money(giveBack.getSum()), money(restored), screen::amount(withdrawn));
 }
 
 ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
-    : Question(u"Возврат: выберите чек и товары"_s, parent)
+    : Question(tr::shown(u"windowReturnTitle"_s, u"Возврат: выберите чек и товары"_s), parent)
     , m_model(model)
     , m_number(new QLineEdit)
     , m_list(new QListWidget)
     , m_table(new QTableWidget)
     , m_preview(label({}))
-    , m_less(button(u"Меньше"_s, u"−"_s))
-    , m_more(button(u"Больше"_s, u"+"_s))
-    , m_all(button(u"Вернуть всё"_s, u"F4"_s))
-    , m_open(button(u"Открыть возврат"_s, u"F9"_s, u"primary"_s))
+    , m_less(button(tr::shown(u"windowLess"_s, u"Меньше"_s), u"−"_s))
+    , m_more(button(tr::shown(u"windowMore"_s, u"Больше"_s), u"+"_s))
+    , m_all(button(tr::shown(u"windowReturnAll"_s, u"Вернуть всё"_s), u"F4"_s))
+    , m_open(button(tr::shown(u"windowOpenReturn"_s, u"Открыть возврат"_s), u"F9"_s, u"primary"_s))
 {
     setObjectName(u"return"_s);
-    setWindowTitle(u"Возврат"_s);
+    setWindowTitle(tr::shown(u"windowReturn"_s, u"Возврат"_s));
     setFixedSize(parent ? parent->size() - QSize(40, 40) : QSize(984, 728));
     auto* middle = new QHBoxLayout;
     middle->setSpacing(12);
-    m_list->setAccessibleName(u"Закрытые чеки"_s);
+    m_list->setAccessibleName(tr::shown(u"windowClosedReceipts"_s, u"Закрытые чеки"_s));
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_number->setPlaceholderText(u"Номер чека F2"_s);
-    m_number->setAccessibleName(u"Номер чека"_s);
+    m_number->setPlaceholderText(tr::shown(u"windowReceiptNumberHint"_s, u"Номер чека F2"_s));
+    m_number->setAccessibleName(tr::shown(u"windowReceiptNumber"_s, u"Номер чека"_s));
     m_number->setObjectName(u"number"_s);
     limitLength(*m_number, 60, [this](const QString& text) { refuse(text); });
     auto* receipts = new QVBoxLayout;
@@ -108,8 +112,11 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     receipts->addWidget(m_number);
     receipts->addWidget(m_list, 1);
     middle->addLayout(receipts, 2);
-    showGoods(*m_table, {u"Товар"_s, u"Продано"_s, u"Осталось"_s, u"Вернуть"_s});
-    m_table->setAccessibleName(u"Товары чека"_s);
+    showGoods(*m_table,
+              {tr::shown(u"windowColumnGoods"_s, u"Товар"_s), tr::shown(u"windowColumnSold"_s, u"Продано"_s),
+               tr::shown(u"windowColumnLeft"_s, u"Осталось"_s),
+               tr::shown(u"windowGiveBack"_s, u"Вернуть"_s)});
+    m_table->setAccessibleName(tr::shown(u"windowReceiptGoods"_s, u"Товары чека"_s));
     auto* goods = new QVBoxLayout;
     goods->setSpacing(8);
     goods->addWidget(m_table, 1);
@@ -124,7 +131,7 @@ ReturnDialog::ReturnDialog(CheckoutModel& model, QWidget* parent)
     m_preview->setMinimumHeight(scaled(46));
     column().addWidget(m_preview);
     auto* buttons = new QHBoxLayout;
-    auto* close = button(u"Закрыть"_s, u"Esc"_s, u"second"_s);
+    auto* close = button(tr::shown(u"windowClose"_s, u"Закрыть"_s), u"Esc"_s, u"second"_s);
     buttons->addWidget(close);
     buttons->addWidget(m_open, 1);
     column().addLayout(buttons);
@@ -163,7 +170,7 @@ void ReturnDialog::readSales()
     try {
         m_newest = hostObject<DocumentsDao>().newestSales(shownSales);
     } catch (const BasicException& failure) {
-        m_failure = failure.tr().ru();
+        m_failure = failure.tr().shown();
     }
 }
 
@@ -181,13 +188,14 @@ void ReturnDialog::fillSales()
     const QSignalBlocker quiet(m_list);
     m_list->clear();
     for (const ClosedSale& sale : m_sales)
-        m_list->addItem(utils::printableLines(sale.document ? saleLine(*sale.document)
-                                                            : sale.identifier + u"\nповреждён"_s));
+        m_list->addItem(utils::printableLines(
+            sale.document ? saleLine(*sale.document)
+                          : sale.identifier + tr::shown(u"windowRowSaleDamaged"_s, u"\nповреждён"_s)));
     m_list->setEnabled(!m_sales.isEmpty());
     if (m_sales.isEmpty()) {
-        m_list->addItem(!m_failure.isEmpty() ? u"Чеки не прочитаны"_s
-                        : m_newest.isEmpty() ? u"Закрытых чеков нет"_s
-                                             : u"Такого чека нет"_s);
+        m_list->addItem(!m_failure.isEmpty() ? tr::shown(u"windowReceiptsUnread"_s, u"Чеки не прочитаны"_s)
+                        : m_newest.isEmpty() ? tr::shown(u"windowNoClosedReceipts"_s, u"Закрытых чеков нет"_s)
+                                             : tr::shown(u"windowNoSuchReceipt"_s, u"Такого чека нет"_s));
         m_table->setRowCount(0);
         preview();
     } else {
@@ -204,11 +212,13 @@ void ReturnDialog::showSale()
     auto items = chosen ? chosen->getGoodsItems() : QList<QSharedPointer<GoodsItem>>();
     m_failure.clear();
     if (!chosen && !sale().isEmpty())
-        m_failure = u"Чек %1 повреждён: вернуть по нему нельзя. Сообщите администратору"_s.arg(sale());
+        m_failure = tr::shown(u"windowSaleDamaged"_s,
+                              u"Чек %1 повреждён: вернуть по нему нельзя. Сообщите администратору"_s)
+                        .arg(sale());
     try {
         m_left = leftOf(sale(), items);
     } catch (const BasicException& failure) {
-        m_failure = failure.tr().ru();
+        m_failure = failure.tr().shown();
     }
     if (!m_failure.isEmpty())
         items.clear(); // how much is left of them is not known, so none may come back
@@ -271,9 +281,11 @@ void ReturnDialog::preview()
     if (!m_failure.isEmpty())
         return m_preview->setText(m_failure);
     if (!chosen || wanted.isEmpty())
-        return m_preview->setText(chosen ? u"Отметьте, что возвращает покупатель"_s
-                                  : m_newest.isEmpty() ? u"Возвращать нечего: ни один чек ещё не оплачен"_s
-                                                       : u"Чека с таким номером нет"_s);
+        return m_preview->setText(
+            chosen ? tr::shown(u"windowMarkGoods"_s, u"Отметьте, что возвращает покупатель"_s)
+            : m_newest.isEmpty()
+                ? tr::shown(u"windowReturnNothing"_s, u"Возвращать нечего: ни один чек ещё не оплачен"_s)
+                : tr::shown(u"windowNoReceiptOfNumber"_s, u"Чека с таким номером нет"_s));
     const Draft draft = m_model.checkout().returnOf(sale() + u"-B"_s, sale(), wanted);
     m_preview->setText(draft.ok ? pointsPreview(*chosen, *draft.receipt) : draft.error);
     m_open->setEnabled(draft.ok);

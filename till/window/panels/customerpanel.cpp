@@ -1,6 +1,7 @@
 #include "till/window/panels/customerpanel.h"
 
 #include "host/utils/masking.h"
+#include "host/utils/tr.h"
 #include "till/checkout/screen.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
@@ -19,9 +20,9 @@ QString statusOf(const DocumentCardRecord& card)
 {
     switch (card.getCardStatus()) {
     case ECard::RegistrationIncomplete:
-        return u", регистрация не завершена"_s;
+        return tr::shown(u"windowUnregisteredMark"_s, u", регистрация не завершена"_s);
     case ECard::Blocked:
-        return u", заблокирована"_s;
+        return tr::shown(u"windowBlockedMark"_s, u", заблокирована"_s);
     case ECard::Active:
         break;
     }
@@ -36,7 +37,7 @@ CustomerPanel::CustomerPanel(CheckoutModel& model)
     , m_name(label({}, u"name"_s))
     , m_card(label({}, u"small"_s))
     , m_balance(label({}, u"name"_s))
-    , m_again(button(u"Обновить"_s, {}, u"small"_s))
+    , m_again(button(tr::shown(u"windowRefresh"_s, u"Обновить"_s), {}, u"small"_s))
     , m_points(new QLineEdit)
     , m_all(button(tr::shown(u"windowSpendAll"_s, u"Все"_s), u"⇧F7"_s, u"small"_s))
     , m_spend(button(tr::shown(u"windowSpend"_s, u"Списать"_s), {}, u"small"_s))
@@ -64,9 +65,9 @@ QWidget* CustomerPanel::search()
     auto* layout = new QVBoxLayout(area);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);
-    m_entry->setPlaceholderText(u"Покупатель F3"_s);
-    m_entry->setAccessibleName(u"Карта или телефон покупателя"_s);
-    m_entry->setAccessibleDescription(u"Клавиша F3; Enter ищет покупателя"_s);
+    m_entry->setPlaceholderText(tr::shown(u"windowCustomerKey"_s, u"Покупатель F3"_s));
+    m_entry->setAccessibleName(tr::shown(u"windowCustomerName"_s, u"Карта или телефон покупателя"_s));
+    m_entry->setAccessibleDescription(tr::shown(u"windowKeyF3"_s, u"Клавиша F3; Enter ищет покупателя"_s));
     m_entry->setObjectName(u"customer"_s);
     const auto refuse = [this](const QString& text) { m_model.say(Notice::Kind::Bad, text); };
     limitLength(*m_entry, 40, refuse);
@@ -80,8 +81,8 @@ QWidget* CustomerPanel::search()
         row->addWidget(made);
         m_finders.append(made);
     };
-    add(u"Карта"_s, CheckoutModel::Means::Card);
-    add(u"Тел."_s, CheckoutModel::Means::Phone);
+    add(tr::shown(u"windowCard"_s, u"Карта"_s), CheckoutModel::Means::Card);
+    add(tr::shown(u"windowPhone"_s, u"Тел."_s), CheckoutModel::Means::Phone);
     layout->addLayout(row);
     connect(m_entry, &QLineEdit::returnPressed, this, [this] { find(CheckoutModel::Means::Guess); });
     connect(m_entry, &QLineEdit::textChanged, this, [this] { showCustomer(); });
@@ -102,7 +103,7 @@ QWidget* CustomerPanel::customer()
     m_balance->setWordWrap(true);
     row->addWidget(m_balance, 1);
     row->addWidget(m_again);
-    m_again->setAccessibleName(u"Обновить баланс"_s);
+    m_again->setAccessibleName(tr::shown(u"windowRefreshBalance"_s, u"Обновить баланс"_s));
     connect(m_again, &QPushButton::clicked, this, [this] {
         m_model.refresh();
         if (m_model.state() == State::Sale)
@@ -125,8 +126,8 @@ QWidget* CustomerPanel::points()
     auto* row = new QHBoxLayout;
     row->setSpacing(8);
     m_points->setPlaceholderText(tr::shown(u"windowPointsField"_s, u"Баллы F7"_s));
-    m_points->setAccessibleName(u"Сколько баллов списать"_s);
-    m_points->setAccessibleDescription(u"Клавиша F7; Enter списывает"_s);
+    m_points->setAccessibleName(tr::shown(u"windowPointsName"_s, u"Сколько баллов списать"_s));
+    m_points->setAccessibleDescription(tr::shown(u"windowKeyF7"_s, u"Клавиша F7; Enter списывает"_s));
     m_points->setObjectName(u"points"_s);
     m_points->setAlignment(Qt::AlignRight);
     m_points->installEventFilter(this);
@@ -228,9 +229,10 @@ QString CustomerPanel::searchHint() const
 {
     const QString text = m_entry->text().trimmed();
     if (text.isEmpty())
-        return u"Чек можно оплатить и без карты"_s;
-    return CheckoutModel::meansOf(text) == CheckoutModel::Means::Phone ? u"Enter: поиск по телефону"_s
-                                                                       : u"Enter: поиск по карте"_s;
+        return tr::shown(u"windowNoCardNeeded"_s, u"Чек можно оплатить и без карты"_s);
+    return CheckoutModel::meansOf(text) == CheckoutModel::Means::Phone
+               ? tr::shown(u"windowEnterPhone"_s, u"Enter: поиск по телефону"_s)
+               : tr::shown(u"windowEnterCard"_s, u"Enter: поиск по карте"_s);
 }
 
 void CustomerPanel::showCustomer()
@@ -238,26 +240,29 @@ void CustomerPanel::showCustomer()
     const auto card = m_model.checkout().card();
     m_again->setEnabled(card && !m_model.isReturn() && m_model.state() != State::SpendingUnknown);
     if (!card) {
-        m_name->setText(u"Покупатель не указан"_s);
+        m_name->setText(tr::shown(u"windowNoCustomer"_s, u"Покупатель не указан"_s));
         m_card->setText(searchHint());
-        m_balance->setText(u"Баланс: —"_s);
+        m_balance->setText(tr::shown(u"windowNoBalance"_s, u"Баланс: —"_s));
         return;
     }
     const auto client = card->getCard()->getClient();
-    m_name->setText(client && !client->getName().isEmpty() ? shortened(client->getName(), 100)
-                                                           : u"Имя не указано"_s);
-    m_card->setText(u"Карта "_s + utils::maskWhole(card->getNumber().toString()) + statusOf(*card));
+    m_name->setText(client && !client->getName().isEmpty()
+                        ? shortened(client->getName(), 100)
+                        : tr::shown(u"windowNameless"_s, u"Имя не указано"_s));
+    m_card->setText(tr::shown(u"windowCardNumber"_s, u"Карта "_s) +
+                    utils::maskWhole(card->getNumber().toString()) + statusOf(*card));
     const QVariant balance = card->getBonusBalance();
     const auto expected = m_model.expectation();
     if (!balance.isValid())
-        m_balance->setText(u"Баланс: —"_s);
+        m_balance->setText(tr::shown(u"windowNoBalance"_s, u"Баланс: —"_s));
     else if (m_model.balanceTime().isValid())
-        m_balance->setText(u"Баланс: "_s + screen::amount(balance.toDouble()));
+        m_balance->setText(tr::shown(u"windowBalance"_s, u"Баланс: "_s) + screen::amount(balance.toDouble()));
     else if (expected)
         m_balance->setText(tr::shown(u"windowBalanceLeft"_s, u"Осталось: %1"_s)
                                .arg(screen::amount(expected->balance - expected->spent)));
     else
-        m_balance->setText(u"Было: "_s + screen::amount(balance.toDouble()));
+        m_balance->setText(tr::shown(u"windowBalanceWas"_s, u"Было: "_s) +
+                           screen::amount(balance.toDouble()));
 }
 
 /// What the balance will be, each part of it said; what nobody knows yet is named and not made up.
@@ -296,21 +301,24 @@ void CustomerPanel::showPoints()
     const auto unknown = m_model.checkout().unknownSpending();
     if (unknown) {
         m_points->clear();
-        m_limit->setText(u"Списание %1: исход неизвестен"_s.arg(screen::amount(unknown->points)));
-        m_reason->setText(u"Запрос ушёл в "_s + unknown->since.toString(u"HH:mm:ss"_s));
+        m_limit->setText(tr::shown(u"windowSpendingOpen"_s, u"Списание %1: исход неизвестен"_s)
+                             .arg(screen::amount(unknown->points)));
+        m_reason->setText(tr::shown(u"windowAskedAt"_s, u"Запрос ушёл в "_s) +
+                          unknown->since.toString(u"HH:mm:ss"_s));
     } else if (spent) {
-        m_limit->setText(u"Скидка баллами: "_s + money(m_model.spentPoints()));
-        m_reason->setText(u"Баллы списаны: чек не меняется"_s);
+        m_limit->setText(tr::shown(u"windowPointsDiscount"_s, u"Скидка баллами: "_s) +
+                         money(m_model.spentPoints()));
+        m_reason->setText(tr::shown(u"windowLocked"_s, u"Баллы списаны: чек не меняется"_s));
     } else if (!card) {
-        m_limit->setText(u"Списание баллов"_s);
-        m_reason->setText(u"Сначала найдите покупателя"_s);
+        m_limit->setText(tr::shown(u"windowSpending"_s, u"Списание баллов"_s));
+        m_reason->setText(tr::shown(u"windowCustomerFirst"_s, u"Сначала найдите покупателя"_s));
     } else if (!limit) {
-        m_limit->setText(u"Можно списать: ещё не известно"_s);
+        m_limit->setText(tr::shown(u"windowLimitUnknown"_s, u"Можно списать: ещё не известно"_s));
         m_reason->setText(m_model.receipt()->getGoodsItems().isEmpty()
-                              ? u"Сначала добавьте товары"_s
-                              : u"Предел узнаем у службы при списании"_s);
+                              ? tr::shown(u"windowGoodsFirst"_s, u"Сначала добавьте товары"_s)
+                              : tr::shown(u"windowLimitLater"_s, u"Предел узнаем у службы при списании"_s));
     } else {
-        m_limit->setText(u"Можно списать: "_s + screen::amount(limit->points));
+        m_limit->setText(tr::shown(u"windowLimit"_s, u"Можно списать: "_s) + screen::amount(limit->points));
         m_reason->setText(limit->reason);
     }
 }

@@ -1,5 +1,6 @@
 #include "till/window/panels/totalspanel.h"
 
+#include "host/utils/tr.h"
 #include "till/checkout/screen.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
@@ -16,10 +17,11 @@ namespace {
 QString nextText(const CheckoutModel& model)
 {
     if (model.state() == State::Idle)
-        return u"Новый чек"_s;
+        return tr::shown(u"windowNew"_s, u"Новый чек"_s);
     if (model.state() == State::SpendingUnknown)
-        return u"Повторить списание"_s;
-    return model.isReturn() ? u"Вернуть деньги"_s : u"Оплатить"_s;
+        return tr::shown(u"windowSpendAgain"_s, u"Повторить списание"_s);
+    return model.isReturn() ? tr::shown(u"windowGiveMoney"_s, u"Вернуть деньги"_s)
+                            : tr::shown(u"windowPay"_s, u"Оплатить"_s);
 }
 
 } // namespace
@@ -36,11 +38,11 @@ Label* TotalsPanel::addRow(QGridLayout& grid, int row, const QString& text)
 
 TotalsPanel::TotalsPanel(CheckoutModel& model, const Actions& actions)
     : m_model(model)
-    , m_totalName(label(u"К оплате"_s, u"name"_s))
+    , m_totalName(label(tr::shown(u"windowToPay"_s, u"К оплате"_s), u"name"_s))
     , m_total(label({}, u"total"_s))
     , m_next(button({}, {}, u"primary"_s))
-    , m_abandon(button(u"Отменить чек"_s, u"F8"_s, u"danger"_s))
-    , m_return(button(u"Возврат"_s, u"F10"_s))
+    , m_abandon(button(tr::shown(u"windowAbandon"_s, u"Отменить чек"_s), u"F8"_s, u"danger"_s))
+    , m_return(button(tr::shown(u"windowReturn"_s, u"Возврат"_s), u"F10"_s))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -49,10 +51,10 @@ TotalsPanel::TotalsPanel(CheckoutModel& model, const Actions& actions)
     auto* grid = new QGridLayout(sums);
     grid->setContentsMargins(12, 8, 12, 8);
     grid->setVerticalSpacing(2);
-    m_whole = addRow(*grid, 0, u"Сумма"_s);
+    m_whole = addRow(*grid, 0, tr::shown(u"windowSum"_s, u"Сумма"_s));
     m_wholeName = static_cast<Label*>(grid->itemAtPosition(0, 0)->widget());
-    m_discount = addRow(*grid, 1, u"Скидки"_s);
-    m_points = addRow(*grid, 2, u"Баллами"_s);
+    m_discount = addRow(*grid, 1, tr::shown(u"windowDiscounts"_s, u"Скидки"_s));
+    m_points = addRow(*grid, 2, tr::shown(u"windowByPoints"_s, u"Баллами"_s));
     for (QWidget* part : {grid->itemAtPosition(1, 0)->widget(), grid->itemAtPosition(1, 1)->widget()})
         part->setHidden(isCompact()); // the positions tell it
     m_total->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -72,10 +74,11 @@ TotalsPanel::TotalsPanel(CheckoutModel& model, const Actions& actions)
     const auto say = [this](const QString& why) { m_model.say(Notice::Kind::Bad, why); };
     bind(this, Qt::Key_F9, m_next, [this, say] {
         const QString obstacle = m_model.checkout().obstacleTo(Action::Pay);
-        say(obstacle.isEmpty() ? u"Сначала добавьте товары"_s : obstacle);
+        say(obstacle.isEmpty() ? tr::shown(u"windowGoodsFirst"_s, u"Сначала добавьте товары"_s) : obstacle);
     });
     bind(this, Qt::Key_F8, m_abandon, [this, say] { say(m_model.checkout().obstacleTo(Action::RollBack)); });
-    bind(this, Qt::Key_F10, m_return, [say] { say(u"Сначала закончите этот чек"_s); });
+    bind(this, Qt::Key_F10, m_return,
+         [say] { say(tr::shown(u"windowFinishFirst"_s, u"Сначала закончите этот чек"_s)); });
 }
 
 void TotalsPanel::refresh()
@@ -92,13 +95,15 @@ void TotalsPanel::showSums()
     const double discount = receipt ? receipt->getDiscountSum() - bonus : 0;
     const auto minus = [](double value) { return value > 0.004 ? u"−"_s + money(value) : money(0); };
     const qsizetype positions = receipt ? receipt->getGoodsItems().size() : 0;
-    m_wholeName->setText(positions > 0 ? u"Сумма, %1 поз."_s.arg(positions) : u"Сумма"_s);
+    m_wholeName->setText(positions > 0 ? tr::shown(u"windowSumOf"_s, u"Сумма, %1 поз."_s).arg(positions)
+                                       : tr::shown(u"windowSum"_s, u"Сумма"_s));
     m_whole->setText(money(sum + bonus + discount));
     m_discount->setText(minus(discount));
     m_points->setText(minus(bonus));
     m_total->setText(money(sum));
     const bool isReturn = m_model.isReturn();
-    m_totalName->setText(isReturn ? u"К возврату"_s : u"К оплате"_s);
+    m_totalName->setText(isReturn ? tr::shown(u"windowToReturn"_s, u"К возврату"_s)
+                                  : tr::shown(u"windowToPay"_s, u"К оплате"_s));
     m_total->setAccessibleName(m_totalName->text());
 }
 
@@ -108,7 +113,10 @@ void TotalsPanel::showActions()
     const bool hasGoods = receipt && !receipt->getGoodsItems().isEmpty();
     setText(*m_next, nextText(m_model), u"F9"_s);
     m_next->setEnabled(!receipt || (hasGoods && m_model.state() != State::Abandoned));
-    setText(*m_abandon, m_model.isReturn() ? u"Не возвращать"_s : u"Отменить чек"_s, u"F8"_s);
+    setText(*m_abandon,
+            m_model.isReturn() ? tr::shown(u"windowKeepGoods"_s, u"Не возвращать"_s)
+                               : tr::shown(u"windowAbandon"_s, u"Отменить чек"_s),
+            u"F8"_s);
     m_abandon->setEnabled(m_model.can(Action::RollBack));
     m_return->setEnabled(!receipt || (m_model.state() == State::Sale && !hasGoods));
 }
