@@ -33,8 +33,9 @@ core::BasicDialog::Result Cashier::inputText(const TextInputRequest& request)
 
 Clock::Clock()
 {
-    constexpr int hour = 3600;
-    m_now = QDateTime::currentDateTime().addSecs(-hour - QRandomGenerator::global()->bounded(22 * hour));
+    constexpr int week = 7 * 86'400;
+    constexpr int run = 60; // is over before the present, whatever it plays
+    m_now = QDateTime::currentDateTime().addSecs(-run - QRandomGenerator::global()->bounded(week));
     MockFactory<CurrentTime>::mocked = [this] { return QSharedPointer<StandingTime>::create(m_now); };
 }
 

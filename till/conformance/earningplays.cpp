@@ -50,8 +50,9 @@ void playEarning(Tester& tester)
     };
     tester.judge(u"earn-again"_s, [&] {
         requirePaid();
-        const double now = tester.balance();
         const auto first = tester.lastEver(u"payment-b2c"_s);
+        requireFirst(first);
+        const double now = tester.balance();
         requireSameAnswer(*first, tester.repeat(*first));
         tester.requireBalance(now);
     });
@@ -61,10 +62,9 @@ void playEarning(Tester& tester)
     });
     tester.judge(u"refuse-again"_s, [&] {
         requirePaid();
-        const double now = tester.balance();
         const auto first = tester.lastEver(u"refuse-payment"_s);
-        if (!first)
-            throw NotJudged(u"nothing was taken back"_s);
+        requireFirst(first);
+        const double now = tester.balance();
         requireAccepted(tester.repeat(*first));
         tester.requireBalance(now);
     });
@@ -75,8 +75,7 @@ void playEarning(Tester& tester)
     });
     tester.judge(u"refuse-unknown"_s, [&] {
         const auto first = tester.lastEver(u"refuse-payment"_s);
-        if (!first)
-            throw NotJudged(u"nothing was taken back"_s);
+        requireFirst(first);
         const QString number = sentIn(*first).value(u"receipt_number"_s).toString();
         requireRefused(tester.repeatWith(*first, {{u"receipt_to_refuse"_s, number + u"-nobodys"_s},
                                                   {u"receipt_number"_s, number + u"-refused"_s}}));
@@ -103,11 +102,10 @@ void playAnonymous(Tester& tester)
         requireAccepted(tester.last(operation));
     });
     tester.judge(u"anonymous-again"_s, [&] {
-        const auto back = tester.lastEver(operation);
-        if (!sale || !back)
-            throw NotJudged(u"no receipt was told of"_s);
-        for (const RestExchange& first : {*sale, *back})
-            requireAccepted(tester.repeat(first));
+        for (const auto& first : {sale, tester.lastEver(operation)}) {
+            requireFirst(first);
+            requireAccepted(tester.repeat(*first));
+        }
     });
     tester.giveBack();
 }

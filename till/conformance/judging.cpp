@@ -36,6 +36,12 @@ void require(bool holds, const QString& otherwise)
         throw Difference(otherwise);
 }
 
+void requireFirst(const std::optional<RestExchange>& exchange)
+{
+    if (!exchange || network::outcomeOf(exchange->errorCode) != ExchangeOutcome::Accepted)
+        throw NotJudged(u"there was no first answer"_s);
+}
+
 void requireSameAnswer(const RestExchange& first, const RestExchange& second)
 {
     requireAccepted(second);
@@ -88,6 +94,16 @@ bool holds(const QJsonValue& value, const QString& text)
 }
 
 } // namespace
+
+bool hasWords(const RestExchange& exchange)
+{
+    const QJsonValue errors = QJsonDocument::fromJson(exchange.answerBody).object().value(u"data"_s);
+    const QJsonArray list = errors.toArray(); // empty when it is none
+    return std::any_of(list.begin(), list.end(), [](const QJsonValue& error) {
+        const QJsonValue message = error[u"message"_s];
+        return !message.toString().isEmpty() || !message.toObject().isEmpty();
+    });
+}
 
 bool says(const RestExchange& exchange, const QString& text)
 {

@@ -6,6 +6,7 @@
 #include <QJsonObject>
 #include <QJsonValue>
 
+#include <optional>
 #include <stdexcept>
 
 namespace till::conformance {
@@ -38,6 +39,8 @@ void requireRefused(const RestExchange& exchange);
 void require(const Result& result);
 /// Otherwise that is what differs.
 void require(bool holds, const QString& otherwise);
+/// Throws NotJudged unless the exchange, which is to be repeated, was accepted.
+void requireFirst(const std::optional<RestExchange>& exchange);
 /// The second is the answer of the first.
 void requireSameAnswer(const RestExchange& first, const RestExchange& second);
 /// The value that stands there is a number, not negative and no text; `what` names it.
@@ -49,6 +52,8 @@ QJsonObject dataOf(const RestExchange& exchange);
 QJsonObject sentIn(const RestExchange& exchange);
 /// The balance that a customer's answer tells, as the plug-in reads it. Throws Difference.
 double balanceIn(const RestExchange& exchange);
+/// Whether there is a message in the answer's list of errors.
+bool hasWords(const RestExchange& exchange);
 /// Whether the answer holds that text, wherever.
 bool says(const RestExchange& exchange, const QString& text);
 /// "user-info": the last part of its address.

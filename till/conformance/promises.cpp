@@ -85,7 +85,7 @@ const QList<Promise>& promises()
          u"Rollbacks and returns wait in the queue, and points are missing meanwhile."_s},
         {u"balance"_s, u"When all is taken back, the card has the points that it had."_s,
          u"Customers gain or lose points, a little with every receipt."_s},
-        {u"answers"_s, u"Every answer was whole, the service's own, and no failure of its."_s,
+        {u"answers"_s, u"Every answer was whole and the service's own, and every refusal had a message."_s,
          u"The cashier reads that the service could not be asked; what must not be lost is asked again."_s},
         {u"in-time"_s, u"Every answer came within the time given to it."_s,
          u"Cashier and queue of customers stand and wait."_s},

@@ -58,6 +58,7 @@ bool Tester::settleOnce()
 void Tester::giveBack()
 {
     constexpr int attempts = 6;
+    m_leftovers = m_lost;
     unsigned long pause = 100; // milliseconds; all of them outlast a service that starts anew
     for (int attempt = 0; attempt < attempts; ++attempt, pause *= 2) {
         if (settleOnce())
@@ -140,6 +141,8 @@ void Tester::judgeTheWhole()
     judge(u"answers"_s, [&played] {
         QStringList others;
         for (const RestExchange& exchange : played) {
+            if (exchange.errorCode >= 400 && exchange.errorCode < 500 && !hasWords(exchange))
+                others.append(u"%1: %2 without a message"_s.arg(operationOf(exchange), statusOf(exchange)));
             const ExchangeOutcome outcome = network::outcomeOf(exchange.errorCode);
             if (outcome == ExchangeOutcome::NoAnswer || outcome == ExchangeOutcome::NotTheService ||
                 outcome == ExchangeOutcome::NeverSent || outcome == ExchangeOutcome::Failing ||

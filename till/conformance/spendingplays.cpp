@@ -26,8 +26,9 @@ void spendAgain(Tester& tester, const QString& operation)
 {
     if (!tester.checkout().hasSpentPoints())
         throw NotJudged(u"nothing was spent"_s);
-    const double before = tester.balance();
     const auto first = tester.lastEver(operation);
+    requireFirst(first);
+    const double before = tester.balance();
     requireSameAnswer(*first, tester.repeat(*first));
     tester.requireBalance(before);
 }
@@ -72,10 +73,9 @@ void playSpending(Tester& tester)
         cancel(tester, *before);
     });
     tester.judge(u"cancel-again"_s, [&] {
-        const double now = tester.balance();
         const auto first = tester.lastEver(u"cancel-payment"_s);
-        if (!first)
-            throw NotJudged(u"nothing was cancelled"_s);
+        requireFirst(first);
+        const double now = tester.balance();
         requireAccepted(tester.repeat(*first));
         tester.requireBalance(now);
     });

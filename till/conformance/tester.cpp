@@ -33,6 +33,7 @@ Tester::~Tester() = default;
 
 void Tester::useCodes()
 {
+    m_lost = m_leftovers;
     m_till.reset(); // the host has one at a time
     m_terms.config.set(u"KYRLoyalty:smsVerification"_s, true);
     m_till = std::make_unique<Till>(m_terms.parts, m_terms.config, m_cashier);

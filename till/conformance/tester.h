@@ -94,7 +94,7 @@ public:
 
     /// Takes back what is not taken back yet, trying several times. What is left is in leftovers().
     void giveBack();
-    /// What giveBack() could not.
+    /// What giveBack() could not; nothing more is to be played then.
     [[nodiscard]] const QList<Leftover>& leftovers() const { return m_leftovers; }
     /// Judges what is true of all exchanges, and of the card at the end.
     void judgeTheWhole();
@@ -124,6 +124,7 @@ private:
     QList<ReturnLine> m_unsold; ///< what of it is still to come back
     std::optional<double> m_first;
     QList<Leftover> m_leftovers;
+    QList<Leftover> m_lost; ///< those of a till that is no more
     bool m_settledLate = false;
     bool m_heedsSignals = true;
 };
