@@ -41,8 +41,8 @@ void play(Tester& tester)
     if (!playCustomer(tester))
         return;
     playMalformed(tester);
-    for (const auto& one :
-         {playSpending, playRefusedSpendings, playOddSpending, playEarning, playAnonymous}) {
+    for (const auto& one : {playSpending, playRefusedSpendings, playLateSpending, playOddSpending,
+                            playEarning, playAnonymous}) {
         if (!tester.leftovers().isEmpty())
             return; // where something is not given back, no more is spent
         one(tester);

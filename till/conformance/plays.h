@@ -12,6 +12,7 @@ void playMalformed(Tester& tester);
 
 void playSpending(Tester& tester);
 void playRefusedSpendings(Tester& tester);
+void playLateSpending(Tester& tester);
 void playOddSpending(Tester& tester);
 /// At a till that asks for codes.
 void playCode(Tester& tester);

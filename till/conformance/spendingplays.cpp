@@ -11,12 +11,19 @@ namespace {
 
 const QString atOnce = u"force-payment-c2b"_s;
 
+/// The balance, of which so much can be spent.
+double balanceFor(Tester& tester, double wanted)
+{
+    const double balance = tester.balance();
+    if (balance < wanted)
+        throw NotJudged(u"the card has only %1 points"_s.arg(points(balance)));
+    return balance;
+}
+
 /// Spends on the open receipt; what is due is on it afterwards, and gone from the card.
 void spend(Tester& tester, double wanted)
 {
-    const double before = tester.balance();
-    if (before < wanted)
-        throw NotJudged(u"the card has only %1 points"_s.arg(points(before)));
+    const double before = balanceFor(tester, wanted);
     require(tester.checkout().spend(wanted));
     tester.requireBalance(before - wanted);
 }
@@ -96,13 +103,19 @@ void playRefusedSpendings(Tester& tester)
     };
     tester.judge(u"spend-too-much"_s, [&] { isRefused(tester.balance() + 1); });
     tester.judge(u"spend-negative"_s, [&] { isRefused(-1); });
+    tester.giveBack();
+}
+
+void playLateSpending(Tester& tester)
+{
+    if (!tester.openSaleWithCard(usualLines()))
+        return tester.giveBack();
     tester.judge(u"spend-late"_s, [&] {
-        if (!limits)
-            throw NotJudged(u"no limit was asked for"_s);
+        const RestExchange limits = limitsOf(tester);
         const double before = tester.balance();
         require(tester.checkout().rollBack());
         requireAccepted(tester.last(u"cancel-payment"_s));
-        static_cast<void>(spendRaw(tester, *limits, tester.terms().points));
+        static_cast<void>(spendRaw(tester, limits, tester.terms().points));
         tester.requireBalance(before);
     });
     tester.giveBack();
@@ -127,6 +140,7 @@ void playCode(Tester& tester)
         return tester.giveBack();
     const double wanted = tester.terms().points;
     tester.judge(u"code-asked"_s, [&] {
+        static_cast<void>(balanceFor(tester, wanted));
         tester.enter(u"0"_s); // a code of one digit is nobody's
         static_cast<void>(tester.checkout().spend(wanted));
         const RestExchange answer = tester.last(u"payment-c2b"_s);
