@@ -42,6 +42,7 @@ const std::map<std::string, std::set<std::string>> allowedInside{
     {"stand/service", {"stand/books", "stand/http"}},
     {"stand/faults", {"stand/http"}},
     {"stand/pages", {"stand/service", "stand/faults", "stand/books", "stand/http"}},
+    {"stand/replay", {"stand/http"}},
     {"stand/program", {"stand/service", "stand/faults", "stand/books"}},
 };
 const std::set<std::string> housesWithRooms{"host", "till", "stand"};
