@@ -180,6 +180,17 @@ TEST_F(TillConformance, TellsNoSecretAndNoWholeNumber)
         EXPECT_THAT(all.toStdString(), Not(HasSubstr(secret.toStdString())));
 }
 
+TEST(TillConformancePage, HasARowForEachPromise)
+{
+    QFile page(QStringLiteral(SCENARIOS "/../docs/conformance.md"));
+    ASSERT_TRUE(page.open(QIODevice::ReadOnly));
+    const std::string text = page.readAll().toStdString();
+    for (const auto& promise : till::conformance::promises())
+        EXPECT_THAT(text,
+                    HasSubstr(u"\n| `%1` | %2 | %3 |\n"_s.arg(promise.id, promise.sentence, promise.meaning)
+                                  .toStdString()));
+}
+
 TEST_F(TillConformance, IsMisusedWithoutCardOrServiceOrWithAFileThatCannotBeWritten)
 {
     const QString url = service.url();
