@@ -65,6 +65,9 @@ Report reportOf(Terms terms, const StopSignals& signals)
     } catch (const Interrupted&) {
         report.interrupted = true;
         tester.giveBack();
+    } catch (...) {
+        tester.giveBack();
+        throw;
     }
     tester.judgeTheWhole();
     report.rows = tester.rows();

@@ -51,8 +51,10 @@ void requireSameAnswer(const RestExchange& first, const RestExchange& second)
 
 double requireAmount(const QJsonValue& value, const QString& what)
 {
-    require(value.isDouble() && value.toDouble() >= 0, what + u" is no number from 0 on"_s);
-    return value.toDouble();
+    bool isNumber = false;
+    const double amount = value.isBool() ? 0 : value.toVariant().toDouble(&isNumber);
+    require(isNumber && amount >= 0, what + u" is no number from 0 on"_s);
+    return amount;
 }
 
 QJsonObject dataOf(const RestExchange& exchange)

@@ -43,7 +43,7 @@ void require(bool holds, const QString& otherwise);
 void requireFirst(const std::optional<RestExchange>& exchange);
 /// The second is the answer of the first.
 void requireSameAnswer(const RestExchange& first, const RestExchange& second);
-/// The value that stands there is a number, not negative and no text; `what` names it.
+/// The value that stands there is a number from 0 on, be it written as a text; `what` names it.
 double requireAmount(const QJsonValue& value, const QString& what);
 
 /// The object under "data" of the answer; empty when there is none.

@@ -57,6 +57,8 @@ bool Tester::settleOnce()
 
 void Tester::giveBack()
 {
+    if (!m_till)
+        return; // it could not be started anew; the one before left nothing
     constexpr int attempts = 6;
     m_leftovers = m_lost;
     unsigned long pause = 100; // milliseconds; all of them outlast a service that starts anew
