@@ -109,6 +109,22 @@ TEST_F(TillRecording, LeadsAnotherTillThroughTheSameReceipt)
     EXPECT_EQ(replay.differences(), "");
 }
 
+TEST_F(TillRecording, GivesEachReceiptItsOwnAnswers)
+{
+    service.arm({{u"operation"_s, u"force-payment-c2b"_s}, {u"fault"_s, u"drop"_s}});
+    const Steps begin = sale + card + spend.mayFail();
+    const Steps end =
+        rollback() + openSale("R-2", {tea(300)}) + card + spendPoints(290).mayFail() + rollback();
+    const Ran first = play(begin + spend + end, service.url(), file);
+    // The second cashier does not ask again.
+    Replay replay(file);
+    const Ran second = play(begin + end, replay.url(), files.path(u"again"_s));
+    EXPECT_EQ(errorOf(linesOf(first)[7]), "Сумма списания больше допустимой");
+    EXPECT_EQ(errorOf(linesOf(second)[6]), "Сумма списания больше допустимой");
+    EXPECT_THAT(replay.differences(), HasSubstr("not asked for: POST v2/partner/operation/force-payment-c2b, "
+                                                "receipt or number 1"));
+}
+
 TEST_F(TillRecording, BringsEachKindOfFailureBack)
 {
     for (const QString& fault : {u"reset"_s, u"hang"_s, u"large"_s, u"redirect"_s, u"html"_s, u"json"_s,
