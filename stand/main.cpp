@@ -2,6 +2,7 @@
 #include "stand/http/server.h"
 #include "stand/program/lifetime.h"
 #include "stand/program/options.h"
+#include "stand/replay/replay.h"
 #include "stand/stand.h"
 
 #include <QCoreApplication>
@@ -14,11 +15,31 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+void tell(const stand::Server& server)
+{
+    QTextStream(stdout) << "The stand listens on " << server.url().toString() << Qt::endl;
+}
+
+int replay(const stand::Options& options)
+{
+    stand::Replay recording(options.recording, options.replayFile);
+    const stand::Server server(options.address, options.port, [&recording](const stand::Request& request) {
+        return recording.react(request);
+    });
+    tell(server);
+    const int status = QCoreApplication::exec();
+    for (const auto& difference : recording.differences())
+        QTextStream(stderr) << "stand: " << difference << Qt::endl;
+    return status;
+}
+
 int run(const stand::Options& options)
 {
     stand::quitOnSignals(qApp);
     if (options.untilEof)
         stand::quitOnEndOfInput(qApp);
+    if (!options.replayFile.isEmpty())
+        return replay(options);
     if (options.clock.isValid())
         stand::setClock(options.clock);
     stand::Stand whole(options.dataFile, options.credentials, options.terms,
@@ -26,7 +47,7 @@ int run(const stand::Options& options)
     whole.faults().arm(options.faults);
     stand::Server server(options.address, options.port,
                          [&whole](const stand::Request& request) { return whole.react(request); });
-    QTextStream(stdout) << "The stand listens on " << server.url().toString() << Qt::endl;
+    tell(server);
     if (const auto closed = whole.faults().portClosedFor(); closed.count() > 0)
         server.closePort(closed);
     return QCoreApplication::exec();

@@ -1,6 +1,7 @@
 #include "till/commands.h"
 
 #include "till/admin/commands.h"
+#include "till/conformance/commands.h"
 #include "till/scenario/commands.h"
 #include "till/window/commands.h"
 
@@ -9,10 +10,10 @@ namespace till {
 const Commands& commands()
 {
     static const Commands table{
-        runCommand(),          shellCommand(),         windowCommand(),    queueListCommand(),
-        queueShowCommand(),    queueRetryCommand(),    queueDropCommand(), queueDeliverCommand(),
-        receiptsListCommand(), receiptsShowCommand(),  reconcileCommand(), deliverCommand(),
-        doctorCommand(),       supportBundleCommand(),
+        runCommand(),          shellCommand(),         windowCommand(),      queueListCommand(),
+        queueShowCommand(),    queueRetryCommand(),    queueDropCommand(),   queueDeliverCommand(),
+        receiptsListCommand(), receiptsShowCommand(),  reconcileCommand(),   deliverCommand(),
+        doctorCommand(),       supportBundleCommand(), conformanceCommand(),
     };
     return table;
 }

@@ -81,6 +81,10 @@ struct GeneralOptions
     QCommandLineOption fault{
         u"fault"_s, u"Something that goes wrong on purpose, see below; may be given again."_s, u"FAULT"_s};
     QCommandLineOption faults{u"faults"_s, u"JSON file with a list of such faults."_s, u"FILE"_s};
+    QCommandLineOption replay{u"replay"_s,
+                              u"Answer as a till's recording (--record) has it, and nothing else; at the end "
+                              "say what was not recorded."_s,
+                              u"FILE"_s};
     QCommandLineOption clock{u"clock"_s,
                              u"The time to begin with, such as 2026-12-01T00:00:00Z; without it, the "
                              "system's. POST /stand/clock moves it forward."_s,
@@ -90,10 +94,10 @@ struct GeneralOptions
 
 QList<QCommandLineOption> optionsOf(const GeneralOptions& general, const TermsOptions& terms)
 {
-    return {general.help,  general.version,  general.address,  general.port,  general.hostName,
-            general.data,  general.user,     general.password, general.fault, general.faults,
-            general.clock, general.untilEof, terms.ratio,      terms.earn,    terms.spend,
-            terms.code,    terms.lifetime,   terms.attempts};
+    return {general.help,   general.version, general.address,  general.port,  general.hostName,
+            general.data,   general.user,    general.password, general.fault, general.faults,
+            general.replay, general.clock,   general.untilEof, terms.ratio,   terms.earn,
+            terms.spend,    terms.code,      terms.lifetime,   terms.attempts};
 }
 
 /// A whole number within the bounds, or nothing.
@@ -220,6 +224,9 @@ Options readOptions(const QStringList& arguments)
     options.hostNames = parser.values(general.hostName);
     options.dataFile = parser.value(general.data);
     options.faults = readFaults(parser.values(general.fault), parser.values(general.faults));
+    options.replayFile = parser.value(general.replay);
+    if (parser.isSet(general.replay))
+        options.recording = contentOf(options.replayFile, u"replay"_s);
     options.clock = QDateTime::fromString(parser.value(general.clock), Qt::ISODateWithMs);
     if (parser.isSet(general.clock) && !options.clock.isValid())
         misused(u"'%1' is no time such as 2026-12-01T00:00:00Z."_s.arg(parser.value(general.clock)));

@@ -19,6 +19,8 @@ struct Options
     Credentials credentials;
     Terms terms;
     QList<Fault> faults;
+    QString replayFile; ///< Empty: the service answers.
+    QByteArray recording;
     QDateTime clock; ///< Invalid: the system's.
     bool untilEof = false;
 };

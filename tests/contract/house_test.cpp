@@ -35,12 +35,14 @@ const std::map<std::string, std::set<std::string>> allowedInside{
     {"till/audit", {"till/checkout", "till/setup", "till/cli"}},
     {"till/scenario", {"till/audit", "till/checkout", "till/setup", "till/cli"}},
     {"till/admin", {"till/audit", "till/checkout", "till/setup", "till/cli"}},
+    {"till/conformance", {"till/audit", "till/checkout", "till/setup", "till/cli"}},
     {"till/window", {"till/audit", "till/checkout", "till/setup", "till/cli"}},
     {"stand/http", {}},
     {"stand/books", {}},
     {"stand/service", {"stand/books", "stand/http"}},
     {"stand/faults", {"stand/http"}},
     {"stand/pages", {"stand/service", "stand/faults", "stand/books", "stand/http"}},
+    {"stand/replay", {"stand/http"}},
     {"stand/program", {"stand/service", "stand/faults", "stand/books"}},
 };
 const std::set<std::string> housesWithRooms{"host", "till", "stand"};

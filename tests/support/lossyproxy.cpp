@@ -99,6 +99,12 @@ public:
         m_faults.push_back(fault);
     }
 
+    void change(std::function<QByteArray(const QByteArray&)> change)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_change = std::move(change);
+    }
+
     int passed(const QByteArray& pathEnd)
     {
         const std::lock_guard lock(m_mutex);
@@ -130,7 +136,7 @@ private:
         const auto fault = faultOf(path);
         QByteArray answer;
         if (!fault || fault->passOn) {
-            answer = ask(m_service, request);
+            answer = ask(m_service, changed(request));
             const std::lock_guard lock(m_mutex);
             m_passed.push_back(path);
         }
@@ -142,6 +148,12 @@ private:
         client.disconnectFromHost();
         if (client.state() != QAbstractSocket::UnconnectedState)
             client.waitForDisconnected(patienceMs);
+    }
+
+    QByteArray changed(const QByteArray& request)
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_change ? m_change(request) : request;
     }
 
     std::optional<Fault> faultOf(const QByteArray& path)
@@ -160,6 +172,7 @@ private:
     std::mutex m_mutex;
     std::vector<Fault> m_faults;
     std::vector<QByteArray> m_passed;
+    std::function<QByteArray(const QByteArray&)> m_change;
     std::atomic<int> m_port = 0;
     std::atomic<bool> m_stop = false;
     std::unique_ptr<QThread> m_thread; // sockets want a thread of Qt's
@@ -183,6 +196,11 @@ void LossyProxy::replaceAnswer(const QByteArray& pathEnd, const QByteArray& body
 void LossyProxy::answerInstead(const QByteArray& pathEnd, int status, const QByteArray& body)
 {
     m_worker->add({pathEnd, false, answerOf(status, body)});
+}
+
+void LossyProxy::passOnAs(std::function<QByteArray(const QByteArray&)> change)
+{
+    m_worker->change(std::move(change));
 }
 
 int LossyProxy::passed(const QByteArray& pathEnd) const { return m_worker->passed(pathEnd); }

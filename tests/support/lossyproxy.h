@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 namespace test_support {
@@ -27,6 +28,10 @@ public:
     void replaceAnswer(const QByteArray& pathEnd, const QByteArray& body);
     /// The service does not get the request; what comes back has this status and body.
     void answerInstead(const QByteArray& pathEnd, int status, const QByteArray& body = "{}");
+
+    /// What goes to the service in the place of each request from now on: as long as it, byte for byte. The
+    /// function is called in the proxy's thread.
+    void passOnAs(std::function<QByteArray(const QByteArray& request)> change);
 
     /// How many requests whose path ends so came to the service.
     [[nodiscard]] int passed(const QByteArray& pathEnd) const;

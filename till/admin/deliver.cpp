@@ -7,6 +7,7 @@
 #include "till/admin/commands.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
+#include "till/audit/recording.h"
 #include "till/setup/servicemanager.h"
 #include "till/setup/stopsignals.h"
 
@@ -95,6 +96,7 @@ int run(const Invocation& invocation)
     const storage::OpenedStore opened = openDataDirectory();
     for (const storage::DataFinding& finding : opened.findings)
         tool.console.line(finding.text.ru(), Console::Colour::Yellow);
+    const Recording recording(invocation.own.value(u"record"_s));
     Account account(tool.console);
     {
         DeliveryWorker worker(
@@ -133,6 +135,7 @@ Command deliverCommand()
                 "service manager that\n"
                 "started it when it is ready, and keeps its watchdog.\n\n"
                 "With --json: {\"delivered\", \"failed\" (attempts), \"waiting\", \"parked\"}, at the end."_s,
+            .options = {recordOption()},
             .examples = {{u"till deliver --config /etc/kyr-loyalty/till.toml"_s, u"in the foreground"_s},
                          {u"systemctl enable --now kyr-loyalty-deliver"_s, u"as a service"_s}},
             .statuses = {{0, u"it was told to stop"_s},

@@ -7,6 +7,7 @@
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/audit/receiptreport.h"
+#include "till/audit/recording.h"
 #include "till/setup/versions.h"
 
 #include <QFile>
@@ -120,6 +121,16 @@ QString receiptsText()
     }
 }
 
+/// A line each, in the form of a recording.
+QString exchangesText()
+{
+    try {
+        return QString::fromUtf8(exchangesOf(ReceiptReports().latest(receiptsShown)));
+    } catch (const std::exception& failure) {
+        return administratorsText(failure);
+    }
+}
+
 QList<ArchivedFile> collected(const Options& given)
 {
     Options options = given;
@@ -143,6 +154,7 @@ QList<ArchivedFile> collected(const Options& given)
         storage::setDataDirectory(directory);
         files.append(json(u"queue.json"_s, queueText()));
         files.append(json(u"receipts.json"_s, receiptsText()));
+        files.append(json(u"exchanges.jsonl"_s, exchangesText()));
         storage::setDataDirectory({});
     }
     return files;
@@ -174,7 +186,8 @@ Command supportBundleCommand()
             .about = u"Put what a supporter needs to know into one archive."_s,
             .details = u"A .tar.gz for its owner alone: versions, the doctor's report, the configuration "
                        u"without the password, the\n"
-                       "queue, the receipts' timelines and the end of the log file. Card and phone numbers "
+                       "queue, the receipts' timelines, how their exchanges went, and the end of the log "
+                       "file. Card and phone numbers "
                        "are masked, credentials\n"
                        "and codes are left out. A file that is there is not replaced.\n\n"
                        "With --json: {\"file\", \"files\": [names inside]}."_s,

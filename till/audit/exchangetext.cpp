@@ -29,13 +29,9 @@ QString hidden(const QString& /*text*/) { return u"***"_s; }
 /// What is masked because of the name it stands under, whatever it looks like.
 QJsonValue ofMember(const QString& name, const QJsonValue& value)
 {
-    static const QSet<QString> numbers{u"card"_s,  u"card_number"_s,  u"number"_s,
-                                       u"phone"_s, u"phone_number"_s, u"mobile"_s};
-    static const QSet<QString> personal{u"last_name"_s, u"first_name"_s, u"middle_name"_s,
-                                        u"birth_day"_s, u"address"_s,    u"email"_s};
-    if (numbers.contains(name.toLower()))
+    if (isCustomersNumber(name))
         return masked(value, utils::maskWhole);
-    return personal.contains(name.toLower()) ? masked(value, hidden) : value;
+    return isPersonal(name) ? masked(value, hidden) : value;
 }
 
 QJsonValue withoutSecrets(const QJsonValue& value)
@@ -51,10 +47,9 @@ QJsonValue withoutSecrets(const QJsonValue& value)
     const QJsonObject object = value.toObject();
     QJsonObject shown;
     for (auto member = object.begin(); member != object.end(); ++member) {
-        const bool secret = member.key().compare("code"_L1, Qt::CaseInsensitive) == 0 ||
-                            member.key().compare("password"_L1, Qt::CaseInsensitive) == 0;
         shown.insert(utils::maskNumbers(member.key()),
-                     secret ? QJsonValue(u"***"_s) : withoutSecrets(ofMember(member.key(), member.value())));
+                     isSecret(member.key()) ? QJsonValue(u"***"_s)
+                                            : withoutSecrets(ofMember(member.key(), member.value())));
     }
     return shown;
 }
@@ -67,6 +62,26 @@ QStringList marked(const QString& mark, QStringList lines)
 }
 
 } // namespace
+
+bool isCustomersNumber(const QString& member)
+{
+    static const QSet<QString> numbers{u"card"_s,  u"card_number"_s,  u"number"_s,
+                                       u"phone"_s, u"phone_number"_s, u"mobile"_s};
+    return numbers.contains(member.toLower());
+}
+
+bool isPersonal(const QString& member)
+{
+    static const QSet<QString> personal{u"last_name"_s, u"first_name"_s, u"middle_name"_s,
+                                        u"birth_day"_s, u"address"_s,    u"email"_s};
+    return personal.contains(member.toLower());
+}
+
+bool isSecret(const QString& member)
+{
+    return member.compare("code"_L1, Qt::CaseInsensitive) == 0 ||
+           member.compare("password"_L1, Qt::CaseInsensitive) == 0;
+}
 
 QStringList redacted(const RestExchange& exchange)
 {

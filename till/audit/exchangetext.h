@@ -15,4 +15,11 @@ QStringList redacted(const RestExchange& exchange);
 /// One body of those in the same way, indented; empty when there is none.
 QStringList redactedBody(const QByteArray& body);
 
+/// Whether a member of that name holds the number of a card or a phone, whatever it looks like.
+bool isCustomersNumber(const QString& member);
+/// Whether it holds something else of the customer.
+bool isPersonal(const QString& member);
+/// Whether it holds a password, or a code.
+bool isSecret(const QString& member);
+
 } // namespace till

@@ -1,4 +1,5 @@
 #include "host/storage/datadirectory.h"
+#include "till/audit/recording.h"
 #include "till/scenario/commands.h"
 #include "till/scenario/player.h"
 #include "till/scenario/reporter.h"
@@ -46,6 +47,7 @@ int run(const Invocation& invocation)
     const LogFile logFile(options.logFile, fileLevel(options));
     Trace trace(screenLevel(options, LogLevel::Info));
     warnOfExposure(options);
+    const Recording recording(invocation.own.value(u"record"_s));
     const auto reporter = reporterFor(options, out, err);
     ScenarioClock clock;
     QList<Summary> summaries;
@@ -87,7 +89,7 @@ Command runCommand()
         .missing = u"which scenario?"_s,
         .about = u"Play scenario files, one after the other."_s,
         .details = details,
-        .options = {},
+        .options = {recordOption()},
         .examples = {{u"till run scenarios/*.json"_s, u"a day at the till"_s},
                      {u"till run --config till.toml day.json"_s, u"at the service that the file names"_s}},
         .statuses = {{0, u"all went well"_s},

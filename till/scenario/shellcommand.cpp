@@ -6,6 +6,7 @@
 #include "host/queue/deliveryworker.h"
 #include "host/utils/basicexception.h"
 #include "till/audit/queuewarnings.h"
+#include "till/audit/recording.h"
 #include "till/scenario/commands.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
@@ -40,6 +41,7 @@ int run(const Invocation& invocation)
     const LogFile logFile(options.logFile, fileLevel(options));
     Trace trace(screenLevel(options, LogLevel::Info));
     warnOfExposure(options);
+    const Recording recording(invocation.own.value(u"record"_s));
     const auto reporter = reporterFor(options, out, err);
 
     QTextStream& talk = options.json ? err : out; // then only the steps' lines may go to the standard output
@@ -70,7 +72,7 @@ Command shellCommand()
                 u"The shell's own \"help\" lists the steps and their members, \"quit\" ends it. Where "
                 "nobody names a loyalty\nservice, the stand is started. Without a data directory one of "
                 "the moment is used.\n\nWith --json: one line for each step, and the talk on stderr."_s,
-            .options = {},
+            .options = {recordOption()},
             .examples = {{u"till shell"_s, u"a till to try things with"_s},
                          {u"till shell --data-dir till-1"_s, u"one that goes on where it was left"_s}},
             .statuses = {{0, u"the input ended, or \"quit\""_s},

@@ -1,5 +1,6 @@
 #include "host/queue/deliveryworker.h"
 #include "till/audit/livetrace.h"
+#include "till/audit/recording.h"
 #include "till/cli/usageerror.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
@@ -113,6 +114,7 @@ int run(const Invocation& invocation)
     const LogFile logFile(options.logFile, fileLevel(options));
     const LiveTrace trace(screenLevel(options, LogLevel::Warning));
     warnOfExposure(options);
+    const Recording recording(invocation.own.value(u"record"_s));
     window::Waiting waiting;
     window::ServiceWatch watch;
     window::WindowFrontend frontend(waiting);
@@ -145,7 +147,8 @@ Command windowCommand()
             "the stand is started, and it is training. A receipt that was left open is found again in the\n"
             "data directory; with a service, that is by default where the tools look, else one of the moment."_s,
         .options = {{u"demo"_s, {}, u"Begin with a few goods on the receipt."_s},
-                    {u"scale"_s, u"PERCENT"_s, u"Size of the letters, 100 to 150."_s}},
+                    {u"scale"_s, u"PERCENT"_s, u"Size of the letters, 100 to 150."_s},
+                    recordOption()},
         .examples = {{u"till window --demo"_s, u"a receipt ready to try"_s},
                      {u"till window --data-dir till-1 --scale 125"_s,
                       u"one that goes on, in larger letters"_s}},

@@ -230,6 +230,8 @@ TEST_F(TillSupportBundle, HoldsNoNumberHoweverItWasTyped)
     for (const QString& name : {u"doctor.json"_s, u"queue.json"_s, u"receipts.json"_s})
         EXPECT_FALSE(QJsonDocument::fromJson(texts[name]).isNull()) << name.toStdString();
     EXPECT_TRUE(texts[u"receipts.json"_s].contains("\"code\": 503")) << "how an exchange ended is no secret";
+    EXPECT_THAT(texts[u"exchanges.jsonl"_s].toStdString(),
+                HasSubstr(R"("operation":"payment-b2c","receipt":"T-1","status":503,"time":)"));
     EXPECT_THAT(texts[u"log.txt"_s].toStdString(), HasSubstr(" по номеру телефона '…5678'\n"));
     EXPECT_THAT(texts[u"queue show 2"_s].toStdString(), HasSubstr("\"card\": \"…"));
     for (auto text = texts.begin(); text != texts.end(); ++text) {
