@@ -12,10 +12,12 @@ using namespace Qt::StringLiterals;
 
 namespace till::window {
 
-CheckoutModel::CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& watch)
+CheckoutModel::CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& watch,
+                             const Catalogue& catalogue)
     : m_till(till)
     , m_waiting(waiting)
     , m_watch(watch)
+    , m_catalogue(catalogue)
 {
     m_notice.text = u"Касса готова к работе"_s;
     if (!till.found().isEmpty())

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "till/checkout/till.h"
-#include "till/window/catalogue.h"
+#include "till/goods/catalogue.h"
 #include "till/window/servicewatch.h"
 #include "till/window/waiting.h"
 
@@ -38,13 +38,14 @@ class CheckoutModel : public QObject
 
 public:
     /// All are the caller's and outlive the model.
-    CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& watch);
+    CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& watch, const Catalogue& catalogue);
 
     [[nodiscard]] Till& till() const { return m_till; }
     [[nodiscard]] Checkout& checkout() const { return m_till.checkout(); }
     [[nodiscard]] State state() const { return checkout().state(); }
     [[nodiscard]] bool can(Action action) const { return checkout().obstacleTo(action).isEmpty(); }
     [[nodiscard]] const ServiceWatch& watch() const { return m_watch; }
+    [[nodiscard]] const Catalogue& catalogue() const { return m_catalogue; }
     [[nodiscard]] QSharedPointer<Document> receipt() const { return checkout().receipt(); }
     [[nodiscard]] const Notice& notice() const { return m_notice; }
     /// What the last receipt came to; empty when none was closed yet.
@@ -57,7 +58,9 @@ public:
     [[nodiscard]] const QDateTime& balanceTime() const { return m_balanceTime; }
 
     void openSale(const QList<Line>& lines = {});
-    void addGoods(const Goods& goods);
+    /// `quantity` in whole thousandths. What is weighed is a position of its own each time, as it is paid.
+    void addGoods(const Goods& goods, double quantity = 1);
+    /// Also by what stands on the goods as a barcode.
     bool addArticle(const QString& articul);
     void setQuantity(int posnum, double quantity);
     void setDiscount(int posnum, double discount);
@@ -96,6 +99,7 @@ private:
     Till& m_till;
     Waiting& m_waiting;
     const ServiceWatch& m_watch;
+    const Catalogue& m_catalogue;
     Notice m_notice;
     QStringList m_finished;
     QDateTime m_balanceTime;

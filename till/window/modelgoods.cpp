@@ -38,32 +38,35 @@ void CheckoutModel::changeLine(int posnum, const std::function<QString(Line&)>& 
     replaceLines(lines);
 }
 
-void CheckoutModel::addGoods(const Goods& goods)
+void CheckoutModel::addGoods(const Goods& goods, double quantity)
 {
     if (state() == State::Idle)
         openSale();
     if (const QString obstacle = checkout().obstacleTo(Action::SetLines); !obstacle.isEmpty())
         return say(Notice::Kind::Bad, obstacle);
     QList<Line> lines = linesOf(*receipt());
-    const auto same = std::find_if(lines.begin(), lines.end(),
-                                   [&goods](const Line& line) { return line.articul == goods.articul; });
+    const auto isSame = [&goods](const Line& line) { return line.articul == goods.articul; };
+    const auto same = isWeighed(goods) ? lines.end() : std::find_if(lines.begin(), lines.end(), isSame);
     if (same != lines.end())
-        same->quantity += 1;
+        same->quantity += quantity;
     else
-        lines.append({.articul = goods.articul, .name = goods.name, .price = goods.price, .quantity = 1});
+        lines.append(
+            {.articul = goods.articul, .name = goods.name, .price = goods.price, .quantity = quantity});
     replaceLines(lines);
 }
 
 bool CheckoutModel::addArticle(const QString& articul)
 {
-    const Goods* goods = findGoods(articul.trimmed());
-    if (!goods) {
-        say(Notice::Kind::Bad,
-            u"Артикула «%1» нет: введите другой или выберите товар кнопкой"_s.arg(shortened(articul, 40)));
-        return false;
-    }
-    addGoods(*goods);
-    return true;
+    const Sought sought = m_catalogue.lookUp(articul.trimmed());
+    if (sought.goods)
+        addGoods(*sought.goods, sought.quantity);
+    else if (!sought.refusal.isEmpty())
+        say(Notice::Kind::Bad, sought.refusal);
+    else
+        say(Notice::Kind::Bad, tr::shown(u"windowArticleUnknown"_s,
+                                         u"Товара «%1» нет: введите другой артикул или часть названия"_s)
+                                   .arg(shortened(articul, 40)));
+    return sought.goods != nullptr;
 }
 
 void CheckoutModel::setQuantity(int posnum, double quantity)

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "till/goods/demonstration.h"
 #include "till/window/checkoutmodel.h"
 #include "till/window/mainwindow.h"
 
 #include <QDialog>
 #include <QElapsedTimer>
+#include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -61,6 +63,9 @@ public:
         bool keeps = true; ///< false: nobody names a data directory
         QString scanPrefix = {};
         QString scanSuffix = {};
+        QString cardPrefixes = QStringLiteral("2000");
+        QString weightPrefixes = {};
+        QList<till::Goods> goods = till::demonstrationGoods();
     };
     explicit Cashier(const Setup& setup);
     Cashier();
@@ -79,6 +84,8 @@ public:
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     /// A finger on the button with that accessible name in the active window.
     void touch(const QString& name);
+    /// A finger on that row.
+    void touchRow(QTableWidget& table, int row);
     /// A code as the scanner types it: fast, and with Enter at its end. U+001D stands in a marking code.
     void scan(const QString& code, Qt::Key end = Qt::Key_Return);
     /// Types as scan() does, without an end.
@@ -105,6 +112,8 @@ public:
     [[nodiscard]] QString status() const;
     /// All texts of labels, buttons and cells that are on the screen.
     [[nodiscard]] QString screen() const;
+    /// The texts of the buttons that are on the screen.
+    [[nodiscard]] QStringList buttons() const;
     /// How many dialogs were answered.
     [[nodiscard]] int dialogs() const { return m_dialogs; }
 
@@ -120,6 +129,7 @@ private:
     std::unique_ptr<till::window::ServiceWatch> m_watch;
     std::unique_ptr<till::window::WindowFrontend> m_frontend;
     std::unique_ptr<till::Till> m_till;
+    till::Catalogue m_catalogue;
     std::unique_ptr<till::window::CheckoutModel> m_model;
     std::unique_ptr<till::window::MainWindow> m_window;
     PaintProbe* m_probe = nullptr;

@@ -5,8 +5,9 @@
 #include "till/window/style.h"
 #include "till/window/widgets.h"
 
-#include <QGridLayout>
+#include <QCoreApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -22,6 +23,9 @@ PositionsPanel::PositionsPanel(CheckoutModel& model, WindowFrontend& frontend)
     , m_headline(label({}, u"headline"_s))
     , m_details(label({}, u"name"_s))
     , m_article(new QLineEdit)
+    , m_add(button(u"Добавить"_s, u"Enter"_s))
+    , m_found(new GoodsSearch(model.catalogue()))
+    , m_keys(new GoodsKeys(model.catalogue(), [&model](const Goods& goods) { model.addGoods(goods); }))
 {
     auto* finished = panel();
     auto* lines = new QVBoxLayout(finished);
@@ -41,7 +45,12 @@ PositionsPanel::PositionsPanel(CheckoutModel& model, WindowFrontend& frontend)
     layout->addWidget(m_pages, 1);
     layout->addWidget(changesRow());
     layout->addWidget(entryRow());
-    layout->addWidget(goodsGrid());
+    layout->addWidget(m_found, 1);
+    layout->addWidget(m_keys);
+    m_keys->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    connect(m_found, &GoodsSearch::touched, this, [this](const Goods& goods) { addFound(goods); });
+    connect(m_article, &QLineEdit::textChanged, this, [this] { showFound(); });
+    m_article->installEventFilter(this);
 }
 
 QWidget* PositionsPanel::entryRow()
@@ -49,17 +58,16 @@ QWidget* PositionsPanel::entryRow()
     auto* row = new QWidget;
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
-    m_article->setPlaceholderText(u"Артикул  F2"_s);
+    m_article->setPlaceholderText(tr::shown(u"windowArticleField"_s, u"Артикул или название  F2"_s));
     m_article->setAccessibleName(u"Артикул товара"_s);
-    m_article->setAccessibleDescription(u"Клавиша F2; Enter добавляет товар"_s);
+    m_article->setAccessibleDescription(tr::shown(
+        u"windowArticleKeys"_s, u"Клавиша F2; Enter добавляет товар, стрелки выбирают из найденных"_s));
     m_article->setObjectName(u"article"_s);
     constexpr int marking = 200; // as long as a marking code may be
     limitLength(*m_article, marking, [this](const QString& text) { m_model.say(Notice::Kind::Bad, text); });
-    auto* add = button(u"Добавить"_s, u"Enter"_s);
-    m_entries.append(add);
     layout->addWidget(m_article, 1);
-    layout->addWidget(add);
-    connect(add, &QPushButton::clicked, this, [this] { enterArticle(); });
+    layout->addWidget(m_add);
+    connect(m_add, &QPushButton::clicked, this, [this] { enterArticle(); });
     connect(m_article, &QLineEdit::returnPressed, this, [this] { enterArticle(); });
     auto* key = new QShortcut(Qt::Key_F2, this);
     connect(m_table, &PositionsTable::typed, this, &PositionsPanel::refuse);
@@ -71,25 +79,29 @@ QWidget* PositionsPanel::entryRow()
     return row;
 }
 
-QWidget* PositionsPanel::goodsGrid()
+bool PositionsPanel::eventFilter(QObject* watched, QEvent* event)
 {
-    auto* area = new QWidget;
-    auto* grid = new QGridLayout(area);
-    grid->setContentsMargins(0, 0, 0, 0);
-    grid->setSpacing(8);
-    constexpr int columns = 4;
-    int place = 0;
-    for (const Goods& goods : catalogue()) {
-        auto* key = button(goods.name + u'\n' + screen::amount(goods.price), {}, u"goods"_s);
-        key->setAccessibleName(u"%1, %2"_s.arg(goods.name, money(goods.price)));
-        key->setFocusPolicy(Qt::NoFocus); // for fingers; the keyboard has the article
-        connect(key, &QPushButton::clicked, this, [this, &goods] { m_model.addGoods(goods); });
-        m_entries.append(key);
-        key->setHidden(isCompact() && place >= columns);
-        grid->addWidget(key, place / columns, place % columns);
-        ++place;
+    if (watched != m_article || event->type() != QEvent::KeyPress || m_found->isHidden())
+        return QWidget::eventFilter(watched, event);
+    switch (static_cast<QKeyEvent*>(event)->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        QCoreApplication::sendEvent(m_found, event);
+        return true;
+    case Qt::Key_Escape:
+        m_article->clear();
+        return true;
+    default:
+        return QWidget::eventFilter(watched, event);
     }
-    return area;
+}
+
+void PositionsPanel::showFound()
+{
+    m_found->search(m_article->text());
+    m_keys->setVisible(m_found->isHidden());
 }
 
 QWidget* PositionsPanel::changesRow()
@@ -121,9 +133,11 @@ void PositionsPanel::refresh()
     else
         fillFinished();
     m_pages->setCurrentIndex(receipt ? 0 : 1);
-    m_article->setEnabled(changeable || !receipt);
-    for (QPushButton* entry : m_entries)
-        entry->setEnabled(changeable || !receipt);
+    const bool isOpen = changeable || !receipt;
+    if (!isOpen)
+        m_article->clear(); // it was for a receipt that takes nothing more
+    for (QWidget* entry : QList<QWidget*>{m_article, m_add, m_keys})
+        entry->setEnabled(isOpen);
     for (QPushButton* change : m_changes)
         change->setEnabled(changeable && m_table->rowCount() > 0);
 }
@@ -147,10 +161,22 @@ void PositionsPanel::fillFinished()
             .join(u'\n'));
 }
 
+void PositionsPanel::addFound(const Goods& goods)
+{
+    m_model.addGoods(goods);
+    m_article->clear();
+}
+
 void PositionsPanel::enterArticle()
 {
     if (m_article->text().trimmed().isEmpty())
         return m_model.say(Notice::Kind::Plain, u"Введите артикул товара"_s);
+    if (const Goods* goods = m_found->chosen())
+        return addFound(*goods);
+    if (!m_found->isHidden())
+        return m_model.say(Notice::Kind::Bad,
+                           tr::shown(u"windowGoodsFoundSeveral"_s,
+                                     u"Найдено несколько товаров: выберите стрелками или пальцем"_s));
     if (m_model.addArticle(m_article->text()))
         m_article->clear();
     else
