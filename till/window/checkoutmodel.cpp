@@ -62,6 +62,7 @@ QString CheckoutModel::nextIdentifier()
 
 void CheckoutModel::startAnew()
 {
+    m_paid.reset();
     m_balanceTime = {};
     m_serviceLimit.reset();
 }
@@ -83,6 +84,7 @@ bool CheckoutModel::pay()
         return false;
     m_finished = screen::payment(*payment);
     startAnew();
+    m_paid = payment;
     const bool wasReturn = payment->receipt->getDocumentType() == ReturnReceipt;
     say(Notice::Kind::Good, wasReturn ? u"Возврат закрыт"_s : u"Чек оплачен и закрыт"_s);
     Q_EMIT changed();

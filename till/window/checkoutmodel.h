@@ -50,6 +50,10 @@ public:
     [[nodiscard]] const Notice& notice() const { return m_notice; }
     /// What the last receipt came to; empty when none was closed yet.
     [[nodiscard]] const QStringList& finished() const { return m_finished; }
+    /// The receipt that was paid last; nothing once another was opened.
+    [[nodiscard]] const std::optional<Payment>& paid() const { return m_paid; }
+    /// Whether points are not real, or receipts not kept.
+    [[nodiscard]] bool isTraining() const { return m_till.ownsService() || !m_till.keepsData(); }
     [[nodiscard]] bool isReturn() const;
     [[nodiscard]] double spentPoints() const;
     /// Nothing while nobody has asked, or the receipt has changed since.
@@ -102,6 +106,7 @@ private:
     const Catalogue& m_catalogue;
     Notice m_notice;
     QStringList m_finished;
+    std::optional<Payment> m_paid;
     QDateTime m_balanceTime;
     QDateTime m_lastOpened; ///< the second that the last receipt is named after
     std::optional<double> m_serviceLimit;

@@ -21,7 +21,9 @@ int WindowFrontend::chooseFromList(const ChoiceRequest& request)
 
 core::BasicDialog::Result WindowFrontend::inputText(const TextInputRequest& request)
 {
-    const Waiting::Pause pause(m_waiting);
+    // Digits that a request asks for in its middle are a code that the customer was sent.
+    const bool isCode = m_waiting.underWay() && request.inputKind == TextInputRequest::Digits;
+    const Waiting::Pause pause(m_waiting, isCode);
     InputDialog dialog(request, m_parent);
     const auto answer = dialog.ask();
     if (answer.canceled())

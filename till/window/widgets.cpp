@@ -8,6 +8,7 @@
 #include <QHeaderView>
 #include <QRegularExpression>
 #include <QShortcut>
+#include <QSignalBlocker>
 #include <QStyle>
 #include <QVariant>
 
@@ -113,6 +114,18 @@ void showGoods(QTableWidget& table, const QStringList& headings)
     table.horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
     table.horizontalHeader()->setHighlightSections(false);
     table.setItemDelegateForColumn(0, new NameDelegate(&table));
+}
+
+void fillAtOnce(QTableWidget& table, const std::function<void()>& fill)
+{
+    auto& model = *table.model();
+    {
+        const QSignalBlocker quiet(&model);
+        fill();
+    }
+    if (table.rowCount() > 0)
+        Q_EMIT model.dataChanged(model.index(0, 0),
+                                 model.index(table.rowCount() - 1, table.columnCount() - 1));
 }
 
 QFrame* panel()

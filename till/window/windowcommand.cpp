@@ -9,6 +9,7 @@
 #include "till/setup/stopsignals.h"
 #include "till/window/checkoutmodel.h"
 #include "till/window/commands.h"
+#include "till/window/customerdisplay.h"
 #include "till/window/mainwindow.h"
 #include "till/window/style.h"
 
@@ -18,6 +19,7 @@
 #include <QSocketNotifier>
 
 #include <array>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -144,6 +146,9 @@ int run(const Invocation& invocation)
     frontend.setParent(&view);
     view.resize(1024, 768);
     view.show();
+    std::optional<window::CustomerDisplay> display;
+    if (invocation.has(u"customer-display"_s))
+        display.emplace(model, waiting).showBeside(view);
     if (!till.checkout().receipt())
         model.openSale(invocation.has(u"demo"_s) ? demonstration(catalogue) : QList<Line>());
     return QApplication::exec();
@@ -161,7 +166,8 @@ Command windowCommand()
             "1024 x 768 pixels on. Each key is shown on its button. Where nobody names a loyalty service,\n"
             "the stand is started, and it is training. A receipt that was left open is found again in the\n"
             "data directory; with a service, that is by default where the tools look, else one of the moment."_s,
-        .options = {{u"demo"_s, {}, u"Begin with a few goods on the receipt."_s},
+        .options = {{u"customer-display"_s, {}, u"Show the customer a window of their own."_s},
+                    {u"demo"_s, {}, u"Begin with a few goods on the receipt."_s},
                     {u"goods"_s, u"FILE"_s, u"What is sold, as CSV, instead of Till:goods."_s},
                     {u"scale"_s, u"PERCENT"_s, u"Size of the letters, 100 to 150."_s}},
         .examples = {{u"till window --demo"_s, u"a receipt ready to try"_s},

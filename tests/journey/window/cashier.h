@@ -76,6 +76,7 @@ public:
     [[nodiscard]] till::window::CheckoutModel& model() { return *m_model; }
     [[nodiscard]] till::window::WindowFrontend& frontend() { return *m_frontend; }
     [[nodiscard]] till::window::MainWindow& window() { return *m_window; }
+    [[nodiscard]] till::window::Waiting& waiting() { return *m_waiting; }
     [[nodiscard]] PaintProbe& probe() { return *m_probe; }
     [[nodiscard]] QString directory() const { return m_directory; }
 

@@ -55,6 +55,14 @@ void GoodsSearch::search(const QString& text)
         m_found.removeLast();
     clearContents();
     setRowCount(static_cast<int>(m_found.size()) + (isCut ? 1 : 0));
+    fillAtOnce(*this, [&] { showFound(isCut); });
+    setCurrentItem(nullptr);
+    scrollToTop();
+    setVisible(!m_found.isEmpty());
+}
+
+void GoodsSearch::showFound(bool isCut)
+{
     int row = 0;
     for (const Goods* goods : m_found) {
         const QString article = tr::shown(u"windowArticle"_s, u"арт. %1"_s).arg(goods->articul);
@@ -69,9 +77,6 @@ void GoodsSearch::search(const QString& text)
         setItem(row, Name, hint);
         setItem(row, Price, new QTableWidgetItem);
     }
-    setCurrentItem(nullptr);
-    scrollToTop();
-    setVisible(!m_found.isEmpty());
 }
 
 const Goods* GoodsSearch::chosen() const

@@ -26,6 +26,8 @@ Q_SIGNALS:
     void touched(const till::Goods& goods);
 
 private:
+    void showFound(bool isCut);
+
     const Catalogue& m_catalogue;
     QList<const Goods*> m_found;
 };

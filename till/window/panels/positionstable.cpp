@@ -48,22 +48,24 @@ void PositionsTable::fill(const Document& receipt)
     const int shown = rowCount();
     const auto items = receipt.getGoodsItems();
     setRowCount(static_cast<int>(items.size()));
-    int row = 0;
-    for (const auto& item : items) {
-        const double bonus = item->getBonusImpactSum();
-        QString text = u"%1. %2\n"_s.arg(QString::number(item->getPosnum()), item->getName(false));
-        text += isCompact() ? screen::amount(item->getPrice()) + u" · "_s + item->getArticul()
-                            : u"арт. "_s + item->getArticul();
-        auto* name = cell(text, false);
-        name->setData(Qt::UserRole, item->getPosnum());
-        setItem(row, Name, name);
-        setItem(row, Price, cell(screen::amount(item->getPrice()), true));
-        setItem(row, Quantity, cell(screen::quantity(item->getBquant()), true));
-        setItem(row, Discount, cell(reduction(item->getDiscountSum() - bonus), true));
-        setItem(row, Bonus, cell(reduction(bonus), true));
-        setItem(row, Sum, cell(screen::amount(item->getSumb()), true));
-        ++row;
-    }
+    fillAtOnce(*this, [&] {
+        int row = 0;
+        for (const auto& item : items) {
+            const double bonus = item->getBonusImpactSum();
+            QString text = u"%1. %2\n"_s.arg(QString::number(item->getPosnum()), item->getName(false));
+            text += isCompact() ? screen::amount(item->getPrice()) + u" · "_s + item->getArticul()
+                                : u"арт. "_s + item->getArticul();
+            auto* name = cell(text, false);
+            name->setData(Qt::UserRole, item->getPosnum());
+            setItem(row, Name, name);
+            setItem(row, Price, cell(screen::amount(item->getPrice()), true));
+            setItem(row, Quantity, cell(screen::quantity(item->getBquant()), true));
+            setItem(row, Discount, cell(reduction(item->getDiscountSum() - bonus), true));
+            setItem(row, Bonus, cell(reduction(bonus), true));
+            setItem(row, Sum, cell(screen::amount(item->getSumb()), true));
+            ++row;
+        }
+    });
     const int last = static_cast<int>(items.size()) - 1;
     setCurrentCell(items.size() > shown ? last : std::clamp(before, std::min(0, last), last), Name);
 }
