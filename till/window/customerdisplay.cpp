@@ -245,8 +245,10 @@ void CustomerDisplay::showPositions(const Document& receipt)
             ++row;
         }
     });
-    if (changed >= 0)
-        m_positions->scrollToItem(m_positions->item(changed, Name)); // what the cashier is at
+    if (changed < 0)
+        return;
+    const auto show = [this, changed] { m_positions->scrollToItem(m_positions->item(changed, Name)); };
+    QMetaObject::invokeMethod(m_positions, show, Qt::QueuedConnection); // once the rows have their heights
 }
 
 void CustomerDisplay::showCustomer()

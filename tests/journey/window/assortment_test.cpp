@@ -99,6 +99,7 @@ TEST(WindowSearch, ListsGoodsByPartsOfTheirNamesAtEachKey)
     Cashier cashier({.goods = shop});
     cashier.type(u"ч"_s);
     EXPECT_EQ(namesOf(cashier), "Чай чёрный листовой|Чай зелёный|Хлеб чёрный|Чай К-7");
+    picture(cashier.window(), u"found"_s);
     cashier.type(u"ерн"_s);
     EXPECT_EQ(namesOf(cashier), "Чай чёрный листовой|Хлеб чёрный");
     cashier.type(u" ча"_s);

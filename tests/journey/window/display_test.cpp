@@ -10,6 +10,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::Not;
 using till::window::CustomerDisplay;
@@ -213,9 +214,10 @@ TEST(CustomerDisplay, ScrollsToThePositionThatTheCashierIsAt)
              .quantity = 1});
     cashier.model().openSale(lines);
     const auto isSeen = [&](int row) {
-        QTest::qWait(0);
-        return display.positions().viewport()->rect().contains(
-            display.positions().visualItemRect(display.positions().item(row, 0)));
+        return QTest::qWaitFor([&] {
+            return display.positions().viewport()->rect().contains(
+                display.positions().visualItemRect(display.positions().item(row, 0)));
+        });
     };
     EXPECT_TRUE(isSeen(199));
     QElapsedTimer clock;
@@ -238,9 +240,9 @@ TEST(CustomerDisplay, GrowsItsLettersWithItselfAndIsGrownByNothing)
     cashier.spend(u"100"_s);
     for (const QSize size : {QSize(800, 480), QSize(1024, 768), QSize(1920, 1080), QSize(3840, 2160)}) {
         display.window().resize(size);
-        QTest::qWait(0);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return cutOf(display.window()).empty(); }))
+            << size.width() << ": " << cutOf(display.window());
         EXPECT_EQ(display.window().size(), size);
-        EXPECT_EQ(cutOf(display.window()), "") << size.width();
         EXPECT_GE(display.positions().fontMetrics().height(), size.height() / 32) << "too small to read";
         picture(display.window(), u"display-%1"_s.arg(size.width()));
     }
@@ -255,17 +257,15 @@ TEST(CustomerDisplay, LeavesTheKeysToTheCashierAndSurvivesNobody)
     EXPECT_EQ(cashier.checkout().receipt()->getGoodsItems().size(), 1);
     cashier.model().remove(1);
     QApplication::setQuitOnLastWindowClosed(true);
-    const auto afterClosing = [](QWidget& window) {
+    const auto afterClosing = [](QWidget& window, std::chrono::milliseconds patience) {
         constexpr int goesOn = 7;
-        QTimer::singleShot(0, &window, [&window] {
-            window.close();
-            QTimer::singleShot(0, &window, [] { QCoreApplication::exit(goesOn); });
-        });
+        QTimer::singleShot(0, &window, [&window] { window.close(); });
+        QTimer::singleShot(patience, &window, [] { QCoreApplication::exit(goesOn); });
         return QApplication::exec();
     };
-    EXPECT_EQ(afterClosing(display.window()), 7) << "the till goes on";
+    EXPECT_EQ(afterClosing(display.window(), 200ms), 7) << "the till goes on";
     display.window().show();
-    EXPECT_EQ(afterClosing(cashier.window()), 0) << "nobody is left but the customer";
+    EXPECT_EQ(afterClosing(cashier.window(), 20s), 0) << "nobody is left but the customer";
     QApplication::setQuitOnLastWindowClosed(false);
 }
 
