@@ -32,6 +32,7 @@ QLabel[role="name"] { font-size: $20px; }
 QLabel[role="total"] { font-size: $34px; }
 QLabel[role="training"] { font-size: $16px; }
 QLabel[role="prompt"] { font-size: $26px; font-weight: bold; padding: $8px; border-radius: $8px; }
+QHeaderView::section { font-size: $14px; }
 QTableWidget::item { padding: $3px $6px; }
 )"_s;
 
@@ -103,6 +104,7 @@ CustomerDisplay::CustomerDisplay(const CheckoutModel& model, const Waiting& wait
     layout->addWidget(training);
     auto* body = new QVBoxLayout;
     body->setContentsMargins(12, 12, 12, 12);
+    body->setSpacing(8);
     body->addWidget(m_pages, 1);
     m_prompt->setAlignment(Qt::AlignCenter);
     m_prompt->setWordWrap(true);
