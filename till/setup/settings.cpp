@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QStringList>
 #include <QUrl>
 
@@ -30,6 +31,8 @@ const QString scanPrefixKey = u"Till:scanPrefix"_s;
 const QString scanSuffixKey = u"Till:scanSuffix"_s;
 const QString cardPrefixesKey = u"Till:cardPrefixes"_s;
 const QString languageKey = u"Till:language"_s;
+const QString weightPrefixesKey = u"Till:weightPrefixes"_s;
+const QString goodsKey = u"Till:goods"_s;
 constexpr int usualAlarm = 60;
 
 QList<ConfigKey> knownKeys()
@@ -52,6 +55,8 @@ QList<ConfigKey> knownKeys()
         {scanPrefixKey, Text, u"what the scanner sends before each code, such as \"~\""_s},
         {scanSuffixKey, Text, u"what the scanner sends behind each code, such as \"#\""_s},
         {cardPrefixesKey, Text, u"how the numbers of cards begin, such as \"2000, 2100\""_s},
+        {weightPrefixesKey, Text, u"how the barcodes of scales begin, such as \"22, 23\""_s},
+        {goodsKey, Text, u"a file with what is sold, such as \"goods.csv\""_s},
         {alarmKey, Integer, u"minutes that a message may wait before there is an alarm, such as 60"_s},
     };
 }
@@ -143,6 +148,16 @@ std::optional<LogLevel> configuredLevel(const Config& config)
     if (!level)
         throw UsageError(u"%1: expected debug, info, warning or error"_s.arg(logLevelKey));
     return level;
+}
+
+/// What stands between commas.
+QStringList listOf(const QString& text)
+{
+    QStringList list;
+    for (const QString& entry : text.split(u',', Qt::SkipEmptyParts))
+        list.append(entry.trimmed());
+    list.removeAll(QString());
+    return list;
 }
 
 const QString unset = u"(default)"_s;
@@ -241,13 +256,27 @@ QString languageOf(const Config& config) { return config.getString(languageKey, 
 
 ScanSettings scanSettingsOf(const Config& config)
 {
-    QStringList cards = config.getString(cardPrefixesKey, u"2000"_s).split(u',');
-    for (QString& prefix : cards)
-        prefix = prefix.trimmed();
-    cards.removeAll(QString());
+    const QStringList cards = listOf(config.getString(cardPrefixesKey, u"2000"_s));
+    const QStringList scales = listOf(config.getString(weightPrefixesKey, {}));
+    for (const QString& prefix : scales) {
+        static const QRegularExpression twoDigits(u"^[0-9]{2}$"_s);
+        if (!twoDigits.match(prefix).hasMatch())
+            throw UsageError(
+                u"%1: expected two digits each, with commas between them, such as \"22, 23\""_s.arg(
+                    weightPrefixesKey));
+        if (cards.contains(prefix))
+            throw UsageError(u"%1: %2 is also how cards begin; take it away here or in %3"_s.arg(
+                weightPrefixesKey, prefix, cardPrefixesKey));
+    }
     return {.prefix = config.getString(scanPrefixKey, {}),
             .suffix = config.getString(scanSuffixKey, {}),
-            .cardPrefixes = cards};
+            .cardPrefixes = cards,
+            .weightPrefixes = scales};
+}
+
+QString goodsFileOf(const Config& config, const Options& options)
+{
+    return besideConfiguration(options, config.getString(goodsKey, {}));
 }
 
 Config loadSettings(const QString& fileName)

@@ -41,11 +41,16 @@ QString languageOf(const Config& config);
 /// What the scanner at the till sends.
 struct ScanSettings
 {
-    QString prefix;           ///< before each code; empty: nothing
-    QString suffix;           ///< behind each code; empty: nothing but Enter
-    QStringList cardPrefixes; ///< the number of a loyalty card begins with one of these
+    QString prefix;             ///< before each code; empty: nothing
+    QString suffix;             ///< behind each code; empty: nothing but Enter
+    QStringList cardPrefixes;   ///< the number of a loyalty card begins with one of these
+    QStringList weightPrefixes; ///< a barcode that scales print begins with one of these, two digits each
 };
+/// Throws UsageError.
 ScanSettings scanSettingsOf(const Config& config);
+
+/// The configured file with what is sold; empty: none.
+QString goodsFileOf(const Config& config, const Options& options);
 
 /// Whether it says where the service is; else the till needs a stand.
 bool namesService(const Config& config);

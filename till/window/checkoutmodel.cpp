@@ -12,10 +12,12 @@ using namespace Qt::StringLiterals;
 
 namespace till::window {
 
-CheckoutModel::CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& watch)
+CheckoutModel::CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& watch,
+                             const Catalogue& catalogue)
     : m_till(till)
     , m_waiting(waiting)
     , m_watch(watch)
+    , m_catalogue(catalogue)
 {
     m_notice.text = tr::shown(u"windowReady"_s, u"Касса готова к работе"_s);
     if (!till.found().isEmpty())
@@ -63,6 +65,7 @@ QString CheckoutModel::nextIdentifier()
 
 void CheckoutModel::startAnew()
 {
+    m_paid.reset();
     m_balanceTime = {};
     m_serviceLimit.reset();
     m_spentSince.reset();
@@ -88,6 +91,7 @@ bool CheckoutModel::pay()
     m_finished = screen::payment(*payment);
     forgetBalance(payment->receipt->getCardRecord(KyrLoyaltySystem).data());
     startAnew();
+    m_paid = payment;
     const bool wasReturn = payment->receipt->getDocumentType() == ReturnReceipt;
     say(Notice::Kind::Good, wasReturn ? tr::shown(u"windowReturnClosed"_s, u"Возврат закрыт"_s)
                                       : tr::shown(u"windowPaid"_s, u"Чек оплачен и закрыт"_s));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "till/checkout/till.h"
-#include "till/window/catalogue.h"
+#include "till/goods/catalogue.h"
 #include "till/window/codeentry.h"
 #include "till/window/servicewatch.h"
 #include "till/window/waiting.h"
@@ -57,17 +57,22 @@ class CheckoutModel : public QObject
 
 public:
     /// All are the caller's and outlive the model.
-    CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& watch);
+    CheckoutModel(Till& till, Waiting& waiting, const ServiceWatch& watch, const Catalogue& catalogue);
 
     [[nodiscard]] Till& till() const { return m_till; }
     [[nodiscard]] Checkout& checkout() const { return m_till.checkout(); }
     [[nodiscard]] State state() const { return checkout().state(); }
     [[nodiscard]] bool can(Action action) const { return checkout().obstacleTo(action).isEmpty(); }
     [[nodiscard]] const ServiceWatch& watch() const { return m_watch; }
+    [[nodiscard]] const Catalogue& catalogue() const { return m_catalogue; }
     [[nodiscard]] QSharedPointer<Document> receipt() const { return checkout().receipt(); }
     [[nodiscard]] const Notice& notice() const { return m_notice; }
     /// What the last receipt came to; empty when none was closed yet.
     [[nodiscard]] const QStringList& finished() const { return m_finished; }
+    /// The receipt that was paid last; nothing once another was opened.
+    [[nodiscard]] const std::optional<Payment>& paid() const { return m_paid; }
+    /// Whether points are not real, or receipts not kept.
+    [[nodiscard]] bool isTraining() const { return m_till.ownsService() || !m_till.keepsData(); }
     [[nodiscard]] bool isReturn() const;
     [[nodiscard]] double spentPoints() const;
     /// Nothing while nobody has asked, or the receipt has changed since.
@@ -82,7 +87,9 @@ public:
     [[nodiscard]] QDateTime balanceTime() const;
 
     void openSale(const QList<Line>& lines = {});
-    void addGoods(const Goods& goods);
+    /// `quantity` in whole thousandths. What is weighed is a position of its own each time, as it is paid.
+    void addGoods(const Goods& goods, double quantity = 1);
+    /// Also by what stands on the goods as a barcode.
     bool addArticle(const QString& articul);
     void setQuantity(int posnum, double quantity);
     void setDiscount(int posnum, double discount);
@@ -127,8 +134,10 @@ private:
     Till& m_till;
     Waiting& m_waiting;
     const ServiceWatch& m_watch;
+    const Catalogue& m_catalogue;
     Notice m_notice;
     QStringList m_finished;
+    std::optional<Payment> m_paid;
     QDateTime m_balanceTime; ///< when it was told for this receipt
     QDateTime m_lastOpened;  ///< the second that the last receipt is named after
     std::optional<double> m_serviceLimit;

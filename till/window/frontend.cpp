@@ -44,9 +44,9 @@ void WindowFrontend::describe(ChoiceRequest& shown, const ChoiceRequest& asked) 
 
 core::BasicDialog::Result WindowFrontend::inputText(const TextInputRequest& request)
 {
-    const Waiting::Pause pause(m_waiting);
     if (m_model && m_model->code().isUnderWay())
         return askCode(request, m_model->code());
+    const Waiting::Pause pause(m_waiting);
     InputDialog dialog(request, m_parent);
     const auto answer = dialog.ask();
     if (answer.canceled())
@@ -56,6 +56,7 @@ core::BasicDialog::Result WindowFrontend::inputText(const TextInputRequest& requ
 
 core::BasicDialog::Result WindowFrontend::askCode(const TextInputRequest& request, CodeEntry& code)
 {
+    const Waiting::Pause pause(m_waiting, true);
     code.ask();
     CodeDialog dialog(request, code, m_parent);
     const auto answer = dialog.ask();

@@ -165,7 +165,7 @@ QWidget* MainWindow::trainingBand()
                                            u"Учебный режим: баллы ненастоящие, чеки пропадут при закрытии"_s),
                        u"training"_s);
     band->setAlignment(Qt::AlignCenter);
-    band->setHidden(hasService && keeps);
+    band->setVisible(m_model.isTraining());
     return band;
 }
 

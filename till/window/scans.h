@@ -28,11 +28,13 @@ private:
     struct Kept
     {
         QString receipt;
-        const Goods* goods;
+        Sought sought;
     };
 
+    /// Not when it is known as an article or a barcode: that says more than how a number begins. Of two
+    /// beginnings, a card's and that of the scales, the longer one counts.
     [[nodiscard]] bool isCard(const QString& code) const;
-    void takeLater(const QString& code, const Goods* goods);
+    void takeLater(const QString& code, const Sought& sought);
     void addKept();
 
     CheckoutModel& m_model;

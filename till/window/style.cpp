@@ -103,6 +103,7 @@ const QList<TextRule>& textRules()
         {u"QLabel[role=\"status\"][state=\"warning\"]"_s, warning, warningPale, none},
         {u"QLabel[role=\"status\"][state=\"bad\"]"_s, bad, badPale, none},
         {u"QLabel[role=\"training\"]"_s, ink, training, none},
+        {u"QLabel[role=\"prompt\"]"_s, paper, accentDeep, none},
         {u"QLabel[notice=\"plain\"]"_s, ink, ground, none},
         {u"QLabel[notice=\"good\"]"_s, good, goodPale, none},
         {u"QLabel[notice=\"warning\"]"_s, warning, warningPale, none},

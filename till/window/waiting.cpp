@@ -49,17 +49,20 @@ Waiting::Step::~Step()
         Q_EMIT m_waiting.changed();
 }
 
-Waiting::Pause::Pause(Waiting& waiting)
+Waiting::Pause::Pause(Waiting& waiting, bool asksCustomer)
     : m_waiting(waiting)
+    , m_asksCustomer(asksCustomer)
 {
     m_waiting.drain();
     ++m_waiting.m_pauses;
+    m_waiting.m_customerPauses += asksCustomer ? 1 : 0;
     Q_EMIT m_waiting.changed();
 }
 
 Waiting::Pause::~Pause()
 {
     --m_waiting.m_pauses;
+    m_waiting.m_customerPauses -= m_asksCustomer ? 1 : 0;
     Q_EMIT m_waiting.changed();
 }
 

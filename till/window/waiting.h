@@ -22,6 +22,8 @@ public:
     [[nodiscard]] bool active() const { return m_depth > 0 && m_pauses == 0; }
     /// Also while a dialog of the request waits for the cashier.
     [[nodiscard]] bool underWay() const { return m_depth > 0; }
+    /// While such a dialog wants to know what only the customer knows: a code.
+    [[nodiscard]] bool asksCustomer() const { return m_customerPauses > 0; }
 
     /// The cashier has cancelled the step that is under way: what it comes to is no failure.
     void noteCancelled() { m_cancelled = true; }
@@ -45,13 +47,15 @@ public:
     class Pause
     {
     public:
-        explicit Pause(Waiting& waiting);
+        /// `asksCustomer`: for what only the customer can say.
+        explicit Pause(Waiting& waiting, bool asksCustomer = false);
         ~Pause();
         Pause(const Pause&) = delete;
         Pause& operator=(const Pause&) = delete;
 
     private:
         Waiting& m_waiting;
+        bool m_asksCustomer;
     };
 
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -69,6 +73,7 @@ private:
 
     int m_depth = 0;
     int m_pauses = 0;
+    int m_customerPauses = 0; ///< that wait for the customer
     bool m_cancelled = false;
     IdleWork m_idle;
 };

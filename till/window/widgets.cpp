@@ -1,6 +1,7 @@
 #include "till/window/widgets.h"
 
 #include "host/utils/printable.h"
+#include "host/utils/tr.h"
 #include "till/checkout/screen.h"
 #include "till/window/namedelegate.h"
 #include "till/window/style.h"
@@ -8,6 +9,7 @@
 #include <QHeaderView>
 #include <QRegularExpression>
 #include <QShortcut>
+#include <QSignalBlocker>
 #include <QStyle>
 #include <QVariant>
 
@@ -45,8 +47,9 @@ QString shortened(const QString& text, qsizetype most)
 void limitLength(QLineEdit& field, int most, const std::function<void(const QString&)>& refuse)
 {
     field.setMaxLength(most);
-    QObject::connect(&field, &QLineEdit::inputRejected, &field,
-                     [most, refuse] { refuse(u"Не всё принято: здесь не больше %1 знаков"_s.arg(most)); });
+    QObject::connect(&field, &QLineEdit::inputRejected, &field, [most, refuse] {
+        refuse(tr::shown(u"windowTooLong"_s, u"Не всё принято: здесь не больше %1 знаков"_s).arg(most));
+    });
 }
 
 Label* label(const QString& text, const QString& role)
@@ -91,7 +94,8 @@ void setText(QPushButton& button, const QString& text, const QString& key)
 {
     button.setText(key.isEmpty() ? text : text + u"  "_s + key);
     button.setAccessibleName(text);
-    button.setAccessibleDescription(key.isEmpty() ? QString() : u"Клавиша %1"_s.arg(key));
+    button.setAccessibleDescription(key.isEmpty() ? QString()
+                                                  : tr::shown(u"windowKey"_s, u"Клавиша %1"_s).arg(key));
 }
 
 void showGoods(QTableWidget& table, const QStringList& headings)
@@ -113,6 +117,18 @@ void showGoods(QTableWidget& table, const QStringList& headings)
     table.horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
     table.horizontalHeader()->setHighlightSections(false);
     table.setItemDelegateForColumn(0, new NameDelegate(&table));
+}
+
+void fillAtOnce(QTableWidget& table, const std::function<void()>& fill)
+{
+    auto& model = *table.model();
+    {
+        const QSignalBlocker quiet(&model);
+        fill();
+    }
+    if (table.rowCount() > 0)
+        Q_EMIT model.dataChanged(model.index(0, 0),
+                                 model.index(table.rowCount() - 1, table.columnCount() - 1));
 }
 
 QFrame* panel()

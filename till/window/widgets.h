@@ -49,6 +49,9 @@ void setText(QPushButton& button, const QString& text, const QString& key);
 /// numbers.
 void showGoods(QTableWidget& table, const QStringList& headings);
 
+/// Lets `fill` set cells of rows that are there, and has them measured once: a table does so after each cell.
+void fillAtOnce(QTableWidget& table, const std::function<void()>& fill);
+
 /// A white sheet with a thin edge.
 QFrame* panel();
 

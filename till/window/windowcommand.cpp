@@ -2,20 +2,25 @@
 #include "till/audit/livetrace.h"
 #include "till/audit/recording.h"
 #include "till/cli/usageerror.h"
+#include "till/goods/demonstration.h"
+#include "till/goods/goodsfile.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
 #include "till/setup/settings.h"
 #include "till/setup/stopsignals.h"
 #include "till/window/checkoutmodel.h"
 #include "till/window/commands.h"
+#include "till/window/customerdisplay.h"
 #include "till/window/mainwindow.h"
 #include "till/window/style.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QFontInfo>
 #include <QSocketNotifier>
 
 #include <array>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -80,16 +85,28 @@ int scaleOf(const Invocation& invocation)
     return percent;
 }
 
-QList<Line> demonstration()
+Catalogue catalogueOf(const QString& fileName, const QStringList& weightPrefixes)
+{
+    if (fileName.isEmpty())
+        return Catalogue(demonstrationGoods(), weightPrefixes);
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        throw UsageError(u"%1: the file of goods cannot be read: %2"_s.arg(fileName, file.errorString()));
+    GoodsReading reading = readGoods(file.readAll());
+    if (!reading.problems.isEmpty())
+        throw UsageError(problemsText(fileName, reading));
+    return Catalogue(std::move(reading.goods), weightPrefixes);
+}
+
+/// The first three of the goods, of the first two pieces.
+QList<Line> demonstration(const Catalogue& catalogue)
 {
     QList<Line> lines;
-    for (const QString& articul : {u"4601"_s, u"4602"_s, u"4607"_s}) {
-        const auto* goods = window::findGoods(articul);
-        lines.append({.articul = goods->articul,
-                      .name = goods->name,
-                      .price = goods->price,
-                      .quantity = articul == u"4601"_s ? 2.0 : 1.0});
-    }
+    for (const Goods& goods : catalogue.goods().first(std::min<qsizetype>(3, catalogue.goods().size())))
+        lines.append({.articul = goods.articul,
+                      .name = goods.name,
+                      .price = goods.price,
+                      .quantity = lines.isEmpty() ? 2.0 : 1.0});
     return lines;
 }
 
@@ -101,6 +118,9 @@ int run(const Invocation& invocation)
     const Config config = settingsOf(options);
     if (options.dataDirectory.isEmpty() && namesService(config))
         options.dataDirectory = usualDataDirectory(); // what real money hangs on outlives the window
+    const QString namedGoods = invocation.own.value(u"goods"_s);
+    const Catalogue catalogue = catalogueOf(namedGoods.isEmpty() ? goodsFileOf(config, options) : namedGoods,
+                                            scanSettingsOf(config).weightPrefixes);
     int count = 1;
     QByteArray name = "till"_ba;
     std::array<char*, 2> arguments{name.data(), nullptr};
@@ -123,14 +143,17 @@ int run(const Invocation& invocation)
                                               .random = {},
                                               .attempted = {}},
                                  .changed = {}});
-    window::CheckoutModel model(till, waiting, watch);
+    window::CheckoutModel model(till, waiting, watch, catalogue);
     window::MainWindow view(model, waiting, frontend);
     frontend.setParent(&view);
     view.resize(1024, 768);
     view.show();
     view.activateWindow(); // where no window manager does
+    std::optional<window::CustomerDisplay> display;
+    if (invocation.has(u"customer-display"_s))
+        display.emplace(model, waiting).showBeside(view);
     if (!till.checkout().receipt())
-        model.openSale(invocation.has(u"demo"_s) ? demonstration() : QList<Line>());
+        model.openSale(invocation.has(u"demo"_s) ? demonstration(catalogue) : QList<Line>());
     return QApplication::exec();
 }
 
@@ -146,7 +169,9 @@ Command windowCommand()
             "1024 x 768 pixels on. Each key is shown on its button. Where nobody names a loyalty service,\n"
             "the stand is started, and it is training. A receipt that was left open is found again in the\n"
             "data directory; with a service, that is by default where the tools look, else one of the moment."_s,
-        .options = {{u"demo"_s, {}, u"Begin with a few goods on the receipt."_s},
+        .options = {{u"customer-display"_s, {}, u"Show the customer a window of their own."_s},
+                    {u"demo"_s, {}, u"Begin with a few goods on the receipt."_s},
+                    {u"goods"_s, u"FILE"_s, u"What is sold, as CSV, instead of Till:goods."_s},
                     {u"scale"_s, u"PERCENT"_s, u"Size of the letters, 100 to 150."_s},
                     recordOption()},
         .examples = {{u"till window --demo"_s, u"a receipt ready to try"_s},

@@ -59,6 +59,7 @@ Cashier::Cashier()
 
 Cashier::Cashier(const Setup& setup)
     : m_directory(setup.dataDirectory.isEmpty() ? m_ownDirectory.path() : setup.dataDirectory)
+    , m_catalogue(setup.goods, setup.weightPrefixes.split(u',', Qt::SkipEmptyParts))
 {
     till::window::applyStyle(*qApp, setup.scale);
     Config config = till::loadSettings({});
@@ -67,6 +68,8 @@ Cashier::Cashier(const Setup& setup)
     config.set(u"KYRLoyalty:bonusRatio"_s, setup.bonusRatio);
     config.set(u"Till:scanPrefix"_s, setup.scanPrefix);
     config.set(u"Till:scanSuffix"_s, setup.scanSuffix);
+    config.set(u"Till:cardPrefixes"_s, setup.cardPrefixes);
+    config.set(u"Till:weightPrefixes"_s, setup.weightPrefixes);
     if (!setup.serverUrl.isEmpty()) {
         till::setServerUrl(config, setup.serverUrl);
         config.set(u"KYRLoyalty:user"_s, u"shop"_s); // as a stand of the tests knows it
@@ -78,7 +81,7 @@ Cashier::Cashier(const Setup& setup)
     const till::Parts parts{QStringLiteral(PLUGIN_FILE), QStringLiteral(STAND_PROGRAM),
                             setup.keeps ? m_directory : QString()};
     m_till = std::make_unique<till::Till>(parts, config, *m_frontend);
-    m_model = std::make_unique<till::window::CheckoutModel>(*m_till, *m_waiting, *m_watch);
+    m_model = std::make_unique<till::window::CheckoutModel>(*m_till, *m_waiting, *m_watch, m_catalogue);
     m_window = std::make_unique<till::window::MainWindow>(*m_model, *m_waiting, *m_frontend);
     m_frontend->setParent(m_window.get());
     m_window->resize(1024, 768);
@@ -193,6 +196,14 @@ void Cashier::touch(const QString& name)
     pump();
 }
 
+void Cashier::touchRow(QTableWidget& table, int row)
+{
+    const QPoint at = table.visualItemRect(table.item(row, 0)).center();
+    QTest::mouseClick(m_window->windowHandle(), Qt::LeftButton, {},
+                      table.viewport()->mapTo(m_window.get(), at));
+    pump();
+}
+
 void Cashier::atDialog(const std::function<void(QDialog&)>& act)
 {
     auto* timer = new QTimer(m_window.get());
@@ -258,6 +269,16 @@ QString Cashier::status() const
             return label->text();
     }
     return {};
+}
+
+QStringList Cashier::buttons() const
+{
+    QStringList texts;
+    for (const auto* button : m_window->findChildren<QAbstractButton*>()) {
+        if (button->isVisible())
+            texts.append(button->text());
+    }
+    return texts;
 }
 
 QString Cashier::screen() const

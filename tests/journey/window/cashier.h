@@ -1,10 +1,12 @@
 #pragma once
 
+#include "till/goods/demonstration.h"
 #include "till/window/checkoutmodel.h"
 #include "till/window/mainwindow.h"
 
 #include <QDialog>
 #include <QElapsedTimer>
+#include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -62,6 +64,9 @@ public:
         QString bonusRatio = QStringLiteral("1:1");
         QString scanPrefix = {};
         QString scanSuffix = {};
+        QString cardPrefixes = QStringLiteral("2000");
+        QString weightPrefixes = {};
+        QList<till::Goods> goods = till::demonstrationGoods();
     };
     explicit Cashier(const Setup& setup);
     Cashier();
@@ -72,6 +77,7 @@ public:
     [[nodiscard]] till::window::CheckoutModel& model() { return *m_model; }
     [[nodiscard]] till::window::WindowFrontend& frontend() { return *m_frontend; }
     [[nodiscard]] till::window::MainWindow& window() { return *m_window; }
+    [[nodiscard]] till::window::Waiting& waiting() { return *m_waiting; }
     [[nodiscard]] PaintProbe& probe() { return *m_probe; }
     [[nodiscard]] QString directory() const { return m_directory; }
 
@@ -85,6 +91,8 @@ public:
     void touch(const QString& name);
     /// How many keys were pressed since the last call; a scanner's are not counted.
     int takeKeys() { return std::exchange(m_keys, 0); }
+    /// A finger on that row.
+    void touchRow(QTableWidget& table, int row);
     /// A code as the scanner types it: fast, and with Enter at its end. U+001D stands in a marking code.
     void scan(const QString& code, Qt::Key end = Qt::Key_Return);
     /// Types as scan() does, without an end.
@@ -111,6 +119,8 @@ public:
     [[nodiscard]] QString status() const;
     /// All texts of labels, buttons and cells that are on the screen.
     [[nodiscard]] QString screen() const;
+    /// The texts of the buttons that are on the screen.
+    [[nodiscard]] QStringList buttons() const;
     /// How many dialogs were answered.
     [[nodiscard]] int dialogs() const { return m_dialogs; }
 
@@ -126,6 +136,7 @@ private:
     std::unique_ptr<till::window::ServiceWatch> m_watch;
     std::unique_ptr<till::window::WindowFrontend> m_frontend;
     std::unique_ptr<till::Till> m_till;
+    till::Catalogue m_catalogue;
     std::unique_ptr<till::window::CheckoutModel> m_model;
     std::unique_ptr<till::window::MainWindow> m_window;
     PaintProbe* m_probe = nullptr;

@@ -136,7 +136,7 @@ TEST(WindowRestart, AfterAKillTheReceiptIsOnTheScreenAndALineSaysSo)
     ASSERT_TRUE(cashier.checkout().receipt());
     EXPECT_EQ(cashier.checkout().receipt()->getGoodsItems().size(), 3);
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Найден открытый чек "));
-    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("722,80 ₽"));
+    EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("493,30 ₽"));
 }
 
 TEST(WindowProgram, WithoutADisplaySaysHowToSeeItAnyway)

@@ -6,7 +6,6 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QProcess>
-#include <QTableWidget>
 
 using namespace Qt::StringLiterals;
 using testing::AnyOf;
@@ -83,7 +82,7 @@ TEST(WindowGoods, OfALongNameTakeTwoLinesAndTheArticleOne)
                                .price = 10,
                                .quantity = 1},
                               {.articul = u"3"_s, .name = QString(500, u'W'), .price = 10, .quantity = 1}});
-    const auto* table = cashier.window().findChild<QTableWidget*>();
+    const auto* table = cashier.window().findChild<till::window::PositionsTable*>();
     const int line = table->fontMetrics().height();
     EXPECT_LT(table->rowHeight(0), 3 * line);
     for (const int row : {1, 2}) {

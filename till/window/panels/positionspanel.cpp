@@ -1,12 +1,14 @@
 #include "till/window/panels/positionspanel.h"
 
+#include "host/utils/tr.h"
 #include "till/checkout/screen.h"
 #include "till/window/dialogs/inputdialog.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
 
-#include <QGridLayout>
+#include <QCoreApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -22,6 +24,9 @@ PositionsPanel::PositionsPanel(CheckoutModel& model, WindowFrontend& frontend)
     , m_headline(label({}, u"headline"_s))
     , m_details(label({}, u"name"_s))
     , m_article(new QLineEdit)
+    , m_add(button(tr::shown(u"windowAdd"_s, u"Добавить"_s), u"Enter"_s))
+    , m_found(new GoodsSearch(model.catalogue()))
+    , m_keys(new GoodsKeys(model.catalogue(), [&model](const Goods& goods) { model.addGoods(goods); }))
 {
     auto* finished = panel();
     auto* lines = new QVBoxLayout(finished);
@@ -41,7 +46,12 @@ PositionsPanel::PositionsPanel(CheckoutModel& model, WindowFrontend& frontend)
     layout->addWidget(m_pages, 1);
     layout->addWidget(changesRow());
     layout->addWidget(entryRow());
-    layout->addWidget(goodsGrid());
+    layout->addWidget(m_found, 1);
+    layout->addWidget(m_keys);
+    m_keys->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    connect(m_found, &GoodsSearch::touched, this, [this](const Goods& goods) { addFound(goods); });
+    connect(m_article, &QLineEdit::textChanged, this, [this] { showFound(); });
+    m_article->installEventFilter(this);
 }
 
 QWidget* PositionsPanel::entryRow()
@@ -49,17 +59,16 @@ QWidget* PositionsPanel::entryRow()
     auto* row = new QWidget;
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
-    m_article->setPlaceholderText(u"Артикул  F2"_s);
-    m_article->setAccessibleName(u"Артикул товара"_s);
-    m_article->setAccessibleDescription(u"Клавиша F2; Enter добавляет товар"_s);
+    m_article->setPlaceholderText(tr::shown(u"windowArticleField"_s, u"Артикул или название  F2"_s));
+    m_article->setAccessibleName(tr::shown(u"windowArticleName"_s, u"Артикул товара"_s));
+    m_article->setAccessibleDescription(tr::shown(
+        u"windowArticleKeys"_s, u"Клавиша F2; Enter добавляет товар, стрелки выбирают из найденных"_s));
     m_article->setObjectName(u"article"_s);
     constexpr int marking = 200; // as long as a marking code may be
     limitLength(*m_article, marking, [this](const QString& text) { m_model.say(Notice::Kind::Bad, text); });
-    auto* add = button(u"Добавить"_s, u"Enter"_s);
-    m_entries.append(add);
     layout->addWidget(m_article, 1);
-    layout->addWidget(add);
-    connect(add, &QPushButton::clicked, this, [this] { enterArticle(); });
+    layout->addWidget(m_add);
+    connect(m_add, &QPushButton::clicked, this, [this] { enterArticle(); });
     connect(m_article, &QLineEdit::returnPressed, this, [this] { enterArticle(); });
     auto* key = new QShortcut(Qt::Key_F2, this);
     connect(m_table, &PositionsTable::typed, this, &PositionsPanel::refuse);
@@ -71,25 +80,29 @@ QWidget* PositionsPanel::entryRow()
     return row;
 }
 
-QWidget* PositionsPanel::goodsGrid()
+bool PositionsPanel::eventFilter(QObject* watched, QEvent* event)
 {
-    auto* area = new QWidget;
-    auto* grid = new QGridLayout(area);
-    grid->setContentsMargins(0, 0, 0, 0);
-    grid->setSpacing(8);
-    constexpr int columns = 4;
-    int place = 0;
-    for (const Goods& goods : catalogue()) {
-        auto* key = button(goods.name + u'\n' + screen::amount(goods.price), {}, u"goods"_s);
-        key->setAccessibleName(u"%1, %2"_s.arg(goods.name, money(goods.price)));
-        key->setFocusPolicy(Qt::NoFocus); // for fingers; the keyboard has the article
-        connect(key, &QPushButton::clicked, this, [this, &goods] { m_model.addGoods(goods); });
-        m_entries.append(key);
-        key->setHidden(isCompact() && place >= columns);
-        grid->addWidget(key, place / columns, place % columns);
-        ++place;
+    if (watched != m_article || event->type() != QEvent::KeyPress || m_found->isHidden())
+        return QWidget::eventFilter(watched, event);
+    switch (static_cast<QKeyEvent*>(event)->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        QCoreApplication::sendEvent(m_found, event);
+        return true;
+    case Qt::Key_Escape:
+        m_article->clear();
+        return true;
+    default:
+        return QWidget::eventFilter(watched, event);
     }
-    return area;
+}
+
+void PositionsPanel::showFound()
+{
+    m_found->search(m_article->text());
+    m_keys->setVisible(m_found->isHidden());
 }
 
 QWidget* PositionsPanel::changesRow()
@@ -106,9 +119,9 @@ QWidget* PositionsPanel::changesRow()
         layout->addWidget(made);
         m_changes.append(made);
     };
-    add(u"Количество"_s, u"F4"_s, Qt::Key_F4, &PositionsPanel::askQuantity);
-    add(u"Скидка"_s, u"F5"_s, Qt::Key_F5, &PositionsPanel::askDiscount);
-    add(u"Удалить"_s, u"F6"_s, Qt::Key_F6, &PositionsPanel::removeSelected);
+    add(tr::shown(u"windowQuantity"_s, u"Количество"_s), u"F4"_s, Qt::Key_F4, &PositionsPanel::askQuantity);
+    add(tr::shown(u"windowDiscount"_s, u"Скидка"_s), u"F5"_s, Qt::Key_F5, &PositionsPanel::askDiscount);
+    add(tr::shown(u"windowRemove"_s, u"Удалить"_s), u"F6"_s, Qt::Key_F6, &PositionsPanel::removeSelected);
     return row;
 }
 
@@ -121,9 +134,11 @@ void PositionsPanel::refresh()
     else
         fillFinished();
     m_pages->setCurrentIndex(receipt ? 0 : 1);
-    m_article->setEnabled(changeable || !receipt);
-    for (QPushButton* entry : m_entries)
-        entry->setEnabled(changeable || !receipt);
+    const bool isOpen = changeable || !receipt;
+    if (!isOpen)
+        m_article->clear(); // it was for a receipt that takes nothing more
+    for (QWidget* entry : QList<QWidget*>{m_article, m_add, m_keys})
+        entry->setEnabled(isOpen);
     for (QPushButton* change : m_changes)
         change->setEnabled(changeable && m_table->rowCount() > 0);
 }
@@ -133,8 +148,8 @@ void PositionsPanel::fillFinished()
     m_table->setRowCount(0);
     const QStringList& lines = m_model.finished();
     if (lines.isEmpty()) {
-        m_headline->setText(u"Чека нет"_s);
-        m_details->setText(u"Откройте новый чек или добавьте товар"_s);
+        m_headline->setText(tr::shown(u"windowNoReceipt"_s, u"Чека нет"_s));
+        m_details->setText(tr::shown(u"windowBegin"_s, u"Откройте новый чек или добавьте товар"_s));
         return;
     }
     // "Чек 7: оплачено 10,00": the sum is what the cashier looks for
@@ -147,10 +162,23 @@ void PositionsPanel::fillFinished()
             .join(u'\n'));
 }
 
+void PositionsPanel::addFound(const Goods& goods)
+{
+    m_model.addGoods(goods);
+    m_article->clear();
+}
+
 void PositionsPanel::enterArticle()
 {
     if (m_article->text().trimmed().isEmpty())
-        return m_model.say(Notice::Kind::Plain, u"Введите артикул товара"_s);
+        return m_model.say(Notice::Kind::Plain,
+                           tr::shown(u"windowTypeArticle"_s, u"Введите артикул товара"_s));
+    if (const Goods* goods = m_found->chosen())
+        return addFound(*goods);
+    if (!m_found->isHidden())
+        return m_model.say(Notice::Kind::Bad,
+                           tr::shown(u"windowGoodsFoundSeveral"_s,
+                                     u"Найдено несколько товаров: выберите стрелками или пальцем"_s));
     if (m_model.addArticle(m_article->text()))
         m_article->clear();
     else
@@ -174,13 +202,15 @@ void PositionsPanel::askFor(const tr::Tr& title, const QString& question, const 
 
 void PositionsPanel::askQuantity()
 {
-    askFor(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s), u"Сколько единиц товара"_s, u"quantity"_s,
+    askFor(tr::Tr(u"tillQuantityTitle"_s, u"Количество"_s),
+           tr::shown(u"windowAskQuantity"_s, u"Сколько единиц товара"_s), u"quantity"_s,
            &CheckoutModel::setQuantity);
 }
 
 void PositionsPanel::askDiscount()
 {
-    askFor(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s), u"Сколько рублей снять с позиции"_s, u"discount"_s,
+    askFor(tr::Tr(u"tillDiscountTitle"_s, u"Скидка"_s),
+           tr::shown(u"windowAskDiscount"_s, u"Сколько рублей снять с позиции"_s), u"discount"_s,
            &CheckoutModel::setDiscount);
 }
 
@@ -188,7 +218,9 @@ void PositionsPanel::refuse()
 {
     QString why = m_model.receipt() ? m_model.checkout().obstacleTo(Action::SetLines) : QString();
     if (why.isEmpty())
-        why = m_table->rowCount() == 0 ? u"В чеке нет товаров"_s : u"Артикул вводят в поле под списком: F2"_s;
+        why = m_table->rowCount() == 0
+                  ? tr::shown(u"windowNoGoods"_s, u"В чеке нет товаров"_s)
+                  : tr::shown(u"windowArticleWhere"_s, u"Артикул вводят в поле под списком: F2"_s);
     m_model.say(Notice::Kind::Bad, why);
 }
 

@@ -2,6 +2,8 @@
 
 #include "till/window/checkoutmodel.h"
 #include "till/window/frontend.h"
+#include "till/window/panels/goodskeys.h"
+#include "till/window/panels/goodssearch.h"
 #include "till/window/panels/positionstable.h"
 #include "till/window/widgets.h"
 
@@ -23,11 +25,16 @@ public:
     [[nodiscard]] QLineEdit& articleField() const { return *m_article; }
     [[nodiscard]] PositionsTable& table() const { return *m_table; }
 
+protected:
+    /// The keys that choose among the goods which were found.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     QWidget* entryRow();
-    QWidget* goodsGrid();
     QWidget* changesRow();
     void fillFinished();
+    void showFound();
+    void addFound(const Goods& goods);
     void enterArticle();
     /// Asks for a number and sets it on the selected position.
     void askFor(const tr::Tr& title, const QString& question, const QString& formName,
@@ -45,7 +52,9 @@ private:
     Label* m_headline;
     Label* m_details;
     QLineEdit* m_article;
-    QList<QPushButton*> m_entries;
+    QPushButton* m_add;
+    GoodsSearch* m_found;
+    GoodsKeys* m_keys;
     QList<QPushButton*> m_changes;
 };
 

@@ -2,6 +2,7 @@
 
 #include "host/utils/money.h"
 #include "host/utils/printable.h"
+#include "host/utils/tr.h"
 #include "till/checkout/screen.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
@@ -30,8 +31,11 @@ QString reduction(double value)
 
 PositionsTable::PositionsTable()
 {
-    showGoods(*this, {u"Товар"_s, u"Цена"_s, u"Кол-во"_s, u"Скидка"_s, u"Баллы"_s, u"Сумма"_s});
-    setAccessibleName(u"Товары в чеке"_s);
+    showGoods(*this,
+              {tr::shown(u"windowColumnGoods"_s, u"Товар"_s), tr::shown(u"windowColumnPrice"_s, u"Цена"_s),
+               tr::shown(u"windowColumnQuantity"_s, u"Кол-во"_s), tr::shown(u"windowDiscount"_s, u"Скидка"_s),
+               tr::shown(u"windowPointsHint"_s, u"Баллы"_s), tr::shown(u"windowSum"_s, u"Сумма"_s)});
+    setAccessibleName(tr::shown(u"windowPositions"_s, u"Товары в чеке"_s));
     setWordWrap(true);
     setColumnHidden(Price, isCompact()); // it stands below the name then
 }
@@ -48,22 +52,24 @@ void PositionsTable::fill(const Document& receipt)
     const int shown = rowCount();
     const auto items = receipt.getGoodsItems();
     setRowCount(static_cast<int>(items.size()));
-    int row = 0;
-    for (const auto& item : items) {
-        const double bonus = item->getBonusImpactSum();
-        QString text = u"%1. %2\n"_s.arg(QString::number(item->getPosnum()), item->getName(false));
-        text += isCompact() ? screen::amount(item->getPrice()) + u" · "_s + item->getArticul()
-                            : u"арт. "_s + item->getArticul();
-        auto* name = cell(text, false);
-        name->setData(Qt::UserRole, item->getPosnum());
-        setItem(row, Name, name);
-        setItem(row, Price, cell(screen::amount(item->getPrice()), true));
-        setItem(row, Quantity, cell(screen::quantity(item->getBquant()), true));
-        setItem(row, Discount, cell(reduction(item->getDiscountSum() - bonus), true));
-        setItem(row, Bonus, cell(reduction(bonus), true));
-        setItem(row, Sum, cell(screen::amount(item->getSumb()), true));
-        ++row;
-    }
+    fillAtOnce(*this, [&] {
+        int row = 0;
+        for (const auto& item : items) {
+            const double bonus = item->getBonusImpactSum();
+            QString text = u"%1. %2\n"_s.arg(QString::number(item->getPosnum()), item->getName(false));
+            text += isCompact() ? screen::amount(item->getPrice()) + u" · "_s + item->getArticul()
+                                : tr::shown(u"windowArticle"_s, u"арт. %1"_s).arg(item->getArticul());
+            auto* name = cell(text, false);
+            name->setData(Qt::UserRole, item->getPosnum());
+            setItem(row, Name, name);
+            setItem(row, Price, cell(screen::amount(item->getPrice()), true));
+            setItem(row, Quantity, cell(screen::quantity(item->getBquant()), true));
+            setItem(row, Discount, cell(reduction(item->getDiscountSum() - bonus), true));
+            setItem(row, Bonus, cell(reduction(bonus), true));
+            setItem(row, Sum, cell(screen::amount(item->getSumb()), true));
+            ++row;
+        }
+    });
     const int last = static_cast<int>(items.size()) - 1;
     setCurrentCell(items.size() > shown ? last : std::clamp(before, std::min(0, last), last), Name);
 }
