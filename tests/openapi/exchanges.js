@@ -170,7 +170,7 @@ async function ownPages(real) {
     ...looks, ...docs,
     arm(['force-payment-c2b:apply-then-drop']), remove('/1'), remove(),
     unknown, { method: 'GET', path: '/stand/exchanges' },
-    arm({ faults: ['any:drop'] }), unknown, { method: 'GET', path: '/stand/exchanges?after=1' }, remove(),
+    arm(['any:drop']), unknown, { method: 'GET', path: '/stand/exchanges?after=1' }, remove(),
     { path: at('payment-c2b'), body: numbered(spending, 9) },
     { method: 'GET', path: '/stand/codes' },
     { path: at('force-payment-c2b'), body: numbered(spending, 7) },
