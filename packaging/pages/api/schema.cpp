@@ -37,7 +37,7 @@ std::string typeOf(const YAML::Node& schema)
         return value(only);
     if (const auto any = schema["enum"])
         return "one of " + joined(any, " ", value);
-    if (const auto any = schema["oneOf"])
+    if (const auto any = schema["oneOf"]; any && !schema["type"])
         return joined(any, " or ", kindOf);
     const auto type = schema["type"] ? schema["type"].Scalar() : "";
     if (type == "array")
