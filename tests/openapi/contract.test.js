@@ -121,8 +121,10 @@ describe('The contract', () => {
       told = complaints;
       await exchanges.send(base, { method: 'GET', path: '/v2/partner/card/2000000000017/card-info' });
       await exchanges.send(base, { method: 'POST', path: target, body: { approve_id: '1', code: '1234' } });
+      await exchanges.send(base, { method: 'POST', path: '/stand/clock', body: { advance: '1' } });
     }, process.env.KYR_JUDGED_STAND);
-    assert.equal(told(), `POST ${target}: request /approve_id: must be integer\n`);
+    assert.equal(told(), `POST ${target}: request /approve_id: must be integer\n`
+      + 'POST /stand/clock: request /advance: must be number\n');
   });
 
   test('is broken by a wrong answer on its way to the till', async () => {
