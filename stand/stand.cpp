@@ -14,9 +14,6 @@
 #include <QTextStream>
 #include <QUrlQuery>
 
-#include <array>
-#include <functional>
-
 using namespace Qt::StringLiterals;
 
 namespace stand {
@@ -60,7 +57,9 @@ Stand::Stand(const QString& dataFile, const Credentials& credentials, const Term
     , m_service(m_database, terms.tariff, terms.codes)
     , m_gate(std::move(gate))
     , m_expected((credentials.user + u':' + credentials.password).toUtf8())
-{}
+{
+    addPages();
+}
 
 Reaction Stand::react(const Request& request)
 {
@@ -138,27 +137,33 @@ Answer Stand::ownPage(const Request& request)
 {
     if (auto refused = m_gate.refusal(request))
         return *refused;
-    if (auto file = webPage(request))
-        return *file;
-    if (isFaultsPage(request.path))
-        return faultsPage(m_faults, request);
-    if (request.path == "/stand/clock")
-        return clockPage(request);
-    using Page = std::pair<QByteArray, std::function<Answer()>>;
-    const std::array pages = {
-        Page{"/stand/cards", [] { return page(demonstrationCards()); }},
-        Page{"/stand/paths", [this] { return page(m_service.paths()); }},
-        Page{"/stand/exchanges", [&] { return exchangesPage(request); }},
-        Page{"/stand/codes", [this] { return page(m_service.codes()); }},
-        Page{"/stand/ledger", [this] { return page(ledgerPage(m_database, m_service.anonymousReceipts())); }},
-        Page{"/stand/overview", [this] { return page(overview()); }},
-        Page{"/stand/invariants", [this] { return page(invariantsPage(m_database, m_service.tariff())); }},
+    return m_pages.answer(request);
+}
+
+void Stand::addPages()
+{
+    addWebPages(m_pages);
+    addFaultsPage(m_pages, m_faults);
+    addClockPage(m_pages);
+    const auto add = [this](const QByteArray& path, auto content) {
+        m_pages.add("GET", path, [content](const QByteArray&, const Request&) { return page(content()); });
     };
-    for (const auto& [path, answer] : pages) {
-        if (path == request.path)
-            return request.method == "GET" ? answer() : wrongMethod(request.method, "GET");
-    }
-    return failure(404, u"Адрес не найден"_s);
+    add("/stand/cards", [] { return demonstrationCards(); });
+    add("/stand/paths", [this] { return paths(); });
+    add("/stand/codes", [this] { return m_service.codes(); });
+    add("/stand/ledger", [this] { return ledgerPage(m_database, m_service.anonymousReceipts()); });
+    add("/stand/overview", [this] { return overview(); });
+    add("/stand/invariants", [this] { return invariantsPage(m_database, m_service.tariff()); });
+    m_pages.add("GET", "/stand/exchanges",
+                [this](const QByteArray&, const Request& request) { return exchangesPage(request); });
+}
+
+QJsonArray Stand::paths() const
+{
+    auto paths = m_service.paths();
+    for (const auto& own : m_pages.list())
+        paths.append(own);
+    return paths;
 }
 
 QJsonObject Stand::overview()

@@ -3,6 +3,7 @@
 #include "stand/books/database.h"
 #include "stand/faults/faults.h"
 #include "stand/http/delivery.h"
+#include "stand/http/routes.h"
 #include "stand/pages/exchanges.h"
 #include "stand/pages/gate.h"
 #include "stand/service/service.h"
@@ -19,6 +20,8 @@ class Stand
 public:
     /// An empty `dataFile` keeps the data in memory. Throws DatabaseError.
     Stand(const QString& dataFile, const Credentials& credentials, const Terms& terms, Gate gate);
+    Q_DISABLE_COPY_MOVE(Stand)
+    ~Stand() = default;
 
     /// Reacts to every request whatever is in it; throws nothing.
     Reaction react(const Request& request);
@@ -34,7 +37,9 @@ private:
     /// A trace of what the service never came to know.
     void remember(const Request& request, const std::optional<Answer>& answer, const QString& fault);
     Answer ownPage(const Request& request);
-    QJsonObject overview(); ///< All that the page for people shows.
+    void addPages();
+    [[nodiscard]] QJsonArray paths() const; ///< The service's and the stand's own.
+    QJsonObject overview();                 ///< All that the page for people shows.
     [[nodiscard]] Answer exchangesPage(const Request& request) const;
 
     Database m_database;
@@ -42,6 +47,7 @@ private:
     Service m_service;
     Faults m_faults;
     Gate m_gate;
+    Routes m_pages;
     QByteArray m_expected; ///< "user:password" in UTF-8.
 };
 

@@ -28,19 +28,25 @@ std::optional<QDateTime> timeFrom(const QJsonObject& asked, const QDateTime& cur
     return asked.size() == 1 && time.isValid() && time >= current ? std::optional(time) : std::nullopt;
 }
 
+Answer told() { return page(QJsonObject{{u"time"_s, now().toString(Qt::ISODateWithMs)}}); }
+
+Answer moveClock(const Request& request)
+{
+    const auto time = timeFrom(QJsonDocument::fromJson(request.body).object(), now());
+    if (!time)
+        return failure(422, u"the clock goes forward only: {\"advance\": seconds}, or "
+                            "{\"time\": \"2026-12-01T00:00:00Z\"} later than it is"_s);
+    setClock(*time);
+    return told();
+}
+
 } // namespace
 
-Answer clockPage(const Request& request)
+void addClockPage(Routes& routes)
 {
-    if (request.method == "POST") {
-        const auto time = timeFrom(QJsonDocument::fromJson(request.body).object(), now());
-        if (!time)
-            return failure(422, u"the clock goes forward only: {\"advance\": seconds}, or "
-                                "{\"time\": \"2026-12-01T00:00:00Z\"} later than it is"_s);
-        setClock(*time);
-    } else if (request.method != "GET")
-        return wrongMethod(request.method, "GET, POST");
-    return page(QJsonObject{{u"time"_s, now().toString(Qt::ISODateWithMs)}});
+    const auto path = "/stand/clock"_ba;
+    routes.add("GET", path, [](const QByteArray&, const Request&) { return told(); });
+    routes.add("POST", path, [](const QByteArray&, const Request& request) { return moveClock(request); });
 }
 
 } // namespace stand

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "stand/http/http.h"
+#include "stand/http/routes.h"
 
 namespace stand {
 
 /// GET tells the stand's time, POST moves it forward: {"advance": seconds} or {"time":
 /// "2026-12-01T00:00:00Z"}.
-[[nodiscard]] Answer clockPage(const Request& request);
+void addClockPage(Routes& routes);
 
 } // namespace stand

@@ -9,8 +9,6 @@ namespace stand {
 
 namespace {
 
-const auto root = "/stand/faults"_ba;
-
 Answer list(const Faults& faults) { return page(QJsonObject{{u"faults"_s, faults.list()}}); }
 
 Answer arm(Faults& faults, const QByteArray& body)
@@ -35,24 +33,23 @@ Answer disarm(Faults& faults, const QByteArray& number)
     return list(faults);
 }
 
-} // namespace
-
-bool isFaultsPage(const QByteArray& path) { return path == root || path.startsWith(root + '/'); }
-
-Answer faultsPage(Faults& faults, const Request& request)
+Answer disarmAll(Faults& faults)
 {
-    if (request.path != root) {
-        return request.method == "DELETE" ? disarm(faults, request.path.sliced(root.size() + 1))
-                                          : wrongMethod(request.method, "DELETE");
-    }
-    if (request.method == "GET")
-        return list(faults);
-    if (request.method == "POST")
-        return arm(faults, request.body);
-    if (request.method != "DELETE")
-        return wrongMethod(request.method, "GET, POST, DELETE");
     faults.disarmAll();
     return list(faults);
+}
+
+} // namespace
+
+void addFaultsPage(Routes& routes, Faults& faults)
+{
+    const auto all = "/stand/faults"_ba;
+    routes.add("GET", all, [&faults](const QByteArray&, const Request&) { return list(faults); });
+    routes.add("POST", all,
+               [&faults](const QByteArray&, const Request& request) { return arm(faults, request.body); });
+    routes.add("DELETE", all, [&faults](const QByteArray&, const Request&) { return disarmAll(faults); });
+    routes.add("DELETE", all + "/{id}",
+               [&faults](const QByteArray& id, const Request&) { return disarm(faults, id); });
 }
 
 } // namespace stand

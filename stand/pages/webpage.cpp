@@ -23,6 +23,10 @@ constexpr std::array files = {
     File{"/stand/", ":/page/index.html", "text/html; charset=utf-8"},
     File{"/stand/page.css", ":/page/page.css", "text/css; charset=utf-8"},
     File{"/stand/page.js", ":/page/page.js", "text/javascript; charset=utf-8"},
+    File{"/docs", ":/docs/index.html", "text/html; charset=utf-8"},
+    File{"/docs/", ":/docs/index.html", "text/html; charset=utf-8"},
+    File{"/docs/docs.css", ":/docs/docs.css", "text/css; charset=utf-8"},
+    File{"/docs/openapi.yaml", ":/docs/openapi.yaml", "application/yaml"},
 };
 
 Answer contentOf(const File& file)
@@ -39,21 +43,22 @@ Answer contentOf(const File& file)
     return answer;
 }
 
+Answer toTheStandsPage()
+{
+    Answer answer;
+    answer.status = 302;
+    answer.headers.append({"Location"_ba, "/stand/"_ba});
+    return answer;
+}
+
 } // namespace
 
-std::optional<Answer> webPage(const Request& request)
+void addWebPages(Routes& routes)
 {
-    if (request.path == "/" || request.path == "/stand") {
-        Answer answer;
-        answer.status = 302;
-        answer.headers.append({"Location"_ba, "/stand/"_ba});
-        return answer;
-    }
-    for (const auto& file : files) {
-        if (request.path == file.path)
-            return request.method == "GET" ? contentOf(file) : wrongMethod(request.method, "GET");
-    }
-    return std::nullopt;
+    for (const auto* path : {"/", "/stand"})
+        routes.add("GET", path, [](const QByteArray&, const Request&) { return toTheStandsPage(); });
+    for (const auto& file : files)
+        routes.add("GET", file.path, [&file](const QByteArray&, const Request&) { return contentOf(file); });
 }
 
 } // namespace stand

@@ -1,12 +1,10 @@
 #pragma once
 
-#include "stand/http/http.h"
-
-#include <optional>
+#include "stand/http/routes.h"
 
 namespace stand {
 
-/// The files of the page for people: /stand/ and what it loads. Nothing for any other path.
-[[nodiscard]] std::optional<Answer> webPage(const Request& request);
+/// The pages for people: /stand/ and /docs, with what they load.
+void addWebPages(Routes& routes);
 
 } // namespace stand

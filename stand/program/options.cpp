@@ -198,7 +198,7 @@ Options readOptions(const QStringList& arguments)
         "SIGTERM or SIGINT. Open its address in a browser to see codes, balances, ledger, exchanges and "
         "faults;\n"
         "the same as JSON: GET /stand/cards, /stand/codes, /stand/ledger, /stand/invariants,\n"
-        "/stand/exchanges, /stand/faults, /stand/clock.\n\n"
+        "/stand/exchanges, /stand/faults, /stand/clock. All that can be asked is described at /docs.\n\n"
         "The password is read from the password file, else from the environment variable\n"
         "KYR_STAND_PASSWORD, else it is \"secret-of-the-shop\"."_s);
     const GeneralOptions general;

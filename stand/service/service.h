@@ -1,6 +1,7 @@
 #pragma once
 
 #include "stand/books/accounts.h"
+#include "stand/http/routes.h"
 #include "stand/service/anonymous.h"
 #include "stand/service/approvals.h"
 #include "stand/service/cards.h"
@@ -17,20 +18,19 @@ class Service
 public:
     Service(Database& database, const Tariff& tariff, const CodeRules& rules);
     Q_DISABLE_COPY_MOVE(Service)
-    ~Service();
+    ~Service() = default;
 
     /// Throws DatabaseError; every fault of the caller is an answer with the error envelope.
     Answer answer(const Request& request);
 
     [[nodiscard]] const Tariff& tariff() const { return m_tariff; }
     /// Every path with its method, as `{"method", "path"}`.
-    [[nodiscard]] QJsonArray paths() const;
+    [[nodiscard]] QJsonArray paths() const { return m_routes.list(); }
     [[nodiscard]] QJsonArray codes() const { return m_approvals.list(); }
     [[nodiscard]] QJsonArray anonymousReceipts() const { return m_anonymous.list(); }
 
 private:
-    struct Route;
-    [[nodiscard]] QList<Route> routes();
+    void addRoutes();
 
     Tariff m_tariff;
     Accounts m_accounts;
@@ -41,7 +41,7 @@ private:
     Earning m_earning{m_accounts, m_ledger, m_tariff};
     Reversal m_reversal{m_accounts, m_ledger, m_approvals};
     Anonymous m_anonymous;
-    QList<Route> m_routes;
+    Routes m_routes;
 };
 
 } // namespace stand

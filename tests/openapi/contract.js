@@ -1,4 +1,4 @@
-// Holds exchanges against the service's OpenAPI page.
+// Holds exchanges with the stand against the OpenAPI page.
 'use strict';
 
 const fs = require('fs');
@@ -102,12 +102,15 @@ class Contract {
     return [...wrong, ...this.judgeBody('answer', exchange.answerHeaders, exchange.answer, pointer('components', 'schemas', 'Failure'))];
   }
 
-  judgeRequest(exchange, { template, method, values, parameters = [], requestBody }) {
+  judgeRequest(exchange, { template, method, values, parameters = [], requestBody, security = this.document.security }) {
     const wrong = [];
-    if (!/^Basic \S+$/i.test(exchange.headers.authorization || '')) wrong.push('request: no Basic authentication');
+    const isGuarded = security.length > 0;
+    if (isGuarded && !/^Basic \S+$/i.test(exchange.headers.authorization || '')) wrong.push('request: no Basic authentication');
+    const asked = new URL(exchange.path, 'http://stand').searchParams;
     for (const parameter of [...(this.document.paths[template].parameters || []), ...parameters]) {
-      const { name, schema } = this.resolved(parameter);
-      wrong.push(...this.errors(`request: ${name} in the path`, schema.$ref, decodeURIComponent(values[name])));
+      const { name, in: place, schema, required } = this.resolved(parameter);
+      const value = place === 'path' ? decodeURIComponent(values[name]) : asked.get(name);
+      if (required || value !== null) wrong.push(...this.errors(`request: ${name} in the ${place}`, schema.$ref, value));
     }
     if (requestBody) {
       const schema = pointer('paths', template, method, 'requestBody', 'content', 'application/json', 'schema');
@@ -126,8 +129,11 @@ class Contract {
       const value = exchange.answerHeaders[name.toLowerCase()];
       return value !== undefined && new RegExp(schema.pattern, 'u').test(value) ? [] : [`answer: ${name} is ${value}`];
     });
-    const schema = content['application/json'].schema.$ref;
-    return [...wrong, ...this.judgeBody('answer', exchange.answerHeaders, exchange.answer, schema)];
+    if (!content) return exchange.answer === '' ? wrong : [...wrong, 'answer: a body where none belongs'];
+    const json = content['application/json'];
+    if (json) return [...wrong, ...this.judgeBody('answer', exchange.answerHeaders, exchange.answer, json.schema.$ref)];
+    const type = (exchange.answerHeaders['content-type'] || '').split(';')[0];
+    return content[type] ? wrong : [...wrong, `answer: Content-Type is "${type}"`];
   }
 
   judgeBody(side, headers, text, schema) {

@@ -1,4 +1,4 @@
-// The till and the stand, each held against stand/openapi.yaml.
+// The till, the stand and its own pages, each held against stand/openapi.yaml.
 'use strict';
 
 const assert = require('node:assert/strict');
@@ -15,15 +15,33 @@ describe('The contract', () => {
   const contract = Contract.read(process.env.KYR_OPENAPI);
   let played = [];
   let refused = [];
+  let own = [];
+  let ownRefused = [];
   before(async () => {
     played = await exchanges.play(exchanges.scenarios());
     refused = await exchanges.refusals(played);
+    own = await exchanges.ownPages(played);
+    ownRefused = await exchanges.ownRefusals();
   });
 
   test('holds for till and stand in every exchange of all scenarios', (t) => {
     const wrong = played.flatMap((one) => contract.judge(one).map((text) => `${described(one)}: ${text}`));
     assert.deepEqual(wrong, []);
     t.diagnostic(`${played.length} exchanges`);
+  });
+
+  test("holds for the stand's own pages in both directions", (t) => {
+    const wrong = own.flatMap((one) => contract.judge(one).map((text) => `${described(one)}: ${text}`));
+    assert.deepEqual(wrong, []);
+    t.diagnostic(`${own.length} exchanges`);
+  });
+
+  test("holds for what the stand's own pages refuse", () => {
+    const wrong = ownRefused.flatMap((one) => contract.judge(one).filter(ofSide('answer')).map((text) => `${described(one)}: ${text}`));
+    assert.deepEqual(wrong, []);
+    assert.deepEqual(ownRefused.map(({ status }) => status), [403, 403, 422, 404, 422, 422, 404, 405]);
+    const complainedOf = ownRefused.filter(({ status }) => status === 405 || status === 422);
+    for (const one of complainedOf) assert.ok(contract.judge(one).some(ofSide('request')), described(one));
   });
 
   test('holds for every body that the client is known to write', () => {
@@ -52,13 +70,14 @@ describe('The contract', () => {
       await exchanges.send(base, { method: 'PUT', path: '/v2/nowhere', body: 'Ё' });
       kept = JSON.parse((await exchanges.send(base, { method: 'GET', path: '/stand/exchanges' })).body).exchanges;
     });
-    assert.equal(noted.length, 3);
-    assert.deepEqual(noted.map((one) => [one.method, one.path, one.body, one.status, one.answer]),
+    const ofService = noted.filter(({ path: target }) => target.startsWith('/v2/'));
+    assert.equal(ofService.length, 3);
+    assert.deepEqual(ofService.map((one) => [one.method, one.path, one.body, one.status, one.answer]),
       kept.map((one) => [one.method, one.path, one.request_body, one.status, one.answer_body]));
   });
 
-  test('has no operation that the scenarios leave out', () => {
-    const succeeded = played.filter(({ status }) => status === 200).map((one) => contract.operationOf(one))
+  test('has no operation that scenarios and pages leave out', () => {
+    const succeeded = [...played, ...own].filter(({ status }) => status >= 200 && status < 400).map((one) => contract.operationOf(one))
       .map(({ method, template }) => `${method.toUpperCase()} ${template}`);
     assert.deepEqual([...new Set(succeeded)].sort(), contract.operations().sort());
   });
@@ -102,8 +121,10 @@ describe('The contract', () => {
       told = complaints;
       await exchanges.send(base, { method: 'GET', path: '/v2/partner/card/2000000000017/card-info' });
       await exchanges.send(base, { method: 'POST', path: target, body: { approve_id: '1', code: '1234' } });
+      await exchanges.send(base, { method: 'POST', path: '/stand/clock', body: { advance: '1' } });
     }, process.env.KYR_JUDGED_STAND);
-    assert.equal(told(), `POST ${target}: request /approve_id: must be integer\n`);
+    assert.equal(told(), `POST ${target}: request /approve_id: must be integer\n`
+      + 'POST /stand/clock: request /advance: must be number\n');
   });
 
   test('is broken by a wrong answer on its way to the till', async () => {
@@ -122,7 +143,8 @@ describe('The contract', () => {
   });
 
   test('allows the methods that the running stand allows, and no others', async () => {
-    const paths = contract.paths.map(({ template }) => template.replace('{card}', '2000000000017').replace('{phone}', '79001234567'));
+    const paths = contract.paths.map(({ template }) => template
+      .replace('{card}', '2000000000017').replace('{phone}', '79001234567').replace('{id}', '1'));
     const noted = await exchanges.withStand([], async (base) => {
       for (const path of [...paths, '/v2/partner/card', '/v2/']) await exchanges.send(base, { method: 'PATCH', path });
     });
@@ -131,9 +153,11 @@ describe('The contract', () => {
   });
 
   test('tells in its examples what was really said', () => {
-    const said = [...played, ...refused].flatMap(({ body, answer }) => [body, answer]).filter((text) => text.startsWith('{'));
-    const real = new Set(said.map((text) => covered(JSON.parse(text))));
-    for (const [where, { content }] of contents(contract)) {
+    const said = [...played, ...refused, ...own, ...ownRefused].flatMap(({ body, answer }) => [body, answer]);
+    const real = new Set(said.filter((text) => /^[{[]/.test(text)).map((text) => covered(JSON.parse(text))));
+    for (const [where, { content = {} }] of contents(contract)) {
+      // Pages for people are no examples, and the overview is as long as all others together.
+      if (!content['application/json'] || where === 'GET /stand/overview 200') continue;
       const { examples } = content['application/json'];
       assert.ok(Object.keys(examples).length > 0, where);
       for (const [name, { value }] of Object.entries(examples)) assert.ok(real.has(covered(value)), `${where}: ${name}`);
@@ -153,7 +177,8 @@ function* contents(contract) {
 
 /** The value as a text to compare it by: members in order, and without the numbers and times that the clock gave. */
 function covered(value) {
-  return JSON.stringify(sorted(value)).replace(/\b1[0-9]{9}(?=\D)/g, 'N');
+  return JSON.stringify(sorted(value)).replace(/\b1[0-9]{9}(?=\D)/g, 'N')
+    .replace(/"time":"[^"]*"/g, '"time":"T"').replace(/"seconds_left":[0-9]+/g, '"seconds_left":N');
 }
 
 function sorted(value) {

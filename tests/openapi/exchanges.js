@@ -155,4 +155,65 @@ async function refusals(real) {
   return [...answers, ...late, ...broken];
 }
 
-module.exports = { play, refusals, scenarios, send, withStand };
+/** Every one of the stand's own pages, as they are at first and after a day with everything in it. */
+async function ownPages(real) {
+  const bodyOf = (operation) => JSON.parse(real.find((one) => one.path.endsWith(operation)).body);
+  const at = (operation) => `/v2/partner/operation/${operation}`;
+  const spending = { ...bodyOf('/force-payment-c2b'), card: '2000000000055', receipt_bonus_amount: '10.00' };
+  const unknown = { method: 'GET', path: '/v2/partner/card/2999999999999/card-info' };
+  const looks = ['', '/', '/page.css', '/page.js', '/paths', '/cards', '/codes', '/exchanges', '/ledger', '/invariants',
+    '/overview', '/clock', '/faults'].map((page) => ({ method: 'GET', path: `/stand${page}` }));
+  const docs = ['/', '/docs', '/docs/', '/docs/docs.css', '/docs/openapi.yaml'].map((path) => ({ method: 'GET', path }));
+  const arm = (body) => ({ path: '/stand/faults', body });
+  const remove = (number = '') => ({ method: 'DELETE', path: `/stand/faults${number}` });
+  const requests = [
+    ...looks, ...docs,
+    arm(['force-payment-c2b:apply-then-drop']), remove('/1'), remove(),
+    unknown, { method: 'GET', path: '/stand/exchanges' },
+    arm(['any:drop']), unknown, { method: 'GET', path: '/stand/exchanges?after=1' }, remove(),
+    { path: at('payment-c2b'), body: numbered(spending, 9) },
+    { method: 'GET', path: '/stand/codes' },
+    { path: at('force-payment-c2b'), body: numbered(spending, 7) },
+    { path: at('refuse-payment'), body: { ...bodyOf('/refuse-payment'), card: '2000000000055', receipt_to_refuse: '7' } },
+    { path: at('cancel-payment'), body: { ...bodyOf('/cancel-payment'), receipt_number: '7-cancel', receipt_to_cancel: '7' } },
+    { path: at('cancel-payment'), body: { ...bodyOf('/cancel-payment'), receipt_number: '8-cancel', receipt_to_cancel: '8' } },
+    { path: at('receipt'), body: bodyOf('/receipt') },
+    arm({ operation: 'any', fault: 'status', nth: 2, code: 503 }),
+    arm([
+      { operation: 'GET /v2/partner/card/*', fault: 'late', when: 'after', ms: '20', nth: '1000', every: 2, count: 'all' },
+      { fault: 'type', field: 'data.*', as: 'null', nth: 1000 }, { fault: 'length', by: 5, nth: 1000 },
+      { fault: 'drip', bytes: 3, nth: 1000 }, { fault: 'redirect', to: '/moved', nth: 1000 },
+      { fault: 'status', envelope: 'no', text: 'Занято', 'retry-after': 5, nth: 1000 },
+    ]),
+    { path: '/stand/clock', body: { advance: 86400 } },
+    { path: '/stand/clock', body: { time: '2036-12-01T00:00:00Z' } },
+    ...looks,
+  ];
+  const ofService = ({ path: target }) => target.startsWith('/v2/');
+  const noted = await withStand([], async (base) => {
+    for (const request of requests) {
+      const headers = { authorization: ofService(request) ? login : null };
+      await send(base, { method: 'POST', headers, ...request }).catch(() => {}); // a fault's
+    }
+  });
+  return noted.filter((one) => !ofService(one));
+}
+
+/** What the stand's own pages refuse. */
+function ownRefusals() {
+  const requests = [
+    { method: 'GET', path: '/stand/codes', headers: { host: 'evil.example' } },
+    { method: 'GET', path: '/docs', headers: { origin: 'http://evil.example' } },
+    { method: 'GET', path: '/stand/exchanges?after=first' },
+    { method: 'GET', path: '/stand/nowhere' },
+    { path: '/stand/clock', body: { advance: -1 } },
+    { path: '/stand/faults', body: [{ operation: 'any', fault: 'late', ms: 'soon' }] },
+    { method: 'DELETE', path: '/stand/faults/99' },
+    { method: 'PUT', path: '/stand/faults' },
+  ];
+  return withStand([], async (base) => {
+    for (const request of requests) await send(base, { method: 'POST', ...request });
+  });
+}
+
+module.exports = { ownPages, ownRefusals, play, refusals, scenarios, send, withStand };

@@ -1,4 +1,4 @@
-// stand/openapi.yaml as a text of its own: linted, and rendered for people.
+// stand/openapi.yaml as a text of its own: linted.
 'use strict';
 
 const assert = require('node:assert/strict');
@@ -7,8 +7,6 @@ const os = require('os');
 const path = require('path');
 const { spawnSync } = require('child_process');
 const { after, describe, test } = require('node:test');
-const { Contract } = require('./contract');
-const { loadedFromElsewhere, policy, render } = require('./render');
 
 const page = process.env.KYR_OPENAPI;
 const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'kyr-openapi-'));
@@ -48,29 +46,5 @@ describe('The page', () => {
     const { isClean, text } = lint(changed('unused.yaml', '  schemas:\n', '  schemas:\n    Unused: { type: string }\n'));
     assert.ok(!isClean);
     assert.match(text, /no-unused-components/);
-  });
-
-  test('is rendered for people, with every operation and nothing loaded from elsewhere', () => {
-    const file = path.join(folder, 'service.html');
-    render(page, file);
-    const html = fs.readFileSync(file, 'utf8');
-    assert.ok(html.includes(policy));
-    assert.deepEqual(loadedFromElsewhere(html), []);
-    assert.match(html, /Redoc\.hydrate\(/);
-    const contract = Contract.read(page);
-    for (const operation of contract.operations()) {
-      const [method, template] = operation.split(' ');
-      const { summary } = contract.document.paths[template][method.toLowerCase()];
-      const words = summary.replace(/'/g, '&#x27;');
-      assert.ok(html.replace(/<script>[^]*?<\/script>/g, '').includes(words), `${operation}: ${words}`);
-    }
-  });
-
-  test('would be caught loading something from elsewhere', () => {
-    for (const element of ['<script src="https://example.org/a.js"></script>', '<img alt="" src="https://example.org/a.svg">',
-      '<link href="https://example.org/a.css" rel="stylesheet">', '<style>a{background:url(https://example.org/a.png)}</style>']) {
-      assert.equal(loadedFromElsewhere(`<p>${element}</p>`).length, 1, element);
-    }
-    assert.deepEqual(loadedFromElsewhere('<a href="https://example.org/">more</a><img src="data:,">'), []);
   });
 });

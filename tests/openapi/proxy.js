@@ -1,7 +1,7 @@
 #!/usr/bin/env node
 // Stands between a till and the stand: started in the stand's place and with its arguments, it starts the real one
-// behind itself, passes everything on and notes each exchange under /v2/ as one line of JSON, byte for byte as the
-// two saw it. Of the credentials only the scheme is noted.
+// behind itself, passes everything on and notes each exchange as one line of JSON, byte for byte as the two saw it.
+// Of the credentials only the scheme is noted.
 //   KYR_STAND       the real stand
 //   KYR_EXCHANGES   the file that takes the exchanges, if any
 //   KYR_CONTRACT    the OpenAPI page, if any: whatever is against it is told on stderr at once
@@ -58,7 +58,7 @@ function pass(base, request, response) {
     const onward = http.request(new URL(request.url, base), options, (answer) => {
       collect(answer, (raw) => {
         const answerBody = tampered(request.url, raw);
-        if (request.url.startsWith('/v2/')) note(request, body, answer, answerBody);
+        note(request, body, answer, answerBody);
         const headers = { ...answer.headers, 'content-length': answerBody.length };
         response.writeHead(answer.statusCode, headers).end(answerBody);
       });

@@ -26,9 +26,9 @@ protected:
 
 TEST_F(StandGate, RefusesEveryPageOfItsOwnUnderAForeignName)
 {
-    for (const auto* path :
-         {"/", "/stand", "/stand/", "/stand/page.js", "/stand/cards", "/stand/codes", "/stand/ledger",
-          "/stand/exchanges", "/stand/overview", "/stand/faults", "/stand/clock", "/stand/nowhere"}) {
+    for (const auto* path : {"/", "/stand", "/stand/", "/stand/page.js", "/stand/cards", "/stand/codes",
+                             "/stand/ledger", "/stand/exchanges", "/stand/overview", "/stand/faults",
+                             "/stand/clock", "/stand/nowhere", "/docs", "/docs/openapi.yaml"}) {
         const auto reply = call(path, {.url = {}, .headers = {"Host: evil.example" + port()}});
         EXPECT_EQ(reply.status, 403) << path;
         EXPECT_EQ(reply.messages().at(0).toString(),

@@ -140,7 +140,8 @@ function showSettings() {
 
 async function change(method, path, body) {
   try {
-    const answer = await fetch(path, { method, body: body && JSON.stringify(body) });
+    const headers = body && { "Content-Type": "application/json" };
+    const answer = await fetch(path, { method, headers, body: body && JSON.stringify(body) });
     const said = await answer.json();
     at("wrong").hidden = answer.ok;
     if (!answer.ok) at("wrong").textContent = said.data.map(({ message }) => message).join(" ");

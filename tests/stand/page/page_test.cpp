@@ -164,6 +164,24 @@ TEST_F(StandPage, LoadsNothingFromElsewhereAndTellsNoCredentials)
     EXPECT_THAT(all, Not(HasSubstr("Basic ")));
 }
 
+TEST_F(StandPage, ShowsTheWholeInterfaceOnAPageThatFitsAPhoneAndADesk)
+{
+    m_browser.open(QString::fromLatin1(m_shop.root()) + u"/docs"_s);
+    ASSERT_TRUE(
+        m_browser.becomes(u"document.readyState === 'complete' && document.getElementById('earn')"_s));
+    EXPECT_EQ(m_browser.evaluate(u"getComputedStyle(document.body).maxWidth"_s), u"960px"_s) << "no style";
+    m_browser.evaluate(u"document.querySelectorAll('details').forEach(e => { e.open = true; })"_s);
+    for (const auto width : {360, 1280}) {
+        m_browser.resize(width, 900);
+        EXPECT_TRUE(m_browser.becomes(u"matchMedia('(width: %1px)').matches"_s.arg(width)));
+        EXPECT_EQ(m_browser.evaluate(u"[...document.querySelectorAll('section, section *')]"
+                                     ".filter(e => e.getBoundingClientRect().right > %1)"
+                                     ".map(e => e.outerHTML.slice(0, 60)).join()"_s.arg(width)),
+                  u""_s)
+            << "cut off at " << width;
+    }
+}
+
 TEST_F(StandPage, SaysWhenTheStandIsGone)
 {
     open();
