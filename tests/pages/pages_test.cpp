@@ -4,6 +4,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
+#include <QSet>
 
 #include <gmock/gmock.h>
 
@@ -168,6 +169,31 @@ TEST(Pages, WhatTheyQuoteIsInTheSources)
         ++quoted;
     }
     EXPECT_EQ(quoted, 3);
+}
+
+TEST(Pages, EveryCommandOfTheTillThatTheyNameHasItsOptions)
+{
+    static const QRegularExpression inText(u"`till ([a-z][a-z-]*(?: [a-z]+)?)([^`]*)`"_s);
+    static const QRegularExpression option(u"--[a-z-]+"_s);
+    QHash<QString, QSet<QString>> named;
+    for (const QString& page : pages()) {
+        for (auto at = inText.globalMatch(contentOf(page)); at.hasNext();) {
+            const auto match = at.next();
+            QSet<QString>& options = named[match.captured(1)];
+            for (auto each = option.globalMatch(match.captured(2)); each.hasNext();)
+                options.insert(each.next().captured());
+        }
+    }
+    named.remove(u"help"_s); // explains itself in no other way than all
+    EXPECT_GE(named.size(), 15);
+    const World world;
+    for (auto command = named.cbegin(); command != named.cend(); ++command) {
+        const QString help = world.type(u"till help "_s + command.key());
+        EXPECT_TRUE(help.startsWith(u"Usage: till "_s + command.key())) << help.toStdString();
+        for (const QString& each : command.value())
+            EXPECT_TRUE(help.contains(QRegularExpression(each + u"[ ,]"_s)))
+                << command.key().toStdString() << ' ' << each.toStdString();
+    }
 }
 
 TEST(PageBlocks, HaveTheirSectionAndTheirReason)
