@@ -5,6 +5,7 @@
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
+#include <array>
 
 namespace api {
 
@@ -54,13 +55,13 @@ std::string limitsOf(const YAML::Node& schema)
         const char* name;
         const char* words;
     };
-    static constexpr Limit limits[] = {{"format", "form "},
-                                       {"pattern", "like "},
-                                       {"minimum", "from "},
-                                       {"maximum", "to "},
-                                       {"minLength", "length at least "},
-                                       {"minItems", "elements at least "},
-                                       {"minProperties", "members at least "}};
+    static constexpr std::array limits = {Limit{"format", "form "},
+                                          Limit{"pattern", "like "},
+                                          Limit{"minimum", "from "},
+                                          Limit{"maximum", "to "},
+                                          Limit{"minLength", "length at least "},
+                                          Limit{"minItems", "elements at least "},
+                                          Limit{"minProperties", "members at least "}};
     std::string text;
     for (const auto& [name, words] : limits) {
         if (const auto limit = schema[name])
@@ -87,12 +88,13 @@ void addRows(std::string& rows, const YAML::Node& schema, const std::string& pla
         addRows(rows, part, place);
     for (const auto& member : schema["properties"]) {
         const auto name = member.first.Scalar();
-        const auto path = place.empty() ? name : place + "." + name;
+        const auto path = place + (place.empty() ? "" : ".") + name;
         const auto description = member.second["description"];
-        rows += "<tr><td>" + code(path) +
-                (isRequired(schema, name) ? "" : " <span class=\"quiet\">optional</span>") + "</td><td>" +
-                kindOf(member.second) + "</td><td>" + (description ? markdown(description.Scalar()) : "") +
-                "</td></tr>\n";
+        rows += "<tr><td>" + code(path);
+        rows += isRequired(schema, name) ? "" : " <span class=\"quiet\">optional</span>";
+        rows += "</td><td>" + kindOf(member.second) + "</td><td>";
+        rows += description ? markdown(description.Scalar()) : "";
+        rows += "</td></tr>\n";
         addRows(rows, member.second, path);
     }
 }
