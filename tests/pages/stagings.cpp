@@ -159,6 +159,7 @@ QList<Section> otherSections()
         {service, u"Ask it"_s, {stand}},
         {service, u"Let it go wrong"_s, {stand}},
         {service, u"Let time pass"_s, {stand}},
+        {service, u"The contract as OpenAPI"_s, {stand}},
         {configuration, u"What is sold"_s, {wrongPrice}},
         {configuration, u"Languages"_s, {translator}},
         {configuration, u"The password"_s, {passwordFile, exposedPassword}},
