@@ -7,11 +7,14 @@
 #include "till/window/style.h"
 
 #include <QHeaderView>
+#include <QPainter>
 #include <QRegularExpression>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QStyle>
 #include <QVariant>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -34,6 +37,26 @@ QSize Label::minimumSizeHint() const
 {
     const QSize size = QLabel::minimumSizeHint();
     return wordWrap() ? QSize(0, size.height()) : size;
+}
+
+QSize SumLabel::minimumSizeHint() const { return {0, Label::minimumSizeHint().height()}; }
+
+QFont SumLabel::fittingFont() const
+{
+    QFont fitting = font();
+    const int room = contentsRect().width();
+    const int wanted = fontMetrics().horizontalAdvance(text());
+    if (wanted > room)
+        fitting.setPixelSize(std::max(1, fitting.pixelSize() * room / wanted));
+    return fitting;
+}
+
+void SumLabel::paintEvent(QPaintEvent* /*event*/)
+{
+    QPainter painter(this);
+    painter.setFont(fittingFont());
+    style()->drawItemText(&painter, contentsRect(), static_cast<int>(alignment()), palette(), isEnabled(),
+                          text(), foregroundRole());
 }
 
 QString shortened(const QString& text, qsizetype most)

@@ -3,6 +3,7 @@
 #include "tests/support/httpserver.h"
 #include "till/window/dialogs/inputdialog.h"
 #include "till/window/style.h"
+#include "till/window/widgets.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -83,8 +84,41 @@ void expectNothingCut(const QWidget& window, const QString& where)
     }
 }
 
-class WindowLooks : public testing::TestWithParam<int>
-{};
+struct Look
+{
+    QSize size = {1024, 768};
+    int scale = 100;
+    QString language = {};
+};
+
+class WindowLooks : public testing::TestWithParam<Look>
+{
+protected:
+    [[nodiscard]] static Cashier::Setup setup()
+    {
+        return {.scale = GetParam().scale, .size = GetParam().size, .language = GetParam().language};
+    }
+};
+
+std::string nameOf(const Look& look)
+{
+    return u"%1x%2At%3%4"_s
+        .arg(QString::number(look.size.width()), QString::number(look.size.height()),
+             QString::number(look.scale), look.language)
+        .toStdString();
+}
+
+QList<Look> looks()
+{
+    QList<Look> all;
+    for (const QSize& size : {QSize(1024, 768), QSize(1366, 768), QSize(1920, 1080), QSize(3840, 2160)}) {
+        for (const int scale : {100, 125, 150, 200}) {
+            for (const QString& language : {QString(), u"en"_s})
+                all.append({size, scale, language});
+        }
+    }
+    return all;
+}
 
 } // namespace
 
@@ -97,15 +131,19 @@ TEST(WindowColours, EveryTextStandsOutAgainstItsGround)
 
 TEST_P(WindowLooks, NoTextIsCutInTheMainStates)
 {
-    Cashier cashier({.smsVerification = true, .scale = GetParam()});
+    Cashier::Setup wanted = setup();
+    wanted.smsVerification = true;
+    Cashier cashier(wanted);
     expectNothingCut(cashier.window(), u"between"_s);
     cashier.sell(u"2000000000055"_s);
     expectNothingCut(cashier.window(), u"customer"_s);
-    EXPECT_EQ(cashier.window().size(), QSize(1024, 768)) << "it needs more room than there is";
-    picture(cashier.window(), u"scale-%1"_s.arg(GetParam()));
+    EXPECT_EQ(cashier.window().size(), GetParam().size) << "it needs more room than there is";
+    if (GetParam().size.width() == 1024 && GetParam().language.isEmpty())
+        picture(cashier.window(), u"scale-%1"_s.arg(GetParam().scale));
     cashier.atDialog([&](QDialog& dialog) {
         expectNothingCut(dialog, u"code"_s);
-        EXPECT_LE(dialog.height(), 768);
+        EXPECT_LE(dialog.height(), GetParam().size.height());
+        EXPECT_LE(dialog.width(), GetParam().size.width());
         cashier.type(u"1234"_s);
         cashier.press(Qt::Key_Return);
     });
@@ -115,7 +153,7 @@ TEST_P(WindowLooks, NoTextIsCutInTheMainStates)
     cashier.press(Qt::Key_F9);
     expectNothingCut(cashier.window(), u"paid"_s);
     cashier.atDialog([&](QDialog& dialog) {
-        cashier.touch(u"Вернуть всё"_s);
+        cashier.touch(tr::shown(u"windowReturnAll"_s, u"Вернуть всё"_s));
         expectNothingCut(dialog, u"return"_s);
         cashier.press(Qt::Key_Escape);
     });
@@ -129,18 +167,65 @@ TEST_P(WindowLooks, NoTextIsCutWhenTheBalanceIsGreat)
     server.enqueue(HttpAnswer::status(200, R"({"data":{"accounts_data":[{"avialable":"99999.99"}]}})"));
     server.enqueue(HttpAnswer::status(
         200, R"({"data":{"receipt_details":[{"parameters":{"max_payment_bonus":999.98}}]}})"));
-    Cashier cashier({.scale = GetParam(), .serverUrl = server.url().toString()});
+    Cashier::Setup wanted = setup();
+    wanted.serverUrl = server.url().toString();
+    Cashier cashier(wanted);
     cashier.model().openSale({{.articul = u"4601"_s, .name = u"Кольцо"_s, .price = 999.99, .quantity = 1}});
     cashier.scan(u"2000000000055"_s);
     cashier.type(u"999,98"_s);
-    picture(cashier.window(), u"great-%1"_s.arg(GetParam()));
     EXPECT_THAT(cashier.screen().toStdString(), testing::HasSubstr("99 999,99 − 999,98"));
     expectNothingCut(cashier.window(), u"great sums"_s);
-    EXPECT_EQ(cashier.window().size(), QSize(1024, 768)) << "it needs more room than there is";
+    EXPECT_EQ(cashier.window().size(), GetParam().size) << "it needs more room than there is";
 }
 
-INSTANTIATE_TEST_SUITE_P(Percent, WindowLooks, testing::Values(100, 125, 150),
-                         [](const auto& percent) { return std::to_string(percent.param); });
+// As much of everything as there may be.
+TEST_P(WindowLooks, NothingWidensOrHeightensTheWindow)
+{
+    const QByteArray name = QString(u"Длинное имя "_s).repeated(25).toUtf8();
+    HttpServer server;
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"card_data":{"status":3}}})"));
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"user_data":{"first_name":")" + name +
+                                               R"(","last_name":")" + QByteArray(300, 'W') +
+                                               R"("},"accounts_data":[{"avialable":"999999999999.99"}]}})"));
+    server.enqueue(HttpAnswer::status(
+        200, R"({"data":{"receipt_details":[{"parameters":{"max_payment_bonus":999999999999.99}}]}})"));
+    const QString reason = u"Служба отвечает очень подробно. "_s.repeated(63); // about 2000
+    server.enqueue(
+        HttpAnswer::status(422, QByteArray(R"({"errors":[{"message":")") + reason.toUtf8() + R"("}]})"));
+    Cashier::Setup wanted = setup();
+    wanted.serverUrl = server.url().toString();
+    Cashier cashier(wanted);
+    QList<till::Line> lines{{.articul = QString(300, u'9'),
+                             .name = QString(300, u'W'),
+                             .price = 999'999'999'999.99,
+                             .quantity = 1}};
+    while (lines.size() < 200)
+        lines.append({.articul = u"4601"_s,
+                      .name = u"Очень длинное название "_s.repeated(13),
+                      .price = 9999.99,
+                      .quantity = 1,
+                      .discount = 999.99});
+    cashier.model().openSale(lines);
+    ASSERT_TRUE(cashier.checkout().receipt()) << cashier.notice().toStdString();
+    cashier.scan(u"2000000000055"_s);
+    ASSERT_TRUE(cashier.checkout().card()) << cashier.notice().toStdString();
+    cashier.spend(u"100"_s);
+    EXPECT_THAT(cashier.notice().toStdString(), testing::HasSubstr("Служба отвечает"));
+    for (int page = 0; page < 3; ++page) {
+        expectNothingCut(cashier.window(), u"page %1"_s.arg(page));
+        EXPECT_EQ(cashier.window().size(), GetParam().size) << "page " << page;
+        picture(cashier.window(),
+                u"full-"_s + QString::fromStdString(nameOf(GetParam())) + u"-%1"_s.arg(page));
+        cashier.press(Qt::Key_F12);
+    }
+    for (const auto* sum : cashier.window().findChildren<till::window::SumLabel*>())
+        EXPECT_GE(sum->fittingFont().pixelSize(), 13) << sum->text().toStdString();
+    const auto* next = cashier.window().findChild<QWidget*>(u"next"_s);
+    EXPECT_TRUE(next->visibleRegion().boundingRect().contains(next->rect())) << "the pay button is covered";
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, WindowLooks, testing::ValuesIn(looks()),
+                         [](const auto& look) { return nameOf(look.param); });
 
 TEST(WindowAccess, TheFontIsTheOneThatTheLooksWereMadeWith)
 {
