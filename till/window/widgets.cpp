@@ -12,6 +12,7 @@
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QStyle>
+#include <QTextLayout>
 #include <QVariant>
 
 #include <algorithm>
@@ -57,6 +58,24 @@ void SumLabel::paintEvent(QPaintEvent* /*event*/)
     painter.setFont(fittingFont());
     style()->drawItemText(&painter, contentsRect(), static_cast<int>(alignment()), palette(), isEnabled(),
                           text(), foregroundRole());
+}
+
+QString inTwoLines(const QString& line, const QFont& font, int width)
+{
+    const QFontMetrics metrics(font);
+    if (metrics.horizontalAdvance(line) <= width)
+        return line;
+    QTextOption wrap;
+    wrap.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    QTextLayout layout(line, font);
+    layout.setTextOption(wrap);
+    layout.beginLayout();
+    auto first = layout.createLine();
+    first.setLineWidth(width);
+    const int end = first.textLength();
+    layout.endLayout();
+    return line.first(end).trimmed() + u'\n' +
+           metrics.elidedText(line.sliced(end).trimmed(), Qt::ElideRight, width);
 }
 
 QString shortened(const QString& text, qsizetype most)

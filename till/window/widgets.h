@@ -34,6 +34,9 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 };
 
+/// The line in one or two lines of that width; what is too much is an ellipsis.
+QString inTwoLines(const QString& line, const QFont& font, int width);
+
 /// The text with an ellipsis in its middle when it is longer than `most` characters.
 QString shortened(const QString& text, qsizetype most);
 
