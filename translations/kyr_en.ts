@@ -211,9 +211,9 @@
     <message id="windowEventRequest"><source>запрос ушёл, ответа нет</source><translation>request sent, no answer</translation></message>
     <message id="windowEventRetried"><source>снова в очереди</source><translation>in the queue again</translation></message>
     <message id="windowEventUnknown"><source>исход неизвестен</source><translation>outcome not known</translation></message>
-    <message id="windowExpected"><source>После чека: %1</source><translation>After the receipt: %1</translation></message>
+    <message id="windowExpected"><source>После чека: %1</source><translation>After it: %1</translation></message>
     <message id="windowExpectedUnknown"><source>После чека: неизвестно, баланс не проверен</source><translation>After the receipt: not known, the balance was not checked</translation></message>
-    <message id="windowExpectedWithoutEarning"><source>После чека: %1 и начисление (неизвестно)</source><translation>After the receipt: %1 and what it earns (not known)</translation></message>
+    <message id="windowExpectedWithoutEarning"><source>После чека: %1 и начисление (неизвестно)</source><translation>After it: %1 and the earning (unknown)</translation></message>
     <message id="windowFailing"><source>сбой службы, код %1</source><translation>the service failed, code %1</translation></message>
     <message id="windowFinishFirst"><source>Сначала закончите этот чек</source><translation>Finish this receipt first</translation></message>
     <message id="windowForgetAll"><source>Всё, что в нём набрано, будет забыто.</source><translation>All that is on it will be forgotten.</translation></message>
@@ -252,7 +252,7 @@
     <message id="windowLineDown"><source>начисление уйдёт позже, списание недоступно</source><translation>points are earned later, and cannot be spent</translation></message>
     <message id="windowLineUnknown"><source>связь со службой ещё не проверена</source><translation>connection to the service not checked yet</translation></message>
     <message id="windowLineUp"><source>начисление сразу, списание доступно</source><translation>points are earned at once, and can be spent</translation></message>
-    <message id="windowLocked"><source>Баллы списаны: чек не меняется</source><translation>Points are spent: the receipt is locked</translation></message>
+    <message id="windowLocked"><source>Баллы списаны: чек не меняется</source><translation>Spent: the receipt is locked</translation></message>
     <message id="windowMarkGoods"><source>Отметьте, что возвращает покупатель</source><translation>Mark what the customer brings back</translation></message>
     <message id="windowMore"><source>Больше</source><translation>More</translation></message>
     <message id="windowNameless"><source>Имя не указано</source><translation>No name given</translation></message>
@@ -261,7 +261,7 @@
     <message id="windowNoAnswer"><source>нет ответа</source><translation>no answer</translation></message>
     <message id="windowNoBalance"><source>Баланс: —</source><translation>Balance: —</translation></message>
     <message id="windowNoCardChosen"><source>Карта не выбрана</source><translation>No card was chosen</translation></message>
-    <message id="windowNoCardNeeded"><source>Чек можно оплатить и без карты</source><translation>The receipt can be paid without a card</translation></message>
+    <message id="windowNoCardNeeded"><source>Чек можно оплатить и без карты</source><translation>No card is needed to pay</translation></message>
     <message id="windowNoClosedReceipts"><source>Закрытых чеков нет</source><translation>No closed receipts</translation></message>
     <message id="windowNoCustomer"><source>Покупатель не указан</source><translation>No customer</translation></message>
     <message id="windowNoGoods"><source>В чеке нет товаров</source><translation>There are no goods on the receipt</translation></message>

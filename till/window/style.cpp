@@ -4,6 +4,8 @@
 #include <QPalette>
 #include <QStyleFactory>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace till::window {
@@ -11,6 +13,10 @@ namespace till::window {
 namespace {
 
 int percentInForce = 100;
+
+/// The smallest screen that the window is for, and the largest letters there.
+constexpr QSize leastRoom(1024, 768);
+constexpr int mostInLeastRoom = 150;
 
 const QColor ink(0x17, 0x21, 0x2B);
 const QColor quiet(0x4A, 0x57, 0x65);
@@ -135,6 +141,15 @@ const QList<TextRule>& textRules()
         {u"QFrame#waiting"_s, paper, ink, none},
     };
     return rules;
+}
+
+QSize roomFor(int percent) { return leastRoom * std::max(1.0, double(percent) / mostInLeastRoom); }
+
+int fittingScale(int wanted, const QSize& room)
+{
+    const int most = std::min(mostInLeastRoom * room.width() / leastRoom.width(),
+                              mostInLeastRoom * room.height() / leastRoom.height());
+    return std::clamp(most, leastScale, wanted);
 }
 
 bool isCompact() { return percentInForce > 115; }

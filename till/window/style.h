@@ -3,6 +3,7 @@
 #include <QColor>
 #include <QFont>
 #include <QList>
+#include <QSize>
 #include <QString>
 
 class QApplication;
@@ -27,7 +28,18 @@ inline constexpr auto fontFamily = "DejaVu Sans";
 /// What a finger hits, in pixels, whatever the size of the letters.
 inline constexpr int leastTarget = 44;
 
-/// Makes the application look as designed; letters are `percent` of their usual size, 100 to 150.
+/// How much larger than usual letters may be, in percent.
+inline constexpr int leastScale = 100;
+inline constexpr int mostScale = 200;
+
+/// As many percent of `wanted` as leave room for all that the window has to show, when there is `room`.
+int fittingScale(int wanted, const QSize& room);
+
+/// What the window takes with such letters.
+QSize roomFor(int percent);
+
+/// Makes the application look as designed; letters are `percent` of their usual size, leastScale to
+/// mostScale.
 void applyStyle(QApplication& application, int percent);
 
 /// Whether the letters are so large that what only helps gives way to what is needed.

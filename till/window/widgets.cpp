@@ -7,11 +7,15 @@
 #include "till/window/style.h"
 
 #include <QHeaderView>
+#include <QPainter>
 #include <QRegularExpression>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QStyle>
+#include <QTextLayout>
 #include <QVariant>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -34,6 +38,44 @@ QSize Label::minimumSizeHint() const
 {
     const QSize size = QLabel::minimumSizeHint();
     return wordWrap() ? QSize(0, size.height()) : size;
+}
+
+QSize SumLabel::minimumSizeHint() const { return {0, Label::minimumSizeHint().height()}; }
+
+QFont SumLabel::fittingFont() const
+{
+    QFont fitting = font();
+    const int room = contentsRect().width();
+    const int wanted = fontMetrics().horizontalAdvance(text());
+    if (wanted > room)
+        fitting.setPixelSize(std::max(1, fitting.pixelSize() * room / wanted));
+    return fitting;
+}
+
+void SumLabel::paintEvent(QPaintEvent* /*event*/)
+{
+    QPainter painter(this);
+    painter.setFont(fittingFont());
+    style()->drawItemText(&painter, contentsRect(), static_cast<int>(alignment()), palette(), isEnabled(),
+                          text(), foregroundRole());
+}
+
+QString inTwoLines(const QString& line, const QFont& font, int width)
+{
+    const QFontMetrics metrics(font);
+    if (metrics.horizontalAdvance(line) <= width)
+        return line;
+    QTextOption wrap;
+    wrap.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    QTextLayout layout(line, font);
+    layout.setTextOption(wrap);
+    layout.beginLayout();
+    auto first = layout.createLine();
+    first.setLineWidth(width);
+    const int end = first.textLength();
+    layout.endLayout();
+    return line.first(end).trimmed() + u'\n' +
+           metrics.elidedText(line.sliced(end).trimmed(), Qt::ElideRight, width);
 }
 
 QString shortened(const QString& text, qsizetype most)

@@ -21,6 +21,22 @@ public:
     [[nodiscard]] QSize minimumSizeHint() const override;
 };
 
+/// A sum, whose letters get smaller when there is no room for all of it: it widens nothing, and no part of it
+/// is cut, which would be another sum.
+class SumLabel : public Label
+{
+public:
+    [[nodiscard]] QSize minimumSizeHint() const override;
+    /// The font that it is written in now.
+    [[nodiscard]] QFont fittingFont() const;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+/// The line in one or two lines of that width; what is too much is an ellipsis.
+QString inTwoLines(const QString& line, const QFont& font, int width);
+
 /// The text with an ellipsis in its middle when it is longer than `most` characters.
 QString shortened(const QString& text, qsizetype most);
 

@@ -17,7 +17,9 @@
 #include <QApplication>
 #include <QFile>
 #include <QFontInfo>
+#include <QScreen>
 #include <QSocketNotifier>
+#include <QTextStream>
 
 #include <array>
 #include <optional>
@@ -32,9 +34,6 @@ using namespace Qt::StringLiterals;
 namespace till {
 
 namespace {
-
-constexpr int leastScale = 100;
-constexpr int mostScale = 150;
 
 /// Whether Qt can open the display: it ends a program that it finds none for, so another one tries. Called
 /// before there is a second thread.
@@ -78,10 +77,10 @@ void requireDisplay()
 
 int scaleOf(const Invocation& invocation)
 {
-    const int percent = invocation.number(u"scale"_s, leastScale);
-    if (percent < leastScale || percent > mostScale)
+    const int percent = invocation.number(u"scale"_s, window::leastScale);
+    if (percent < window::leastScale || percent > window::mostScale)
         throw UsageError(
-            u"till: window: --scale: expected a percentage from 100 to 150; see till window --help"_s);
+            u"till: window: --scale: expected a percentage from 100 to 200; see till window --help"_s);
     return percent;
 }
 
@@ -129,7 +128,12 @@ int run(const Invocation& invocation)
     // Dialogs end too, without a question: the open receipt is kept anyway.
     const QSocketNotifier stop(signals.descriptor(), QSocketNotifier::Read);
     QObject::connect(&stop, &QSocketNotifier::activated, &application, [] { QCoreApplication::exit(0); });
-    window::applyStyle(application, scale);
+    const int fitting =
+        window::fittingScale(scale, QGuiApplication::primaryScreen()->availableGeometry().size());
+    window::applyStyle(application, fitting);
+    if (fitting < scale)
+        QTextStream(stderr) << u"till: window: letters at %1 %: the screen has no room for %2 %\n"_s.arg(
+            QString::number(fitting), QString::number(scale));
 
     const LogFile logFile(options.logFile, fileLevel(options));
     const LiveTrace trace(screenLevel(options, LogLevel::Warning));
@@ -146,7 +150,7 @@ int run(const Invocation& invocation)
     window::CheckoutModel model(till, waiting, watch, catalogue);
     window::MainWindow view(model, waiting, frontend);
     frontend.setParent(&view);
-    view.resize(1024, 768);
+    view.resize(window::roomFor(fitting));
     view.show();
     view.activateWindow(); // where no window manager does
     std::optional<window::CustomerDisplay> display;
@@ -172,7 +176,8 @@ Command windowCommand()
         .options = {{u"customer-display"_s, {}, u"Show the customer a window of their own."_s},
                     {u"demo"_s, {}, u"Begin with a few goods on the receipt."_s},
                     {u"goods"_s, u"FILE"_s, u"What is sold, as CSV, instead of Till:goods."_s},
-                    {u"scale"_s, u"PERCENT"_s, u"Size of the letters, 100 to 150."_s},
+                    {u"scale"_s, u"PERCENT"_s,
+                     u"Size of the letters, 100 to 200, where the screen has room."_s},
                     recordOption()},
         .examples = {{u"till window --demo"_s, u"a receipt ready to try"_s},
                      {u"till window --data-dir till-1 --scale 125"_s,

@@ -61,11 +61,12 @@ Cashier::Cashier(const Setup& setup)
     : m_directory(setup.dataDirectory.isEmpty() ? m_ownDirectory.path() : setup.dataDirectory)
     , m_catalogue(setup.goods, setup.weightPrefixes.split(u',', Qt::SkipEmptyParts))
 {
-    till::window::applyStyle(*qApp, setup.scale);
+    till::window::applyStyle(*qApp, till::window::fittingScale(setup.scale, setup.size));
     Config config = till::loadSettings({});
     config.set(u"KYRLoyalty:smsVerification"_s, setup.smsVerification);
     config.set(u"KYRLoyalty:timeout"_s, setup.timeout);
     config.set(u"KYRLoyalty:bonusRatio"_s, setup.bonusRatio);
+    config.set(u"Till:language"_s, setup.language);
     config.set(u"Till:scanPrefix"_s, setup.scanPrefix);
     config.set(u"Till:scanSuffix"_s, setup.scanSuffix);
     config.set(u"Till:cardPrefixes"_s, setup.cardPrefixes);
@@ -84,7 +85,7 @@ Cashier::Cashier(const Setup& setup)
     m_model = std::make_unique<till::window::CheckoutModel>(*m_till, *m_waiting, *m_watch, m_catalogue);
     m_window = std::make_unique<till::window::MainWindow>(*m_model, *m_waiting, *m_frontend);
     m_frontend->setParent(m_window.get());
-    m_window->resize(1024, 768);
+    m_window->resize(setup.size);
     m_window->show();
     m_window->activateWindow();
     if (!QTest::qWaitForWindowActive(m_window.get()))

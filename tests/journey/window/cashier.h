@@ -57,7 +57,9 @@ public:
     {
         bool smsVerification = false;
         int timeout = 5;
-        int scale = 100;
+        int scale = 100; ///< that is asked for; the window gets what its size has room for
+        QSize size = {1024, 768};
+        QString language = {};
         QString serverUrl = {};
         QString dataDirectory = {};
         bool keeps = true; ///< false: nobody names a data directory

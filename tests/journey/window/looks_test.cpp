@@ -3,6 +3,7 @@
 #include "tests/support/httpserver.h"
 #include "till/window/dialogs/inputdialog.h"
 #include "till/window/style.h"
+#include "till/window/widgets.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -10,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QScrollArea>
 
 #include <cmath>
 
@@ -53,6 +55,15 @@ int missing(const QWidget& widget)
     return std::max(widest - (button.width() - 6), height - (button.height() - 4));
 }
 
+bool canBeScrolled(const QWidget& widget)
+{
+    for (const QWidget* parent = widget.parentWidget(); parent; parent = parent->parentWidget()) {
+        if (qobject_cast<const QScrollArea*>(parent))
+            return true;
+    }
+    return false;
+}
+
 void expectNothingCut(const QWidget& window, const QString& where)
 {
     for (const QWidget* widget : window.findChildren<QWidget*>()) {
@@ -67,7 +78,7 @@ void expectNothingCut(const QWidget& window, const QString& where)
             continue;
         EXPECT_LE(missing(*widget), 0) << where.toStdString() << ": \"" << text.toStdString() << '"';
         const QRect inside = QRect(widget->mapTo(&window, QPoint(0, 0)), widget->size());
-        EXPECT_TRUE(window.rect().contains(inside))
+        EXPECT_TRUE(canBeScrolled(*widget) || window.rect().contains(inside))
             << where.toStdString() << ": outside: " << text.toStdString();
     }
     for (const QTableWidget* table : window.findChildren<QTableWidget*>()) {
@@ -83,8 +94,36 @@ void expectNothingCut(const QWidget& window, const QString& where)
     }
 }
 
-class WindowLooks : public testing::TestWithParam<int>
-{};
+struct Look
+{
+    QSize size = {1024, 768};
+    int scale = 100;
+    QString language = {};
+};
+
+class WindowLooks : public testing::TestWithParam<Look>
+{
+protected:
+    [[nodiscard]] static Cashier::Setup setup()
+    {
+        return {.scale = GetParam().scale, .size = GetParam().size, .language = GetParam().language};
+    }
+};
+
+std::string nameOf(const Look& look)
+{
+    return u"%1x%2At%3%4"_s
+        .arg(QString::number(look.size.width()), QString::number(look.size.height()),
+             QString::number(look.scale), look.language)
+        .toStdString();
+}
+
+const QString english = u"en"_s;
+const QList<Look> looks{
+    {{1024, 768}, 100},           {{1024, 768}, 100, english}, {{1024, 768}, 125, english},
+    {{1024, 768}, 150},           {{1024, 768}, 200, english}, {{1366, 768}, 150},
+    {{1366, 768}, 200, english},  {{1920, 1080}, 100},         {{1920, 1080}, 200},
+    {{1920, 1080}, 200, english}, {{3840, 2160}, 200},         {{3840, 2160}, 200, english}};
 
 } // namespace
 
@@ -95,17 +134,31 @@ TEST(WindowColours, EveryTextStandsOutAgainstItsGround)
     EXPECT_NEAR(contrast(Qt::black, Qt::white), 21, 0.01);
 }
 
+TEST(WindowLetters, AreAsLargeAsTheScreenHasRoomFor)
+{
+    using till::window::fittingScale;
+    EXPECT_EQ(fittingScale(200, {1024, 768}), 150);
+    EXPECT_EQ(fittingScale(125, {1024, 768}), 125);
+    EXPECT_EQ(fittingScale(200, {1920, 1080}), 200);
+    EXPECT_EQ(fittingScale(200, {800, 600}), 117);
+    EXPECT_EQ(fittingScale(100, {640, 480}), 100);
+}
+
 TEST_P(WindowLooks, NoTextIsCutInTheMainStates)
 {
-    Cashier cashier({.smsVerification = true, .scale = GetParam()});
+    Cashier::Setup wanted = setup();
+    wanted.smsVerification = true;
+    Cashier cashier(wanted);
     expectNothingCut(cashier.window(), u"between"_s);
     cashier.sell(u"2000000000055"_s);
     expectNothingCut(cashier.window(), u"customer"_s);
-    EXPECT_EQ(cashier.window().size(), QSize(1024, 768)) << "it needs more room than there is";
-    picture(cashier.window(), u"scale-%1"_s.arg(GetParam()));
+    EXPECT_EQ(cashier.window().size(), GetParam().size) << "it needs more room than there is";
+    if (GetParam().size.width() == 1024 && GetParam().language.isEmpty())
+        picture(cashier.window(), u"scale-%1"_s.arg(GetParam().scale));
     cashier.atDialog([&](QDialog& dialog) {
         expectNothingCut(dialog, u"code"_s);
-        EXPECT_LE(dialog.height(), 768);
+        EXPECT_LE(dialog.height(), GetParam().size.height());
+        EXPECT_LE(dialog.width(), GetParam().size.width());
         cashier.type(u"1234"_s);
         cashier.press(Qt::Key_Return);
     });
@@ -115,7 +168,7 @@ TEST_P(WindowLooks, NoTextIsCutInTheMainStates)
     cashier.press(Qt::Key_F9);
     expectNothingCut(cashier.window(), u"paid"_s);
     cashier.atDialog([&](QDialog& dialog) {
-        cashier.touch(u"Вернуть всё"_s);
+        cashier.touch(tr::shown(u"windowReturnAll"_s, u"Вернуть всё"_s));
         expectNothingCut(dialog, u"return"_s);
         cashier.press(Qt::Key_Escape);
     });
@@ -129,18 +182,67 @@ TEST_P(WindowLooks, NoTextIsCutWhenTheBalanceIsGreat)
     server.enqueue(HttpAnswer::status(200, R"({"data":{"accounts_data":[{"avialable":"99999.99"}]}})"));
     server.enqueue(HttpAnswer::status(
         200, R"({"data":{"receipt_details":[{"parameters":{"max_payment_bonus":999.98}}]}})"));
-    Cashier cashier({.scale = GetParam(), .serverUrl = server.url().toString()});
+    Cashier::Setup wanted = setup();
+    wanted.serverUrl = server.url().toString();
+    Cashier cashier(wanted);
     cashier.model().openSale({{.articul = u"4601"_s, .name = u"Кольцо"_s, .price = 999.99, .quantity = 1}});
     cashier.scan(u"2000000000055"_s);
     cashier.type(u"999,98"_s);
-    picture(cashier.window(), u"great-%1"_s.arg(GetParam()));
     EXPECT_THAT(cashier.screen().toStdString(), testing::HasSubstr("99 999,99 − 999,98"));
     expectNothingCut(cashier.window(), u"great sums"_s);
-    EXPECT_EQ(cashier.window().size(), QSize(1024, 768)) << "it needs more room than there is";
+    EXPECT_EQ(cashier.window().size(), GetParam().size) << "it needs more room than there is";
 }
 
-INSTANTIATE_TEST_SUITE_P(Percent, WindowLooks, testing::Values(100, 125, 150),
-                         [](const auto& percent) { return std::to_string(percent.param); });
+// As much of everything as there may be.
+TEST_P(WindowLooks, NothingWidensOrHeightensTheWindow)
+{
+    const QByteArray name = QString(u"Длинное имя "_s).repeated(25).toUtf8();
+    HttpServer server;
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"card_data":{"status":3}}})"));
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"user_data":{"first_name":")" + name +
+                                               R"(","last_name":")" + QByteArray(300, 'W') +
+                                               R"("},"accounts_data":[{"avialable":"999999999999.99"}]}})"));
+    for (int times = 0; times < 2; ++times) // before the points are typed, and before they are spent
+        server.enqueue(HttpAnswer::status(
+            200, R"({"data":{"receipt_details":[{"parameters":{"max_payment_bonus":999999999999.99}}]}})"));
+    const QString reason = u"Служба отвечает очень подробно. "_s.repeated(63); // about 2000
+    Cashier::Setup wanted = setup();
+    wanted.serverUrl = server.url().toString();
+    Cashier cashier(wanted);
+    QList<till::Line> lines{{.articul = QString(300, u'9'),
+                             .name = QString(300, u'W'),
+                             .price = 999'999'999'999.99,
+                             .quantity = 1}};
+    while (lines.size() < 200)
+        lines.append({.articul = u"4601"_s,
+                      .name = u"Очень длинное название "_s.repeated(13),
+                      .price = 9999.99,
+                      .quantity = 1,
+                      .discount = 999.99});
+    cashier.model().openSale(lines);
+    ASSERT_TRUE(cashier.checkout().receipt()) << cashier.notice().toStdString();
+    cashier.scan(u"2000000000055"_s);
+    ASSERT_TRUE(cashier.checkout().card()) << cashier.notice().toStdString();
+    cashier.model().say(till::window::Notice::Kind::Bad, reason);
+    for (const int page : {1, 2, 0}) {
+        cashier.press(Qt::Key_F12);
+        expectNothingCut(cashier.window(), u"page %1"_s.arg(page));
+        EXPECT_EQ(cashier.window().size(), GetParam().size) << "page " << page;
+        picture(cashier.window(),
+                u"full-"_s + QString::fromStdString(nameOf(GetParam())) + u"-%1"_s.arg(page));
+    }
+    for (const auto* label : cashier.window().findChildren<QLabel*>()) {
+        const auto* sum = dynamic_cast<const till::window::SumLabel*>(label);
+        if (sum && sum->isVisible()) {
+            EXPECT_GE(sum->fittingFont().pixelSize(), 11) << sum->text().toStdString();
+        }
+    }
+    const auto* next = cashier.window().findChild<QWidget*>(u"next"_s);
+    EXPECT_TRUE(next->visibleRegion().boundingRect().contains(next->rect())) << "the pay button is covered";
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, WindowLooks, testing::ValuesIn(looks),
+                         [](const auto& look) { return nameOf(look.param); });
 
 TEST(WindowAccess, TheFontIsTheOneThatTheLooksWereMadeWith)
 {

@@ -1,6 +1,7 @@
 #include "till/window/panels/customerpanel.h"
 
 #include "host/utils/masking.h"
+#include "host/utils/printable.h"
 #include "host/utils/tr.h"
 #include "till/checkout/screen.h"
 #include "till/window/style.h"
@@ -145,6 +146,12 @@ QWidget* CustomerPanel::points()
     return area;
 }
 
+void CustomerPanel::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    QMetaObject::invokeMethod(this, &CustomerPanel::showCustomer, Qt::QueuedConnection); // once it is laid
+}
+
 void CustomerPanel::enterCustomer()
 {
     if (m_entry->isEnabled())
@@ -246,9 +253,10 @@ void CustomerPanel::showCustomer()
         return;
     }
     const auto client = card->getCard()->getClient();
-    m_name->setText(client && !client->getName().isEmpty()
-                        ? shortened(client->getName(), 100)
-                        : tr::shown(u"windowNameless"_s, u"Имя не указано"_s));
+    const QString name = client && !client->getName().isEmpty()
+                             ? utils::printable(client->getName())
+                             : tr::shown(u"windowNameless"_s, u"Имя не указано"_s);
+    m_name->setText(inTwoLines(name, m_name->font(), m_name->width()));
     m_card->setText(tr::shown(u"windowCardNumber"_s, u"Карта "_s) +
                     utils::maskWhole(card->getNumber().toString()) + statusOf(*card));
     const QVariant balance = card->getBonusBalance();

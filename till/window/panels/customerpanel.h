@@ -29,6 +29,9 @@ public:
     /// Where points are typed.
     [[nodiscard]] QLineEdit& pointsField() const { return *m_points; }
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     QWidget* search();
     QWidget* customer();

@@ -129,9 +129,8 @@ void PositionsPanel::refresh()
 {
     const auto receipt = m_model.receipt();
     const bool changeable = m_model.can(Action::SetLines);
-    if (receipt)
-        m_table->fill(*receipt);
-    else
+    m_table->fill(receipt);
+    if (!receipt)
         fillFinished();
     m_pages->setCurrentIndex(receipt ? 0 : 1);
     const bool isOpen = changeable || !receipt;
@@ -145,7 +144,6 @@ void PositionsPanel::refresh()
 
 void PositionsPanel::fillFinished()
 {
-    m_table->setRowCount(0);
     const QStringList& lines = m_model.finished();
     if (lines.isEmpty()) {
         m_headline->setText(tr::shown(u"windowNoReceipt"_s, u"Чека нет"_s));
@@ -195,6 +193,7 @@ void PositionsPanel::askFor(const tr::Tr& title, const QString& question, const 
     request.inputKind = TextInputRequest::Digits;
     request.emptyAllowed = false;
     request.formName = formName;
+    request.scanErrorText = {}; // no code is an answer here: the window's own word for it
     const auto answer = m_frontend.inputText(request);
     if (!answer.canceled())
         (m_model.*set)(posnum, typedNumber(answer.getData()));

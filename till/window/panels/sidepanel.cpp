@@ -5,7 +5,9 @@
 #include "till/window/status.h"
 #include "till/window/widgets.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
+#include <QScrollArea>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -33,6 +35,22 @@ void fill(QListWidget& list, const QStringList& texts, const QString& none)
     list.clear();
     for (const QString& text : texts.isEmpty() ? QStringList{none} : texts)
         list.addItem(utils::printableLines(text));
+}
+
+/// Has the page scroll where there is no room for all of it, and shows what has the keys.
+QWidget* scrolling(QWidget* page)
+{
+    auto* area = new QScrollArea;
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->setWidget(page);
+    QObject::connect(qApp, &QApplication::focusChanged, area, [area](QWidget* /*before*/, QWidget* now) {
+        if (now && area->isAncestorOf(now))
+            area->ensureWidgetVisible(now);
+    });
+    return area;
 }
 
 } // namespace
@@ -64,7 +82,7 @@ SidePanel::SidePanel(CheckoutModel& model, std::function<void()> turned)
         ++page;
     }
     layout->addLayout(row);
-    m_pages->addWidget(m_customer);
+    m_pages->addWidget(scrolling(m_customer));
     m_pages->addWidget(queuePage());
     m_pages->addWidget(m_timeline);
     layout->addWidget(m_pages, 1);

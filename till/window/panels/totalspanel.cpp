@@ -28,7 +28,7 @@ QString nextText(const CheckoutModel& model)
 
 Label* TotalsPanel::addRow(QGridLayout& grid, int row, const QString& text)
 {
-    auto* value = label({});
+    auto* value = new SumLabel;
     value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     value->setAccessibleName(text);
     grid.addWidget(label(text), row, 0);
@@ -39,7 +39,7 @@ Label* TotalsPanel::addRow(QGridLayout& grid, int row, const QString& text)
 TotalsPanel::TotalsPanel(CheckoutModel& model, const Actions& actions)
     : m_model(model)
     , m_totalName(label(tr::shown(u"windowToPay"_s, u"К оплате"_s), u"name"_s))
-    , m_total(label({}, u"total"_s))
+    , m_total(new SumLabel)
     , m_next(button({}, {}, u"primary"_s))
     , m_abandon(button(tr::shown(u"windowAbandon"_s, u"Отменить чек"_s), u"F8"_s, u"danger"_s))
     , m_return(button(tr::shown(u"windowReturn"_s, u"Возврат"_s), u"F10"_s))
@@ -51,12 +51,14 @@ TotalsPanel::TotalsPanel(CheckoutModel& model, const Actions& actions)
     auto* grid = new QGridLayout(sums);
     grid->setContentsMargins(12, 8, 12, 8);
     grid->setVerticalSpacing(2);
+    grid->setColumnStretch(1, 1);
     m_whole = addRow(*grid, 0, tr::shown(u"windowSum"_s, u"Сумма"_s));
     m_wholeName = static_cast<Label*>(grid->itemAtPosition(0, 0)->widget());
     m_discount = addRow(*grid, 1, tr::shown(u"windowDiscounts"_s, u"Скидки"_s));
     m_points = addRow(*grid, 2, tr::shown(u"windowByPoints"_s, u"Баллами"_s));
     for (QWidget* part : {grid->itemAtPosition(1, 0)->widget(), grid->itemAtPosition(1, 1)->widget()})
         part->setHidden(isCompact()); // the positions tell it
+    m_total->setProperty("role", u"total"_s);
     m_total->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     grid->addWidget(m_totalName, 3, 0);
     grid->addWidget(m_total, 3, 1);
