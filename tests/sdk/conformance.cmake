@@ -15,6 +15,8 @@ get_filename_component(folder "${pc}" DIRECTORY)
 set(ENV{PKG_CONFIG_PATH} "${folder}")
 run(pkg-config --cflags kyrhost)
 separate_arguments(flags UNIX_COMMAND "${output}")
+configure_file("${SOURCE}/tests/sdk/spoilt.h" "${WORK}/spoilt.h" COPYONLY)
+run("${CXX}" -fPIC -x c++-header "${WORK}/spoilt.h" -o "${WORK}/spoilt.h.gch" ${flags})
 foreach(case
     "SAVE=the open receipt is found again"
     "LOAD=a closed sale is loaded again"
@@ -31,7 +33,8 @@ foreach(case
     "SETTINGS=Config gives the default")
   string(REPLACE "=" ";" case "${case}")
   list(POP_FRONT case name promise)
-  run("${CXX}" -shared -fPIC "-DSPOILT_${name}" "${SOURCE}/tests/sdk/spoilt.cpp" -o "${WORK}/${name}.so" ${flags})
+  run("${CXX}" -shared -fPIC "-DSPOILT_${name}" "${SOURCE}/tests/sdk/spoilt.cpp"
+    -include "${WORK}/spoilt.h" -o "${WORK}/${name}.so" ${flags})
   execute_process(COMMAND "${CMAKE_COMMAND}" -E env "LD_PRELOAD=${WORK}/${name}.so" "${WORK}/host-conformance"
     RESULT_VARIABLE status OUTPUT_VARIABLE output)
   if(NOT status EQUAL 1 OR NOT output MATCHES "DIFFERS  ${promise}")

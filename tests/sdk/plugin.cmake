@@ -2,7 +2,8 @@
 include("${CMAKE_CURRENT_LIST_DIR}/run.cmake")
 
 file(REMOVE_RECURSE "${WORK}")
-run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${WORK}" ${CONSUMERS} "-DKYR_HOST_SDK=${PREFIX}")
+run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${WORK}" ${CONSUMERS} "-DKYR_HOST_SDK=${PREFIX}"
+  -DKYR_PRECOMPILE=ON -DBUILD_TESTING=OFF)
 run("${CMAKE_COMMAND}" --build "${WORK}")
 
 # Its headers were the SDK's, and its host libraries were not built here.

@@ -1,13 +1,5 @@
 // A host that breaks one promise: a function of its own in the place of the library's, loaded before it.
-#include "host/core/activitynotifier.h"
-#include "host/core/basicloyaltysystem.h"
-#include "host/core/dialog.h"
-#include "host/core/document.h"
-#include "host/network/restclient.h"
-#include "host/queue/dbqueuebroker.h"
-#include "host/storage/documents.h"
-#include "host/utils/config.h"
-#include "host/utils/currenttime.h"
+#include "spoilt.h"
 
 // clang-format off
 #if defined(SPOILT_SAVE)

@@ -229,10 +229,14 @@ void Cashier::sell(const QString& card)
         type(article);
         press(Qt::Key_Return);
     }
-    if (card.isEmpty())
-        return;
+    if (!card.isEmpty())
+        identify(card);
+}
+
+void Cashier::identify(const QString& number)
+{
     press(Qt::Key_F3);
-    type(card);
+    type(number);
     press(Qt::Key_Return);
 }
 
@@ -254,11 +258,18 @@ void Cashier::spoilTheNext(const QString& operation, const QByteArray& fault)
     ASSERT_EQ(client.getErrorCode(), 0) << client.getResponse().toString().toStdString();
 }
 
+namespace {
+
+/// As people read it: a place where a line may end is none of its letters.
+QString textOf(const QLabel& label) { return label.text().remove(QChar(0x200B)); }
+
+} // namespace
+
 QString Cashier::notice() const
 {
     for (const QLabel* label : m_window->findChildren<QLabel*>()) {
         if (label->property("notice").isValid())
-            return label->text();
+            return textOf(*label);
     }
     return {};
 }
@@ -267,7 +278,7 @@ QString Cashier::status() const
 {
     for (const QLabel* label : m_window->findChildren<QLabel*>()) {
         if (label->property("role") == u"status"_s)
-            return label->text();
+            return textOf(*label);
     }
     return {};
 }
@@ -287,7 +298,7 @@ QString Cashier::screen() const
     QStringList texts;
     for (const QLabel* label : m_window->findChildren<QLabel*>()) {
         if (label->isVisible())
-            texts.append(label->text());
+            texts.append(textOf(*label));
     }
     for (const QTableWidget* table : m_window->findChildren<QTableWidget*>()) {
         for (int row = 0; table->isVisible() && row < table->rowCount(); ++row) {

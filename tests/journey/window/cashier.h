@@ -109,6 +109,9 @@ public:
     /// A sale of two articles; with the card when one is named.
     void sell(const QString& card = {});
 
+    /// Types the number of a card or phone where the customer is asked for, by keys.
+    void identify(const QString& number);
+
     /// Has so many points spent, by keys.
     void spend(const QString& points);
 

@@ -23,13 +23,6 @@ namespace {
 
 const QString phoneOfThree = u"79001234567"_s;
 
-void enter(Cashier& cashier, const QString& text)
-{
-    cashier.press(Qt::Key_F3);
-    cashier.type(text);
-    cashier.press(Qt::Key_Return);
-}
-
 QString cardOf(Cashier& cashier)
 {
     return cashier.checkout().card() ? cashier.checkout().card()->getNumber().toString() : QString();
@@ -54,7 +47,7 @@ TEST(WindowCustomer, APhoneWithOneCardAsksNothing)
 {
     Cashier cashier;
     cashier.sell();
-    enter(cashier, u"8 (900) 555-00-01"_s);
+    cashier.identify(u"8 (900) 555-00-01"_s);
     EXPECT_EQ(cardOf(cashier), u"2000000000055"_s);
     EXPECT_EQ(cashier.dialogs(), 0);
 }
@@ -74,7 +67,7 @@ TEST(WindowCustomer, APhoneWithThreeCardsAsksWhichInTheServicesOrder)
         cashier.press(Qt::Key_Down);
         cashier.press(Qt::Key_Return);
     });
-    enter(cashier, phoneOfThree);
+    cashier.identify(phoneOfThree);
     EXPECT_EQ(cashier.dialogs(), 1);
     EXPECT_EQ(cardOf(cashier), u"2000000000031"_s);
 }
@@ -96,7 +89,7 @@ TEST(WindowCustomer, CardsThatWereSeenBeforeAreListedWithNameAndBalance)
             picture(dialog, u"cards-known"_s);
             cashier.press(Qt::Key_Escape);
         });
-        enter(cashier, phoneOfThree);
+        cashier.identify(phoneOfThree);
         return items;
     };
     QStringList items = listed();
@@ -127,7 +120,7 @@ TEST(WindowCustomer, CardsWithEqualLastDigitsAreToldApart)
         EXPECT_EQ(list->item(3)->text(), u"…0017"_s);
         cashier.press(Qt::Key_Escape);
     });
-    enter(cashier, phoneOfThree);
+    cashier.identify(phoneOfThree);
     EXPECT_EQ(cashier.dialogs(), 1);
 }
 
@@ -136,7 +129,7 @@ TEST(WindowCustomer, AListClosedIsNoErrorAndNoCard)
     Cashier cashier;
     cashier.sell();
     cashier.atDialog([&](QDialog&) { cashier.press(Qt::Key_Escape); });
-    enter(cashier, phoneOfThree);
+    cashier.identify(phoneOfThree);
     EXPECT_EQ(cardOf(cashier), QString());
     EXPECT_EQ(cashier.notice(), u"Карта не выбрана"_s);
 }
@@ -145,7 +138,7 @@ TEST(WindowCustomer, APhoneWithoutCardsIsSaid)
 {
     Cashier cashier;
     cashier.sell();
-    enter(cashier, u"79009999999"_s);
+    cashier.identify(u"79009999999"_s);
     EXPECT_EQ(cardOf(cashier), QString());
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Нет карт для телефона"));
 }
@@ -171,7 +164,7 @@ TEST(WindowCustomer, NobodyIsFoundWhileTheServiceIsAwayAndTheStatusSaysWhatWorks
     Cashier cashier;
     cashier.sell();
     cashier.till().setServiceUp(false);
-    enter(cashier, u"2000000000055"_s);
+    cashier.identify(u"2000000000055"_s);
     EXPECT_EQ(cardOf(cashier), QString());
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("связи со службой нет: карту не найти"));
     EXPECT_THAT(cashier.notice().toStdString(), HasSubstr("Ошибка обращения к серверу"));
@@ -181,7 +174,7 @@ TEST(WindowCustomer, AnEmptyEntryIsRefusedWithoutARequest)
 {
     Cashier cashier;
     cashier.sell();
-    enter(cashier, {});
+    cashier.identify({});
     EXPECT_EQ(cashier.notice(), u"Введите номер карты или телефон"_s);
     EXPECT_THAT(cashier.status().toStdString(), HasSubstr("ещё не проверена"));
 }
@@ -219,7 +212,7 @@ TEST(WindowText, OfTheServiceIsShownAsItIsButForWhatAScreenMustNotGet)
         EXPECT_EQ(unprintableIn(item.toUtf8()), "");
         cashier.press(Qt::Key_Escape);
     });
-    enter(cashier, phoneOfThree);
+    cashier.identify(phoneOfThree);
     EXPECT_EQ(cashier.dialogs(), 1);
 }
 

@@ -2,6 +2,8 @@
 
 #include "tests/support/httpserver.h"
 #include "till/window/dialogs/inputdialog.h"
+#include "till/window/namedelegate.h"
+#include "till/window/panels/positionstable.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
 
@@ -92,6 +94,18 @@ void expectNothingCut(const QWidget& window, const QString& where)
             }
         }
     }
+}
+
+/// What no column has room for stands below the name, and a number that is cut would be another number.
+void expectWholeReductions(const QWidget& window)
+{
+    const auto& table = *window.findChild<till::window::PositionsTable*>();
+    const QTableWidgetItem& cell = *table.item(1, 0);
+    const QStringList shown =
+        till::window::NameDelegate::fitted(cell.text(), table.font(), table.columnWidth(0) - 12);
+    for (const QString& part : cell.text().section(u'\n', 1).split(till::window::partsBelowName))
+        EXPECT_TRUE(shown.join(u'\n').contains(part)) << shown.join(u'\n').toStdString();
+    EXPECT_GE(table.rowHeight(1), shown.size() * table.fontMetrics().height());
 }
 
 struct Look
@@ -223,6 +237,7 @@ TEST_P(WindowLooks, NothingWidensOrHeightensTheWindow)
     ASSERT_TRUE(cashier.checkout().receipt()) << cashier.notice().toStdString();
     cashier.scan(u"2000000000055"_s);
     ASSERT_TRUE(cashier.checkout().card()) << cashier.notice().toStdString();
+    expectWholeReductions(cashier.window());
     cashier.model().say(till::window::Notice::Kind::Bad, reason);
     for (const int page : {1, 2, 0}) {
         cashier.press(Qt::Key_F12);

@@ -21,13 +21,6 @@ double spent(Cashier& cashier) { return cashier.model().spentPoints(); }
 
 std::string screenOf(const Cashier& cashier) { return cashier.screen().toStdString(); }
 
-void identify(Cashier& cashier, const QString& number)
-{
-    cashier.press(Qt::Key_F3);
-    cashier.type(number);
-    cashier.press(Qt::Key_Return);
-}
-
 /// Answers as the service gives them for a card with so many points, of which it lets so many be spent.
 void tell(HttpServer& server, const QByteArray& balance, const QByteArray& limit)
 {
@@ -190,7 +183,7 @@ TEST(WindowExpectation, IsTheBalanceThatTheServiceTellsOnceTheReceiptIsPaid)
     EXPECT_THAT(screenOf(cashier), HasSubstr("Осталось: 200,00"));
     EXPECT_THAT(screenOf(cashier), HasSubstr("После чека: 300,00 − 100,00 + 23,94 = 223,94"));
     cashier.press(Qt::Key_F9);
-    identify(cashier, card);
+    cashier.identify(card);
     EXPECT_THAT(screenOf(cashier), HasSubstr("Баланс: 223,94"));
 }
 
@@ -203,7 +196,7 @@ TEST(WindowExpectation, IsSaidToBeRoundedAtTenForARouble)
     EXPECT_THAT(screenOf(cashier), HasSubstr("Осталось: 200,00"));
     EXPECT_THAT(screenOf(cashier), HasSubstr("После чека: 300,00 − 100,00 + 284,40 ≈ 484,40"));
     cashier.press(Qt::Key_F9);
-    identify(cashier, card);
+    cashier.identify(card);
     EXPECT_THAT(screenOf(cashier), HasSubstr("Баланс: 484,45"));
 }
 

@@ -41,9 +41,7 @@ void whileSearching(Cashier& cashier, const std::function<void()>& act)
     cashier.sell();
     cashier.probe().takeLongest();
     QTimer::singleShot(250, &cashier.window(), act);
-    cashier.press(Qt::Key_F3);
-    cashier.type(u"2000000000055"_s);
-    cashier.press(Qt::Key_Return);
+    cashier.identify(u"2000000000055"_s);
 }
 
 void keyFromTheScreen(Qt::Key key)

@@ -112,9 +112,7 @@ TEST(WindowStatus, PromisesNoEarningWithoutACustomer)
     Cashier cashier;
     cashier.sell();
     cashier.till().setServiceUp(false);
-    cashier.press(Qt::Key_F3);
-    cashier.type(card);
-    cashier.press(Qt::Key_Return);
+    cashier.identify(card);
     EXPECT_EQ(cashier.status(), u"Покупатель не указан, связи со службой нет: карту не найти"_s);
 }
 

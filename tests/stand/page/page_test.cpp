@@ -42,6 +42,19 @@ protected:
             u"(document.getElementById('%1')?.innerText ?? '').includes('%2')"_s.arg(id, words));
     }
 
+    void expectNothingCutOff()
+    {
+        for (const auto width : {360, 390, 1280}) {
+            m_browser.resize(width, 900);
+            EXPECT_TRUE(m_browser.becomes(u"matchMedia('(width: %1px)').matches"_s.arg(width)));
+            EXPECT_EQ(m_browser.evaluate(u"[...document.querySelectorAll('section, section *')]"
+                                         ".filter(e => e.getBoundingClientRect().right > %1)"
+                                         ".map(e => e.outerHTML.slice(0, 60)).join()"_s.arg(width)),
+                      u""_s)
+                << "cut off at " << width;
+        }
+    }
+
     Shop m_shop;
     Browser m_browser;
 };
@@ -139,15 +152,7 @@ TEST_F(StandPage, FitsAPhoneAndADesk)
     m_shop.forcePayment({.number = u"a-rather-long-receipt-number-1795224000-cancel"_s}, u"20.00"_s);
     m_shop.payment({.number = u"101"_s}, u"20.00"_s);
     open();
-    for (const auto width : {360, 390, 1280}) {
-        m_browser.resize(width, 900);
-        EXPECT_TRUE(m_browser.becomes(u"matchMedia('(width: %1px)').matches"_s.arg(width)));
-        EXPECT_EQ(m_browser.evaluate(u"[...document.querySelectorAll('section, section *')]"
-                                     ".filter(e => e.getBoundingClientRect().right > %1)"
-                                     ".map(e => e.outerHTML.slice(0, 60)).join()"_s.arg(width)),
-                  u""_s)
-            << "cut off at " << width;
-    }
+    expectNothingCutOff();
 }
 
 TEST_F(StandPage, LoadsNothingFromElsewhereAndTellsNoCredentials)
@@ -171,15 +176,7 @@ TEST_F(StandPage, ShowsTheWholeInterfaceOnAPageThatFitsAPhoneAndADesk)
         m_browser.becomes(u"document.readyState === 'complete' && document.getElementById('earn')"_s));
     EXPECT_EQ(m_browser.evaluate(u"getComputedStyle(document.body).maxWidth"_s), u"960px"_s) << "no style";
     m_browser.evaluate(u"document.querySelectorAll('details').forEach(e => { e.open = true; })"_s);
-    for (const auto width : {360, 1280}) {
-        m_browser.resize(width, 900);
-        EXPECT_TRUE(m_browser.becomes(u"matchMedia('(width: %1px)').matches"_s.arg(width)));
-        EXPECT_EQ(m_browser.evaluate(u"[...document.querySelectorAll('section, section *')]"
-                                     ".filter(e => e.getBoundingClientRect().right > %1)"
-                                     ".map(e => e.outerHTML.slice(0, 60)).join()"_s.arg(width)),
-                  u""_s)
-            << "cut off at " << width;
-    }
+    expectNothingCutOff();
 }
 
 TEST_F(StandPage, SaysWhenTheStandIsGone)

@@ -4,6 +4,7 @@
 #include "host/utils/printable.h"
 #include "host/utils/tr.h"
 #include "till/checkout/screen.h"
+#include "till/window/namedelegate.h"
 #include "till/window/style.h"
 #include "till/window/widgets.h"
 
@@ -90,11 +91,11 @@ void PositionsTable::makeRoom()
 QString PositionsTable::belowName(const GoodsItem& item) const
 {
     const QStringList numbers = numbersOf(item);
-    QString text = isColumnHidden(Price) ? numbers[Price] + u" · "_s + item.getArticul()
+    QString text = isColumnHidden(Price) ? numbers[Price] + partsBelowName + item.getArticul()
                                          : tr::shown(u"windowArticle"_s, u"арт. %1"_s).arg(item.getArticul());
     for (const Column column : {Discount, Bonus}) {
         if (isColumnHidden(column) && numbers[column] != nothing)
-            text.prepend(horizontalHeaderItem(column)->text() + u' ' + numbers[column] + u" · "_s);
+            text.prepend(horizontalHeaderItem(column)->text() + u' ' + numbers[column] + partsBelowName);
     }
     return text;
 }
