@@ -8,7 +8,7 @@ namespace {
 
 constexpr double most = 999'999'999; // thousandths
 // Of a thousandth: above what doubles of that size are off by, below what any scale shows.
-constexpr double noise = 1e-6;
+constexpr double noiseOfThousandths = 1e-6;
 
 } // namespace
 
@@ -17,7 +17,7 @@ std::optional<std::int64_t> toThousandths(double quantity)
     const double thousandths = quantity * 1000;
     const double whole = std::round(thousandths);
     // Of what is not a number every comparison is false.
-    if (whole >= 1 && whole <= most && std::abs(thousandths - whole) <= noise)
+    if (whole >= 1 && whole <= most && std::abs(thousandths - whole) <= noiseOfThousandths)
         return static_cast<std::int64_t>(whole);
     return std::nullopt;
 }

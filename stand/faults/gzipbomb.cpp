@@ -11,7 +11,7 @@ namespace stand {
 
 namespace {
 
-constexpr qint64 fillerSize = qint64(1) << 20;
+constexpr qint64 blanksSize = qint64(1) << 20;
 
 Bytef* bytesOf(QByteArray& array) { return reinterpret_cast<Bytef*>(array.data()); }
 
@@ -52,16 +52,16 @@ QByteArray littleEndian(uLong value)
 
 GzipBomb gzipBomb(const QByteArray& text, qint64 unpacked)
 {
-    const QByteArray blanks(fillerSize, ' ');
+    const QByteArray blanks(blanksSize, ' ');
     GzipBomb bomb;
-    bomb.repeats = std::max((unpacked - text.size() + fillerSize - 1) / fillerSize, qint64(0));
+    bomb.repeats = std::max((unpacked - text.size() + blanksSize - 1) / blanksSize, qint64(0));
     bomb.begin = QByteArray::fromHex("1f8b08000000000000ff") + part(text);
     bomb.filler = part(blanks);
     auto sum = checksum(text);
     const auto sumOfBlanks = checksum(blanks);
     for (qint64 i = 0; i < bomb.repeats; ++i)
-        sum = crc32_combine(sum, sumOfBlanks, fillerSize);
-    const auto size = static_cast<uLong>(text.size() + bomb.repeats * fillerSize);
+        sum = crc32_combine(sum, sumOfBlanks, blanksSize);
+    const auto size = static_cast<uLong>(text.size() + bomb.repeats * blanksSize);
     const auto lastBlock = QByteArray::fromHex("010000ffff"); // stored, empty
     bomb.end = lastBlock + littleEndian(sum) + littleEndian(size);
     return bomb;

@@ -3,7 +3,7 @@ include("${CMAKE_CURRENT_LIST_DIR}/run.cmake")
 
 file(REMOVE_RECURSE "${WORK}")
 run("${CMAKE_COMMAND}" -S "${SOURCE}/conformance/host" -B "${WORK}" ${CONSUMERS} "-DCMAKE_PREFIX_PATH=${PREFIX}"
-  "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Wpedantic -Werror")
+  -DCMAKE_UNITY_BUILD=ON "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Wpedantic -Werror")
 run("${CMAKE_COMMAND}" --build "${WORK}")
 run("${WORK}/host-conformance")
 if(NOT output MATCHES "promises, 0 differ\n")
