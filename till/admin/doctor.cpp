@@ -63,6 +63,17 @@ int run(const Invocation& invocation)
     return isWell(findings) ? exitWell : exitFailed;
 }
 
+const QString details =
+    uR"(Looks at the configuration, the way to the service (name, connection, TLS, credentials, clock),
+the files of goods and log, the data directory, the disk, the store, all of which is read, each
+receipt and message in it, the queue and the plug-in, and goes on after each failure. Changes
+nothing. Asks the service for the cards of a phone that nobody has, with the credentials and
+without; only an answer in the service's form counts. A store found damaged is set aside by the
+next start.
+
+With --json: {"ok", "findings"}; each finding is {"check", "state" ("ok", "warning" or "problem"),
+"text", "remedy"}.)"_s;
+
 } // namespace
 
 QJsonDocument findingsJson(const QList<Finding>& findings)
@@ -132,6 +143,8 @@ QList<Finding> examine(const Options& given)
     Config config;
     QList<Finding> findings = examineConfiguration(options, config);
     findings += examineService(config);
+    findings.append(examineGoods(goodsFileOf(config, options)));
+    findings.append(examineLog(options.logFile));
     const QString path = dataDirectoryOf(options);
     const bool isThere = QFileInfo(path).isDir(); // naming it is enough to have it made
     storage::setDataDirectory(isThere ? path : QString());
@@ -150,18 +163,7 @@ Command doctorCommand()
 {
     return {.name = u"doctor"_s,
             .about = u"Look for what is wrong, and say how to mend it."_s,
-            .details =
-                u"Looks at the configuration, the way to the service (name, connection, TLS, "
-                "credentials, clock), the\n"
-                "data directory, the disk, the store, all of which is read, each receipt and message in it, "
-                "the queue\n"
-                "and the plug-in, and goes on after each failure. Asks the service once, and changes "
-                "nothing; a store found damaged is set "
-                "aside by the\n"
-                "next start.\n\n"
-                "With --json: {\"ok\", \"findings\"}; each finding is {\"check\", \"state\" (\"ok\", "
-                "\"warning\" or "
-                "\"problem\"),\n\"text\", \"remedy\"}."_s,
+            .details = details,
             .examples = {{u"till doctor --config till.toml"_s, u"of that till"_s},
                          {u"till doctor --json | jq -r '.findings[] | select(.state != \"ok\") | .text'"_s,
                           u"for a monitor"_s}},

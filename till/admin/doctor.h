@@ -35,6 +35,10 @@ QList<Finding> examine(const Options& given);
 QList<Finding> examineConfiguration(Options& options, Config& config);
 /// "name", "connection", "tls", "service", "credentials" and "clock".
 QList<Finding> examineService(const Config& config);
+/// "log": the log file; an empty name is none.
+Finding examineLog(const QString& fileName);
+/// "goods": the file of what is sold; an empty name is none.
+Finding examineGoods(const QString& fileName);
 /// "data", "files" and "disk" of the process's data directory.
 QList<Finding> examineDirectory(const QString& path);
 /// "store", all of which is read.

@@ -15,7 +15,6 @@
 #include "till/window/style.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QFontInfo>
 #include <QScreen>
 #include <QSocketNotifier>
@@ -88,10 +87,7 @@ Catalogue catalogueOf(const QString& fileName, const QStringList& weightPrefixes
 {
     if (fileName.isEmpty())
         return Catalogue(demonstrationGoods(), weightPrefixes);
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        throw UsageError(u"%1: the file of goods cannot be read: %2"_s.arg(fileName, file.errorString()));
-    GoodsReading reading = readGoods(file.readAll());
+    GoodsReading reading = readGoodsFile(fileName);
     if (!reading.problems.isEmpty())
         throw UsageError(problemsText(fileName, reading));
     return Catalogue(std::move(reading.goods), weightPrefixes);
