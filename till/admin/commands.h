@@ -15,6 +15,7 @@ Command receiptsShowCommand();
 Command reconcileCommand();
 Command deliverCommand();
 Command doctorCommand();
+Command configCheckCommand();
 Command supportBundleCommand();
 
 } // namespace till

@@ -7,6 +7,7 @@
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
 #include "till/setup/pluginhost.h"
+#include "till/setup/settingkeys.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -20,17 +21,6 @@ namespace {
 
 using State = Finding::State;
 
-Finding examineRatio(const Config& config)
-{
-    const QString text = config.getString(u"KYRLoyalty:bonusRatio"_s, u"1:1"_s);
-    const QStringList parts = text.split(u':');
-    if (parts.size() == 2 && parts[0].toDouble() > 0 && parts[1].toDouble() > 0)
-        return {u"ratio"_s, State::Ok, u"%1 points are worth %2 of money"_s.arg(parts[0], parts[1])};
-    return {u"ratio"_s, State::Problem,
-            u"KYRLoyalty:bonusRatio '%1' is no ratio of two numbers above 0"_s.arg(text),
-            u"write points to money, such as \"10:1\""_s};
-}
-
 Console::Colour colourOf(State state)
 {
     return state == State::Ok        ? Console::Colour::Green
@@ -42,6 +32,12 @@ bool isWell(const QList<Finding>& findings)
 {
     return std::all_of(findings.begin(), findings.end(),
                        [](const Finding& finding) { return finding.state == State::Ok; });
+}
+
+bool hasProblem(const SettingsReading& reading, const QString& key)
+{
+    return std::any_of(reading.problems.begin(), reading.problems.end(),
+                       [&key](const SettingsProblem& problem) { return problem.key == key; });
 }
 
 int run(const Invocation& invocation)
@@ -100,25 +96,26 @@ QString stateText(Finding::State state)
     return {};
 }
 
-QList<Finding> examineConfiguration(Options& options, Config& config)
+QList<Finding> examineConfiguration(const Options& options, const SettingsReading& reading)
 {
-    const QString file =
-        options.configFile.isEmpty() ? u"none; all keys have their defaults"_s : options.configFile;
     QList<Finding> findings;
-    try {
-        config = settingsOf(options);
+    const QString usual = u"mend it there; till config check tells whether all is well"_s;
+    for (const SettingsProblem& problem : reading.problems)
+        findings.append({u"configuration"_s, State::Problem, problem.placedText(),
+                         problem.fault.remedy.isEmpty() ? usual : problem.fault.remedy});
+    if (findings.isEmpty()) {
+        const QString file =
+            options.configFile.isEmpty() ? u"none; all keys have their defaults"_s : options.configFile;
         const QString exposure = exposureOf(options);
         findings.append(exposure.isEmpty() ? Finding{u"configuration"_s, State::Ok, file}
                                            : Finding{u"configuration"_s, State::Warning, exposure,
                                                      u"chmod 600 "_s + options.configFile});
-    } catch (const std::exception& failure) {
-        findings.append({u"configuration"_s, State::Problem, administratorsText(failure),
-                         u"see docs/configuration.md; the rest is examined without that file"_s});
-        config = loadSettings({});
-        if (!options.serverUrl.isEmpty())
-            setServerUrl(config, options.serverUrl);
     }
-    findings.append(examineRatio(config));
+    if (!hasProblem(reading, keys::ratio)) {
+        const QStringList parts = reading.config.getString(keys::ratio, u"1:1"_s).split(u':');
+        findings.append(
+            {u"ratio"_s, State::Ok, u"%1 points are worth %2 of money"_s.arg(parts[0], parts[1])});
+    }
     return findings;
 }
 
@@ -140,9 +137,11 @@ Finding examinePlugin(const Options& options, const Config& config)
 QList<Finding> examine(const Options& given)
 {
     Options options = given;
-    Config config;
-    QList<Finding> findings = examineConfiguration(options, config);
-    findings += examineService(config);
+    const SettingsReading reading = readSettings(options);
+    const Config& config = reading.config;
+    QList<Finding> findings = examineConfiguration(options, reading);
+    if (namesService(config) || !hasProblem(reading, keys::serverUrl))
+        findings += examineService(config);
     findings.append(examineGoods(goodsFileOf(config, options)));
     findings.append(examineLog(options.logFile));
     const QString path = dataDirectoryOf(options);

@@ -2,6 +2,7 @@
 
 #include "host/utils/config.h"
 #include "till/cli/options.h"
+#include "till/setup/settingsreading.h"
 
 #include <QJsonDocument>
 #include <QList>
@@ -31,8 +32,8 @@ QList<Finding> examine(const Options& given);
 
 // Its parts. What they can't look at, because something before it failed, they leave out.
 
-/// "configuration" and "ratio". `config` gets what can be read.
-QList<Finding> examineConfiguration(Options& options, Config& config);
+/// "configuration", for each problem one, and "ratio".
+QList<Finding> examineConfiguration(const Options& options, const SettingsReading& reading);
 /// "name", "connection", "tls", "service", "credentials" and "clock".
 QList<Finding> examineService(const Config& config);
 /// "log": the log file; an empty name is none.

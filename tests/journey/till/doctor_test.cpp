@@ -22,6 +22,7 @@
 using namespace Qt::StringLiterals;
 using test_support::HttpAnswer;
 using test_support::HttpServer;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -288,8 +289,31 @@ TEST_F(TillDoctor, GoesOnWithABrokenConfiguration)
     configure("timeout = \"3\"\n");
     answerWell();
     const auto found = findings();
-    expect(found.value(u"configuration"_s), "problem", "KYRLoyalty:timeout: expected a whole number");
+    expect(found.value(u"configuration"_s), "problem",
+           "till.toml:4: KYRLoyalty:timeout: expected a whole number");
     expect(found.value(u"connection"_s), "ok", "answers");
+    expect(found.value(u"credentials"_s), "ok", "accepted for user 'shop'");
+}
+
+TEST_F(TillDoctor, LeavesTheServiceOutWhoseAddressIsNone)
+{
+    configure("serverUrl = \"loyalty.example.com/api\"\n");
+    const Ran ran = run({u"doctor"_s, u"--config"_s, files.path(u"till.toml"_s), u"--data-dir"_s, directory});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.out.toStdString(),
+                AllOf(HasSubstr(":4: KYRLoyalty:serverUrl: expected an address that begins with http://"),
+                      HasSubstr("→ write it whole, such as \"https://loyalty.example.com/\""),
+                      Not(HasSubstr("no service is configured")), HasSubstr("ok      plug-in")));
+}
+
+TEST_F(TillDoctor, SendsNoPasswordToAnAddressThatOthersMayWrite)
+{
+    configure("serverUrl = \"" + server.url().toEncoded() + "\"\n",
+              QFile::ReadOwner | QFile::WriteOwner | QFile::WriteOther);
+    const Ran ran = run({u"doctor"_s, u"--config"_s, files.path(u"till.toml"_s), u"--data-dir"_s, directory});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr("may be written by others than its owner"));
+    EXPECT_TRUE(server.requests().isEmpty());
 }
 
 TEST_F(TillDoctor, TellsARatioThatIsNone)
@@ -297,8 +321,9 @@ TEST_F(TillDoctor, TellsARatioThatIsNone)
     configure("bonusRatio = \"ten\"\n");
     answerWell();
     const auto found = findings();
-    expect(found.value(u"ratio"_s), "problem", "'ten' is no ratio");
-    expect(found.value(u"plug-in"_s), "problem", "init() refused");
+    expect(found.value(u"configuration"_s), "problem",
+           "till.toml:4: KYRLoyalty:bonusRatio: expected two numbers above 0");
+    EXPECT_FALSE(found.contains(u"ratio"_s));
 }
 
 TEST_F(TillDoctor, TellsFilesThatOthersReadAndFilesSetAside)
@@ -313,13 +338,13 @@ TEST_F(TillDoctor, TellsFilesThatOthersReadAndFilesSetAside)
 
 TEST_F(TillDoctor, TellsFilesOfAnotherOwner)
 {
-    const QString file = files.write(u"data/open-receipt"_s, "x");
+    const QString file = files.write(u"data/notes"_s, "x");
     QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
     if (chown(QFile::encodeName(file).constData(), 65534, static_cast<gid_t>(-1)) != 0)
         GTEST_SKIP() << "only root can give a file away";
     answerWell();
     const QJsonObject found = findings().value(u"files"_s);
-    expect(found, "problem", "of another owner than their folder, who cannot use them: open-receipt");
+    expect(found, "problem", "of another owner than their folder, who cannot use them: notes");
     EXPECT_THAT(found[u"remedy"_s].toString().toStdString(), HasSubstr("chown --reference="));
 }
 
