@@ -207,6 +207,7 @@
     <message id="windowEventOpened"><source>чек открыт</source><translation>receipt opened</translation></message>
     <message id="windowEventParked"><source>отклонено службой</source><translation>refused by the service</translation></message>
     <message id="windowEventQueued"><source>в очередь</source><translation>queued</translation></message>
+    <message id="windowEventReaddressed"><source>другой адрес службы</source><translation>another address of the service</translation></message>
     <message id="windowEventRecovered"><source>найден после перезапуска</source><translation>found after a restart</translation></message>
     <message id="windowEventRequest"><source>запрос ушёл, ответа нет</source><translation>request sent, no answer</translation></message>
     <message id="windowEventRetried"><source>снова в очереди</source><translation>in the queue again</translation></message>

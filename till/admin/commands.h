@@ -9,6 +9,7 @@ Command queueListCommand();
 Command queueShowCommand();
 Command queueRetryCommand();
 Command queueDropCommand();
+Command queueReaddressCommand();
 Command queueDeliverCommand();
 Command receiptsListCommand();
 Command receiptsShowCommand();

@@ -2,10 +2,12 @@
 #include "host/storage/documents.h"
 #include "host/storage/quarantine.h"
 #include "till/admin/doctor.h"
+#include "till/admin/queueaddresses.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/audit/queuewarnings.h"
 #include "till/goods/goodsfile.h"
+#include "till/setup/serviceurls.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -129,6 +131,25 @@ Finding examineMissingLog(const QString& fileName)
     return {u"log"_s, State::Ok, fileName + u", not there yet"_s};
 }
 
+/// Messages keep the address that they were put in with.
+QList<Finding> examineAddresses(const MessageQueue& queue, const Config& config)
+{
+    QList<Finding> findings;
+    if (!namesService(config))
+        return findings;
+    const QString service = addressIn(QUrl(serverUrlOf(config) + u"v2/partner/"_s));
+    const QMap<QString, qsizetype> addresses = queuedAddresses(queue);
+    for (auto address = addresses.cbegin(); address != addresses.cend(); ++address) {
+        if (!isSameAddress(address.key(), service))
+            findings.append(
+                {u"queue"_s, State::Warning,
+                 u"%1 put in for %2, which is not the configured service"_s.arg(QString::number(*address),
+                                                                                address.key()),
+                 u"if it has moved: till queue readdress --from %1 --to %2"_s.arg(address.key(), service)});
+    }
+    return findings;
+}
+
 } // namespace
 
 // The till refuses the same.
@@ -220,6 +241,7 @@ QList<Finding> examineQueue(const Config& config, const QString& path)
         QList<Finding> findings;
         for (const QueueWarning& warning : queueWarnings(queue, config))
             findings.append({u"queue"_s, State::Problem, warning.english, warning.remedy});
+        findings += examineAddresses(queue, config);
         if (findings.isEmpty())
             findings.append({u"queue"_s, State::Ok, u"%1 waiting, none parked"_s.arg(queue.waitingCount())});
         return findings;

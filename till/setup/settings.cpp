@@ -2,6 +2,7 @@
 
 #include "host/utils/logging.h"
 #include "till/cli/usageerror.h"
+#include "till/setup/serviceurls.h"
 #include "till/setup/settingkeys.h"
 #include "till/setup/settingsreading.h"
 
@@ -17,14 +18,6 @@ using namespace Qt::StringLiterals;
 namespace till {
 
 namespace {
-
-/// With the port that it goes to, and without "." and ".." on the way there.
-QUrl comparable(const QUrl& given)
-{
-    QUrl url = given.adjusted(QUrl::NormalizePathSegments);
-    url.setPort(url.port(url.scheme() == u"https"_s ? 443 : 80));
-    return url;
-}
 
 const QString unset = u"(default)"_s;
 
@@ -155,14 +148,11 @@ QString authorizationOf(const Config& config)
 
 std::function<QString(const QUrl&)> currentAuthorization(const Config& config)
 {
-    const QUrl service = comparable(QUrl(serverUrlOf(config)));
-    if (service.host().isEmpty() || config.getString(keys::user, {}).isEmpty())
+    const QString service = serverUrlOf(config);
+    if (QUrl(service).host().isEmpty() || config.getString(keys::user, {}).isEmpty())
         return {};
-    return [service, header = authorizationOf(config)](const QUrl& given) {
-        const QUrl url = comparable(given);
-        const bool same = url.scheme() == service.scheme() && url.host() == service.host() &&
-                          url.port() == service.port() && url.path().startsWith(service.path());
-        return same ? header : QString();
+    return [service, header = authorizationOf(config)](const QUrl& url) {
+        return isBelow(url, service) ? header : QString();
     };
 }
 

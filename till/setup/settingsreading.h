@@ -21,8 +21,8 @@ struct SettingsProblem
     [[nodiscard]] QString placedText() const;
 };
 
-/// What settings were read, and all that is wrong with them, in the order of the file. What a problem is of
-/// has its default.
+/// What settings were read, and all that is wrong with them: first of single values, in the order of the
+/// file. What a problem is of has its default.
 struct SettingsReading
 {
     Config config;
@@ -34,8 +34,8 @@ struct SettingsReading
     void complain(const QString& key, const Fault& fault);
 };
 
-/// Reads what settingsOf() throws at the first word of, and goes on after each problem. Changes the options
-/// as that does.
+/// Reads the settings of these options, and goes on after each problem; settingsOf() throws all of them.
+/// Changes the options as that does.
 SettingsReading readSettings(Options& options);
 
 /// The path of a file that the configuration names: it lies beside the configuration. Of no name it is none.

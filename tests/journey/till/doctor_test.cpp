@@ -441,6 +441,23 @@ TEST_F(TillDoctor, TellsOfAMessageThatWaitsForLongerThanConfigured)
            "Till:alarmAfterMinutes: expected minutes above 0");
 }
 
+TEST_F(TillDoctor, TellsOfMessagesForAnotherAddressThanTheConfigured)
+{
+    const QString here = server.url().toString();
+    const auto enqueue = [this](const QString& url) {
+        storage::setDataDirectory(directory);
+        MessageQueue().enqueue(u"kyrloyalty"_s, {}, {{u"url"_s, url}}, {});
+        storage::setDataDirectory({});
+        answerWell();
+        return findings().value(u"queue"_s);
+    };
+    expect(enqueue(here + u"v2/partner/operation/receipt"_s), "ok", "1 waiting, none parked");
+    const QJsonObject found = enqueue(u"http://u:p@old.example/v2/partner/operation/receipt"_s);
+    expect(found, "warning", "1 put in for http://old.example/, which is not the configured service");
+    EXPECT_EQ(found[u"remedy"_s].toString(),
+              u"if it has moved: till queue readdress --from http://old.example/ --to "_s + here);
+}
+
 TEST_F(TillDoctor, TellsAPluginThatIsNone)
 {
     const Ran ran =
