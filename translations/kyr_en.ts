@@ -54,6 +54,8 @@
     <message id="requestIncorrectAnswer"><source>Некорректный ответ от сервера</source><translation>The server's answer is wrong</translation></message>
     <message id="tillAbandoned"><source>Чек %1 отменён</source><translation>Receipt %1 was cancelled</translation></message>
     <message id="tillBadAmount"><source>Позиция %1: цена, скидка или сумма слишком велика или не число</source><translation>Position %1: a price, discount or sum is too large or no number</translation></message>
+    <message id="tillBadDiscount"><source>Позиция %1: цена и скидка — не меньше нуля, скидка — не больше стоимости</source><translation>Position %1: neither price nor discount is below zero, nor the discount above the cost</translation></message>
+    <message id="tillBadPoints"><source>Баллы для списания: число меньше нуля, слишком велико или не число</source><translation>Points to spend: the number is below zero, too large or none</translation></message>
     <message id="tillBadQuantity"><source>Позиция %1: количество — от 0,001 до 999 999,999, не мельче тысячных</source><translation>Position %1: a quantity is from 0,001 to 999 999,999, in whole thousandths</translation></message>
     <message id="tillBadTotal"><source>Сумма чека слишком велика</source><translation>The receipt's total is too large</translation></message>
     <message id="tillBalance"><source>Баланс: %1</source><translation>Balance: %1</translation></message>
