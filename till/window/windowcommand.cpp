@@ -11,6 +11,7 @@
 #include "till/window/checkoutmodel.h"
 #include "till/window/commands.h"
 #include "till/window/customerdisplay.h"
+#include "till/window/losses.h"
 #include "till/window/mainwindow.h"
 #include "till/window/style.h"
 
@@ -139,10 +140,12 @@ int run(const Invocation& invocation)
     window::ServiceWatch watch;
     window::WindowFrontend frontend(waiting);
     Till till(partsOf(options), config, frontend);
-    const DeliveryWorker worker({.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
-                                              .random = {},
-                                              .attempted = {}},
-                                 .changed = {}});
+    std::optional<DeliveryWorker> worker;
+    worker.emplace(
+        DeliveryWorker::Options{.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
+                                             .random = {},
+                                             .attempted = {}},
+                                .changed = {}});
     window::CheckoutModel model(till, waiting, watch, catalogue);
     window::MainWindow view(model, waiting, frontend);
     frontend.setParent(&view);
@@ -154,7 +157,12 @@ int run(const Invocation& invocation)
         display.emplace(model, waiting).showBeside(view);
     if (!till.checkout().receipt())
         model.openSale(invocation.has(u"demo"_s) ? demonstration(catalogue) : QList<Line>());
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    worker.reset(); // what it has in hand is not lost
+    const QString lost = signals.wait({}) ? window::lossText(till) : QString(); // else a question was asked
+    if (!lost.isEmpty())
+        QTextStream(stderr) << u"till: window: "_s << lost << u'\n';
+    return status;
 }
 
 } // namespace
