@@ -54,6 +54,8 @@
     <message id="requestIncorrectAnswer"><source>Некорректный ответ от сервера</source><translation>The server's answer is wrong</translation></message>
     <message id="tillAbandoned"><source>Чек %1 отменён</source><translation>Receipt %1 was cancelled</translation></message>
     <message id="tillBadAmount"><source>Позиция %1: цена, скидка или сумма слишком велика или не число</source><translation>Position %1: a price, discount or sum is too large or no number</translation></message>
+    <message id="tillBadDiscount"><source>Позиция %1: цена и скидка — не меньше нуля, скидка — не больше стоимости</source><translation>Position %1: neither price nor discount is below zero, nor the discount above the cost</translation></message>
+    <message id="tillBadPoints"><source>Баллы для списания: число меньше нуля, слишком велико или не число</source><translation>Points to spend: the number is below zero, too large or none</translation></message>
     <message id="tillBadQuantity"><source>Позиция %1: количество — от 0,001 до 999 999,999, не мельче тысячных</source><translation>Position %1: a quantity is from 0,001 to 999 999,999, in whole thousandths</translation></message>
     <message id="tillBadTotal"><source>Сумма чека слишком велика</source><translation>The receipt's total is too large</translation></message>
     <message id="tillBalance"><source>Баланс: %1</source><translation>Balance: %1</translation></message>
@@ -207,6 +209,7 @@
     <message id="windowEventOpened"><source>чек открыт</source><translation>receipt opened</translation></message>
     <message id="windowEventParked"><source>отклонено службой</source><translation>refused by the service</translation></message>
     <message id="windowEventQueued"><source>в очередь</source><translation>queued</translation></message>
+    <message id="windowEventReaddressed"><source>другой адрес службы</source><translation>another address of the service</translation></message>
     <message id="windowEventRecovered"><source>найден после перезапуска</source><translation>found after a restart</translation></message>
     <message id="windowEventRequest"><source>запрос ушёл, ответа нет</source><translation>request sent, no answer</translation></message>
     <message id="windowEventRetried"><source>снова в очереди</source><translation>in the queue again</translation></message>

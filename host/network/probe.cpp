@@ -3,6 +3,7 @@
 #include "host/network/curlhandle.h"
 #include "host/utils/utc.h"
 
+#include <algorithm>
 #include <array>
 
 namespace network {
@@ -22,8 +23,11 @@ std::size_t onHeadLine(const char* data, std::size_t /*one*/, std::size_t size, 
     return size;
 }
 
-std::size_t onBody(const char* /*data*/, std::size_t /*one*/, std::size_t size, void* /*user*/)
+std::size_t onBody(const char* data, std::size_t /*one*/, std::size_t size, void* user)
 {
+    constexpr qsizetype most = 64 << 10;
+    QByteArray& body = static_cast<Probe*>(user)->body;
+    body.append(data, std::min(static_cast<qsizetype>(size), most - body.size()));
     return size;
 }
 
@@ -48,6 +52,7 @@ void readSteps(const CurlHandle& handle, CURLcode outcome, Probe& probe)
     const auto reached = [&handle](CURLINFO step) { return handle.told(step, 0.0) > 0; };
     probe.address = QString::fromLatin1(handle.told<const char*>(CURLINFO_PRIMARY_IP, nullptr));
     probe.status = handle.status();
+    probe.redirect = QString::fromUtf8(handle.told<const char*>(CURLINFO_REDIRECT_URL, nullptr));
     // The times tell how far a connection came that ran out of time; after a failed handshake they are all 0.
     const bool late = outcome == CURLE_OPERATION_TIMEDOUT;
     const bool away = outcome == CURLE_COULDNT_RESOLVE_HOST || outcome == CURLE_URL_MALFORMAT;
@@ -79,6 +84,7 @@ Probe probe(const QUrl& url, const QHash<QString, QString>& headers, int timeout
     handle.set(CURLOPT_HEADERFUNCTION, onHeadLine);
     handle.set(CURLOPT_HEADERDATA, &result);
     handle.set(CURLOPT_WRITEFUNCTION, onBody);
+    handle.set(CURLOPT_WRITEDATA, &result);
     const CURLcode outcome = handle.perform();
     readSteps(handle, outcome, result);
     if (outcome != CURLE_OK)

@@ -23,9 +23,11 @@ struct Probe
     QDateTime certificateUntil; ///< end of the server's certificate, when it was trusted
     QDateTime date;             ///< the answer's Date, UTC; invalid: it had none
     QDateTime asked;            ///< this machine's time when that date came in, UTC
+    QByteArray body;            ///< the answer's, as far as it came; of a longer one the first 64 KiB
+    QString redirect;           ///< where the answer sends whoever asks; empty: nowhere
     QString error;              ///< libcurl's own words for the step that failed; empty: none failed
 
-    /// By the status alone: what the page holds is not looked at.
+    /// By the status alone: what the body holds is not looked at.
     [[nodiscard]] ExchangeOutcome outcome() const { return outcomeOf(codeOf(status, true)); }
 };
 

@@ -16,7 +16,7 @@ struct JournalEntry
     QDateTime time;  ///< UTC, to the millisecond; add() takes the present when it is not valid
     QString receipt; ///< the document's identifier; for messages of the queue their group
     QString event; ///< "opened", "request", "answer", "queued", "attempt", "delivered", "parked", "retried",
-                   ///< "dropped", "closed", "abandoned", "recovered" or "unknown"
+                   ///< "readdressed", "dropped", "closed", "abandoned", "recovered" or "unknown"
     QString operation;  ///< the last segment of the service's path, or empty; long numbers are masked when it
                         ///< is kept
     qint64 message = 0; ///< the id in the outgoing queue; 0 for none

@@ -1,12 +1,10 @@
 #include "host/utils/config.h"
 
-#include <QFile>
-#include <QRegularExpression>
+#include "host/utils/configfile.h"
+
 #include <QStringList>
 
 #include <algorithm>
-#include <limits>
-#include <toml++/toml.h>
 
 using namespace Qt::StringLiterals;
 
@@ -40,67 +38,6 @@ bool matches(const QVariant& value, ConfigKey::Type type)
     return false;
 }
 
-// Only what a key can hold becomes such a value; anything else stays invalid and is reported as a wrong type.
-QVariant toVariant(const toml::node& node)
-{
-    if (const auto text = node.value_exact<std::string>())
-        return QString::fromStdString(*text);
-    if (const auto flag = node.value_exact<bool>())
-        return *flag;
-    const auto number = node.value_exact<std::int64_t>();
-    if (number && *number >= std::numeric_limits<int>::min() && *number <= std::numeric_limits<int>::max())
-        return static_cast<int>(*number);
-    return {};
-}
-
-struct Entry
-{
-    QString key;
-    QVariant value;
-    toml::source_position place;
-};
-
-void collect(const toml::table& table, const QString& prefix, QList<Entry>& entries)
-{
-    for (const auto& [name, node] : table) {
-        const std::string_view text = name.str();
-        QString part = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-        if (part.contains(u':')) // must not pass for the colon between table and key
-            part = u'"' + part + u'"';
-        const toml::table* inner = node.as_table();
-        if (inner && !(inner->is_inline() && inner->empty()))
-            collect(*inner, prefix + part + u':', entries);
-        else
-            entries.append({prefix + part, toVariant(node), node.source().begin});
-    }
-}
-
-// The parser quotes what it stumbled over, which may be the password.
-QString withoutQuotations(const toml::parse_error& error)
-{
-    static const QRegularExpression quotation(u", saw .*|'.{2,}'"_s,
-                                              QRegularExpression::DotMatchesEverythingOption);
-    const std::string_view text = error.description();
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())).remove(quotation).simplified();
-}
-
-QList<Entry> parse(const QString& fileName)
-{
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        throw ConfigError(u"%1: cannot be read: %2"_s.arg(fileName, file.errorString()));
-    QList<Entry> entries;
-    try {
-        collect(toml::parse(file.readAll().toStdString()), {}, entries);
-    } catch (const toml::parse_error& error) {
-        throw ConfigError(u"%1:%2: is not TOML: %3"_s.arg(
-            fileName, QString::number(error.source().begin.line), withoutQuotations(error)));
-    }
-    std::sort(entries.begin(), entries.end(),
-              [](const Entry& a, const Entry& b) { return a.place < b.place; });
-    return entries;
-}
-
 } // namespace
 
 Config::~Config() = default;
@@ -109,14 +46,17 @@ void Config::declare(const QList<ConfigKey>& keys) { m_known.append(keys); }
 
 void Config::load(const QString& fileName)
 {
+    const utils::ConfigContent content = utils::readConfigFile(fileName);
+    if (!content.problem.isEmpty())
+        throw ConfigError(utils::placeInFile(fileName, content.line) + u": "_s + content.problem);
     QStringList problems;
     QHash<QString, QVariant> values;
-    for (const Entry& entry : parse(fileName)) {
+    for (const utils::ConfigEntry& entry : content.entries) {
         const QString problem = this->problem(entry.key, entry.value);
         if (problem.isEmpty())
             values.insert(entry.key, entry.value);
         else
-            problems.append(u"%1:%2: %3"_s.arg(fileName, QString::number(entry.place.line), problem));
+            problems.append(utils::placeInFile(fileName, entry.line) + u": "_s + problem);
     }
     if (!problems.isEmpty())
         throw ConfigError(problems.join(u'\n'));

@@ -35,7 +35,7 @@ const std::map<std::string, std::set<std::string>> allowedInside{
     {"till/checkout", {"till/setup", "till/cli"}},
     {"till/audit", {"till/checkout", "till/setup", "till/cli"}},
     {"till/scenario", {"till/audit", "till/checkout", "till/setup", "till/cli"}},
-    {"till/admin", {"till/audit", "till/checkout", "till/setup", "till/cli"}},
+    {"till/admin", {"till/audit", "till/checkout", "till/goods", "till/setup", "till/cli"}},
     {"till/conformance", {"till/audit", "till/checkout", "till/setup", "till/cli"}},
     {"till/window", {"till/audit", "till/checkout", "till/goods", "till/setup", "till/cli"}},
     {"stand/http", {}},

@@ -50,15 +50,20 @@ private:
     int m_file;
 };
 
-/// A sale that was closed while the service was away.
-QString soldAlone(World& world)
+void sellAlone(World& world)
 {
-    open(world);
     const OtherDelivery other(world);
     world.play(saleBegun);
     world.stopStand();
     world.play(pay());
     world.endTill();
+}
+
+/// A sale that was closed while the service was away.
+QString soldAlone(World& world)
+{
+    open(world);
+    sellAlone(world);
     return {};
 }
 
@@ -134,6 +139,21 @@ QString passwordIsMended(World& world)
     // No service runs here that would have to read it.
     world.prepend(u"systemctl() { ls '" KYR_SOURCE_DIR "'/packaging/systemd/$2.service.in > said; }"_s);
     return {};
+}
+
+/// What waits was put in before the address was changed.
+QString serviceMoved(World& world)
+{
+    open(world);
+    const QString former = QString(world.url()).replace(u"127.0.0.1"_s, u"localhost"_s);
+    const QString present = u"http://127.0.0.1:1"_s;
+    const QString change = u"sed -i 's#%1#%2#' till.toml"_s;
+    world.type(change.arg(world.url(), former));
+    sellAlone(world);
+    world.type(change.arg(former, present));
+    world.call(u"https://old.example.com"_s, former);
+    world.call(u"https://loyalty.example.com"_s, present);
+    return world.type(u"till doctor"_s);
 }
 
 /// What that command says when the disk of the data directory is full.
@@ -212,6 +232,7 @@ QList<Section> operationsSections()
         {page, u"The network is down for a day"_s, {triedTwice, networkIsBack, asItIs, ledgerIsThere}},
         {page, u"A message is parked"_s, {parked, asItIs}},
         {page, u"The password changed"_s, {passwordChanged, passwordIsMended}},
+        {page, u"The service moved"_s, {serviceMoved, asItIs}},
         {page, u"The disk is full"_s, {diskIsFull, toolOnFullDisk}},
         {page, u"A damaged file"_s, {damagedStore, damagedReceipt}},
         {page, u"A file was removed or replaced"_s, {storeRemoved}},

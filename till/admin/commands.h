@@ -9,12 +9,14 @@ Command queueListCommand();
 Command queueShowCommand();
 Command queueRetryCommand();
 Command queueDropCommand();
+Command queueReaddressCommand();
 Command queueDeliverCommand();
 Command receiptsListCommand();
 Command receiptsShowCommand();
 Command reconcileCommand();
 Command deliverCommand();
 Command doctorCommand();
+Command configCheckCommand();
 Command supportBundleCommand();
 
 } // namespace till

@@ -7,6 +7,7 @@
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
 #include "till/setup/pluginhost.h"
+#include "till/setup/settingkeys.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -20,17 +21,6 @@ namespace {
 
 using State = Finding::State;
 
-Finding examineRatio(const Config& config)
-{
-    const QString text = config.getString(u"KYRLoyalty:bonusRatio"_s, u"1:1"_s);
-    const QStringList parts = text.split(u':');
-    if (parts.size() == 2 && parts[0].toDouble() > 0 && parts[1].toDouble() > 0)
-        return {u"ratio"_s, State::Ok, u"%1 points are worth %2 of money"_s.arg(parts[0], parts[1])};
-    return {u"ratio"_s, State::Problem,
-            u"KYRLoyalty:bonusRatio '%1' is no ratio of two numbers above 0"_s.arg(text),
-            u"write points to money, such as \"10:1\""_s};
-}
-
 Console::Colour colourOf(State state)
 {
     return state == State::Ok        ? Console::Colour::Green
@@ -42,6 +32,12 @@ bool isWell(const QList<Finding>& findings)
 {
     return std::all_of(findings.begin(), findings.end(),
                        [](const Finding& finding) { return finding.state == State::Ok; });
+}
+
+bool hasProblem(const SettingsReading& reading, const QString& key)
+{
+    return std::any_of(reading.problems.begin(), reading.problems.end(),
+                       [&key](const SettingsProblem& problem) { return problem.key == key; });
 }
 
 int run(const Invocation& invocation)
@@ -62,6 +58,17 @@ int run(const Invocation& invocation)
     }
     return isWell(findings) ? exitWell : exitFailed;
 }
+
+const QString details =
+    uR"(Looks at the configuration, the way to the service (name, connection, TLS, credentials, clock),
+the files of goods and log, the data directory, the disk, the store, all of which is read, each
+receipt and message in it, the queue and the plug-in, and goes on after each failure. Changes
+nothing. Asks the service for the cards of a phone that nobody has, with the credentials and
+without; only an answer in the service's form counts. A store found damaged is set aside by the
+next start.
+
+With --json: {"ok", "findings"}; each finding is {"check", "state" ("ok", "warning" or "problem"),
+"text", "remedy"}.)"_s;
 
 } // namespace
 
@@ -89,25 +96,26 @@ QString stateText(Finding::State state)
     return {};
 }
 
-QList<Finding> examineConfiguration(Options& options, Config& config)
+QList<Finding> examineConfiguration(const Options& options, const SettingsReading& reading)
 {
-    const QString file =
-        options.configFile.isEmpty() ? u"none; all keys have their defaults"_s : options.configFile;
     QList<Finding> findings;
-    try {
-        config = settingsOf(options);
+    const QString usual = u"mend it there; till config check tells whether all is well"_s;
+    for (const SettingsProblem& problem : reading.problems)
+        findings.append({u"configuration"_s, State::Problem, problem.placedText(),
+                         problem.fault.remedy.isEmpty() ? usual : problem.fault.remedy});
+    if (findings.isEmpty()) {
+        const QString file =
+            options.configFile.isEmpty() ? u"none; all keys have their defaults"_s : options.configFile;
         const QString exposure = exposureOf(options);
         findings.append(exposure.isEmpty() ? Finding{u"configuration"_s, State::Ok, file}
                                            : Finding{u"configuration"_s, State::Warning, exposure,
                                                      u"chmod 600 "_s + options.configFile});
-    } catch (const std::exception& failure) {
-        findings.append({u"configuration"_s, State::Problem, administratorsText(failure),
-                         u"see docs/configuration.md; the rest is examined without that file"_s});
-        config = loadSettings({});
-        if (!options.serverUrl.isEmpty())
-            setServerUrl(config, options.serverUrl);
     }
-    findings.append(examineRatio(config));
+    if (!hasProblem(reading, keys::ratio)) {
+        const QStringList parts = reading.config.getString(keys::ratio, u"1:1"_s).split(u':');
+        findings.append(
+            {u"ratio"_s, State::Ok, u"%1 points are worth %2 of money"_s.arg(parts[0], parts[1])});
+    }
     return findings;
 }
 
@@ -129,9 +137,13 @@ Finding examinePlugin(const Options& options, const Config& config)
 QList<Finding> examine(const Options& given)
 {
     Options options = given;
-    Config config;
-    QList<Finding> findings = examineConfiguration(options, config);
-    findings += examineService(config);
+    const SettingsReading reading = readSettings(options);
+    const Config& config = reading.config;
+    QList<Finding> findings = examineConfiguration(options, reading);
+    if (namesService(config) || !hasProblem(reading, keys::serverUrl))
+        findings += examineService(config);
+    findings.append(examineGoods(goodsFileOf(config, options)));
+    findings.append(examineLog(options.logFile));
     const QString path = dataDirectoryOf(options);
     const bool isThere = QFileInfo(path).isDir(); // naming it is enough to have it made
     storage::setDataDirectory(isThere ? path : QString());
@@ -150,18 +162,7 @@ Command doctorCommand()
 {
     return {.name = u"doctor"_s,
             .about = u"Look for what is wrong, and say how to mend it."_s,
-            .details =
-                u"Looks at the configuration, the way to the service (name, connection, TLS, "
-                "credentials, clock), the\n"
-                "data directory, the disk, the store, all of which is read, each receipt and message in it, "
-                "the queue\n"
-                "and the plug-in, and goes on after each failure. Asks the service once, and changes "
-                "nothing; a store found damaged is set "
-                "aside by the\n"
-                "next start.\n\n"
-                "With --json: {\"ok\", \"findings\"}; each finding is {\"check\", \"state\" (\"ok\", "
-                "\"warning\" or "
-                "\"problem\"),\n\"text\", \"remedy\"}."_s,
+            .details = details,
             .examples = {{u"till doctor --config till.toml"_s, u"of that till"_s},
                          {u"till doctor --json | jq -r '.findings[] | select(.state != \"ok\") | .text'"_s,
                           u"for a monitor"_s}},

@@ -2,6 +2,7 @@
 
 #include "host/utils/config.h"
 #include "till/cli/options.h"
+#include "till/setup/settingsreading.h"
 
 #include <QJsonDocument>
 #include <QList>
@@ -31,10 +32,14 @@ QList<Finding> examine(const Options& given);
 
 // Its parts. What they can't look at, because something before it failed, they leave out.
 
-/// "configuration" and "ratio". `config` gets what can be read.
-QList<Finding> examineConfiguration(Options& options, Config& config);
+/// "configuration", for each problem one, and "ratio".
+QList<Finding> examineConfiguration(const Options& options, const SettingsReading& reading);
 /// "name", "connection", "tls", "service", "credentials" and "clock".
 QList<Finding> examineService(const Config& config);
+/// "log": the log file; an empty name is none.
+Finding examineLog(const QString& fileName);
+/// "goods": the file of what is sold; an empty name is none.
+Finding examineGoods(const QString& fileName);
 /// "data", "files" and "disk" of the process's data directory.
 QList<Finding> examineDirectory(const QString& path);
 /// "store", all of which is read.

@@ -2,9 +2,12 @@
 #include "host/storage/documents.h"
 #include "host/storage/quarantine.h"
 #include "till/admin/doctor.h"
+#include "till/admin/queueaddresses.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/audit/queuewarnings.h"
+#include "till/goods/goodsfile.h"
+#include "till/setup/serviceurls.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -31,6 +34,11 @@ bool isPrivate(const QFileInfo& file)
     return (file.permissions() & others).toInt() == 0;
 }
 
+bool mayBeWritten(const QFileInfo& place, int further = 0)
+{
+    return access(QFile::encodeName(place.filePath()).constData(), W_OK | further) == 0;
+}
+
 Finding examineFolder(const QFileInfo& folder)
 {
     const QString path = folder.filePath();
@@ -42,7 +50,7 @@ Finding examineFolder(const QFileInfo& folder)
     if (folder.ownerId() != geteuid())
         return {u"data"_s, State::Warning, u"%1: belongs to user '%2'"_s.arg(path, folder.owner()),
                 u"run the till's tools as that user: what another one makes there it cannot read"_s};
-    if (access(QFile::encodeName(path).constData(), W_OK | X_OK) != 0)
+    if (!mayBeWritten(folder, X_OK))
         return {u"data"_s, State::Problem, path + u": cannot be written"_s,
                 u"check its mode, and whether the disk is mounted read-only"_s};
     if (!isPrivate(folder))
@@ -53,15 +61,23 @@ Finding examineFolder(const QFileInfo& folder)
 Finding examineFiles(const QString& path)
 {
     QStringList open;
+    QStringList strange;
+    const uint owner = QFileInfo(path).ownerId();
     const QFileInfoList files = QDir(path).entryInfoList(QDir::Files | QDir::Hidden);
     for (const QFileInfo& file : files) {
         // The stand's own files are made-up customers.
         if (!isPrivate(file) && !file.fileName().startsWith(u"stand."_s))
             open.append(file.fileName());
+        if (file.ownerId() != owner)
+            strange.append(file.fileName());
     }
     if (!open.isEmpty())
         return {u"files"_s, State::Problem, u"others may read %1"_s.arg(open.join(u", "_s)),
                 u"chmod 600 %1/*"_s.arg(path)};
+    if (!strange.isEmpty())
+        return {u"files"_s, State::Problem,
+                u"of another owner than their folder, who cannot use them: "_s + strange.join(u", "_s),
+                u"chown --reference=%1 %1/*; and run the tools as that user"_s.arg(path)};
     QStringList aside;
     for (const QString& file : storage::quarantinedFiles())
         aside.append(QFileInfo(file).fileName());
@@ -97,7 +113,76 @@ Finding damaged(const storage::DamagedSeal& seal)
                 : u"bring it back from a backup; till receipts show %1 tells what is known"_s.arg(seal.key)};
 }
 
+Finding unfitLog(const QString& text, const QString& remedy)
+{
+    return {u"log"_s, State::Problem, text, remedy};
+}
+
+Finding examineMissingLog(const QString& fileName)
+{
+    const QFileInfo folder(QFileInfo(fileName).path());
+    const QString elsewhere = u"; or name another place in Till:logFile"_s;
+    if (!folder.isDir())
+        return unfitLog(u"%1: there is no folder %2"_s.arg(fileName, folder.filePath()),
+                        u"mkdir -p %1"_s.arg(folder.filePath()) + elsewhere);
+    if (!mayBeWritten(folder, X_OK))
+        return unfitLog(u"%1: cannot be made in that folder"_s.arg(fileName),
+                        u"let the till's user write into %1"_s.arg(folder.filePath()) + elsewhere);
+    return {u"log"_s, State::Ok, fileName + u", not there yet"_s};
+}
+
+/// Messages keep the address that they were put in with.
+QList<Finding> examineAddresses(const MessageQueue& queue, const Config& config)
+{
+    QList<Finding> findings;
+    if (!namesService(config))
+        return findings;
+    const QString service = addressIn(QUrl(serverUrlOf(config) + u"v2/partner/"_s));
+    const QMap<QString, qsizetype> addresses = queuedAddresses(queue);
+    for (auto address = addresses.cbegin(); address != addresses.cend(); ++address) {
+        if (!isSameAddress(address.key(), service))
+            findings.append(
+                {u"queue"_s, State::Warning,
+                 u"%1 put in for %2, which is not the configured service"_s.arg(QString::number(*address),
+                                                                                address.key()),
+                 u"if it has moved: till queue readdress --from %1 --to %2"_s.arg(address.key(), service)});
+    }
+    return findings;
+}
+
 } // namespace
+
+// The till refuses the same.
+Finding examineLog(const QString& fileName)
+{
+    if (fileName.isEmpty())
+        return {u"log"_s, State::Ok, u"no file is named for it"_s};
+    const QFileInfo file(fileName);
+    if (file.isSymLink() || (file.exists() && !file.isFile()))
+        return unfitLog(fileName + u": is no plain file"_s,
+                        u"name a plain file, and no link, in Till:logFile"_s);
+    if (!file.exists())
+        return examineMissingLog(fileName);
+    if (!isPrivate(file))
+        return unfitLog(fileName + u": others than its owner may use it"_s, u"chmod 600 "_s + fileName);
+    if (!mayBeWritten(file))
+        return unfitLog(u"%1: cannot be written; it belongs to user '%2'"_s.arg(fileName, file.owner()),
+                        u"chown it to the till's user, and run the tools as that user"_s);
+    return {u"log"_s, State::Ok, fileName};
+}
+
+Finding examineGoods(const QString& fileName)
+{
+    if (fileName.isEmpty())
+        return {u"goods"_s, State::Ok, u"no file is named for them; the window sells a few to try"_s};
+    const GoodsReading reading = readGoodsFile(fileName);
+    if (reading.problems.isEmpty())
+        return {u"goods"_s, State::Ok, u"%1 holds %2"_s.arg(fileName, QString::number(reading.goods.size()))};
+    const qsizetype further = reading.problems.size() - 1 + reading.furtherProblems;
+    const QString first = problemsText(fileName, reading).section(u'\n', 0, 0);
+    return {u"goods"_s, State::Problem, further == 0 ? first : u"%1 (and %2 more)"_s.arg(first).arg(further),
+            u"mend the file: the window does not start with it"_s};
+}
 
 QList<Finding> examineDirectory(const QString& path)
 {
@@ -156,6 +241,7 @@ QList<Finding> examineQueue(const Config& config, const QString& path)
         QList<Finding> findings;
         for (const QueueWarning& warning : queueWarnings(queue, config))
             findings.append({u"queue"_s, State::Problem, warning.english, warning.remedy});
+        findings += examineAddresses(queue, config);
         if (findings.isEmpty())
             findings.append({u"queue"_s, State::Ok, u"%1 waiting, none parked"_s.arg(queue.waitingCount())});
         return findings;

@@ -134,8 +134,7 @@ QString exchangesText()
 QList<ArchivedFile> collected(const Options& given)
 {
     Options options = given;
-    Config config;
-    static_cast<void>(examineConfiguration(options, config));
+    const Config config = readSettings(options).config;
     const Scrubber scrubber(config);
     const auto text = [&scrubber](const QString& name, const QString& content) {
         return ArchivedFile{name, utils::printableLines(scrubber.scrubbed(content)).toUtf8()};

@@ -30,6 +30,13 @@ void requireAmounts(const AbstractDocument& receipt)
             fail(tr::Tr(u"tillBadAmount"_s,
                         u"Позиция %1: цена, скидка или сумма слишком велика или не число"_s)
                      .arg(QString::number(item->getPosnum())));
+        const bool isCost =
+            item->getPrice() >= 0 && item->getDiscount() >= 0 &&
+            utils::toHundredths(item->getDiscount()) <= utils::toHundredths(item->getGrossSum());
+        if (!isCost)
+            fail(tr::Tr(u"tillBadDiscount"_s,
+                        u"Позиция %1: цена и скидка — не меньше нуля, скидка — не больше стоимости"_s)
+                     .arg(QString::number(item->getPosnum())));
     }
     if (!utils::toHundredths(receipt.getSum()))
         fail({u"tillBadTotal"_s, u"Сумма чека слишком велика"_s});

@@ -38,6 +38,10 @@ Spending Checkout::spend(double wanted)
     Spending spending;
     attempt(Action::Spend, spending, [&] {
         requireCard();
+        // Whoever counts with such an amount gets anything.
+        if (!utils::toHundredths(wanted) || wanted < 0)
+            fail({u"tillBadPoints"_s,
+                  u"Баллы для списания: число меньше нуля, слишком велико или не число"_s});
         const auto earlier = unknownSpending();
         if (earlier && !isSame(*earlier, wanted))
             fail(whyNot(Action::Pay)); // which names the ways out

@@ -1,10 +1,10 @@
 #include "till/cli/commandline.h"
 
+#include "till/cli/serviceaddress.h"
 #include "till/cli/suggestion.h"
 #include "till/cli/usageerror.h"
 
 #include <QCommandLineParser>
-#include <QUrl>
 
 #include <algorithm>
 
@@ -118,10 +118,8 @@ QString helpFor(const Commands& commands, const QStringList& words)
 
 QString checkedUrl(const QString& text)
 {
-    const QUrl url(text, QUrl::StrictMode);
-    const bool http = url.scheme() == u"http"_s || url.scheme() == u"https"_s;
-    if (!url.isValid() || !http || url.host().isEmpty())
-        fail(u"--server-url: expected an address such as https://loyalty.example.com/"_s, u"--help"_s);
+    if (const auto fault = faultOfAddress(text))
+        fail(u"--server-url: "_s + fault->toString(), u"--help"_s);
     return text;
 }
 

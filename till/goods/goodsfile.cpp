@@ -3,6 +3,7 @@
 #include "host/utils/printable.h"
 #include "till/goods/csv.h"
 
+#include <QFile>
 #include <QHash>
 
 #include <algorithm>
@@ -268,11 +269,19 @@ void Reader::readGoodsOf(const QString& line)
 
 GoodsReading readGoods(const QByteArray& content) { return Reader().read(content); }
 
+GoodsReading readGoodsFile(const QString& fileName)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return {.problems = {{0, {}, u"the file of goods cannot be read: "_s + file.errorString()}}};
+    return readGoods(file.readAll());
+}
+
 QString problemsText(const QString& fileName, const GoodsReading& reading)
 {
     QStringList lines;
     for (const auto& [line, column, text] : reading.problems) {
-        QString where = u"%1:%2: "_s.arg(fileName).arg(line);
+        QString where = line == 0 ? fileName + u": "_s : u"%1:%2: "_s.arg(fileName).arg(line);
         if (!column.isEmpty())
             where += utils::printable(column) + u": "_s;
         lines.append(where + text);

@@ -10,7 +10,7 @@ namespace till {
 /// What is wrong with a file of goods, in English for the administrator.
 struct GoodsProblem
 {
-    int line;       ///< from 1
+    int line;       ///< from 1; 0: the file as a whole
     QString column; ///< its name; empty: the line as a whole
     QString text;   ///< with what to do
 };
@@ -28,6 +28,9 @@ struct GoodsReading
 /// button. Of each line article, name and price are needed. Barcodes have blanks or semicolons between them;
 /// a button is the number of its place.
 GoodsReading readGoods(const QByteArray& content);
+
+/// Reads that file; one that cannot be read has that as its problem.
+GoodsReading readGoodsFile(const QString& fileName);
 
 /// The problems, a line for each: "goods.csv:3: price: …".
 QString problemsText(const QString& fileName, const GoodsReading& reading);

@@ -2,6 +2,7 @@
 
 #include "till/cli/suggestion.h"
 #include "till/cli/usageerror.h"
+#include "till/setup/settingkeys.h"
 
 #include <QFile>
 
@@ -31,6 +32,8 @@ void readConfig(const JsonNode& node, Config& config, Problems& problems)
         const JsonNode& value = node.children[static_cast<std::size_t>(i)];
         try {
             config.set(node.names[i], value.scalar);
+            if (const auto fault = faultOfValue(node.names[i], value.scalar))
+                problems.append({value.line, u"%1: %2"_s.arg(node.names[i], fault->toString())});
         } catch (const ConfigError& error) {
             problems.append({value.line, QString::fromUtf8(error.what())});
         }

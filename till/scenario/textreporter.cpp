@@ -63,8 +63,9 @@ void TextReporter::step(const StepReport& report)
 void TextReporter::end(const Summary& summary, const Tally& tally)
 {
     const QString& fileName = summary.fileName;
-    QString line = u"%1: %2 steps, %3 failed"_s.arg(fileName, QString::number(tally.steps),
-                                                    QString::number(tally.failed));
+    QString line = u"%1: %2 %3, %4 failed"_s.arg(fileName, QString::number(tally.steps),
+                                                 tally.steps == 1 ? u"step"_s : u"steps"_s,
+                                                 QString::number(tally.failed));
     if (tally.allowed > 0)
         line += tally.allowed == tally.failed ? u" as allowed"_s
                                               : u", %1 of them as allowed"_s.arg(tally.allowed);

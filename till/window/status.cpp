@@ -72,6 +72,7 @@ QString eventText(const QString& event)
         {u"delivered"_s, {u"windowEventDelivered"_s, u"отправлено"_s}},
         {u"parked"_s, {u"windowEventParked"_s, u"отклонено службой"_s}},
         {u"retried"_s, {u"windowEventRetried"_s, u"снова в очереди"_s}},
+        {u"readdressed"_s, {u"windowEventReaddressed"_s, u"другой адрес службы"_s}},
         {u"dropped"_s, {u"windowEventDropped"_s, u"снято с очереди"_s}},
         {u"closed"_s, {u"windowEventClosed"_s, u"чек закрыт"_s}},
         {u"abandoned"_s, {u"windowEventAbandoned"_s, u"чек отменён"_s}},

@@ -11,11 +11,11 @@
 #include "till/window/checkoutmodel.h"
 #include "till/window/commands.h"
 #include "till/window/customerdisplay.h"
+#include "till/window/losses.h"
 #include "till/window/mainwindow.h"
 #include "till/window/style.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QFontInfo>
 #include <QScreen>
 #include <QSocketNotifier>
@@ -88,10 +88,7 @@ Catalogue catalogueOf(const QString& fileName, const QStringList& weightPrefixes
 {
     if (fileName.isEmpty())
         return Catalogue(demonstrationGoods(), weightPrefixes);
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        throw UsageError(u"%1: the file of goods cannot be read: %2"_s.arg(fileName, file.errorString()));
-    GoodsReading reading = readGoods(file.readAll());
+    GoodsReading reading = readGoodsFile(fileName);
     if (!reading.problems.isEmpty())
         throw UsageError(problemsText(fileName, reading));
     return Catalogue(std::move(reading.goods), weightPrefixes);
@@ -143,10 +140,12 @@ int run(const Invocation& invocation)
     window::ServiceWatch watch;
     window::WindowFrontend frontend(waiting);
     Till till(partsOf(options), config, frontend);
-    const DeliveryWorker worker({.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
-                                              .random = {},
-                                              .attempted = {}},
-                                 .changed = {}});
+    std::optional<DeliveryWorker> worker;
+    worker.emplace(
+        DeliveryWorker::Options{.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
+                                             .random = {},
+                                             .attempted = {}},
+                                .changed = {}});
     window::CheckoutModel model(till, waiting, watch, catalogue);
     window::MainWindow view(model, waiting, frontend);
     frontend.setParent(&view);
@@ -158,7 +157,12 @@ int run(const Invocation& invocation)
         display.emplace(model, waiting).showBeside(view);
     if (!till.checkout().receipt())
         model.openSale(invocation.has(u"demo"_s) ? demonstration(catalogue) : QList<Line>());
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    worker.reset(); // what it has in hand is not lost
+    const QString lost = signals.wait({}) ? window::lossText(till) : QString(); // else a question was asked
+    if (!lost.isEmpty())
+        QTextStream(stderr) << u"till: window: "_s << lost << u'\n';
+    return status;
 }
 
 } // namespace

@@ -60,13 +60,14 @@ TEST(TillEnvironment, AnAddressWithAQueryOrAFragmentIsRefused)
     const Files files;
     for (const QByteArray& url : {"http://127.0.0.1:1/api?key=hush"_ba, "http://127.0.0.1:1/api#part"_ba}) {
         const QString config = files.write(u"till.toml"_s, "[KYRLoyalty]\nserverUrl = \"" + url + "\"\n");
-        const std::string why = ": a '?' or '#' in the service's address would send every request elsewhere; "
-                                "take it and what follows it away";
+        const std::string what = ": a '?' or '#' in the service's address would send every request elsewhere";
+        const std::string remedy = "take it and what follows it away";
+        const std::string why = what + "; " + remedy;
         for (const QString& command : {u"shell"_s, u"deliver"_s}) {
             const Ran ran = run({command, u"--config"_s, config});
             EXPECT_EQ(ran.status, 2) << command.toStdString();
             EXPECT_THAT(ran.err.toStdString(),
-                        AllOf(HasSubstr(config.toStdString() + ": KYRLoyalty:serverUrl" + why),
+                        AllOf(HasSubstr(config.toStdString() + ":2: KYRLoyalty:serverUrl" + why),
                               Not(HasSubstr("hush"))));
         }
         EXPECT_THAT(run({u"shell"_s, u"--server-url"_s, QString::fromLatin1(url)}).err.toStdString(),
@@ -74,7 +75,7 @@ TEST(TillEnvironment, AnAddressWithAQueryOrAFragmentIsRefused)
         const Ran doctor = run({u"doctor"_s, u"--config"_s, config});
         EXPECT_EQ(doctor.status, 1);
         EXPECT_THAT(doctor.out.toStdString(), HasSubstr("problem configuration"));
-        EXPECT_THAT(doctor.out.toStdString(), HasSubstr(why));
+        EXPECT_THAT(doctor.out.toStdString(), AllOf(HasSubstr(what), HasSubstr("→ " + remedy)));
     }
 }
 

@@ -59,13 +59,11 @@ TEST(TillPlugin, APluginForANewerQtIsRefusedWithBothVersions)
 
 TEST(TillPlugin, TheReasonOfARefusedStartIsInTheLog)
 {
-    const Files files;
-    const QString config = files.write(u"till.toml"_s, "[KYRLoyalty]\nbonusRatio = \"1-1\"\n");
-    const Ran ran = run({u"shell"_s, u"--config"_s, config});
+    const Ran ran = run({u"shell"_s, u"--plugin"_s, QStringLiteral(REFUSING_PLUGIN)});
     EXPECT_EQ(ran.status, 2);
     EXPECT_EQ(ran.out, "");
-    EXPECT_THAT(ran.err.toStdString(), HasSubstr("libKYRLoyalty.so: init() refused"));
-    EXPECT_THAT(ran.err.toStdString(), HasSubstr("Некорретный формат настройки"));
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr(REFUSING_PLUGIN ": init() refused"));
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr("kyrloyalty: error: Отказ"));
 }
 
 } // namespace tilltest

@@ -94,4 +94,25 @@ TEST(TillAmount, ThatIsNoneIsNeitherSoldNorPaid)
     EXPECT_EQ(errorOf(lastStep(till.runSteps(rollback()))), "");
 }
 
+TEST(TillAmount, OfADiscountIsNotAboveTheCostAndNoneIsBelowZero)
+{
+    const char* const rule = "Позиция 1: цена и скидка — не меньше нуля, скидка — не больше стоимости";
+    for (const Goods& goods : {tea(100).less(100.01), tea(100).less(150), tea(100).less(-1), tea(-100),
+                               tea(100, 0.5).less(50.01), tea(0).less(0.01)}) {
+        EXPECT_EQ(errorAfter(openSale("R-1", {goods})), rule);
+        EXPECT_EQ(errorAfter(saleOf(1) + setPositions({goods})), rule);
+    }
+    for (const Goods& goods : {tea(100).less(100), tea(0), tea(33.33, 0.337).less(11.23)})
+        EXPECT_EQ(errorAfter(openSale("R-1", {goods})), "");
+}
+
+TEST(TillAmount, OfPointsThatIsNoneIsNotSpent)
+{
+    for (const double points : {1e308, -1e308, -5.0, 1e15})
+        EXPECT_EQ(errorAfter(sale + card + spendPoints(points)),
+                  "Баллы для списания: число меньше нуля, слишком велико или не число")
+            << points;
+    EXPECT_EQ(errorAfter(sale + card + spendPoints(1e308) + spendPoints(100)), "") << "nothing was asked";
+}
+
 } // namespace tilltest

@@ -175,13 +175,78 @@ TEST_F(TillQueue, DropsNothingWhereNobodyCanBeAsked)
     EXPECT_EQ(queue({u"drop"_s, id, u"-y"_s}).status, 1);
 }
 
+TEST_F(TillQueue, ReaddressesWhatWaitsToTheServiceThatMoved)
+{
+    const QString old = server.url().toString();
+    HttpServer moved;
+    const QString next = moved.url(u"/api/"_s).toString();
+    const QString id = QString::number(enqueue(u"R-1"_s));
+    enqueue(u"R-2"_s);
+    const QStringList wanted{u"readdress"_s, u"--from"_s, old, u"--to"_s, next};
+
+    const Ran unasked = queue(wanted);
+    EXPECT_EQ(unasked.status, 2);
+    EXPECT_THAT(unasked.err.toStdString(), HasSubstr("2 put in for " + old.toStdString() + " would go to " +
+                                                     next.toStdString() + ", but nobody can be asked here"));
+    EXPECT_THAT(queue({u"show"_s, id}).out.toStdString(), HasSubstr("POST " + old.toStdString() + "v2/"));
+
+    const Ran done = queue(wanted + QStringList{u"--yes"_s});
+    EXPECT_EQ(done.status, 0);
+    EXPECT_EQ(done.out, "2 readdressed to " + next.toUtf8() + '\n');
+    const Ran again = queue(wanted + QStringList{u"-y"_s});
+    EXPECT_EQ(again.status, 1);
+    EXPECT_EQ(again.out,
+              "no message is for " + old.toUtf8() + "; there are some for " + next.toUtf8() + '\n');
+
+    for (int i = 0; i < 2; ++i)
+        moved.enqueue(HttpAnswer::status(200, "{}"));
+    EXPECT_EQ(queue({u"deliver"_s}).status, 0);
+    ASSERT_EQ(moved.requests().size(), 2);
+    EXPECT_EQ(moved.requests()[0].path, "/api/v2/partner/operation/payment-b2c");
+    EXPECT_TRUE(server.requests().isEmpty());
+    EXPECT_THAT(run({u"receipts"_s, u"show"_s, u"R-1"_s, u"--data-dir"_s, directory}).out.toStdString(),
+                HasSubstr("readdressed  payment-b2c"));
+}
+
+TEST_F(TillQueue, ReaddressesToALongerPathOfTheSameServerOnlyOnce)
+{
+    enqueue(u"R-1"_s);
+    const QString old = server.url().toString();
+    const QStringList wanted{u"readdress"_s, u"--from"_s, old, u"--to"_s, old + u"api"_s, u"--yes"_s};
+    EXPECT_EQ(json(wanted)[u"readdressed"_s].toInt(), 1);
+    EXPECT_EQ(json(wanted)[u"readdressed"_s].toInt(-1), 0);
+    enqueue(u"R-2"_s);
+    EXPECT_EQ(json(wanted)[u"readdressed"_s].toInt(), 1) << "the new one alone";
+    EXPECT_THAT(queue({u"show"_s, u"1"_s}).out.toStdString(),
+                HasSubstr("POST " + old.toStdString() + "api/v2/partner/operation/payment-b2c"));
+}
+
+TEST_F(TillQueue, ReaddressNeedsTwoAddresses)
+{
+    enqueue(u"R-1"_s);
+    for (const QStringList& wrong :
+         {QStringList{u"--from"_s, u"http://a/"_s}, QStringList{u"--to"_s, u"http://a/"_s}, QStringList{}})
+        EXPECT_THAT(queue(QStringList{u"readdress"_s} + wrong).err.toStdString(),
+                    HasSubstr("expected --from URL and --to URL"));
+    const auto said = [this](const QString& from, const QString& to) {
+        const Ran ran = queue({u"readdress"_s, u"--yes"_s, u"--from"_s, from, u"--to"_s, to});
+        EXPECT_EQ(ran.status, 2);
+        return ran.err.toStdString();
+    };
+    EXPECT_THAT(said(u"http://a/"_s, u"b.example"_s),
+                HasSubstr("--to: expected an address that begins with"));
+    EXPECT_THAT(said(u"http://a/?x"_s, u"http://b/"_s), HasSubstr("--from: a '?' or '#'"));
+    EXPECT_THAT(said(u"http://a/"_s, u"http://A:80"_s), HasSubstr("are the same address"));
+}
+
 TEST_F(TillQueue, AFolderThatIsNotThereIsNotMade)
 {
     const Ran ran = run({u"queue"_s, u"list"_s, u"--data-dir"_s, files.path(u"none"_s)});
     EXPECT_EQ(ran.status, 2);
     EXPECT_THAT(ran.err.toStdString(), HasSubstr("no such data directory; name the till's with --data-dir"));
     EXPECT_FALSE(QFile::exists(files.path(u"none"_s)));
-    EXPECT_THAT(run({u"queue"_s}).err.toStdString(), HasSubstr("expected list, show, retry, drop, deliver"));
+    EXPECT_THAT(run({u"queue"_s}).err.toStdString(),
+                HasSubstr("expected list, show, retry, drop, readdress, deliver"));
     EXPECT_THAT(run({u"queue"_s, u"lst"_s}).err.toStdString(), HasSubstr("did you mean \"list\"?"));
 }
 

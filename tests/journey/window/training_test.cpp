@@ -1,11 +1,14 @@
 #include "tests/journey/window/cashier.h"
 
 #include "tests/stand/standprocess.h"
+#include "till/window/losses.h"
+#include "till/window/style.h"
 
 #include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QProcess>
+#include <QScreen>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -86,6 +89,54 @@ TEST(WindowTraining, MessagesThatAreKeptAreNoReasonToStay)
     ASSERT_EQ(cashier.till().queue().waitingCount(), 1);
     EXPECT_TRUE(cashier.window().close());
     EXPECT_EQ(cashier.dialogs(), 0);
+}
+
+TEST(WindowTraining, ItsEndNamesTheMessagesThatAreLostWithIt)
+{
+    for (const bool keeps : {false, true}) {
+        Cashier cashier({.keeps = keeps});
+        EXPECT_EQ(till::window::lossText(cashier.till()), QString());
+        cashier.sell(u"2000000000055"_s);
+        const QString receipt = cashier.till().checkout().receipt()->getIdentifier();
+        cashier.till().setServiceUp(false);
+        cashier.press(Qt::Key_F9);
+        ASSERT_EQ(cashier.till().queue().waitingCount(), 1) << cashier.notice().toStdString();
+        EXPECT_EQ(till::window::lossText(cashier.till()),
+                  keeps ? QString()
+                        : u"no data directory keeps what was not sent: payment-b2c of "_s + receipt);
+    }
+}
+
+TEST(WindowProgram, MakesItsLettersAsLargeAsAskedWhereTheScreenHasRoom)
+{
+    const auto refusal = [](const QString& percent) {
+        QProcess program;
+        program.start(QStringLiteral(TILL_PROGRAM), {u"window"_s, u"--scale"_s, percent});
+        EXPECT_TRUE(program.waitForFinished(patienceMs));
+        EXPECT_EQ(program.exitCode(), 2);
+        return program.readAllStandardError().toStdString();
+    };
+    for (const QString& percent : {u"99"_s, u"201"_s})
+        EXPECT_THAT(refusal(percent), HasSubstr("--scale: expected a percentage from 100 to 200"));
+    EXPECT_THAT(refusal(u"large"_s),
+                HasSubstr("--scale: expected a whole number above 0 instead of 'large'"));
+
+    const int most =
+        till::window::fittingScale(200, QGuiApplication::primaryScreen()->availableGeometry().size());
+    ASSERT_LT(most, 200) << "the screen of tests is too small for the largest";
+    const auto complaint = u"letters at %1 %: the screen has no room for 200 %"_s.arg(most).toStdString();
+    for (const auto& [percent, isTooLarge] : {std::pair(u"100"_s, false), std::pair(u"200"_s, true)}) {
+        const QTemporaryDir data;
+        QProcess program;
+        program.start(QStringLiteral(TILL_PROGRAM),
+                      {u"window"_s, u"--demo"_s, u"--scale"_s, percent, u"--data-dir"_s, data.path()});
+        EXPECT_TRUE(
+            QTest::qWaitFor([&] { return QFile::exists(data.filePath(u"till.sqlite"_s)); }, patienceMs));
+        program.terminate();
+        ASSERT_TRUE(program.waitForFinished(patienceMs));
+        const std::string said = program.readAllStandardError().toStdString();
+        EXPECT_EQ(said.find(complaint) != std::string::npos, isTooLarge) << said;
+    }
 }
 
 TEST(WindowProgram, WithAServiceKeepsItsDataWhereTheToolsLook)

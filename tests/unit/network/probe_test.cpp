@@ -39,6 +39,25 @@ TEST(Probe, TellsHowFarItCame)
     EXPECT_EQ(probe.error, QString());
 }
 
+TEST(Probe, KeepsTheBeginningOfTheBody)
+{
+    HttpServer server;
+    server.enqueue(HttpAnswer::status(404, "[1]"));
+    EXPECT_EQ(network::probe(server.url(), {}, 20).body, "[1]");
+    server.enqueue(HttpAnswer::status(200, QByteArray(100'000, 'x')));
+    const network::Probe longer = network::probe(server.url(), {}, 20);
+    EXPECT_EQ(longer.body, QByteArray(65'536, 'x'));
+    EXPECT_EQ(longer.error, QString());
+}
+
+TEST(Probe, NamesWhereItIsSentAndDoesNotGoThere)
+{
+    HttpServer server;
+    server.enqueue(HttpAnswer::status(302, {}, {"Location: /login"}));
+    EXPECT_EQ(network::probe(server.url(u"/v2/"_s), {}, 20).redirect, server.url(u"/login"_s).toString());
+    EXPECT_THAT(server.requests(), SizeIs(1));
+}
+
 TEST(Probe, OfAServerThatIsGoneHasNoAnswer)
 {
     HttpServer server;

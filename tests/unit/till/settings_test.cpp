@@ -1,4 +1,5 @@
 #include "host/utils/config.h"
+#include "till/setup/serviceurls.h"
 #include "till/setup/settings.h"
 
 #include <QUrl>
@@ -40,6 +41,24 @@ TEST(TillSettings, NobodyElseGetsTheCredentials)
           u"https://good.example/api/v2/x"_s, u"http://good.example/api-evil/v2/x"_s,
           u"http://good.example/api/../evil/x"_s, u"http://good.example/v2/x"_s, QString()})
         EXPECT_FALSE(getsCredentials(u"http://good.example/api"_s, url)) << url.toStdString();
+}
+
+TEST(TillServiceUrls, TheAddressOfAServiceStandsBeforeItsPaths)
+{
+    EXPECT_EQ(addressIn(QUrl(u"https://u:p@h:8443/api/v2/partner/operation/receipt"_s)),
+              u"https://h:8443/api/"_s);
+    EXPECT_EQ(addressIn(QUrl(u"http://h/v2/partner/operation/receipt"_s)), u"http://h/"_s);
+    EXPECT_EQ(addressIn(QUrl(u"http://h/another/path?q"_s)), u"http://h/"_s);
+    EXPECT_EQ(addressIn(QUrl(u"http://h"_s)), u"http://h/"_s);
+}
+
+TEST(TillServiceUrls, AddressesAreTheSameThatLeadToTheSamePlace)
+{
+    for (const QString& same : {u"http://h/api"_s, u"http://H:80/api/"_s, u"http://u:p@h/./x/../api/"_s})
+        EXPECT_TRUE(isSameAddress(u"http://h/api/"_s, same)) << same.toStdString();
+    for (const QString& other : {u"https://h/api/"_s, u"http://h:8080/api/"_s, u"http://h/"_s,
+                                 u"http://h/api/v1"_s, u"http://h/API/"_s, u"http://h.example/api/"_s})
+        EXPECT_FALSE(isSameAddress(u"http://h/api/"_s, other)) << other.toStdString();
 }
 
 TEST(TillSettings, PointsAreWorthWhatTheRatioSaysWholeOrNot)

@@ -34,4 +34,18 @@ TEST(TillTextReporter, ControlCharactersOfTheServiceDoNotReachTheTerminal)
                                    "\n");
 }
 
+TEST(TillTextReporter, CountsOneStepInTheSingular)
+{
+    for (const auto& [steps, counted] :
+         {std::pair(1, "s.json: 1 step, 0 failed\n\n"), std::pair(0, "s.json: 0 steps, 0 failed\n\n"),
+          std::pair(2, "s.json: 2 steps, 0 failed\n\n")}) {
+        QString shown;
+        QTextStream out(&shown);
+        Summary summary;
+        summary.fileName = u"s.json"_s;
+        TextReporter(out, false).end(summary, {.steps = steps});
+        EXPECT_EQ(shown.toStdString(), counted);
+    }
+}
+
 } // namespace till
