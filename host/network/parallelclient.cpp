@@ -140,7 +140,7 @@ struct ParallelClient::Connections
     Sockets sockets; // outlive the connections
     std::vector<std::unique_ptr<Exchange>> underWay;
     CurlMulti multi; // lets go of the exchanges before they end
-    QList<Finished> unsent;
+    QList<Finished> over;
 
     void add(std::unique_ptr<Exchange> exchange)
     {
@@ -148,13 +148,13 @@ struct ParallelClient::Connections
             multi.add(handle);
             underWay.push_back(std::move(exchange));
         } else {
-            unsent.append(exchange->finishUnsent());
+            over.append(exchange->finishUnsent());
         }
     }
 
-    QList<Finished> step()
+    /// Does what can be done at once.
+    void step()
     {
-        QList<Finished> results = std::exchange(unsent, {});
         for (const auto& [handle, outcome] : multi.step()) {
             const auto found = std::find_if(underWay.begin(), underWay.end(),
                                             [&](const auto& one) { return one->handle() == handle; });
@@ -163,11 +163,10 @@ struct ParallelClient::Connections
                 multi.add(handle);
                 continue;
             }
-            const std::unique_ptr<Exchange> over = std::move(*found);
+            const std::unique_ptr<Exchange> ended = std::move(*found);
             underWay.erase(found);
-            results.append(over->finish(outcome));
+            over.append(ended->finish(outcome));
         }
-        return results;
     }
 };
 
@@ -181,6 +180,7 @@ void ParallelClient::begin(qint64 id, network::Request request)
 {
     request.keepConnection = true;
     m->add(std::make_unique<Exchange>(id, WatchedExchange(std::move(request)), m->sockets));
+    m->step(); // on a kept connection it leaves now, whatever the caller does until it asks what is over
 }
 
 QList<ParallelClient::Finished> ParallelClient::finished(std::chrono::milliseconds longest)
@@ -188,9 +188,9 @@ QList<ParallelClient::Finished> ParallelClient::finished(std::chrono::millisecon
     const IdleWork* idle = IdleWork::current();
     const QDeadlineTimer end(longest);
     for (;;) {
-        QList<Finished> results = m->step();
-        if (!results.isEmpty() || m->underWay.empty() || end.hasExpired())
-            return results;
+        m->step();
+        if (!m->over.isEmpty() || m->underWay.empty() || end.hasExpired())
+            return std::exchange(m->over, {});
         const auto left = static_cast<int>(end.remainingTime());
         m->multi.wait(idle ? std::min(left, network::CurlHandle::idleSlice) : left);
         if (idle)
@@ -200,7 +200,7 @@ QList<ParallelClient::Finished> ParallelClient::finished(std::chrono::millisecon
 
 void ParallelClient::abandon()
 {
-    m->unsent.clear();
+    m->over.clear();
     for (const auto& exchange : m->underWay)
         m->multi.remove(exchange->handle());
     m->underWay.clear();

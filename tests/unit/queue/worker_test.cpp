@@ -334,6 +334,33 @@ TEST_F(Worker, IsNotOverdueWhileItWaitsForAnAnswer)
     server.stop(); // or it would wait for the rest of the message's timeout
 }
 
+TEST_F(Worker, IsNotOverdueWhileItWaitsForOneOfTwoAnswers)
+{
+    answer(1);
+    answer(1, 24h);
+    answer(1);
+    add({}, 1);
+    add({}, 2);
+    add({}, 3);
+    Watch watch;
+    const DeliveryWorker worker(options(watch));
+    ASSERT_TRUE(watch.sawDelivered(2));
+    EXPECT_LT(mostOverdue(worker), period / 2);
+    server.stop();
+}
+
+TEST_F(Worker, SendsSeveralAtATimeOverConnectionsThatItKeeps)
+{
+    constexpr int count = 40;
+    answer(count, 20ms);
+    for (int i = 0; i < count; ++i)
+        add({}, i);
+    Watch watch;
+    const DeliveryWorker worker(options(watch));
+    ASSERT_TRUE(watch.sawDelivered(count));
+    EXPECT_EQ(server.connections(), 4);
+}
+
 TEST_F(Worker, IsOverdueWhileItIsStuckInAnythingElse)
 {
     answer(1);
