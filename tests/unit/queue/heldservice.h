@@ -46,6 +46,7 @@ public:
 
     /// The paths in the order of their beginning.
     [[nodiscard]] const QStringList& begun() const { return m_begun; }
+    [[nodiscard]] const QList<Request>& underWay() const { return m_underWay; }
     /// How many were under way whenever it was asked what is over.
     [[nodiscard]] const QList<qsizetype>& sideBySide() const { return m_sideBySide; }
     /// How many connections may stay open, as it was told last.
@@ -63,24 +64,25 @@ private:
             const Request begun{id, request.url.path().mid(1)};
             m_service.beginning(begun);
             m_service.m_begun.append(begun.path);
-            m_underWay.append(begun);
+            m_service.m_underWay.append(begun);
         }
         [[nodiscard]] QList<Finished> finished(std::chrono::milliseconds /*longest*/) override
         {
-            m_service.m_sideBySide.append(m_underWay.size());
-            const QList<Finished> over = m_service.over(m_underWay);
+            m_service.m_sideBySide.append(m_service.m_underWay.size());
+            const QList<Finished> over = m_service.over(m_service.m_underWay);
             for (const Finished& one : over)
-                m_underWay.removeIf([&one](const Request& request) { return request.id == one.id; });
+                m_service.m_underWay.removeIf(
+                    [&one](const Request& request) { return request.id == one.id; });
             return over;
         }
-        void abandon() override { m_underWay.clear(); }
+        void abandon() override { m_service.m_underWay.clear(); }
         void keepConnections(int most) override { m_service.m_kept = most; }
 
     private:
         HeldService& m_service;
-        QList<Request> m_underWay;
     };
 
+    QList<Request> m_underWay;
     QStringList m_begun;
     QList<qsizetype> m_sideBySide;
     int m_kept = 0;

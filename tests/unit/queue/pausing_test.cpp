@@ -1,4 +1,5 @@
 #include "tests/support/fakeservice.h"
+#include "tests/unit/queue/heldservice.h"
 #include "tests/unit/queue/scene.h"
 
 #include <gmock/gmock.h>
@@ -321,6 +322,26 @@ TEST_F(PausingDelivery, GoesOnAtOnceWhenSomebodyEndsThePauseThatTheServiceAskedF
     queue.expedite();
     answer({0, 0});
     EXPECT_EQ(passOf(delivery).delivered, 2);
+}
+
+TEST_F(PausingDelivery, HeedsTheLongerOfTwoWishesOfTheService)
+{
+    test_support::HeldService held;
+    for (const char* path : {"1", "2", "3", "4"})
+        add({}, QString::fromLatin1(path));
+    QList<std::chrono::seconds> wishes{0s, 60s, 5s};
+    held.over = [&wishes](const QList<test_support::HeldService::Request>& underWay) {
+        auto first = test_support::HeldService::well(underWay.first());
+        first.retryAfter = wishes.takeFirst();
+        first.code = first.retryAfter > 0s ? 503 : 0;
+        return QList{first};
+    };
+    QueueDelivery sideBySide(queue, options);
+    passOf(sideBySide);
+    EXPECT_THAT(held.begun(), ElementsAre(u"1"_s, u"2"_s, u"3"_s));
+    clock.move(59s);
+    passOf(sideBySide);
+    EXPECT_THAT(held.begun(), testing::SizeIs(3));
 }
 
 TEST_F(PausingDelivery, IsNotHeldUpByAWishOfTheServiceWhenTheClockHasJumpedBack)

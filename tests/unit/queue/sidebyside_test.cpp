@@ -286,6 +286,7 @@ TEST_F(SideBySide, LeavesNothingUnderWayWhenAPassFailsAndSendsItAgainInTheNext)
         return QList<Finished>{test_support::HeldService::well(underWay.first())};
     };
     EXPECT_THROW(pass(), std::runtime_error);
+    EXPECT_THAT(service.underWay(), SizeIs(0));
     fails = false;
     EXPECT_EQ(pass().delivered, 3);
     EXPECT_THAT(service.begun(), ElementsAre(u"1"_s, u"2"_s, u"3"_s, u"2"_s, u"3"_s, u"4"_s));
