@@ -332,7 +332,7 @@ TEST_F(PausingDelivery, HeedsTheLongerOfTwoWishesOfTheService)
     QList<std::chrono::seconds> wishes{0s, 60s, 5s};
     held.over = [&wishes](const QList<test_support::HeldService::Request>& underWay) {
         auto first = test_support::HeldService::well(underWay.first());
-        first.retryAfter = wishes.takeFirst();
+        first.retryAfter = wishes.isEmpty() ? 0s : wishes.takeFirst();
         first.code = first.retryAfter > 0s ? 503 : 0;
         return QList{first};
     };

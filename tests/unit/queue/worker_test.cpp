@@ -363,8 +363,10 @@ TEST_F(Worker, SendsSeveralAtATimeOverConnectionsThatItKeeps)
 
 TEST_F(Worker, IsOverdueWhileItIsStuckInAnythingElse)
 {
+    QVariantMap message = test_support::messageTo(server.url(u"/x"_s).toString(), "1");
+    message.insert(u"timeout"_s, 3600); // which counts no more once it has its answer
+    queue.enqueue(u"q"_s, u"A"_s, message, {});
     answer(1);
-    add(u"A"_s, 1);
     std::mutex stuck;
     Watch watch;
     DeliveryWorker::Options chosen = options(watch, 24h);
