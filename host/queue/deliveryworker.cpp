@@ -77,6 +77,7 @@ void DeliveryWorker::Thread::run(const std::stop_token& stop)
         } catch (const std::exception& exception) {
             noteTrouble(QString::fromLocal8Bit(exception.what()));
         }
+        m_underWay.clear();
         // What is put in meanwhile mends nothing: wait for the stop alone.
         if (m_troubles > 0)
             wait(UINT64_MAX, network::pauseAfter(m_troubles, 0.5), stop);
@@ -100,7 +101,6 @@ void DeliveryWorker::Thread::work(const std::stop_token& stop)
         if (m_options.delivery.attempting)
             m_options.delivery.attempting(message);
     };
-    m_underWay.clear();
     MessageQueue queue;
     QueueDelivery delivery(queue, options);
     if (m_troubles == 0) // else the first run through shows whether they are over
