@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::string_view answer =
     "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 26\r\n"
-    "Connection: close\r\n\r\n{\"points\":125000,\"n\":1234}";
+    "\r\n{\"points\":125000,\"n\":1234}";
 
 std::size_t bodySize(std::string_view head)
 {
@@ -34,19 +34,35 @@ std::size_t bodySize(std::string_view head)
     return size;
 }
 
+enum class Request {
+    None,
+    Last,
+    OneOfMany,
+};
+
 template <typename Read>
-bool readRequest(Read read)
+Request readRequest(Read read)
 {
     std::string received;
     std::array<char, 8192> bytes{};
     for (;;) {
         const auto count = read(bytes.data(), bytes.size());
         if (count <= 0)
-            return false;
+            return Request::None;
         received.append(bytes.data(), static_cast<std::size_t>(count));
         const auto headEnd = received.find("\r\n\r\n");
         if (headEnd != std::string::npos && received.size() >= headEnd + 4 + bodySize(received))
-            return true;
+            return received.find("Connection: close\r\n") < headEnd ? Request::Last : Request::OneOfMany;
+    }
+}
+
+template <typename Read, typename Write>
+void answerAll(Read read, Write write)
+{
+    for (Request request = Request::OneOfMany; request == Request::OneOfMany;) {
+        request = readRequest(read);
+        if (request != Request::None)
+            write();
     }
 }
 
@@ -58,13 +74,14 @@ void serve(int socket, SSL_CTX* context)
         const auto read = [ssl](char* to, std::size_t size) {
             return SSL_read(ssl, to, static_cast<int>(size));
         };
-        if (SSL_accept(ssl) == 1 && readRequest(read)) {
-            SSL_write(ssl, answer.data(), static_cast<int>(answer.size()));
+        if (SSL_accept(ssl) == 1) {
+            answerAll(read, [ssl] { SSL_write(ssl, answer.data(), static_cast<int>(answer.size())); });
             SSL_shutdown(ssl);
         }
         SSL_free(ssl);
-    } else if (readRequest([socket](char* to, std::size_t size) { return recv(socket, to, size, 0); })) {
-        send(socket, answer.data(), answer.size(), MSG_NOSIGNAL);
+    } else {
+        answerAll([socket](char* to, std::size_t size) { return recv(socket, to, size, 0); },
+                  [socket] { send(socket, answer.data(), answer.size(), MSG_NOSIGNAL); });
     }
     close(socket);
 }
@@ -80,8 +97,8 @@ void serve(int socket, SSL_CTX* context)
         SSL_CTX_use_certificate(context, certificate->certificate());
         SSL_CTX_use_PrivateKey(context, certificate->key());
     }
-    // Two threads that accept by themselves: starting one for each connection would cost more than the
-    // exchange.
+    // Threads that accept by themselves, more than there are connections at once: starting one for each would
+    // cost more than the exchange.
     const auto work = [listener, context] {
         for (;;) {
             const int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
@@ -89,7 +106,9 @@ void serve(int socket, SSL_CTX* context)
                 serve(socket, context);
         }
     };
-    const std::thread second(work);
+    std::array<std::thread, 7> others;
+    for (std::thread& other : others)
+        other = std::thread(work);
     work();
     std::_Exit(0);
 }

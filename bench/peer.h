@@ -5,7 +5,7 @@
 #include <sys/types.h>
 
 /// A blocking HTTP server in a process of its own, so that neither its memory nor its locks are measured. It
-/// reads a request, gives the same small JSON to every one and closes.
+/// gives the same small JSON to every request, and closes when it is asked to.
 class Peer
 {
 public:

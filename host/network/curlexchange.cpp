@@ -1,6 +1,7 @@
 #include "host/network/curlexchange.h"
 
-#include "host/network/curlhandle.h"
+#include <algorithm>
+#include <utility>
 
 namespace network {
 
@@ -9,14 +10,6 @@ namespace {
 using ErrorCode = RestClient::ErrorCode;
 
 constexpr qsizetype headLimit = 1 << 18;
-
-struct Received
-{
-    QByteArray body;
-    qsizetype headBytes = 0;
-    bool headWhole = false;
-    bool tooLarge = false;
-};
 
 std::size_t onHeadLine(const char* data, std::size_t /*one*/, std::size_t size, void* user)
 {
@@ -76,30 +69,42 @@ ErrorCode failureOf(CURLcode code, const Received& received)
     }
 }
 
-void setAnswer(CurlHandle& handle, Received& received)
+} // namespace
+
+CurlExchange::CurlExchange(Request request)
+    : m_request(std::move(request))
 {
-    handle.set(CURLOPT_HEADERFUNCTION, onHeadLine);
-    handle.set(CURLOPT_HEADERDATA, &received);
-    handle.set(CURLOPT_WRITEFUNCTION, onBody);
-    handle.set(CURLOPT_WRITEDATA, &received);
+    const QUrl& url = m_request.url;
+    const QString scheme = url.scheme();
+    if (!url.isValid() || url.host().isEmpty() || (scheme != u"http" && scheme != u"https"))
+        m_unfit = ErrorCode::BadUrl;
+    else if (!(m_lines = headerLines(m_request)))
+        m_unfit = ErrorCode::BadHeader;
+    if (m_unfit != ErrorCode::None)
+        return;
+    m_handle.emplace(m_request, *m_lines);
+    m_handle->set(CURLOPT_HEADERFUNCTION, onHeadLine);
+    m_handle->set(CURLOPT_HEADERDATA, &m_received);
+    m_handle->set(CURLOPT_WRITEFUNCTION, onBody);
+    m_handle->set(CURLOPT_WRITEDATA, &m_received);
 }
 
-} // namespace
+Answer CurlExchange::answer(CURLcode outcome)
+{
+    const ErrorCode failure = failureOf(outcome, m_received);
+    if (failure != ErrorCode::None)
+        return {.failure = failure, .status = m_handle->status()};
+    const auto asked = m_handle->told(CURLINFO_RETRY_AFTER, curl_off_t{0});
+    return {failure, m_handle->status(), std::move(m_received.body),
+            std::chrono::seconds(std::max<curl_off_t>(asked, 0))};
+}
 
 Answer send(const Request& request)
 {
-    const QString scheme = request.url.scheme();
-    if (!request.url.isValid() || request.url.host().isEmpty() || (scheme != u"http" && scheme != u"https"))
-        return {ErrorCode::BadUrl, 0, {}};
-    const std::optional<HeaderLines> lines = headerLines(request);
-    if (!lines)
-        return {ErrorCode::BadHeader, 0, {}};
-
-    Received received;
-    CurlHandle handle(request, *lines);
-    setAnswer(handle, received);
-    const ErrorCode failure = failureOf(handle.perform(), received);
-    return {failure, handle.status(), failure == ErrorCode::None ? std::move(received.body) : QByteArray()};
+    CurlExchange exchange(request);
+    if (exchange.unfit() != ErrorCode::None)
+        return {.failure = exchange.unfit()};
+    return exchange.answer(exchange.handle().perform());
 }
 
 } // namespace network

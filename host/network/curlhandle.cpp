@@ -1,5 +1,6 @@
 #include "host/network/curlhandle.h"
 
+#include "host/network/curlmulti.h"
 #include "host/network/idlework.h"
 #include "host/network/truststore.h"
 
@@ -10,6 +11,13 @@ namespace network {
 namespace {
 
 constexpr auto userAgent = "KYRLoyalty-host/" KYR_HOST_VERSION;
+
+// Of a connection that is kept, in seconds. What lies idle for long a firewall may have forgotten without a
+// word. The system's resolver does not say how long a name's address holds, so it is asked once a minute; and
+// a service that moves is followed within minutes though its old address still answers.
+constexpr long idleLife = 60;
+constexpr long connectionLife = 300;
+constexpr long nameLife = 60;
 
 CURLcode onSslContext(CURL* /*handle*/, void* context, void* /*user*/)
 {
@@ -31,53 +39,6 @@ bool isHeaderValue(const QByteArray& value)
     return std::none_of(value.cbegin(), value.cend(),
                         [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
 }
-
-/// The exchange of one handle, a step at a time.
-class Stepwise
-{
-public:
-    explicit Stepwise(CURL* handle)
-        : m_handle(handle)
-    {
-        Q_CHECK_PTR(m_multi);
-        m_failure = curl_multi_add_handle(m_multi, m_handle);
-    }
-    ~Stepwise()
-    {
-        curl_multi_remove_handle(m_multi, m_handle);
-        curl_multi_cleanup(m_multi);
-    }
-    Stepwise(const Stepwise&) = delete;
-    Stepwise& operator=(const Stepwise&) = delete;
-
-    /// Does what can be done at once; the outcome when that was the last.
-    std::optional<CURLcode> step()
-    {
-        int running = 0;
-        if (m_failure == CURLM_OK)
-            m_failure = curl_multi_perform(m_multi, &running);
-        if (m_failure != CURLM_OK)
-            return CURLE_OUT_OF_MEMORY; // of this interface's failures the only one that is not our mistake
-        int left = 0;
-        while (const CURLMsg* message = curl_multi_info_read(m_multi, &left)) {
-            if (message->msg == CURLMSG_DONE)
-                return message->data.result;
-        }
-        return std::nullopt;
-    }
-
-    /// Until there is something to do, but no longer than that.
-    void wait(int milliseconds)
-    {
-        if (m_failure == CURLM_OK)
-            m_failure = curl_multi_poll(m_multi, nullptr, 0, milliseconds, nullptr);
-    }
-
-private:
-    CURLM* m_multi = curl_multi_init();
-    CURL* m_handle;
-    CURLMcode m_failure = CURLM_OK;
-};
 
 /// Never undone: whoever else uses libcurl in this process may outlive us.
 CURLcode useLibcurl()
@@ -112,7 +73,7 @@ std::optional<HeaderLines> headerLines(const Request& request)
         // libcurl reads "Name:" as "leave this header out" and "Name;" as "send it empty".
         lines.append(value.trimmed().isEmpty() ? name + ';' : name + ": " + value);
     }
-    if (!hasConnection)
+    if (!hasConnection && !request.keepConnection)
         lines.append("Connection: close");
     if (!hasContentType)
         lines.append(request.body.isEmpty() ? "Content-Type:" : "Content-Type: application/json");
@@ -142,14 +103,14 @@ CURLcode CurlHandle::perform()
 
 CURLcode CurlHandle::performBeside(const IdleWork& idle)
 {
-    constexpr int slice = 8; // milliseconds: half of what a screen shows a picture for
-    Stepwise exchange(m_handle.get());
-    std::optional<CURLcode> outcome;
-    while (!(outcome = exchange.step())) {
-        exchange.wait(slice);
+    CurlMulti exchange;
+    exchange.add(m_handle.get());
+    for (;;) {
+        if (const auto over = exchange.step(); !over.empty())
+            return over.front().outcome;
+        exchange.wait(idleSlice);
         idle();
     }
-    return *outcome;
 }
 
 void CurlHandle::setConnection(const Request& request)
@@ -163,6 +124,11 @@ void CurlHandle::setConnection(const Request& request)
     set(CURLOPT_PROXY, ""); // the empty string, unlike null, also keeps the environment's out
     set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     set(CURLOPT_FOLLOWLOCATION, 0L);
+    if (request.keepConnection) {
+        set(CURLOPT_MAXAGE_CONN, idleLife);
+        set(CURLOPT_MAXLIFETIME_CONN, connectionLife);
+        set(CURLOPT_DNS_CACHE_TIMEOUT, nameLife);
+    }
     if (request.url.scheme() == u"https") {
         set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
         set(CURLOPT_SSL_VERIFYPEER, 1L);

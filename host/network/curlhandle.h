@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/network/curlexchange.h"
+#include "host/network/request.h"
 
 #include <curl/curl.h>
 
@@ -30,12 +30,14 @@ private:
 /// caller's is unfit to be sent.
 std::optional<HeaderLines> headerLines(const Request& request);
 
-/// One request to the service, set up as every one is: on a connection of its own, with no proxy and no
-/// redirects, and TLS by the trusted certificates. Where the answer goes is the caller's to set.
+/// One request to the service, set up as every one is: with no proxy and no redirects, and TLS by the trusted
+/// certificates. Where the answer goes is the caller's to set.
 class CurlHandle
 {
 public:
     static constexpr qsizetype bodyLimit = 8 << 20; ///< bytes; a longer body ends the exchange
+    static constexpr int idleSlice =
+        8; ///< milliseconds between two IdleWorks: half of what a screen shows a picture for
 
     /// The request and the lines have to outlive it.
     CurlHandle(const Request& request, const HeaderLines& lines);
@@ -48,7 +50,11 @@ public:
             m_setUp = curl_easy_setopt(m_handle.get(), option, value);
     }
 
-    /// Carries the request out, beside the thread's IdleWork where it has one.
+    /// Why the request can't be carried out as it was set up; else CURLE_OK.
+    [[nodiscard]] CURLcode setUp() const { return m_setUp; }
+    /// To be carried out side by side with others; null when it is not set up.
+    [[nodiscard]] CURL* get() const { return m_handle.get(); }
+    /// Carries the request out on a connection of its own, beside the thread's IdleWork where it has one.
     CURLcode perform();
 
     /// What libcurl tells of it afterwards; where it tells nothing, what it was called with.

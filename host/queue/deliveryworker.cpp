@@ -6,6 +6,8 @@
 #include "host/utils/basicexception.h"
 #include "host/utils/logging.h"
 
+#include <QHash>
+
 #include <algorithm>
 #include <atomic>
 #include <exception>
@@ -51,8 +53,8 @@ private:
     void noteAttempt(const QueuedMessage& message, const QueueAttempt& attempt);
     template <class Change>
     void change(Change change);
-    /// The thread goes on, and has to do so again within that time.
-    void beat(std::chrono::milliseconds longest = {}) { m_due = Clock::now() + longest; }
+    /// The thread goes on, and has to do so again within that time, or within that of what is under way.
+    void beat(std::chrono::milliseconds longest = {});
     void wait(std::uint64_t seen, std::chrono::milliseconds longest, const std::stop_token& stop);
 
     Options m_options;
@@ -61,7 +63,8 @@ private:
     DeliveryState m_state;
     /// When the thread has to have gone on.
     std::atomic<Clock::time_point> m_due = Clock::now();
-    std::jthread m_thread; // the last: it uses all of the others
+    QHash<qint64, Clock::time_point> m_underWay; ///< messages, each with when it has to be over
+    std::jthread m_thread;                       // the last: it uses all of the others
 };
 
 void DeliveryWorker::Thread::run(const std::stop_token& stop)
@@ -74,6 +77,7 @@ void DeliveryWorker::Thread::run(const std::stop_token& stop)
         } catch (const std::exception& exception) {
             noteTrouble(QString::fromLocal8Bit(exception.what()));
         }
+        m_underWay.clear();
         // What is put in meanwhile mends nothing: wait for the stop alone.
         if (m_troubles > 0)
             wait(UINT64_MAX, network::pauseAfter(m_troubles, 0.5), stop);
@@ -92,7 +96,8 @@ void DeliveryWorker::Thread::work(const std::stop_token& stop)
         noteAttempt(message, attempt);
     };
     options.attempting = [this](const QueuedMessage& message) {
-        beat(network::timeoutOf(message));
+        m_underWay.insert(message.id, Clock::now() + network::timeoutOf(message));
+        beat();
         if (m_options.delivery.attempting)
             m_options.delivery.attempting(message);
     };
@@ -150,8 +155,16 @@ void DeliveryWorker::Thread::noteTrouble(const QString& what)
     });
 }
 
+void DeliveryWorker::Thread::beat(std::chrono::milliseconds longest)
+{
+    const auto last = std::max_element(m_underWay.cbegin(), m_underWay.cend());
+    const Clock::time_point due = Clock::now() + longest;
+    m_due = last == m_underWay.cend() ? due : std::max(due, *last);
+}
+
 void DeliveryWorker::Thread::noteAttempt(const QueuedMessage& message, const QueueAttempt& attempt)
 {
+    m_underWay.remove(message.id);
     beat();
     change([&attempt](DeliveryState& state) {
         ++(attempt.error.isEmpty() ? state.delivered : state.failed);

@@ -54,8 +54,8 @@ public:
     DeliveryWorker();
     /// Starts the thread.
     explicit DeliveryWorker(Options options);
-    /// Waits until the message in hand has its answer, for as long as its timeout, and begins no other; a
-    /// pause is cut short.
+    /// Waits until the messages in hand have their answers, for as long as their timeouts, and begins no
+    /// other; a pause is cut short.
     ~DeliveryWorker();
     DeliveryWorker(const DeliveryWorker&) = delete;
     DeliveryWorker& operator=(const DeliveryWorker&) = delete;
@@ -67,7 +67,7 @@ public:
     [[nodiscard]] DeliveryState state() const;
 
     /// How long the thread has been busy with one step beyond what that step may take: beyond the pause that
-    /// it makes, beyond the timeout of the message that it sends, beyond no time at all with anything else.
+    /// it makes, beyond the timeouts of the messages that it sends, beyond no time at all with anything else.
     /// Small while the worker lives, idle or not; grows without end once it is stuck. Zero when it has ended.
     /// May be asked for in any thread.
     [[nodiscard]] std::chrono::milliseconds overdue() const;

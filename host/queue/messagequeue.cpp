@@ -10,6 +10,7 @@
 
 #include <QUrl>
 
+#include <algorithm>
 #include <functional>
 
 using namespace Qt::StringLiterals;
@@ -18,7 +19,7 @@ namespace {
 
 const QString columns = network::queuedColumns();
 const QString sendable = u"WHERE head = 1 AND parked = 0 AND "_s;
-const QString firstDue = u" ORDER BY due, id LIMIT 1"_s;
+const QString firstDue = u" ORDER BY due, id LIMIT ?"_s;
 
 qint64 now() { return network::writtenTime(MockFactory<CurrentTime>::create()->currentDateTime()); }
 
@@ -77,6 +78,24 @@ struct MessageQueue::Statements
     {
         const QList<QVariantList> found = database->rows(query, values);
         return found.isEmpty() ? std::nullopt : std::optional(network::queuedFromRow(found.first()));
+    }
+
+    /// The first that the query finds beside those: one of each of their groups at most is found before it.
+    [[nodiscard]] std::optional<QueuedMessage> firstBeside(const QList<QueuedMessage>& underWay,
+                                                           QSqlQuery& query, QVariantList values)
+    {
+        values.append(underWay.size() + 1);
+        const QList<QVariantList> found = database->rows(query, values);
+        for (const QVariantList& row : found) {
+            QueuedMessage message = network::queuedFromRow(row);
+            const bool waits =
+                std::any_of(underWay.cbegin(), underWay.cend(), [&message](const QueuedMessage& other) {
+                    return other.id == message.id || (!other.group.isEmpty() && other.group == message.group);
+                });
+            if (!waits)
+                return message;
+        }
+        return std::nullopt;
     }
 
     void tell(const QString& event, const QueuedMessage& message, const QueueAttempt& attempt)
@@ -183,15 +202,16 @@ QueueHealth MessageQueue::health() const
             .lastError = tally.value(3).toString()};
 }
 
-std::optional<QueuedMessage> MessageQueue::nextDue(const QDateTime& until, const QDateTime& now) const
+std::optional<QueuedMessage> MessageQueue::nextDue(const QDateTime& until, const QDateTime& now,
+                                                   const QList<QueuedMessage>& underWay) const
 {
     m->database->requireInPlace();
     // What is due at once is kept as 0, which to a clock before 1970 lies ahead.
-    if (auto atOnce = m->first(m->atOnce, {}))
+    if (auto atOnce = m->firstBeside(underWay, m->atOnce, {}))
         return atOnce;
-    if (auto due = m->first(m->due, {until.toMSecsSinceEpoch()}))
+    if (auto due = m->firstBeside(underWay, m->due, {until.toMSecsSinceEpoch()}))
         return due;
-    return m->first(m->misdated, {(now + network::longestPause).toMSecsSinceEpoch()});
+    return m->firstBeside(underWay, m->misdated, {(now + network::longestPause).toMSecsSinceEpoch()});
 }
 
 std::optional<CredentialsSuspension> MessageQueue::suspension() const

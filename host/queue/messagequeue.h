@@ -98,8 +98,9 @@ public:
     [[nodiscard]] QueueHealth health() const;
     /// What to send next of all that nothing of its group holds up: the one that was due first, at `until` at
     /// the latest. One that would be due later than the longest pause after `now` counts as due: the clock
-    /// has jumped back since that time was set.
-    [[nodiscard]] std::optional<QueuedMessage> nextDue(const QDateTime& until, const QDateTime& now) const;
+    /// has jumped back since that time was set. What is `underWay`, and the rest of its groups, has to wait.
+    [[nodiscard]] std::optional<QueuedMessage> nextDue(const QDateTime& until, const QDateTime& now,
+                                                       const QList<QueuedMessage>& underWay = {}) const;
     /// Nothing when the service takes the credentials, as far as is known.
     [[nodiscard]] std::optional<CredentialsSuspension> suspension() const;
 

@@ -4,7 +4,6 @@
 #include "host/network/restclient.h"
 #include "host/queue/queuedform.h"
 
-#include <QElapsedTimer>
 #include <QStringList>
 
 using namespace Qt::StringLiterals;
@@ -98,22 +97,6 @@ QHash<QString, QString> headersOf(const QVariantMap& message, const QString& aut
 
 SendingOutcome unsendable(const QString& why) { return {{.error = why}, true}; }
 
-SendingOutcome judged(const RestClient& client, qint64 milliseconds)
-{
-    const int code = std::max(0, client.getErrorCode());
-    const ExchangeOutcome outcome = outcomeOf(code);
-    if (outcome == ExchangeOutcome::Accepted)
-        return {{0, {}, milliseconds}};
-    const QString words = serviceWords(client.getResponse());
-    const bool hopeless = isHopeless(outcome);
-    QString error = words;
-    if (words.isEmpty())
-        error = codeText(code);
-    else if (!hopeless)
-        error = codeText(code) + u": "_s + words;
-    return {{code, error, milliseconds}, hopeless};
-}
-
 } // namespace
 
 bool SendingOutcome::unauthorized() const { return outcomeOf(attempt.code) == ExchangeOutcome::Unauthorized; }
@@ -125,32 +108,38 @@ std::chrono::seconds timeoutOf(const QueuedMessage& queued)
     return std::chrono::seconds(RestClient::timeoutOf(queued.message.value(u"timeout"_s).toInt()));
 }
 
-SendingOutcome sendQueued(const QueuedMessage& queued,
-                          const std::function<QString(const QUrl&)>& authorization)
+std::variant<Request, SendingOutcome> requestOf(const QueuedMessage& queued,
+                                                const std::function<QString(const QUrl&)>& authorization)
 {
     if (queued.damaged)
         return unsendable(u"the stored message is damaged"_s);
     const QVariantMap& message = queued.message;
+    const QByteArray body = message.value(u"body"_s).toByteArray();
+    const QString method = message.value(u"method"_s).toString();
+    if (method != u"POST" && method != u"PUT" && (method != u"GET" || !body.isEmpty()))
+        return unsendable(u"the message's method cannot be sent: only POST, PUT, and GET without a body"_s);
     const QVariant address = message.value(u"url"_s);
     const QUrl url =
         address.typeId() == QMetaType::QUrl ? address.toUrl() : QUrl(address.toString(), QUrl::TolerantMode);
-    const QByteArray body = message.value(u"body"_s).toByteArray();
-    const QString method = message.value(u"method"_s).toString();
-    const auto headers = headersOf(message, authorization ? authorization(url) : QString());
+    return Request{method.toLatin1(), url, body,
+                   headersOf(message, authorization ? authorization(url) : QString()),
+                   static_cast<int>(timeoutOf(queued).count())};
+}
 
-    const auto client = MockFactory<RestClient>::create();
-    client->setTimeout(static_cast<int>(timeoutOf(queued).count()));
-    QElapsedTimer clock;
-    clock.start();
-    if (method == u"POST")
-        client->post(url, body, headers);
-    else if (method == u"PUT")
-        client->put(url, body, headers);
-    else if (method == u"GET" && body.isEmpty())
-        client->get(url, {}, headers);
-    else
-        return unsendable(u"the message's method cannot be sent: only POST, PUT, and GET without a body"_s);
-    return judged(*client, clock.elapsed());
+SendingOutcome outcomeOf(const ParallelClient::Finished& finished)
+{
+    const int code = std::max(0, finished.code);
+    const ExchangeOutcome outcome = outcomeOf(code);
+    if (outcome == ExchangeOutcome::Accepted)
+        return {{0, {}, finished.milliseconds}};
+    const QString words = serviceWords(finished.response);
+    const bool hopeless = isHopeless(outcome);
+    QString error = words;
+    if (words.isEmpty())
+        error = codeText(code);
+    else if (!hopeless)
+        error = codeText(code) + u": "_s + words;
+    return {{code, error, finished.milliseconds}, hopeless, finished.retryAfter};
 }
 
 } // namespace network

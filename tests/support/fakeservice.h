@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/network/parallelclient.h"
 #include "host/network/restclient.h"
 
 #include <QByteArray>
@@ -12,7 +13,8 @@
 
 namespace test_support {
 
-/// Takes the place of every RestClient made while it lives: records what is sent and gives scripted answers.
+/// Takes the place of every RestClient and ParallelClient made while it lives: records what is sent and gives
+/// scripted answers, at once.
 class FakeService
 {
 public:
@@ -30,8 +32,8 @@ public:
     FakeService(const FakeService&) = delete;
     FakeService& operator=(const FakeService&) = delete;
 
-    /// The next request gets that JSON and error code.
-    void answer(const QByteArray& json, int errorCode = 0);
+    /// The next request gets that JSON and error code; a ParallelClient's also that "Retry-After".
+    void answer(const QByteArray& json, int errorCode = 0, std::chrono::seconds retryAfter = {});
     /// The next request throws that text as a std::runtime_error.
     void fail(const QString& what);
 
@@ -44,12 +46,15 @@ public:
 
 private:
     class Double;
+    class ParallelDouble;
     struct Answer
     {
         QVariant response;
         int errorCode = 0;
         QString exception;
+        std::chrono::seconds retryAfter{0};
     };
+    Answer take(const Request& request);
 
     QQueue<Answer> m_answers;
     QList<Request> m_requests;

@@ -129,8 +129,8 @@ Command deliverCommand()
             .details =
                 u"Sends each message when it is due, and what comes in at once. Where another delivery is "
                 u"under way on the same\n"
-                "data directory, it stands by and takes over. SIGTERM and SIGINT end it after the message in "
-                "hand. The\n"
+                "data directory, it stands by and takes over. SIGTERM and SIGINT end it after the messages "
+                "in hand. The\n"
                 "present password takes the place of the one that a message was queued with. Tells the "
                 "service manager that\n"
                 "started it when it is ready, and keeps its watchdog.\n\n"

@@ -73,8 +73,8 @@ Command queueDeliverCommand()
     return {.name = u"queue deliver"_s,
             .about = u"Send what waits now, once, without regard to its pauses."_s,
             .details =
-                u"SIGINT and SIGTERM are heeded between two messages. Refused while a delivery is under way "
-                u"on the same data\n"
+                u"SIGINT and SIGTERM end it after the messages in hand. Refused while a delivery is under "
+                u"way on the same data\n"
                 "directory.\n\nWith --json: {\"delivered\", \"waiting\", \"parked\", \"firstError\"}."_s,
             .examples = {{u"till queue deliver"_s, u"after the network came back"_s}},
             .statuses = {{0, u"the queue is empty"_s},

@@ -1,10 +1,13 @@
+#include "host/network/parallelclient.h"
 #include "tests/unit/network/scene.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 
 #include <dlfcn.h>
 #include <netdb.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
@@ -17,6 +20,7 @@ using test_support::HttpServer;
 using testing::AllOf;
 using testing::Ge;
 using testing::Lt;
+using testing::SizeIs;
 using namespace Qt::StringLiterals;
 using ErrorCode = RestClient::ErrorCode;
 
@@ -37,6 +41,9 @@ SlowName& slowName()
     static SlowName name;
     return name;
 }
+
+/// How often "service.test", which is 127.0.0.1, was looked up.
+std::atomic<int> lookups = 0;
 
 qsizetype countOf(const QString& directory)
 {
@@ -90,6 +97,10 @@ extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char* na
     }
     if (name && std::strcmp(name, "unknown.test") == 0)
         return EAI_NONAME;
+    if (name && std::strcmp(name, "service.test") == 0) {
+        ++lookups;
+        name = "127.0.0.1";
+    }
     using Function = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
     static const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "getaddrinfo"));
     return next(name, service, hints, result);
@@ -114,6 +125,28 @@ TEST(RestClientResources, EndsInTimeWhenTheNameIsNeverResolvedAndLetsTheResolver
         slowName().changed.notify_all();
     }
     EXPECT_TRUE(fallsTo(before, threads));
+}
+
+TEST(ParallelClientResources, LookANameUpOnceForAllConnections)
+{
+    HttpServer server;
+    server.enqueue(HttpAnswer::status(200, "{}"));
+    for (int i = 0; i < 2; ++i) {
+        HttpAnswer never = HttpAnswer::status(200, "{}");
+        never.delay = std::chrono::hours(24);
+        server.enqueue(never);
+    }
+    QUrl url = server.url();
+    url.setHost(u"service.test"_s);
+    ParallelClient client;
+    client.begin(1, {"GET", url, {}, {}, 20});
+    EXPECT_THAT(client.finished(patience), SizeIs(1));
+    client.begin(2, {"GET", url, {}, {}, 20});
+    client.begin(3, {"GET", url, {}, {}, 20});
+    for (const QDeadlineTimer end(patience); server.requests().size() < 3 && !end.hasExpired();)
+        EXPECT_THAT(client.finished(std::chrono::milliseconds(1)), SizeIs(0));
+    EXPECT_EQ(server.connections(), 2);
+    EXPECT_EQ(lookups, 1);
 }
 
 TEST(RestClientResources, LeaveNoThreadAndNoHandleBehind)

@@ -1,3 +1,4 @@
+#include "host/network/parallelclient.h"
 #include "host/network/restclient.h"
 #include "host/queue/retrybackoff.h"
 #include "host/storage/store.h"
@@ -27,9 +28,11 @@ public:
     explicit FlakyService(StillClock& clock)
         : m_clock(clock)
     {
-        MockFactory<RestClient>::mocked = [this] { return QSharedPointer<RestClient>(new Client(*this)); };
+        MockFactory<ParallelClient>::mocked = [this] {
+            return QSharedPointer<ParallelClient>(new Client(*this));
+        };
     }
-    ~FlakyService() { MockFactory<RestClient>::mocked = nullptr; }
+    ~FlakyService() { MockFactory<ParallelClient>::mocked = nullptr; }
     FlakyService(const FlakyService&) = delete;
     FlakyService& operator=(const FlakyService&) = delete;
 
@@ -40,6 +43,8 @@ public:
     [[nodiscard]] const QMap<int, int>& mishaps() const { return m_mishaps; }
     [[nodiscard]] int repeats() const { return m_repeats; }
     [[nodiscard]] int powerCuts() const { return m_powerCuts; }
+    /// The most that were under way at once.
+    [[nodiscard]] qsizetype sideBySide() const { return m_sideBySide; }
 
 private:
     enum Mishap {
@@ -54,24 +59,35 @@ private:
         Unauthorized
     };
 
-    class Client : public RestClient
+    /// Of those that are under way together, the answers come in any order.
+    class Client : public ParallelClient
     {
     public:
         explicit Client(FlakyService& service)
             : m_service(service)
         {}
-        void post(const QUrl& /*url*/, const QByteArray& body,
-                  const QHash<QString, QString>& /*headers*/) override
+        void begin(qint64 id, network::Request request) override
         {
-            m_code = m_service.take(QJsonDocument::fromJson(body).object());
+            const int code = m_service.take(QJsonDocument::fromJson(request.body).object());
+            m_finished.insert(m_service.pick(m_finished.size() + 1), {id, code, QVariantMap()});
+            m_service.noteSideBySide(m_finished.size());
         }
-        [[nodiscard]] QVariant getResponse() const override { return QVariantMap(); }
-        [[nodiscard]] int getErrorCode() const override { return m_code; }
+        [[nodiscard]] QList<Finished> finished(std::chrono::milliseconds /*longest*/) override
+        {
+            const qsizetype some = 1 + m_service.pick(m_finished.size());
+            const QList<Finished> over = m_finished.first(some);
+            m_finished.remove(0, some);
+            return over;
+        }
+        void abandon() override { m_finished.clear(); }
 
     private:
         FlakyService& m_service;
-        int m_code = 0;
+        QList<Finished> m_finished;
     };
+
+    qsizetype pick(qsizetype of) { return static_cast<qsizetype>(m_random()) % of; }
+    void noteSideBySide(qsizetype count) { m_sideBySide = std::max(m_sideBySide, count); }
 
     void act(const QJsonObject& receipt)
     {
@@ -140,6 +156,7 @@ private:
     QMap<int, int> m_mishaps;
     int m_repeats = 0;
     int m_powerCuts = 0;
+    qsizetype m_sideBySide = 0;
     bool m_well = false;
 };
 
@@ -215,6 +232,7 @@ TEST_F(Outage, OfAWeekLosesNothingRepeatsNothingInTheBooksAndKeepsTheOrderOfEach
     EXPECT_EQ(service.mishaps().size(), 9) << "everything that can go wrong did";
     EXPECT_GT(service.repeats(), 0);
     EXPECT_GT(service.powerCuts(), 0);
+    EXPECT_EQ(service.sideBySide(), 4);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "tests/support/fakeservice.h"
+#include "tests/unit/queue/heldservice.h"
 #include "tests/unit/queue/scene.h"
 
 #include <gmock/gmock.h>
@@ -34,8 +35,13 @@ protected:
     }
     QueueDelivery::Summary pass()
     {
+        QueueDelivery delivery(queue, options);
+        return passOf(delivery);
+    }
+    static QueueDelivery::Summary passOf(QueueDelivery& delivery)
+    {
         const auto lock = QueueDelivery::lock();
-        return QueueDelivery(queue, options).deliverDue(*lock);
+        return delivery.deliverDue(*lock);
     }
     /// The paths sent since the last call.
     QStringList sent()
@@ -237,6 +243,117 @@ TEST_F(PausingDelivery, ProbesAtOnceWhenTheClockHasJumpedBackBehindTheRefusal)
     clock.move(-1h);
     answer({0});
     EXPECT_EQ(pass().delivered, 1);
+}
+
+TEST_F(PausingDelivery, LeavesTheServiceAloneAsLongAsItAsks)
+{
+    QueueDelivery delivery(queue, options);
+    for (const int code : {429, 503}) {
+        for (const char* path : {"1", "2", "3"})
+            add({}, QString::fromLatin1(path));
+        service.answer("{}", code, 30s);
+        passOf(delivery);
+        EXPECT_THAT(sent(), ElementsAre(u"1"_s)) << code;
+        clock.move(30s - 1ms);
+        add({}, u"4"_s);
+        passOf(delivery);
+        EXPECT_THAT(sent(), IsEmpty()) << code;
+        clock.move(1ms);
+        answer({0, 0, 0, 0});
+        EXPECT_EQ(passOf(delivery).delivered, 4) << code;
+        sent();
+    }
+    EXPECT_THAT(networkLog.lines(),
+                testing::Contains(u"info: Queue: the service asks to be left alone for 30 s"_s));
+}
+
+TEST_F(PausingDelivery, LeavesTheServiceAloneForNoLongerThanThePausesMayGrow)
+{
+    QueueDelivery delivery(queue, options);
+    const qint64 id = add({}, u"1"_s);
+    add({}, u"2"_s);
+    service.answer("{}", 503, std::chrono::seconds::max() / 1000);
+    passOf(delivery);
+    EXPECT_EQ(queue.find(id)->due, clock.now() + 5min);
+    clock.move(5min - 1ms);
+    passOf(delivery);
+    EXPECT_THAT(sent(), ElementsAre(u"1"_s));
+    clock.move(1ms);
+    answer({0, 0});
+    EXPECT_EQ(passOf(delivery).delivered, 2);
+}
+
+TEST_F(PausingDelivery, LeavesTheServiceAloneNoLongerThanItAsksThoughAMessageWaitsLonger)
+{
+    QueueDelivery delivery(queue, options);
+    const qint64 id = add({}, u"1"_s);
+    for (const auto pause : {1s, 2s, 4s, 8s}) {
+        answer({503});
+        passOf(delivery);
+        clock.move(pause);
+    }
+    service.answer("{}", 503, 3s);
+    passOf(delivery);
+    add({}, u"2"_s);
+    sent();
+    answer({0});
+    clock.move(3s - 1ms);
+    passOf(delivery);
+    EXPECT_THAT(sent(), IsEmpty());
+    clock.move(1ms);
+    EXPECT_EQ(passOf(delivery).delivered, 1);
+    EXPECT_EQ(queue.find(id)->due, clock.now() + 16s - 3s);
+}
+
+TEST_F(PausingDelivery, GoesOnAtOnceWhenSomebodyEndsThePauseThatTheServiceAskedFor)
+{
+    QueueDelivery delivery(queue, options);
+    const qint64 id = add({}, u"1"_s);
+    add({}, u"2"_s);
+    service.answer("{}", 429, 60s);
+    passOf(delivery);
+    passOf(delivery);
+    EXPECT_THAT(sent(), ElementsAre(u"1"_s));
+    queue.retry(id);
+    service.answer("{}", 503, 60s);
+    passOf(delivery);
+    passOf(delivery);
+    EXPECT_THAT(sent(), ElementsAre(u"1"_s));
+    queue.expedite();
+    answer({0, 0});
+    EXPECT_EQ(passOf(delivery).delivered, 2);
+}
+
+TEST_F(PausingDelivery, HeedsTheLongerOfTwoWishesOfTheService)
+{
+    test_support::HeldService held;
+    for (const char* path : {"1", "2", "3", "4"})
+        add({}, QString::fromLatin1(path));
+    QList<std::chrono::seconds> wishes{0s, 60s, 5s};
+    held.over = [&wishes](const QList<test_support::HeldService::Request>& underWay) {
+        auto first = test_support::HeldService::well(underWay.first());
+        first.retryAfter = wishes.isEmpty() ? 0s : wishes.takeFirst();
+        first.code = first.retryAfter > 0s ? 503 : 0;
+        return QList{first};
+    };
+    QueueDelivery sideBySide(queue, options);
+    passOf(sideBySide);
+    EXPECT_THAT(held.begun(), ElementsAre(u"1"_s, u"2"_s, u"3"_s));
+    clock.move(59s);
+    passOf(sideBySide);
+    EXPECT_THAT(held.begun(), testing::SizeIs(3));
+}
+
+TEST_F(PausingDelivery, IsNotHeldUpByAWishOfTheServiceWhenTheClockHasJumpedBack)
+{
+    QueueDelivery delivery(queue, options);
+    add({}, u"1"_s);
+    add({}, u"2"_s);
+    service.answer("{}", 503, 60s);
+    passOf(delivery);
+    clock.move(-1h);
+    answer({0, 0});
+    EXPECT_EQ(passOf(delivery).delivered, 2);
 }
 
 TEST_F(PausingDelivery, SendsThePresentCredentialsInPlaceOfTheStoredOnesWhereTheyAreGiven)

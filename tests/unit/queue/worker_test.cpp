@@ -334,10 +334,39 @@ TEST_F(Worker, IsNotOverdueWhileItWaitsForAnAnswer)
     server.stop(); // or it would wait for the rest of the message's timeout
 }
 
-TEST_F(Worker, IsOverdueWhileItIsStuckInAnythingElse)
+TEST_F(Worker, IsNotOverdueWhileItWaitsForOneOfTwoAnswers)
 {
     answer(1);
-    add(u"A"_s, 1);
+    answer(1, 24h);
+    answer(1);
+    add({}, 1);
+    add({}, 2);
+    add({}, 3);
+    Watch watch;
+    const DeliveryWorker worker(options(watch));
+    ASSERT_TRUE(watch.sawDelivered(2));
+    EXPECT_LT(mostOverdue(worker), period / 2);
+    server.stop();
+}
+
+TEST_F(Worker, SendsSeveralAtATimeOverConnectionsThatItKeeps)
+{
+    constexpr int count = 40;
+    answer(count, 20ms);
+    for (int i = 0; i < count; ++i)
+        add({}, i);
+    Watch watch;
+    const DeliveryWorker worker(options(watch));
+    ASSERT_TRUE(watch.sawDelivered(count));
+    EXPECT_EQ(server.connections(), 4);
+}
+
+TEST_F(Worker, IsOverdueWhileItIsStuckInAnythingElse)
+{
+    QVariantMap message = test_support::messageTo(server.url(u"/x"_s).toString(), "1");
+    message.insert(u"timeout"_s, 3600); // which counts no more once it has its answer
+    queue.enqueue(u"q"_s, u"A"_s, message, {});
+    answer(1);
     std::mutex stuck;
     Watch watch;
     DeliveryWorker::Options chosen = options(watch, 24h);
