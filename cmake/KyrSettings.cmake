@@ -31,10 +31,6 @@ target_include_directories(kyr_settings INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_options(kyr_settings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual
   $<$<BOOL:${KYR_WARNINGS_AS_ERRORS}>:-Werror>)
-if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # It takes each source for a header that many include.
-  target_compile_options(kyr_settings INTERFACE -Wno-subobject-linkage)
-endif()
 target_compile_definitions(kyr_settings INTERFACE
   QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
   QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_NO_FOREACH QT_NO_KEYWORDS QT_DISABLE_DEPRECATED_BEFORE=0x060400)

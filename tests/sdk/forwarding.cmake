@@ -28,5 +28,5 @@ foreach(pair hostcore=poskernel quesknetwork=posnet utils=posbase kyrlog4qt=posl
 endforeach()
 
 run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${WORK}/plugin" ${CONSUMERS} "-DKYR_HOST_SDK=${SOURCE}/examples/forwarding"
-  "-DPOS_SDK=${WORK}/pos" -DKYR_PRECOMPILE=ON -DCMAKE_UNITY_BUILD=ON -DBUILD_TESTING=OFF)
+  "-DPOS_SDK=${WORK}/pos" -DKYR_TOGETHER=ON -DBUILD_TESTING=OFF)
 run("${CMAKE_COMMAND}" --build "${WORK}/plugin")

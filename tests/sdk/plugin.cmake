@@ -3,7 +3,7 @@ include("${CMAKE_CURRENT_LIST_DIR}/run.cmake")
 
 file(REMOVE_RECURSE "${WORK}")
 run("${CMAKE_COMMAND}" -S "${SOURCE}" -B "${WORK}" ${CONSUMERS} "-DKYR_HOST_SDK=${PREFIX}"
-  -DKYR_PRECOMPILE=ON -DCMAKE_UNITY_BUILD=ON -DBUILD_TESTING=OFF)
+  -DKYR_TOGETHER=ON -DBUILD_TESTING=OFF)
 run("${CMAKE_COMMAND}" --build "${WORK}")
 
 # Its headers were the SDK's, and its host libraries were not built here.
