@@ -7,6 +7,8 @@
 #include <QSqlError>
 #include <QSqlRecord>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace storage {
@@ -106,7 +108,7 @@ void Database::atomically(const std::function<void()>& steps) const
         if (!joins)
             commit();
     } catch (...) {
-        m_spoilt = m_transaction;
+        spoil(std::current_exception());
         if (!joins)
             rollback();
         throw;
@@ -123,16 +125,19 @@ void Database::begin() const
         requireInPlace();
     execute(u"BEGIN IMMEDIATE"_s);
     m_transaction = true;
-    m_spoilt = false;
+    m_spoilt = nullptr;
 }
 
 void Database::commit() const
 {
-    requireUnspoilt();
+    if (m_spoilt)
+        std::rethrow_exception(m_spoilt);
     if (m_files)
         requireInPlace();
     execute(u"COMMIT"_s);
     m_transaction = false;
+    for (const auto& what : std::exchange(m_onceKept, {}))
+        what();
 }
 
 void Database::rollback() const noexcept
@@ -140,9 +145,18 @@ void Database::rollback() const noexcept
     if (!m_transaction)
         return;
     m_transaction = false;
-    m_spoilt = false;
+    m_spoilt = nullptr;
+    m_onceKept.clear();
     QSqlQuery query(m_database);
     query.exec(u"ROLLBACK"_s); // SQLite may have done it itself; the first failure is the one to tell
+}
+
+void Database::onceKept(std::function<void()> what) const
+{
+    if (m_transaction)
+        m_onceKept.push_back(std::move(what));
+    else
+        what();
 }
 
 void Database::requireWritable() const
@@ -191,8 +205,9 @@ void Database::requireInPlace(const Files& files) const
     if (gone.isEmpty())
         return;
     m_sound = false;
-    m_spoilt = m_transaction;
-    throw storageError(StorageFault::Gone, gone);
+    const BasicException failure = storageError(StorageFault::Gone, gone);
+    spoil(std::make_exception_ptr(failure));
+    throw failure;
 }
 
 void Database::requireInPlace() const { requireInPlace(m_files.value_or(Files{})); }
@@ -214,6 +229,12 @@ QString Database::lockHolders() const
     return {};
 }
 
+void Database::spoil(const std::exception_ptr& failure) const
+{
+    if (m_transaction && !m_spoilt)
+        m_spoilt = failure;
+}
+
 // After some failures SQLite has undone the transaction by itself: what came next would be kept all alone.
 void Database::requireUnspoilt() const
 {
@@ -228,11 +249,12 @@ void Database::fail(const QSqlError& error) const
     const StorageFault fault = faultOf(error.nativeErrorCode().toInt());
     if (fault != StorageFault::Full && fault != StorageFault::Locked)
         m_sound = false;
-    m_spoilt = m_transaction;
     if (fault == StorageFault::Damaged && m_files)
         suspect();
     const QString holder = fault == StorageFault::Locked ? lockHolders() : QString();
-    throw storageError(fault, m_path, error.databaseText() + holder);
+    const BasicException failure = storageError(fault, m_path, error.databaseText() + holder);
+    spoil(std::make_exception_ptr(failure));
+    throw failure;
 }
 
 } // namespace storage

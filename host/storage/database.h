@@ -9,8 +9,10 @@
 #include <QStringList>
 #include <QVariantList>
 
+#include <exception>
 #include <functional>
 #include <optional>
+#include <vector>
 
 namespace storage {
 
@@ -80,10 +82,14 @@ public:
     // What changes between begin() and commit() is one commit. Not to be nested.
 
     void begin() const;
-    /// Throws when anything since begin() failed, also when somebody caught it; then nothing was done.
+    /// Throws when anything since begin() failed, also when somebody caught it: that failure, and nothing was
+    /// done.
     void commit() const;
     /// Undoes everything since begin(); fine when there was none.
     void rollback() const noexcept;
+    /// Has that done once what is changed here is durable: at once outside a transaction, never when the
+    /// transaction is undone. It must not throw.
+    void onceKept(std::function<void()> what) const;
     /// Writes something that changes nothing, so that a disk that is full or may not be written to is met
     /// now.
     void requireWritable() const;
@@ -121,6 +127,7 @@ private:
     void execute(const QString& sql) const;
     void execute(QSqlQuery& statement, const QVariantList& values) const;
     [[nodiscard]] int number(const QString& sql) const;
+    void spoil(const std::exception_ptr& failure) const;
     void requireUnspoilt() const;
     void requireReady() const;
     /// Who may have kept SQLite waiting, to be added to what it says.
@@ -134,7 +141,8 @@ private:
     QString m_damagedLog;
     mutable bool m_sound = true;
     mutable bool m_transaction = false;
-    mutable bool m_spoilt = false;
+    mutable std::exception_ptr m_spoilt; ///< the first failure in the transaction
+    mutable std::vector<std::function<void()>> m_onceKept;
 };
 
 } // namespace storage

@@ -3,6 +3,7 @@
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "host/storage/storageerror.h"
+#include "host/storage/store.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/httpserver.h"
 #include "tests/support/rawdatabase.h"
@@ -193,11 +194,12 @@ TEST_F(TillDoctor, TellsARatioThatIsNone)
 TEST_F(TillDoctor, TellsFilesThatOthersReadAndFilesSetAside)
 {
     QFile::setPermissions(directory, QFile::Permissions(0x7755));
-    QFile::setPermissions(files.write(u"data/open-receipt"_s, "x"), QFile::Permissions(0x6644));
+    QFile::setPermissions(files.write(u"data/open-receipt.damaged-20260131T235959Z"_s, "x"),
+                          QFile::Permissions(0x6644));
     answer(404);
     const auto found = findings();
     expect(found.value(u"data"_s), "problem", "others may enter it");
-    expect(found.value(u"files"_s), "problem", "others may read open-receipt");
+    expect(found.value(u"files"_s), "problem", "others may read open-receipt.damaged-20260131T235959Z");
 }
 
 TEST_F(TillDoctor, ReadsAllOfTheStore)
@@ -287,10 +289,13 @@ TEST_F(TillDoctor, ReadsEachReceiptAndMessage)
 
 TEST_F(TillDoctor, ReadsTheOpenReceipt)
 {
-    QFile::setPermissions(files.write(u"data/open-receipt"_s, "no receipt"),
-                          QFile::ReadOwner | QFile::WriteOwner);
+    storage::setDataDirectory(directory);
+    static_cast<void>(storage::store());
+    test_support::putOpenReceipt(directory, "no receipt");
     answer(404);
-    expect(findings().value(u"contents"_s), "problem", "open-receipt");
+    const auto found = findings();
+    expect(found.value(u"contents"_s), "problem", "till.sqlite: open_receipt");
+    expect(found.value(u"store"_s), "ok", "sound");
 }
 
 TEST_F(TillDoctor, HasForEachFaultARemedyOfItsOwn)
