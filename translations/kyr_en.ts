@@ -30,7 +30,6 @@
     <message id="hostStorageLocked"><source>Файл %1 занят другой программой%2</source><translation>The file %1 is in use by another program%2</translation></message>
     <message id="hostStorageNewer"><source>Файл %1 создан более новой версией программы; он оставлен как есть%2</source><translation>The file %1 was made by a newer version of the program; it was left as it is%2</translation></message>
     <message id="hostStorageStrange"><source>На месте файла %1 лежит ссылка, папка, канал или устройство; уберите это%2</source><translation>A link, folder, pipe or device lies in the place of the file %1; take it away%2</translation></message>
-    <message id="hostTransactionNested"><source>Внутренняя ошибка: запись в файл %1 уже начата</source><translation>Internal error: writing to the file %1 has begun already</translation></message>
     <message id="hostTransactionSpoilt"><source>Не сохранено: запись в файл %1 отменена, часть её не удалась</source><translation>Not saved: writing to the file %1 was undone, a part of it failed</translation></message>
     <message id="hostUnfitDepth"><source>вложенность больше %1</source><translation>nested deeper than %1</translation></message>
     <message id="hostUnfitType"><source>значение типа %1</source><translation>a value of the type %1</translation></message>

@@ -23,18 +23,19 @@ void Checkout::mark(State state) const
 Payment Checkout::pay()
 {
     Payment payment;
+    const auto receipt = m_receipt;
     attempt(Action::Pay, payment, [&] {
-        const auto receipt = m_receipt;
         if (!markedState(*receipt))
             requireAmounts(*receipt); // once it is being paid there is no way back
         const bool earns = card() && receipt->getDocumentType() == SaleReceipt;
         if (earns && state() != State::Settled)
             earn(payment);
         close();
-        payment.receipt = receipt;
     });
-    if (payment.ok)
-        m_turnover.closed.append(payment.receipt->getIdentifier());
+    if (payment.ok) {
+        payment.receipt = receipt;
+        m_turnover.closed.append(receipt->getIdentifier());
+    }
     return payment;
 }
 
@@ -55,10 +56,9 @@ void Checkout::earn(Payment& payment)
 }
 
 // The queue's messages, the sale's record that a return changes, the receipt itself and its journal: all are
-// kept or none is.
+// kept or none is. What came before stays known when it is none.
 void Checkout::close()
 {
-    m_step.settle(); // what came before stays, whatever becomes of the closing
     bool committed = false;
     try {
         storage::Transaction transaction;
