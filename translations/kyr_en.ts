@@ -20,6 +20,7 @@
     <message id="hostDocumentStored"><source>Чек %1 уже сохранён с другим содержимым</source><translation>Receipt %1 is saved already, with other contents</translation></message>
     <message id="hostDocumentUnfit"><source>Чек не сохранён: такие данные нельзя сохранить (%1)</source><translation>The receipt was not saved: such data cannot be kept (%1)</translation></message>
     <message id="hostQueueMessageUnfit"><source>Сообщение не поставлено в очередь: такие данные нельзя сохранить (%1)</source><translation>The message was not queued: such data cannot be kept (%1)</translation></message>
+    <message id="hostReceiptDamaged"><source>Открытый чек повреждён. Он сохранён как %1 и больше не открыт. Сообщите администратору</source><translation>The open receipt is damaged. It was kept as %1 and is open no more. Tell the administrator</translation></message>
     <message id="hostStorageDamaged"><source>Файл %1 повреждён или создан другой программой; он оставлен как есть%2</source><translation>The file %1 is damaged or was made by another program; it was left as it is%2</translation></message>
     <message id="hostStorageDenied"><source>Нет прав на файл или папку %1%2</source><translation>The file or folder %1 may not be used%2</translation></message>
     <message id="hostStorageExposed"><source>В папку данных %1 могут писать все пользователи; закройте её от других%2</source><translation>Everybody may write to the data directory %1; close it to others%2</translation></message>
@@ -29,7 +30,6 @@
     <message id="hostStorageLocked"><source>Файл %1 занят другой программой%2</source><translation>The file %1 is in use by another program%2</translation></message>
     <message id="hostStorageNewer"><source>Файл %1 создан более новой версией программы; он оставлен как есть%2</source><translation>The file %1 was made by a newer version of the program; it was left as it is%2</translation></message>
     <message id="hostStorageStrange"><source>На месте файла %1 лежит ссылка, папка, канал или устройство; уберите это%2</source><translation>A link, folder, pipe or device lies in the place of the file %1; take it away%2</translation></message>
-    <message id="hostTransactionNested"><source>Внутренняя ошибка: запись в файл %1 уже начата</source><translation>Internal error: writing to the file %1 has begun already</translation></message>
     <message id="hostTransactionSpoilt"><source>Не сохранено: запись в файл %1 отменена, часть её не удалась</source><translation>Not saved: writing to the file %1 was undone, a part of it failed</translation></message>
     <message id="hostUnfitDepth"><source>вложенность больше %1</source><translation>nested deeper than %1</translation></message>
     <message id="hostUnfitType"><source>значение типа %1</source><translation>a value of the type %1</translation></message>

@@ -110,8 +110,8 @@ void pay(BasicLoyaltySystem& loyalty, QTextStream& out)
     require(loyalty.commit(receipt), loyalty);
     the<DocumentsDao>().store(receipt);
     the<ActivityNotifier>().notify(Event(EActivityListener::ReceiptClosed));
-    closing.commit();
     SaveToFileLogic::removeOpenReceipt();
+    closing.commit();
     out << "closed" << Qt::endl;
 }
 

@@ -168,7 +168,7 @@ qint64 MessageQueue::enqueue(const QString& queueName, const QString& group, con
         queued.id = m->database->insert(m->insert, {queueName, group, now(), bytes, text});
         m->tell(u"queued"_s, queued, {});
     });
-    network::queuewakeup::raise();
+    m->database->onceKept(network::queuewakeup::raise);
     return queued.id;
 }
 
@@ -258,14 +258,14 @@ bool MessageQueue::retry(qint64 id)
 {
     const bool done =
         m->change(id, u"retried"_s, {}, [&] { return m->database->change(m->retry, {id}) > 0; });
-    network::queuewakeup::raise();
+    m->database->onceKept(network::queuewakeup::raise);
     return done;
 }
 
 bool MessageQueue::drop(qint64 id)
 {
     const bool done = m->change(id, u"dropped"_s, {}, [&] { return m->drop(id); });
-    network::queuewakeup::raise();
+    m->database->onceKept(network::queuewakeup::raise);
     return done;
 }
 
@@ -275,5 +275,5 @@ void MessageQueue::expedite()
         m->database->change(m->hasten, {});
         m->database->change(m->probeNow, {});
     });
-    network::queuewakeup::raise();
+    m->database->onceKept(network::queuewakeup::raise);
 }

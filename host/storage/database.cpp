@@ -7,6 +7,9 @@
 #include <QSqlError>
 #include <QSqlRecord>
 
+#include <algorithm>
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace storage {
@@ -98,7 +101,7 @@ QList<QVariantList> Database::rows(QSqlQuery& statement, const QVariantList& val
 
 void Database::atomically(const std::function<void()>& steps) const
 {
-    const bool joins = m_transaction;
+    const bool joins = isInTransaction();
     try {
         if (!joins)
             begin();
@@ -106,7 +109,7 @@ void Database::atomically(const std::function<void()>& steps) const
         if (!joins)
             commit();
     } catch (...) {
-        m_spoilt = m_transaction;
+        spoil(std::current_exception());
         if (!joins)
             rollback();
         throw;
@@ -115,34 +118,58 @@ void Database::atomically(const std::function<void()>& steps) const
 
 void Database::begin() const
 {
-    if (m_transaction)
-        throw BasicException(
-            tr::Tr(u"hostTransactionNested"_s, u"Внутренняя ошибка: запись в файл %1 уже начата"_s)
-                .arg(m_path));
-    if (m_files)
-        requireInPlace();
-    execute(u"BEGIN IMMEDIATE"_s);
-    m_transaction = true;
-    m_spoilt = false;
+    if (isInTransaction()) {
+        requireUnspoilt();
+        execute(u"SAVEPOINT inner"_s);
+    } else {
+        if (m_files)
+            requireInPlace();
+        execute(u"BEGIN IMMEDIATE"_s);
+    }
+    ++m_depth;
 }
 
 void Database::commit() const
 {
-    requireUnspoilt();
+    if (m_spoilt)
+        std::rethrow_exception(m_spoilt);
+    if (m_depth > 1) {
+        execute(u"RELEASE inner"_s);
+        --m_depth;
+        for (auto& kept : m_onceKept)
+            kept.first = std::min(kept.first, m_depth);
+        return;
+    }
     if (m_files)
         requireInPlace();
     execute(u"COMMIT"_s);
-    m_transaction = false;
+    m_depth = 0;
+    for (const auto& kept : std::exchange(m_onceKept, {}))
+        kept.second();
 }
 
 void Database::rollback() const noexcept
 {
-    if (!m_transaction)
+    if (!isInTransaction())
         return;
-    m_transaction = false;
-    m_spoilt = false;
+    std::erase_if(m_onceKept, [this](const auto& kept) { return kept.first >= m_depth; });
     QSqlQuery query(m_database);
-    query.exec(u"ROLLBACK"_s); // SQLite may have done it itself; the first failure is the one to tell
+    if (--m_depth == 0) {
+        m_spoilt = nullptr;
+        query.exec(u"ROLLBACK"_s); // SQLite may have done it itself; the first failure is the one to tell
+    } else if (query.exec(u"ROLLBACK TO inner"_s) && query.exec(u"RELEASE inner"_s)) {
+        m_spoilt = nullptr; // else SQLite has undone all of it
+    } else {
+        spoil(std::make_exception_ptr(storageError(StorageFault::Failed, m_path)));
+    }
+}
+
+void Database::onceKept(std::function<void()> what) const
+{
+    if (isInTransaction())
+        m_onceKept.emplace_back(m_depth, std::move(what));
+    else
+        what();
 }
 
 void Database::requireWritable() const
@@ -191,8 +218,9 @@ void Database::requireInPlace(const Files& files) const
     if (gone.isEmpty())
         return;
     m_sound = false;
-    m_spoilt = m_transaction;
-    throw storageError(StorageFault::Gone, gone);
+    const BasicException failure = storageError(StorageFault::Gone, gone);
+    spoil(std::make_exception_ptr(failure));
+    throw failure;
 }
 
 void Database::requireInPlace() const { requireInPlace(m_files.value_or(Files{})); }
@@ -200,7 +228,7 @@ void Database::requireInPlace() const { requireInPlace(m_files.value_or(Files{})
 void Database::requireReady() const
 {
     requireUnspoilt();
-    if (!m_transaction) // else its commit asks
+    if (!isInTransaction()) // else its commit asks
         requireInPlace();
 }
 
@@ -214,10 +242,16 @@ QString Database::lockHolders() const
     return {};
 }
 
+void Database::spoil(const std::exception_ptr& failure) const
+{
+    if (isInTransaction() && !m_spoilt)
+        m_spoilt = failure;
+}
+
 // After some failures SQLite has undone the transaction by itself: what came next would be kept all alone.
 void Database::requireUnspoilt() const
 {
-    if (m_transaction && m_spoilt)
+    if (isInTransaction() && m_spoilt)
         throw BasicException(tr::Tr(u"hostTransactionSpoilt"_s,
                                     u"Не сохранено: запись в файл %1 отменена, часть её не удалась"_s)
                                  .arg(m_path));
@@ -228,11 +262,12 @@ void Database::fail(const QSqlError& error) const
     const StorageFault fault = faultOf(error.nativeErrorCode().toInt());
     if (fault != StorageFault::Full && fault != StorageFault::Locked)
         m_sound = false;
-    m_spoilt = m_transaction;
     if (fault == StorageFault::Damaged && m_files)
         suspect();
     const QString holder = fault == StorageFault::Locked ? lockHolders() : QString();
-    throw storageError(fault, m_path, error.databaseText() + holder);
+    const BasicException failure = storageError(fault, m_path, error.databaseText() + holder);
+    spoil(std::make_exception_ptr(failure));
+    throw failure;
 }
 
 } // namespace storage

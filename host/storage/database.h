@@ -9,8 +9,11 @@
 #include <QStringList>
 #include <QVariantList>
 
+#include <exception>
 #include <functional>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace storage {
 
@@ -77,17 +80,22 @@ public:
     /// it, and steps that throw spoil all of it.
     void atomically(const std::function<void()>& steps) const;
 
-    // What changes between begin() and commit() is one commit. Not to be nested.
+    // What changes between begin() and commit() is one commit. Inside another such pair it is part of that
+    // one's commit, but can be undone by itself.
 
     void begin() const;
-    /// Throws when anything since begin() failed, also when somebody caught it; then nothing was done.
+    /// Throws when anything since begin() failed, also when somebody caught it: that failure, and nothing was
+    /// done.
     void commit() const;
-    /// Undoes everything since begin(); fine when there was none.
+    /// Undoes everything since the last begin(); fine when there was none.
     void rollback() const noexcept;
+    /// Has that done once what is changed here is durable: at once outside a transaction, never when the
+    /// transaction, or one inside it that asked, is undone. It must not throw.
+    void onceKept(std::function<void()> what) const;
     /// Writes something that changes nothing, so that a disk that is full or may not be written to is met
     /// now.
     void requireWritable() const;
-    [[nodiscard]] bool isInTransaction() const { return m_transaction; }
+    [[nodiscard]] bool isInTransaction() const { return m_depth > 0; }
 
     /// The file with the companions that it has while it is open.
     struct Files
@@ -121,6 +129,7 @@ private:
     void execute(const QString& sql) const;
     void execute(QSqlQuery& statement, const QVariantList& values) const;
     [[nodiscard]] int number(const QString& sql) const;
+    void spoil(const std::exception_ptr& failure) const;
     void requireUnspoilt() const;
     void requireReady() const;
     /// Who may have kept SQLite waiting, to be added to what it says.
@@ -133,8 +142,9 @@ private:
     std::optional<Files> m_files; ///< nothing until it is open
     QString m_damagedLog;
     mutable bool m_sound = true;
-    mutable bool m_transaction = false;
-    mutable bool m_spoilt = false;
+    mutable int m_depth = 0;             ///< of transactions
+    mutable std::exception_ptr m_spoilt; ///< the first failure in the innermost transaction
+    mutable std::vector<std::pair<int, std::function<void()>>> m_onceKept; ///< each with its depth
 };
 
 } // namespace storage

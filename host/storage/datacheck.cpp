@@ -3,6 +3,7 @@
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "host/storage/durablefile.h"
+#include "host/storage/openreceipt.h"
 #include "host/storage/quarantine.h"
 #include "host/storage/storageerror.h"
 #include "host/storage/store.h"
@@ -36,6 +37,13 @@ DataFinding told(DataFinding::Kind kind, const QString& file, const QString& now
                        u"Файл данных %1 повреждён. Он сохранён как %2, работа начата с новым файлом. "
                        "Сообщите администратору"_s)
                     .arg(nameOf(file), nameOf(now))};
+    case DataFinding::Kind::Receipt:
+        utils::logger(u"storage"_s)->error(u"The open receipt is damaged; it was set aside as %1"_s.arg(now));
+        return {kind, file, now,
+                tr::Tr(u"hostReceiptDamaged"_s,
+                       u"Открытый чек повреждён. Он сохранён как %1 и больше не открыт. "
+                       "Сообщите администратору"_s)
+                    .arg(nameOf(now))};
     case DataFinding::Kind::Lost:
         utils::logger(u"storage"_s)
             ->error(u"%1 lay there without its file; it was set aside as %2"_s.arg(file, nameOf(now)));
@@ -71,21 +79,36 @@ bool isDamagedStore()
     return findsDamage([] { Database::examine(storePath(), storeFormat()); });
 }
 
+/// Sets a damaged store aside and tells of it. Asked again while no other program does the same; nothing when
+/// it is whole by then.
+QList<DataFinding> setStoreAside()
+{
+    const QString path = storePath();
+    if (!QFileInfo::exists(path) || !isDamagedStore())
+        return {};
+    const FolderLock lock(path); // another program may just have done it
+    if (!QFileInfo::exists(path) || !isDamagedStore())
+        return {};
+    return {told(DataFinding::Kind::Damaged, path, quarantine(path))};
+}
+
 bool isDamagedReceipt()
 {
     return findsDamage([] { static_cast<void>(SaveToFileLogic::loadOpenReceipt()); });
 }
 
-/// Sets a damaged file aside and tells of it. Asked again while no other program does the same; nothing when
-/// the file is whole by then.
-QList<DataFinding> setAsideIf(bool (*isDamaged)(), const QString& path)
+/// The same with the open receipt alone, which becomes a file.
+QList<DataFinding> setReceiptAside()
 {
-    if (!QFileInfo::exists(path) || !isDamaged())
+    const QString path = dataFile(u"open-receipt"_s);
+    if (!isDamagedReceipt())
         return {};
-    const FolderLock lock(path); // another program may just have done it
-    if (!QFileInfo::exists(path) || !isDamaged())
+    const FolderLock lock(path);
+    if (!isDamagedReceipt())
         return {};
-    return {told(DataFinding::Kind::Damaged, path, quarantine(path))};
+    const QString now = quarantineContent(path, openReceiptIn(*store()));
+    SaveToFileLogic::removeOpenReceipt();
+    return {told(DataFinding::Kind::Receipt, storePath(), now)};
 }
 
 /// Whether the content is what was sealed, of whatever kind and version.
@@ -121,7 +144,7 @@ OpenedStore openStore()
     } catch (const BasicException& exception) {
         if (!isFault(exception, StorageFault::Damaged))
             throw;
-        findings += setAsideIf(isDamagedStore, path);
+        findings += setStoreAside();
         forgetStore();
         opened.store = store();
     }
@@ -173,11 +196,8 @@ bool isStoreCut() { return isLogDamaged(storePath()); }
 
 storage::OpenedStore openDataDirectory()
 {
-    // First, because a receipt of a later version says that the store is not to be touched either.
-    const QList<storage::DataFinding> findings =
-        storage::setAsideIf(storage::isDamagedReceipt, storage::dataFile(u"open-receipt"_s));
     storage::OpenedStore opened = storage::openStore();
-    opened.findings = findings + opened.findings;
+    opened.findings += storage::setReceiptAside();
     storage::requireRoom();
     return opened;
 }

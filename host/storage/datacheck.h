@@ -18,6 +18,7 @@ struct DataFinding
 {
     enum class Kind {
         Damaged, ///< the file was set aside; a new one takes its place
+        Receipt, ///< the open receipt in the store; it was set aside as a file of its own
         Lost,    ///< a log without its file, left by an interruption, was set aside
         Cut,     ///< the log was damaged in the middle, so that what was kept last may be missing; a copy of
                  ///< it was set aside
@@ -47,7 +48,8 @@ struct DamagedSeal
     QString key; ///< the receipt's identifier, the message's number
 };
 
-/// Reads every seal of the store, seconds for a gigabyte. Throws BasicException when it can't be read.
+/// Reads every seal of the store but the open receipt's, which SaveToFileLogic::loadOpenReceipt() checks:
+/// seconds for a gigabyte. Throws BasicException when it can't be read.
 HOST_EXPORT QList<DamagedSeal> damagedSeals();
 
 /// Whether the store's log is damaged in the middle, so that the next opening takes only a part of it.
@@ -55,10 +57,10 @@ HOST_EXPORT bool isStoreCut();
 
 } // namespace storage
 
-/// Looks through the open receipt and the store, opens that, or makes it when there is none, and makes sure
-/// that it can be written. What is damaged is set aside under another name, never overwritten, and told, in
-/// the log too; then a new file takes its place. Throws BasicException, and what is there stays as it is,
-/// when a file was written by a later version, when the folder may not be written, or when there is no room:
-/// all of it before anything is promised. storage::quarantinedFiles() lists what was set aside by this and
-/// by earlier starts.
+/// Looks through the store and the open receipt in it, opens it, or makes it when there is none, and makes
+/// sure that it can be written. What is damaged is set aside under another name, never overwritten, and told,
+/// in the log too; then a new file takes its place. Throws BasicException, and what is there stays as it is,
+/// when something was written by a later version, when the folder may not be written, or when there is no
+/// room: all of it before anything is promised. storage::quarantinedFiles() lists what was set aside by this
+/// and by earlier starts.
 HOST_EXPORT storage::OpenedStore openDataDirectory();

@@ -61,21 +61,24 @@ private:
     std::shared_ptr<storage::Database> m_store;
 };
 
-/// Keeps the open receipt on disk, so that a till that dies finds it again. A file is replaced whole or not
-/// at all, even by a power cut; each failure throws BasicException naming the file.
+/// Keeps the open receipt in the store of the data directory, so that a till that dies finds it again. Every
+/// operation is durable when it returns, or with the storage::Transaction around it, and throws
+/// BasicException, with nothing changed, when it cannot be.
 class HOST_EXPORT SaveToFileLogic
 {
 public:
     virtual ~SaveToFileLogic();
 
-    /// Writes the document, one of the class Document, with its plug-in data. An empty file name is the
-    /// host's own file for open receipts, `open-receipt` in the data directory, where relative names lie too.
+    /// Writes the document, one of the class Document, with its plug-in data; one that is kept just so
+    /// already is not written again. An empty file name is the host's own place for the open receipt; any
+    /// other is a file of its own, in the data directory where the name is relative, replaced whole or not at
+    /// all.
     virtual void save(const QSharedPointer<AbstractDocument>& document, const QString& fileName);
 
-    /// What was last saved in the host's own file; null when there is none. A file that is damaged is left
-    /// untouched.
+    /// What was last saved in the host's own place; null when there is none. One that is damaged throws, and
+    /// is left untouched.
     [[nodiscard]] static QSharedPointer<Document> loadOpenReceipt();
-    /// Removes the host's own file, once the receipt is closed and stored; fine when there is none.
+    /// Forgets it, with the storage::Transaction that closes the receipt; fine when there is none.
     static void removeOpenReceipt();
 };
 

@@ -1,18 +1,25 @@
+#include "host/storage/openreceipt.h"
+
 #include "host/storage/datadirectory.h"
 #include "host/storage/documentcodec.h"
 #include "host/storage/documents.h"
 #include "host/storage/durablefile.h"
+#include "host/storage/store.h"
 #include "host/utils/basicexception.h"
 
 using namespace Qt::StringLiterals;
 
 template class MockFactory<SaveToFileLogic>;
 
-namespace {
+namespace storage {
 
-QString openReceipt() { return storage::dataFile(u"open-receipt"_s); }
+QByteArray openReceiptIn(const Database& store)
+{
+    QSqlQuery query = store.prepared(u"SELECT content FROM open_receipt"_s);
+    return store.rows(query).value(0).value(0).toByteArray();
+}
 
-} // namespace
+} // namespace storage
 
 SaveToFileLogic::~SaveToFileLogic() = default;
 
@@ -21,15 +28,31 @@ void SaveToFileLogic::save(const QSharedPointer<AbstractDocument>& document, con
     const auto receipt = document.dynamicCast<Document>();
     if (!receipt)
         throw BasicException(tr::Tr(u"hostDocumentMissing"_s, u"Чек не сохранён: нет документа"_s));
-    const QString path = fileName.isEmpty() ? openReceipt() : storage::dataFile(fileName);
-    storage::replaceFile(path, documentcodec::written(*receipt));
+    const QByteArray bytes = documentcodec::written(*receipt);
+    if (!fileName.isEmpty()) {
+        storage::replaceFile(storage::dataFile(fileName), bytes);
+        return;
+    }
+    const auto store = storage::store();
+    if (storage::openReceiptIn(*store) == bytes) {
+        store->requireInPlace(); // as a write would
+        return;
+    }
+    QSqlQuery write = store->prepared(u"INSERT OR REPLACE INTO open_receipt (slot, content) VALUES (1, ?)"_s);
+    store->change(write, {bytes});
 }
 
 QSharedPointer<Document> SaveToFileLogic::loadOpenReceipt()
 {
-    const QString path = openReceipt();
-    const auto bytes = storage::readFile(path);
-    return bytes ? documentcodec::readDocument(*bytes, path) : nullptr;
+    const auto store = storage::store();
+    const QByteArray bytes = storage::openReceiptIn(*store);
+    return bytes.isEmpty() ? nullptr
+                           : documentcodec::readDocument(bytes, store->path() + u": open_receipt"_s);
 }
 
-void SaveToFileLogic::removeOpenReceipt() { storage::removeFile(openReceipt()); }
+void SaveToFileLogic::removeOpenReceipt()
+{
+    const auto store = storage::store();
+    QSqlQuery remove = store->prepared(u"DELETE FROM open_receipt"_s);
+    store->change(remove, {});
+}

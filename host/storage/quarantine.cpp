@@ -82,6 +82,13 @@ QString quarantineLogOf(const QString& database)
     return to;
 }
 
+QString quarantineContent(const QString& path, const QByteArray& content)
+{
+    QString to = freeName(path);
+    replaceFile(to, content);
+    return to;
+}
+
 QStringList finishQuarantine(const QString& path)
 {
     QStringList result;

@@ -2,6 +2,7 @@
 
 #include "host/utils/export.h"
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -16,6 +17,10 @@ HOST_EXPORT QString quarantine(const QString& path);
 /// Copies a database's log, durably, to the name that it would have beside the file set aside; returns the
 /// new path.
 HOST_EXPORT QString quarantineLogOf(const QString& database);
+
+/// Keeps content that is damaged, durably, in a file of the name that one at `path` would have once it is set
+/// aside; returns the new path.
+HOST_EXPORT QString quarantineContent(const QString& path, const QByteArray& content);
 
 /// Sets aside companions whose file is gone, as a kill in the middle of setting aside leaves them. Returns
 /// where they now lie.

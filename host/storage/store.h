@@ -8,10 +8,11 @@
 
 namespace storage {
 
-/// This thread's connection to the data directory's `till.sqlite`: receipts, outgoing queue and journal. It
-/// is opened by the first user and closed with the last. After a failure that a new connection may not meet,
-/// the next call opens one. Throws BasicException when the file can't be used, also when it is not the one
-/// that this process has used before: whoever begins a new one loses what is in the other unnoticed.
+/// This thread's connection to the data directory's `till.sqlite`: receipts, the open one too, outgoing queue
+/// and journal. It is opened by the first user and closed with the last. After a failure that a new
+/// connection may not meet, the next call opens one. Throws BasicException when the file can't be used, also
+/// when it is not the one that this process has used before: whoever begins a new one loses what is in the
+/// other unnoticed.
 HOST_EXPORT std::shared_ptr<Database> store();
 
 /// Throws when the store that this process has used is not there any more, as store() does.

@@ -18,7 +18,9 @@ QStringList receiptTables()
             "content BLOB NOT NULL, sale TEXT NOT NULL)"_s,
             u"CREATE INDEX documents_sale ON documents (sale)"_s,
             u"CREATE TABLE card_records (document TEXT NOT NULL REFERENCES documents, kind INTEGER NOT NULL, "
-            "revision INTEGER NOT NULL, content BLOB NOT NULL, PRIMARY KEY (document, kind))"_s};
+            "revision INTEGER NOT NULL, content BLOB NOT NULL, PRIMARY KEY (document, kind))"_s,
+            u"CREATE TABLE open_receipt (slot INTEGER PRIMARY KEY CHECK (slot = 1), "
+            "content BLOB NOT NULL)"_s};
 }
 
 // A message is a head when nothing of its group is before it; only heads are sent. The heads and the tally,

@@ -10,8 +10,9 @@ class Database;
 
 /// Everything that this thread changes in the store between construction and commit() is one commit; without
 /// commit() nothing of it was done. Other threads and programs wait for it to write, so no exchange with the
-/// service belongs inside. Not to be nested. Database::atomically() inside it joins it. Once something inside
-/// has failed, further changes and commit() throw, even when the failure was caught.
+/// service belongs inside. One inside another is undone by itself, but kept only with the outer one.
+/// Database::atomically() inside it joins it. Once something inside has failed, further changes and commit()
+/// throw, even when the failure was caught.
 class HOST_EXPORT Transaction
 {
 public:
@@ -20,7 +21,7 @@ public:
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
 
-    /// Durable on return. When it throws, nothing was done.
+    /// Durable on return, or with the outer one. When it throws, nothing was done.
     void commit();
 
 private:

@@ -1,5 +1,6 @@
 #include "tests/support/rawdatabase.h"
 
+#include <QFile>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -55,6 +56,20 @@ void flipABit(const QString& file, const QString& table, const QString& column, 
     const qsizetype middle = content.size() / 2;
     content[middle] = static_cast<char>(content[middle] ^ 1);
     database.run(u"UPDATE %1 SET %2 = ? WHERE %3"_s.arg(table, column, condition), {content});
+}
+
+QByteArray openReceiptIn(const QString& directory)
+{
+    const QString file = directory + u"/till.sqlite"_s;
+    if (!QFile::exists(file)) // looking for one must not make it
+        return {};
+    return RawDatabase(file).run(u"SELECT content FROM open_receipt"_s).value(0).value(0).toByteArray();
+}
+
+void putOpenReceipt(const QString& directory, const QByteArray& content)
+{
+    RawDatabase(directory + u"/till.sqlite"_s)
+        .run(u"INSERT OR REPLACE INTO open_receipt (slot, content) VALUES (1, ?)"_s, {content});
 }
 
 } // namespace test_support

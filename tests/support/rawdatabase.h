@@ -26,4 +26,9 @@ private:
 /// Flips one bit of that content, of the one row that the condition finds, as a bad disk does.
 void flipABit(const QString& file, const QString& table, const QString& column, const QString& condition);
 
+/// The open receipt's sealed content in the store of that data directory; empty when there is none.
+QByteArray openReceiptIn(const QString& directory);
+/// Puts that in its place, whole or not.
+void putOpenReceipt(const QString& directory, const QByteArray& content);
+
 } // namespace test_support

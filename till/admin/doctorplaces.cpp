@@ -223,7 +223,8 @@ QList<Finding> examineContents(const QString& path)
         findings.append({u"contents"_s, State::Problem, administratorsText(failure), remedyOf(failure)});
     }
     try {
-        static_cast<void>(SaveToFileLogic::loadOpenReceipt());
+        if (keepsAnything(path))
+            static_cast<void>(SaveToFileLogic::loadOpenReceipt());
     } catch (const std::exception& failure) {
         findings.append({u"contents"_s, State::Problem, administratorsText(failure), remedyOf(failure)});
     }

@@ -131,7 +131,7 @@ QList<ReceiptReport> ReceiptReports::latest(int limit) const
         ReceiptReport unknown;
         unknown.identifier = u"open-receipt"_s;
         unknown.state = damagedState;
-        unknown.next = u"restart the till, which sets the file aside; see docs/operations.md"_s;
+        unknown.next = u"restart the till, which sets it aside; see docs/operations.md"_s;
         reports.append(unknown);
     }
     for (const QString& identifier : m_journal.receipts(limit))

@@ -2,6 +2,8 @@
 
 #include "host/core/session.h"
 #include "host/storage/documents.h"
+#include "host/utils/basicexception.h"
+#include "host/utils/logging.h"
 #include "till/checkout/failure.h"
 #include "till/checkout/receiptmarks.h"
 #include "till/checkout/receiptsums.h"
@@ -29,7 +31,7 @@ Checkout::Checkout(BasicLoyaltySystem& loyalty, const storage::FileLock& lock, T
     : m_loyalty(loyalty)
     , m_lock(lock)
     , m_turnover(turnover)
-    , m_guard([this] { return m_receipt; }, m_journal)
+    , m_guard([this] { return m_receipt; }, m_journal, m_step)
 {}
 
 Checkout::~Checkout() { letGo(); }
@@ -53,13 +55,26 @@ tr::Tr Checkout::whyNot(Action action) const
     return m_receipt ? filled(text, *m_receipt) : text;
 }
 
-void Checkout::attempt(Action action, Result& result, const std::function<void()>& operation) const
+void Checkout::requirePossible(Action action) const
+{
+    m_lock.requireInPlace();
+    if (const tr::Tr refusal = whyNot(action); !refusal.isEmpty())
+        fail(refusal);
+}
+
+void Checkout::attempt(Action action, Result& result, const std::function<void()>& operation)
 {
     carryOut(result, [&] {
-        m_lock.requireInPlace();
-        if (const tr::Tr refusal = whyNot(action); !refusal.isEmpty())
-            fail(refusal);
-        operation();
+        if (m_isAstray)
+            goBack();
+        requirePossible(action);
+        try {
+            m_step.run(operation);
+        } catch (...) {
+            m_isAstray = m_step.hasLost();
+            tryToGoBack();
+            throw;
+        }
     });
 }
 
@@ -94,20 +109,39 @@ bool Checkout::hasSpentPoints() const
 
 void Checkout::save() const { MockFactory<SaveToFileLogic>::create()->save(m_receipt, {}); }
 
-/// Makes it the current receipt, for the session and for the loyalty system, once it is on the disk.
 void Checkout::change(const QSharedPointer<Document>& receipt)
 {
     MockFactory<SaveToFileLogic>::create()->save(receipt, {});
+    adopt(receipt);
+}
+
+/// Makes it the current receipt, for the session and for the loyalty system.
+void Checkout::adopt(const QSharedPointer<Document>& receipt)
+{
     m_receipt = receipt;
     hostObject<Session>().setDocument(receipt);
     m_loyalty.setDocument(receipt);
 }
 
-void Checkout::letGo()
+/// What could not be kept was not done: goes on with the receipt as it lies on the disk, as a restart does.
+void Checkout::goBack()
 {
-    m_loyalty.setDocument(nullptr);
-    hostObject<Session>().setDocument(nullptr);
-    m_receipt.reset();
+    adopt(SaveToFileLogic::loadOpenReceipt());
+    if (m_receipt)
+        m_loyalty.restoreLoyaltySystem();
+    m_isAstray = false;
 }
+
+void Checkout::tryToGoBack()
+{
+    try {
+        if (m_isAstray)
+            goBack();
+    } catch (const BasicException& failure) { // no operation begins before it is done
+        utils::logger(u"till"_s)->error(u"The receipt cannot be read back: "_s + failure.tr().ru());
+    }
+}
+
+void Checkout::letGo() { adopt(nullptr); }
 
 } // namespace till

@@ -8,6 +8,7 @@
 #include "till/checkout/requestguard.h"
 #include "till/checkout/results.h"
 #include "till/checkout/state.h"
+#include "till/checkout/storestep.h"
 
 #include <QStringList>
 
@@ -86,14 +87,23 @@ public:
     using Pause = RequestGuard::Pause;
     [[nodiscard]] Pause pauseGuard() { return Pause(m_guard); }
 
+    /// While one lives, the cashier is asked something in the middle of an operation: what it has changed so
+    /// far is on the disk, and nobody has to wait for the store. Throws BasicException when it is not.
+    using Break = StoreStep::Break;
+    [[nodiscard]] Break breakStep() { return Break(m_step); }
+
 private:
     [[nodiscard]] tr::Tr whyNot(Action action) const;
-    void attempt(Action action, Result& result, const std::function<void()>& operation) const;
+    void requirePossible(Action action) const;
+    void attempt(Action action, Result& result, const std::function<void()>& operation);
     void requireDone(bool done) const;
     void requireCard() const;
 
     void open(const QSharedPointer<Document>& receipt);
     void change(const QSharedPointer<Document>& receipt);
+    void adopt(const QSharedPointer<Document>& receipt);
+    void goBack();
+    void tryToGoBack();
     void save() const;
     void identify(const QString& number);
 
@@ -104,13 +114,12 @@ private:
     bool makeDiscount(double points);
     void applyImpacts() const;
 
-    /// Saves the receipt at that state; when that can't be done it stays at the one it has.
+    /// Saves the receipt at that state.
     void mark(State state) const;
     void earn(Payment& payment);
     /// Ends the receipt's transaction, stores it as closed and raises the event: all or nothing.
     void close();
     void abandon();
-    void leave();
     void letGo();
     [[nodiscard]] tr::Tr foundOpen() const;
 
@@ -120,6 +129,8 @@ private:
     ReceiptJournal m_journal;
     storage::StoreUser<MessageQueue> m_queue;
     QSharedPointer<Document> m_receipt;
+    bool m_isAstray = false; ///< it tells of what could not be kept
+    StoreStep m_step;
     RequestGuard m_guard;
 };
 

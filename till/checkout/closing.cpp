@@ -3,7 +3,6 @@
 #include "host/core/activitynotifier.h"
 #include "host/storage/documents.h"
 #include "host/utils/basicexception.h"
-#include "host/utils/logging.h"
 #include "host/utils/money.h"
 #include "till/checkout/amounts.h"
 #include "till/checkout/receiptmarks.h"
@@ -17,29 +16,26 @@ namespace till {
 
 void Checkout::mark(State state) const
 {
-    const auto before = markedState(*m_receipt);
     setMarkedState(*m_receipt, state);
-    try {
-        save();
-    } catch (...) {
-        setMarkedState(*m_receipt, before);
-        throw;
-    }
+    save();
 }
 
 Payment Checkout::pay()
 {
     Payment payment;
+    const auto receipt = m_receipt;
     attempt(Action::Pay, payment, [&] {
-        const auto receipt = m_receipt;
         if (!markedState(*receipt))
             requireAmounts(*receipt); // once it is being paid there is no way back
         const bool earns = card() && receipt->getDocumentType() == SaleReceipt;
         if (earns && state() != State::Settled)
             earn(payment);
         close();
-        payment.receipt = receipt;
     });
+    if (payment.ok) {
+        payment.receipt = receipt;
+        m_turnover.closed.append(receipt->getIdentifier());
+    }
     return payment;
 }
 
@@ -60,10 +56,9 @@ void Checkout::earn(Payment& payment)
 }
 
 // The queue's messages, the sale's record that a return changes, the receipt itself and its journal: all are
-// kept or none is. A receipt found both open and stored is therefore closed in every respect.
+// kept or none is. What came before stays known when it is none.
 void Checkout::close()
 {
-    const QString identifier = m_receipt->getIdentifier();
     bool committed = false;
     try {
         storage::Transaction transaction;
@@ -71,7 +66,8 @@ void Checkout::close()
         if (committed) {
             hostObject<DocumentsDao>().store(m_receipt);
             hostObject<ActivityNotifier>().notify(Event(EActivityListener::ReceiptClosed));
-            storage::Journal().add(ReceiptJournal::entry(identifier, u"closed"_s));
+            storage::Journal().add(ReceiptJournal::entry(m_receipt->getIdentifier(), u"closed"_s));
+            SaveToFileLogic::removeOpenReceipt();
             transaction.commit();
         }
     } catch (...) {
@@ -79,8 +75,7 @@ void Checkout::close()
         throw;
     }
     requireDone(committed);
-    m_turnover.closed.append(identifier);
-    leave();
+    letGo();
 }
 
 Result Checkout::rollBack()
@@ -98,20 +93,8 @@ void Checkout::abandon()
     const bool isKnown = card() && !card()->getOperationId().isEmpty();
     requireDone(isKnown ? m_loyalty.rollback(m_receipt) : m_loyalty.cancel());
     m_journal.note(m_receipt->getIdentifier(), u"abandoned"_s);
-    leave();
-}
-
-// What could not be removed is found by the next start, which knows that it came to its end; until then the
-// next receipt takes its place. Whoever has paid is not to be told that it failed.
-void Checkout::leave()
-{
+    SaveToFileLogic::removeOpenReceipt();
     letGo();
-    try {
-        SaveToFileLogic::removeOpenReceipt();
-    } catch (const BasicException& failure) {
-        utils::logger(u"till"_s)->warn(u"The receipt is finished, but its file stays: "_s +
-                                       failure.tr().ru());
-    }
 }
 
 } // namespace till

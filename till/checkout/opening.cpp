@@ -101,7 +101,6 @@ void takeAllButPositionsOver(const Document& before, Document& receipt)
 void Checkout::open(const QSharedPointer<Document>& receipt)
 {
     change(receipt);
-    ++m_turnover.opened;
     m_journal.note(receipt->getIdentifier(), u"opened"_s);
 }
 
@@ -112,6 +111,7 @@ Result Checkout::openSale(const QString& identifier, const QList<Line>& lines)
         requireNew(identifier);
         open(saleWith(identifier, lines));
     });
+    m_turnover.opened += result.ok ? 1 : 0;
     return result;
 }
 
@@ -119,13 +119,17 @@ Result Checkout::openReturn(const QString& identifier, const QString& sale, cons
 {
     Result result;
     attempt(Action::OpenReturn, result, [&] { open(draftReturn(identifier, sale, lines)); });
+    m_turnover.opened += result.ok ? 1 : 0;
     return result;
 }
 
 Draft Checkout::returnOf(const QString& identifier, const QString& sale, const QList<ReturnLine>& lines) const
 {
     Draft draft;
-    attempt(Action::OpenReturn, draft, [&] { draft.receipt = draftReturn(identifier, sale, lines); });
+    carryOut(draft, [&] {
+        requirePossible(Action::OpenReturn);
+        draft.receipt = draftReturn(identifier, sale, lines);
+    });
     return draft;
 }
 

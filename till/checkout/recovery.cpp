@@ -1,6 +1,5 @@
 #include "till/checkout/checkout.h"
 
-#include "host/core/session.h"
 #include "host/storage/documents.h"
 #include "host/utils/tr.h"
 #include "till/checkout/receiptmarks.h"
@@ -11,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
-// Each way out of a receipt ends with the removal of its file, so whatever was interrupted is found here.
+// Each way out of a receipt ends with its removal, so whatever was interrupted is found here.
 tr::Tr Checkout::recover()
 {
     const auto receipt = SaveToFileLogic::loadOpenReceipt();
@@ -24,9 +23,7 @@ tr::Tr Checkout::recover()
         SaveToFileLogic::removeOpenReceipt();
         return tr::Tr(u"tillFoundPaid"_s, u"Чек %1 был оплачен: закрытие завершено"_s).arg(name);
     }
-    m_receipt = receipt;
-    hostObject<Session>().setDocument(receipt);
-    m_loyalty.setDocument(receipt);
+    adopt(receipt);
     m_loyalty.restoreLoyaltySystem();
     if (state() == State::Abandoned) {
         // A cashier waits for the start; what fails for it goes through the queue.

@@ -9,9 +9,11 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
-RequestGuard::RequestGuard(std::function<QSharedPointer<Document>()> receipt, ReceiptJournal& journal)
+RequestGuard::RequestGuard(std::function<QSharedPointer<Document>()> receipt, ReceiptJournal& journal,
+                           StoreStep& step)
     : m_receipt(std::move(receipt))
     , m_journal(journal)
+    , m_step(step)
     , m_registration(RestClient::guard({
           .departing = [this](const QString& method, const QUrl& url) { departing(method, url); },
           .answered = [this](const RestExchange& exchange) { answered(exchange); },
@@ -36,19 +38,20 @@ QSharedPointer<Document> RequestGuard::guarded(const QString& method) const
 void RequestGuard::departing(const QString& method, const QUrl& url)
 {
     const auto receipt = guarded(method);
-    if (!receipt)
-        return;
-    const bool isNewDoubt = movesPoints(url) && !m_askedAgain;
+    const bool isNewDoubt = receipt && movesPoints(url) && !m_askedAgain;
     if (isNewDoubt)
         mark(*receipt);
     try {
-        MockFactory<SaveToFileLogic>::create()->save(receipt, {});
+        if (receipt) {
+            MockFactory<SaveToFileLogic>::create()->save(receipt, {});
+            m_journal.note(receipt->getIdentifier(), u"request"_s, url.fileName());
+        }
+        m_step.settle();
     } catch (...) {
         if (isNewDoubt)
             setUnknownSpending(*receipt, std::nullopt); // it does not leave
         throw;
     }
-    m_journal.note(receipt->getIdentifier(), u"request"_s, url.fileName());
 }
 
 void RequestGuard::mark(Document& receipt) const
@@ -59,6 +62,7 @@ void RequestGuard::mark(Document& receipt) const
 
 void RequestGuard::answered(const RestExchange& exchange)
 {
+    m_step.resume();
     const auto receipt = guarded(exchange.method);
     if (!receipt)
         return;

@@ -2,6 +2,7 @@
 
 #include "host/core/document.h"
 #include "till/checkout/receiptjournal.h"
+#include "till/checkout/storestep.h"
 #include "till/checkout/unknownspending.h"
 
 #include <QSharedPointer>
@@ -13,12 +14,13 @@ namespace till {
 
 /// Has the current receipt on disk before anything that is sent for it leaves: the service must never know an
 /// operation by a number that a till which dies now would forget. A request that spends points leaves only
-/// after the receipt says that its outcome is unknown. Looks after the thread that makes it.
+/// after the receipt says that its outcome is unknown. While any request is under way the store is free.
+/// Looks after the thread that makes it.
 class RequestGuard
 {
 public:
-    /// `receipt` gives the current one, or null. The journal stays the caller's.
-    RequestGuard(std::function<QSharedPointer<Document>()> receipt, ReceiptJournal& journal);
+    /// `receipt` gives the current one, or null. Journal and step stay the caller's.
+    RequestGuard(std::function<QSharedPointer<Document>()> receipt, ReceiptJournal& journal, StoreStep& step);
     ~RequestGuard() = default;
     RequestGuard(const RequestGuard&) = delete;
     RequestGuard& operator=(const RequestGuard&) = delete;
@@ -54,6 +56,7 @@ private:
 
     std::function<QSharedPointer<Document>()> m_receipt;
     ReceiptJournal& m_journal;
+    StoreStep& m_step;
     int m_pauses = 0;
     double m_points = 0;
     double m_wanted = 0;

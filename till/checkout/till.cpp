@@ -43,6 +43,31 @@ std::unique_ptr<storage::FileLock> lockDirectory()
     }
 }
 
+/// Asks the cashier, for whom nobody else is to wait.
+class Questions : public DialogFrontend
+{
+public:
+    Questions(DialogFrontend& cashier, const std::unique_ptr<Checkout>& checkout)
+        : m_cashier(cashier)
+        , m_checkout(checkout)
+    {}
+
+    int chooseFromList(const ChoiceRequest& request) override
+    {
+        const auto pause = m_checkout->breakStep();
+        return m_cashier.chooseFromList(request);
+    }
+    core::BasicDialog::Result inputText(const TextInputRequest& request) override
+    {
+        const auto pause = m_checkout->breakStep();
+        return m_cashier.inputText(request);
+    }
+
+private:
+    DialogFrontend& m_cashier;
+    const std::unique_ptr<Checkout>& m_checkout; ///< there whenever a loyalty system is asked for something
+};
+
 } // namespace
 
 Till::Till(const Parts& parts, const Config& config, DialogFrontend& cashier)
@@ -55,7 +80,8 @@ Till::Till(const Parts& parts, const Config& config, DialogFrontend& cashier)
     settings = config;
     if (!namesService(settings))
         startService(settings);
-    m_dialogs = Dialog::registerFrontend(cashier);
+    m_questions = std::make_unique<Questions>(cashier, m_checkout);
+    m_dialogs = Dialog::registerFrontend(*m_questions);
     try {
         startUp();
     } catch (...) {

@@ -80,6 +80,7 @@ private:
     Parts m_parts;
     QTemporaryDir m_ownDirectory; ///< unused when the parts name a data directory
     std::unique_ptr<storage::FileLock> m_lock;
+    std::unique_ptr<DialogFrontend> m_questions; ///< the cashier's, asked in a break of the step
     utils::Registration m_dialogs;
     StandSetup m_standSetup;               ///< without a program when the configuration names a service
     std::unique_ptr<StandProcess> m_stand; ///< null when there is none, or it is stopped

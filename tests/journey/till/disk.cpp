@@ -83,8 +83,6 @@ void Place::startReadOnly(QProcess& till, const QStringList& command) const
     startMounted(till, u"mount --bind \"$1\" \"$1\" && mount -o remount,ro,bind \"$1\""_s, command);
 }
 
-bool Place::hasOpenReceipt() const { return QFile::exists(folder() + u"/open-receipt"_s); }
-
 QVariantMap Place::page(const QString& name) const
 {
     RestClient client;

@@ -25,8 +25,6 @@ public:
     [[nodiscard]] QString smallDisk(const QProcess& shell) const;
     void startReadOnly(QProcess& till, const QStringList& command) const;
 
-    [[nodiscard]] bool hasOpenReceipt() const;
-
     /// What the books say but for the openings, "spending 100", and of receipts without a card, "POST R-2".
     [[nodiscard]] QStringList operations() const;
     [[nodiscard]] qint64 lastExchange() const;

@@ -84,10 +84,10 @@ TEST(TillEnvironment, ADataDirectoryIsNamedByVariableOrFile)
     const Files files;
     const QString config = files.write(u"till.toml"_s, "[Till]\ndataDirectory = \"of-the-file\"\n");
     EXPECT_EQ(runWith({}, {u"shell"_s, u"--config"_s, config}, askForACard).status, 0);
-    EXPECT_TRUE(QFile::exists(files.path(u"of-the-file/open-receipt"_s)));
+    EXPECT_TRUE(QFile::exists(files.path(u"of-the-file/till.sqlite"_s)));
     const QString variable = u"KYR_DATA_DIR="_s + files.path(u"of-the-variable"_s);
     EXPECT_EQ(runWith({variable}, {u"shell"_s, u"--config"_s, config}, askForACard).status, 0);
-    EXPECT_TRUE(QFile::exists(files.path(u"of-the-variable/open-receipt"_s)));
+    EXPECT_TRUE(QFile::exists(files.path(u"of-the-variable/till.sqlite"_s)));
 }
 
 TEST(TillEnvironment, ALogFileIsItsOwnersAloneAndGrows)

@@ -4,8 +4,7 @@
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "tests/journey/till/tillprocess.h"
-
-#include <QFile>
+#include "tests/support/rawdatabase.h"
 
 #include <gmock/gmock.h>
 
@@ -17,17 +16,12 @@ class KeptTill
 public:
     [[nodiscard]] QString directory() const { return m_files.path(QStringLiteral("data")); }
     [[nodiscard]] QStringList arguments() const { return {QStringLiteral("--data-dir"), directory()}; }
-    [[nodiscard]] QString openReceipt() const { return m_files.path(QStringLiteral("data/open-receipt")); }
-    [[nodiscard]] QByteArray openReceiptContent() const
-    {
-        QFile file(openReceipt());
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    /// Sealed, as it lies in the store.
+    [[nodiscard]] QByteArray openReceipt() const { return test_support::openReceiptIn(directory()); }
+    [[nodiscard]] bool hasOpenReceipt() const { return !openReceipt().isEmpty(); }
     void putOpenReceiptBack(const QByteArray& content) const
     {
-        QFile file(openReceipt());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        ASSERT_EQ(file.write(content), content.size());
+        test_support::putOpenReceipt(directory(), content);
     }
     void startShell(QProcess& shell) const
     {

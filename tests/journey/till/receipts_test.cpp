@@ -159,7 +159,7 @@ TEST_F(TillReceipts, ListsADamagedOneInALineAndTheOthersAsEver)
 TEST_F(TillReceipts, ListsTheOthersWhenTheOpenReceiptIsDamaged)
 {
     play(begun + pay());
-    static_cast<void>(files.write(u"data/open-receipt"_s, "no receipt"));
+    test_support::putOpenReceipt(directory, "no receipt");
     const QJsonArray list =
         QJsonDocument::fromJson(receipts({u"list"_s, u"--json"_s}).out)[u"receipts"_s].toArray();
     ASSERT_EQ(list.size(), 2);

@@ -1,11 +1,11 @@
 #include "tests/journey/window/cashier.h"
 
 #include "tests/stand/standprocess.h"
+#include "tests/support/rawdatabase.h"
 #include "till/window/losses.h"
 #include "till/window/style.h"
 
 #include <QDir>
-#include <QFile>
 #include <QLabel>
 #include <QProcess>
 #include <QScreen>
@@ -151,12 +151,13 @@ TEST(WindowProgram, WithAServiceKeepsItsDataWhereTheToolsLook)
     program.setProcessEnvironment(environment);
     program.start(QStringLiteral(TILL_PROGRAM),
                   {u"window"_s, u"--demo"_s, u"--server-url"_s, serviceOf(stand)});
-    const QString receipt = home.filePath(u"kyr-loyalty/open-receipt"_s);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return QFile::exists(receipt); }, patienceMs))
-        << program.readAllStandardError().toStdString();
+    const auto isOpen = [&home] {
+        return !test_support::openReceiptIn(home.filePath(u"kyr-loyalty"_s)).isEmpty();
+    };
+    EXPECT_TRUE(QTest::qWaitFor(isOpen, patienceMs)) << program.readAllStandardError().toStdString();
     program.terminate();
     ASSERT_TRUE(program.waitForFinished(patienceMs));
-    EXPECT_TRUE(QFile::exists(receipt));
+    EXPECT_TRUE(isOpen());
 }
 
 } // namespace windowtest

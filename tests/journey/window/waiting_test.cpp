@@ -1,9 +1,9 @@
 #include "tests/journey/window/cashier.h"
 
 #include "tests/support/httpserver.h"
+#include "tests/support/rawdatabase.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QProcess>
 #include <QTest>
 #include <QWindow>
@@ -125,7 +125,7 @@ TEST(WindowRestart, AfterAKillTheReceiptIsOnTheScreenAndALineSaysSo)
     QProcess program;
     program.start(QStringLiteral(TILL_PROGRAM),
                   {u"window"_s, u"--demo"_s, u"--data-dir"_s, kept.path()}); // offscreen, as this program is
-    ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(kept.filePath(u"open-receipt"_s)); }, 20'000))
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !test_support::openReceiptIn(kept.path()).isEmpty(); }, 20'000))
         << program.readAllStandardError().toStdString();
     program.kill();
     ASSERT_TRUE(program.waitForFinished());

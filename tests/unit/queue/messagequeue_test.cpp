@@ -1,4 +1,5 @@
 #include "host/queue/messagequeue.h"
+#include "host/queue/queuewakeup.h"
 #include "host/storage/storedform.h"
 #include "tests/unit/storage/scene.h"
 
@@ -38,6 +39,25 @@ protected:
     MessageQueue queue;
     const test_support::RawDatabase raw{path(u"till.sqlite"_s)};
 };
+
+TEST_F(Queue, WakesTheDeliveryOnceThereIsSomethingForIt)
+{
+    namespace wakeup = network::queuewakeup;
+    const auto before = wakeup::count();
+    {
+        const storage::Transaction undone;
+        add();
+    }
+    {
+        storage::Transaction transaction;
+        add();
+        EXPECT_EQ(wakeup::count(), before) << "nobody else sees the message yet";
+        transaction.commit();
+    }
+    EXPECT_EQ(wakeup::count(), before + 1);
+    add();
+    EXPECT_EQ(wakeup::count(), before + 2);
+}
 
 TEST_F(Queue, BringsAMessageBackAsItCame)
 {

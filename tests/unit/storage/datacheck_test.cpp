@@ -180,23 +180,29 @@ TEST_F(DataCheck, PutsALogToItsFileWhenSettingAsideWasInterrupted)
     EXPECT_EQ(old->rows(count).value(0).value(0), 20) << "the log was folded into its own file";
 }
 
-TEST_F(DataCheck, SetsADamagedOpenReceiptAside)
+TEST_F(DataCheck, SetsADamagedOpenReceiptAsideAndKeepsTheRest)
 {
+    fillStore();
     MockFactory<SaveToFileLogic>::create()->save(richSale(u"R-1"_s), {});
-    const QByteArray cut = bytes(u"open-receipt"_s).chopped(1);
-    overwrite(u"open-receipt"_s, cut);
+    flipABit(u"open_receipt"_s, u"content"_s, u"slot = 1"_s);
+    const QByteArray damaged = test_support::openReceiptIn(path());
     const QList<DataFinding> found = findings();
     ASSERT_EQ(found.size(), 1);
-    EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), cut);
+    EXPECT_EQ(found[0].kind, DataFinding::Kind::Receipt);
+    EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), damaged);
+    EXPECT_EQ(mode(found[0].now), 0600U);
+    EXPECT_TRUE(found[0].text.ru().contains(QFileInfo(found[0].now).fileName()));
     EXPECT_EQ(SaveToFileLogic::loadOpenReceipt(), nullptr);
     EXPECT_THAT(storage::quarantinedFiles(), ElementsAre(found[0].now));
+    EXPECT_EQ(MessageQueue().waitingCount(), 20);
+    EXPECT_THAT(findings(), IsEmpty()) << "once";
 }
 
 TEST_F(DataCheck, NeverGivesTwoFilesSetAsideTheSameName)
 {
+    (void)findings();
     for (int i = 0; i < 3; ++i) {
-        (void)storage::dataFile(u"x"_s);
-        overwrite(u"open-receipt"_s, QByteArray::number(i));
+        test_support::putOpenReceipt(path(), QByteArray::number(i));
         ASSERT_EQ(findings().size(), 1);
     }
     EXPECT_EQ(storage::quarantinedFiles().size(), 3);
@@ -213,9 +219,9 @@ TEST_F(DataCheck, LeavesAStoreOfALaterVersionByteForByteAsItWas)
 
 TEST_F(DataCheck, LeavesEverythingAsItWasWhenTheOpenReceiptIsOfALaterVersion)
 {
-    (void)storage::dataFile(u"x"_s);
-    overwrite(u"open-receipt"_s, storage::sealed({0x4B595264, 2}, "what only the later version knows"));
-    overwrite(u"till.sqlite"_s, "damaged as far as this version knows");
+    fillStore();
+    test_support::putOpenReceipt(path(),
+                                 storage::sealed({0x4B595264, 2}, "what only the later version knows"));
     const Files before = files();
     EXPECT_EQ(failure([] { findings(); }), u"hostStorageNewer"_s);
     EXPECT_EQ(files(), before);

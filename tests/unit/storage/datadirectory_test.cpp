@@ -176,8 +176,8 @@ protected:
     void expectRefused(const std::function<void(const QByteArray& name)>& put)
     {
         int number = 0;
-        for (const QString& name : {u"open-receipt"_s, u"till.sqlite"_s, u"till.sqlite-wal"_s,
-                                    u"till.sqlite-shm"_s, u"till.sqlite-journal"_s, u"queue.lock"_s}) {
+        for (const QString& name : {u"till.sqlite"_s, u"till.sqlite-wal"_s, u"till.sqlite-shm"_s,
+                                    u"till.sqlite-journal"_s, u"queue.lock"_s}) {
             SCOPED_TRACE(name.toStdString());
             const QString directory = path(QString::number(++number));
             storage::setDataDirectory(directory);

@@ -120,7 +120,7 @@ TEST_F(Store, KeepsNothingOfATransactionInWhichSomethingFailedThoughItWasCaught)
         other->setFlag(1000);
         EXPECT_EQ(failure([&] { dao.store(other); }), u"hostDocumentStored"_s);
         EXPECT_EQ(failure([&] { enqueue(); }), u"hostTransactionSpoilt"_s) << "it would be kept alone";
-        EXPECT_EQ(failure([&] { transaction.commit(); }), u"hostTransactionSpoilt"_s);
+        EXPECT_EQ(failure([&] { transaction.commit(); }), u"hostDocumentStored"_s) << "what it was";
     }
     EXPECT_EQ(found(), nothing);
     closeReceipt();
@@ -161,12 +161,60 @@ TEST_F(Store, KeepsNothingOfATransactionWhoseFileWasTakenAway)
     EXPECT_EQ(failure([this] { enqueue(); }), u"hostStorageGone"_s);
 }
 
-TEST_F(Store, RefusesATransactionInsideAnother)
+TEST_F(Store, UndoesATransactionInsideAnotherByItself)
 {
     Transaction outer;
     enqueue();
-    EXPECT_EQ(failure([] { const Transaction inner; }), u"hostTransactionNested"_s);
+    {
+        const Transaction undone;
+        enqueue();
+        const auto other = richSale(u"R-1"_s);
+        dao.store(other);
+        other->setFlag(1000);
+        EXPECT_EQ(failure([&] { dao.store(other); }), u"hostDocumentStored"_s) << "it was spoilt, too";
+    }
+    enqueue();
     outer.commit();
+    EXPECT_EQ(found(), (Found{false, 2, {}}));
+}
+
+TEST_F(Store, KeepsATransactionInsideAnotherOnlyWithIt)
+{
+    {
+        const Transaction undone;
+        Transaction inner;
+        closeReceipt();
+        inner.commit();
+    }
+    EXPECT_EQ(found(), nothing);
+    Transaction outer;
+    {
+        Transaction inner;
+        closeReceipt();
+        inner.commit();
+        EXPECT_EQ(found(), nothing) << "not yet";
+    }
+    outer.commit();
+    EXPECT_EQ(found(), everything);
+}
+
+TEST_F(Store, KeepsNothingOfATransactionThatTheDiskHadNoRoomForInsideAnother)
+{
+    enqueue();
+    {
+        Transaction outer;
+        enqueue();
+        {
+            const Transaction inner;
+            const test_support::FullDisk full(bytes(u"till.sqlite-wal"_s).size() + 100);
+            EXPECT_EQ(failure([this] {
+                          for (int i = 0; i < 3000; ++i) // until SQLite's memory is full
+                              broker.enqueue(u"q"_s, {{u"body"_s, QByteArray(4000, 'x')}}, {});
+                      }),
+                      u"hostStorageFull"_s);
+        }
+        EXPECT_NE(failure([&] { outer.commit(); }), QString()) << "SQLite has undone all of it";
+    }
     EXPECT_EQ(found().waiting, 1);
 }
 

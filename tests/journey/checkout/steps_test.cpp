@@ -1,0 +1,313 @@
+#include "host/network/restclient.h"
+#include "host/queue/messagequeue.h"
+#include "host/storage/documents.h"
+#include "host/storage/journal.h"
+#include "host/utils/basicexception.h"
+#include "tests/support/stillclock.h"
+#include "till/checkout/till.h"
+#include "till/setup/settings.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <optional>
+#include <sys/syscall.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+std::atomic<int> syncs = 0;
+
+} // namespace
+
+// The program's own take the place of the C library's for every library of the process, SQLite too.
+extern "C" {
+__attribute__((visibility("default"))) int fsync(int file)
+{
+    ++syncs;
+    return static_cast<int>(syscall(SYS_fsync, file));
+}
+__attribute__((visibility("default"))) int fdatasync(int file)
+{
+    ++syncs;
+    return static_cast<int>(syscall(SYS_fdatasync, file));
+}
+}
+
+namespace checkouttest {
+
+namespace {
+
+/// Whether somebody else's message gets into the store at once, while this thread stands still.
+bool isStoreFree()
+{
+    bool done = false;
+    std::thread([&done] {
+        try {
+            MessageQueue().enqueue(u"other"_s, {}, {}, {});
+            done = true;
+        } catch (const BasicException&) {
+            done = false;
+        }
+    }).join();
+    return done;
+}
+
+/// Answers every question with a cancellation, after having tried the store.
+class Undecided : public DialogFrontend
+{
+public:
+    int chooseFromList(const ChoiceRequest& /*request*/) override
+    {
+        wasFree = isStoreFree();
+        return -1;
+    }
+    core::BasicDialog::Result inputText(const TextInputRequest& /*request*/) override
+    {
+        wasFree = isStoreFree();
+        return core::BasicDialog::Result::cancelled();
+    }
+    std::optional<bool> wasFree;
+};
+
+Config settings(bool asksForCode)
+{
+    Config config = till::loadSettings({});
+    config.set(u"KYRLoyalty:smsVerification"_s, asksForCode);
+    return config;
+}
+
+} // namespace
+
+/// A till with its own stand.
+class Steps : public testing::Test
+{
+protected:
+    explicit Steps(bool asksForCode = false)
+        : m_till({QStringLiteral(PLUGIN_FILE), QStringLiteral(STAND_PROGRAM), m_directory.path()},
+                 settings(asksForCode), m_cashier)
+    {}
+
+    till::Till& till() { return m_till; }
+    till::Checkout& checkout() { return m_till.checkout(); }
+    [[nodiscard]] const Undecided& cashier() const { return m_cashier; }
+    [[nodiscard]] QString store() const { return m_directory.filePath(u"till.sqlite"_s); }
+    static void expectDone(const till::Result& result)
+    {
+        ASSERT_TRUE(result.ok) << result.error.toStdString();
+    }
+    void open(const QString& identifier = u"R"_s)
+    {
+        expectDone(checkout().openSale(
+            identifier, {{.articul = u"1"_s, .name = u"Чай"_s, .price = 200, .quantity = 2, .discount = 0}}));
+    }
+    void openOnCard(const QString& identifier = u"R"_s)
+    {
+        open(identifier);
+        expectDone(checkout().identifyByCard(u"2000000000017"_s));
+    }
+    QStringList eventsOf(const QString& identifier)
+    {
+        QStringList events;
+        for (const auto& entry : storage::Journal().of(identifier))
+            events.append(entry.event);
+        return events;
+    }
+
+private:
+    QTemporaryDir m_directory;
+    Undecided m_cashier;
+    till::Till m_till;
+};
+
+class StepsWithACode : public Steps
+{
+protected:
+    StepsWithACode()
+        : Steps(true)
+    {}
+};
+
+TEST_F(Steps, CostASaleWithoutACardTwoSyncs)
+{
+    syncs = 0;
+    open();
+    expectDone(checkout().pay());
+    EXPECT_EQ(syncs, 2) << "it was opened, and closed with the message that reports it";
+    EXPECT_EQ(till().queue().waitingCount(), 1);
+}
+
+TEST_F(Steps, CostASaleWithACardSixSyncs)
+{
+    syncs = 0;
+    openOnCard();
+    expectDone(checkout().requestLimit());
+    expectDone(checkout().pay());
+    EXPECT_EQ(syncs, 6);
+}
+
+TEST_F(Steps, CostASaleWithACardAndPointsNineSyncs)
+{
+    syncs = 0;
+    openOnCard();
+    expectDone(checkout().requestLimit());
+    expectDone(checkout().spend(50));
+    expectDone(checkout().pay());
+    EXPECT_EQ(syncs, 9);
+}
+
+TEST_F(Steps, CostTenSyncsASaleOnAverageWithTheFoldingOfTheLogWhenItComesToThat)
+{
+    test_support::StillClock clock; // the service tells receipts apart by the second
+    constexpr int sales = 60;
+    constexpr int unfolded = 9;
+    syncs = 0;
+    for (int i = 0; i < sales; ++i) {
+        clock.move(std::chrono::minutes(1));
+        openOnCard(u"R-%1"_s.arg(i));
+        expectDone(checkout().requestLimit());
+        expectDone(checkout().spend(1));
+        expectDone(checkout().pay());
+    }
+    EXPECT_GT(syncs, sales * unfolded) << "it has come to that";
+    EXPECT_LE(syncs, sales * 10);
+}
+
+TEST_F(Steps, PutAMessageInTheQueueWithoutASyncOfItsOwn)
+{
+    openOnCard();
+    expectDone(checkout().requestLimit());
+    till().setServiceUp(false);
+    syncs = 0;
+    const till::Payment payment = checkout().pay();
+    expectDone(payment);
+    EXPECT_EQ(payment.earning, till::Payment::Earning::Queued);
+    EXPECT_EQ(syncs, 2) << "as many as with an answer: before the request, and after it";
+}
+
+TEST_F(Steps, WriteNothingThatDidNotChange)
+{
+    openOnCard();
+    expectDone(checkout().refreshCard());
+    syncs = 0;
+    expectDone(checkout().refreshCard());
+    EXPECT_EQ(syncs, 0);
+}
+
+TEST_F(Steps, HoldNobodyUpWhileARequestIsUnderWay)
+{
+    openOnCard();
+    QStringList asked;
+    const auto looking = RestClient::guard({.departing =
+                                                [&asked](const QString& method, const QUrl& url) {
+                                                    asked.append(method + u' ' + url.fileName());
+                                                    EXPECT_TRUE(isStoreFree()) << asked.last().toStdString();
+                                                },
+                                            .answered = {}});
+    expectDone(checkout().refreshCard());
+    expectDone(checkout().spend(50));
+    expectDone(checkout().pay());
+    EXPECT_THAT(asked, testing::IsSupersetOf(
+                           {u"POST pre-payment"_s, u"POST force-payment-c2b"_s, u"POST payment-b2c"_s}));
+}
+
+TEST_F(StepsWithACode, HoldNobodyUpWhileTheCashierIsAsked)
+{
+    openOnCard();
+    const till::Spending spending = checkout().spend(50);
+    EXPECT_FALSE(spending.ok);
+    EXPECT_EQ(cashier().wasFree, true);
+}
+
+/// Whatever is done with a receipt, until the store is taken away as the service's answer comes.
+class InterruptedSteps : public Steps
+{
+protected:
+    template <class Operation>
+    till::Result interrupted(const QString& path, Operation operation)
+    {
+        const auto taking =
+            RestClient::guard({.departing = {}, .answered = [&](const RestExchange& exchange) {
+                                   if (exchange.url.path().endsWith(path)) {
+                                       EXPECT_TRUE(QFile::rename(store(), aside()));
+                                   }
+                               }});
+        till::Result result = operation();
+        EXPECT_FALSE(result.ok);
+        EXPECT_TRUE(result.error.contains(u"удалены или подменены"_s)) << result.error.toStdString();
+        return result;
+    }
+    [[nodiscard]] QString aside() const { return store() + u".aside"_s; }
+    void bringBack() { ASSERT_TRUE(QFile::rename(aside(), store())); }
+};
+
+TEST_F(InterruptedSteps, ThatCouldNotBeKeptWereNotDoneAndTheSpendingIsUnknown)
+{
+    openOnCard();
+    interrupted(u"/force-payment-c2b"_s, [this] { return checkout().spend(50); });
+    EXPECT_FALSE(checkout().requestLimit().ok) << "the store is still away";
+    bringBack();
+    EXPECT_FALSE(checkout().pay().ok);
+    EXPECT_EQ(checkout().state(), till::State::SpendingUnknown);
+    expectDone(checkout().spend(50));
+    expectDone(checkout().pay());
+}
+
+TEST_F(InterruptedSteps, ThatCouldNotBeKeptLoseNoMessage)
+{
+    openOnCard();
+    till().setServiceUp(false);
+    interrupted(u"/payment-b2c"_s, [this] { return checkout().pay(); });
+    bringBack();
+    EXPECT_EQ(till().queue().waitingCount(), 0) << "it went with the step";
+    const till::Payment payment = checkout().pay();
+    expectDone(payment);
+    EXPECT_EQ(payment.earning, till::Payment::Earning::Queued) << "and was put there anew";
+    EXPECT_EQ(till().queue().waitingCount(), 1);
+}
+
+TEST_F(InterruptedSteps, OfARollbackLeaveItToBeFinished)
+{
+    openOnCard();
+    expectDone(checkout().spend(50));
+    interrupted(u"/cancel-payment"_s, [this] { return checkout().rollBack(); });
+    bringBack();
+    EXPECT_FALSE(checkout().pay().ok) << "what is canceled may not be paid";
+    EXPECT_EQ(checkout().state(), till::State::Abandoned);
+    expectDone(checkout().rollBack());
+    EXPECT_EQ(checkout().state(), till::State::Idle);
+}
+
+TEST_F(Steps, ThatCannotCloseTheReceiptKeepWhatItHasEarned)
+{
+    openOnCard();
+    const auto quicker = RestClient::guard(
+        {.departing =
+             [](const QString& /*method*/, const QUrl& /*url*/) {
+                 std::thread([] {
+                     DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, u"R"_s));
+                 }).join();
+             },
+         .answered = {}});
+    const till::Payment payment = checkout().pay();
+    EXPECT_EQ(payment.error, u"Чек R уже сохранён с другим содержимым"_s);
+    EXPECT_EQ(checkout().state(), till::State::Settled);
+    EXPECT_EQ(SaveToFileLogic::loadOpenReceipt()->getPluginData(u"Till"_s, u"stage"_s, {}), u"settled"_s);
+    EXPECT_THAT(eventsOf(u"R"_s), testing::ElementsAre(u"opened"_s, u"request"_s, u"answer"_s));
+}
+
+TEST_F(Steps, ThatFailedKeepWhatTheServiceAnswered)
+{
+    openOnCard();
+    till().setServiceUp(false);
+    EXPECT_FALSE(checkout().requestLimit().ok);
+    EXPECT_THAT(eventsOf(u"R"_s), testing::ElementsAre(u"opened"_s, u"request"_s, u"answer"_s));
+}
+
+} // namespace checkouttest
