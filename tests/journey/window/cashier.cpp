@@ -261,7 +261,7 @@ void Cashier::spoilTheNext(const QString& operation, const QByteArray& fault)
 namespace {
 
 /// As people read it: a place where a line may end is none of its letters.
-QString textOf(const QLabel& label) { return label.text().remove(QChar(0x200B)); }
+QString asRead(const QLabel& label) { return label.text().remove(QChar(0x200B)); }
 
 } // namespace
 
@@ -269,7 +269,7 @@ QString Cashier::notice() const
 {
     for (const QLabel* label : m_window->findChildren<QLabel*>()) {
         if (label->property("notice").isValid())
-            return textOf(*label);
+            return asRead(*label);
     }
     return {};
 }
@@ -278,7 +278,7 @@ QString Cashier::status() const
 {
     for (const QLabel* label : m_window->findChildren<QLabel*>()) {
         if (label->property("role") == u"status"_s)
-            return textOf(*label);
+            return asRead(*label);
     }
     return {};
 }
@@ -298,7 +298,7 @@ QString Cashier::screen() const
     QStringList texts;
     for (const QLabel* label : m_window->findChildren<QLabel*>()) {
         if (label->isVisible())
-            texts.append(textOf(*label));
+            texts.append(asRead(*label));
     }
     for (const QTableWidget* table : m_window->findChildren<QTableWidget*>()) {
         for (int row = 0; table->isVisible() && row < table->rowCount(); ++row) {

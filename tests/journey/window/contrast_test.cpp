@@ -1,4 +1,5 @@
 #include "tests/journey/window/cashier.h"
+#include "tests/journey/window/colours.h"
 
 #include <QAbstractButton>
 #include <QHash>
@@ -7,7 +8,6 @@
 #include <QLineEdit>
 
 #include <algorithm>
-#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -16,22 +16,6 @@ namespace windowtest {
 // What stylesheets promise is one thing, what is on the screen another: here the pixels are asked.
 
 namespace {
-
-double luminance(QRgb colour)
-{
-    const auto part = [](int value) {
-        const double share = value / 255.0;
-        return share <= 0.04045 ? share / 12.92 : std::pow((share + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * part(qRed(colour)) + 0.7152 * part(qGreen(colour)) + 0.0722 * part(qBlue(colour));
-}
-
-double contrast(QRgb one, QRgb other)
-{
-    const double a = luminance(one);
-    const double b = luminance(other);
-    return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
-}
 
 /// How much the strongest stroke of a picture stands out against what most of it is. Edges of letters are
 /// blends of both, so they say less.

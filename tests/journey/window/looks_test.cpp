@@ -1,4 +1,5 @@
 #include "tests/journey/window/cashier.h"
+#include "tests/journey/window/colours.h"
 
 #include "tests/support/httpserver.h"
 #include "till/window/dialogs/inputdialog.h"
@@ -15,8 +16,6 @@
 #include <QListWidget>
 #include <QScrollArea>
 
-#include <cmath>
-
 using namespace Qt::StringLiterals;
 using test_support::HttpAnswer;
 using test_support::HttpServer;
@@ -24,21 +23,6 @@ using test_support::HttpServer;
 namespace windowtest {
 
 namespace {
-
-double luminance(const QColor& colour)
-{
-    const auto part = [](double value) {
-        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * part(colour.redF()) + 0.7152 * part(colour.greenF()) + 0.0722 * part(colour.blueF());
-}
-
-double contrast(const QColor& one, const QColor& other)
-{
-    const double a = luminance(one);
-    const double b = luminance(other);
-    return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
-}
 
 /// What a label or button needs more than it has, in pixels; 0 or less: nothing is cut.
 int missing(const QWidget& widget)
