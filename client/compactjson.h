@@ -19,7 +19,8 @@ namespace json {
 /// doubles in the shortest form that reads back (5, not 5.0), null for what is no number.
 QByteArray compact(const QVariantMap& object);
 
-/// An object whose members are known beforehand: keys, in ascending order, and values.
+/// An object whose members are known beforehand: keys, in ascending order, and values. The keys are seen, not
+/// kept.
 using Object = std::vector<std::pair<QStringView, std::variant<int, double, QString>>>;
 
 /// A list of such objects.
