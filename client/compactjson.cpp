@@ -3,6 +3,7 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+#include <array>
 #include <charconv>
 #include <cmath>
 
@@ -32,8 +33,9 @@ void writeByQt(QByteArray& json, const QVariant& value)
 template <class Number>
 void writeDigits(QByteArray& json, Number number)
 {
-    char digits[32]; // no double takes more than 24, no qint64 more than 20
-    json.append(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr - digits);
+    std::array<char, 32> digits{}; // no double takes more than 24, no qint64 more than 20
+    char* const begin = digits.data();
+    json.append(begin, std::to_chars(begin, begin + digits.size(), number).ptr - begin);
 }
 
 void write(QByteArray& json, int number) { writeDigits(json, number); }
