@@ -11,7 +11,7 @@
 #include <vector>
 
 /// Compact JSON, the form of everything that goes to the service: byte for byte what QJsonDocument writes of
-/// the same values, but straight from them. The customer waits for a long receipt, and most of that went into
+/// the same values, but straight from them. The customer waits for a long receipt, and half of that went into
 /// QJsonDocument's copies.
 namespace json {
 
