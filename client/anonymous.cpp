@@ -6,20 +6,16 @@
 #include "host/storage/documents.h"
 #include "plugin/kyrloyaltyexception.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-
 #include <cmath>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-QVariantMap anonymousReceiptOf(const QVariantList& positions, double amount)
+QVariantMap anonymousReceiptOf(const std::vector<json::Object>& positions, double amount)
 {
     // Unlike a receipt with a card, a nested array.
-    return {{keys::receiptDetails, QJsonDocument(QJsonArray::fromVariantList(positions))},
-            {keys::receiptAmount, amount}};
+    return {{keys::receiptDetails, json::document(positions)}, {keys::receiptAmount, amount}};
 }
 
 QSharedPointer<AbstractDocument> saleOf(const AbstractDocument& document)
@@ -89,7 +85,7 @@ QVariantMap KyrLoyaltyInterface::makeAnonymousDocumentPartial() const
 {
     const auto document = receipt::current();
     const auto sale = loadedSaleOf(*document);
-    QVariantList positions;
+    std::vector<json::Object> positions;
     double amount = 0;
     const auto items = sale->getGoodsItems();
     for (const auto& sold : items) {
@@ -100,7 +96,7 @@ QVariantMap KyrLoyaltyInterface::makeAnonymousDocumentPartial() const
             continue;
         const double quantity = sold->getBquant() - (returned ? returned->getBquant() : 0);
         const double sum = sold->getSumb() - (returned ? returned->getSumb() : 0);
-        positions.append(receipt::position(*sold, quantity, sum));
+        positions.push_back(receipt::position(*sold, quantity, sum));
         amount += sold->getSumb(); // the whole position, though only the rest is listed: the service's way
     }
     return anonymousReceiptOf(positions, amount);

@@ -1,5 +1,5 @@
+#include "client/compactjson.h"
 #include "client/kyrloyaltyinterface.h"
-#include "client/receipt.h"
 #include "client/servicecontract.h"
 #include "client/texts.h"
 #include "host/network/restclient.h"
@@ -57,5 +57,5 @@ QList<QString> KyrLoyaltyInterface::getErrorMessages(const QList<QVariant>& erro
 
 QVariantMap KyrLoyaltyInterface::post(const QString& path, const QVariantMap& body) const
 {
-    return getServerResponse(path, receipt::compactJson(body), RestMethod::Post).value(keys::data).toMap();
+    return getServerResponse(path, json::compact(body), RestMethod::Post).value(keys::data).toMap();
 }

@@ -1,3 +1,4 @@
+#include "client/compactjson.h"
 #include "client/hostobjects.h"
 #include "client/kyrloyaltyinterface.h"
 #include "client/receipt.h"
@@ -31,7 +32,7 @@ void KyrLoyaltyInterface::setOperationId(const QSharedPointer<DocumentCardRecord
 {
     QJsonObject ids = operationIds(*record);
     ids.insert(kind, id);
-    record->setOperationId(QString::fromUtf8(QJsonDocument(ids).toJson(QJsonDocument::Compact)));
+    record->setOperationId(QString::fromUtf8(json::compact(ids.toVariantMap())));
 }
 
 void KyrLoyaltyInterface::sendMessageToQueue(const QSharedPointer<DocumentCardRecord>& record,
@@ -60,7 +61,7 @@ void KyrLoyaltyInterface::enqueue(const QString& method, const QString& path, co
     const QVariantMap message{
         {u"method"_s, method},
         {u"headers"_s, getHeadersMap()},
-        {u"body"_s, receipt::compactJson(body)},
+        {u"body"_s, json::compact(body)}, // the very bytes that will be sent
         {u"timeout"_s, timeout},
         {u"url"_s, QString(serverUrl + path)},
     };

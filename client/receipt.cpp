@@ -8,8 +8,6 @@
 #include "host/utils/currenttime.h"
 #include "plugin/kyrloyaltyexception.h"
 
-#include <QJsonDocument>
-
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -56,31 +54,26 @@ Listing listing(const AbstractDocument& document, bool addBonusImpact)
         if (!isListed(*item))
             continue;
         const double sum = addBonusImpact ? item->getSumb() + item->getBonusImpactSum() : item->getSumb();
-        listing.positions.append(position(*item, item->getBquant(), sum));
+        listing.positions.push_back(position(*item, item->getBquant(), sum));
         listing.amount += sum;
     }
     return listing;
 }
 
-QVariantMap position(const GoodsItem& item, double quantity, double sum)
+json::Object position(const GoodsItem& item, double quantity, double sum)
 {
     return {
         {keys::position, QString::number(item.getPosnum())},
-        {u"prod_cat"_s, 0},
-        {u"prod_code"_s, item.getArticul()},
-        {u"prod_name"_s, item.getName(false)},
-        {u"prod_price"_s, item.getPrice()},
-        {u"prod_amount"_s, quantity},
-        {u"prod_sum"_s, sum},
+        {u"prod_amount", quantity},
+        {u"prod_cat", 0},
+        {u"prod_code", item.getArticul()},
+        {u"prod_name", item.getName(false)},
+        {u"prod_price", item.getPrice()},
+        {u"prod_sum", sum},
     };
 }
 
 QString points(double amount) { return QString::number(amount, 'f', 2); }
-
-QByteArray compactJson(const QVariant& value)
-{
-    return QJsonDocument::fromVariant(value).toJson(QJsonDocument::Compact);
-}
 
 } // namespace receipt
 
@@ -92,7 +85,7 @@ QVariantMap KyrLoyaltyInterface::makeCheck(bool addBonusImpact) const
         const QDateTime now = receipt::now();
         const QVariantMap ids{{operations::spend, receipt::operationNumber(now, 0)},
                               {operations::earn, receipt::operationNumber(now, 1)}};
-        card->setOperationId(QString::fromUtf8(receipt::compactJson(ids)));
+        card->setOperationId(QString::fromUtf8(json::compact(ids)));
     }
 
     QVariantMap check{
@@ -103,7 +96,7 @@ QVariantMap KyrLoyaltyInterface::makeCheck(bool addBonusImpact) const
     const auto [positions, amount] = receipt::listing(*document, addBonusImpact);
     check.insert(keys::receiptAmount, amount);
     // A text that holds JSON, not a nested array: so the service wants it.
-    check.insert(keys::receiptDetails, QString::fromUtf8(receipt::compactJson(positions)));
+    check.insert(keys::receiptDetails, QString::fromUtf8(json::compact(positions)));
     check.insert(keys::receiptDatetime, receipt::nowInSeconds());
     const double discount = document->getDiscountSum();
     check.insert(u"receipt_discount"_s,

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "client/compactjson.h"
 #include "host/core/abstractdocument.h"
 
-#include <QByteArray>
 #include <QDateTime>
 #include <QSharedPointer>
 #include <QString>
-#include <QVariantList>
-#include <QVariantMap>
+
+#include <vector>
 
 /// What the operations on a receipt share.
 namespace receipt {
@@ -40,7 +40,7 @@ bool isListed(const GoodsItem& item);
 /// The listed positions of a receipt, in its order, and the plain sum of what they cost.
 struct Listing
 {
-    QVariantList positions;
+    std::vector<json::Object> positions;
     double amount = 0;
 };
 
@@ -48,12 +48,9 @@ struct Listing
 Listing listing(const AbstractDocument& document, bool addBonusImpact);
 
 /// One position as the service expects it, with that quantity and sum.
-QVariantMap position(const GoodsItem& item, double quantity, double sum);
+json::Object position(const GoodsItem& item, double quantity, double sum);
 
 /// An amount of points as the service expects it: a text with two decimals.
 QString points(double amount);
-
-/// Compact JSON, the form of everything that goes to the service.
-QByteArray compactJson(const QVariant& value);
 
 } // namespace receipt
