@@ -4,6 +4,8 @@
 #include "tests/support/httpserver.h"
 #include "tests/unit/queue/scene.h"
 
+#include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
