@@ -9,6 +9,7 @@
 
 #include <array>
 #include <charconv>
+#include <cstdint>
 #include <string_view>
 
 namespace {

@@ -4,6 +4,7 @@
 #include "host/utils/money.h"
 
 #include <cmath>
+#include <cstdint>
 #include <numeric>
 
 using namespace Qt::StringLiterals;

@@ -1,6 +1,7 @@
 #include "host/queue/queuewakeup.h"
 
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 
 namespace network::queuewakeup {

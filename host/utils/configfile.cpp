@@ -4,6 +4,7 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <toml++/toml.h>
 

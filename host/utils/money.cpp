@@ -1,6 +1,7 @@
 #include "host/utils/money.h"
 
 #include <cmath>
+#include <cstdint>
 
 namespace utils {
 

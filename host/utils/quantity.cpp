@@ -1,6 +1,7 @@
 #include "host/utils/quantity.h"
 
 #include <cmath>
+#include <cstdint>
 
 namespace utils {
 

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <cstdint>
 #include <filesystem>
 #include <unistd.h>
 

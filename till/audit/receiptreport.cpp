@@ -14,6 +14,8 @@
 
 #include <QJsonArray>
 
+#include <cstdint>
+
 using namespace Qt::StringLiterals;
 
 namespace till {

@@ -5,6 +5,8 @@
 #include "till/checkout/receiptsums.h"
 #include "till/cli/usageerror.h"
 
+#include <cstdint>
+
 using namespace Qt::StringLiterals;
 
 namespace till {

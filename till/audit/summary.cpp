@@ -12,6 +12,8 @@
 
 #include <QSet>
 
+#include <cstdint>
+
 using namespace Qt::StringLiterals;
 
 namespace till {

@@ -3,6 +3,8 @@
 #include "till/checkout/screen.h"
 #include "till/cli/texttable.h"
 
+#include <cstdint>
+
 using namespace Qt::StringLiterals;
 
 namespace till {

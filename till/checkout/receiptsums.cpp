@@ -2,6 +2,8 @@
 
 #include "host/utils/money.h"
 
+#include <cstdint>
+
 namespace till {
 
 std::optional<std::int64_t> bonusDiscountOf(const AbstractDocument& document)

@@ -7,6 +7,7 @@
 #include "till/checkout/screen.h"
 
 #include <algorithm>
+#include <cstdint>
 
 using namespace Qt::StringLiterals;
 

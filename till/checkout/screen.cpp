@@ -7,6 +7,7 @@
 #include <QHash>
 
 #include <algorithm>
+#include <cstdint>
 
 using namespace Qt::StringLiterals;
 

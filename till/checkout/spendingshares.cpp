@@ -4,6 +4,7 @@
 
 #include <QMap>
 
+#include <cstdint>
 #include <cstdlib>
 
 using namespace Qt::StringLiterals;

@@ -2,6 +2,7 @@
 
 #include "till/checkout/failure.h"
 
+#include <cstdint>
 #include <limits>
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>

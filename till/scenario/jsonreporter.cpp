@@ -5,6 +5,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <cstdint>
+
 using namespace Qt::StringLiterals;
 
 namespace till {

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <cstdint>
 #include <map>
 #include <random>
 

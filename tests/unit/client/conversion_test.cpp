@@ -2,6 +2,7 @@
 #include "tests/unit/client/openclient.h"
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <random>
 
