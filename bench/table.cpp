@@ -12,6 +12,16 @@ namespace bench {
 
 namespace {
 
+/// Google Benchmark calls it differently from 1.8 on.
+template <class Run>
+bool isFailed(const Run& run)
+{
+    if constexpr (requires { run.error_occurred; })
+        return run.error_occurred;
+    else
+        return run.skipped != decltype(run.skipped){};
+}
+
 /// Shows the table as usual and keeps each row's median.
 class Reporter : public benchmark::ConsoleReporter
 {
@@ -24,7 +34,7 @@ public:
     {
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
-            failed = failed || run.error_occurred;
+            failed = failed || isFailed(run);
             if (run.run_type == Run::RT_Aggregate ? run.aggregate_name == "median" : run.repetitions <= 1)
                 medians[row(run)] = run.GetAdjustedRealTime();
         }
