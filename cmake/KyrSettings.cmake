@@ -6,7 +6,6 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-set(CMAKE_AUTOMOC ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 include(GNUInstallDirs)
@@ -29,8 +28,11 @@ find_package(Qt6 6.4 REQUIRED COMPONENTS Core Network Sql)
 add_library(kyr_settings INTERFACE)
 target_include_directories(kyr_settings INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_options(kyr_settings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wall -Wextra -Wpedantic -Wconversion -Wno-sign-conversion -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual
+  $<$<CXX_COMPILER_ID:GNU>:-Wshadow> # Clang sees the names of sources shadowed, too, with which one is compiled together
   $<$<BOOL:${KYR_WARNINGS_AS_ERRORS}>:-Werror>)
+# Valgrind of Debian 12 does not read what Clang writes else.
+target_compile_options(kyr_settings INTERFACE $<$<CXX_COMPILER_ID:Clang>:-gdwarf-4>)
 target_compile_definitions(kyr_settings INTERFACE
   QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
   QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_NO_FOREACH QT_NO_KEYWORDS QT_DISABLE_DEPRECATED_BEFORE=0x060400)

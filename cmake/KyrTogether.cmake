@@ -19,7 +19,6 @@ endif()
 file(WRITE "${PROJECT_BINARY_DIR}/precompiled.cpp" "")
 foreach(kind IN LISTS kinds)
   add_library(precompiled_${kind} OBJECT "${PROJECT_BINARY_DIR}/precompiled.cpp")
-  set_target_properties(precompiled_${kind} PROPERTIES AUTOMOC OFF)
   target_link_libraries(precompiled_${kind} PRIVATE Qt6::Core)
   target_precompile_headers(precompiled_${kind} PRIVATE
     <algorithm> <chrono> <functional> <memory> <optional> <stdexcept>

@@ -156,8 +156,9 @@ struct ParallelClient::Connections
     void step()
     {
         for (const auto& [handle, outcome] : multi.step()) {
-            const auto found = std::find_if(underWay.begin(), underWay.end(),
-                                            [&](const auto& one) { return one->handle() == handle; });
+            const auto found =
+                std::find_if(underWay.begin(), underWay.end(),
+                             [handle = handle](const auto& one) { return one->handle() == handle; });
             multi.remove(handle);
             if ((*found)->goesAgain(outcome)) {
                 multi.add(handle);

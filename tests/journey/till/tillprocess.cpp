@@ -37,6 +37,8 @@ Ran runWith(const QStringList& variables, const QStringList& arguments, const QB
     return ran;
 }
 
+Files::Files() = default; // for those that are const
+
 QString Files::write(const QString& name, const QByteArray& content) const
 {
     QString path = m_directory.filePath(name);

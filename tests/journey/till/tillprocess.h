@@ -57,6 +57,7 @@ QJsonObject play(QProcess& shell, const QByteArray& typed);
 class Files
 {
 public:
+    Files();
     /// The path of a new file with that content.
     [[nodiscard]] QString write(const QString& name, const QByteArray& content) const;
     [[nodiscard]] QString path(const QString& name) const { return m_directory.filePath(name); }
