@@ -53,6 +53,9 @@ else()
   target_link_options(kyr_settings INTERFACE -Wl,--no-undefined)
 endif()
 
+if(KYR_FUZZ) # which bytes lead somewhere new
+  target_compile_options(kyr_shipped INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 if(KYR_TIDY)
   find_program(CLANG_TIDY_PROGRAM NAMES clang-tidy-14 clang-tidy REQUIRED)
   set(CMAKE_CXX_CLANG_TIDY "${CLANG_TIDY_PROGRAM};--quiet")
