@@ -3,9 +3,9 @@
 #include "host/queue/messagequeue.h"
 #include "host/storage/documents.h"
 #include "host/storage/journal.h"
+#include "tests/support/filebytes.h"
 #include "tests/support/stillclock.h"
 #include "tests/unit/storage/documents.h"
-#include "tests/unit/storage/filebytes.h"
 #include "tests/unit/storage/scene.h"
 
 #include <gmock/gmock.h>
@@ -103,7 +103,7 @@ protected:
     }
 
     test_support::StillClock clock;
-    const std::shared_ptr<storage::Database> open = storage::store(); ///< as a till holds it
+    std::shared_ptr<storage::Database> open = storage::store(); ///< as a till holds it
     storage::Retention retention{times};
 };
 
@@ -353,11 +353,13 @@ TEST_F(Retention, GivesTheRoomBackToTheDisk)
 
 TEST_F(Retention, WorksOnAFileThatWasMadeToKeepItsRoom)
 {
+    open.reset();
     {
         const test_support::RawDatabase raw(path(u"till.sqlite"_s));
         raw.run(u"PRAGMA auto_vacuum=NONE"_s);
         raw.run(u"VACUUM"_s);
     }
+    open = storage::store();
     ASSERT_EQ(number(u"PRAGMA auto_vacuum"_s), 0);
     closeMany(2000);
     work(41);
