@@ -47,7 +47,7 @@ bool Upkeep::isQuiet() const
     const auto receipt = m_model.receipt();
     const bool isEmpty = !receipt || (m_model.state() == State::Sale && receipt->getGoodsItems().isEmpty() &&
                                       !m_model.checkout().card());
-    return isEmpty && !m_waiting.underWay() && m_touched.hasExpired(m_quietTime.count());
+    return isEmpty && !m_waiting.underWay() && untouchedFor() >= m_quietTime.count();
 }
 
 } // namespace till::window

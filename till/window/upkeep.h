@@ -22,6 +22,9 @@ public:
     /// How long nobody has to have touched anything; half a minute when nobody says.
     void setQuietTime(std::chrono::milliseconds time);
 
+    /// How long it is since anything was touched, in milliseconds.
+    [[nodiscard]] qint64 untouchedFor() const { return m_touched.elapsed(); }
+
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
