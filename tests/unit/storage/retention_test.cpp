@@ -332,6 +332,7 @@ TEST_F(Retention, EmptiesTheLogOnceNobodyReadsItAnyMore)
         EXPECT_NE(test_support::filesWith(path(), u"2000000000017"_s), QStringList());
         reader.run(u"COMMIT"_s);
     }
+    EXPECT_EQ(number(u"PRAGMA busy_timeout"_s), 2000) << "a cashier's step waits for others as before";
     EXPECT_FALSE(retention.step()) << "it waits a while";
     clock.move(10min);
     round();
