@@ -1,4 +1,5 @@
 #include "host/core/document.h"
+#include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "host/storage/quarantine.h"
 #include "host/storage/removal.h"
@@ -48,10 +49,10 @@ QString cardSaid(const Invocation& invocation)
         card = QTextStream(stdin).readLine();
     if (card.isEmpty())
         throw UsageError(u"till: forget: whose? say --card and the number, or --card - and type it"_s);
-    const auto isDigit = [](QChar letter) { return letter >= u'0' && letter <= u'9'; };
-    if (!std::all_of(card.cbegin(), card.cend(), isDigit))
-        throw UsageError(
-            u"till: forget: --card: expected the digits of the card's number, and nothing else"_s);
+    const auto isOdd = [](QChar letter) { return letter.isSpace() || !letter.isPrint(); };
+    if (std::any_of(card.cbegin(), card.cend(), isOdd))
+        throw UsageError(u"till: forget: --card: expected the card's number as the service knows it, without "
+                         "blanks"_s);
     return card;
 }
 
@@ -90,7 +91,6 @@ Outcome forget(const storage::CardTraces& traces)
 {
     const auto store = storage::store();
     Outcome outcome;
-    outcome.damaged = traces.damaged;
     for (const QString& family : traces.families) {
         store->atomically([&] {
             storage::Removal removal(store);
@@ -100,6 +100,9 @@ Outcome forget(const storage::CardTraces& traces)
                 outcome.removed += removal.remove(family);
         });
     }
+    outcome.damaged = traces.damaged;
+    for (const storage::RemovedReceipt& receipt : outcome.removed)
+        outcome.damaged.removeAll(receipt.identifier); // the sale's card or a return's told whose it was
     outcome.isLogLeft = !storage::foldLog(*store, patience);
     return outcome;
 }
@@ -110,6 +113,8 @@ QStringList elsewhere()
     QStringList places;
     for (const QString& file : storage::quarantinedFiles())
         places.append(QFileInfo(file).fileName() + u" in the data directory"_s);
+    if (QFileInfo::exists(storage::dataFile(u"stand.sqlite"_s)))
+        places.append(u"stand.sqlite, the books of this till's own stand"_s);
     return places + QStringList{u"backups"_s, u"the log file and what it was before it was rotated"_s,
                                 u"recordings and support bundles"_s, u"the loyalty service itself"_s};
 }

@@ -200,6 +200,34 @@ TEST_F(TillForget, NamesWhatNobodyCanReadAndWhatWasSetAside)
                 HasSubstr("damaged, so nobody knows whose: R-2\n"));
 }
 
+TEST_F(TillForget, RemovesADamagedReceiptOfWhichItsReturnTellsWhoseItWas)
+{
+    play(soldOne + openReturn("V-1", "R-1", {position(1)}) + pay() + deliver());
+    test_support::flipABit(directory + u"/till.sqlite"_s, u"documents"_s, u"content"_s,
+                           u"identifier = 'R-1'"_s);
+    const QJsonObject json = forgotten();
+    EXPECT_EQ(receiptsOf(json[u"removed"_s]), QStringList({u"R-1"_s, u"V-1"_s}));
+    EXPECT_EQ(json[u"damaged"_s].toArray(), QJsonArray());
+}
+
+TEST_F(TillForget, FindsACardThatOnlyItsReturnTellsOf)
+{
+    play(openSale("R-1", {tea(10)}) + identifyByCard("2000000000017") + pay() + deliver());
+    storage::setDataDirectory(directory);
+    const auto back = QSharedPointer<Document>::create(ReturnReceipt, u"V-1"_s);
+    back->setSaleDocumentId(u"R-1"_s);
+    back->setCardRecord(QSharedPointer<DocumentCardRecord>::create(KyrLoyaltySystem, customersCard));
+    DocumentsDao().store(back);
+    EXPECT_EQ(receiptsOf(forgotten()[u"removed"_s]), QStringList({u"R-1"_s, u"V-1"_s}));
+}
+
+TEST_F(TillForget, NamesTheBooksOfATillsOwnStand)
+{
+    EXPECT_EQ(runJson(soldOne + deliver(), {u"--data-dir"_s, directory}).status, 0);
+    EXPECT_THAT(forgotten()[u"notReached"_s][0].toString().toStdString(),
+                HasSubstr("stand.sqlite, the books of"));
+}
+
 TEST_F(TillForget, TakesTheNumberFromTheStandardInput)
 {
     play(soldOne + deliver());
@@ -220,10 +248,11 @@ TEST_F(TillForget, RemovesNothingUnlessItIsToldToOrMayAsk)
 TEST_F(TillForget, SaysSoWhenTheNumberIsNoneOrUnknown)
 {
     play(soldOne + deliver());
-    for (const QString& wrong : {u"2000 0000 0005 5"_s, u"card"_s, u"2000000000055 "_s}) {
+    for (const QString& wrong : {u"2000 0000 0005 5"_s, u"2000000000055 "_s, u"2000000000055\r"_s}) {
         const Ran ran = forget({u"--card"_s, wrong, u"--yes"_s});
         EXPECT_EQ(ran.status, 2);
-        EXPECT_THAT(ran.err.toStdString(), HasSubstr("--card: expected the digits of the card's number"));
+        EXPECT_THAT(ran.err.toStdString(),
+                    HasSubstr("--card: expected the card's number as the service knows it, without blanks"));
     }
     for (const QStringList& missing : {QStringList{}, {u"--card"_s, u""_s}, {u"--card"_s, u"-"_s}})
         EXPECT_THAT(forget(missing).err.toStdString(), HasSubstr("till: forget: whose? say --card"));
