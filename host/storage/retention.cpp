@@ -18,7 +18,8 @@ namespace {
 
 constexpr qint64 minute = 60'000;
 constexpr qint64 day = 24 * 60 * minute;
-constexpr int longestDoubt = 30; // days
+constexpr int shortestDoubt = 3; // days: a till is closed at weekends
+constexpr int longestDoubt = 30;
 
 constexpr int receiptsAtOnce = 10; // a receipt has some twenty rows in all tables
 constexpr int eventsAtOnce = 500;
@@ -113,7 +114,7 @@ bool Retention::isBelieved() const
     int days = longestDoubt;
     for (const int kept : {m_times.receipts, m_times.journal})
         days = kept > 0 ? std::min(days, kept) : days;
-    const qint64 doubt = days * day;
+    const qint64 doubt = std::max(days, shortestDoubt) * day;
     const auto store = storage::store();
     qint64 doubted = 0;
     store->atomically([&] {

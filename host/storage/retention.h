@@ -17,9 +17,9 @@ struct KeepingTimes
 /// there meanwhile does not notice, and gives the room back to the disk. Once a day it goes through all of
 /// it. What is still needed stays: see Need.
 ///
-/// A clock that went ahead must not make everything old. So where it went ahead by more than a month since it
-/// was last looked at, or by more than the shortest keeping time, nothing is removed for as long again, or
-/// until it is put right. A till that was off for so long waits as well.
+/// A clock that went ahead must not make everything old. So where it went ahead by more than the shorter of
+/// the two times since it was last looked at, or a month at most and three days at least, nothing is removed
+/// for as long again, or until it is put right. A till that was off for so long waits as well.
 class HOST_EXPORT Retention
 {
 public:

@@ -12,6 +12,7 @@
 
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QJsonObject>
 #include <QMap>
 #include <QTextStream>
 

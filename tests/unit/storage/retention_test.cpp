@@ -305,6 +305,17 @@ TEST_F(Retention, DoubtsAClockForAMonthAtMost)
     EXPECT_EQ(placesOf(u"R-1"_s), u""_s);
 }
 
+TEST_F(Retention, OfADayDoesNotTakeTheNextDaysRoundForAClockThatWentAhead)
+{
+    retention = storage::Retention({.receipts = 1, .journal = 1});
+    closeWithTraces(u"R-1"_s);
+    for (int done = 0; done < 4; ++done) {
+        clock.move(25h);
+        round();
+    }
+    EXPECT_EQ(placesOf(u"R-1"_s), u""_s);
+}
+
 TEST_F(Retention, LeavesNothingOfWhatItRemovedInAnyFile)
 {
     closeWithTraces(u"R-1"_s);
