@@ -187,15 +187,15 @@ int run(const Invocation& invocation)
 }
 
 const QString details =
-    uR"(Removes every closed receipt with that card, together with its sale and all returns of it, the
-journal, the queue's history and what was written back of the cards, and overwrites them in the
-store and its log. It stays while something of it is still needed: a message that waits or is
-parked, a receipt that is open now. The number is never shown whole; with "-" it is read from the
-standard input, where no other user of the machine sees it. Asks first; where nobody can be asked,
---yes is needed. May be used while a till works.
+    uR"(Removes every closed receipt with that card, a sale with all its returns, and of each the journal,
+the queue's history and what was written back of the cards; overwrites them in the store and its
+log. A receipt stays while it is still needed: a message of it waits or is parked, or it is open.
+The number is never shown whole; with "-" it is read from the standard input, where no other user
+of the machine sees it. Asks first; where nobody can be asked, --yes is needed. May be used while a
+till works.
 
-With --json: {"removed": [{"receipt", "closed"}], "kept": [{"receipt", "why"}], "damaged"
-[identifiers], "logFolded" (false: run it again), "notReached" [where else to look]}.)"_s;
+With --json: {"removed": [{"receipt", "closed"}], "kept": [{"receipt", "why"}], "damaged":
+[identifiers], "logFolded" (false: run it again), "notReached": [where else to look]}.)"_s;
 
 } // namespace
 

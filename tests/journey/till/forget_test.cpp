@@ -49,7 +49,7 @@ protected:
     [[nodiscard]] QJsonObject forgotten(const QString& card = customersCard) const
     {
         const Ran ran = forget({u"--card"_s, card, u"--yes"_s, u"--json"_s});
-        const QJsonObject json = QJsonDocument::fromJson(ran.out).object();
+        QJsonObject json = QJsonDocument::fromJson(ran.out).object();
         const bool isAll = json[u"kept"_s].toArray().isEmpty() && json[u"damaged"_s].toArray().isEmpty();
         EXPECT_EQ(ran.status, isAll ? 0 : 1) << ran.err.toStdString();
         return json;
@@ -57,7 +57,7 @@ protected:
     [[nodiscard]] static QStringList receiptsOf(const QJsonValue& list)
     {
         QStringList receipts;
-        for (const QJsonValue& one : list.toArray())
+        for (const auto& one : list.toArray())
             receipts.append(one[u"receipt"_s].toString());
         receipts.sort();
         return receipts;
