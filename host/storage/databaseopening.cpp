@@ -117,7 +117,8 @@ void Database::open(const Format& format)
     // NORMAL would lose the last commits at a power cut.
     execute(u"PRAGMA journal_mode=WAL"_s);
     execute(u"PRAGMA synchronous=FULL"_s);
-    if (!m_damagedLog.isEmpty()) // what SQLite did not take of it is not to be met again
+    execute(u"PRAGMA secure_delete=ON"_s); // what is removed holds personal data and credentials
+    if (!m_damagedLog.isEmpty())           // what SQLite did not take of it is not to be met again
         execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
     m_files = filesAt(m_path);
     FilesInUse::Use& use =
@@ -246,6 +247,7 @@ void Database::ensureMade(const Format& format) const
 void Database::fill(const Format& format)
 {
     connect({});
+    execute(u"PRAGMA auto_vacuum=INCREMENTAL"_s); // before anything else is written
     execute(u"PRAGMA journal_mode=WAL"_s);
     execute(u"PRAGMA synchronous=FULL"_s);
     atomically([&] {

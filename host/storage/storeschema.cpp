@@ -16,7 +16,8 @@ QStringList receiptTables()
 {
     return {u"CREATE TABLE documents (identifier TEXT PRIMARY KEY, stored INTEGER NOT NULL, "
             "content BLOB NOT NULL, sale TEXT NOT NULL)"_s,
-            u"CREATE INDEX documents_sale ON documents (sale)"_s,
+            u"CREATE INDEX documents_sale ON documents (sale) WHERE sale <> ''"_s,
+            u"CREATE INDEX documents_stored ON documents (stored)"_s,
             u"CREATE TABLE card_records (document TEXT NOT NULL REFERENCES documents, kind INTEGER NOT NULL, "
             "revision INTEGER NOT NULL, content BLOB NOT NULL, PRIMARY KEY (document, kind))"_s,
             u"CREATE TABLE open_receipt (slot INTEGER PRIMARY KEY CHECK (slot = 1), "
@@ -40,6 +41,7 @@ QStringList queueTables()
             "enqueued INTEGER NOT NULL, finished INTEGER NOT NULL, text TEXT NOT NULL, "
             "attempts INTEGER NOT NULL, error TEXT NOT NULL, outcome TEXT NOT NULL, answer INTEGER, "
             "message BLOB)"_s,
+            u"CREATE INDEX history_receipt ON history (receipt) WHERE receipt <> ''"_s,
             u"CREATE TABLE tally (waiting INTEGER NOT NULL, parked INTEGER NOT NULL, "
             "delivered INTEGER NOT NULL, error TEXT NOT NULL, refused INTEGER NOT NULL, "
             "probes INTEGER NOT NULL, probe INTEGER NOT NULL)"_s,
@@ -67,13 +69,19 @@ QStringList journalTables()
             u"CREATE INDEX journal_receipt ON journal (receipt, id)"_s};
 }
 
+QStringList retentionTables()
+{
+    return {u"CREATE TABLE clock (seen INTEGER NOT NULL, doubted INTEGER NOT NULL)"_s,
+            u"INSERT INTO clock VALUES (0, 0)"_s};
+}
+
 } // namespace
 
 QString storePath() { return dataFile(u"till.sqlite"_s); }
 
 Database::Format storeFormat()
 {
-    return {storeId, storeVersion, receiptTables() + queueTables() + journalTables()};
+    return {storeId, storeVersion, receiptTables() + queueTables() + journalTables() + retentionTables()};
 }
 
 } // namespace storage

@@ -222,6 +222,14 @@ QString outcomeUnknown(World& world)
     return world.type(u"till receipts show R-1"_s);
 }
 
+/// All of it is at the service.
+QString soldToACustomer(World& world)
+{
+    sold(world);
+    world.type(u"till queue deliver"_s);
+    return ledgerIsThere(world);
+}
+
 } // namespace
 
 QList<Section> operationsSections()
@@ -238,6 +246,7 @@ QList<Section> operationsSections()
         {page, u"A file was removed or replaced"_s, {storeRemoved}},
         {page, u"The clock is wrong"_s, {clockAhead}},
         {page, u"The outcome of a spending is unknown"_s, {shareOfAStranger, outcomeUnknown}},
+        {page, u"A customer asks to be forgotten"_s, {soldToACustomer}},
     };
 }
 

@@ -2,22 +2,32 @@
 #include "host/queue/messagequeue.h"
 #include "host/storage/datacheck.h"
 #include "host/storage/datadirectory.h"
+#include "host/storage/store.h"
+#include "host/utils/basicexception.h"
+#include "host/utils/currenttime.h"
 #include "host/utils/masking.h"
 #include "host/utils/printable.h"
 #include "till/admin/commands.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/audit/recording.h"
+#include "till/setup/keeping.h"
 #include "till/setup/servicemanager.h"
 #include "till/setup/stopsignals.h"
 
+#include <algorithm>
+#include <chrono>
 #include <mutex>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace till {
 
 namespace {
+
+constexpr std::chrono::milliseconds soon = 1s; // others write to the store too
+constexpr std::chrono::milliseconds later = 1min;
 
 QString phaseText(const DeliveryState& state)
 {
@@ -76,14 +86,39 @@ private:
     DeliveryState m_state;
 };
 
-/// Returns when it is time to stop.
-void keepUp(const StopSignals& signals, const DeliveryWorker& worker)
+/// Removes what is kept for its time while nothing is to be sent.
+class SpareTime
 {
-    const auto interval = watchdogInterval().value_or(std::chrono::hours(1));
-    while (!signals.wait(interval)) {
+public:
+    explicit SpareTime(const Config& config)
+        : m_retention(keepingTimesOf(config))
+    {}
+
+    /// Takes a small step; false: there is nothing to do for a while.
+    bool use()
+    {
+        try {
+            const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
+            return !m_queue.get().nextDue(now, now) && m_retention.step();
+        } catch (const BasicException&) {
+            return false; // the worker meets it too, and tells
+        }
+    }
+
+private:
+    storage::StoreUser<MessageQueue> m_queue;
+    storage::Retention m_retention;
+};
+
+/// Returns when it is time to stop.
+void keepUp(const StopSignals& signals, const DeliveryWorker& worker, SpareTime& spareTime)
+{
+    const std::chrono::milliseconds interval = watchdogInterval().value_or(1h);
+    for (auto pause = std::min(interval, soon); !signals.wait(pause);) {
         // This thread hardly ever gets stuck; the worker delivers, so the watchdog is to watch that.
         if (worker.overdue() < interval)
             notifyServiceManager("WATCHDOG=1");
+        pause = std::min(interval, spareTime.use() ? soon : later);
     }
 }
 
@@ -108,7 +143,8 @@ int run(const Invocation& invocation)
                               }},
              .changed = [&account](const DeliveryState& state) { account.changed(state); }});
         notifyServiceManager("READY=1");
-        keepUp(signals, worker);
+        SpareTime spareTime(tool.config);
+        keepUp(signals, worker, spareTime);
         notifyServiceManager("STOPPING=1");
     }
     const DeliveryState& last = account.state();
@@ -133,7 +169,9 @@ Command deliverCommand()
                 "in hand. The\n"
                 "present password takes the place of the one that a message was queued with. Tells the "
                 "service manager that\n"
-                "started it when it is ready, and keeps its watchdog.\n\n"
+                "started it when it is ready, and keeps its watchdog. While nothing is to be sent it "
+                "removes what was kept\n"
+                "for its time (Till:keepDays, Till:keepJournalDays).\n\n"
                 "With --json: {\"delivered\", \"failed\" (attempts), \"waiting\", \"parked\"}, at the end."_s,
             .options = {recordOption()},
             .examples = {{u"till deliver --config /etc/kyr-loyalty/till.toml"_s, u"in the foreground"_s},

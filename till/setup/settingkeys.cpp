@@ -51,6 +51,8 @@ QList<ConfigKey> knownKeys()
         {keys::cardPrefixes, Text, u"how the numbers of cards begin, such as \"2000, 2100\""_s},
         {keys::weightPrefixes, Text, u"how the barcodes of scales begin, such as \"22, 23\""_s},
         {keys::goods, Text, u"a file with what is sold, such as \"goods.csv\""_s},
+        {keys::keepDays, Integer, u"days to keep closed receipts, such as 400; 0: for ever"_s},
+        {keys::keepJournalDays, Integer, u"days to keep journal and history, such as 90; 0: for ever"_s},
         {keys::alarm, Integer, u"minutes that a message may wait before there is an alarm, such as 60"_s},
     };
 }
@@ -66,6 +68,10 @@ std::optional<Fault> faultOfValue(const QString& key, const QVariant& value)
         return unless(value.toInt() > 0, u"expected seconds above 0, such as 10"_s);
     if (key == keys::alarm)
         return unless(value.toInt() > 0, u"expected minutes above 0, such as 60"_s);
+    if (key == keys::keepDays)
+        return unless(value.toInt() >= 0, u"expected days, such as 400, or 0 for ever"_s);
+    if (key == keys::keepJournalDays)
+        return unless(value.toInt() >= 0, u"expected days, such as 90, or 0 for ever"_s);
     if (key == keys::logLevel)
         return unless(text.isEmpty() || levelNamed(text), u"expected debug, info, warning or error"_s);
     return std::nullopt;

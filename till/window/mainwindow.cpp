@@ -3,6 +3,7 @@
 #include "host/utils/basicexception.h"
 #include "till/checkout/screen.h"
 #include "till/setup/hostobjects.h"
+#include "till/setup/keeping.h"
 #include "till/window/dialogs/returndialog.h"
 #include "till/window/keypad.h"
 #include "till/window/status.h"
@@ -44,6 +45,7 @@ MainWindow::MainWindow(CheckoutModel& model, Waiting& waiting, WindowFrontend& f
     , m_focus(model, m_positions->articleField(), m_side->customer().pointsField(), m_positions->table())
     , m_scanner(waiting, marksOf(scanSettingsOf(hostObject<Config>())), this)
     , m_scans(model, waiting, scanSettingsOf(hostObject<Config>()))
+    , m_upkeep(model, waiting, keepingTimesOf(hostObject<Config>()))
 {
     setWindowTitle(tr::shown(u"windowTill"_s, u"Касса"_s));
     auto* desktop = new QWidget;

@@ -10,6 +10,7 @@
 #include "till/window/panels/waitingcard.h"
 #include "till/window/scanner.h"
 #include "till/window/scans.h"
+#include "till/window/upkeep.h"
 #include "till/window/widgets.h"
 
 #include <QMainWindow>
@@ -39,6 +40,7 @@ public:
 
     /// What the card over the window says while a request runs; empty: it is not shown.
     [[nodiscard]] QString waitingText() const;
+    [[nodiscard]] Upkeep& upkeep() { return m_upkeep; }
 
 protected:
     /// Not in the middle of a request; with goods on the receipt, after a word on where it stays.
@@ -81,6 +83,7 @@ private:
     Scanner m_scanner;
     Scans m_scans;
     QTimer m_clock;
+    Upkeep m_upkeep;
 };
 
 } // namespace till::window
