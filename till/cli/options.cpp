@@ -46,6 +46,7 @@ const QList<Variable>& furtherVariables()
         {u"KYR_LOYALTY_PASSWORD"_s, u"the password at the service, over every file"_s},
         {u"KYR_LOYALTY_PASSWORD_FILE"_s, u"a file with it, over Till:passwordFile"_s},
         {u"NO_COLOR"_s, u"when it is not empty, no colours on a terminal"_s},
+        {u"TERM"_s, u"when it is dumb, the same"_s},
     };
     return variables;
 }
