@@ -136,7 +136,7 @@ Command deliverCommand()
                 "started it when it is ready, and keeps its watchdog.\n\n"
                 "With --json: {\"delivered\", \"failed\" (attempts), \"waiting\", \"parked\"}, at the end."_s,
             .options = {recordOption()},
-            .examples = {{u"till deliver --config /etc/kyr-loyalty/till.toml"_s, u"in the foreground"_s},
+            .examples = {{u"till deliver"_s, u"in the foreground"_s},
                          {u"systemctl enable --now kyr-loyalty-deliver"_s, u"as a service"_s}},
             .statuses = {{0, u"it was told to stop"_s},
                          {2, u"the settings or the data directory cannot be used"_s}},

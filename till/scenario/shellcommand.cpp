@@ -71,13 +71,15 @@ Command shellCommand()
             .details =
                 u"The shell's own \"help\" lists the steps and their members, \"quit\" ends it. Where "
                 "nobody names a loyalty\nservice, the stand is started. Without a data directory one of "
-                "the moment is used.\n\nWith --json: one line for each step, and the talk on stderr."_s,
+                "the moment is used, without --config no\nconfiguration.\n\n"
+                "With --json: one line for each step, and the talk on stderr."_s,
             .options = {recordOption()},
             .examples = {{u"till shell"_s, u"a till to try things with"_s},
                          {u"till shell --data-dir till-1"_s, u"one that goes on where it was left"_s}},
             .statuses = {{0, u"the input ended, or \"quit\""_s},
                          {2, u"wrong usage, or a file, the plug-in or the stand cannot be used"_s}},
-            .run = run};
+            .run = run,
+            .tries = true};
 }
 
 } // namespace till
