@@ -2,12 +2,14 @@
 #include "host/queue/messagequeue.h"
 #include "host/storage/datacheck.h"
 #include "host/storage/datadirectory.h"
+#include "host/utils/logging.h"
 #include "host/utils/masking.h"
 #include "host/utils/printable.h"
 #include "till/admin/commands.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/audit/recording.h"
+#include "till/setup/reloading.h"
 #include "till/setup/servicemanager.h"
 #include "till/setup/stopsignals.h"
 
@@ -76,11 +78,46 @@ private:
     DeliveryState m_state;
 };
 
+/// What is presented to the service, which may change while it delivers.
+class Credentials
+{
+public:
+    explicit Credentials(const Config& config) { set(config); }
+
+    void set(const Config& config)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_authorization = currentAuthorization(config);
+    }
+    [[nodiscard]] QString at(const QUrl& url) const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_authorization ? m_authorization(url) : QString();
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::function<QString(const QUrl&)> m_authorization;
+};
+
+void reload(const Options& given, const QString& directory, Tool& tool, Credentials& credentials)
+{
+    reloadSettings(given, [&](const Options& options, const Config& config) {
+        tool.take(options, config);
+        credentials.set(config);
+        if (dataDirectoryOf(options) != directory)
+            utils::logger(u"till"_s)->warn(u"%1 is delivered until the next start"_s.arg(directory));
+    });
+}
+
 /// Returns when it is time to stop.
-void keepUp(const StopSignals& signals, const DeliveryWorker& worker)
+void keepUp(const StopSignals& signals, const ReloadSignals& reloads, const DeliveryWorker& worker,
+            const std::function<void()>& reloadAll)
 {
     const auto interval = watchdogInterval().value_or(std::chrono::hours(1));
-    while (!signals.wait(interval)) {
+    while (!signals.wait(interval, reloads.descriptor())) {
+        if (reloads.take())
+            reloadAll();
         // This thread hardly ever gets stuck; the worker delivers, so the watchdog is to watch that.
         if (worker.overdue() < interval)
             notifyServiceManager("WATCHDOG=1");
@@ -90,17 +127,20 @@ void keepUp(const StopSignals& signals, const DeliveryWorker& worker)
 int run(const Invocation& invocation)
 {
     const StopSignals signals;
+    const ReloadSignals reloads; // from the first to the last moment: without them a reload ends the program
     Tool tool(invocation);
-    storage::setDataDirectory(dataDirectoryOf(tool.options));
+    const QString directory = dataDirectoryOf(tool.options);
+    storage::setDataDirectory(directory);
     // What makes delivery impossible is said at once.
     const storage::OpenedStore opened = openDataDirectory();
     for (const storage::DataFinding& finding : opened.findings)
         tool.console.line(finding.text.ru(), Console::Colour::Yellow);
     const Recording recording(invocation.own.value(u"record"_s));
     Account account(tool.console);
+    Credentials credentials(tool.config);
     {
         DeliveryWorker worker(
-            {.delivery = {.authorization = currentAuthorization(tool.config),
+            {.delivery = {.authorization = [&credentials](const QUrl& url) { return credentials.at(url); },
                           .random = {},
                           .attempted =
                               [&account](const QueuedMessage& message, const QueueAttempt& attempt) {
@@ -108,7 +148,11 @@ int run(const Invocation& invocation)
                               }},
              .changed = [&account](const DeliveryState& state) { account.changed(state); }});
         notifyServiceManager("READY=1");
-        keepUp(signals, worker);
+        keepUp(signals, reloads, worker, [&] {
+            notifyServiceManager("RELOADING=1");
+            reload(invocation.options, directory, tool, credentials);
+            notifyServiceManager("READY=1");
+        });
         notifyServiceManager("STOPPING=1");
     }
     const DeliveryState& last = account.state();

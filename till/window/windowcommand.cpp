@@ -6,6 +6,7 @@
 #include "till/goods/goodsfile.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
+#include "till/setup/reloading.h"
 #include "till/setup/settings.h"
 #include "till/setup/stopsignals.h"
 #include "till/window/checkoutmodel.h"
@@ -122,6 +123,7 @@ int run(const Invocation& invocation)
     std::array<char*, 2> arguments{name.data(), nullptr};
     QApplication application(count, arguments.data());
     const StopSignals signals;
+    const ReloadSignals reloads;
     // Dialogs end too, without a question: the open receipt is kept anyway.
     const QSocketNotifier stop(signals.descriptor(), QSocketNotifier::Read);
     QObject::connect(&stop, &QSocketNotifier::activated, &application, [] { QCoreApplication::exit(0); });
@@ -135,6 +137,13 @@ int run(const Invocation& invocation)
     const LogFile logFile(options.logFile, fileLevel(options));
     const LiveTrace trace(screenLevel(options, LogLevel::Warning));
     warnOfExposure(options);
+    const QSocketNotifier reload(reloads.descriptor(), QSocketNotifier::Read);
+    QObject::connect(&reload, &QSocketNotifier::activated, &application, [&] {
+        if (reloads.take())
+            reloadSettings(invocation.options, [](const Options& anew, const Config& /*of the receipts*/) {
+                LogFile::reopen(anew.logFile, fileLevel(anew));
+            });
+    });
     const Recording recording(invocation.own.value(u"record"_s));
     window::Waiting waiting;
     window::ServiceWatch watch;

@@ -21,12 +21,6 @@ namespace {
 
 const QByteArray askForACard = "openSale id=R-1 positions=[]\nidentifyByCard card=2000000000017\n";
 
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 /// Runs the shell against an address where nobody listens, and returns what it shows of the exchanges.
 std::string exchangesOf(const QStringList& variables, const QStringList& arguments)
 {
@@ -186,6 +180,40 @@ TEST(TillEnvironment, ALogFileIsItsOwnersAloneAndGrows)
         run(arguments + QStringList{u"--log-file"_s, log, u"--log-level"_s, u"error"_s}, askForACard).status,
         0);
     EXPECT_TRUE(contentOf(log).startsWith(first));
+}
+
+TEST(TillEnvironment, ALogFileThatWasMovedIsBegunAnewByTheNextLine)
+{
+    const Files files;
+    const QString log = files.path(u"till.log"_s);
+    QProcess shell;
+    start(shell, {u"shell"_s, u"--json"_s, u"--log-file"_s, log});
+    play(shell, sale);
+    play(shell, card);
+    const QByteArray first = contentOf(log);
+    ASSERT_TRUE(QFile::rename(log, log + u".1"_s));
+    play(shell, story::pay());
+    shell.closeWriteChannel();
+    shell.waitForFinished(patienceMs);
+    EXPECT_THAT(contentOf(log).toStdString(), HasSubstr(" [kyrloyalty] "));
+    EXPECT_EQ(contentOf(log + u".1"_s), first);
+    EXPECT_EQ(QFileInfo(log).permissions() & QFile::Permissions(0x0077), QFile::Permissions());
+}
+
+TEST(TillEnvironment, ALogFileIsWrittenOnWhereItLiesWhenItCannotBeBegunAnew)
+{
+    const Files files;
+    const QString log = files.path(u"till.log"_s);
+    QProcess shell;
+    start(shell, {u"shell"_s, u"--json"_s, u"--log-file"_s, log});
+    play(shell, sale);
+    ASSERT_TRUE(QFile::rename(log, log + u".1"_s));
+    QFile::setPermissions(files.write(u"till.log"_s, {}), QFile::ReadOwner | QFile::ReadOther);
+    play(shell, card);
+    shell.closeWriteChannel();
+    shell.waitForFinished(patienceMs);
+    EXPECT_EQ(contentOf(log), "") << "others could read it";
+    EXPECT_THAT(contentOf(log + u".1"_s).toStdString(), HasSubstr(" [kyrloyalty] "));
 }
 
 TEST(TillEnvironment, ALogFileThatOthersReadIsRefused)
