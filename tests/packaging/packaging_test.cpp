@@ -147,7 +147,8 @@ TEST(Packaging, EveryServiceKeepsItsSecretsToItself)
     const QStringList common =
         contentOf(packaging + u"/systemd/kyr-loyalty-.service.d/10-common.conf"_s).split(u'\n');
     EXPECT_GE(common.indexOf(u"[Service]"_s), 0);
-    for (const QString& line : {u"UMask=0077"_s, u"LimitCORE=0"_s, u"StateDirectoryMode=0700"_s})
+    for (const QString& line :
+         {u"UMask=0077"_s, u"LimitCORE=0"_s, u"StateDirectoryMode=0700"_s, u"LogsDirectoryMode=0700"_s})
         EXPECT_GT(common.indexOf(line), common.indexOf(u"[Service]"_s)) << line.toStdString();
     // The drop-in is that of the units whose names begin so; none takes it back.
     const QDir units(packaging + u"/systemd"_s);
@@ -157,4 +158,16 @@ TEST(Packaging, EveryServiceKeepsItsSecretsToItself)
         EXPECT_TRUE(service.startsWith(u"kyr-loyalty-"_s)) << service.toStdString();
         EXPECT_FALSE(contentOf(units.filePath(service)).contains(u"LimitCORE"_s)) << service.toStdString();
     }
+}
+
+TEST(Packaging, TheLogsThatAreRotatedLieWhereTheServicesMayWriteThem)
+{
+    const QString rotated = contentOf(packaging + u"/logrotate/kyr-loyalty-till"_s);
+    const QString common = contentOf(packaging + u"/systemd/kyr-loyalty-.service.d/10-common.conf"_s);
+    const QString user = contentOf(packaging + u"/sysusers/kyr-loyalty.conf"_s);
+    EXPECT_TRUE(common.contains(u"\nLogsDirectory=kyr-loyalty\n"_s));
+    EXPECT_TRUE(rotated.contains(u"\n/var/log/kyr-loyalty/*.log {\n"_s));
+    EXPECT_TRUE(user.contains(u"\nu kyr-loyalty "_s));
+    EXPECT_TRUE(rotated.contains(u"\n    su kyr-loyalty kyr-loyalty\n"_s));
+    EXPECT_EQ(contentOf(packaging + u"/debian/conffiles"_s), u"/etc/logrotate.d/kyr-loyalty-till\n"_s);
 }
