@@ -99,6 +99,7 @@ void QueueDelivery::Pass::beginWhatIsDue(qsizetype unsettled)
 
 void QueueDelivery::Pass::begin(const QueuedMessage& message)
 {
+    const utils::LogReceipt its(message.group);
     if (m_delivery.m_options.attempting)
         m_delivery.m_options.attempting(message);
     const auto request = network::requestOf(message, m_delivery.m_options.authorization);
@@ -143,6 +144,7 @@ void QueueDelivery::Pass::tell(const Sent& sent, bool held)
     if (outcome.delivered()) {
         ++m_summary.delivered;
         m_delivery.m_pace->wentWell();
+        const utils::LogReceipt its(message.group);
         if (!held)
             log()->warn(u"Queue: message %1 was delivered while being dropped"_s.arg(message.id));
     } else if (!outcome.hopeless) {
@@ -209,6 +211,7 @@ bool QueueDelivery::note(const QueuedMessage& message, const SendingOutcome& out
     if (outcome.delivered())
         return m_queue.delivered(message.id, attempt);
     if (outcome.hopeless) {
+        const utils::LogReceipt its(message.group);
         log()->warn(u"Queue: message %1 is parked"_s.arg(message.id));
         return m_queue.park(message.id, attempt);
     }

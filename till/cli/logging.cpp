@@ -1,11 +1,13 @@
 #include "till/cli/logging.h"
 
+#include "host/utils/logging.h"
 #include "host/utils/masking.h"
 #include "host/utils/printable.h"
 #include "till/cli/usageerror.h"
 
 #include <QDateTime>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTextStream>
 #include <QtGlobal>
 
@@ -96,18 +98,29 @@ void writeToFile(const LogLine& line)
         return;
     followMovedFile();
     const QString time = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
+    const QString source =
+        u"[%1] "_s.arg(line.logger) +
+        (line.receipt.isEmpty() ? QString() : u"[%1] "_s.arg(utils::printable(line.receipt)));
     const QByteArray bytes =
-        u"%1 %2 [%3] %4\n"_s.arg(time, levelText(line.level).leftJustified(7), line.logger, shownText(line))
-            .toUtf8();
+        u"%1 %2 %3%4\n"_s.arg(time, levelText(line.level).leftJustified(7), source, shownText(line)).toUtf8();
     // A full disk must not stop the till for the sake of a log.
     [[maybe_unused]] const ssize_t written =
         write(theFile.descriptor, bytes.constData(), static_cast<std::size_t>(bytes.size()));
 }
 
+/// The plug-in's lines whose form is settled, and that name card or phone as they were typed.
+bool isSettled(const LogLine& line)
+{
+    static const QRegularExpression forms(
+        u"\\A(?:Получение (?:списка номеров карт|номера карты) по номеру телефона '[^'\\n]*'|"
+        "Создание оплаты бонусами в виде скидки на сумму [^,\\n]*, по карте [^\\n]*)\\z"_s);
+    return line.logger == u"kyrloyalty"_s && forms.match(line.text).hasMatch();
+}
+
 void deliver(LogLine line)
 {
-    // The plug-in's texts are settled: they name card and phone as they were typed.
-    if (line.logger != u"kyrloyalty"_s)
+    line.receipt = utils::LogReceipt::current();
+    if (!isSettled(line))
         line.text = utils::maskNumbers(line.text);
     const std::lock_guard lock(theMutex);
     writeToFile(line);
@@ -241,8 +254,9 @@ ScreenLog::ScreenLog(LogLevel least)
     : m_least(least)
     , m_capture([this](const LogLine& line) {
         if (line.level >= m_least)
-            QTextStream(stderr) << u"till: %1: %2: %3\n"_s.arg(line.logger, levelText(line.level),
-                                                               shownText(line));
+            QTextStream(stderr) << u"till: %1: %2%3: %4\n"_s.arg(
+                line.logger, line.receipt.isEmpty() ? QString() : utils::printable(line.receipt) + u": "_s,
+                levelText(line.level), shownText(line));
     })
 {}
 

@@ -19,8 +19,9 @@ std::optional<LogLevel> levelNamed(const QString& name);
 struct LogLine
 {
     LogLevel level;
-    QString logger; ///< who wrote it: "kyrloyalty" is the plug-in
-    QString text;
+    QString logger;       ///< who wrote it: "kyrloyalty" is the plug-in
+    QString text;         ///< cards and phones masked, but where the form of the whole text is settled
+    QString receipt = {}; ///< whose line it is, its number; empty: nobody's
 };
 
 /// While it lives, every log line of the process goes to the sink and nowhere else. The sink is called on the
