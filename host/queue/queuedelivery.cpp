@@ -118,7 +118,10 @@ QList<QueueDelivery::Pass::Sent> QueueDelivery::Pass::finished()
     for (const ParallelClient::Finished& one : m_delivery.m_client->finished(glance)) {
         const auto message = std::find_if(m_underWay.cbegin(), m_underWay.cend(),
                                           [&one](const auto& underWay) { return underWay.id == one.id; });
-        sent.append({*message, network::outcomeOf(one)});
+        SendingOutcome outcome = network::outcomeOf(one);
+        if (outcome.delivered() && m_delivery.m_options.account)
+            outcome.attempt.account = m_delivery.m_options.account(*message, one.response);
+        sent.append({*message, outcome});
     }
     return sent;
 }

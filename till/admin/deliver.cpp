@@ -9,6 +9,7 @@
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/audit/recording.h"
+#include "till/checkout/deliverynow.h"
 #include "till/setup/reloading.h"
 #include "till/setup/servicemanager.h"
 #include "till/setup/stopsignals.h"
@@ -65,7 +66,11 @@ public:
         const std::lock_guard lock(m_mutex);
         const QString what =
             u"message %1 of %2, %3: "_s.arg(QString::number(message.id), message.group, operationOf(message));
-        m_console.line(what + (attempt.error.isEmpty() ? u"delivered"_s : utils::maskNumbers(attempt.error)));
+        if (!attempt.error.isEmpty())
+            m_console.line(what + utils::maskNumbers(attempt.error));
+        else
+            m_console.line(what + u"delivered"_s +
+                           (attempt.account.isEmpty() ? QString() : u", "_s + attempt.account));
     }
 
     /// Once the worker is gone, its last one.
@@ -139,14 +144,14 @@ int run(const Invocation& invocation)
     Account account(tool.console);
     Credentials credentials(tool.config);
     {
-        DeliveryWorker worker(
-            {.delivery = {.authorization = [&credentials](const QUrl& url) { return credentials.at(url); },
-                          .random = {},
-                          .attempted =
-                              [&account](const QueuedMessage& message, const QueueAttempt& attempt) {
-                                  account.attempted(message, attempt);
-                              }},
-             .changed = [&account](const DeliveryState& state) { account.changed(state); }});
+        QueueDelivery::Options delivery = deliveryOptions(tool.config);
+        delivery.authorization = [&credentials](const QUrl& url) { return credentials.at(url); };
+        delivery.attempted = [&account](const QueuedMessage& message, const QueueAttempt& attempt) {
+            account.attempted(message, attempt);
+        };
+        const DeliveryWorker worker({.delivery = delivery, .changed = [&account](const DeliveryState& state) {
+                                         account.changed(state);
+                                     }});
         notifyServiceManager("READY=1");
         keepUp(signals, reloads, worker, [&] {
             notifyServiceManager("RELOADING=1");

@@ -7,6 +7,7 @@
 #include "host/utils/basicexception.h"
 #include "till/audit/queuewarnings.h"
 #include "till/audit/recording.h"
+#include "till/checkout/deliverynow.h"
 #include "till/scenario/commands.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
@@ -50,10 +51,7 @@ int run(const Invocation& invocation)
     Till till(partsOf(options), config, cashier);
     reporter->preparations(trace.take());
     Player player({till, cashier}, trace, *reporter, nullptr);
-    const DeliveryWorker worker({.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
-                                              .random = {},
-                                              .attempted = {}},
-                                 .changed = {}});
+    const DeliveryWorker worker({.delivery = deliveryOptions(hostObject<Config>()), .changed = {}});
     Shell(in, talk, isatty(STDIN_FILENO) == 1, [&till] { return alarmsAt(till); }).run(player);
     return exitWell;
 }

@@ -1,6 +1,7 @@
 #include "host/queue/deliveryworker.h"
 #include "till/audit/livetrace.h"
 #include "till/audit/recording.h"
+#include "till/checkout/deliverynow.h"
 #include "till/cli/usageerror.h"
 #include "till/goods/demonstration.h"
 #include "till/goods/goodsfile.h"
@@ -150,11 +151,7 @@ int run(const Invocation& invocation)
     window::WindowFrontend frontend(waiting);
     Till till(partsOf(options), config, frontend);
     std::optional<DeliveryWorker> worker;
-    worker.emplace(
-        DeliveryWorker::Options{.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
-                                             .random = {},
-                                             .attempted = {}},
-                                .changed = {}});
+    worker.emplace(DeliveryWorker::Options{.delivery = deliveryOptions(hostObject<Config>()), .changed = {}});
     window::CheckoutModel model(till, waiting, watch, catalogue);
     window::MainWindow view(model, waiting, frontend);
     frontend.setParent(&view);

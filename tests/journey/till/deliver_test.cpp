@@ -222,6 +222,14 @@ TEST_F(TillDeliver, SendsWhatWaitsAndWhatComesInUntilItIsTold)
     EXPECT_EQ(server.requests().size(), 2);
 }
 
+TEST_F(TillDeliver, TellsWhatWasEarned)
+{
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"paymentBonus":12.5}})"));
+    startProgram();
+    EXPECT_TRUE(says("message 1 of R-1, payment-b2c: delivered, earned 12.50 points\n"));
+    EXPECT_EQ(stopProgram(), 0);
+}
+
 TEST_F(TillDeliver, UsesThePresentPassword)
 {
     server.enqueue(HttpAnswer::status(200, "{}"));
