@@ -15,6 +15,7 @@ Command receiptsListCommand();
 Command receiptsShowCommand();
 Command reconcileCommand();
 Command deliverCommand();
+Command metricsCommand();
 Command doctorCommand();
 Command configCheckCommand();
 Command supportBundleCommand();

@@ -6,6 +6,7 @@
 #include "host/utils/masking.h"
 #include "host/utils/printable.h"
 #include "till/admin/commands.h"
+#include "till/admin/metricsfile.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/audit/recording.h"
@@ -21,6 +22,8 @@ using namespace Qt::StringLiterals;
 namespace till {
 
 namespace {
+
+const QString metricsFileOption = u"metrics-file"_s;
 
 QString phaseText(const DeliveryState& state)
 {
@@ -105,11 +108,20 @@ private:
     std::function<QString(const QUrl&)> m_authorization;
 };
 
-void reload(const Options& given, const QString& directory, Tool& tool, Credentials& credentials)
+/// Where the metrics go: an option says it over the settings.
+QString metricsFileOf(const Invocation& invocation, const Tool& tool)
 {
-    reloadSettings(given, [&](const Options& options, const Config& config) {
+    return invocation.has(metricsFileOption) ? invocation.own.value(metricsFileOption)
+                                             : metricsFileOf(tool.config, tool.options);
+}
+
+void reload(const Invocation& invocation, const QString& directory, Tool& tool, Credentials& credentials,
+            MetricsFile& metrics)
+{
+    reloadSettings(invocation.options, [&](const Options& options, const Config& config) {
         tool.take(options, config);
         credentials.set(config);
+        metrics.setName(metricsFileOf(invocation, tool));
         if (dataDirectoryOf(options) != directory)
             utils::logger(u"till"_s)->warn(u"%1 is delivered until the next start"_s.arg(directory));
     });
@@ -117,14 +129,18 @@ void reload(const Options& given, const QString& directory, Tool& tool, Credenti
 
 /// Returns when it is time to stop.
 void keepUp(const StopSignals& signals, const ReloadSignals& reloads, const DeliveryWorker& worker,
-            const std::function<void()>& reloadAll)
+            MetricsFile& metrics, const std::function<void()>& reloadAll)
 {
-    const auto interval = watchdogInterval().value_or(std::chrono::hours(1));
+    constexpr std::chrono::seconds monitorsPace(30); // or so
+    const auto patience = watchdogInterval().value_or(std::chrono::hours(1));
+    const auto interval = std::min<std::chrono::milliseconds>(patience, monitorsPace);
+    metrics.write();
     while (!signals.wait(interval, reloads.descriptor())) {
         if (reloads.take())
             reloadAll();
+        metrics.write();
         // This thread hardly ever gets stuck; the worker delivers, so the watchdog is to watch that.
-        if (worker.overdue() < interval)
+        if (worker.overdue() < patience)
             notifyServiceManager("WATCHDOG=1");
     }
 }
@@ -143,6 +159,7 @@ int run(const Invocation& invocation)
     const Recording recording(invocation.own.value(u"record"_s));
     Account account(tool.console);
     Credentials credentials(tool.config);
+    MetricsFile metrics(metricsFileOf(invocation, tool));
     {
         QueueDelivery::Options delivery = deliveryOptions(tool.config);
         delivery.authorization = [&credentials](const QUrl& url) { return credentials.at(url); };
@@ -153,13 +170,14 @@ int run(const Invocation& invocation)
                                          account.changed(state);
                                      }});
         notifyServiceManager("READY=1");
-        keepUp(signals, reloads, worker, [&] {
+        keepUp(signals, reloads, worker, metrics, [&] {
             notifyServiceManager("RELOADING=1");
-            reload(invocation.options, directory, tool, credentials);
+            reload(invocation, directory, tool, credentials, metrics);
             notifyServiceManager("READY=1");
         });
         notifyServiceManager("STOPPING=1");
     }
+    metrics.write();
     const DeliveryState& last = account.state();
     const MessageQueue queue;
     tool.console.value(QJsonDocument(QJsonObject{{u"delivered"_s, last.delivered},
@@ -173,23 +191,26 @@ int run(const Invocation& invocation)
 
 Command deliverCommand()
 {
-    return {.name = u"deliver"_s,
-            .about = u"Deliver the outgoing queue until told to stop: the delivery service."_s,
-            .details =
-                u"Sends each message when it is due, and what comes in at once. Where another delivery is "
-                u"under way on the same\n"
-                "data directory, it stands by and takes over. SIGTERM and SIGINT end it after the messages "
-                "in hand. The\n"
-                "present password takes the place of the one that a message was queued with. Tells the "
-                "service manager that\n"
-                "started it when it is ready, and keeps its watchdog.\n\n"
-                "With --json: {\"delivered\", \"failed\" (attempts), \"waiting\", \"parked\"}, at the end."_s,
-            .options = {recordOption()},
-            .examples = {{u"till deliver"_s, u"in the foreground"_s},
-                         {u"systemctl enable --now kyr-loyalty-deliver"_s, u"as a service"_s}},
-            .statuses = {{0, u"it was told to stop"_s},
-                         {2, u"the settings or the data directory cannot be used"_s}},
-            .run = run};
+    return {
+        .name = u"deliver"_s,
+        .about = u"Deliver the outgoing queue until told to stop: the delivery service."_s,
+        .details =
+            u"Sends each message when it is due, and what comes in at once. Where another delivery is "
+            u"under way on the same\n"
+            "data directory, it stands by and takes over. SIGTERM and SIGINT end it after the messages "
+            "in hand. The\n"
+            "present password takes the place of the one that a message was queued with. Tells the "
+            "service manager that\n"
+            "started it when it is ready, and keeps its watchdog. SIGHUP has it read its settings anew.\n\n"
+            "With --json: {\"delivered\", \"failed\" (attempts), \"waiting\", \"parked\"}, at the end."_s,
+        .options = {{metricsFileOption, u"FILE"_s,
+                     u"Keep metrics in this file for a collector, instead of Till:metricsFile."_s},
+                    recordOption()},
+        .examples = {{u"till deliver"_s, u"in the foreground"_s},
+                     {u"systemctl enable --now kyr-loyalty-deliver"_s, u"as a service"_s}},
+        .statuses = {{0, u"it was told to stop"_s},
+                     {2, u"the settings or the data directory cannot be used"_s}},
+        .run = run};
 }
 
 } // namespace till

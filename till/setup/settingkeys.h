@@ -23,6 +23,7 @@ inline const QString passwordFile = QStringLiteral("Till:passwordFile");
 inline const QString dataDirectory = QStringLiteral("Till:dataDirectory");
 inline const QString logFile = QStringLiteral("Till:logFile");
 inline const QString logLevel = QStringLiteral("Till:logLevel");
+inline const QString metricsFile = QStringLiteral("Till:metricsFile");
 inline const QString alarm = QStringLiteral("Till:alarmAfterMinutes");
 inline const QString language = QStringLiteral("Till:language");
 inline const QString scanPrefix = QStringLiteral("Till:scanPrefix");
