@@ -4,6 +4,7 @@
 #include "host/utils/logging.h"
 #include "till/audit/metrics.h"
 
+#include <QFile>
 #include <QSaveFile>
 
 using namespace Qt::StringLiterals;

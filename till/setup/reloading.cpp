@@ -10,6 +10,7 @@ namespace till {
 
 void reloadSettings(const Options& given, const std::function<void(const Options&, const Config&)>& take)
 {
+    const utils::LogReceipt none({}); // whichever is open meanwhile
     Options options = given;
     try {
         const Config config = settingsOf(options);
