@@ -66,9 +66,10 @@ Keeps what cannot be sent now and delivers it later, inside the till or as a
 service. Tools for the administrator look into queue and receipts.")
 set(CPACK_DEBIAN_TILL_PACKAGE_DEPENDS "kyr-loyalty-plugin ${same}")
 set(CPACK_DEBIAN_TILL_PACKAGE_RECOMMENDS kyr-loyalty-stand)
+set(CPACK_DEBIAN_TILL_PACKAGE_SUGGESTS logrotate)
 set(CPACK_DEBIAN_TILL_PACKAGE_CONTROL_EXTRA
   "${PROJECT_SOURCE_DIR}/packaging/debian/postinst" "${PROJECT_SOURCE_DIR}/packaging/debian/prerm"
-  "${PROJECT_SOURCE_DIR}/packaging/debian/postrm")
+  "${PROJECT_SOURCE_DIR}/packaging/debian/postrm" "${PROJECT_SOURCE_DIR}/packaging/debian/conffiles")
 set(CPACK_DEBIAN_TILL_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 kyr_package(stand kyr-loyalty-stand COMPONENTS stand

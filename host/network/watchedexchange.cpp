@@ -88,6 +88,7 @@ utils::Registry<WatchedExchange::ThreadsGuard>& WatchedExchange::allGuards()
 WatchedExchange::WatchedExchange(Request request)
     : m_guards(allGuards().all())
     , m_request(std::move(request))
+    , m_receipt(utils::LogReceipt::current())
 {
     std::erase_if(m_guards, [](const auto& one) { return one->thread != std::this_thread::get_id(); });
     for (const auto& one : m_guards) {
@@ -101,6 +102,7 @@ WatchedExchange::WatchedExchange(Request request)
 
 Judged WatchedExchange::finish(Answer answer) const
 {
+    const utils::LogReceipt itsOwn(m_receipt);
     const QVariant given = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
     const QVariant shown = withoutCredentials(given, m_request.headers);
     Judged judged{codeOf(m_request.method, answer, given), {}, m_clock.elapsed(), answer.retryAfter};

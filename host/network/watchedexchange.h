@@ -43,6 +43,7 @@ private:
 
     std::vector<std::shared_ptr<const ThreadsGuard>> m_guards;
     Request m_request;
+    QString m_receipt; ///< of the log when it began; when it ends, others may be worked on
     QElapsedTimer m_clock;
 };
 

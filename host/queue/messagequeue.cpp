@@ -108,7 +108,7 @@ struct MessageQueue::Statements
                      .operation = operationOf(message),
                      .message = message.id,
                      .code = attempt.code,
-                     .detail = attempt.error,
+                     .detail = attempt.error.isEmpty() ? attempt.account : attempt.error,
                      .milliseconds = attempt.milliseconds});
     }
 

@@ -38,6 +38,7 @@ struct QueueAttempt
     int code = 0;            ///< RestClient's: 0 for a 2xx, else an HTTP status or an ErrorCode
     QString error;           ///< for the administrator; empty after a success
     qint64 milliseconds = 0; ///< how long it took
+    QString account = {};    ///< after a success: what the answer said, for the administrator; may be empty
 };
 
 /// That the service refuses the credentials, which holds up everything.

@@ -99,6 +99,7 @@ void QueueDelivery::Pass::beginWhatIsDue(qsizetype unsettled)
 
 void QueueDelivery::Pass::begin(const QueuedMessage& message)
 {
+    const utils::LogReceipt its(message.group);
     if (m_delivery.m_options.attempting)
         m_delivery.m_options.attempting(message);
     const auto request = network::requestOf(message, m_delivery.m_options.authorization);
@@ -117,7 +118,10 @@ QList<QueueDelivery::Pass::Sent> QueueDelivery::Pass::finished()
     for (const ParallelClient::Finished& one : m_delivery.m_client->finished(glance)) {
         const auto message = std::find_if(m_underWay.cbegin(), m_underWay.cend(),
                                           [&one](const auto& underWay) { return underWay.id == one.id; });
-        sent.append({*message, network::outcomeOf(one)});
+        SendingOutcome outcome = network::outcomeOf(one);
+        if (outcome.delivered() && m_delivery.m_options.account)
+            outcome.attempt.account = m_delivery.m_options.account(*message, one.response);
+        sent.append({*message, outcome});
     }
     return sent;
 }
@@ -143,6 +147,7 @@ void QueueDelivery::Pass::tell(const Sent& sent, bool held)
     if (outcome.delivered()) {
         ++m_summary.delivered;
         m_delivery.m_pace->wentWell();
+        const utils::LogReceipt its(message.group);
         if (!held)
             log()->warn(u"Queue: message %1 was delivered while being dropped"_s.arg(message.id));
     } else if (!outcome.hopeless) {
@@ -209,6 +214,7 @@ bool QueueDelivery::note(const QueuedMessage& message, const SendingOutcome& out
     if (outcome.delivered())
         return m_queue.delivered(message.id, attempt);
     if (outcome.hopeless) {
+        const utils::LogReceipt its(message.group);
         log()->warn(u"Queue: message %1 is parked"_s.arg(message.id));
         return m_queue.park(message.id, attempt);
     }

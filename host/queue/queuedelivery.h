@@ -50,6 +50,8 @@ public:
         std::function<double()> random;
         /// Told of each message just before it is sent.
         std::function<void(const QueuedMessage&)> attempting = {};
+        /// Says what the answer to a delivered message means, for the journal of its receipt; may be empty.
+        std::function<QString(const QueuedMessage&, const QVariant& answer)> account = {};
         /// Told of each attempt after it was noted in the queue.
         std::function<void(const QueuedMessage&, const QueueAttempt&)> attempted;
     };

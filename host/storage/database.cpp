@@ -8,6 +8,7 @@
 #include <QSqlRecord>
 
 #include <algorithm>
+#include <atomic>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -51,7 +52,11 @@ StorageFault faultOf(int code)
     }
 }
 
+std::atomic<qint64> theCommits = 0;
+
 } // namespace
+
+qint64 Database::commits() { return theCommits; }
 
 QSqlQuery Database::prepared(const QString& sql) const
 {
@@ -66,6 +71,7 @@ int Database::change(QSqlQuery& statement, const QVariantList& values) const
 {
     requireReady();
     execute(statement, values);
+    theCommits += isInTransaction() ? 0 : 1;
     const int changed = statement.numRowsAffected();
     statement.finish();
     return changed;
@@ -75,6 +81,7 @@ qint64 Database::insert(QSqlQuery& statement, const QVariantList& values) const
 {
     requireReady();
     execute(statement, values);
+    theCommits += isInTransaction() ? 0 : 1;
     const qint64 id = statement.lastInsertId().toLongLong();
     statement.finish();
     return id;
@@ -143,6 +150,7 @@ void Database::commit() const
     if (m_files)
         requireInPlace();
     execute(u"COMMIT"_s);
+    ++theCommits;
     m_depth = 0;
     for (const auto& kept : std::exchange(m_onceKept, {}))
         kept.second();

@@ -97,6 +97,9 @@ public:
     void requireWritable() const;
     [[nodiscard]] bool isInTransaction() const { return m_depth > 0; }
 
+    /// How many commits this process has made so far, to any file; each of them waited for the disk.
+    [[nodiscard]] static qint64 commits();
+
     /// The file with the companions that it has while it is open.
     struct Files
     {

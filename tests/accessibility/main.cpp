@@ -1,3 +1,5 @@
+#include "tests/support/nosettings.h"
+
 #include <QCoreApplication>
 
 #include <atspi/atspi.h>
@@ -6,6 +8,7 @@
 
 int main(int argc, char** argv)
 {
+    test_support::hideSettings();
     testing::InitGoogleTest(&argc, argv);
     const QCoreApplication application(argc, argv);
     atspi_init();

@@ -1,10 +1,12 @@
 #include "stand/program/options.h"
+#include "till/audit/metrics.h"
 #include "till/cli/options.h"
 #include "till/commands.h"
 
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 
 #include <gmock/gmock.h>
 
@@ -147,7 +149,8 @@ TEST(Packaging, EveryServiceKeepsItsSecretsToItself)
     const QStringList common =
         contentOf(packaging + u"/systemd/kyr-loyalty-.service.d/10-common.conf"_s).split(u'\n');
     EXPECT_GE(common.indexOf(u"[Service]"_s), 0);
-    for (const QString& line : {u"UMask=0077"_s, u"LimitCORE=0"_s, u"StateDirectoryMode=0700"_s})
+    for (const QString& line :
+         {u"UMask=0077"_s, u"LimitCORE=0"_s, u"StateDirectoryMode=0700"_s, u"LogsDirectoryMode=0700"_s})
         EXPECT_GT(common.indexOf(line), common.indexOf(u"[Service]"_s)) << line.toStdString();
     // The drop-in is that of the units whose names begin so; none takes it back.
     const QDir units(packaging + u"/systemd"_s);
@@ -157,4 +160,77 @@ TEST(Packaging, EveryServiceKeepsItsSecretsToItself)
         EXPECT_TRUE(service.startsWith(u"kyr-loyalty-"_s)) << service.toStdString();
         EXPECT_FALSE(contentOf(units.filePath(service)).contains(u"LimitCORE"_s)) << service.toStdString();
     }
+}
+
+TEST(Packaging, TheLogsThatAreRotatedLieWhereTheServicesMayWriteThem)
+{
+    const QString rotated = contentOf(packaging + u"/logrotate/kyr-loyalty-till"_s);
+    const QString common = contentOf(packaging + u"/systemd/kyr-loyalty-.service.d/10-common.conf"_s);
+    const QString user = contentOf(packaging + u"/sysusers/kyr-loyalty.conf"_s);
+    EXPECT_TRUE(common.contains(u"\nLogsDirectory=kyr-loyalty\n"_s));
+    EXPECT_TRUE(rotated.contains(u"\n/var/log/kyr-loyalty/*.log {\n"_s));
+    EXPECT_TRUE(user.contains(u"\nu kyr-loyalty "_s));
+    EXPECT_TRUE(rotated.contains(u"\n    su kyr-loyalty kyr-loyalty\n"_s));
+    EXPECT_EQ(contentOf(packaging + u"/debian/conffiles"_s), u"/etc/logrotate.d/kyr-loyalty-till\n"_s);
+}
+
+namespace {
+
+/// The rest of each line that begins with that key, after the key.
+QStringList valuesOf(const QString& text, const QString& key)
+{
+    QStringList values;
+    QRegularExpression lines(u"^ *(?:- )?%1: (?:>-\\n)?((?:.|\\n {10,})*)$"_s.arg(key),
+                             QRegularExpression::MultilineOption);
+    for (const auto& match : lines.globalMatch(text))
+        values.append(match.captured(1).simplified());
+    return values;
+}
+
+const QString alertRules = contentOf(packaging + u"/prometheus/kyr-loyalty-till.rules.yml"_s);
+const QString operations = contentOf(packaging + u"/../docs/operations.md"_s);
+
+} // namespace
+
+TEST(Packaging, TheAlertsAreOnMetricsThatThereAre)
+{
+    till::Measures some;
+    some.health.lastDelivered = QDateTime::currentDateTimeUtc();
+    const QJsonObject samples = till::metricsJson(till::metricsOf(some) + till::ownMetrics());
+    const QStringList known = samples.keys();
+    const QStringList expressions = valuesOf(alertRules, u"expr"_s);
+    ASSERT_EQ(expressions.size(), valuesOf(alertRules, u"alert"_s).size());
+    static const QRegularExpression selector(u"\\b(kyr_\\w+)(\\{[^}]*\\})?"_s);
+    for (const QString& expression : expressions) {
+        EXPECT_TRUE(selector.match(expression).hasMatch()) << expression.toStdString();
+        for (const auto& match : selector.globalMatch(expression)) {
+            const QString name = match.captured(0);
+            const auto isOne = [&name](const QString& sample) {
+                return sample == name || sample.startsWith(name + u'{');
+            };
+            EXPECT_TRUE(std::any_of(known.begin(), known.end(), isOne)) << name.toStdString();
+        }
+    }
+}
+
+TEST(Packaging, EachAlertIsOnThePageThatSaysWhatToDo)
+{
+    const QStringList alerts = valuesOf(alertRules, u"alert"_s);
+    ASSERT_GT(alerts.size(), 5);
+    for (const QString& alert : alerts)
+        EXPECT_TRUE(operations.contains(u"\n| %1 | "_s.arg(alert))) << alert.toStdString();
+    QStringList anchors;
+    static const QRegularExpression heading(u"^#+ (.*)$"_s, QRegularExpression::MultilineOption);
+    for (const auto& match : heading.globalMatch(operations))
+        anchors.append(u"docs/operations.md#"_s + match.captured(1).toLower().replace(u' ', u'-'));
+    const QStringList named = valuesOf(alertRules, u"page"_s);
+    EXPECT_EQ(named.size(), alerts.size());
+    for (const QString& page : named)
+        EXPECT_TRUE(anchors.contains(page)) << page.toStdString();
+}
+
+TEST(Packaging, ThePageTellsOfEveryMetric)
+{
+    for (const till::Metric& metric : till::metricsOf({}) + till::ownMetrics())
+        EXPECT_TRUE(operations.contains(u"\n| `%1"_s.arg(metric.name))) << metric.name.toStdString();
 }

@@ -104,6 +104,7 @@ void World::surround(QProcess& process) const
         if (name.startsWith(u"KYR_"_s) || name.startsWith(u"XDG_"_s))
             environment.remove(name);
     }
+    environment.insert(u"CONFIGURATION_DIRECTORY"_s, m_folder.path());
     environment.insert(u"HOME"_s, path(u"home"_s));
     environment.insert(u"PATH"_s, QStringLiteral(KYR_PROGRAMS ":") + environment.value(u"PATH"_s));
     environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);

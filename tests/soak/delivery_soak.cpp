@@ -7,6 +7,7 @@
 #include "tests/soak/simulation.h"
 #include "tests/soak/tills.h"
 #include "tests/soak/weather.h"
+#include "tests/support/nosettings.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -186,6 +187,7 @@ TEST(DeliverySoak, AServiceThatIsDownForDaysRefusesDripsAndLiesGetsEverythingOnc
 
 int main(int argc, char* argv[])
 {
+    test_support::hideSettings();
     ::testing::InitGoogleTest(&argc, argv);
     const QCoreApplication application(argc, argv);
     QLoggingCategory::setFilterRules(u"*=false"_s); // every attempt in a week that fails is a line

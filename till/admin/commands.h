@@ -16,6 +16,7 @@ Command receiptsShowCommand();
 Command reconcileCommand();
 Command deliverCommand();
 Command forgetCommand();
+Command metricsCommand();
 Command doctorCommand();
 Command configCheckCommand();
 Command supportBundleCommand();

@@ -20,7 +20,8 @@ QString namedFile(const Invocation& invocation)
 {
     QString file = invocation.arguments.value(0, invocation.options.configFile);
     if (file.isEmpty())
-        throw UsageError(u"till: config check: which file? name it, or say --config"_s);
+        throw UsageError(u"till: config check: which file? there is none at %1; name it"_s.arg(
+            usualConfigFiles().join(u" or "_s)));
     QFile opened(file);
     if (!opened.open(QIODevice::ReadOnly))
         throw UsageError(u"till: %1: cannot be read: %2"_s.arg(file, opened.errorString()));
@@ -72,16 +73,17 @@ int run(const Invocation& invocation)
     }
     if (problems.isEmpty())
         console.line(options.configFile + u": nothing is wrong"_s);
-    console.value(QJsonDocument(QJsonObject{{u"ok"_s, problems.isEmpty()}, {u"problems"_s, problems}}));
+    console.value(QJsonDocument(QJsonObject{
+        {u"ok"_s, problems.isEmpty()}, {u"file"_s, options.configFile}, {u"problems"_s, problems}}));
     return problems.isEmpty() ? exitWell : exitFailed;
 }
 
 const QString details =
-    uR"(Reads the file, else that of --config, as each start does, goes on after each mistake, and tells
-each with file, line, key and what to do; so too those of the files that it names: password and
-goods. Nothing is started. What is beyond the file, the service for one, is the doctor's.
+    uR"(Reads the file, else the one that each start takes, goes on after each mistake, and tells each with
+file, line, key and what to do; so too those of the files that it names: password and goods. Nothing
+is started. What is beyond the file, the service for one, is the doctor's.
 
-With --json: {"ok", "problems"}; each problem is {"file", "line" (null: the file as a whole),
+With --json: {"ok", "file", "problems"}; each problem is {"file", "line" (null: the file as a whole),
 "key", "text", "remedy"}.)"_s;
 
 } // namespace

@@ -2,16 +2,17 @@
 #include "host/queue/messagequeue.h"
 #include "host/storage/datacheck.h"
 #include "host/storage/datadirectory.h"
-#include "host/storage/store.h"
-#include "host/utils/basicexception.h"
-#include "host/utils/currenttime.h"
+#include "host/utils/logging.h"
 #include "host/utils/masking.h"
 #include "host/utils/printable.h"
 #include "till/admin/commands.h"
+#include "till/admin/metricsfile.h"
+#include "till/admin/sparetime.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/audit/recording.h"
-#include "till/setup/keeping.h"
+#include "till/checkout/deliverynow.h"
+#include "till/setup/reloading.h"
 #include "till/setup/servicemanager.h"
 #include "till/setup/stopsignals.h"
 
@@ -27,7 +28,7 @@ namespace till {
 namespace {
 
 constexpr std::chrono::milliseconds soon = 1s; // others write to the store too
-constexpr std::chrono::milliseconds later = 1min;
+const QString metricsFileOption = u"metrics-file"_s;
 
 QString phaseText(const DeliveryState& state)
 {
@@ -73,7 +74,11 @@ public:
         const std::lock_guard lock(m_mutex);
         const QString what =
             u"message %1 of %2, %3: "_s.arg(QString::number(message.id), message.group, operationOf(message));
-        m_console.line(what + (attempt.error.isEmpty() ? u"delivered"_s : utils::maskNumbers(attempt.error)));
+        if (!attempt.error.isEmpty())
+            m_console.line(what + utils::maskNumbers(attempt.error));
+        else
+            m_console.line(what + u"delivered"_s +
+                           (attempt.account.isEmpty() ? QString() : u", "_s + attempt.account));
     }
 
     /// Once the worker is gone, its last one.
@@ -86,67 +91,101 @@ private:
     DeliveryState m_state;
 };
 
-/// Removes what is kept for its time while nothing is to be sent.
-class SpareTime
+/// What is presented to the service, which may change while it delivers.
+class Credentials
 {
 public:
-    explicit SpareTime(const Config& config)
-        : m_retention(keepingTimesOf(config))
-    {}
+    explicit Credentials(const Config& config) { set(config); }
 
-    /// Takes a small step; false: there is nothing to do for a while.
-    bool use()
+    void set(const Config& config)
     {
-        try {
-            const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
-            return !m_queue.get().nextDue(now, now) && m_retention.step();
-        } catch (const BasicException&) {
-            return false; // the worker meets it too, and tells
-        }
+        const std::lock_guard lock(m_mutex);
+        m_authorization = currentAuthorization(config);
+    }
+    [[nodiscard]] QString at(const QUrl& url) const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_authorization ? m_authorization(url) : QString();
     }
 
 private:
-    storage::StoreUser<MessageQueue> m_queue;
-    storage::Retention m_retention;
+    mutable std::mutex m_mutex;
+    std::function<QString(const QUrl&)> m_authorization;
 };
 
-/// Returns when it is time to stop.
-void keepUp(const StopSignals& signals, const DeliveryWorker& worker, SpareTime& spareTime)
+/// Where the metrics go: an option says it over the settings.
+QString metricsFileOf(const Invocation& invocation, const Tool& tool)
 {
-    const std::chrono::milliseconds interval = watchdogInterval().value_or(1h);
-    for (auto pause = std::min(interval, soon); !signals.wait(pause);) {
+    return invocation.has(metricsFileOption) ? invocation.own.value(metricsFileOption)
+                                             : metricsFileOf(tool.config, tool.options);
+}
+
+void reload(const Invocation& invocation, const QString& directory, Tool& tool, Credentials& credentials,
+            MetricsFile& metrics)
+{
+    reloadSettings(invocation.options, [&](const Options& options, const Config& config) {
+        tool.take(options, config);
+        credentials.set(config);
+        metrics.setName(metricsFileOf(invocation, tool));
+        spareTime.set(config);
+        if (dataDirectoryOf(options) != directory)
+            utils::logger(u"till"_s)->warn(u"%1 is delivered until the next start"_s.arg(directory));
+    });
+}
+
+/// Returns when it is time to stop.
+void keepUp(const StopSignals& signals, const ReloadSignals& reloads, const DeliveryWorker& worker,
+            MetricsFile& metrics, SpareTime& spareTime, const std::function<void()>& reloadAll)
+{
+    constexpr std::chrono::seconds monitorsPace(30); // or so
+    const auto patience = watchdogInterval().value_or(std::chrono::hours(1));
+    const auto interval = std::min<std::chrono::milliseconds>(patience, monitorsPace);
+    metrics.write();
+    for (auto pause = std::min(interval, soon); !signals.wait(pause, reloads.descriptor());) {
+        if (reloads.take())
+            reloadAll();
+        metrics.write();
         // This thread hardly ever gets stuck; the worker delivers, so the watchdog is to watch that.
-        if (worker.overdue() < interval)
+        if (worker.overdue() < patience)
             notifyServiceManager("WATCHDOG=1");
-        pause = std::min(interval, spareTime.use() ? soon : later);
+        pause = spareTime.use() ? std::min(interval, soon) : interval;
     }
 }
 
 int run(const Invocation& invocation)
 {
     const StopSignals signals;
+    const ReloadSignals reloads; // from the first to the last moment: without them a reload ends the program
     Tool tool(invocation);
-    storage::setDataDirectory(dataDirectoryOf(tool.options));
+    const QString directory = dataDirectoryOf(tool.options);
+    storage::setDataDirectory(directory);
     // What makes delivery impossible is said at once.
     const storage::OpenedStore opened = openDataDirectory();
     for (const storage::DataFinding& finding : opened.findings)
         tool.console.line(finding.text.ru(), Console::Colour::Yellow);
     const Recording recording(invocation.own.value(u"record"_s));
     Account account(tool.console);
+    Credentials credentials(tool.config);
+    MetricsFile metrics(metricsFileOf(invocation, tool));
     {
-        DeliveryWorker worker(
-            {.delivery = {.authorization = currentAuthorization(tool.config),
-                          .random = {},
-                          .attempted =
-                              [&account](const QueuedMessage& message, const QueueAttempt& attempt) {
-                                  account.attempted(message, attempt);
-                              }},
-             .changed = [&account](const DeliveryState& state) { account.changed(state); }});
+        QueueDelivery::Options delivery = deliveryOptions(tool.config);
+        delivery.authorization = [&credentials](const QUrl& url) { return credentials.at(url); };
+        delivery.attempted = [&account](const QueuedMessage& message, const QueueAttempt& attempt) {
+            account.attempted(message, attempt);
+        };
+        const DeliveryWorker worker({.delivery = delivery, .changed = [&account](const DeliveryState& state) {
+                                         account.changed(state);
+                                     }});
         notifyServiceManager("READY=1");
         SpareTime spareTime(tool.config);
-        keepUp(signals, worker, spareTime);
+        keepUp(signals, reloads, worker, metrics, spareTime, [&] {
+            notifyServiceManager("RELOADING=1");
+            reload(invocation, directory, tool, credentials, metrics, spareTime);
+            notifyServiceManager("READY=1");
+        });
         notifyServiceManager("STOPPING=1");
     }
+    metrics.write();
     const DeliveryState& last = account.state();
     const MessageQueue queue;
     tool.console.value(QJsonDocument(QJsonObject{{u"delivered"_s, last.delivered},
@@ -169,12 +208,15 @@ Command deliverCommand()
                 "in hand. The\n"
                 "present password takes the place of the one that a message was queued with. Tells the "
                 "service manager that\n"
-                "started it when it is ready, and keeps its watchdog. While nothing is to be sent it "
-                "removes what was kept\n"
-                "for its time (Till:keepDays, Till:keepJournalDays).\n\n"
+                "started it when it is ready, and keeps its watchdog. SIGHUP has it read its settings anew. "
+                "While "
+                "nothing is to be\n"
+                "sent it removes what was kept for its time (Till:keepDays, Till:keepJournalDays).\n\n"
                 "With --json: {\"delivered\", \"failed\" (attempts), \"waiting\", \"parked\"}, at the end."_s,
-            .options = {recordOption()},
-            .examples = {{u"till deliver --config /etc/kyr-loyalty/till.toml"_s, u"in the foreground"_s},
+            .options = {{metricsFileOption, u"FILE"_s,
+                         u"Keep metrics in this file for a collector, instead of Till:metricsFile."_s},
+                        recordOption()},
+            .examples = {{u"till deliver"_s, u"in the foreground"_s},
                          {u"systemctl enable --now kyr-loyalty-deliver"_s, u"as a service"_s}},
             .statuses = {{0, u"it was told to stop"_s},
                          {2, u"the settings or the data directory cannot be used"_s}},

@@ -105,7 +105,9 @@ QList<Finding> examineConfiguration(const Options& options, const SettingsReadin
                          problem.fault.remedy.isEmpty() ? usual : problem.fault.remedy});
     if (findings.isEmpty()) {
         const QString file =
-            options.configFile.isEmpty() ? u"none; all keys have their defaults"_s : options.configFile;
+            options.configFile.isEmpty()
+                ? u"none at %1; all keys have their defaults"_s.arg(usualConfigFiles().join(u" or "_s))
+                : options.configFile;
         const QString exposure = exposureOf(options);
         findings.append(exposure.isEmpty() ? Finding{u"configuration"_s, State::Ok, file}
                                            : Finding{u"configuration"_s, State::Warning, exposure,

@@ -5,6 +5,7 @@
 #include "till/admin/commands.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
+#include "till/checkout/deliverynow.h"
 #include "till/setup/stopsignals.h"
 
 using namespace Qt::StringLiterals;
@@ -46,10 +47,9 @@ int run(const Invocation& invocation)
     QueueDelivery::Summary summary;
     {
         const Progress progress(tool.console, queue.waitingCount());
-        QueueDelivery delivery(
-            queue, {.authorization = currentAuthorization(tool.config),
-                    .random = {},
-                    .attempted = [&](const QueuedMessage&, const QueueAttempt&) { heedSignals(); }});
+        QueueDelivery::Options options = deliveryOptions(tool.config);
+        options.attempted = [&](const QueuedMessage&, const QueueAttempt&) { heedSignals(); };
+        QueueDelivery delivery(queue, options);
         heedSignals();
         summary = delivery.run(stop.get_token());
     }

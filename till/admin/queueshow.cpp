@@ -84,7 +84,9 @@ Command queueShowCommand()
         .most = 1,
         .missing = u"which message?"_s,
         .about = u"Show one message: its headers, its body, and why it was not delivered."_s,
-        .details = u"Card and phone numbers are masked; credentials, codes and passwords are not shown.\n\n"
+        .details = u"Card and phone numbers are masked, the numbers of receipts are shown whole; "
+                   u"credentials, codes\n"
+                   "and passwords are not shown.\n\n"
                    "With --json: the members of `queue list`, \"method\", \"url\", \"headers\", \"timeout\" "
                    "(seconds) and \"body\" (a text)."_s,
         .examples = {{u"till queue show 17"_s, u"the message of that number"_s}},

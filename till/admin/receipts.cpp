@@ -65,9 +65,12 @@ void print(Console& console, const ReceiptReport& report, const QJsonObject& jso
         console.line(u"returns of %1, under which its messages go"_s.arg(json[u"sale"_s].toString()));
     if (!json[u"card"_s].toString().isEmpty())
         console.line(u"card %1"_s.arg(json[u"card"_s].toString()));
+    const QString earned = json[u"earnedLater"_s].isNull()
+                               ? u"earned %1 (in money)"_s.arg(amount(json[u"earned"_s]))
+                               : u"earned %1 points, told later"_s.arg(amount(json[u"earnedLater"_s]));
     if (report.document)
-        console.line(u"sum %1, paid with points %2, earned %3 (in money)"_s.arg(
-            amount(json[u"sum"_s]), amount(json[u"pointsDiscount"_s]), amount(json[u"earned"_s])));
+        console.line(u"sum %1, paid with points %2, %3"_s.arg(amount(json[u"sum"_s]),
+                                                              amount(json[u"pointsDiscount"_s]), earned));
     console.line();
     if (report.document)
         printPositions(console, json[u"positions"_s].toArray());
@@ -125,7 +128,9 @@ Command receiptsShowCommand()
         .about = u"Show one receipt with all that happened to it."_s,
         .details = u"Positions, card (masked), points, and the timeline: every operation, attempt and "
                    u"answer, and what is next.\n\n"
-                   "With --json: the members of `receipts list`, \"sale\", \"earned\", \"positions\" "
+                   "With --json: the members of `receipts list`, \"sale\", \"earned\" (money), "
+                   "\"earnedLater\" (points, as the "
+                   "service\nanswered when the message was delivered), \"positions\" "
                    "({\"position\", \"articul\", "
                    "\"name\",\n\"price\", \"quantity\", \"discount\", \"pointsDiscount\", \"sum\"}) and "
                    "\"timeline\" ({\"time\", "

@@ -31,6 +31,14 @@ Tool::Tool(const Invocation& invocation)
 
 Tool::~Tool() { storage::setDataDirectory({}); }
 
+void Tool::take(const Options& anew, const Config& itsConfig)
+{
+    m_logFile.reopen(anew.logFile, fileLevel(anew));
+    m_screenLog.setLeast(screenLevel(anew, LogLevel::Warning));
+    options = anew;
+    config = itsConfig;
+}
+
 void Tool::useDataDirectory()
 {
     const QString path = dataDirectoryOf(options);

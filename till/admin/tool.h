@@ -28,8 +28,12 @@ public:
     /// looks makes none.
     void useDataDirectory();
 
+    /// Goes on with these settings, but for the data directory, and in their log. Throws UsageError, and goes
+    /// on as before, when the log file cannot be used.
+    void take(const Options& anew, const Config& itsConfig);
+
     Options options;
-    const Config config;
+    Config config;
     Console console;
 
 private:

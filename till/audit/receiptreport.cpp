@@ -8,6 +8,7 @@
 #include "host/utils/money.h"
 #include "till/audit/queuereport.h"
 #include "till/audit/reconciliation.h"
+#include "till/checkout/lateearning.h"
 #include "till/checkout/receiptsums.h"
 #include "till/checkout/unknownspending.h"
 #include "till/setup/hostobjects.h"
@@ -61,6 +62,17 @@ QString nextOf(const ReceiptReport& report)
 QJsonValue money(const std::optional<std::int64_t>& hundredths)
 {
     return hundredths ? QJsonValue(static_cast<double>(*hundredths) / 100) : QJsonValue();
+}
+
+/// The points that an earning brought which had waited in the queue.
+std::optional<double> earnedLater(const QList<storage::JournalEntry>& timeline)
+{
+    std::optional<double> points;
+    for (const storage::JournalEntry& entry : timeline) {
+        if (const auto told = entry.event == u"delivered"_s ? pointsIn(entry.detail) : std::nullopt)
+            points = told;
+    }
+    return points;
 }
 
 QJsonArray positionsJson(const AbstractDocument& document)
@@ -191,7 +203,9 @@ QJsonObject receiptJson(const ReceiptReport& report)
         const auto earned = earnedBy(*report.document);
         const bool isReturn = report.document->getDocumentType() == ReturnReceipt;
         json.insert(u"sale"_s, isReturn ? report.document->getSaleDocumentId().toString() : QString());
+        const auto later = earnedLater(report.timeline);
         json.insert(u"earned"_s, money(earned));
+        json.insert(u"earnedLater"_s, later ? QJsonValue(*later) : QJsonValue());
         json.insert(u"positions"_s, positionsJson(*report.document));
     }
     QJsonArray timeline;

@@ -16,11 +16,14 @@ struct TraceEntry
     LogLevel level; ///< Debug for an exchange
     QString source; ///< the logger's name; empty for an exchange
     QStringList lines;
+    QString receipt = {}; ///< whose log line it is; empty: nobody's, or an exchange
 };
 
 /// The entry's lines in a column of their own, its level and source before the first. As they came: not yet
 /// fit for a terminal.
 QStringList headedLines(const TraceEntry& entry);
+/// The same with the receipt's number behind the source.
+QStringList headedLinesWithReceipt(const TraceEntry& entry);
 
 /// While it lives, tells of what goes on, redacted, as it happens: log lines and, when asked to, exchanges.
 /// Beside it there is no other LogCapture.

@@ -115,10 +115,13 @@ void Checkout::change(const QSharedPointer<Document>& receipt)
     adopt(receipt);
 }
 
-/// Makes it the current receipt, for the session and for the loyalty system.
+/// Makes it the current receipt, for the session, for the log and for the loyalty system.
 void Checkout::adopt(const QSharedPointer<Document>& receipt)
 {
     m_receipt = receipt;
+    m_itsLines.reset(); // gives back what was before
+    if (receipt)
+        m_itsLines.emplace(receipt->getIdentifier());
     hostObject<Session>().setDocument(receipt);
     m_loyalty.setDocument(receipt);
 }

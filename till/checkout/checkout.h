@@ -4,6 +4,7 @@
 #include "host/queue/messagequeue.h"
 #include "host/storage/filelock.h"
 #include "host/storage/store.h"
+#include "host/utils/logging.h"
 #include "till/checkout/receiptjournal.h"
 #include "till/checkout/requestguard.h"
 #include "till/checkout/results.h"
@@ -129,6 +130,7 @@ private:
     ReceiptJournal m_journal;
     storage::StoreUser<MessageQueue> m_queue;
     QSharedPointer<Document> m_receipt;
+    std::optional<utils::LogReceipt> m_itsLines;
     bool m_isAstray = false; ///< it tells of what could not be kept
     StoreStep m_step;
     RequestGuard m_guard;

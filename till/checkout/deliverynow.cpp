@@ -3,6 +3,7 @@
 #include "host/network/idlework.h"
 #include "host/storage/filelock.h"
 #include "host/utils/currenttime.h"
+#include "till/checkout/lateearning.h"
 #include "till/setup/settings.h"
 
 #include <QDeadlineTimer>
@@ -41,15 +42,21 @@ QueueDelivery::Summary waitForWorker(MessageQueue& queue)
 
 } // namespace
 
+QueueDelivery::Options deliveryOptions(const Config& config)
+{
+    QueueDelivery::Options options;
+    options.authorization = currentAuthorization(config);
+    options.account = accountOfEarning;
+    return options;
+}
+
 QueueDelivery::Summary deliverNow(MessageQueue& queue, const Config& config)
 {
     const auto held = QueueDelivery::lock();
     if (!held)
         return waitForWorker(queue);
     queue.expedite();
-    return QueueDelivery(queue,
-                         {.authorization = currentAuthorization(config), .random = {}, .attempted = {}})
-        .deliverDue(*held);
+    return QueueDelivery(queue, deliveryOptions(config)).deliverDue(*held);
 }
 
 } // namespace till

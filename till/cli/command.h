@@ -53,6 +53,9 @@ struct Command
     QList<ExitStatus> statuses;
     /// Returns the exit status. What it throws is told on stderr and ends the program with exitMisused.
     int (*run)(const Invocation&);
+    /// Whether it plays receipts for trying: it then takes no configuration but one that was named, so that
+    /// nothing is tried on the customers of a machine that is set up.
+    bool tries = false;
     /// Whether it needs a display: the application object is then made by `run`, not before it.
     bool graphical = false;
 };

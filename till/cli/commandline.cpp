@@ -5,8 +5,12 @@
 #include "till/cli/usageerror.h"
 
 #include <QCommandLineParser>
+#include <QFile>
 
 #include <algorithm>
+#include <cerrno>
+
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -143,10 +147,27 @@ QString said(const QCommandLineParser& parser, const QString& name)
     return {};
 }
 
-Options readOptions(const QCommandLineParser& parser)
+/// One that may be there and not be looked at is not passed over: whoever reads it is told.
+bool isThere(const QString& file)
+{
+    struct stat status = {};
+    return lstat(QFile::encodeName(file).constData(), &status) == 0 || (errno != ENOENT && errno != ENOTDIR);
+}
+
+QString configFileOf(const QCommandLineParser& parser, bool tries)
+{
+    QString named = said(parser, u"config"_s);
+    if (parser.isSet(u"config"_s) || !named.isEmpty() || tries)
+        return named;
+    const QStringList usual = usualConfigFiles();
+    const auto found = std::find_if(usual.cbegin(), usual.cend(), isThere);
+    return found == usual.cend() ? QString() : *found;
+}
+
+Options readOptions(const QCommandLineParser& parser, bool tries)
 {
     Options options;
-    options.configFile = said(parser, u"config"_s);
+    options.configFile = configFileOf(parser, tries);
     options.language = said(parser, u"language"_s);
     options.dataDirectory = said(parser, u"data-dir"_s);
     if (parser.isSet(u"data-dir"_s) && options.dataDirectory.isEmpty())
@@ -203,7 +224,7 @@ std::variant<Call, Text, VersionsWanted> readCommandLine(const Commands& command
     const Command& command = commandOf(commands, words);
     QCommandLineParser second;
     parse(second, arguments, generalOptions() + command.options, u"help "_s + command.name);
-    Call call{&command, {readOptions(second), words.sliced(command.name.count(u' ') + 1), {}}};
+    Call call{&command, {readOptions(second, command.tries), words.sliced(command.name.count(u' ') + 1), {}}};
     for (const OptionKind& kind : command.options) {
         if (second.isSet(kind.name))
             call.invocation.own.insert(kind.name, second.value(kind.name));

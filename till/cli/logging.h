@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -18,8 +19,9 @@ std::optional<LogLevel> levelNamed(const QString& name);
 struct LogLine
 {
     LogLevel level;
-    QString logger; ///< who wrote it: "kyrloyalty" is the plug-in
-    QString text;
+    QString logger;       ///< who wrote it: "kyrloyalty" is the plug-in
+    QString text;         ///< cards and phones masked, but where the form of the whole text is settled
+    QString receipt = {}; ///< whose line it is, its number; empty: nobody's
 };
 
 /// While it lives, every log line of the process goes to the sink and nowhere else. The sink is called on the
@@ -34,7 +36,8 @@ public:
 };
 
 /// While it lives, log lines from `least` on are also appended to a file, with time, level and logger. Lines
-/// reach it only while a LogCapture lives. One at a time.
+/// reach it only while a LogCapture lives. When the file was moved away or removed, as by who rotates logs,
+/// the next line begins it anew. One at a time.
 class LogFile
 {
 public:
@@ -44,6 +47,9 @@ public:
     ~LogFile();
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
+
+    /// Goes on in that file, made like the first one. Throws UsageError as that does, and goes on as before.
+    static void reopen(const QString& fileName, LogLevel least);
 };
 
 /// While it lives, log lines from `least` on go to the standard error. One at a time; not beside a Trace.
@@ -52,7 +58,11 @@ class ScreenLog
 public:
     explicit ScreenLog(LogLevel least);
 
+    /// From now on, lines from that level on.
+    void setLeast(LogLevel least) { m_least = least; }
+
 private:
+    std::atomic<LogLevel> m_least;
     LogCapture m_capture;
 };
 

@@ -1,13 +1,24 @@
 #include "till/cli/options.h"
 
+#include <QDir>
+
 using namespace Qt::StringLiterals;
 
 namespace till {
 
+QStringList usualConfigFiles()
+{
+    const QString service = qEnvironmentVariable("CONFIGURATION_DIRECTORY").section(u':', 0, 0);
+    const QString home = qEnvironmentVariable("XDG_CONFIG_HOME");
+    return {(service.isEmpty() ? u"/etc/kyr-loyalty"_s : service) + u"/till.toml"_s,
+            (QDir::isAbsolutePath(home) ? home : QDir::homePath() + u"/.config"_s) +
+                u"/kyr-loyalty/till.toml"_s};
+}
+
 const QList<OptionKind>& generalOptions()
 {
     static const QList<OptionKind> options{
-        {u"config"_s, u"FILE"_s, u"Configuration, in TOML."_s, {}, u"KYR_CONFIG"_s},
+        {u"config"_s, u"FILE"_s, u"Configuration, in TOML; an empty name is none."_s, {}, u"KYR_CONFIG"_s},
         {u"data-dir"_s, u"DIR"_s, u"Where receipts and queue are kept."_s, {}, u"KYR_DATA_DIR"_s},
         {u"server-url"_s,
          u"URL"_s,
@@ -46,6 +57,7 @@ const QList<Variable>& furtherVariables()
         {u"KYR_LOYALTY_PASSWORD"_s, u"the password at the service, over every file"_s},
         {u"KYR_LOYALTY_PASSWORD_FILE"_s, u"a file with it, over Till:passwordFile"_s},
         {u"NO_COLOR"_s, u"when it is not empty, no colours on a terminal"_s},
+        {u"TERM"_s, u"when it is dumb, the same"_s},
     };
     return variables;
 }

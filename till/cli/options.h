@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -23,7 +24,7 @@ struct OptionKind
 /// something counts.
 struct Options
 {
-    QString configFile; ///< empty: none
+    QString configFile; ///< the one that was named, else the usual one; empty: none
     QString serverUrl;  ///< empty: as configured
     QString pluginFile;
     QString standProgram;
@@ -35,6 +36,10 @@ struct Options
     bool verbose = false;
     bool quiet = false;
 };
+
+/// Where a configuration that nobody names is looked for: the machine's file, then the user's own. The first
+/// that is there is taken, and nothing is read of the other.
+QStringList usualConfigFiles();
 
 /// The options of every command, in the order of help.
 const QList<OptionKind>& generalOptions();

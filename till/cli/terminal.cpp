@@ -6,6 +6,9 @@
 
 namespace till {
 
-bool wantsColours() { return isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR"); }
+bool wantsColours()
+{
+    return isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
+}
 
 } // namespace till

@@ -60,7 +60,8 @@ int run(const Invocation& invocation)
 
 const QString details =
     uR"(Where nobody names a loyalty service, the stand is started for the time of each scenario. Without a
-data directory each scenario has one of its own, which is removed behind it.
+data directory each scenario has one of its own, which is removed behind it. No configuration is
+read but one that is named.
 
 Scenario files are JSON:
   { "name": "A known customer",
@@ -95,7 +96,8 @@ Command runCommand()
         .statuses = {{0, u"all went well"_s},
                      {1, u"a step failed that was not marked \"mayFail\", or the stand's books differ"_s},
                      {2, u"wrong usage, or a file, the plug-in or the stand cannot be used"_s}},
-        .run = run};
+        .run = run,
+        .tries = true};
 }
 
 } // namespace till

@@ -7,6 +7,7 @@
 #include "host/utils/basicexception.h"
 #include "till/audit/queuewarnings.h"
 #include "till/audit/recording.h"
+#include "till/checkout/deliverynow.h"
 #include "till/scenario/commands.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
@@ -50,10 +51,7 @@ int run(const Invocation& invocation)
     Till till(partsOf(options), config, cashier);
     reporter->preparations(trace.take());
     Player player({till, cashier}, trace, *reporter, nullptr);
-    const DeliveryWorker worker({.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
-                                              .random = {},
-                                              .attempted = {}},
-                                 .changed = {}});
+    const DeliveryWorker worker({.delivery = deliveryOptions(hostObject<Config>()), .changed = {}});
     Shell(in, talk, isatty(STDIN_FILENO) == 1, [&till] { return alarmsAt(till); }).run(player);
     return exitWell;
 }
@@ -71,13 +69,15 @@ Command shellCommand()
             .details =
                 u"The shell's own \"help\" lists the steps and their members, \"quit\" ends it. Where "
                 "nobody names a loyalty\nservice, the stand is started. Without a data directory one of "
-                "the moment is used.\n\nWith --json: one line for each step, and the talk on stderr."_s,
+                "the moment is used, without --config no\nconfiguration.\n\n"
+                "With --json: one line for each step, and the talk on stderr."_s,
             .options = {recordOption()},
             .examples = {{u"till shell"_s, u"a till to try things with"_s},
                          {u"till shell --data-dir till-1"_s, u"one that goes on where it was left"_s}},
             .statuses = {{0, u"the input ended, or \"quit\""_s},
                          {2, u"wrong usage, or a file, the plug-in or the stand cannot be used"_s}},
-            .run = run};
+            .run = run,
+            .tries = true};
 }
 
 } // namespace till

@@ -45,6 +45,7 @@ QList<ConfigKey> knownKeys()
         {keys::dataDirectory, Text, u"a folder, such as \"/var/lib/kyr-loyalty\""_s},
         {keys::logFile, Text, u"a file, such as \"/var/log/kyr-loyalty.log\""_s},
         {keys::logLevel, Text, u"\"debug\", \"info\", \"warning\" or \"error\""_s},
+        {keys::metricsFile, Text, u"a file for a monitor, such as \"/run/kyr-loyalty/till.prom\""_s},
         {keys::language, Text, u"the language of the cashier's texts, such as \"en\""_s},
         {keys::scanPrefix, Text, u"what the scanner sends before each code, such as \"~\""_s},
         {keys::scanSuffix, Text, u"what the scanner sends behind each code, such as \"#\""_s},

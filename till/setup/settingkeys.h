@@ -25,6 +25,7 @@ inline const QString logFile = QStringLiteral("Till:logFile");
 inline const QString logLevel = QStringLiteral("Till:logLevel");
 inline const QString keepDays = QStringLiteral("Till:keepDays");
 inline const QString keepJournalDays = QStringLiteral("Till:keepJournalDays");
+inline const QString metricsFile = QStringLiteral("Till:metricsFile");
 inline const QString alarm = QStringLiteral("Till:alarmAfterMinutes");
 inline const QString language = QStringLiteral("Till:language");
 inline const QString scanPrefix = QStringLiteral("Till:scanPrefix");

@@ -111,6 +111,11 @@ ScanSettings scanSettingsOf(const Config& config)
             .weightPrefixes = listOf(config.getString(keys::weightPrefixes, {}))};
 }
 
+QString metricsFileOf(const Config& config, const Options& options)
+{
+    return besideConfiguration(options, config.getString(keys::metricsFile, {}));
+}
+
 QString goodsFileOf(const Config& config, const Options& options)
 {
     return besideConfiguration(options, config.getString(keys::goods, {}));

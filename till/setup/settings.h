@@ -49,6 +49,9 @@ struct ScanSettings
 /// Throws UsageError.
 ScanSettings scanSettingsOf(const Config& config);
 
+/// The configured file that the delivery service keeps for a monitor; empty: none.
+QString metricsFileOf(const Config& config, const Options& options);
+
 /// The configured file with what is sold; empty: none.
 QString goodsFileOf(const Config& config, const Options& options);
 

@@ -1,11 +1,13 @@
 #include "host/queue/deliveryworker.h"
 #include "till/audit/livetrace.h"
 #include "till/audit/recording.h"
+#include "till/checkout/deliverynow.h"
 #include "till/cli/usageerror.h"
 #include "till/goods/demonstration.h"
 #include "till/goods/goodsfile.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
+#include "till/setup/reloading.h"
 #include "till/setup/settings.h"
 #include "till/setup/stopsignals.h"
 #include "till/window/checkoutmodel.h"
@@ -122,6 +124,7 @@ int run(const Invocation& invocation)
     std::array<char*, 2> arguments{name.data(), nullptr};
     QApplication application(count, arguments.data());
     const StopSignals signals;
+    const ReloadSignals reloads;
     // Dialogs end too, without a question: the open receipt is kept anyway.
     const QSocketNotifier stop(signals.descriptor(), QSocketNotifier::Read);
     QObject::connect(&stop, &QSocketNotifier::activated, &application, [] { QCoreApplication::exit(0); });
@@ -135,17 +138,20 @@ int run(const Invocation& invocation)
     const LogFile logFile(options.logFile, fileLevel(options));
     const LiveTrace trace(screenLevel(options, LogLevel::Warning));
     warnOfExposure(options);
+    const QSocketNotifier reload(reloads.descriptor(), QSocketNotifier::Read);
+    QObject::connect(&reload, &QSocketNotifier::activated, &application, [&] {
+        if (reloads.take())
+            reloadSettings(invocation.options, [](const Options& anew, const Config& /*of the receipts*/) {
+                LogFile::reopen(anew.logFile, fileLevel(anew));
+            });
+    });
     const Recording recording(invocation.own.value(u"record"_s));
     window::Waiting waiting;
     window::ServiceWatch watch;
     window::WindowFrontend frontend(waiting);
     Till till(partsOf(options), config, frontend);
     std::optional<DeliveryWorker> worker;
-    worker.emplace(
-        DeliveryWorker::Options{.delivery = {.authorization = currentAuthorization(hostObject<Config>()),
-                                             .random = {},
-                                             .attempted = {}},
-                                .changed = {}});
+    worker.emplace(DeliveryWorker::Options{.delivery = deliveryOptions(hostObject<Config>()), .changed = {}});
     window::CheckoutModel model(till, waiting, watch, catalogue);
     window::MainWindow view(model, waiting, frontend);
     frontend.setParent(&view);

@@ -202,7 +202,7 @@ TEST_F(TillConfigCheck, TellsItInJson)
                            {u"text"_s, u"expected an address that begins with http:// or https://"_s},
                            {u"remedy"_s, u"write it whole, such as \"https://loyalty.example.com/\""_s}}));
     configure({});
-    EXPECT_EQ(check({u"--json"_s}).out, "{\"ok\":true,\"problems\":[]}\n");
+    EXPECT_EQ(check({u"--json"_s}).out, "{\"file\":\"" + file.toUtf8() + "\",\"ok\":true,\"problems\":[]}\n");
 }
 
 TEST_F(TillConfigCheck, ReadsTheFileOfItsArgumentElseThatOfTheOption)
@@ -213,7 +213,9 @@ TEST_F(TillConfigCheck, ReadsTheFileOfItsArgumentElseThatOfTheOption)
     EXPECT_EQ(run({u"config"_s, u"check"_s, u"--config"_s, file, good}).status, 0);
     const Ran none = run({u"config"_s, u"check"_s});
     EXPECT_EQ(none.status, 2);
-    EXPECT_THAT(none.err.toStdString(), HasSubstr("config check: which file? name it, or say --config"));
+    EXPECT_THAT(none.err.toStdString(),
+                HasSubstr("config check: which file? there is none at /nonexistent/till.toml or "
+                          "/nonexistent/kyr-loyalty/till.toml; name it"));
     const Ran missing = run({u"config"_s, u"check"_s, u"/nowhere.toml"_s});
     EXPECT_EQ(missing.status, 2);
     EXPECT_THAT(missing.err.toStdString(), HasSubstr("/nowhere.toml: cannot be read: No such file"));

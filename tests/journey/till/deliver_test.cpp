@@ -26,6 +26,7 @@
 using namespace Qt::StringLiterals;
 using test_support::HttpAnswer;
 using test_support::HttpServer;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 
 namespace tilltest {
@@ -125,15 +126,21 @@ protected:
     TillDeliver()
     {
         enqueue(u"R-1"_s);
-        static_cast<void>(files.write(u"till.toml"_s, "[KYRLoyalty]\nserverUrl = \"" +
-                                                          server.url().toString().toUtf8() +
-                                                          "\"\nuser = \"shop\"\npassword = \"new\"\n"));
+        configure("new");
     }
     ~TillDeliver() override
     {
         storage::setDataDirectory({});
         program.kill();
         program.waitForFinished(patienceMs);
+    }
+
+    void configure(const QByteArray& password, const QByteArray& more = {}) const
+    {
+        const QString file =
+            files.write(u"till.toml"_s, "[KYRLoyalty]\nserverUrl = \"" + server.url().toString().toUtf8() +
+                                            "\"\nuser = \"shop\"\npassword = \"" + password + "\"\n" + more);
+        QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
     }
 
     void enqueue(const QString& receipt)
@@ -172,6 +179,21 @@ protected:
             said += program.readAllStandardOutput();
         }
         return true;
+    }
+
+    /// Has it read its settings anew, and waits until that is done.
+    void reload(const Manager& manager) const
+    {
+        kill(static_cast<pid_t>(program.processId()), SIGHUP);
+        EXPECT_TRUE(manager.hears("RELOADING=1"));
+        EXPECT_TRUE(manager.hears("READY=1"));
+    }
+
+    /// The password with which the message of that number was delivered.
+    [[nodiscard]] QByteArray passwordOf(qsizetype request) const
+    {
+        const QByteArray header = server.waitForRequests(request + 1).value(request).header("Authorization");
+        return QByteArray::fromBase64(header.sliced(QByteArray("Basic ").size())).sliced(5);
     }
 
     /// Ends it as a service manager does, and returns its exit status.
@@ -235,6 +257,14 @@ TEST_F(TillDeliver, RemovesWhatWasKeptForItsTimeOnceNothingIsToBeSent)
     EXPECT_EQ(stopProgram(), 0);
 }
 
+TEST_F(TillDeliver, TellsWhatWasEarned)
+{
+    server.enqueue(HttpAnswer::status(200, R"({"data":{"paymentBonus":12.5}})"));
+    startProgram();
+    EXPECT_TRUE(says("message 1 of R-1, payment-b2c: delivered, earned 12.50 points\n"));
+    EXPECT_EQ(stopProgram(), 0);
+}
+
 TEST_F(TillDeliver, UsesThePresentPassword)
 {
     server.enqueue(HttpAnswer::status(200, "{}"));
@@ -243,6 +273,84 @@ TEST_F(TillDeliver, UsesThePresentPassword)
     EXPECT_EQ(server.requests().value(0).header("Authorization"),
               "Basic " + QByteArray("shop:new").toBase64());
     EXPECT_EQ(stopProgram(SIGINT), 0);
+}
+
+TEST_F(TillDeliver, ReadsItsSettingsAnewWhenItIsToldTo)
+{
+    const QString path = files.path(u"notify"_s);
+    const Manager manager(path);
+    const QString log = files.path(u"till.log"_s);
+    server.enqueue(HttpAnswer::status(200, "{}"));
+    server.enqueue(HttpAnswer::status(200, "{}"));
+    startProgram({u"NOTIFY_SOCKET="_s + path});
+    ASSERT_TRUE(manager.hears("READY=1"));
+    ASSERT_TRUE(says("message 1 of R-1, payment-b2c: delivered\n"));
+    EXPECT_EQ(passwordOf(0), "new");
+    configure("newest", "[Till]\nlogFile = \"till.log\"\ndataDirectory = \"elsewhere\"\n");
+    reload(manager);
+    EXPECT_THAT(contentOf(log).toStdString(),
+                HasSubstr("info    [till] The settings were read anew from " + files.path({}).toStdString()));
+    enqueue(u"R-2"_s);
+    ASSERT_TRUE(says("message 2 of R-2, payment-b2c: delivered\n"));
+    EXPECT_EQ(passwordOf(1), "newest");
+    EXPECT_EQ(stopProgram(), 0);
+    EXPECT_EQ(program.readAllStandardError(), "") << "the data directory is the one of the command line";
+}
+
+TEST_F(TillDeliver, GoesOnAsBeforeWhenTheNewSettingsAreBroken)
+{
+    const QString path = files.path(u"notify"_s);
+    const Manager manager(path);
+    server.enqueue(HttpAnswer::status(200, "{}"));
+    server.enqueue(HttpAnswer::status(200, "{}"));
+    startProgram({u"NOTIFY_SOCKET="_s + path});
+    ASSERT_TRUE(manager.hears("READY=1"));
+    ASSERT_TRUE(says("message 1 of R-1, payment-b2c: delivered\n"));
+    configure("broken", "timeout = 0\n");
+    reload(manager);
+    configure("broken", "[Till]\nlogFile = \"/nowhere/log\"\n");
+    reload(manager);
+    enqueue(u"R-2"_s);
+    ASSERT_TRUE(says("message 2 of R-2, payment-b2c: delivered\n"));
+    EXPECT_EQ(passwordOf(1), "new");
+    EXPECT_EQ(stopProgram(), 0);
+    EXPECT_THAT(program.readAllStandardError().toStdString(),
+                AllOf(HasSubstr("till: till: error: The new settings are not taken, the former stay: " +
+                                files.path(u"till.toml"_s).toStdString() + ":5: KYRLoyalty:timeout: "),
+                      HasSubstr("/nowhere/log: the log file cannot be written")));
+}
+
+TEST_F(TillDeliver, SaysThatAnotherDataDirectoryTakesAStart)
+{
+    const QString path = files.path(u"notify"_s);
+    const Manager manager(path);
+    configure("new", "[Till]\ndataDirectory = \"data\"\n");
+    tilltest::start(program, {u"deliver"_s, u"--config"_s, files.path(u"till.toml"_s)});
+    ASSERT_TRUE(says("delivering\n"));
+    configure("new", "[Till]\ndataDirectory = \"elsewhere\"\n");
+    kill(static_cast<pid_t>(program.processId()), SIGHUP);
+    QByteArray complaint;
+    while (!complaint.contains('\n') && program.state() == QProcess::Running) {
+        program.waitForReadyRead(patienceMs);
+        complaint += program.readAllStandardError();
+    }
+    EXPECT_EQ(complaint,
+              "till: till: warning: " + directory.toUtf8() + " is delivered until the next start\n");
+}
+
+TEST_F(TillDeliver, BeginsAMovedLogFileAnewWhenItIsToldTo)
+{
+    const QString path = files.path(u"notify"_s);
+    const Manager manager(path);
+    const QString log = files.path(u"till.log"_s);
+    startProgram({u"NOTIFY_SOCKET="_s + path}, {u"--log-file"_s, log});
+    ASSERT_TRUE(manager.hears("READY=1"));
+    ASSERT_TRUE(QFile::rename(log, log + u".1"_s));
+    reload(manager);
+    EXPECT_THAT(contentOf(log).toStdString(), HasSubstr("The settings were read anew"));
+    EXPECT_EQ(contentOf(log + u".1"_s).count("The settings were read anew"), 0);
+    EXPECT_EQ(QFileInfo(log).permissions() & QFile::Permissions(0x0077), QFile::Permissions());
+    EXPECT_EQ(stopProgram(), 0);
 }
 
 TEST_F(TillDeliver, FinishesTheMessageInHand)

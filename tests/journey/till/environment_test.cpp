@@ -1,7 +1,10 @@
 #include "tests/journey/till/tillprocess.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <gmock/gmock.h>
 
@@ -17,12 +20,6 @@ namespace tilltest {
 namespace {
 
 const QByteArray askForACard = "openSale id=R-1 positions=[]\nidentifyByCard card=2000000000017\n";
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// Runs the shell against an address where nobody listens, and returns what it shows of the exchanges.
 std::string exchangesOf(const QStringList& variables, const QStringList& arguments)
@@ -53,6 +50,86 @@ TEST(TillEnvironment, GoesOverTheFileAndUnderTheOption)
     EXPECT_THAT(exchangesOf({variable, u"KYR_CONFIG=/nowhere.toml"_s},
                             {u"--config"_s, config, u"--server-url"_s, u"http://127.0.0.1:1/option/"_s}),
                 HasSubstr("GET /option/v2/"));
+}
+
+namespace {
+
+/// Where configurations are looked for that nobody names.
+class TillUsualConfiguration : public testing::Test
+{
+protected:
+    TillUsualConfiguration()
+    {
+        QDir(files.path({})).mkpath(u"machine"_s);
+        QDir(files.path({})).mkpath(u"user/kyr-loyalty"_s);
+    }
+
+    [[nodiscard]] Ran runThere(const QStringList& arguments, const QStringList& more = {}) const
+    {
+        return runWith(QStringList{u"CONFIGURATION_DIRECTORY="_s + files.path(u"machine"_s),
+                                   u"XDG_CONFIG_HOME="_s + files.path(u"user"_s)} +
+                           more,
+                       arguments, askForACard);
+    }
+
+    /// Which file `till config check` looks at.
+    [[nodiscard]] QString looked(const QStringList& options = {}, const QStringList& more = {}) const
+    {
+        const Ran ran = runThere(QStringList{u"config"_s, u"check"_s, u"--json"_s} + options, more);
+        return QJsonDocument::fromJson(ran.out).object()[u"file"_s].toString();
+    }
+
+    const Files files;
+    const QString machines = files.path(u"machine/till.toml"_s);
+    const QString users = files.path(u"user/kyr-loyalty/till.toml"_s);
+    const QByteArray content = "[KYRLoyalty]\nserverUrl = \"http://127.0.0.1:1/usual/\"\n";
+};
+
+} // namespace
+
+TEST_F(TillUsualConfiguration, IsTheMachinesElseTheUsersUnlessOneIsNamed)
+{
+    EXPECT_THAT(runThere({u"config"_s, u"check"_s}).err.toStdString(),
+                HasSubstr("there is none at " + machines.toStdString() + " or " + users.toStdString()));
+    static_cast<void>(files.write(u"user/kyr-loyalty/till.toml"_s, content));
+    EXPECT_EQ(looked(), users);
+    static_cast<void>(files.write(u"machine/till.toml"_s, content));
+    EXPECT_EQ(looked(), machines);
+    EXPECT_EQ(looked({u"--config"_s, users}), users);
+    EXPECT_EQ(looked({}, {u"KYR_CONFIG="_s + users}), users);
+    EXPECT_EQ(runThere({u"config"_s, u"check"_s, u"--config"_s, u""_s}).status, 2) << "none is none";
+}
+
+TEST_F(TillUsualConfiguration, IsNamedByTheDoctorAndByWhatIsWrongWithIt)
+{
+    EXPECT_THAT(runThere({u"doctor"_s}).out.toStdString(),
+                HasSubstr("ok      configuration none at " + machines.toStdString() + " or "));
+    static_cast<void>(files.write(u"machine/till.toml"_s, content));
+    EXPECT_THAT(runThere({u"doctor"_s}).out.toStdString(),
+                HasSubstr("ok      configuration " + machines.toStdString()));
+    static_cast<void>(files.write(u"machine/till.toml"_s, "[KYRLoyalty]\nserverUrl = 1\n"));
+    const Ran ran = runThere({u"queue"_s, u"list"_s});
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr(machines.toStdString() + ":2: KYRLoyalty:serverUrl: "));
+}
+
+TEST_F(TillUsualConfiguration, ThatCannotBeReadIsNotPassedOver)
+{
+    static_cast<void>(files.write(u"user/kyr-loyalty/till.toml"_s, content));
+    ASSERT_TRUE(QFile::link(files.path(u"nowhere"_s), machines));
+    const Ran ran = runThere({u"queue"_s, u"list"_s});
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr(machines.toStdString() + ": cannot be read"));
+}
+
+TEST_F(TillUsualConfiguration, IsNotForTrying)
+{
+    static_cast<void>(files.write(u"machine/till.toml"_s, content));
+    const QStringList verbose{u"shell"_s, u"--verbose"_s};
+    EXPECT_THAT(runThere(verbose).out.toStdString(),
+                AllOf(HasSubstr("GET /v2/"), Not(HasSubstr("/usual/v2/"))));
+    EXPECT_THAT(runThere(verbose, {u"KYR_CONFIG="_s + machines}).out.toStdString(),
+                HasSubstr("GET /usual/v2/"));
 }
 
 TEST(TillEnvironment, AnAddressWithAQueryOrAFragmentIsRefused)
@@ -103,6 +180,40 @@ TEST(TillEnvironment, ALogFileIsItsOwnersAloneAndGrows)
         run(arguments + QStringList{u"--log-file"_s, log, u"--log-level"_s, u"error"_s}, askForACard).status,
         0);
     EXPECT_TRUE(contentOf(log).startsWith(first));
+}
+
+TEST(TillEnvironment, ALogFileThatWasMovedIsBegunAnewByTheNextLine)
+{
+    const Files files;
+    const QString log = files.path(u"till.log"_s);
+    QProcess shell;
+    start(shell, {u"shell"_s, u"--json"_s, u"--log-file"_s, log});
+    play(shell, sale);
+    play(shell, card);
+    const QByteArray first = contentOf(log);
+    ASSERT_TRUE(QFile::rename(log, log + u".1"_s));
+    play(shell, story::pay());
+    shell.closeWriteChannel();
+    shell.waitForFinished(patienceMs);
+    EXPECT_THAT(contentOf(log).toStdString(), HasSubstr(" [kyrloyalty] "));
+    EXPECT_EQ(contentOf(log + u".1"_s), first);
+    EXPECT_EQ(QFileInfo(log).permissions() & QFile::Permissions(0x0077), QFile::Permissions());
+}
+
+TEST(TillEnvironment, ALogFileIsWrittenOnWhereItLiesWhenItCannotBeBegunAnew)
+{
+    const Files files;
+    const QString log = files.path(u"till.log"_s);
+    QProcess shell;
+    start(shell, {u"shell"_s, u"--json"_s, u"--log-file"_s, log});
+    play(shell, sale);
+    ASSERT_TRUE(QFile::rename(log, log + u".1"_s));
+    QFile::setPermissions(files.write(u"till.log"_s, {}), QFile::ReadOwner | QFile::ReadOther);
+    play(shell, card);
+    shell.closeWriteChannel();
+    shell.waitForFinished(patienceMs);
+    EXPECT_EQ(contentOf(log), "") << "others could read it";
+    EXPECT_THAT(contentOf(log + u".1"_s).toStdString(), HasSubstr(" [kyrloyalty] "));
 }
 
 TEST(TillEnvironment, ALogFileThatOthersReadIsRefused)

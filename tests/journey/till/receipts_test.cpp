@@ -3,6 +3,7 @@
 #include "host/storage/documents.h"
 #include "host/storage/journal.h"
 #include "tests/journey/till/tillprocess.h"
+#include "tests/support/httpserver.h"
 #include "tests/support/rawdatabase.h"
 #include "till/checkout/unknownspending.h"
 
@@ -70,6 +71,28 @@ TEST_F(TillReceipts, ShowsAClosedSaleWithItsPointsAndItsCardMasked)
     EXPECT_THAT(ran.out.toStdString(), AllOf(HasSubstr("sale R-1, closed\ncard …0055\n"),
                                              HasSubstr("sum 500.00, paid with points 100.00, earned 25.00"),
                                              Not(HasSubstr("2000000000055"))));
+}
+
+TEST_F(TillReceipts, TellsWhatWasEarnedWhenTheServiceHeardOfItLater)
+{
+    const QStringList away{u"--server-url"_s, u"http://127.0.0.1:1/"_s};
+    play(begun);
+    EXPECT_EQ(runJson(pay(), QStringList{u"--data-dir"_s, directory} + away).status, 0);
+    EXPECT_TRUE(shown(u"R-1"_s)[u"earnedLater"_s].isNull());
+    EXPECT_THAT(receipts({u"show"_s, u"R-1"_s}).out.toStdString(), HasSubstr("earned - (in money)\n"));
+
+    test_support::HttpServer service;
+    service.enqueue(test_support::HttpAnswer::status(200, R"({"data":{"paymentBonus":30}})"));
+    const QString url = service.url().toString();
+    EXPECT_EQ(run({u"queue"_s, u"readdress"_s, u"--yes"_s, u"--from"_s, away.last(), u"--to"_s, url,
+                   u"--data-dir"_s, directory})
+                  .status,
+              0);
+    EXPECT_EQ(run({u"queue"_s, u"deliver"_s, u"--data-dir"_s, directory}).status, 0);
+    EXPECT_EQ(shown(u"R-1"_s)[u"earnedLater"_s].toDouble(), 30);
+    EXPECT_THAT(receipts({u"show"_s, u"R-1"_s}).out.toStdString(),
+                AllOf(HasSubstr("sum 600.00, paid with points 0.00, earned 30.00 points, told later\n"),
+                      HasSubstr(" ms earned 30.00 points\n")));
 }
 
 TEST_F(TillReceipts, ShowsAnOpenReceipt)

@@ -21,12 +21,6 @@ namespace tilltest {
 
 namespace {
 
-QByteArray contentOf(const QString& name)
-{
-    QFile file(name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QList<QJsonObject> recorded(const QString& name)
 {
     QList<QJsonObject> lines;

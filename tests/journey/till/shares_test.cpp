@@ -29,12 +29,6 @@ QByteArray configFor(const QByteArray& url)
     return "[KYRLoyalty]\nuser = \"shop\"\npassword = \"secret-of-the-shop\"\nserverUrl = \"" + url + "\"\n";
 }
 
-std::string contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : "";
-}
-
 /// An answer to a spending with these shares.
 QByteArray answer(const QByteArray& shares)
 {
@@ -59,7 +53,7 @@ TEST_P(TillOnAFaultyService, NeitherDiscountsNorClosesAReceiptThatPointsAreLostO
     const Ran ran = runJson(saleOfTwo + card + spendFifty + pay(), arguments);
     EXPECT_EQ(ran.status, 1);
     EXPECT_THAT(
-        contentOf(files.path(u"log"_s)),
+        contentOf(files.path(u"log"_s)).toStdString(),
         HasSubstr("Receipt R-1: the service says that points were spent, but not on which positions: "));
     const QList<QJsonObject> lines = linesOf(ran);
     EXPECT_EQ(errorOf(lines.value(2)), saidUnknown);

@@ -47,17 +47,22 @@ TEST(TillTerminal, ColoursAreForTerminals)
 {
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.remove(u"NO_COLOR"_s);
+    environment.insert(u"TERM"_s, u"xterm"_s);
     EXPECT_THAT(shownOnTerminal(environment), HasSubstr("\x1b[32m✓\x1b[0m"));
     EXPECT_THAT(run({u"run"_s, tour}).out.toStdString(), Not(HasSubstr("\x1b")));
 }
 
-TEST(TillTerminal, NoColorIsRespected)
+TEST(TillTerminal, NoColorAndATerminalThatKnowsNoneAreRespected)
 {
-    auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"NO_COLOR"_s, u"1"_s);
-    const std::string shown = shownOnTerminal(environment);
-    EXPECT_THAT(shown, HasSubstr("✓"));
-    EXPECT_THAT(shown, Not(HasSubstr("\x1b")));
+    for (const QString& variable : {u"NO_COLOR=1"_s, u"TERM=dumb"_s}) {
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(u"NO_COLOR"_s);
+        environment.insert(u"TERM"_s, u"xterm"_s);
+        environment.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
+        const std::string shown = shownOnTerminal(environment);
+        EXPECT_THAT(shown, HasSubstr("✓"));
+        EXPECT_THAT(shown, Not(HasSubstr("\x1b"))) << variable.toStdString();
+    }
 }
 
 TEST(TillTerminal, SpeaksUtf8InAnyLocale)

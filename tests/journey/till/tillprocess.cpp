@@ -48,6 +48,12 @@ QString Files::write(const QString& name, const QByteArray& content) const
     return path;
 }
 
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 Ran runSteps(const Steps& steps, const QStringList& arguments, const QJsonObject& config)
 {
     const Files files;

@@ -74,6 +74,9 @@ inline const story::Step spend = story::spendPoints(100);
 /// A receipt of several goods, with a discount of the till's own.
 inline const story::Step largeSale = story::openSale("R-1", {story::tea(300).less(20), story::honey(250, 2)});
 
+/// All of a file; nothing when it cannot be read.
+QByteArray contentOf(const QString& path);
+
 constexpr int patienceMs = 30'000;
 
 } // namespace tilltest

@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
+
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
 using testing::Not;
@@ -53,8 +55,8 @@ protected:
         return QTest::qWaitFor(isSaid, patienceMs) && m_window.state() == QProcess::Running;
     }
     [[nodiscard]] std::string said() const { return m_said.toStdString(); }
+    void hangUp() const { kill(static_cast<pid_t>(m_window.processId()), SIGHUP); }
 
-private:
     [[nodiscard]] QString path(const QString& name) const { return m_kept.filePath(name); }
     void write(const QString& name, const QByteArray& content) const
     {
@@ -63,6 +65,7 @@ private:
         ASSERT_EQ(file.write(content), content.size());
     }
 
+private:
     QTemporaryDir m_kept;
     standtest::StandProcess m_stand;
     QProcess m_window;
@@ -84,6 +87,18 @@ TEST_F(WindowErrorOutput, TellsOfTroubleAsItHappensAndOfNothingElse)
     EXPECT_TRUE(saysMeanwhile("error   [network]  Queue: the service refuses the credentials")) << said();
     EXPECT_THAT(said(), Not(HasSubstr("http ")));
     EXPECT_THAT(said(), Not(HasSubstr("info ")));
+}
+
+TEST_F(WindowErrorOutput, GoesOnInTheLogFileThatItsSettingsNameWhenItIsToldToReadThemAnew)
+{
+    start("forgotten", {u"--log-level"_s, u"info"_s});
+    ASSERT_TRUE(saysMeanwhile("the service refuses the credentials")) << said();
+    write(u"till.toml"_s, "[Till]\nlogFile = \"till.log\"\n");
+    hangUp();
+    EXPECT_TRUE(saysMeanwhile("info    [till]  The settings were read anew from ")) << said();
+    QFile log(path(u"till.log"_s));
+    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+    EXPECT_THAT(log.readAll().toStdString(), HasSubstr("The settings were read anew"));
 }
 
 } // namespace windowtest

@@ -1,3 +1,4 @@
+#include "host/queue/queueactivity.h"
 #include "host/storage/journal.h"
 #include "host/storage/store.h"
 #include "tests/unit/queue/scene.h"
@@ -53,6 +54,27 @@ TEST_F(QueueJournal, TellsWhatHappenedToEachMessageOfAReceipt)
                                     u"delivered refuse-payment "_s + a + u" 0  34 ms"_s,
                                     u"parked refuse-payment "_s + b + u" 400 Карта …0017 не найдена 56 ms"_s,
                                     u"dropped refuse-payment "_s + b + u" 0  0 ms"_s));
+}
+
+TEST_F(QueueJournal, CountsTheAttemptsSinceATimeByWhatCameOfThem)
+{
+    test_support::StillClock clock;
+    const qint64 first = add();
+    queue.failed(first, {503, {}, 1}, clock.now());
+    clock.move(std::chrono::hours(1));
+    const QDateTime since = clock.now();
+    queue.failed(first, {503, u"HTTP 503"_s, 1}, clock.now());
+    queue.failed(first, {502, u"HTTP 502"_s, 1}, clock.now());
+    queue.delivered(first, {0, {}, 1});
+    queue.retry(add(u"R-2"_s));
+    queue.park(add(u"R-3"_s), {0, u"the message's URL is not valid"_s, 0});
+    storage::Journal().add(
+        {.time = {}, .receipt = u"R-1"_s, .event = u"answer"_s, .operation = {}, .code = 404, .detail = {}});
+    using Outcome = network::ExchangeOutcome;
+    EXPECT_EQ(network::attemptsSince(since),
+              (QMap<Outcome, int>{{Outcome::Failing, 2}, {Outcome::Accepted, 1}, {Outcome::Unsendable, 1}}));
+    EXPECT_EQ(network::attemptsSince(since.addSecs(-7200)).value(Outcome::Failing), 3);
+    EXPECT_TRUE(network::attemptsSince(since.addSecs(1)).isEmpty());
 }
 
 TEST_F(QueueJournal, TellsNothingOfWhatWasNotDone)

@@ -95,6 +95,20 @@ TEST(TillTrace, HidesWhatAMemberIsWhateverItLooksLike)
               "\"phone\": null, \"sum\": 12345.67, \"…0017\": 1 }"_s);
 }
 
+TEST(TillTrace, ShowsTheNumbersOfReceiptsWhole)
+{
+    const QString shown =
+        redactedBody(
+            R"({ "card": "2000000000017", "check_identifier": "2026112100017", "description": "1717243200",
+                          "receipt_number": "1717243200-cancel", "receipt_to_cancel": "1717243200",
+                          "receipt_to_refuse": "1717243201", "refuse_receipt_number": "1717243201refuse" })")
+            .join(u' ');
+    EXPECT_EQ(shown.simplified(),
+              u"{ \"card\": \"…0017\", \"check_identifier\": \"2026112100017\", \"description\": \"…3200\", "
+              "\"receipt_number\": \"1717243200-cancel\", \"receipt_to_cancel\": \"1717243200\", "
+              "\"receipt_to_refuse\": \"1717243201\", \"refuse_receipt_number\": \"1717243201refuse\" }"_s);
+}
+
 TEST(TillTrace, ABodyThatIsNotJsonIsOnlyCounted)
 {
     const QStringList lines = redacted(exchangeOf("password=hush", ""));
