@@ -10,11 +10,11 @@ namespace till {
 const Commands& commands()
 {
     static const Commands table{
-        runCommand(),          shellCommand(),        windowCommand(),       queueListCommand(),
-        queueShowCommand(),    queueRetryCommand(),   queueDropCommand(),    queueReaddressCommand(),
-        queueDeliverCommand(), receiptsListCommand(), receiptsShowCommand(), reconcileCommand(),
-        deliverCommand(),      doctorCommand(),       configCheckCommand(),  supportBundleCommand(),
-        conformanceCommand(),
+        runCommand(),          shellCommand(),        windowCommand(),        queueListCommand(),
+        queueShowCommand(),    queueRetryCommand(),   queueDropCommand(),     queueReaddressCommand(),
+        queueDeliverCommand(), receiptsListCommand(), receiptsShowCommand(),  backupCommand(),
+        restoreCommand(),      rescueCommand(),       reconcileCommand(),     deliverCommand(),
+        doctorCommand(),       configCheckCommand(),  supportBundleCommand(), conformanceCommand(),
     };
     return table;
 }

@@ -53,24 +53,28 @@ DamagedStore::DamagedStore(const QString& file)
 {
     walk();
     noteFreePages();
-    for (quint32 number = 1; number <= m_pages.count(); ++number) {
-        const auto owner = m_owners.constFind(number);
-        if (owner == m_owners.cend() && m_treesAreWhole)
-            continue;
-        const auto page = treePage(m_pages, number);
-        if (!page)
-            continue;
-        if (page->kind == PageKind::TableLeaf)
-            collect(number, *page);
-        else if (page->kind != PageKind::TableInterior)
-            noteOverflowOfIndex(*page);
-        m_accounted.insert(number);
-    }
+    collectPages(true);
+    if (!m_treesAreWhole)
+        collectPages(false);
     loseUnreadPages();
     for (std::vector<Place>& places : m_places) {
         std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) {
             return std::tie(a.rowid, b.rank) < std::tie(b.rowid, a.rank);
         });
+    }
+}
+
+void DamagedStore::collectPages(bool ofTrees)
+{
+    for (quint32 number = 1; number <= m_pages.count(); ++number) {
+        const auto page = m_owners.contains(number) == ofTrees ? treePage(m_pages, number) : std::nullopt;
+        if (!page)
+            continue;
+        m_accounted.insert(number);
+        if (page->kind == PageKind::TableLeaf)
+            collect(number, *page);
+        else if (page->kind != PageKind::TableInterior)
+            noteOverflowOfIndex(*page);
     }
 }
 
@@ -165,23 +169,27 @@ void DamagedStore::noteOverflowOfIndex(const TreePage& page)
     }
 }
 
+/// Whether most of the rows are of that table and of its part of it: else the page lies in the place of
+/// another.
+bool DamagedStore::isPlaceOf(const std::vector<StoredRow>& rows, const Owner& owner)
+{
+    const auto fits = [&owner](const StoredRow& row) {
+        const StoredTable* table = row.isWhole ? tableOfRow(row.values) : nullptr;
+        return table && table->name == owner.table && owner.has(*row.rowid);
+    };
+    return rows.empty() ||
+           std::count_if(rows.cbegin(), rows.cend(), fits) * 2 > static_cast<std::ptrdiff_t>(rows.size());
+}
+
 void DamagedStore::mendOrder(std::vector<StoredRow>& rows, const Owner& owner)
 {
-    const auto liesWithin = [&owner](const StoredRow& row) {
-        return row.rowid && (!owner.after || *row.rowid > *owner.after) &&
-               (!owner.last || *row.rowid <= *owner.last);
-    };
-    // Else it lies in the place of another.
-    const bool isItsPlace =
-        std::count_if(rows.cbegin(), rows.cend(), liesWithin) * 2 > static_cast<std::ptrdiff_t>(rows.size());
-    const Owner bounds = isItsPlace ? owner : Owner();
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        const auto before = i == 0 ? bounds.after : rows[i - 1].rowid;
+        const auto before = i == 0 ? owner.after : rows[i - 1].rowid;
         const auto behind = i + 1 == rows.size() ? std::nullopt : rows[i + 1].rowid;
         std::optional<qint64>& own = rows[i].rowid;
         const bool neighboursAreRight = !before || !behind || *before < *behind;
         const bool fits = own && (!before || *own > *before) && (!behind || *own < *behind) &&
-                          (i + 1 != rows.size() || !bounds.last || *own <= *bounds.last);
+                          (i + 1 != rows.size() || !owner.last || *own <= *owner.last);
         if (fits || !neighboursAreRight)
             continue;
         if (before)
@@ -202,7 +210,12 @@ void DamagedStore::collect(quint32 number, const TreePage& leaf)
     rows.reserve(static_cast<std::size_t>(leaf.cells.size()));
     for (const int at : leaf.cells)
         rows.push_back(storedRow(m_pages, leaf, at));
-    mendOrder(rows, owner == m_owners.cend() ? Owner() : *owner);
+    const bool isItsPlace = owner != m_owners.cend() && isPlaceOf(rows, *owner);
+    if (owner != m_owners.cend() && !isItsPlace && isKept(owner->table)) {
+        m_misplaced.insert(number);
+        m_treesAreWhole = false;
+    }
+    mendOrder(rows, isItsPlace ? *owner : Owner());
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const StoredRow& row = rows[i];
         for (const quint32 overflow : row.overflow)
@@ -233,6 +246,15 @@ void DamagedStore::loseCell(const StoredRow& row, quint32 page)
 
 void DamagedStore::loseUnreadPages()
 {
+    for (const quint32 number : std::as_const(m_misplaced)) {
+        const Owner owner = m_owners.value(number);
+        const std::vector<Place>& places = m_places[owner.table];
+        const bool isFound = std::any_of(places.cbegin(), places.cend(), [&](const Place& place) {
+            return place.page != number && owner.has(place.rowid);
+        });
+        if (!isFound)
+            m_missing.insert(number, owner);
+    }
     QList<quint32> numbers = m_missing.keys();
     if (!m_treesAreWhole) {
         for (quint32 number = 1; number <= m_pages.count(); ++number) {

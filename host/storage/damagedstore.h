@@ -48,6 +48,10 @@ private:
         bool isTable = true;
         std::optional<qint64> after; ///< its rowids are higher
         std::optional<qint64> last;  ///< and at most that
+        [[nodiscard]] bool has(qint64 rowid) const
+        {
+            return (!after || rowid > *after) && (!last || rowid <= *last);
+        }
     };
     /// One of a row's places.
     struct Place
@@ -60,12 +64,14 @@ private:
 
     void walk();
     void walk(quint32 page, const Owner& owner, int depth = 0);
+    void collectPages(bool ofTrees);
     [[nodiscard]] QVariantList valuesAt(const Place& place);
     void collect(quint32 number, const TreePage& leaf);
     void loseCell(const StoredRow& row, quint32 page);
     void noteFreePages();
     void noteOverflowOfIndex(const TreePage& page);
     void loseUnreadPages();
+    static bool isPlaceOf(const std::vector<StoredRow>& rows, const Owner& owner);
     /// The rowids of the leaf's cells: one that is out of order is mended where its neighbours leave one
     /// only.
     static void mendOrder(std::vector<StoredRow>& rows, const Owner& owner);
@@ -74,6 +80,7 @@ private:
     QHash<quint32, Owner> m_owners;
     bool m_treesAreWhole = true;     ///< of the tables; then no other page has rows
     QHash<quint32, Owner> m_missing; ///< pages that a tree names but that are none of it
+    QSet<quint32> m_misplaced;       ///< pages of a tree with rows that are not of it
     QSet<quint32> m_accounted;
     QHash<QString, std::vector<Place>> m_places;
     QList<LostRow> m_lost;

@@ -33,6 +33,7 @@ public:
         takeCardRecords();
         m_messages.take(m_tally);
         takeJournal();
+        closeOpenReceipt();
         takeOpenReceipt();
         m_messages.keepNumbers();
         return told();
@@ -42,6 +43,8 @@ private:
     void takeDocuments();
     void takeCardRecords();
     void takeJournal();
+    /// A receipt that is open in the store, but that the file has closed, is closed.
+    void closeOpenReceipt();
     void takeOpenReceipt();
     void noteEntry(const QVariantList& entry);
     void missWhatTheJournalNames();
@@ -68,6 +71,7 @@ private:
     const Database& m_to;
     RescuedMessages m_messages;
     RescueTally m_tally;
+    QString m_closedNow;
     QSet<QString> m_closed;             ///< receipts that the file's journal says so of
     QHash<qint64, QVariantList> m_last; ///< of each message that it tells no end of, the last entry
 };
@@ -76,11 +80,14 @@ void Rescue::takeDocuments()
 {
     const QString table = u"documents"_s;
     m_from.forEachRow(table, [&](qint64 /*rowid*/, const QVariantList& row) {
-        const auto there = select(u"SELECT content FROM documents WHERE identifier = ?"_s, {row[0]});
-        if (there.isEmpty()) {
-            change(u"INSERT INTO documents (identifier, stored, content, sale) VALUES (?, ?, ?, ?)"_s, row);
+        const auto there = select(
+            u"SELECT identifier, stored, content, sale FROM documents WHERE identifier = ?"_s, {row[0]});
+        if (there.isEmpty() || !faultOfRow(table, there[0]).isEmpty()) {
+            change(u"INSERT OR REPLACE INTO documents (identifier, stored, content, sale) "
+                   "VALUES (?, ?, ?, ?)"_s,
+                   row);
             m_tally.count(table, Fate::Taken);
-        } else if (there[0][0] == row[2]) {
+        } else if (there[0][2] == row[2]) {
             m_tally.count(table, Fate::There);
         } else {
             m_tally.lose({.table = table,
@@ -155,6 +162,18 @@ void Rescue::takeJournal()
     });
 }
 
+void Rescue::closeOpenReceipt()
+{
+    const QByteArray open = openReceiptIn(m_to);
+    if (open.isEmpty() || !faultOfRow(u"open_receipt"_s, {{}, open}).isEmpty())
+        return;
+    const QString identifier = documentcodec::readDocument(open, {})->getIdentifier();
+    if (!isClosed(identifier))
+        return;
+    change(u"DELETE FROM open_receipt"_s, {});
+    m_closedNow = identifier;
+}
+
 void Rescue::takeOpenReceipt()
 {
     const QString table = u"open_receipt"_s;
@@ -220,7 +239,7 @@ Rescued Rescue::told()
             m_tally.lose(row);
     }
     missWhatTheJournalNames();
-    Rescued rescued{.isStore = m_from.isStore(), .tables = {}, .lost = m_tally.lost()};
+    Rescued rescued{.isStore = m_from.isStore(), .tables = {}, .lost = m_tally.lost(), .closed = m_closedNow};
     for (const StoredTable& table : storedTables()) {
         if (table.isKept)
             rescued.tables.append(m_tally.tables().value(table.name, {.table = table.name}));

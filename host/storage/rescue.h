@@ -22,6 +22,7 @@ struct Rescued
     bool isStore = false; ///< anything of a store was found in the file
     QList<RescuedTable> tables;
     QList<LostRow> lost;
+    QString closed; ///< the receipt that was open in the store, but closed in the file; empty: none
 };
 
 /// Takes what can be read of a store's file, damaged or not, with its log where one lies beside it, into the

@@ -1,8 +1,7 @@
 #include "host/storage/rescuedmessages.h"
 
+#include "host/storage/storedmessages.h"
 #include "host/storage/storedtables.h"
-
-#include <QCryptographicHash>
 
 #include <algorithm>
 #include <limits>
@@ -16,33 +15,18 @@ namespace {
 const QString waitingRows = u"queued"_s;
 const QString goneRows = u"history"_s;
 
-QByteArray digest(const QVariant& content)
-{
-    return QCryptographicHash::hash(content.toByteArray(), QCryptographicHash::Sha1);
-}
-
 } // namespace
 
 RescuedMessages::RescuedMessages(DamagedStore& from, const Database& to)
     : m_from(from)
     , m_to(to)
 {
-    constexpr int atOnce = 1000;
-    for (const bool isQueued : {true, false}) {
-        QSqlQuery page =
-            to.prepared(u"SELECT id, queue, receipt, enqueued, text, %1 FROM %2 WHERE id > ? "
-                        "ORDER BY id LIMIT %3"_s
-                            .arg(isQueued ? u"message"_s : u"NULL"_s, isQueued ? waitingRows : goneRows)
-                            .arg(atOnce));
-        qint64 last = std::numeric_limits<qint64>::min();
-        for (auto rows = to.rows(page, {last}); !rows.isEmpty(); rows = to.rows(page, {last})) {
-            for (const QVariantList& row : rows) {
-                last = row[0].toLongLong();
-                m_alike[messageIdentity(row[1], row[2], row[3], row[4])].append(last);
-                if (isQueued)
-                    m_sameContent[digest(row[5])].append(last);
-            }
-        }
+    for (const bool inQueue : {true, false}) {
+        forEachMessage(to, inQueue, [&](const StoredMessage& message) {
+            m_alike[message.identity].append(message.id);
+            if (inQueue)
+                m_sameContent[message.content].append(message.id);
+        });
     }
     QSqlQuery highest = to.prepared(
         u"SELECT max(n) FROM (SELECT max(id) AS n FROM queued UNION ALL SELECT max(id) FROM history UNION "
@@ -56,7 +40,7 @@ std::optional<qint64> RescuedMessages::known(const QVariantList& row, bool isQue
 {
     QList<qint64> candidates = m_alike.value(identityOfRow(waitingRows, row));
     if (isQueued)
-        candidates += m_sameContent.value(digest(row[4]));
+        candidates += m_sameContent.value(contentDigest(row[4]));
     for (const qint64 candidate : candidates) {
         if (!m_matched.contains(candidate)) {
             m_matched.insert(candidate);
@@ -106,7 +90,8 @@ void RescuedMessages::take(RescueTally& tally)
         if (m_gone.value(id) == identityOfRow(waitingRows, row))
             return; // a page of before it left the queue
         const bool isThere = m_numbers.contains(id);
-        tally.count(waitingRows, isThere ? RescueTally::Fate::There : RescueTally::Fate::Taken);
+        const bool isMended = isThere && mend(m_numbers[id], row);
+        tally.count(waitingRows, isThere && !isMended ? RescueTally::Fate::There : RescueTally::Fate::Taken);
         if (isThere)
             return;
         constexpr qsizetype due = 9;
@@ -116,6 +101,17 @@ void RescuedMessages::take(RescueTally& tally)
         row[head] = 1; // unless another of its group is before it, which the store sees to
         put(waitingRows, row);
     });
+}
+
+/// Gives the store's message its content back if that is damaged. False when there is nothing to mend.
+bool RescuedMessages::mend(qint64 number, const QVariantList& row)
+{
+    QSqlQuery find = m_to.prepared(u"SELECT * FROM queued WHERE id = ?"_s);
+    const QList<QVariantList> there = m_to.rows(find, {number});
+    if (there.isEmpty() || faultOfRow(waitingRows, there[0]).isEmpty())
+        return false;
+    QSqlQuery change = m_to.prepared(u"UPDATE queued SET message = ? WHERE id = ?"_s);
+    return m_to.change(change, {row[4], number}) > 0;
 }
 
 void RescuedMessages::put(const QString& table, const QVariantList& row)

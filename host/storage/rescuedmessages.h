@@ -28,6 +28,7 @@ public:
 private:
     [[nodiscard]] std::optional<qint64> known(const QVariantList& row, bool isQueued);
     void compare();
+    bool mend(qint64 number, const QVariantList& row);
     void put(const QString& table, const QVariantList& row);
 
     DamagedStore& m_from;

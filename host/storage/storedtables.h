@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/utils/export.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -19,7 +21,7 @@ struct StoredTable
 };
 
 /// Each table of a store, in the order in which they are put into another.
-const QList<StoredTable>& storedTables();
+HOST_EXPORT const QList<StoredTable>& storedTables();
 
 /// The one that such a row is of; null when it is of none.
 const StoredTable* tableOfRow(const QVariantList& values);

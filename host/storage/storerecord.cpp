@@ -149,9 +149,12 @@ QByteArray chained(StorePages& pages, quint32 first, qint64 size, QList<quint32>
         const QByteArray page = pages.page(next);
         if (page.size() < 4 || next > pages.count() || passed.contains(next))
             return {};
+        const QByteArray part = page.sliced(4, std::min<qsizetype>(page.size() - 4, size - content.size()));
+        if (part.count('\0') == part.size()) // a page that was lost; nothing that is kept looks so
+            return {};
         passed.append(next);
+        content += part;
         next = qFromBigEndian<quint32>(page.constData());
-        content += page.sliced(4, std::min<qsizetype>(page.size() - 4, size - content.size()));
     }
     return next == 0 ? content : QByteArray();
 }
