@@ -150,6 +150,7 @@ RestoredStore restoreStore(const QString& file)
     present.reset();
     syncFile(copy.path());
     result.former = replaceDatabase(path, copy.path());
+    forgetStore();
     return result;
 }
 
