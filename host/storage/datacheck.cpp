@@ -31,7 +31,8 @@ DataFinding told(DataFinding::Kind kind, const QString& file, const QString& now
 {
     switch (kind) {
     case DataFinding::Kind::Damaged:
-        utils::logger(u"storage"_s)->error(u"%1 is damaged; it was set aside as %2"_s.arg(file, nameOf(now)));
+        utils::logger(u"storage"_s)
+            ->error(u"%1 is damaged; it was set aside: till rescue %2"_s.arg(file, now));
         return {kind, file, now,
                 tr::Tr(u"hostDataDamaged"_s,
                        u"Файл данных %1 повреждён. Он сохранён как %2, работа начата с новым файлом. "

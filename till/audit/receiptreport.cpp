@@ -36,7 +36,7 @@ QString stateOf(const ReceiptReport& report, bool closed)
 QString nextOf(const ReceiptReport& report)
 {
     if (report.state == damagedState)
-        return u"bring it back from a backup; see docs/operations.md"_s;
+        return u"bring it back from a backup with till rescue; see docs/operations.md"_s;
     for (const QueuedMessage& message : report.pending) {
         if (message.damaged)
             return u"damaged: message %1 needs till queue drop"_s.arg(message.id);
