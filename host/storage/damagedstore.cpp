@@ -181,6 +181,21 @@ bool DamagedStore::isPlaceOf(const std::vector<StoredRow>& rows, const Owner& ow
            std::count_if(rows.cbegin(), rows.cend(), fits) * 2 > static_cast<std::ptrdiff_t>(rows.size());
 }
 
+void DamagedStore::noteHomeless(const std::vector<StoredRow>& rows)
+{
+    Owner leaf;
+    for (const StoredRow& row : rows) {
+        const StoredTable* table = row.isWhole ? tableOfRow(row.values) : nullptr;
+        if (!table)
+            continue;
+        leaf.table = table->name;
+        leaf.after = leaf.after.value_or(*row.rowid);
+        leaf.last = row.rowid;
+    }
+    if (leaf.last)
+        m_homeless.append(leaf);
+}
+
 void DamagedStore::mendOrder(std::vector<StoredRow>& rows, const Owner& owner)
 {
     for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -216,6 +231,8 @@ void DamagedStore::collect(quint32 number, const TreePage& leaf)
         m_treesAreWhole = false;
     }
     mendOrder(rows, isItsPlace ? *owner : Owner());
+    if (!isItsPlace)
+        noteHomeless(rows);
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const StoredRow& row = rows[i];
         for (const quint32 overflow : row.overflow)
@@ -248,9 +265,8 @@ void DamagedStore::loseUnreadPages()
 {
     for (const quint32 number : std::as_const(m_misplaced)) {
         const Owner owner = m_owners.value(number);
-        const std::vector<Place>& places = m_places[owner.table];
-        const bool isFound = std::any_of(places.cbegin(), places.cend(), [&](const Place& place) {
-            return place.page != number && owner.has(place.rowid);
+        const bool isFound = std::any_of(m_homeless.cbegin(), m_homeless.cend(), [&](const Owner& leaf) {
+            return leaf.table == owner.table && owner.has(*leaf.after) && owner.has(*leaf.last);
         });
         if (!isFound)
             m_missing.insert(number, owner);

@@ -72,6 +72,7 @@ private:
     void noteOverflowOfIndex(const TreePage& page);
     void loseUnreadPages();
     static bool isPlaceOf(const std::vector<StoredRow>& rows, const Owner& owner);
+    void noteHomeless(const std::vector<StoredRow>& rows);
     /// The rowids of the leaf's cells: one that is out of order is mended where its neighbours leave one
     /// only.
     static void mendOrder(std::vector<StoredRow>& rows, const Owner& owner);
@@ -81,6 +82,7 @@ private:
     bool m_treesAreWhole = true;     ///< of the tables; then no other page has rows
     QHash<quint32, Owner> m_missing; ///< pages that a tree names but that are none of it
     QSet<quint32> m_misplaced;       ///< pages of a tree with rows that are not of it
+    QList<Owner> m_homeless; ///< leaves that are not in their place, each with its first rowid and its last
     QSet<quint32> m_accounted;
     QHash<QString, std::vector<Place>> m_places;
     QList<LostRow> m_lost;

@@ -71,6 +71,17 @@ TEST_F(Backup, HoldsAllOfTheStoreAndTellsWhat)
         test_support::RawDatabase(file()).run(u"SELECT count(*) FROM sqlite_master"_s)[0][0].toString());
 }
 
+TEST_F(Backup, CanBePutInPlaceByItsNameAlone)
+{
+    send(u"R-1"_s);
+    ASSERT_TRUE(storage::backUpStore(copy()));
+    makePrivate(otherFolder());
+    ASSERT_TRUE(QFile::rename(copy(), otherFile()));
+    goToTheOther();
+    EXPECT_EQ(MessageQueue().waitingCount(), 1);
+    EXPECT_EQ(send(u"R-1"_s), 2);
+}
+
 TEST_F(Backup, IsOfOneMomentWhileATillGoesOnSelling)
 {
     sellMany(300);

@@ -58,6 +58,8 @@ QString rowText(const QString& table, const QString& key)
                                                {u"history"_s, u"the history's record of message"_s},
                                                {u"journal"_s, u"the journal's entry"_s},
                                                {u"open_receipt"_s, u"the open receipt"_s}};
+    if (key.startsWith(u"page "_s))
+        return u"%1 of %2"_s.arg(key, table);
     return QStringList{names.value(table, table), key}.join(u' ').trimmed();
 }
 

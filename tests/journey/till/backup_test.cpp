@@ -154,6 +154,15 @@ TEST_F(TillCopies, OfADamagedStoreAreRescuedAndTheReceiptsStillTellWhatWaits)
                 AllOf(HasSubstr("sale R-1, closed\n"), HasSubstr("next: waiting: message ")));
 }
 
+TEST_F(TillCopies, OfAStoreWithoutItsJournalTellWhatWaitsForAReceiptToo)
+{
+    test_support::RawDatabase(till.directory() + u"/till.sqlite"_s).run(u"DELETE FROM journal"_s);
+    ASSERT_EQ(tool({u"backup"_s, copy}).status, 0);
+    ASSERT_EQ(tool({u"restore"_s, copy}).status, 0);
+    EXPECT_THAT(tool({u"receipts"_s, u"show"_s, u"R-1"_s}).out.toStdString(),
+                AllOf(HasSubstr("sale R-1, closed\n"), HasSubstr("next: waiting: message ")));
+}
+
 TEST_F(TillCopies, ThatAreNotWholeAreRescuedAsFarAsTheyAreAndWhatIsLostIsNamed)
 {
     ASSERT_EQ(tool({u"backup"_s, copy}).status, 0);
