@@ -177,8 +177,9 @@ bool DamagedStore::isPlaceOf(const std::vector<StoredRow>& rows, const Owner& ow
         const StoredTable* table = row.isWhole ? tableOfRow(row.values) : nullptr;
         return table && table->name == owner.table && owner.has(*row.rowid);
     };
-    return rows.empty() ||
-           std::count_if(rows.cbegin(), rows.cend(), fits) * 2 > static_cast<std::ptrdiff_t>(rows.size());
+    if (rows.empty())
+        return !owner.after && !owner.last; // only a tree's one page may have none
+    return std::count_if(rows.cbegin(), rows.cend(), fits) * 2 > static_cast<std::ptrdiff_t>(rows.size());
 }
 
 void DamagedStore::noteHomeless(const std::vector<StoredRow>& rows)

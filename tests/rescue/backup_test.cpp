@@ -78,7 +78,9 @@ TEST_F(Backup, CanBePutInPlaceByItsNameAlone)
     makePrivate(otherFolder());
     ASSERT_TRUE(QFile::rename(copy(), otherFile()));
     goToTheOther();
-    EXPECT_EQ(MessageQueue().waitingCount(), 1);
+    const auto open = storage::store();
+    EXPECT_EQ(waiting().size(), 1);
+    EXPECT_EQ(MessageQueue().waitingCount(), 1) << "its log belongs to it";
     EXPECT_EQ(send(u"R-1"_s), 2);
 }
 

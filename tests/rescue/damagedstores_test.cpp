@@ -1,5 +1,6 @@
 // Stores that a till has filled and a disk has damaged, and what a rescue takes out of them. How many and
-// which are set by KYR_RESCUE_STORES and KYR_RESCUE_SEED; see run.
+// which are set by KYR_RESCUE_STORES and KYR_RESCUE_SEED, see run; KYR_RESCUE_FIRST goes straight to one that
+// failed.
 
 #include "host/storage/datadirectory.h"
 #include "host/storage/rescue.h"
