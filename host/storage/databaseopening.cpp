@@ -120,6 +120,8 @@ void Database::open(const Format& format)
     execute(u"PRAGMA secure_delete=ON"_s); // what is removed holds personal data and credentials
     if (!m_damagedLog.isEmpty())           // what SQLite did not take of it is not to be met again
         execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
+    static_cast<void>(
+        number(u"PRAGMA user_version"_s)); // a file that had another journal gets its log only now
     m_files = filesAt(m_path);
     FilesInUse::Use& use =
         filesInUse().uses.try_emplace(m_files->own, FilesInUse::Use{*m_files, 0}).first->second;

@@ -31,7 +31,8 @@ DataFinding told(DataFinding::Kind kind, const QString& file, const QString& now
 {
     switch (kind) {
     case DataFinding::Kind::Damaged:
-        utils::logger(u"storage"_s)->error(u"%1 is damaged; it was set aside as %2"_s.arg(file, nameOf(now)));
+        utils::logger(u"storage"_s)
+            ->error(u"%1 is damaged; it was set aside: till rescue %2"_s.arg(file, now));
         return {kind, file, now,
                 tr::Tr(u"hostDataDamaged"_s,
                        u"Файл данных %1 повреждён. Он сохранён как %2, работа начата с новым файлом. "
@@ -157,7 +158,9 @@ OpenedStore openStore()
 
 void readThroughStore() { Database::readThrough(storePath(), storeFormat()); }
 
-QList<DamagedSeal> damagedSeals()
+QList<DamagedSeal> damagedSeals() { return damagedSeals(*store()); }
+
+QList<DamagedSeal> damagedSeals(const Database& store)
 {
     // Each with the column that tells which one it is, and the sealed one.
     struct Sealed
@@ -172,14 +175,13 @@ QList<DamagedSeal> damagedSeals()
                             {u"history"_s, u"id"_s, u"message"_s}};
     constexpr int atOnce = 100;
     QList<DamagedSeal> found;
-    const auto opened = store();
     for (const Sealed& sealed : all) {
         QSqlQuery page =
-            opened->prepared(u"SELECT rowid, %2, %3 FROM %1 WHERE rowid > ? AND %3 IS NOT NULL "
-                             "ORDER BY rowid LIMIT %4"_s.arg(sealed.table, sealed.key, sealed.content)
-                                 .arg(atOnce));
+            store.prepared(u"SELECT rowid, %2, %3 FROM %1 WHERE rowid > ? AND %3 IS NOT NULL "
+                           "ORDER BY rowid LIMIT %4"_s.arg(sealed.table, sealed.key, sealed.content)
+                               .arg(atOnce));
         qint64 last = std::numeric_limits<qint64>::min();
-        for (auto rows = opened->rows(page, {last}); !rows.isEmpty(); rows = opened->rows(page, {last})) {
+        for (auto rows = store.rows(page, {last}); !rows.isEmpty(); rows = store.rows(page, {last})) {
             for (const QVariantList& row : rows) {
                 last = row[0].toLongLong();
                 if (!isWhole(row[2].toByteArray()))

@@ -51,6 +51,8 @@ struct DamagedSeal
 /// Reads every seal of the store but the open receipt's, which SaveToFileLogic::loadOpenReceipt() checks:
 /// seconds for a gigabyte. Throws BasicException when it can't be read.
 HOST_EXPORT QList<DamagedSeal> damagedSeals();
+/// The same of any store.
+QList<DamagedSeal> damagedSeals(const Database& store);
 
 /// Whether the store's log is damaged in the middle, so that the next opening takes only a part of it.
 HOST_EXPORT bool isStoreCut();

@@ -139,6 +139,13 @@ QString newPrivateFile(const QString& path)
     return QFile::decodeName(name);
 }
 
+void syncFile(const QString& path)
+{
+    const Descriptor opened(openPlainFile(path));
+    if (opened.number() < 0 || fsync(opened.number()) != 0)
+        throw systemError(errno, path);
+}
+
 bool moveToNewName(const QString& from, const QString& to)
 {
     if (renameat2(AT_FDCWD, QFile::encodeName(from).constData(), AT_FDCWD, QFile::encodeName(to).constData(),

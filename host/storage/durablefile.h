@@ -33,6 +33,9 @@ HOST_EXPORT std::optional<QByteArray> readFile(const QString& path);
 /// A file of a new name beside `path`, empty and private, to be moved to its place when it is finished.
 HOST_EXPORT QString newPrivateFile(const QString& path);
 
+/// Makes its content durable, whoever wrote it. Not for a file that this process has open as a database.
+void syncFile(const QString& path);
+
 /// Gives the file another name, durably. Where a file of that name is there already, both stay as they are
 /// and false is returned.
 HOST_EXPORT bool moveToNewName(const QString& from, const QString& to);

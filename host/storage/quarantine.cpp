@@ -2,12 +2,16 @@
 
 #include "host/storage/datadirectory.h"
 #include "host/storage/durablefile.h"
+#include "host/storage/storageerror.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -30,10 +34,10 @@ bool anyExists(const QString& path)
 }
 
 /// A name that neither a file nor a companion has yet.
-QString freeName(const QString& path)
+QString freeName(const QString& path, const QString& why = u"damaged"_s)
 {
     const QString name =
-        path + u".damaged-"_s + QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'"_s);
+        path + u'.' + why + u'-' + QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss'Z'"_s);
     QString result = name;
     for (int i = 2; anyExists(result); ++i)
         result = u"%1-%2"_s.arg(name).arg(i);
@@ -52,6 +56,13 @@ void moveWithCompanions(const QString& from, const QString& to)
     ensurePrivateFile(to);
 }
 
+/// Gives it a second name.
+void linkFile(const QString& from, const QString& to)
+{
+    if (link(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0)
+        throw systemError(errno, from);
+}
+
 QStringList setAsideFiles(const QString& path)
 {
     const QFileInfo info(path);
@@ -61,6 +72,22 @@ QStringList setAsideFiles(const QString& path)
         if (std::none_of(companions().begin(), companions().end(),
                          [&](const QString& suffix) { return name.endsWith(suffix); }))
             result.append(info.dir().filePath(name));
+    }
+    return result;
+}
+
+/// Those in the data directory, without their companions.
+QStringList filesSetAside(const QString& why)
+{
+    const QDir directory(QFileInfo(dataFile(u"any"_s)).path());
+    QStringList result;
+    for (QString name : directory.entryList({u"*.%1-*"_s.arg(why)}, QDir::Files, QDir::Name)) {
+        for (const QString& suffix : companions()) {
+            if (name.endsWith(suffix))
+                name.chop(suffix.size());
+        }
+        if (!result.contains(directory.filePath(name)))
+            result.append(directory.filePath(name));
     }
     return result;
 }
@@ -107,19 +134,32 @@ QStringList finishQuarantine(const QString& path)
     return result;
 }
 
-QStringList quarantinedFiles()
+QString replaceDatabase(const QString& path, const QString& by)
 {
-    const QDir directory(QFileInfo(dataFile(u"any"_s)).path());
-    QStringList result;
-    for (QString name : directory.entryList({u"*.damaged-*"_s}, QDir::Files, QDir::Name)) {
+    QString former;
+    if (QFileInfo::exists(path)) {
+        former = freeName(path, u"replaced"_s);
+        linkFile(path, former);
         for (const QString& suffix : companions()) {
-            if (name.endsWith(suffix))
-                name.chop(suffix.size());
+            if (QFileInfo::exists(path + suffix))
+                linkFile(path + suffix, former + suffix);
         }
-        if (!result.contains(directory.filePath(name)))
-            result.append(directory.filePath(name));
+        syncDirectoryOf(path);
+        ensurePrivateFile(former);
+    } else {
+        finishQuarantine(path);
     }
-    return result;
+    for (const QString& suffix : companions()) // which SQLite would take for the new one's
+        removeFile(path + suffix);
+    if (rename(QFile::encodeName(by).constData(), QFile::encodeName(path).constData()) != 0)
+        throw systemError(errno, path);
+    syncDirectoryOf(path);
+    QFile::remove(path + u".suspect"_s); // it is another now
+    return former;
 }
+
+QStringList quarantinedFiles() { return filesSetAside(u"damaged"_s); }
+
+QStringList replacedFiles() { return filesSetAside(u"replaced"_s); }
 
 } // namespace storage

@@ -26,7 +26,14 @@ HOST_EXPORT QString quarantineContent(const QString& path, const QByteArray& con
 /// where they now lie.
 HOST_EXPORT QStringList finishQuarantine(const QString& path);
 
+/// Puts the database `by`, which has no companions, in the place of the one at `path`, where there may be
+/// none. The former one becomes `<path>.replaced-<UTC time>`, its companions with it; returns that path,
+/// empty when there was none. A kill leaves the one or the other in its place. For who is alone with both.
+QString replaceDatabase(const QString& path, const QString& by);
+
 /// The damaged files that lie in the data directory, oldest first, without their companions.
 HOST_EXPORT QStringList quarantinedFiles();
+/// The same of those that replaceDatabase() has set aside.
+HOST_EXPORT QStringList replacedFiles();
 
 } // namespace storage

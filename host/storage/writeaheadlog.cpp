@@ -4,6 +4,9 @@
 #include <QFile>
 #include <QtEndian>
 
+#include <functional>
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace storage {
@@ -54,8 +57,17 @@ private:
     quint32 m_second = 0;
 };
 
+struct Frame
+{
+    quint32 page = 0;
+    quint32 pagesAfter = 0; ///< how many the file has with it; 0: it does not end a commit
+    qint64 at = 0;          ///< where the page lies in the log
+    bool isWhole = false;
+    bool isUnbroken = false; ///< so is all before it
+};
+
 /// Each frame's sum goes on from that of the frame before it, so what is whole behind a damaged one shows.
-bool hidesACommit(QFile& log, int pageSize)
+void forEachFrame(QFile& log, int pageSize, const std::function<void(const Frame&)>& look)
 {
     constexpr qsizetype sumInLog = 24;
     constexpr qsizetype sumInFrame = 16;
@@ -63,28 +75,43 @@ bool hidesACommit(QFile& log, int pageSize)
     constexpr qsizetype summed = 8;        // of a frame's header
     const QByteArray head = log.read(logHeader);
     if (head.size() < logHeader)
-        return false;
+        return;
     Checksum sum;
     sum.take(QByteArrayView(head).first(sumInLog));
     const bool headIsWhole = sum.isWritten(head, sumInLog);
+    QByteArray current = headIsWhole ? head.sliced(saltsInLog, salts) : QByteArray();
     bool unbroken = headIsWhole;
     sum.resume(head, sumInLog);
     for (;;) {
         const QByteArray frame = log.read(frameHeader);
+        const qint64 at = log.pos();
         const QByteArray page = log.read(pageSize);
         if (frame.size() < frameHeader || page.size() < pageSize)
-            return false;
-        // Under other salts lie the frames of earlier rounds, which are in the file.
-        const bool isCurrent =
-            !headIsWhole || frame.sliced(saltsInFrame, salts) == head.sliced(saltsInLog, salts);
+            return;
         sum.take(QByteArrayView(frame).first(summed));
         sum.take(page);
-        const bool isWhole = isCurrent && sum.isWritten(frame, sumInFrame);
-        if (isWhole && !unbroken && numberAt(frame, commitInFrame) != 0)
-            return true;
+        // Under other salts lie the frames of earlier rounds, which are in the file; they come last.
+        const QByteArray own = frame.sliced(saltsInFrame, salts);
+        const bool isWhole = (current.isEmpty() || own == current) && sum.isWritten(frame, sumInFrame);
+        if (isWhole)
+            current = own;
         unbroken = unbroken && isWhole;
+        look({.page = numberAt(frame, 0),
+              .pagesAfter = numberAt(frame, commitInFrame),
+              .at = at,
+              .isWhole = isWhole,
+              .isUnbroken = unbroken});
         sum.resume(frame, sumInFrame);
     }
+}
+
+bool hidesACommit(QFile& log, int pageSize)
+{
+    bool found = false;
+    forEachFrame(log, pageSize, [&found](const Frame& frame) {
+        found = found || (frame.isWhole && !frame.isUnbroken && frame.pagesAfter != 0);
+    });
+    return found;
 }
 
 } // namespace
@@ -100,6 +127,26 @@ bool isLogDamaged(const QString& database)
     // Another program may have begun its log anew meanwhile, over what was read.
     log.seek(0);
     return found && log.read(logHeader) == before;
+}
+
+LoggedPages loggedPages(const QString& database, int pageSize)
+{
+    LoggedPages logged;
+    QFile log(database + u"-wal"_s);
+    if (!log.open(QIODevice::ReadOnly))
+        return logged;
+    QHash<quint32, qint64> uncommitted;
+    forEachFrame(log, pageSize, [&](const Frame& frame) {
+        logged.isDamaged = logged.isDamaged || (frame.pagesAfter != 0 && frame.isWhole && !frame.isUnbroken);
+        if (!frame.isWhole)
+            return;
+        uncommitted.insert(frame.page, frame.at);
+        if (frame.pagesAfter == 0)
+            return;
+        logged.pageCount = frame.pagesAfter;
+        logged.places.insert(std::exchange(uncommitted, {}));
+    });
+    return logged;
 }
 
 DatabaseHead headOf(const QString& database)

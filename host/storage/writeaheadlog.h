@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
 
 namespace storage {
@@ -20,5 +21,16 @@ DatabaseHead headOf(const QString& database);
 /// opening SQLite takes the log up to there only. A log that was cut short, or damaged at its very end, looks
 /// like one whose last commit was never finished. Not for a log that this process has open.
 bool isLogDamaged(const QString& database);
+
+/// What the log holds of the pages.
+struct LoggedPages
+{
+    QHash<quint32, qint64> places; ///< of each page's newest whole one that was committed, in the log
+    quint32 pageCount = 0;         ///< of the file, with the last commit; 0: there is none
+    bool isDamaged = false;        ///< as isLogDamaged() says
+};
+
+/// Also what SQLite would not take, because it lies behind something damaged. Nothing when there is no log.
+LoggedPages loggedPages(const QString& database, int pageSize);
 
 } // namespace storage

@@ -47,9 +47,9 @@ QStringList traced(const QStringList& options, const QStringList& arguments)
 
 const QStringList& deadlyCalls()
 {
-    static const QStringList calls{u"write"_s,     u"pwrite64"_s, u"fsync"_s,     u"fdatasync"_s,
-                                   u"ftruncate"_s, u"rename"_s,   u"renameat2"_s, u"unlink"_s,
-                                   u"connect"_s,   u"sendto"_s,   u"recvfrom"_s,  u"poll"_s};
+    static const QStringList calls{u"write"_s,  u"pwrite64"_s,  u"fsync"_s, u"fdatasync"_s, u"ftruncate"_s,
+                                   u"rename"_s, u"renameat2"_s, u"link"_s,  u"unlink"_s,    u"connect"_s,
+                                   u"sendto"_s, u"recvfrom"_s,  u"poll"_s};
     return calls;
 }
 

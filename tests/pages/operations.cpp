@@ -181,6 +181,21 @@ QString damagedStore(World& world)
     return world.type(u"till doctor"_s);
 }
 
+/// A message and an index are damaged in a store; a start has set it aside.
+QString damagedMessage(World& world)
+{
+    world.type(u"rm data/*"_s);
+    parked(world);
+    test_support::flipABit(world.data(u"till.sqlite"_s), u"queued"_s, u"message"_s, u"1"_s);
+    world.type(u"root=$(sqlite3 data/till.sqlite \"SELECT rootpage FROM sqlite_schema WHERE name = "
+               u"'journal_receipt'\")\n"
+               "head -c 4096 /dev/urandom | dd of=data/till.sqlite bs=4096 seek=$((root - 1)) conv=notrunc\n"
+               "echo quit | till shell"_s);
+    const QString aside = world.type(u"ls data/till.sqlite.damaged-*"_s).trimmed();
+    world.call(u"20261121T054352Z"_s, aside.section(u'-', -1));
+    return {};
+}
+
 QString damagedReceipt(World& world)
 {
     world.type(u"rm data/*"_s);
@@ -216,6 +231,20 @@ QString shareOfAStranger(World& world)
     return logOf(world);
 }
 
+/// A till that is sold with after its backup.
+QString soldSince(World& world)
+{
+    world.play(openSale("R-18", {tea(300)}) + pay());
+    world.endTill();
+    return {};
+}
+
+QString newMachine(World& world)
+{
+    world.type(u"rm -r data"_s);
+    return {};
+}
+
 QString outcomeUnknown(World& world)
 {
     world.endTill();
@@ -242,9 +271,11 @@ QList<Section> operationsSections()
         {page, u"The password changed"_s, {passwordChanged, passwordIsMended}},
         {page, u"The service moved"_s, {serviceMoved, asItIs}},
         {page, u"The disk is full"_s, {diskIsFull, toolOnFullDisk}},
-        {page, u"A damaged file"_s, {damagedStore, damagedReceipt}},
+        {page, u"A damaged file"_s, {damagedStore, damagedMessage, damagedReceipt}},
         {page, u"A file was removed or replaced"_s, {storeRemoved}},
         {page, u"The clock is wrong"_s, {clockAhead}},
+        {page, u"Backups"_s, {soldAlone, soldSince}},
+        {page, u"A till is replaced"_s, {soldAlone, newMachine}},
         {page, u"The outcome of a spending is unknown"_s, {shareOfAStranger, outcomeUnknown}},
         {page, u"A customer asks to be forgotten"_s, {soldToACustomer}},
     };

@@ -121,6 +121,7 @@ QStringList comparable(const QString& text)
     static const QList<std::pair<QRegularExpression, QString>> rooms{
         {QRegularExpression(u"\\d{4}-\\d\\d-\\d\\dT[\\d:.]+Z"_s), u"TIME"_s},
         {QRegularExpression(u"\\b20\\d\\d-\\d\\d-\\d\\d\\b"_s), u"DAY"_s},
+        {QRegularExpression(u"\\d{8}T\\d{6}Z"_s), u"TIME"_s},
         {QRegularExpression(u"\\d+ MiB"_s), u"N MiB"_s},
         {QRegularExpression(u" in \\d+ ms\\b"_s), u""_s}, // left out when it is 0
         {QRegularExpression(u"\\d+ ms\\b"_s), u"N ms"_s},

@@ -59,6 +59,24 @@ Finding examineFolder(const QFileInfo& folder)
     return {u"data"_s, State::Ok, path};
 }
 
+Finding setAside(const QStringList& damaged, const QStringList& replaced)
+{
+    QStringList names;
+    QStringList rescues;
+    for (const QString& file : damaged + replaced) {
+        const QFileInfo info(file);
+        names.append(info.fileName());
+        if (info.exists() && // else it is no store, or a log alone
+            info.fileName().startsWith(u"till.sqlite."_s))
+            rescues.append(u"till rescue "_s + file);
+    }
+    return {u"files"_s, State::Warning,
+            (damaged.isEmpty() ? u"replaced and set aside: "_s : u"damaged and set aside: "_s) +
+                names.join(u", "_s),
+            rescues.isEmpty() ? u"see docs/operations.md; move them away when they are not needed"_s
+                              : rescues.join(u"; "_s) + u"; then move them away, see docs/operations.md"_s};
+}
+
 Finding examineFiles(const QString& path)
 {
     QStringList open;
@@ -79,12 +97,10 @@ Finding examineFiles(const QString& path)
         return {u"files"_s, State::Problem,
                 u"of another owner than their folder, who cannot use them: "_s + strange.join(u", "_s),
                 u"chown --reference=%1 %1/*; and run the tools as that user"_s.arg(path)};
-    QStringList aside;
-    for (const QString& file : storage::quarantinedFiles())
-        aside.append(QFileInfo(file).fileName());
-    if (!aside.isEmpty())
-        return {u"files"_s, State::Warning, u"damaged and set aside: %1"_s.arg(aside.join(u", "_s)),
-                u"keep them for rescue, see docs/operations.md; remove them when they are not needed"_s};
+    const QStringList damaged = storage::quarantinedFiles();
+    const QStringList replaced = storage::replacedFiles();
+    if (!damaged.isEmpty() || !replaced.isEmpty())
+        return setAside(damaged, replaced);
     return {u"files"_s, State::Ok, u"private, none set aside"_s};
 }
 
@@ -108,10 +124,13 @@ Finding damaged(const storage::DamagedSeal& seal)
                          : isDropped ? u"the history's copy of the dropped message %1"_s
                                      : u"receipt %1"_s;
     return {u"contents"_s, State::Problem, what.arg(seal.key) + u" is damaged"_s,
-            isMessage ? u"settle it with the service's operator, then till queue drop %1"_s.arg(seal.key)
+            isMessage ? u"bring it back from a backup with till rescue; else settle it with the service's "
+                        u"operator, then "
+                        "till queue drop %1"_s.arg(seal.key)
             : isDropped
-                ? u"nothing, if it was rightly dropped; else bring it back from a backup"_s
-                : u"bring it back from a backup; till receipts show %1 tells what is known"_s.arg(seal.key)};
+                ? u"nothing, if it was rightly dropped"_s
+                : u"bring it back from a backup with till rescue; till receipts show %1 tells what is known"_s
+                      .arg(seal.key)};
 }
 
 Finding unfitLog(const QString& text, const QString& remedy)

@@ -65,7 +65,7 @@ Explanation explanationOf(const std::exception& failure)
           u"run as the owner of the data directory; else mend owner and mode: chown, chmod 600"_s}},
         {u"hostStorageDamaged"_s,
          {u"a file is damaged, or a stranger's; it was left as it is"_s,
-          u"restart the till, which sets a damaged file aside; see docs/operations.md"_s}},
+          u"restart the till, which sets a damaged file aside; then till rescue, see docs/operations.md"_s}},
         {u"hostStorageNewer"_s,
          {u"a file was written by a later version; use that one"_s, u"install the later version again"_s}},
         {u"hostStorageLocked"_s,

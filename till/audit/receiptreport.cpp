@@ -2,6 +2,7 @@
 
 #include "host/core/document.h"
 #include "host/network/exchangeoutcome.h"
+#include "host/queue/queuedgroup.h"
 #include "host/storage/documents.h"
 #include "host/storage/storageerror.h"
 #include "host/utils/masking.h"
@@ -39,7 +40,7 @@ QString stateOf(const ReceiptReport& report, bool closed)
 QString nextOf(const ReceiptReport& report)
 {
     if (report.state == damagedState)
-        return u"bring it back from a backup; see docs/operations.md"_s;
+        return u"bring it back from a backup with till rescue; see docs/operations.md"_s;
     for (const QueuedMessage& message : report.pending) {
         if (message.damaged)
             return u"damaged: message %1 needs till queue drop"_s.arg(message.id);
@@ -133,7 +134,10 @@ ReceiptReport ReceiptReports::of(const QString& identifier) const
     if (!closed && m_open && m_open->getIdentifier() == identifier)
         report.document = m_open;
     report.state = stateOf(report, closed);
-    report.pending = pendingOf(report);
+    const bool isReturn = report.document && report.document->getDocumentType() == ReturnReceipt;
+    // A return's go under its sale.
+    report.pending =
+        network::queuedOf(isReturn ? report.document->getSaleDocumentId().toString() : identifier);
     report.next = nextOf(report);
     return report;
 }
@@ -151,27 +155,6 @@ QList<ReceiptReport> ReceiptReports::latest(int limit) const
     for (const QString& identifier : m_journal.receipts(limit))
         reports.append(of(identifier));
     return reports;
-}
-
-// The journal knows their numbers, so that nobody has to go through the queue. A return's go under its sale.
-QList<QueuedMessage> ReceiptReports::pendingOf(const ReceiptReport& report) const
-{
-    QSet<qint64> ids;
-    const bool isReturn = report.document && report.document->getDocumentType() == ReturnReceipt;
-    const QList<storage::JournalEntry> entries =
-        isReturn ? m_journal.of(report.document->getSaleDocumentId().toString()) : report.timeline;
-    for (const storage::JournalEntry& entry : entries) {
-        if (entry.message != 0)
-            ids.insert(entry.message);
-    }
-    QList<qint64> ordered(ids.begin(), ids.end());
-    std::sort(ordered.begin(), ordered.end());
-    QList<QueuedMessage> pending;
-    for (const qint64 id : ordered) {
-        if (const auto message = m_queue.find(id))
-            pending.append(*message);
-    }
-    return pending;
 }
 
 QJsonObject summaryJson(const ReceiptReport& report)

@@ -35,10 +35,7 @@ public:
     [[nodiscard]] QList<ReceiptReport> latest(int limit) const;
 
 private:
-    [[nodiscard]] QList<QueuedMessage> pendingOf(const ReceiptReport& report) const;
-
     storage::Journal m_journal;
-    MessageQueue m_queue;
     QSharedPointer<AbstractDocument> m_open;
     bool m_openIsDamaged = false;
 };
