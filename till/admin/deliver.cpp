@@ -121,7 +121,7 @@ QString metricsFileOf(const Invocation& invocation, const Tool& tool)
 }
 
 void reload(const Invocation& invocation, const QString& directory, Tool& tool, Credentials& credentials,
-            MetricsFile& metrics)
+            MetricsFile& metrics, SpareTime& spareTime)
 {
     reloadSettings(invocation.options, [&](const Options& options, const Config& config) {
         tool.take(options, config);
