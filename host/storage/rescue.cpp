@@ -232,7 +232,9 @@ void Rescue::missWhatTheJournalNames()
 
 Rescued Rescue::told()
 {
-    for (const LostRow& row : m_from.lost()) {
+    for (LostRow row : m_from.lost()) {
+        if (row.table == u"queued" && row.text.isEmpty()) // the journal may know what it was
+            row.text = m_last.value(row.key.toLongLong()).value(4).toString();
         if (isThere(row))
             m_tally.count(row.table, Fate::There);
         else

@@ -191,7 +191,7 @@ QString damagedMessage(World& world)
                u"'journal_receipt'\")\n"
                "head -c 4096 /dev/urandom | dd of=data/till.sqlite bs=4096 seek=$((root - 1)) conv=notrunc\n"
                "echo quit | till shell"_s);
-    const QString aside = world.type(u"ls data/till.sqlite.damaged-*"_s).trimmed();
+    const QString aside = world.type(u"ls data/till.sqlite.damaged-*Z"_s).trimmed();
     world.call(u"20261121T054352Z"_s, aside.section(u'-', -1));
     return {};
 }

@@ -185,6 +185,16 @@ TEST_F(Rescuing, TakesNoMessageThatIsNotWholeAndTellsWhatIsKnownOfIt)
     EXPECT_THAT(events(u"R-2"_s), ElementsAre(u"queued 2"_s));
 }
 
+TEST_F(Rescuing, TellsByTheJournalWhatALostMessageWas)
+{
+    goToTheOther();
+    send(u"R-1"_s, {});
+    goBack();
+    test_support::flipABit(otherFile(), u"queued"_s, u"message"_s, u"id = 1"_s);
+    rescue();
+    EXPECT_THAT(lost(), ElementsAre(u"queued 1 R-1 payment-b2c: its content is damaged"_s));
+}
+
 TEST_F(Rescuing, TellsOfAMessageAndAReceiptThatOnlyTheJournalKnows)
 {
     goToTheOther();
