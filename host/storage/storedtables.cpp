@@ -156,6 +156,7 @@ const QList<StoredTable>& storedTables()
          {u"waiting"_s, u"parked"_s, u"delivered"_s, u"error"_s, u"refused"_s, u"probes"_s, u"probe"_s},
          "iiitiii",
          false},
+        {u"clock"_s, {u"seen"_s, u"doubted"_s}, "ii", false},
         {u"sqlite_master"_s, {u"type"_s, u"name"_s, u"tbl_name"_s, u"rootpage"_s, u"sql"_s}, "tttit", false},
         {u"sqlite_sequence"_s, {u"name"_s, u"seq"_s}, "ti", false},
     };
