@@ -52,7 +52,7 @@ DamagedStore::DamagedStore(const QString& file)
     : m_pages(file)
 {
     walk();
-    noteFreePages();
+    noteOtherPages();
     collectPages(true);
     if (!m_treesAreWhole)
         collectPages(false);
@@ -105,7 +105,7 @@ void DamagedStore::walk()
         }
     }
     for (const StoredTable& table : storedTables())
-        m_treesAreWhole = m_treesAreWhole && found.contains(table.name);
+        m_treesAreWhole = m_treesAreWhole && (!table.isKept || found.contains(table.name));
 }
 
 void DamagedStore::walk(quint32 number, const Owner& owner, int depth)
@@ -139,11 +139,17 @@ void DamagedStore::walk(quint32 number, const Owner& owner, int depth)
     walk(page->rightmost, next, depth + 1);
 }
 
-// What is in them was removed, so it is not missed.
-void DamagedStore::noteFreePages()
+// What was in free pages was removed, so it is not missed; maps of where pages belong have no rows.
+void DamagedStore::noteOtherPages()
 {
     constexpr qsizetype firstTrunk = 32;
+    constexpr qsizetype vacuums = 52; // not 0 in a file that gives pages back, which has maps for it
     const QByteArray head = m_pages.page(1);
+    const bool hasMaps =
+        head.size() >= vacuums + 4 && qFromBigEndian<quint32>(head.constData() + vacuums) != 0;
+    const auto mapped = static_cast<quint32>(m_pages.size() / 5);
+    for (quint32 map = 2; hasMaps && map <= m_pages.count(); map += mapped + 1)
+        m_accounted.insert(map);
     quint32 trunk = head.size() < firstTrunk + 4 ? 0 : qFromBigEndian<quint32>(head.constData() + firstTrunk);
     QSet<quint32> passed;
     while (trunk != 0 && trunk <= m_pages.count() && !passed.contains(trunk) && !m_owners.contains(trunk)) {

@@ -68,7 +68,7 @@ private:
     [[nodiscard]] QVariantList valuesAt(const Place& place);
     void collect(quint32 number, const TreePage& leaf);
     void loseCell(const StoredRow& row, quint32 page);
-    void noteFreePages();
+    void noteOtherPages();
     void noteOverflowOfIndex(const TreePage& page);
     void loseUnreadPages();
     static bool isPlaceOf(const std::vector<StoredRow>& rows, const Owner& owner);

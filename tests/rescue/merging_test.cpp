@@ -340,6 +340,8 @@ TEST_F(Rescuing, KnowsEveryTableOfTheStoreAndTheFormOfItsRows)
             const bool mayBeNull = column[2].toInt() == 0 && column[3].toInt() == 0;
             form.append(isRowid ? 'k' : mayBeNull ? static_cast<char>(std::toupper(letter)) : letter);
         }
+        if (columns.isEmpty())
+            continue; // a store of this version has none
         EXPECT_EQ(table.columns, columns) << table.name.toStdString();
         EXPECT_EQ(table.form, form) << table.name.toStdString();
     }
