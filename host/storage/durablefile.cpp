@@ -26,7 +26,7 @@ constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 // Whoever makes a store or sets one aside is soon done; a stranger may never be.
 constexpr std::chrono::seconds longestWait{5};
 constexpr unsigned long pollMilliseconds = 20;
-constexpr auto unfinished = ".XXXXXX"; // behind the name of a file that is not yet in its place
+constexpr auto unfinished = ".unfinished-XXXXXX"; // behind the name of a file that is not yet in its place
 
 class Descriptor
 {
@@ -187,9 +187,9 @@ void removeUnfinished(const QString& path)
 {
     const QFileInfo info(path);
     for (const QString& suffix : {u""_s, u"-wal"_s, u"-shm"_s, u"-journal"_s}) {
-        for (const QFileInfo& left :
-             QDir(info.path())
-                 .entryInfoList({info.fileName() + u".??????"_s + suffix}, QDir::Files | QDir::Hidden)) {
+        for (const QFileInfo& left : QDir(info.path())
+                                         .entryInfoList({info.fileName() + u".unfinished-??????"_s + suffix},
+                                                        QDir::Files | QDir::Hidden)) {
             if (unlink(QFile::encodeName(left.filePath()).constData()) != 0 && errno != ENOENT)
                 throw systemError(errno, left.filePath());
         }

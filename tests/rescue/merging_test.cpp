@@ -281,7 +281,7 @@ TEST_F(Rescuing, KeepsTheNewerOfTwoCardRecords)
 {
     const auto sale = QSharedPointer<Document>::create(SaleReceipt, u"R-1"_s);
     sale->setCardRecord(QSharedPointer<DocumentCardRecord>::create(KyrLoyaltySystem, u"2000000000017"_s, 1));
-    const auto write = [&sale](const QString& operation) {
+    const auto write = [](const QString& operation) {
         const auto stored = DocumentsDao().loadDocument(u"R-1"_s, true);
         stored->getCardRecord(KyrLoyaltySystem)->setOperationId(operation);
         DocumentsDao().saveCardRecord(stored->getCardRecord(KyrLoyaltySystem));

@@ -3,22 +3,13 @@
 #include "till/admin/tool.h"
 #include "till/cli/usageerror.h"
 
-#include <QDir>
 #include <QFileInfo>
-#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
 namespace till {
 
 namespace {
-
-/// The till clears away what bears the name of an unfinished store.
-bool isNameOfUnfinished(const QFileInfo& file, const QString& directory)
-{
-    static const QRegularExpression unfinished(u"^till\\.sqlite\\..{6}$"_s);
-    return unfinished.match(file.fileName()).hasMatch() && file.dir() == QDir(directory);
-}
 
 int runBackup(const Invocation& invocation)
 {
@@ -28,8 +19,6 @@ int runBackup(const Invocation& invocation)
     const QString directory = dataDirectoryOf(tool.options);
     if (!keepsAnything(directory))
         throw UsageError(u"till: backup: %1 keeps nothing yet"_s.arg(directory));
-    if (isNameOfUnfinished(file, directory))
-        throw UsageError(u"till: backup: the till would clear a file of that name away; name another"_s);
     const auto contents = storage::backUpStore(file.absoluteFilePath());
     if (!contents)
         throw UsageError(u"till: backup: %1 is there already; name another"_s.arg(file.filePath()));

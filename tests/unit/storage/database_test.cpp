@@ -230,11 +230,13 @@ TEST_F(DatabaseFile, ThatIsEmptyIsRefusedBecauseNoneIsEverMadeSo)
 TEST_F(DatabaseFile, WhoseMakingWasInterruptedIsMadeAnew)
 {
     (void)storage::dataFile(u"f.sqlite"_s);
-    overwrite(u"f.sqlite.a1B2c3"_s, "half");
-    overwrite(u"f.sqlite.a1B2c3-wal"_s, "half");
+    overwrite(u"f.sqlite.unfinished-a1B2c3"_s, "half");
+    overwrite(u"f.sqlite.unfinished-a1B2c3-wal"_s, "half");
+    overwrite(u"f.sqlite.backup"_s, "somebody's own");
     add(*open(), u"a"_s);
     EXPECT_THAT(values(*open()), ElementsAre(u"a"_s));
-    EXPECT_THAT(modes(), ElementsAre(u"f.sqlite 600"_s));
+    EXPECT_EQ(bytes(u"f.sqlite.backup"_s), "somebody's own");
+    EXPECT_EQ(modes().size(), 2) << modes().join(u'\n').toStdString();
 }
 
 TEST_F(DatabaseFile, ThatCannotBeMadeLeavesNothingBehind)
