@@ -18,6 +18,7 @@ HOST_EXPORT Log4Qt::Logger* logger(const QString& name, const QString& factory =
 class HOST_EXPORT LogReceipt
 {
 public:
+    /// From now on.
     explicit LogReceipt(const QString& number);
     ~LogReceipt();
     LogReceipt(const LogReceipt&) = delete;

@@ -56,7 +56,7 @@ protected:
             {u"forget"_s, QStringList{u"--yes"_s, u"--card"_s, u"2000000000017"_s} + here},
             {u"backup"_s, QStringList{files.path(json ? u"b.sqlite"_s : u"a.sqlite"_s)} + here},
             {u"restore"_s, {stand + u"/till.sqlite"_s, u"--data-dir"_s, files.path(u"restored"_s)}},
-            {u"rescue"_s, {stand + u"/till.sqlite"_s, u"--data-dir"_s, files.path(u"rescued"_s)}},
+            {u"rescue"_s, QStringList{stand + u"/till.sqlite"_s} + here},
             {u"deliver"_s, {u"--data-dir"_s, delivered}},
             {u"config check"_s, {files.write(u"till.toml"_s, {})}},
             {u"support-bundle"_s,

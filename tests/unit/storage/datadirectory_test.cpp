@@ -130,11 +130,11 @@ TEST_F(PrivateFile, IsRemovedWithWhatAKilledReplacementLeft)
 {
     const QString file = storage::dataFile(u"f"_s);
     storage::replaceFile(file, "content");
-    overwrite(u"f.a1B2c3"_s, "half");
-    overwrite(u"f.toolong7"_s, "somebody's");
+    overwrite(u"f.unfinished-a1B2c3"_s, "half");
+    overwrite(u"f.backup"_s, "somebody's");
     storage::removeFile(file);
     storage::removeFile(file);
-    EXPECT_EQ(QDir(path()).entryList(QDir::Files), QStringList(u"f.toolong7"_s));
+    EXPECT_EQ(QDir(path()).entryList(QDir::Files), QStringList(u"f.backup"_s));
 }
 
 TEST_F(FileLock, IsHeldByOneAtATimeAndReleasedWithItsObject)
