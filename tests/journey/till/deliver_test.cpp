@@ -1,95 +1,24 @@
 #include "host/core/document.h"
-#include "host/queue/messagequeue.h"
-#include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
-#include "tests/journey/till/tillprocess.h"
-#include "tests/support/httpserver.h"
+#include "tests/journey/till/deliverscene.h"
 #include "tests/support/rawdatabase.h"
 
 #include <QDir>
-#include <QFile>
 #include <QJsonDocument>
 
-#include <gmock/gmock.h>
-
-#include <array>
-#include <chrono>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <thread>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using test_support::HttpAnswer;
-using test_support::HttpServer;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 
 namespace tilltest {
 
 namespace {
-
-/// The service manager's end of the line.
-class Manager
-{
-public:
-    explicit Manager(const QString& path)
-    {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        const QByteArray name = path.toUtf8();
-        std::memcpy(address.sun_path, name.constData(), static_cast<std::size_t>(name.size()));
-        m_socket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        EXPECT_EQ(bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    }
-    ~Manager() { close(m_socket); }
-    Manager(const Manager&) = delete;
-    Manager& operator=(const Manager&) = delete;
-
-    /// Waits until it is told that.
-    [[nodiscard]] bool hears(const QByteArray& state) const
-    {
-        setPatience(std::chrono::milliseconds(patienceMs));
-        QByteArray heard;
-        while (!(heard = next()).isNull()) {
-            if (heard == state)
-                return true;
-        }
-        return false;
-    }
-
-    /// Waits until it is told nothing for so long.
-    [[nodiscard]] bool hearsNothingFor(std::chrono::milliseconds time) const
-    {
-        setPatience(time);
-        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(patienceMs);
-        while (!next().isNull()) {
-            if (std::chrono::steady_clock::now() > end)
-                return false;
-        }
-        return true;
-    }
-
-private:
-    void setPatience(std::chrono::milliseconds time) const
-    {
-        const timeval patience{time.count() / 1000, time.count() % 1000 * 1000};
-        setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    }
-    /// Null when nothing comes.
-    [[nodiscard]] QByteArray next() const
-    {
-        std::array<char, 512> piece{};
-        const ssize_t size = recv(m_socket, piece.data(), piece.size(), 0);
-        return size < 0 ? QByteArray() : QByteArray(piece.data(), size);
-    }
-
-    int m_socket;
-};
 
 /// A named pipe with no room left: whoever writes to it is stuck until it is emptied.
 class FullPipe
@@ -118,100 +47,6 @@ public:
 private:
     int m_pipe;
 };
-
-/// A data directory with an outgoing queue, a service, and the program that delivers to it.
-class TillDeliver : public testing::Test
-{
-protected:
-    TillDeliver()
-    {
-        enqueue(u"R-1"_s);
-        configure("new");
-    }
-    ~TillDeliver() override
-    {
-        storage::setDataDirectory({});
-        program.kill();
-        program.waitForFinished(patienceMs);
-    }
-
-    void configure(const QByteArray& password, const QByteArray& more = {}) const
-    {
-        const QString file =
-            files.write(u"till.toml"_s, "[KYRLoyalty]\nserverUrl = \"" + server.url().toString().toUtf8() +
-                                            "\"\nuser = \"shop\"\npassword = \"" + password + "\"\n" + more);
-        QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner);
-    }
-
-    void enqueue(const QString& receipt)
-    {
-        storage::setDataDirectory(directory);
-        MessageQueue().enqueue(u"kyrloyalty"_s, receipt,
-                               {{u"method"_s, u"POST"_s},
-                                {u"url"_s, server.url(u"/v2/payment-b2c"_s)},
-                                {u"headers"_s, QVariantMap{{u"Authorization"_s, u"Basic b2xk"_s}}},
-                                {u"timeout"_s, 5},
-                                {u"body"_s, QByteArray("{}")}},
-                               u"text"_s);
-    }
-
-    [[nodiscard]] QStringList arguments() const
-    {
-        return {u"deliver"_s, u"--data-dir"_s, directory, u"--config"_s, files.path(u"till.toml"_s)};
-    }
-
-    void startProgram(const QStringList& variables = {}, const QStringList& more = {})
-    {
-        auto environment = QProcessEnvironment::systemEnvironment();
-        for (const QString& variable : variables)
-            environment.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
-        program.setProcessEnvironment(environment);
-        tilltest::start(program, arguments() + more);
-        ASSERT_TRUE(program.waitForStarted(patienceMs));
-    }
-
-    /// Waits until the program has said that on its standard output.
-    bool says(const QByteArray& text)
-    {
-        while (!said.contains(text)) {
-            if (!program.waitForReadyRead(patienceMs))
-                return false;
-            said += program.readAllStandardOutput();
-        }
-        return true;
-    }
-
-    /// Has it read its settings anew, and waits until that is done.
-    void reload(const Manager& manager) const
-    {
-        kill(static_cast<pid_t>(program.processId()), SIGHUP);
-        EXPECT_TRUE(manager.hears("RELOADING=1"));
-        EXPECT_TRUE(manager.hears("READY=1"));
-    }
-
-    /// The password with which the message of that number was delivered.
-    [[nodiscard]] QByteArray passwordOf(qsizetype request) const
-    {
-        const QByteArray header = server.waitForRequests(request + 1).value(request).header("Authorization");
-        return QByteArray::fromBase64(header.sliced(QByteArray("Basic ").size())).sliced(5);
-    }
-
-    /// Ends it as a service manager does, and returns its exit status.
-    int stopProgram(int signal = SIGTERM)
-    {
-        kill(static_cast<pid_t>(program.processId()), signal);
-        EXPECT_TRUE(program.waitForFinished(patienceMs));
-        said += program.readAllStandardOutput();
-        return program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
-    }
-
-    const Files files;
-    const QString directory = files.path(u"data"_s);
-    HttpServer server;
-    QProcess program;
-    QByteArray said;
-};
-
 } // namespace
 
 TEST_F(TillDeliver, SendsWhatWaitsAndWhatComesInUntilItIsTold)
@@ -273,84 +108,6 @@ TEST_F(TillDeliver, UsesThePresentPassword)
     EXPECT_EQ(server.requests().value(0).header("Authorization"),
               "Basic " + QByteArray("shop:new").toBase64());
     EXPECT_EQ(stopProgram(SIGINT), 0);
-}
-
-TEST_F(TillDeliver, ReadsItsSettingsAnewWhenItIsToldTo)
-{
-    const QString path = files.path(u"notify"_s);
-    const Manager manager(path);
-    const QString log = files.path(u"till.log"_s);
-    server.enqueue(HttpAnswer::status(200, "{}"));
-    server.enqueue(HttpAnswer::status(200, "{}"));
-    startProgram({u"NOTIFY_SOCKET="_s + path});
-    ASSERT_TRUE(manager.hears("READY=1"));
-    ASSERT_TRUE(says("message 1 of R-1, payment-b2c: delivered\n"));
-    EXPECT_EQ(passwordOf(0), "new");
-    configure("newest", "[Till]\nlogFile = \"till.log\"\ndataDirectory = \"elsewhere\"\n");
-    reload(manager);
-    EXPECT_THAT(contentOf(log).toStdString(),
-                HasSubstr("info    [till] The settings were read anew from " + files.path({}).toStdString()));
-    enqueue(u"R-2"_s);
-    ASSERT_TRUE(says("message 2 of R-2, payment-b2c: delivered\n"));
-    EXPECT_EQ(passwordOf(1), "newest");
-    EXPECT_EQ(stopProgram(), 0);
-    EXPECT_EQ(program.readAllStandardError(), "") << "the data directory is the one of the command line";
-}
-
-TEST_F(TillDeliver, GoesOnAsBeforeWhenTheNewSettingsAreBroken)
-{
-    const QString path = files.path(u"notify"_s);
-    const Manager manager(path);
-    server.enqueue(HttpAnswer::status(200, "{}"));
-    server.enqueue(HttpAnswer::status(200, "{}"));
-    startProgram({u"NOTIFY_SOCKET="_s + path});
-    ASSERT_TRUE(manager.hears("READY=1"));
-    ASSERT_TRUE(says("message 1 of R-1, payment-b2c: delivered\n"));
-    configure("broken", "timeout = 0\n");
-    reload(manager);
-    configure("broken", "[Till]\nlogFile = \"/nowhere/log\"\n");
-    reload(manager);
-    enqueue(u"R-2"_s);
-    ASSERT_TRUE(says("message 2 of R-2, payment-b2c: delivered\n"));
-    EXPECT_EQ(passwordOf(1), "new");
-    EXPECT_EQ(stopProgram(), 0);
-    EXPECT_THAT(program.readAllStandardError().toStdString(),
-                AllOf(HasSubstr("till: till: error: The new settings are not taken, the former stay: " +
-                                files.path(u"till.toml"_s).toStdString() + ":5: KYRLoyalty:timeout: "),
-                      HasSubstr("/nowhere/log: the log file cannot be written")));
-}
-
-TEST_F(TillDeliver, SaysThatAnotherDataDirectoryTakesAStart)
-{
-    const QString path = files.path(u"notify"_s);
-    const Manager manager(path);
-    configure("new", "[Till]\ndataDirectory = \"data\"\n");
-    tilltest::start(program, {u"deliver"_s, u"--config"_s, files.path(u"till.toml"_s)});
-    ASSERT_TRUE(says("delivering\n"));
-    configure("new", "[Till]\ndataDirectory = \"elsewhere\"\n");
-    kill(static_cast<pid_t>(program.processId()), SIGHUP);
-    QByteArray complaint;
-    while (!complaint.contains('\n') && program.state() == QProcess::Running) {
-        program.waitForReadyRead(patienceMs);
-        complaint += program.readAllStandardError();
-    }
-    EXPECT_EQ(complaint,
-              "till: till: warning: " + directory.toUtf8() + " is delivered until the next start\n");
-}
-
-TEST_F(TillDeliver, BeginsAMovedLogFileAnewWhenItIsToldTo)
-{
-    const QString path = files.path(u"notify"_s);
-    const Manager manager(path);
-    const QString log = files.path(u"till.log"_s);
-    startProgram({u"NOTIFY_SOCKET="_s + path}, {u"--log-file"_s, log});
-    ASSERT_TRUE(manager.hears("READY=1"));
-    ASSERT_TRUE(QFile::rename(log, log + u".1"_s));
-    reload(manager);
-    EXPECT_THAT(contentOf(log).toStdString(), HasSubstr("The settings were read anew"));
-    EXPECT_EQ(contentOf(log + u".1"_s).count("The settings were read anew"), 0);
-    EXPECT_EQ(QFileInfo(log).permissions() & QFile::Permissions(0x0077), QFile::Permissions());
-    EXPECT_EQ(stopProgram(), 0);
 }
 
 TEST_F(TillDeliver, FinishesTheMessageInHand)
