@@ -206,8 +206,10 @@ void DamagedStore::noteHomeless(const std::vector<StoredRow>& rows)
 void DamagedStore::mendOrder(std::vector<StoredRow>& rows, const Owner& owner)
 {
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        const auto before = i == 0 ? owner.after : rows[i - 1].rowid;
-        const auto behind = i + 1 == rows.size() ? std::nullopt : rows[i + 1].rowid;
+        const std::optional<qint64> before = i == 0 ? owner.after : rows[i - 1].rowid;
+        std::optional<qint64> behind; // as a choice of two, GCC takes it for uninitialized
+        if (i + 1 < rows.size())
+            behind = rows[i + 1].rowid;
         std::optional<qint64>& own = rows[i].rowid;
         const bool neighboursAreRight = !before || !behind || *before < *behind;
         const bool fits = own && (!before || *own > *before) && (!behind || *own < *behind) &&
