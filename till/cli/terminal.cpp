@@ -1,5 +1,6 @@
 #include "till/cli/terminal.h"
 
+#include <QByteArray>
 #include <QtGlobal>
 
 #include <unistd.h>
