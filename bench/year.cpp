@@ -3,6 +3,7 @@
 #include "host/storage/retention.h"
 #include "host/storage/store.h"
 #include "tests/support/stillclock.h"
+#include "tests/support/syncs.h"
 #include "till/checkout/till.h"
 #include "till/setup/settings.h"
 #include "till/setup/standprocess.h"
@@ -17,12 +18,9 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
-#include <sys/syscall.h>
-#include <unistd.h>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -32,28 +30,6 @@ using namespace std::chrono_literals;
 // of the current folder: how its store grows, what a start costs, and what a receipt costs at the end against
 // one of a till that has just begun. Each evening it is checked that all is kept that is still needed, and
 // nothing that is not.
-
-namespace {
-
-std::atomic<int> syncs = 0;
-
-} // namespace
-
-// The program's own take the place of the C library's for every library of the process, SQLite too.
-extern "C" {
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the library's are reserved names
-__attribute__((visibility("default"))) int fsync(int file)
-{
-    ++syncs;
-    return static_cast<int>(syscall(SYS_fsync, file));
-}
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the same
-__attribute__((visibility("default"))) int fdatasync(int file)
-{
-    ++syncs;
-    return static_cast<int>(syscall(SYS_fdatasync, file));
-}
-}
 
 namespace {
 
@@ -121,7 +97,7 @@ public:
     {
         till::Checkout& checkout = m_till.checkout();
         QString identifier = named();
-        const int syncsBefore = syncs;
+        const test_support::Syncs syncs;
         const double before = computed();
         requireDone(checkout.openSale(
             identifier,
@@ -136,7 +112,7 @@ public:
             requireDone(checkout.spend(1));
         requireDone(checkout.pay());
         costs.at(kind).microseconds.push_back(computed() - before);
-        costs.at(kind).syncs += syncs - syncsBefore;
+        costs.at(kind).syncs += syncs.count();
         return identifier;
     }
     QString giveBack(const QString& sale)

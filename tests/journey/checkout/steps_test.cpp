@@ -4,6 +4,7 @@
 #include "host/storage/journal.h"
 #include "host/utils/basicexception.h"
 #include "tests/support/stillclock.h"
+#include "tests/support/syncs.h"
 #include "till/checkout/till.h"
 #include "till/setup/settings.h"
 
@@ -12,33 +13,10 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <optional>
-#include <sys/syscall.h>
 #include <thread>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-std::atomic<int> syncs = 0;
-
-} // namespace
-
-// The program's own take the place of the C library's for every library of the process, SQLite too.
-extern "C" {
-__attribute__((visibility("default"))) int fsync(int file)
-{
-    ++syncs;
-    return static_cast<int>(syscall(SYS_fsync, file));
-}
-__attribute__((visibility("default"))) int fdatasync(int file)
-{
-    ++syncs;
-    return static_cast<int>(syscall(SYS_fdatasync, file));
-}
-}
 
 namespace checkouttest {
 
@@ -136,30 +114,30 @@ protected:
 
 TEST_F(Steps, CostASaleWithoutACardTwoSyncs)
 {
-    syncs = 0;
+    const test_support::Syncs syncs;
     open();
     expectDone(checkout().pay());
-    EXPECT_EQ(syncs, 2) << "it was opened, and closed with the message that reports it";
+    EXPECT_EQ(syncs.count(), 2) << "it was opened, and closed with the message that reports it";
     EXPECT_EQ(till().queue().waitingCount(), 1);
 }
 
 TEST_F(Steps, CostASaleWithACardSixSyncs)
 {
-    syncs = 0;
+    const test_support::Syncs syncs;
     openOnCard();
     expectDone(checkout().requestLimit());
     expectDone(checkout().pay());
-    EXPECT_EQ(syncs, 6);
+    EXPECT_EQ(syncs.count(), 6);
 }
 
 TEST_F(Steps, CostASaleWithACardAndPointsNineSyncs)
 {
-    syncs = 0;
+    const test_support::Syncs syncs;
     openOnCard();
     expectDone(checkout().requestLimit());
     expectDone(checkout().spend(50));
     expectDone(checkout().pay());
-    EXPECT_EQ(syncs, 9);
+    EXPECT_EQ(syncs.count(), 9);
 }
 
 TEST_F(Steps, CostTenSyncsASaleOnAverageWithTheFoldingOfTheLogWhenItComesToThat)
@@ -167,7 +145,7 @@ TEST_F(Steps, CostTenSyncsASaleOnAverageWithTheFoldingOfTheLogWhenItComesToThat)
     test_support::StillClock clock; // the service tells receipts apart by the second
     constexpr int sales = 60;
     constexpr int unfolded = 9;
-    syncs = 0;
+    const test_support::Syncs syncs;
     for (int i = 0; i < sales; ++i) {
         clock.move(std::chrono::minutes(1));
         openOnCard(u"R-%1"_s.arg(i));
@@ -175,8 +153,8 @@ TEST_F(Steps, CostTenSyncsASaleOnAverageWithTheFoldingOfTheLogWhenItComesToThat)
         expectDone(checkout().spend(1));
         expectDone(checkout().pay());
     }
-    EXPECT_GT(syncs, sales * unfolded) << "it has come to that";
-    EXPECT_LE(syncs, sales * 10);
+    EXPECT_GT(syncs.count(), sales * unfolded) << "it has come to that";
+    EXPECT_LE(syncs.count(), sales * 10);
 }
 
 TEST_F(Steps, PutAMessageInTheQueueWithoutASyncOfItsOwn)
@@ -184,20 +162,20 @@ TEST_F(Steps, PutAMessageInTheQueueWithoutASyncOfItsOwn)
     openOnCard();
     expectDone(checkout().requestLimit());
     till().setServiceUp(false);
-    syncs = 0;
+    const test_support::Syncs syncs;
     const till::Payment payment = checkout().pay();
     expectDone(payment);
     EXPECT_EQ(payment.earning, till::Payment::Earning::Queued);
-    EXPECT_EQ(syncs, 2) << "as many as with an answer: before the request, and after it";
+    EXPECT_EQ(syncs.count(), 2) << "as many as with an answer: before the request, and after it";
 }
 
 TEST_F(Steps, WriteNothingThatDidNotChange)
 {
     openOnCard();
     expectDone(checkout().refreshCard());
-    syncs = 0;
+    const test_support::Syncs syncs;
     expectDone(checkout().refreshCard());
-    EXPECT_EQ(syncs, 0);
+    EXPECT_EQ(syncs.count(), 0);
 }
 
 TEST_F(Steps, HoldNobodyUpWhileARequestIsUnderWay)
