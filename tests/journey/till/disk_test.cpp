@@ -1,5 +1,6 @@
 #include "tests/journey/till/disk.h"
 #include "tests/journey/till/kepttill.h"
+#include "tests/support/leftout.h"
 
 #include <QDateTime>
 #include <QThread>
@@ -39,11 +40,8 @@ protected:
     void SetUp() override
     {
         const QString fault = Place::mountingFault();
-        if (fault.isEmpty())
-            return;
-        if (qEnvironmentVariableIsSet("CI"))
-            FAIL() << fault.toStdString();
-        GTEST_SKIP() << fault.toStdString() << "; TillDiskCall and DataCheck fail the calls instead";
+        if (!fault.isEmpty())
+            LEAVE_OUT(fault.toStdString() + "; TillDiskCall and DataCheck fail the calls instead");
     }
 };
 
