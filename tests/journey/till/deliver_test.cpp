@@ -1,7 +1,4 @@
-#include "host/core/document.h"
-#include "host/storage/documents.h"
 #include "tests/journey/till/deliverscene.h"
-#include "tests/support/rawdatabase.h"
 
 #include <QDir>
 #include <QJsonDocument>
@@ -9,7 +6,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <thread>
 
 using namespace Qt::StringLiterals;
 using test_support::HttpAnswer;
@@ -60,36 +56,6 @@ TEST_F(TillDeliver, SendsWhatWaitsAndWhatComesInUntilItIsTold)
     EXPECT_EQ(stopProgram(), 0);
     EXPECT_TRUE(said.endsWith("stopped\n")) << said.toStdString();
     EXPECT_EQ(server.requests().size(), 2);
-}
-
-TEST_F(TillDeliver, RemovesWhatWasKeptForItsTimeOnceNothingIsToBeSent)
-{
-    const QString config = files.path(u"till.toml"_s);
-    QFile file(config);
-    ASSERT_TRUE(file.open(QIODevice::Append));
-    file.write("[Till]\nkeepDays = 30\n");
-    file.close();
-    for (const QString& receipt : {u"R-1"_s, u"R-2"_s})
-        DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, receipt));
-    const test_support::RawDatabase store(directory + u"/till.sqlite"_s);
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    constexpr qint64 day = 86'400'000;
-    store.run(u"UPDATE documents SET stored = ?"_s, {now - 31 * day});
-    store.run(u"UPDATE documents SET stored = ? WHERE identifier = 'R-2'"_s, {now - 29 * day});
-    store.run(u"UPDATE clock SET seen = ?"_s, {now - day});
-    server.enqueue(HttpAnswer::status(200, "{}")); // else R-1 is needed
-    startProgram();
-    const auto left = [&store] {
-        QStringList receipts;
-        for (const QVariantList& row : store.run(u"SELECT identifier FROM documents"_s))
-            receipts.append(row[0].toString());
-        return receipts;
-    };
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(patienceMs);
-    while (left().size() > 1 && std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_EQ(left(), QStringList(u"R-2"_s));
-    EXPECT_EQ(stopProgram(), 0);
 }
 
 TEST_F(TillDeliver, TellsWhatWasEarned)

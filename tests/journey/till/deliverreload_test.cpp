@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QJsonDocument>
 
-
 using namespace Qt::StringLiterals;
 using test_support::HttpAnswer;
 using ::testing::HasSubstr;
