@@ -39,6 +39,7 @@ function(kyr_together name kind)
     return()
   endif()
   target_precompile_headers(${name} REUSE_FROM precompiled_${kind})
+  target_link_libraries(${name} PRIVATE Qt6::Core) # what they include, and GCC takes them with the same definitions only
   set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(${name} PRIVATE -Wno-subobject-linkage) # it takes each source for a header that many include
