@@ -68,6 +68,7 @@ function(kyr_test name)
   find_package(GTest REQUIRED)
   include(GoogleTest)
   kyr_program(${name} TEST SOURCES ${arg_SOURCES} LIBS ${arg_LIBS} GTest::gmock)
+  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O0>) # runs once: to optimise it takes longer than it saves
   if(arg_NEEDS)
     add_dependencies(${name} ${arg_NEEDS})
   endif()

@@ -55,8 +55,9 @@ TEST(TillLanguage, ChangesNothingOfWhatTheServiceIsSent)
         const Ran ran = runJson(everyKind, {u"--verbose"_s, u"--language"_s, language});
         QStringList sent = QString::fromUtf8(ran.err).split(u'\n');
         sent.removeIf([](const QString& line) { return !line.startsWith(u"         >"_s); });
-        static const QRegularExpression number(
-            u"\\b\\d{10}\\b"_s); // counted from the clock, so no two runs share them
+        // Numbers are counted from the clock, so no two runs share them, whole or masked; the card they do
+        // share.
+        static const QRegularExpression number(u"\\b\\d{10}|…(?!0055)\\d{4}"_s);
         return sent.join(u'\n').replace(number, u"…"_s).toStdString();
     };
     const std::string russian = bodies(u"ru"_s);
