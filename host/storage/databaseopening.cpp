@@ -54,6 +54,23 @@ Database::Files filesAt(const QString& path)
             identityOf(path + u"-shm"_s)};
 }
 
+/// SQLite would take what is missing of the last page for zeros. Where the log holds it, the power failed
+/// while that was folded in, and nothing is missing.
+bool isTorn(const QString& path, int pageSize)
+{
+    const qint64 size = QFileInfo(path).size();
+    if (size % pageSize == 0)
+        return false;
+    const LoggedPages log = loggedPages(path, pageSize);
+    if (log.pageCount == 0 || log.isDamaged)
+        return true;
+    for (auto page = static_cast<quint32>(size / pageSize) + 1; page <= log.pageCount; ++page) {
+        if (!log.places.contains(page))
+            return true;
+    }
+    return false;
+}
+
 QString newConnectionName()
 {
     static std::atomic<int> made = 0;
@@ -180,8 +197,7 @@ void Database::lookFromOutside(const Format& format) const
     const auto [version, id, pageSize] = headOf(m_path);
     if (id == format.applicationId && version > format.version)
         throw storageError(StorageFault::Newer, m_path, u"%1 > %2"_s.arg(version).arg(format.version));
-    if (pageSize == 0 ||
-        QFileInfo(m_path).size() % pageSize != 0) // SQLite would take what is missing for zeros
+    if (pageSize == 0 || isTorn(m_path, pageSize))
         throw storageError(StorageFault::Damaged, m_path);
 }
 

@@ -134,6 +134,25 @@ TEST_F(DataCheck, SetsAStoreAsideThatWasCutShort)
     }
 }
 
+TEST_F(DataCheck, KeepsAStoreWhoseEndIsTornWhereItsLogHoldsWhatIsMissing)
+{
+    QByteArray log;
+    {
+        const auto held = storage::store();
+        fillStore();
+        log = bytes(u"till.sqlite-wal"_s);
+    }
+    // The power fails while SQLite folds the log into the file: a sector may be there, and its page not.
+    const QByteArray torn = bytes(u"till.sqlite"_s).chopped(4096 - 512);
+    overwrite(u"till.sqlite"_s, torn);
+    overwrite(u"till.sqlite-wal"_s, log);
+    EXPECT_THAT(findings(), IsEmpty());
+    EXPECT_EQ(MessageQueue().waitingCount(), 20);
+    overwrite(u"till.sqlite"_s, torn);
+    overwrite(u"till.sqlite-wal"_s, log.first(log.size() / 2));
+    EXPECT_EQ(findings().size(), 1) << "of that log nothing was committed";
+}
+
 TEST_F(DataCheck, SetsAStoreAsideThatIsAnotherPrograms)
 {
     expectSetAside("SQLite format 3 is not what follows");
