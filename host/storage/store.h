@@ -18,7 +18,7 @@ HOST_EXPORT std::shared_ptr<Database> store();
 /// Throws when the store that this process has used is not there any more, as store() does.
 void requireSameStore();
 /// The store was set aside, and that is told: the next one may be another.
-void forgetStore();
+HOST_EXPORT void forgetStore();
 
 /// What lives on the store's connection, such as a MessageQueue: made when it is first asked for, and made
 /// anew when the connection is another since. One that stayed on a connection given up would find the store

@@ -195,8 +195,10 @@ qint64 Approvals::add(const SpendingRequest& request, const QJsonObject& body)
                  m_rules.attempts, waiting})
             .lastInsertId()
             .toLongLong();
-    QTextStream(stderr) << "stand: code " << code << " for approve_id " << id << " to " << masked(phone)
-                        << Qt::endl;
+    if (m_rules.areTold) {
+        QTextStream(stderr) << "stand: code " << code << " for approve_id " << id << " to " << masked(phone)
+                            << Qt::endl;
+    }
     return id;
 }
 

@@ -12,6 +12,7 @@ struct CodeRules
     QString fixedCode;              ///< Empty: four random digits each time.
     qint64 lifetimeInSeconds = 300; ///< With 0 every code comes too late.
     int attempts = 3;
+    bool areTold = true; ///< On stderr, to the person who plays the customer.
 };
 
 /// The code of the next message to a customer.

@@ -1,0 +1,57 @@
+#include "tests/simulation/fate.h"
+
+#include <algorithm>
+
+namespace simulation {
+
+Fate& Fate::one()
+{
+    static Fate fate;
+    return fate;
+}
+
+void Fate::begin(const QList<Trouble>& troubles, std::function<void(const Trouble&)> died)
+{
+    m_troubles = troubles;
+    m_died = std::move(died);
+    m_moments = m_requests = m_accesses = 0;
+    m_isDead = false;
+}
+
+void Fate::end() { begin({}, {}); }
+
+void Fate::moment()
+{
+    if (m_isDead)
+        return;
+    if (const Trouble* end = due(m_moments++, Trouble::Killed, Trouble::PowerCut)) {
+        m_died(*end); // reads the disk, which is still as it was
+        m_isDead = true;
+    }
+}
+
+std::optional<Trouble::Kind> Fate::ofRequest()
+{
+    const Trouble* trouble = due(m_requests++, Trouble::RequestLost, Trouble::Empty);
+    return trouble ? std::optional(trouble->kind) : std::nullopt;
+}
+
+std::optional<Trouble::Kind> Fate::ofAccess()
+{
+    const Trouble* trouble = due(m_accesses++, Trouble::DiskFails, Trouble::DiskFull);
+    return trouble ? std::optional(trouble->kind) : std::nullopt;
+}
+
+const Trouble* Fate::due(int count, Trouble::Kind first, Trouble::Kind last)
+{
+    const auto found = std::find_if(m_troubles.cbegin(), m_troubles.cend(), [&](const Trouble& trouble) {
+        return trouble.kind >= first && trouble.kind <= last && count >= trouble.at &&
+               count < trouble.at + trouble.length;
+    });
+    if (found == m_troubles.cend())
+        return nullptr;
+    ++m_struck[found->kind];
+    return &*found;
+}
+
+} // namespace simulation

@@ -1,0 +1,114 @@
+#include "tests/simulation/network.h"
+
+#include "tests/simulation/fate.h"
+
+#include <utility>
+
+using namespace std::chrono_literals;
+
+namespace simulation {
+
+namespace {
+
+Network* present = nullptr;
+
+QByteArray headOf(int status, const QByteArray& type, qsizetype length, const QByteArray& more = {})
+{
+    return "HTTP/1.1 " + QByteArray::number(status) + " Said\r\nContent-Type: " + type +
+           "\r\nContent-Length: " + QByteArray::number(length) + "\r\n" + more + "\r\n";
+}
+
+Heard said(int status, const QByteArray& body, const QByteArray& more = {})
+{
+    return {CURLE_OK, headOf(status, "application/json", body.size(), more), body};
+}
+
+} // namespace
+
+Network::Network(Service& service, test_support::StillClock& clock)
+    : m_service(service)
+    , m_clock(clock)
+{
+    present = this;
+}
+
+Network::~Network() { present = nullptr; }
+
+Network& Network::one() { return *present; }
+
+Heard Network::carry(const stand::Request& request, std::chrono::milliseconds patience)
+{
+    Fate& fate = Fate::one();
+    fate.moment();
+    if (fate.isDead())
+        return {CURLE_COULDNT_CONNECT, {}, {}};
+    m_clock.move(40ms);
+    if (m_isDown)
+        return {CURLE_COULDNT_CONNECT, {}, {}};
+    const auto inVain = [&] {
+        m_clock.move(patience);
+        return Heard{CURLE_OPERATION_TIMEDOUT, {}, {}};
+    };
+    Heard heard;
+    if (const auto trouble = fate.ofRequest()) {
+        switch (*trouble) {
+        case Trouble::RequestLost:
+            return inVain();
+        case Trouble::AnswerLost:
+            served(request);
+            fate.moment();
+            return inVain();
+        case Trouble::ArrivesLate:
+            m_late.append(request);
+            return inVain();
+        case Trouble::ConnectionCut:
+            heard = served(request);
+            heard.body.chop(heard.body.size() / 2);
+            heard.outcome = CURLE_PARTIAL_FILE;
+            break;
+        case Trouble::Doubled:
+            served(request);
+            heard = served(request);
+            break;
+        case Trouble::Refused:
+            return {CURLE_COULDNT_CONNECT, {}, {}};
+        case Trouble::BrokenBefore:
+            return said(500, {});
+        case Trouble::BrokenAfter:
+            served(request);
+            heard = said(502, "{}");
+            break;
+        case Trouble::Busy:
+            return said(503, {}, "Retry-After: 30\r\n");
+        case Trouble::Portal: {
+            const QByteArray page = "<html>Welcome</html>";
+            return {CURLE_OK, headOf(200, "text/html", page.size()), page};
+        }
+        case Trouble::Empty:
+            served(request);
+            heard = said(200, {});
+            break;
+        default:
+            break;
+        }
+    } else {
+        heard = served(request);
+    }
+    letArrive();
+    fate.moment(); // the service has acted, and the till does not know it yet
+    return fate.isDead() ? Heard{CURLE_GOT_NOTHING, {}, {}} : heard;
+}
+
+void Network::letArrive()
+{
+    for (const stand::Request& request : std::exchange(m_late, {}))
+        served(request);
+}
+
+Heard Network::served(const stand::Request& request)
+{
+    const stand::Answer answer = m_service.answer(request, m_clock.now());
+    return said(answer.status, answer.body);
+}
+
+} // namespace simulation

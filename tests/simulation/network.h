@@ -1,0 +1,48 @@
+#pragma once
+
+#include "tests/simulation/service.h"
+#include "tests/support/stillclock.h"
+
+#include <curl/curl.h>
+
+#include <QByteArray>
+#include <QList>
+
+namespace simulation {
+
+/// What comes back of a request, as libcurl tells it.
+struct Heard
+{
+    CURLcode outcome = CURLE_OK;
+    QByteArray head; ///< the status line and the headers, with the empty line; empty: not a byte came
+    QByteArray body;
+};
+
+/// Between the till and its service, in time of the simulation: what libcurl is asked for goes this way.
+class Network
+{
+public:
+    /// There is one at a time. All stay the caller's.
+    Network(Service& service, test_support::StillClock& clock);
+    ~Network();
+    Network(const Network&) = delete;
+    Network& operator=(const Network&) = delete;
+
+    static Network& one();
+    Heard carry(const stand::Request& request, std::chrono::milliseconds patience);
+
+    /// Nobody listens at the service, or somebody does again.
+    void setDown(bool isDown) { m_isDown = isDown; }
+    /// What was late arrives now.
+    void letArrive();
+
+private:
+    Heard served(const stand::Request& request);
+
+    Service& m_service;
+    test_support::StillClock& m_clock;
+    QList<stand::Request> m_late;
+    bool m_isDown = false;
+};
+
+} // namespace simulation

@@ -1,0 +1,55 @@
+#include "tests/simulation/service.h"
+
+#include "stand/books/clock.h"
+#include "stand/books/invariants.h"
+#include "stand/http/answers.h"
+#include "stand/pages/inspection.h"
+
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+
+namespace simulation {
+
+Service::Service() = default;
+
+stand::Answer Service::answer(const stand::Request& request, const QDateTime& time)
+{
+    stand::setClock(time);
+    const QByteArray expected =
+        "Basic " + (m_credentials.user + u':' + m_credentials.password).toUtf8().toBase64();
+    if (request.headers.value("authorization") != expected)
+        return stand::failure(401, u"Требуется авторизация"_s);
+    stand::Transaction transaction(m_database);
+    stand::Answer answer = m_service.answer(request);
+    transaction.commit();
+    return answer;
+}
+
+QString Service::lastCode() const
+{
+    const QJsonArray codes = m_service.codes();
+    return codes.isEmpty() ? QString() : codes.last().toObject().value(u"code"_s).toString();
+}
+
+QVariantMap Service::ledger()
+{
+    return stand::ledgerPage(m_database, m_service.anonymousReceipts()).toVariantMap();
+}
+
+QStringList Service::violations() { return stand::violations(m_database); }
+
+QStringList Service::rows(const QString& statement)
+{
+    stand::Rows found = m_database.run(statement);
+    QStringList rows;
+    while (found.next()) {
+        QStringList row;
+        for (int i = 0; !found.isNull(i) || found.value(i).isValid(); ++i)
+            row.append(found.value(i).toString());
+        rows.append(row.join(u' '));
+    }
+    return rows;
+}
+
+} // namespace simulation

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "stand/books/database.h"
+#include "stand/service/service.h"
+#include "stand/service/terms.h"
+
+#include <QDateTime>
+#include <QStringList>
+#include <QVariantMap>
+
+namespace simulation {
+
+/// The service with its books, without a server: requests come by the network of the simulation.
+class Service
+{
+public:
+    Service();
+
+    /// What it answers at that time, after it has done what it was asked for.
+    stand::Answer answer(const stand::Request& request, const QDateTime& time);
+
+    [[nodiscard]] const QString& user() const { return m_credentials.user; }
+    [[nodiscard]] const QString& password() const { return m_credentials.password; }
+    void setPassword(const QString& password) { m_credentials.password = password; }
+    /// The last code that was sent to a customer; empty: none was.
+    [[nodiscard]] QString lastCode() const;
+
+    /// As GET /stand/ledger has it.
+    [[nodiscard]] QVariantMap ledger();
+    /// What is wrong with the books taken for themselves.
+    [[nodiscard]] QStringList violations();
+    /// A row for each that the statement finds in its books, joined by blanks.
+    [[nodiscard]] QStringList rows(const QString& statement);
+
+private:
+    stand::Credentials m_credentials;
+    stand::Database m_database{QString()};
+    stand::Service m_service{m_database, {}, {.fixedCode = {}, .areTold = false}};
+};
+
+} // namespace simulation

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "tests/simulation/dice.h"
+#include "tests/simulation/disk.h"
+#include "tests/simulation/network.h"
+#include "tests/simulation/seen.h"
+#include "tests/simulation/service.h"
+#include "tests/simulation/story.h"
+#include "tests/support/stillclock.h"
+#include "till/checkout/till.h"
+
+#include <memory>
+#include <optional>
+
+namespace simulation {
+
+/// The tills of a shop, their cashiers and their administrator, through a story until everything rests.
+class Shop
+{
+public:
+    /// `folder` is empty, and where the simulated disk is.
+    Shop(const Story& story, const QString& folder);
+    ~Shop();
+    Shop(const Shop&) = delete;
+    Shop& operator=(const Shop&) = delete;
+
+    /// What is wrong in the end, or on the way; none: nothing.
+    QStringList play();
+    /// What happened so far, a line each.
+    [[nodiscard]] const QStringList& log() const { return m_log; }
+    [[nodiscard]] int receipts() const { return m_numbered; }
+    [[nodiscard]] int deaths() const { return m_deaths; }
+
+private:
+    class Cashier;
+    struct Died
+    {};
+
+    void play(const Episode& episode);
+    void act(const Episode& episode);
+    void die(const Trouble& end);
+    void revive();
+    void start();
+    void stop();
+    /// To be called after each step: whoever is dead has seen nothing of it.
+    void requireAlive() const;
+    void note(const QString& line);
+    void find(const QString& finding);
+
+    void sell(Dice& dice);
+    void giveBack(Dice& dice);
+    void chooseCard(Dice& dice, Seen& seen);
+    void spend(Dice& dice, Seen& seen);
+    void end(Dice& dice);
+    /// Gets rid of the open receipt in one way or the other, as far as that is possible now.
+    void finish(Dice& dice);
+    void pay();
+    void rollBack();
+    void askAgain();
+    void deliver(Dice& dice);
+    QString number();
+    Seen& seenOf(const QString& identifier);
+
+    void checkAfterDeath();
+    /// Everything works again: whatever was left open is finished, and what waits is sent.
+    void comeToRest();
+    void sendAll();
+    void checkBooks();
+
+    const Story& m_story;
+    QString m_folder;
+    test_support::StillClock m_clock;
+    Service m_service;
+    Network m_network{m_service, m_clock};
+    std::unique_ptr<Cashier> m_cashier;
+    std::unique_ptr<till::Till> m_till;
+    int m_at = 0; ///< the till that somebody works at
+    QString m_knownPassword;
+    std::optional<Files> m_left; ///< by the till that died
+    QList<Seen> m_seen;
+    int m_numbered = 0;
+    int m_deaths = 0;
+    QStringList m_log;
+    QStringList m_findings;
+};
+
+} // namespace simulation

@@ -1,0 +1,102 @@
+#include "tests/simulation/story.h"
+
+#include "tests/simulation/dice.h"
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace simulation {
+
+namespace {
+
+constexpr std::array<QStringView, Trouble::kinds> troubleNames{u"the request is lost",
+                                                               u"the answer is lost",
+                                                               u"the connection is cut",
+                                                               u"the request arrives late",
+                                                               u"the request comes twice",
+                                                               u"nobody listens",
+                                                               u"500 before",
+                                                               u"502 after",
+                                                               u"503",
+                                                               u"a portal answers",
+                                                               u"an empty 200",
+                                                               u"the till is killed",
+                                                               u"the power fails",
+                                                               u"the disk fails",
+                                                               u"the disk is full"};
+static_assert(!troubleNames.back().isEmpty());
+
+constexpr std::array<QStringView, Episode::kinds> episodeNames{
+    u"sale",   u"return",           u"delivery",        u"restart",
+    u"outage", u"another password", u"the clock jumps", u"evening"};
+static_assert(!episodeNames.back().isEmpty());
+
+Trouble trouble(Dice& dice)
+{
+    Trouble trouble;
+    trouble.kind = static_cast<Trouble::Kind>(dice.below(Trouble::kinds));
+    // Moments and accesses to the disk are many, requests are few.
+    const bool isOfNetwork = trouble.kind < Trouble::Killed;
+    trouble.at = dice.below(isOfNetwork ? 5 : 60);
+    trouble.length = dice.oneIn(3) ? dice.between(2, 6) : 1;
+    trouble.dice = dice.next();
+    return trouble;
+}
+
+Episode::Kind kindOf(int chance)
+{
+    if (chance < 55)
+        return Episode::Sale;
+    if (chance < 75)
+        return Episode::Return;
+    if (chance < 85)
+        return Episode::Delivery;
+    if (chance < 89)
+        return Episode::Restart;
+    if (chance < 93)
+        return Episode::Outage;
+    if (chance < 95)
+        return Episode::Password;
+    return chance < 98 ? Episode::ClockJump : Episode::Evening;
+}
+
+} // namespace
+
+Story storyOf(std::uint64_t seed, int episodes)
+{
+    Dice dice(seed);
+    Story story{.seed = seed, .tills = dice.between(1, 3), .withCodes = dice.oneIn(4), .episodes = {}};
+    const bool isCalm = dice.oneIn(8); // most goes well in most shops
+    int till = 0;
+    for (int i = 0; i < episodes; ++i) {
+        Dice own(seed ^ (static_cast<std::uint64_t>(i + 1) << 32));
+        if (own.oneIn(12)) // to go to another till takes a start of it
+            till = own.below(story.tills);
+        Episode episode{.kind = kindOf(own.below(100)), .till = till, .dice = own.next(), .troubles = {}};
+        if (!isCalm && own.oneIn(3)) {
+            for (int left = own.between(1, 3); left > 0; --left)
+                episode.troubles.append(trouble(own));
+        }
+        story.episodes.append(episode);
+    }
+    return story;
+}
+
+QStringList told(const Story& story)
+{
+    QStringList lines{u"seed %1: %2 tills%3"_s.arg(story.seed)
+                          .arg(story.tills)
+                          .arg(story.withCodes ? u", spending is confirmed by a code" : u"")};
+    for (const Episode& episode : story.episodes) {
+        QString line = u"till %1: %2"_s.arg(episode.till + 1).arg(episodeNames.at(episode.kind));
+        for (const Trouble& trouble : episode.troubles)
+            line += u"; %1 at %2, %3 times"_s.arg(troubleNames.at(trouble.kind))
+                        .arg(trouble.at)
+                        .arg(trouble.length);
+        lines.append(line);
+    }
+    return lines;
+}
+
+} // namespace simulation

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QList>
+#include <QStringList>
+
+#include <cstdint>
+
+namespace simulation {
+
+/// Something that goes wrong in the middle of an episode.
+struct Trouble
+{
+    enum Kind {
+        RequestLost,   ///< the service never sees it, the till waits in vain
+        AnswerLost,    ///< the service acts, the till waits in vain
+        ConnectionCut, ///< the service acts, its answer breaks off
+        ArrivesLate,   ///< the till waits in vain, the service acts afterwards, when others came in between
+        Doubled,       ///< the service sees it twice
+        Refused,       ///< nobody listens
+        BrokenBefore,  ///< 500, and the service did nothing
+        BrokenAfter,   ///< 502, and the service has acted
+        Busy,          ///< 503, and when to come again
+        Portal,        ///< somebody else answers, with a page
+        Empty,         ///< the service acts, its answer is 200 and nothing more
+        Killed,        ///< the till's process dies, what it wrote is there
+        PowerCut,      ///< what it had not synced is there in parts or not at all
+        DiskFails,     ///< what it writes comes to nothing, and it is told
+        DiskFull,
+    };
+    static constexpr int kinds = DiskFull + 1;
+
+    Kind kind = RequestLost;
+    int at = 0;             ///< which request of the episode, which moment, or which access to the disk
+    int length = 1;         ///< so many requests or accesses in a row
+    std::uint64_t dice = 0; ///< of what a power cut leaves
+};
+
+/// What happens at a till between two moments in which the world may stand still.
+struct Episode
+{
+    enum Kind {
+        Sale,
+        Return,
+        Delivery,
+        Restart,
+        Outage,    ///< the service is down until somebody has waited
+        Password,  ///< the service wants another one, and the administrator learns of it later
+        ClockJump, ///< of the till's clock
+        Evening,   ///< what is old is removed
+    };
+    static constexpr int kinds = Evening + 1;
+
+    Kind kind = Sale;
+    int till = 0;
+    std::uint64_t dice = 0; ///< of whatever is decided in it
+    QList<Trouble> troubles;
+};
+
+/// What happens in a shop until everything comes to rest. It is all decided beforehand, so that a part can be
+/// left out, and the rest stays as it was.
+struct Story
+{
+    std::uint64_t seed = 0;
+    int tills = 2;
+    bool withCodes = false; ///< spending has to be confirmed
+    QList<Episode> episodes;
+};
+
+/// The story of that seed, with so many episodes.
+Story storyOf(std::uint64_t seed, int episodes);
+
+/// A line for each episode.
+QStringList told(const Story& story);
+
+} // namespace simulation
