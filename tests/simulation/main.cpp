@@ -21,11 +21,12 @@ namespace {
 int played = 0;
 int receipts = 0;
 int deaths = 0;
+bool isForgetful = false; // to see that what goes wrong is found
 
 QStringList play(const simulation::Story& story, const QString& root, bool isTold)
 {
     const QTemporaryDir folder(root + u"/shop-XXXXXX"_s);
-    simulation::Shop shop(story, folder.path());
+    simulation::Shop shop(story, folder.path(), isForgetful);
     QStringList findings = shop.play();
     ++played;
     receipts += shop.receipts();
@@ -61,6 +62,27 @@ simulation::Story shortened(simulation::Story story, const QString& root)
     return story;
 }
 
+void tell(const simulation::Story& story, const QStringList& findings, const QString& root)
+{
+    std::printf("seed %llu, %lld episodes:\n%s\n", static_cast<unsigned long long>(story.seed),
+                static_cast<long long>(story.episodes.size()), qPrintable(findings.join(u'\n')));
+    const simulation::Story shorter = shortened(story, root);
+    std::printf("shortened:\n%s\nas it happens:\n", qPrintable(simulation::told(shorter).join(u'\n')));
+    play(shorter, root, true);
+}
+
+void sumUp(qint64 seed)
+{
+    std::printf("from seed %lld: %d stories, %d receipts, %d deaths: nothing is lost, doubled or "
+                "shown wrongly\n",
+                static_cast<long long>(seed), played, receipts, deaths);
+    for (int kind = 0; kind < simulation::Trouble::kinds; ++kind) {
+        const auto trouble = static_cast<simulation::Trouble::Kind>(kind);
+        std::printf("  %s: %d\n", qPrintable(simulation::nameOf(trouble)),
+                    simulation::Fate::one().struck(trouble));
+    }
+}
+
 qint64 numberFrom(QStringList& arguments, const QString& option, qint64 usual)
 {
     const qsizetype at = arguments.indexOf(option);
@@ -80,38 +102,36 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     QLoggingCategory::setFilterRules(u"*=false"_s);
     QStringList arguments = QCoreApplication::arguments().sliced(1);
-    const qint64 seed = numberFrom(arguments, u"--seed"_s, 1);
-    const qint64 stories = numberFrom(arguments, u"--stories"_s, 1);
+    const qint64 today = QDate::currentDate().toString(u"yyyyMMdd"_s).toLongLong() * 1'000'000;
+    const qint64 first = numberFrom(arguments, u"--seed"_s, today);
     const qint64 seconds = numberFrom(arguments, u"--seconds"_s, 0);
+    const qint64 stories = numberFrom(arguments, u"--stories"_s, seconds > 0 ? 500'000 : 1);
     const qint64 episodes = numberFrom(arguments, u"--episodes"_s, 100);
     const bool isTold = arguments.removeAll(u"--tell"_s) > 0;
+    isForgetful = arguments.removeAll(u"--forgetful-service"_s) > 0;
     if (!arguments.isEmpty()) {
         std::fprintf(stderr,
-                     "usage: simulation [--seed S] [--stories N | --seconds N] [--episodes N] [--tell]\n");
+                     "usage: simulation [--seed S] [--stories N] [--seconds N] [--episodes N] [--tell]\n"
+                     "                  [--forgetful-service]\n");
         return 2;
     }
     const QTemporaryDir root(u"/dev/shm/simulation-XXXXXX"_s);
     simulation::Disk::install(root.path());
     QElapsedTimer clock;
     clock.start();
-    for (qint64 i = 0; seconds > 0 ? clock.elapsed() < seconds * 1000 : i < stories; ++i) {
+    for (qint64 seed = first; seed < first + stories; ++seed) {
+        if (seconds > 0 && clock.elapsed() >= seconds * 1000)
+            break;
         const simulation::Story story =
-            simulation::storyOf(static_cast<std::uint64_t>(seed + i), static_cast<int>(episodes));
+            simulation::storyOf(static_cast<std::uint64_t>(seed), static_cast<int>(episodes));
         const QStringList findings = play(story, root.path(), isTold);
-        if (findings.isEmpty())
-            continue;
-        std::printf("seed %lld, %lld episodes:\n%s\n", static_cast<long long>(seed + i),
-                    static_cast<long long>(episodes), qPrintable(findings.join(u'\n')));
-        const simulation::Story shorter = shortened(story, root.path());
-        std::printf("the same, shortened:\n%s\nas it happened:\n",
-                    qPrintable(simulation::told(shorter).join(u'\n')));
-        std::printf("%s\n", qPrintable(play(shorter, root.path(), true).join(u'\n')));
-        return 1;
+        if (!findings.isEmpty()) {
+            tell(story, findings, root.path());
+            return 1;
+        }
     }
-    std::printf("%d stories, %d receipts, %d deaths in %.1f s\n", played, receipts, deaths,
-                static_cast<double>(clock.elapsed()) / 1000);
-    for (int kind = 0; kind < simulation::Trouble::kinds; ++kind)
-        std::printf("%d ", simulation::Fate::one().struck(static_cast<simulation::Trouble::Kind>(kind)));
-    std::printf("\n");
+    sumUp(first);
+    std::fprintf(stderr, "%.0f receipts a second\n",
+                 receipts * 1000.0 / static_cast<double>(clock.elapsed() + 1));
     return 0;
 }

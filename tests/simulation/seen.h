@@ -15,9 +15,9 @@ struct Seen
     QString card;                ///< that was on it; empty: none
     std::optional<double> spent; ///< points, as the till said
     bool paid = false;
-    bool earns = false; ///< the till said that it does, or will
-    bool leaving = false;         ///< somebody has begun to roll it back
-    bool gone = false;            ///< and it was
+    bool earns = false;   ///< the till said that it does, or will
+    bool leaving = false; ///< somebody has begun to roll it back
+    bool gone = false;    ///< and it was
 };
 
 } // namespace simulation

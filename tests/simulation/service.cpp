@@ -11,8 +11,6 @@ using namespace Qt::StringLiterals;
 
 namespace simulation {
 
-Service::Service() = default;
-
 stand::Answer Service::answer(const stand::Request& request, const QDateTime& time)
 {
     stand::setClock(time);
@@ -22,7 +20,8 @@ stand::Answer Service::answer(const stand::Request& request, const QDateTime& ti
         return stand::failure(401, u"Требуется авторизация"_s);
     stand::Transaction transaction(m_database);
     stand::Answer answer = m_service.answer(request);
-    transaction.commit();
+    if (!m_isForgetful || ++m_answers % 50 != 0)
+        transaction.commit();
     return answer;
 }
 

@@ -14,7 +14,10 @@ namespace simulation {
 class Service
 {
 public:
-    Service();
+    /// A forgetful one says now and then that it has done what it was asked, and has not.
+    explicit Service(bool isForgetful)
+        : m_isForgetful(isForgetful)
+    {}
 
     /// What it answers at that time, after it has done what it was asked for.
     stand::Answer answer(const stand::Request& request, const QDateTime& time);
@@ -33,6 +36,8 @@ public:
     [[nodiscard]] QStringList rows(const QString& statement);
 
 private:
+    bool m_isForgetful;
+    int m_answers = 0;
     stand::Credentials m_credentials;
     stand::Database m_database{QString()};
     stand::Service m_service{m_database, {}, {.fixedCode = {}, .areTold = false}};

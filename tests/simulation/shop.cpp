@@ -43,9 +43,10 @@ private:
     Dice m_dice;
 };
 
-Shop::Shop(const Story& story, const QString& folder)
+Shop::Shop(const Story& story, const QString& folder, bool isServiceForgetful)
     : m_story(story)
     , m_folder(folder)
+    , m_service(isServiceForgetful)
     , m_cashier(std::make_unique<Cashier>(m_service, Dice(story.seed)))
     , m_knownPassword(m_service.password())
 {
@@ -191,8 +192,9 @@ void Shop::requireAlive() const
 
 void Shop::note(const QString& line)
 {
-    m_log.append(
-        u"%1 till %2: %3"_s.arg(m_clock.now().toString(u"MM-dd hh:mm:ss"_s)).arg(m_at + 1).arg(line));
+    m_log.append(u"%1 till %2: %3"_s.arg(m_clock.now().toString(u"MM-dd hh:mm:ss"_s))
+                     .arg(m_at + 1)
+                     .arg(QString(line).replace(m_folder, u"…"_s)));
 }
 
 void Shop::find(const QString& finding)

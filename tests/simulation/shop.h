@@ -19,7 +19,7 @@ class Shop
 {
 public:
     /// `folder` is empty, and where the simulated disk is.
-    Shop(const Story& story, const QString& folder);
+    Shop(const Story& story, const QString& folder, bool isServiceForgetful);
     ~Shop();
     Shop(const Shop&) = delete;
     Shop& operator=(const Shop&) = delete;

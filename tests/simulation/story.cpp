@@ -83,6 +83,8 @@ Story storyOf(std::uint64_t seed, int episodes)
     return story;
 }
 
+QString nameOf(Trouble::Kind kind) { return troubleNames.at(kind).toString(); }
+
 QStringList told(const Story& story)
 {
     QStringList lines{u"seed %1: %2 tills%3"_s.arg(story.seed)
@@ -91,9 +93,7 @@ QStringList told(const Story& story)
     for (const Episode& episode : story.episodes) {
         QString line = u"till %1: %2"_s.arg(episode.till + 1).arg(episodeNames.at(episode.kind));
         for (const Trouble& trouble : episode.troubles)
-            line += u"; %1 at %2, %3 times"_s.arg(troubleNames.at(trouble.kind))
-                        .arg(trouble.at)
-                        .arg(trouble.length);
+            line += u"; %1 at %2, %3 times"_s.arg(nameOf(trouble.kind)).arg(trouble.at).arg(trouble.length);
         lines.append(line);
     }
     return lines;

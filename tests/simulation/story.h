@@ -69,6 +69,9 @@ struct Story
 /// The story of that seed, with so many episodes.
 Story storyOf(std::uint64_t seed, int episodes);
 
+/// As it is told.
+QString nameOf(Trouble::Kind kind);
+
 /// A line for each episode.
 QStringList told(const Story& story);
 
