@@ -8,6 +8,7 @@
 #include "till/setup/settings.h"
 
 #include <QDir>
+#include <QRandomGenerator>
 
 #include <array>
 #include <exception>
@@ -50,6 +51,7 @@ Shop::Shop(const Story& story, const QString& folder, bool isServiceForgetful)
     , m_cashier(std::make_unique<Cashier>(m_service, Dice(story.seed)))
     , m_knownPassword(m_service.password())
 {
+    QRandomGenerator::global()->seed(static_cast<quint32>(story.seed)); // the pauses of the delivery
     for (int i = 0; i < story.tills; ++i)
         QDir().mkpath(folder + u"/%1"_s.arg(i));
 }
