@@ -8,7 +8,6 @@
 #include "till/setup/settings.h"
 
 #include <QDir>
-#include <QRandomGenerator>
 
 #include <array>
 #include <exception>
@@ -51,7 +50,6 @@ Shop::Shop(const Story& story, const QString& folder, bool isServiceForgetful)
     , m_cashier(std::make_unique<Cashier>(m_service, Dice(story.seed)))
     , m_knownPassword(m_service.password())
 {
-    QRandomGenerator::global()->seed(static_cast<quint32>(story.seed)); // the pauses of the delivery
     for (int i = 0; i < story.tills; ++i)
         QDir().mkpath(folder + u"/%1"_s.arg(i));
 }
@@ -139,14 +137,19 @@ void Shop::act(const Episode& episode)
     case Episode::Evening:
         m_clock.move(10h);
         break;
+    case Episode::Backup:
+        backUp(dice);
+        break;
+    case Episode::Restore:
+        restore(dice);
+        break;
     }
 }
 
 void Shop::die(const Trouble& end)
 {
-    const QString directory = m_folder + u"/%1"_s.arg(m_at);
-    m_left = end.kind == Trouble::Killed ? Disk::filesOf(directory)
-                                         : Disk::filesAfterPowerCut(directory, end.dice);
+    m_left = end.kind == Trouble::Killed ? Disk::filesOf(directory())
+                                         : Disk::filesAfterPowerCut(directory(), end.dice);
     ++m_deaths;
     note(end.kind == Trouble::Killed ? u"killed"_s : u"power cut"_s);
 }
@@ -154,9 +157,8 @@ void Shop::die(const Trouble& end)
 void Shop::revive()
 {
     stop();
-    const QString directory = m_folder + u"/%1"_s.arg(m_at);
-    Disk::restore(directory, *m_left);
-    storage::setDataDirectory(directory);
+    Disk::restore(directory(), *m_left);
+    storage::setDataDirectory(directory());
     storage::forgetStore(); // a new process does not know the file of the last
     m_left.reset();
     Fate::one().end();
@@ -178,8 +180,8 @@ void Shop::start()
     till::setServerUrl(config, u"http://service.example/"_s);
     till::setCredentials(config, m_service.user(), m_knownPassword);
     config.set(u"KYRLoyalty:smsVerification"_s, m_story.withCodes);
-    m_till = std::make_unique<till::Till>(
-        till::Parts{QStringLiteral(PLUGIN_FILE), {}, m_folder + u"/%1"_s.arg(m_at)}, config, *m_cashier);
+    m_till = std::make_unique<till::Till>(till::Parts{QStringLiteral(PLUGIN_FILE), {}, directory()}, config,
+                                          *m_cashier);
     if (!m_till->found().isEmpty())
         note(u"found: "_s + m_till->found().ru());
 }

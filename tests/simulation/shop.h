@@ -58,6 +58,9 @@ private:
     void rollBack();
     void askAgain();
     void deliver(Dice& dice);
+    void backUp(Dice& dice);
+    void restore(Dice& dice);
+    [[nodiscard]] QString directory() const { return m_folder + u'/' + QString::number(m_at); }
     QString number();
     Seen& seenOf(const QString& identifier);
 
@@ -76,7 +79,8 @@ private:
     std::unique_ptr<till::Till> m_till;
     int m_at = 0; ///< the till that somebody works at
     QString m_knownPassword;
-    std::optional<Files> m_left; ///< by the till that died
+    std::optional<Files> m_left;   ///< by the till that died
+    QHash<int, QString> m_backups; ///< the last of each till
     QList<Seen> m_seen;
     int m_numbered = 0;
     int m_deaths = 0;

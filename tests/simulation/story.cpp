@@ -27,9 +27,16 @@ constexpr std::array<QStringView, Trouble::kinds> troubleNames{u"the request is 
                                                                u"the disk is full"};
 static_assert(!troubleNames.back().isEmpty());
 
-constexpr std::array<QStringView, Episode::kinds> episodeNames{
-    u"sale",   u"return",           u"delivery",        u"restart",
-    u"outage", u"another password", u"the clock jumps", u"evening"};
+constexpr std::array<QStringView, Episode::kinds> episodeNames{u"sale",
+                                                               u"return",
+                                                               u"delivery",
+                                                               u"restart",
+                                                               u"outage",
+                                                               u"another password",
+                                                               u"the clock jumps",
+                                                               u"evening",
+                                                               u"backup",
+                                                               u"restore and rescue"};
 static_assert(!episodeNames.back().isEmpty());
 
 Trouble trouble(Dice& dice)
@@ -58,7 +65,11 @@ Episode::Kind kindOf(int chance)
         return Episode::Outage;
     if (chance < 95)
         return Episode::Password;
-    return chance < 98 ? Episode::ClockJump : Episode::Evening;
+    if (chance < 97)
+        return Episode::ClockJump;
+    if (chance < 98)
+        return Episode::Evening;
+    return chance < 99 ? Episode::Backup : Episode::Restore;
 }
 
 } // namespace
@@ -74,7 +85,7 @@ Story storyOf(std::uint64_t seed, int episodes)
         if (own.oneIn(12)) // to go to another till takes a start of it
             till = own.below(story.tills);
         Episode episode{.kind = kindOf(own.below(100)), .till = till, .dice = own.next(), .troubles = {}};
-        if (!isCalm && own.oneIn(3)) {
+        if (!isCalm && episode.kind != Episode::Restore && own.oneIn(3)) {
             for (int left = own.between(1, 3); left > 0; --left)
                 episode.troubles.append(trouble(own));
         }

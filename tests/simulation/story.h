@@ -46,9 +46,11 @@ struct Episode
         Outage,    ///< the service is down until somebody has waited
         Password,  ///< the service wants another one, and the administrator learns of it later
         ClockJump, ///< of the till's clock
-        Evening,   ///< what is old is removed
+        Evening,   ///< ten hours in which nothing happens
+        Backup,    ///< of a till without an open receipt
+        Restore,   ///< of the last backup, and the rescue of what came since; nothing goes wrong in it
     };
-    static constexpr int kinds = Evening + 1;
+    static constexpr int kinds = Restore + 1;
 
     Kind kind = Sale;
     int till = 0;
