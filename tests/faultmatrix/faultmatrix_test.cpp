@@ -1,0 +1,165 @@
+// Every fault of the stand at every operation of the service, before and after it takes effect, while the
+// cashier waits and out of the queue: how long that takes, what is seen, and what the books say when it is
+// over.
+
+#include "tests/faultmatrix/places.h"
+#include "tests/stand/http.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QLoggingCategory>
+
+#include <gmock/gmock.h>
+
+#include <random>
+
+using namespace Qt::StringLiterals;
+using ::testing::UnorderedElementsAreArray;
+
+namespace faulttest {
+
+namespace {
+
+constexpr int graceMs = 500;
+
+struct Cell
+{
+    Place place;
+    Strike strike;
+};
+
+/// What a running stand says of its faults.
+QJsonObject standsOwn()
+{
+    standtest::StandProcess stand;
+    return standtest::send({.url = stand.url() + "/stand/overview"}).json().toObject();
+}
+
+unsigned numberFrom(const char* variable, unsigned otherwise)
+{
+    bool isNumber = false;
+    const unsigned number = qEnvironmentVariable(variable).toUInt(&isNumber);
+    return isNumber ? number : otherwise;
+}
+
+std::vector<std::string> words(const QStringList& texts)
+{
+    std::vector<std::string> all;
+    for (const QString& text : texts)
+        all.push_back(text.toStdString());
+    return all;
+}
+
+/// A line of the table that the run writes.
+void write(const Place& place, const Strike& strike, qint64 milliseconds, int code, const Seen& seen,
+           const QString& books)
+{
+    const QString folder = qEnvironmentVariable("KYR_FAULTS_TABLE");
+    if (folder.isEmpty())
+        return;
+    QFile file(folder + u'/' + QString::fromLatin1(place.name) + u".md"_s);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Append));
+    QString line = QStringList{QString::fromLatin1(place.name),
+                               place.operation,
+                               place.isQueued ? u"queued"_s : u"online"_s,
+                               strike.name(),
+                               QString::number(milliseconds),
+                               QString::number(code),
+                               seen.line(),
+                               books}
+                       .join(u" | "_s);
+    file.write((u"| "_s + line.replace(u'\n', u' ') + u" |\n"_s).toUtf8());
+}
+
+void play(const Place& place, const Strike& strike)
+{
+    Scene scene(place.asksForCode);
+    place.prepare(scene);
+    scene.arm(place.operation, strike.name());
+
+    QElapsedTimer time;
+    time.start();
+    const till::Result result = place.act(scene);
+    const qint64 milliseconds = time.elapsed();
+
+    const Seen seen = scene.seen(result);
+    const int code = scene.codeOf(place.path);
+    EXPECT_EQ(scene.fired(), 1);
+    EXPECT_LE(milliseconds, Scene::timeLimitMs + graceMs);
+    EXPECT_EQ(code, strike.code);
+    EXPECT_EQ(seen.line().toStdString(), place.expected(strike).line().toStdString());
+
+    scene.disarm();
+    place.goOn(scene);
+    if (strike.comesLate())
+        scene.waitForWhatComesLate();
+    const QString books = scene.books();
+    const bool isUndone = !strike.tookEffect() && !place.undone.isEmpty();
+    EXPECT_EQ(books.toStdString(), (isUndone ? place.undone : place.books).toStdString());
+    EXPECT_EQ(scene.differences().join(u'\n').toStdString(), "");
+    write(place, strike, milliseconds, code, seen, books);
+}
+
+class FaultMatrix : public ::testing::TestWithParam<qsizetype>
+{};
+
+} // namespace
+
+// Run by itself each place meets all of its strikes (KYR_FAULTS_EVERY=1); with the other tests a part of
+// them, chosen so that no strike is left out. KYR_SEED plays the same ones again.
+TEST_P(FaultMatrix, IsWaitedForShownAndSettledAsTheContractSays)
+{
+    const Place& place = places().at(GetParam());
+    const auto every = static_cast<qsizetype>(numberFrom("KYR_FAULTS_EVERY", 16));
+    const unsigned seed = numberFrom("KYR_SEED", std::random_device()() % 1000);
+    std::cout << "KYR_SEED=" << seed << std::endl;
+    const QList<Strike> strikes = strikesOf(standsOwn()[u"kinds"_s].toArray(), place.verb);
+    ASSERT_GT(strikes.size(), every);
+    for (qsizetype i = 0; i < strikes.size(); ++i) {
+        if ((i + GetParam() + seed) % every != 0)
+            continue;
+        SCOPED_TRACE(place.name + (" " + strikes[i].name().toStdString()));
+        play(place, strikes[i]);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(At, FaultMatrix, ::testing::Range<qsizetype>(0, places().size()),
+                         [](const auto& info) { return places().at(info.param).name; });
+
+TEST(FaultMatrixOfTheStand, HasARowForEachOfItsFaults)
+{
+    QStringList kinds;
+    for (const auto& kind : standsOwn()[u"kinds"_s].toArray())
+        kinds.append(kind[u"name"_s].toString());
+    EXPECT_THAT(words(knownKinds()), UnorderedElementsAreArray(words(kinds)));
+}
+
+TEST(FaultMatrixOfTheStand, HasAPlaceForEachOfItsOperations)
+{
+    QStringList operations{u"any"_s};
+    for (const Place& place : places())
+        operations.append(place.operation);
+    operations.removeDuplicates();
+    const QStringList known = standsOwn()[u"fault_operations"_s].toVariant().toStringList();
+    EXPECT_THAT(words(operations), UnorderedElementsAreArray(words(known)));
+}
+
+TEST(FaultMatrixOfTheStand, HasMoreThanAThousandCells)
+{
+    const QJsonArray kinds = standsOwn()[u"kinds"_s].toArray();
+    qsizetype cells = 0;
+    for (const Place& place : places())
+        cells += strikesOf(kinds, place.verb).size();
+    EXPECT_GT(cells, 1000);
+}
+
+} // namespace faulttest
+
+int main(int argc, char* argv[])
+{
+    ::testing::InitGoogleTest(&argc, argv);
+    // QProcess asks for an application object.
+    const QCoreApplication application(argc, argv);
+    QLoggingCategory::setFilterRules(u"*.info=false\n*.debug=false\n*.warning=false\n*.critical=false"_s);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "host/network/restclient.h"
+#include "tests/stand/standprocess.h"
+#include "tests/support/stillclock.h"
+#include "till/checkout/till.h"
+
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+#include <memory>
+
+namespace faulttest {
+
+/// What cashier and administrator see after something was tried.
+struct Seen
+{
+    bool ok = true;
+    QString text = {}; ///< why not
+    till::State state = till::State::Idle;
+    int waiting = 0; ///< messages in the queue
+    int parked = 0;
+    bool isSuspended = false; ///< the queue waits for other credentials
+
+    [[nodiscard]] QString line() const;
+};
+
+/// Confirms spendings with the code that the stand sends to everybody.
+class Customer : public DialogFrontend
+{
+public:
+    int chooseFromList(const ChoiceRequest& request) override;
+    core::BasicDialog::Result inputText(const TextInputRequest& request) override;
+};
+
+/// A till with the real plug-in, a real stand as another process, and a cashier who sells tea and honey for
+/// 400.00.
+class Scene
+{
+public:
+    explicit Scene(bool asksForCode);
+
+    static constexpr int timeLimitMs = 1000; ///< of an exchange
+
+    [[nodiscard]] till::Checkout& checkout() const { return m_till->checkout(); }
+    [[nodiscard]] MessageQueue& queue() const { return m_till->queue(); }
+    [[nodiscard]] till::DeliveryResult deliver() const { return m_till->deliver(); }
+
+    /// Opens sale R.
+    void sell();
+    /// The same, for the customer with 300.00 points.
+    void sellOnCard();
+    /// Has these positions of sale R come back as return V.
+    void takeBack(const QList<till::ReturnLine>& lines);
+    void spend() const { expectDone(checkout().spend(points)); }
+    void pay() const { expectDone(checkout().pay()); }
+    void rollBack() const { expectDone(checkout().rollBack()); }
+    /// Brings everything that waits or is parked to the service.
+    void deliverAll() const;
+    static void expectDone(const till::Result& result);
+
+    static constexpr double points = 50;
+    static const QString card;
+
+    /// Lets the next call of the operation go wrong: "reset:when=before".
+    void arm(const QString& operation, const QString& fault) const;
+    /// How many calls have gone wrong since; waits until the stand listens again.
+    [[nodiscard]] int fired() const;
+    void disarm() const;
+    /// What the exchange with that in its path ended with since the scene began: the last of them.
+    [[nodiscard]] int codeOf(const QString& path) const;
+    [[nodiscard]] Seen seen(const till::Result& result) const;
+
+    /// Until an operation that came late has taken effect.
+    void waitForWhatComesLate() const;
+    /// What the service's books say of the receipts, what is left on the cards, and what the till took off
+    /// each position of sale R.
+    [[nodiscard]] QString books() const;
+    /// Ends the till; in what its receipts differ from the service's books.
+    [[nodiscard]] QStringList differences();
+
+    /// A page of the stand's own.
+    [[nodiscard]] QJsonObject page(const QByteArray& name) const;
+
+private:
+    [[nodiscard]] Config settings(bool asksForCode) const;
+
+    test_support::StillClock m_clock;
+    mutable standtest::StandProcess m_stand;
+    QByteArray m_url;
+    QTemporaryDir m_directory;
+    Customer m_customer;
+    QList<RestExchange> m_exchanges;
+    utils::Registration m_observing;
+    std::unique_ptr<till::Till> m_till;
+};
+
+} // namespace faulttest
