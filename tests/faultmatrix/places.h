@@ -3,6 +3,8 @@
 #include "tests/faultmatrix/scene.h"
 #include "tests/faultmatrix/strikes.h"
 
+#include <iosfwd>
+
 namespace faulttest {
 
 /// Where an operation of the service is asked for, what is to be seen when that fails, and how cashier or
@@ -16,10 +18,11 @@ struct Place
     bool isQueued = false; ///< the message is struck that had waited for the service
     bool asksForCode = false;
     void (*prepare)(Scene& scene) = nullptr;
-    till::Result (*act)(Scene& scene) = nullptr;
+    Tried (*act)(Scene& scene) = nullptr;
     Seen (*expected)(const Strike& strike) = nullptr;
     void (*goOn)(Scene& scene) = nullptr;
     QString books = {};  ///< in the end
+    QString untold = {}; ///< how till and books differ after a hollow answer
     QString undone = {}; ///< the same where the operation never took effect; empty: no other
 };
 

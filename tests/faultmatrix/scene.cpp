@@ -1,6 +1,7 @@
 #include "tests/faultmatrix/scene.h"
 
 #include "host/storage/documents.h"
+#include "host/storage/journal.h"
 #include "tests/crash/books.h"
 #include "tests/stand/http.h"
 #include "till/setup/hostobjects.h"
@@ -65,7 +66,9 @@ const QString Scene::card = u"2000000000055"_s;
 
 QString Seen::line() const
 {
-    QStringList parts{ok ? u"done"_s : u'"' + text + u'"', nameOf(state)};
+    QStringList parts{ok ? u"done"_s : u"failed"_s, nameOf(state)};
+    if (!text.isEmpty())
+        parts.append(u'"' + text + u'"');
     if (waiting > 0)
         parts.append(u"%1 waiting"_s.arg(waiting));
     if (parked > 0)
@@ -114,7 +117,41 @@ void Scene::sell()
 void Scene::sellOnCard()
 {
     sell();
-    expectDone(checkout().identifyByCard(card));
+    expectDone(identify(card));
+}
+
+Tried Scene::identify(const QString& number) const
+{
+    Tried tried{checkout().identifyByCard(number)};
+    if (checkout().card())
+        tried.told = amount(checkout().card()->getBonusBalance().toDouble());
+    return tried;
+}
+
+Tried Scene::identifyByPhone(const QString& phone) const
+{
+    Tried tried{checkout().identifyByPhone(phone)};
+    if (checkout().card())
+        tried.told = amount(checkout().card()->getBonusBalance().toDouble());
+    return tried;
+}
+
+Tried Scene::requestLimit() const
+{
+    Tried tried{checkout().requestLimit()};
+    tried.told = amount(m_till->loyalty().currentPointsForSpend());
+    return tried;
+}
+
+Tried Scene::tryToPay() const
+{
+    const till::Payment payment = checkout().pay();
+    Tried tried{payment};
+    if (payment.earning == till::Payment::Earning::Queued)
+        tried.told = u"later"_s;
+    else if (payment.earned)
+        tried.told = amount(*payment.earned);
+    return tried;
 }
 
 void Scene::takeBack(const QList<till::ReturnLine>& lines)
@@ -155,10 +192,20 @@ int Scene::codeOf(const QString& path) const
     return 0;
 }
 
-Seen Scene::seen(const till::Result& result) const
+QString Scene::noted(const QString& operation) const
 {
-    return {.ok = result.ok,
-            .text = result.error,
+    const auto entries = storage::Journal().of(u"R"_s);
+    for (auto entry = entries.crbegin(); entry != entries.crend(); ++entry) {
+        if (entry->operation == operation && entry->event != u"queued"_s)
+            return u"%1 %2"_s.arg(entry->event).arg(entry->code);
+    }
+    return {};
+}
+
+Seen Scene::seen(const Tried& tried) const
+{
+    return {.ok = tried.ok,
+            .text = tried.ok ? tried.told : tried.error,
             .state = checkout().state(),
             .waiting = queue().waitingCount(),
             .parked = queue().parkedCount(),

@@ -12,11 +12,17 @@
 
 namespace faulttest {
 
+/// What a cashier tried, and reads of it when it succeeded: the balance, say.
+struct Tried : till::Result
+{
+    QString told = {};
+};
+
 /// What cashier and administrator see after something was tried.
 struct Seen
 {
     bool ok = true;
-    QString text = {}; ///< why not
+    QString text = {}; ///< what was told, or why it failed
     till::State state = till::State::Idle;
     int waiting = 0; ///< messages in the queue
     int parked = 0;
@@ -46,6 +52,12 @@ public:
     [[nodiscard]] MessageQueue& queue() const { return m_till->queue(); }
     [[nodiscard]] till::DeliveryResult deliver() const { return m_till->deliver(); }
 
+    // What a cashier does, and reads.
+    [[nodiscard]] Tried identify(const QString& number) const;
+    [[nodiscard]] Tried identifyByPhone(const QString& phone) const;
+    [[nodiscard]] Tried requestLimit() const;
+    [[nodiscard]] Tried tryToPay() const;
+
     /// Opens sale R.
     void sell();
     /// The same, for the customer with 300.00 points.
@@ -69,7 +81,9 @@ public:
     void disarm() const;
     /// What the exchange with that in its path ended with since the scene began: the last of them.
     [[nodiscard]] int codeOf(const QString& path) const;
-    [[nodiscard]] Seen seen(const till::Result& result) const;
+    /// The outcome that the journal of sale R and its returns has last of the operation: "answer 503".
+    [[nodiscard]] QString noted(const QString& operation) const;
+    [[nodiscard]] Seen seen(const Tried& tried) const;
 
     /// Until an operation that came late has taken effect.
     void waitForWhatComesLate() const;

@@ -112,7 +112,7 @@ QString Strike::toAdministrator() const
 {
     if (!hasWords)
         return reason;
-    return proof == Denied || proof == Rejected ? toCashier() : reason + u": "_s + toCashier();
+    return parks() ? toCashier() : reason + u": "_s + toCashier();
 }
 
 QStringList knownKinds()

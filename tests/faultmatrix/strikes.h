@@ -32,6 +32,10 @@ struct Strike
     QString when = {};     ///< "before" or "after" the operation takes effect
 
     [[nodiscard]] QString name() const; ///< "late:ms=100,when=before"
+    /// Whether the till takes it for done.
+    [[nodiscard]] bool isAnswered() const { return proof == Proof::Done || proof == Proof::Hollow; }
+    /// Whether the queue sets the message aside.
+    [[nodiscard]] bool parks() const { return proof == Proof::Denied || proof == Proof::Rejected; }
     /// Whether the operation took effect before the cashier had the answer.
     [[nodiscard]] bool tookEffect() const;
     /// Whether the operation takes effect when the client has gone already.
