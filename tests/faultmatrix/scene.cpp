@@ -170,9 +170,9 @@ void Scene::deliverAll() const
     expectDone(deliver());
 }
 
-void Scene::arm(const QString& operation, const QString& fault) const
+void Scene::arm(const QString& fault) const
 {
-    const auto faults = QJsonArray{operation + u':' + fault};
+    const auto faults = QJsonArray{fault};
     const auto reply = standtest::send(
         {.url = m_url + "/stand/faults", .method = "POST", .body = QJsonDocument(faults).toJson()});
     ASSERT_EQ(reply.status, 201) << reply.body.constData();

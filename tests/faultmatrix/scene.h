@@ -74,8 +74,8 @@ public:
     static constexpr double points = 50;
     static const QString card;
 
-    /// Lets the next call of the operation go wrong: "reset:when=before".
-    void arm(const QString& operation, const QString& fault) const;
+    /// Lets calls go wrong from now on: "payment-b2c:reset:when=before".
+    void arm(const QString& fault) const;
     /// How many calls have gone wrong since; waits until the stand listens again.
     [[nodiscard]] int fired() const;
     void disarm() const;
@@ -100,7 +100,7 @@ private:
     [[nodiscard]] Config settings(bool asksForCode) const;
 
     test_support::StillClock m_clock;
-    mutable standtest::StandProcess m_stand;
+    standtest::StandProcess m_stand;
     QByteArray m_url;
     QTemporaryDir m_directory;
     Customer m_customer;

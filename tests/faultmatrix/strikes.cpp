@@ -20,12 +20,13 @@ const QString large = u"the answer is too large"_s;
 const QString elsewhere = u"redirected: somebody other than the service answered"_s;
 
 /// Longer than the till's time limit, and the operation comes after what the cashier does next.
-const QString tooLate = u"ms=1400"_s;
+const QString tooLate = u"ms=2500"_s;
 
 QList<Strike> connectionRows()
 {
     return {
         {u"refuse"_s, u"ms=300"_s, Unknown, 1, none},
+        {.kind = u"refuse"_s, .settings = u"ms=300"_s, .code = 1, .reason = none, .closesTheDoor = true},
         {u"reset"_s, {}, Unknown, 1, none},
         {u"hang"_s, {}, Unknown, 2, late},
         {u"drop"_s, {}, Unknown, 1, none},
@@ -95,7 +96,13 @@ const QList<Strike>& rows()
 
 QString Strike::name() const
 {
-    return kind + u':' + (settings.isEmpty() ? QString() : settings + u',') + u"when="_s + when;
+    const QString all = kind + u':' + (settings.isEmpty() ? QString() : settings + u',') + u"when="_s + when;
+    return closesTheDoor ? u"any:"_s + all : all;
+}
+
+QString Strike::at(const QString& operation, int request) const
+{
+    return closesTheDoor ? name() + u",nth=%1"_s.arg(request) : operation + u':' + name();
 }
 
 bool Strike::tookEffect() const { return when == u"after" || proof == Done; }

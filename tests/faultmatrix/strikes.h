@@ -29,9 +29,12 @@ struct Strike
     QString reason = {};   ///< what the administrator reads of it
     bool hasWords = false; ///< whether the answer has the service's error texts
     Verb verb = Verb::Any; ///< that it comes to this with
-    QString when = {};     ///< "before" or "after" the operation takes effect
+    bool closesTheDoor = false; ///< before the call comes, which then meets a refused connection
+    QString when = {};          ///< "before" or "after" the operation takes effect
 
     [[nodiscard]] QString name() const; ///< "late:ms=100,when=before"
+    /// The same for the stand, to strike that operation, which is the how many-th request from now on.
+    [[nodiscard]] QString at(const QString& operation, int request) const;
     /// Whether the till takes it for done.
     [[nodiscard]] bool isAnswered() const { return proof == Proof::Done || proof == Proof::Hollow; }
     /// Whether the queue sets the message aside.
