@@ -8,9 +8,14 @@
 #include <QCoreApplication>
 #include <QDate>
 #include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
 #include <QLoggingCategory>
 
 #include <gmock/gmock.h>
+
+#include <algorithm>
+#include <iostream>
 
 using namespace Qt::StringLiterals;
 using ::testing::UnorderedElementsAreArray;

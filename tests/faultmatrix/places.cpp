@@ -1,5 +1,9 @@
 #include "tests/faultmatrix/places.h"
 
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <iterator>
 #include <ostream>
 
 using namespace Qt::StringLiterals;

@@ -8,6 +8,8 @@
 #include "till/setup/settings.h"
 
 #include <QDeadlineTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QThread>
 
 #include <gmock/gmock.h>

@@ -26,7 +26,7 @@ QList<Strike> connectionRows()
 {
     return {
         {u"refuse"_s, u"ms=300"_s, Unknown, 1, none},
-        {.kind = u"refuse"_s, .settings = u"ms=300"_s, .code = 1, .reason = none, .closesTheDoor = true},
+        {.kind = u"refuse"_s, .settings = u"ms=1000"_s, .code = 1, .reason = none, .closesTheDoor = true},
         {u"reset"_s, {}, Unknown, 1, none},
         {u"hang"_s, {}, Unknown, 2, late},
         {u"drop"_s, {}, Unknown, 1, none},
