@@ -16,6 +16,7 @@
 
 #include <array>
 #include <limits>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
@@ -186,22 +187,24 @@ void Scene::disarm() const { standtest::send({.url = m_url + "/stand/faults", .m
 
 int Scene::codeOf(const QString& path) const
 {
-    for (auto exchange = m_exchanges.crbegin(); exchange != m_exchanges.crend(); ++exchange) {
-        if (exchange->url.path().contains(path))
-            return exchange->errorCode;
+    std::optional<int> last;
+    for (const RestExchange& exchange : m_exchanges) {
+        if (exchange.url.path().contains(path))
+            last = exchange.errorCode;
     }
-    ADD_FAILURE() << "nobody asked for " << path.toStdString();
-    return 0;
+    EXPECT_TRUE(last) << "nobody asked for " << path.toStdString();
+    return last.value_or(0);
 }
 
 QString Scene::noted(const QString& operation) const
 {
+    QString last;
     const auto entries = storage::Journal().of(u"R"_s);
-    for (auto entry = entries.crbegin(); entry != entries.crend(); ++entry) {
-        if (entry->operation == operation && entry->event != u"queued"_s)
-            return u"%1 %2"_s.arg(entry->event).arg(entry->code);
+    for (const storage::JournalEntry& entry : entries) {
+        if (entry.operation == operation && entry.event != u"queued"_s)
+            last = u"%1 %2"_s.arg(entry.event).arg(entry.code);
     }
-    return {};
+    return last;
 }
 
 Seen Scene::seen(const Tried& tried) const

@@ -15,7 +15,10 @@ namespace faulttest {
 /// What a cashier tried, and reads of it when it succeeded: the balance, say.
 struct Tried : till::Result
 {
-    QString told = {};
+    Tried(const till::Result& result)
+        : till::Result(result)
+    {}
+    QString told;
 };
 
 /// What cashier and administrator see after something was tried.
