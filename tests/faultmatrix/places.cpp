@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <iterator>
 #include <ostream>
 
 using namespace Qt::StringLiterals;
@@ -303,14 +301,6 @@ const QList<Place>& places()
     static const QList<Place> all =
         queries() + limits() + spendings() + spendingsWithACode() + ordersThatCanWait() + messages();
     return all;
-}
-
-QList<Place> placesOf(Strike::Verb verb)
-{
-    QList<Place> found;
-    std::copy_if(places().cbegin(), places().cend(), std::back_inserter(found),
-                 [verb](const Place& place) { return place.verb == verb; });
-    return found;
 }
 
 void PrintTo(const Place& place, std::ostream* out) { *out << place.name; }

@@ -25,9 +25,6 @@ struct Place
 
 const QList<Place>& places();
 
-/// Those that ask with that verb.
-QList<Place> placesOf(Strike::Verb verb);
-
 void PrintTo(const Place& place, std::ostream* out);
 
 } // namespace faulttest

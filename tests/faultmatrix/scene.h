@@ -96,10 +96,9 @@ public:
     /// Ends the till; in what its receipts differ from the service's books.
     [[nodiscard]] QStringList differences();
 
-    /// A page of the stand's own.
-    [[nodiscard]] QJsonObject page(const QByteArray& name) const;
-
 private:
+    /// A page of the stand's own; waits until it listens.
+    [[nodiscard]] QJsonObject page(const QByteArray& name) const;
     [[nodiscard]] Config settings(bool asksForCode) const;
 
     test_support::StillClock m_clock;
