@@ -54,12 +54,15 @@ Database::Files filesAt(const QString& path)
             identityOf(path + u"-shm"_s)};
 }
 
-/// SQLite would take what is missing of the last page for zeros. Where the log holds it, the power failed
-/// while that was folded in, and nothing is missing.
+/// Left by a power cut in a file that has no log yet; SQLite takes back what was half done, if it may write.
+bool hasJournal(const QString& path) { return QFileInfo::exists(path + u"-journal"_s); }
+
+/// SQLite would take what is missing of the last page for zeros. Where log or journal hold it, the power
+/// failed while the file was written to, and nothing is missing.
 bool isTorn(const QString& path, int pageSize)
 {
     const qint64 size = QFileInfo(path).size();
-    if (size % pageSize == 0)
+    if (size % pageSize == 0 || hasJournal(path))
         return false;
     const LoggedPages log = loggedPages(path, pageSize);
     if (log.pageCount == 0 || log.isDamaged)
@@ -207,7 +210,7 @@ void Database::examine(const Format& format, Look look)
     requirePlainFiles();
     if (!filesInUse().of(m_path))
         lookFromOutside(format);
-    connect(u"QSQLITE_OPEN_READONLY"_s);
+    connect(hasJournal(m_path) ? QString() : u"QSQLITE_OPEN_READONLY"_s);
     requireKind(format);
     // A larger one's damage is found as it is read; from then on nobody works with it unseen.
     const bool isReadThrough = look == Look::Through || QFileInfo::exists(suspicion()) ||

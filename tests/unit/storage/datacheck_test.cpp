@@ -5,6 +5,7 @@
 #include "host/storage/store.h"
 #include "host/storage/storedform.h"
 #include "tests/support/leftout.h"
+#include "tests/support/rawdatabase.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 
@@ -151,6 +152,27 @@ TEST_F(DataCheck, KeepsAStoreWhoseEndIsTornWhereItsLogHoldsWhatIsMissing)
     overwrite(u"till.sqlite"_s, torn);
     overwrite(u"till.sqlite-wal"_s, log.first(log.size() / 2));
     EXPECT_EQ(findings().size(), 1) << "of that log nothing was committed";
+}
+
+TEST_F(DataCheck, KeepsAStoreInWhichThePowerFailedBeforeItHadALog)
+{
+    fillStore();
+    QByteArray half;
+    QByteArray journal;
+    {
+        const test_support::RawDatabase raw(path(u"till.sqlite"_s));
+        (void)raw.run(u"PRAGMA journal_mode=DELETE"_s);
+        (void)raw.run(u"PRAGMA cache_size=1"_s); // what is changed goes to the file before it is whole
+        (void)raw.run(u"BEGIN"_s);
+        (void)raw.run(u"DELETE FROM queued"_s);
+        half = bytes(u"till.sqlite"_s);
+        journal = bytes(u"till.sqlite-journal"_s);
+        (void)raw.run(u"ROLLBACK"_s);
+    }
+    overwrite(u"till.sqlite"_s, half.chopped(512));
+    overwrite(u"till.sqlite-journal"_s, journal);
+    EXPECT_THAT(findings(), IsEmpty());
+    EXPECT_EQ(MessageQueue().waitingCount(), 20);
 }
 
 TEST_F(DataCheck, SetsAStoreAsideThatIsAnotherPrograms)
