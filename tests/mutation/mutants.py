@@ -5,7 +5,7 @@ import dataclasses
 import re
 
 from clang.cindex import CursorKind as Kind
-from clang.cindex import TokenKind
+from clang.cindex import TokenKind, TypeKind
 
 OTHER = {
     "<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==",
@@ -21,6 +21,7 @@ BODIES_FOLLOW = {
 }  # fmt: skip
 CONSTANT = {Kind.STATIC_ASSERT, Kind.ENUM_DECL, Kind.CXX_ACCESS_SPEC_DECL, Kind.TEMPLATE_NON_TYPE_PARAMETER}
 DECLARED = {Kind.VAR_DECL, Kind.FIELD_DECL, Kind.PARM_DECL, Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONVERSION_FUNCTION}
+NUMBERS = {k for k in TypeKind.__dict__.values() if isinstance(k, TypeKind) and TypeKind.BOOL.value <= k.value <= TypeKind.INT128.value} | {TypeKind.ENUM}
 
 
 @dataclasses.dataclass
@@ -59,11 +60,12 @@ class Statement:
 
 @dataclasses.dataclass
 class Constant:
-    """The word `constexpr` of a variable: a mutant needs one that is made when the program runs."""
+    """The word `constexpr` (or `const` of a number): with a mutant in it, it is made when the program runs."""
 
     start: int
     end: int
-    variable_end: int
+    instead: bytes
+    whole: tuple  # where the variable or function begins and ends
 
 
 class Finder:
@@ -115,8 +117,9 @@ class Finder:
                 return
             name = cursor.location.offset
             children = [c for c in children if c.extent.start.offset >= name]  # before it is its type
-            if kind == Kind.VAR_DECL:
-                self.constexpr(start, name, end)
+            if kind != Kind.PARM_DECL:
+                words = ["constexpr", "const"] if cursor.type.get_canonical().kind in NUMBERS else ["constexpr"]
+                self.constant(start, name, end, words, b"const" if kind == Kind.VAR_DECL else b"inline")
         elif kind in (Kind.DECL_REF_EXPR, Kind.MEMBER_REF_EXPR):
             self.enumerator(cursor)
             # What is behind the name are arguments of a template.
@@ -191,10 +194,10 @@ class Finder:
         node.is_condition |= is_condition
         node.instead.append((Mutant(kind, start, end, text), text))
 
-    def constexpr(self, start, name, end):
+    def constant(self, start, name, end, words, instead):
         for at, to, _, word in self.tokens_within(start, name):
-            if word == "constexpr":
-                self.constants.append(Constant(at, to, end))
+            if word in words:
+                self.constants.append(Constant(at, to, instead, (start, end)))
 
     def enumerator(self, cursor):
         constant = cursor.referenced

@@ -29,7 +29,7 @@ class Schemata:
         for constant in finder.constants:
             if constant not in self.constants:
                 for mutant in self.mutants:
-                    if constant.start <= mutant.start <= mutant.end <= constant.variable_end:
+                    if constant.whole[0] <= mutant.start <= mutant.end <= constant.whole[1]:
                         mutant.fault = "the compiler needs the value"
         self.settle()
 
@@ -47,14 +47,22 @@ class Schemata:
         return self.faults()
 
     def changeable(self, constants):
-        """Those variables that may as well be made when the program runs."""
-        if not constants or self.path.endswith(".h"):  # a header's are needed by others
+        """Those that may as well be made when the program runs."""
+        if self.path.endswith(".h"):  # a header's are needed by others
             return []
-        if not self.compile(self.render([], constants)):
+
+        # Others of its mutants may not compile for reasons of their own.
+        simple = [n for n in self.nodes if n.instead and n.instead[0][0].kind in ("constant", "text")]
+
+        def compiles(some):
+            inside = [n for n in simple if any(c.whole[0] <= n.start and n.end <= c.whole[1] for c in some)]
+            return not self.compile(self.render(inside, some))
+
+        if not constants or compiles(constants):
             return constants
         kept = []
         for constant in constants:
-            if not self.compile(self.render([], [*kept, constant])):
+            if compiles([*kept, constant]):
                 kept.append(constant)
         return kept
 
@@ -106,7 +114,7 @@ class Schemata:
 
     def write(self, node):
         if isinstance(node, Constant):
-            return b"const"
+            return node.instead
         written = self.within(node)
         instead = [(m.number, text) for m, text in node.instead if not m.fault]
         if isinstance(node, Expression):

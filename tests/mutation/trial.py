@@ -14,7 +14,6 @@ import time
 
 from workshop import BUILD
 
-SLACK = 15  # seconds beyond what the tests took without a mutant, before a run counts as hanging
 SHARE = 8  # so many seconds of tests are given to one process
 
 
@@ -24,6 +23,8 @@ def limit():
 
 
 class Runner:
+    slack = 15  # seconds beyond what the tests took without a mutant, before a run counts as hanging
+
     def __init__(self, bin_folder=BUILD / "bin"):
         self.bin = pathlib.Path(bin_folder)
         memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
@@ -121,7 +122,7 @@ class Runner:
             share[1].append(test["test"])
             share[2] += test["took"]
         for program, names, took in sorted(shares, key=lambda s: s[2]):
-            failed, _ = self.run(program, names, SLACK + 4 * took, KYR_MUTANT=str(mutant["number"]))
+            failed, _ = self.run(program, names, self.slack + 4 * took, KYR_MUTANT=str(mutant["number"]))
             if failed:
                 return f"{program} {failed}" if failed.startswith("a ") else failed
         return ""

@@ -72,7 +72,7 @@ def arguments(room, build=BUILD):
     place = f"/{TARGETS[room]}.dir/"
     commands = json.loads((build / "compile_commands.json").read_text())
     words = shlex.split(next(c["command"] for c in commands if place in c["command"].rpartition(" -o ")[2]))
-    kept = ["-x", "c++", "-ferror-limit=0", "-w", "-include", str(SWITCH)]
+    kept = ["-x", "c++", "-ferror-limit=0", "-Werror=vla", "-include", str(SWITCH)]
     for at, word in enumerate(words):
         if word == "-isystem":
             kept += words[at : at + 2]
