@@ -219,7 +219,8 @@ class Finder:
         if kind == Kind.CXX_BOOL_LITERAL_EXPR:
             other = "false" if word == "true" else "true"
         elif kind == Kind.CHARACTER_LITERAL:
-            other = re.sub(r"'.*'", "'~'" if "'#'" in word else "'#'", word)
+            one = re.fullmatch(r"\w*'([a-yA-Y0-8])'", word)  # another letter may be a meaning, as of a format
+            other = re.sub("'.*'", f"'{chr(ord(one[1]) + 1)}'" if one else "'~'" if "'#'" in word else "'#'", word)
         elif kind == Kind.INTEGER_LITERAL:
             number = re.fullmatch(r"(0[xX][0-9a-fA-F']+|[0-9']+)([a-zA-Z]*\w*)", word)
             if not number:

@@ -4,6 +4,7 @@ the compiler is shown the copies with mutants (an overlay of Clang's file system
 import hashlib
 import json
 import multiprocessing
+import os
 import pathlib
 import shlex
 import subprocess
@@ -98,15 +99,18 @@ def made(task):
     if len(schemata.mutants) > MOST:
         raise RuntimeError(f"{path} has more mutants than numbers")
     write_if_other(copy_of(path), schemata.text)
-    mutants = [described(path, source, m) for m in schemata.mutants]
-    seen = {}
-    for mutant in mutants:
-        twin = (mutant["old"], mutant["new"], mutant["kind"])
-        seen[twin] = seen.get(twin, 0) + 1
-        if seen[twin] > 1:
-            mutant["twin"] = seen[twin]
+    mutants = numbered_twins([described(path, source, m) for m in schemata.mutants])
     write_if_other(memory, json.dumps({"stamp": stamp, "mutants": mutants}, ensure_ascii=False, indent=1).encode())
     return path, mutants
+
+
+def numbered_twins(mutants):
+    """Tells mutants of a source apart that read alike."""
+    seen = {}
+    for mutant in mutants:
+        alike = (mutant["old"], mutant["new"], mutant["kind"])
+        mutant["twin"] = seen[alike] = seen.get(alike, 0) + 1
+    return mutants
 
 
 def described(path, source, mutant):
@@ -139,4 +143,4 @@ def prepare(rooms):
 
 
 def build():
-    run("ninja", "-C", BUILD, *PROGRAMS)
+    run("ninja", "-C", BUILD, f"-j{os.cpu_count()}", *PROGRAMS)
