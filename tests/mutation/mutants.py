@@ -340,7 +340,7 @@ class Finder:
             self.condition(within[-1], values)
         elif variable is not None and part < 0 and self.text(start, start + 2) == b"if" and not semicolons:
             # if (T x = …) becomes if (T x = …; x)
-            node = self.expressions[end, end] = Expression(end, end, tested=variable.spelling.encode())
+            node = self.expressions[end, end] = Expression(end, end, is_condition=True, tested=variable.spelling.encode())
             node.instead = [(Mutant("condition", end, end, b"; " + value), value) for value in values]
         return [c for c in children if c.kind != Kind.VAR_DECL or c is variable]
 

@@ -101,6 +101,11 @@ class Runner:
                     names = [t for t in self.tests_of(program) if "DISABLED_" not in t]
                     say(f"{program}: what {len(names)} tests come to")
                     known = {"stamp": now, "tests": [*pool.map(lambda t: self.reached_by(program, t, count), names)]}
+                    # Mutants are tried by many tests in one process: what these do to each other is not to count.
+                    together = [t["test"] for t in known["tests"] if not t["failed"]]
+                    failed, _ = self.run(program, together, 600)
+                    if failed:
+                        raise SystemExit(f"{program}: {failed} fails without a mutant when the tests share a process")
                     memory.parent.mkdir(parents=True, exist_ok=True)
                     memory.write_text(json.dumps(known))
                 tests += known["tests"]
