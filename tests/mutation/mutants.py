@@ -1,11 +1,12 @@
 """Finds where a source can be changed in one place, as Clang reads it."""
 
 import bisect
-import dataclasses
 import re
 
 from clang.cindex import CursorKind as Kind
 from clang.cindex import TokenKind, TypeKind
+
+from nodes import Constant, Expression, Mutant, Statement
 
 OTHER = {
     "<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==",
@@ -19,53 +20,17 @@ BODIES_FOLLOW = {
     Kind.IF_STMT, Kind.FOR_STMT, Kind.WHILE_STMT, Kind.DO_STMT, Kind.CXX_FOR_RANGE_STMT, Kind.CASE_STMT,
     Kind.DEFAULT_STMT, Kind.LABEL_STMT,
 }  # fmt: skip
-CONSTANT = {Kind.STATIC_ASSERT, Kind.ENUM_DECL, Kind.CXX_ACCESS_SPEC_DECL, Kind.TEMPLATE_NON_TYPE_PARAMETER}
-DECLARED = {Kind.VAR_DECL, Kind.FIELD_DECL, Kind.PARM_DECL, Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONVERSION_FUNCTION}
-NUMBERS = {k for k in TypeKind.__dict__.values() if isinstance(k, TypeKind) and TypeKind.BOOL.value <= k.value <= TypeKind.INT128.value} | {TypeKind.ENUM}
+LEAVES = (Kind.BREAK_STMT, Kind.CONTINUE_STMT, Kind.RETURN_STMT, Kind.CXX_THROW_EXPR)
+ELSEWHERE = {Kind.STATIC_ASSERT, Kind.ENUM_DECL, Kind.CXX_ACCESS_SPEC_DECL, Kind.TEMPLATE_NON_TYPE_PARAMETER}
+DECLARED = {
+    Kind.VAR_DECL, Kind.FIELD_DECL, Kind.PARM_DECL, Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONVERSION_FUNCTION,
+}  # fmt: skip
+SETS_ONE = re.compile(rb"[\w.>-]+?(?=(?:->|\.)(?:set[A-Z]\w*|insert)\()")
 
 
-@dataclasses.dataclass
-class Mutant:
-    """Bytes from start to end become `text`."""
-
-    kind: str
-    start: int
-    end: int
-    text: bytes
-    number: int = -1
-    fault: str = ""  # why it cannot be tried
-
-
-@dataclasses.dataclass
-class Expression:
-    """Something with a value; `instead` has pairs of a mutant and the other expression."""
-
-    start: int
-    end: int
-    instead: list = dataclasses.field(default_factory=list)
-    is_condition: bool = False
-    tested: bytes = b""  # a variable that is declared in a condition, which ends here
-
-
-@dataclasses.dataclass
-class Statement:
-    start: int
-    end: int
-    instead: list = dataclasses.field(default_factory=list)  # (mutant, what is done in its place)
-    absent: list = dataclasses.field(default_factory=list)  # with these mutants it is not done here
-    before: list = dataclasses.field(default_factory=list)  # (mutant, what is done first)
-    after: list = dataclasses.field(default_factory=list)
-    is_declaration: bool = False
-
-
-@dataclasses.dataclass
-class Constant:
-    """The word `constexpr` (or `const` of a number): with a mutant in it, it is made when the program runs."""
-
-    start: int
-    end: int
-    instead: bytes
-    whole: tuple  # where the variable or function begins and ends
+def is_number(type_):
+    kind = type_.get_canonical().kind
+    return kind == TypeKind.ENUM or TypeKind.BOOL.value <= kind.value <= TypeKind.INT128.value
 
 
 class Finder:
@@ -106,7 +71,7 @@ class Finder:
 
     def visit(self, cursor):
         kind = cursor.kind
-        if kind in CONSTANT or kind.is_attribute():
+        if kind in ELSEWHERE or kind.is_attribute():
             return
         start, end = self.range(cursor)
         if end > len(self.source) or start >= end and kind != Kind.COMPOUND_STMT:
@@ -118,7 +83,7 @@ class Finder:
             name = cursor.location.offset
             children = [c for c in children if c.extent.start.offset >= name]  # before it is its type
             if kind != Kind.PARM_DECL:
-                words = ["constexpr", "const"] if cursor.type.get_canonical().kind in NUMBERS else ["constexpr"]
+                words = ["constexpr", "const"] if is_number(cursor.type) else ["constexpr"]
                 self.constant(start, name, end, words, b"const" if kind == Kind.VAR_DECL else b"inline")
         elif kind in (Kind.DECL_REF_EXPR, Kind.MEMBER_REF_EXPR):
             self.enumerator(cursor)
@@ -246,7 +211,8 @@ class Finder:
         if not parts:
             return
         before, content, after = parts.groups()
-        at = next((i for i in reversed(range(len(content))) if content[i] not in "\\%\"" and content[i - 1] != "\\"), -1)
+        plain = [i for i, one in enumerate(content) if one not in '\\%"' and content[i - 1] != "\\"]
+        at = plain[-1] if plain else -1
         if content and at < 0:
             return
         changed = content[:at] + ("~" if content[at] == "#" else "#") + content[at + 1 :] if content else "#"
@@ -340,7 +306,8 @@ class Finder:
             self.condition(within[-1], values)
         elif variable is not None and part < 0 and self.text(start, start + 2) == b"if" and not semicolons:
             # if (T x = …) becomes if (T x = …; x)
-            node = self.expressions[end, end] = Expression(end, end, is_condition=True, tested=variable.spelling.encode())
+            node = Expression(end, end, is_condition=True, tested=variable.spelling.encode())
+            self.expressions[end, end] = node
             node.instead = [(Mutant("condition", end, end, b"; " + value), value) for value in values]
         return [c for c in children if c.kind != Kind.VAR_DECL or c is variable]
 
@@ -385,9 +352,7 @@ class Finder:
 
     def order_may_matter(self, first, second):
         for one in (first, second):
-            if one.kind in (Kind.BREAK_STMT, Kind.CONTINUE_STMT, Kind.RETURN_STMT, Kind.CXX_FOR_RANGE_STMT):
-                return False
-            if one.kind == Kind.CXX_THROW_EXPR:
+            if one.kind in (*LEAVES, Kind.CXX_FOR_RANGE_STMT):
                 return False
         if first.kind == Kind.DECL_STMT and second.kind == Kind.DECL_STMT:
             return False
@@ -395,8 +360,8 @@ class Finder:
         if not all(names) or any(n[0] in LOG_LEVELS for n in names):
             return False
         # Members of one object, each by its own name: the order of setting them is none.
-        objects = [re.match(rb"[\w.>-]*?(?=(?:->|\.)(?:set[A-Z]\w*|insert)\()", self.text(*self.range(c))) for c in (first, second)]
-        return not (all(objects) and objects[0][0] == objects[1][0] and objects[0][0])
+        objects = [SETS_ONE.match(self.text(*self.range(one))) for one in (first, second)]
+        return not (all(objects) and objects[0][0] == objects[1][0])
 
     def swap(self, one, two):
         between = self.text(one.end, two.start)

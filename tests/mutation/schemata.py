@@ -4,7 +4,8 @@ import re
 
 from clang import cindex
 
-from mutants import Constant, Expression, Finder, Statement
+from mutants import Finder
+from nodes import Constant, Expression, Statement
 
 OPTIONS = cindex.TranslationUnit.PARSE_PRECOMPILED_PREAMBLE | 0x100  # the preamble from the first time on
 NUMBER = re.compile(rb"mutation::is\((\d+)\)")

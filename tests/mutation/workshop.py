@@ -89,7 +89,7 @@ def made(task):
 
     path, first, args = task
     source = path.read_bytes()
-    tool = b"".join((SWITCH.parent / name).read_bytes() for name in ("mutants.py", "schemata.py"))
+    tool = b"".join((SWITCH.parent / name).read_bytes() for name in ("nodes.py", "mutants.py", "schemata.py"))
     stamp = hashlib.sha256(source + tool + repr((first, args)).encode()).hexdigest()
     memory = BUILD / "found" / f"{path.relative_to(ROOT)}.json"
     if memory.exists():
