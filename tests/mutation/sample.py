@@ -38,7 +38,8 @@ def relinked(build, folder, path, text):
     words = compiled.split()
     where = words.index("-o") + 1
     words[where] = str(folder / "client.o")
-    words[where - 1 : where - 1] = ["-w", "-ivfsoverlay", str(folder / "overlay.yaml"), "-include", str(workshop.SWITCH)]
+    with_mutants = ["-ivfsoverlay", str(folder / "overlay.yaml"), "-include", str(workshop.SWITCH)]
+    words[where - 1 : where - 1] = ["-w", *with_mutants]
     # The list of what it depends on is the build's.
     for option in ("-MF", "-MT"):
         del words[words.index(option) : words.index(option) + 2]

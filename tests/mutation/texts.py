@@ -1,4 +1,4 @@
-"""Texts that a test reads in the source itself (tests/contract/texts_test.cpp): the compiled mutant does not show there."""
+"""Texts that a test reads in the source (tests/contract/texts_test.cpp), where a compiled mutant does not show."""
 
 import re
 import xml.etree.ElementTree

@@ -84,7 +84,7 @@ def arguments(room, build=BUILD):
 
 
 def made(task):
-    """The mutants of one source as plain data, and the text with all of them in it; remembered while both are the same."""
+    """The mutants of one source as plain data; its copy has them all. Remembered while nothing changes."""
     from schemata import Schemata  # only where there is something to read
 
     path, first, args = task

@@ -178,6 +178,24 @@ TEST_F(Steps, WriteNothingThatDidNotChange)
     EXPECT_EQ(syncs.count(), 0);
 }
 
+TEST_F(Steps, KeepThatTheReceiptIsBeingPaidBeforeTheEarningLeavesAndSayItIsSettledOnlyAfterwards)
+{
+    openOnCard();
+    const auto kept = [] {
+        return SaveToFileLogic::loadOpenReceipt()->getPluginData(u"Till"_s, u"stage"_s, {});
+    };
+    QVariantList stages;
+    const auto looking = RestClient::guard({.departing =
+                                                [&](const QString& /*method*/, const QUrl& url) {
+                                                    if (url.fileName() == u"payment-b2c")
+                                                        stages.append(kept());
+                                                },
+                                            .answered = {}});
+    expectDone(checkout().pay());
+    EXPECT_EQ(stages, QVariantList{u"paying"_s}) << "else a till that dies meanwhile takes it for earned";
+    EXPECT_EQ(till().queue().waitingCount(), 0) << "nor is a sale with a card reported as nobody's";
+}
+
 TEST_F(Steps, HoldNobodyUpWhileARequestIsUnderWay)
 {
     openOnCard();
