@@ -255,6 +255,43 @@ TEST_F(InterruptedSteps, ThatCouldNotBeKeptWereNotDoneAndTheSpendingIsUnknown)
     expectDone(checkout().pay());
 }
 
+/// More points than there are were wanted, and what became of those that were asked for is not known.
+class InterruptedSpending : public InterruptedSteps
+{
+protected:
+    void SetUp() override
+    {
+        expectDone(checkout().openSale(
+            u"R"_s, {{.articul = u"1"_s, .name = u"Телевизор"_s, .price = 90'000, .quantity = 1}}));
+        expectDone(checkout().identifyByCard(u"2000000000017"_s));
+        interrupted(u"/force-payment-c2b"_s, [this] {
+            const till::Spending spending = checkout().spend(wanted);
+            asked = spending.points.value_or(wanted);
+            return spending;
+        });
+        bringBack();
+        ASSERT_LT(asked, wanted);
+    }
+    void expectTheSameSpent(double named)
+    {
+        const till::Spending again = checkout().spend(named);
+        expectDone(again);
+        EXPECT_EQ(again.points, asked);
+        EXPECT_EQ(checkout().state(), till::State::Discounted);
+        expectDone(checkout().pay());
+    }
+
+    static constexpr double wanted = 100'000;
+    double asked = 0; ///< of the service: no more than the card has
+};
+
+TEST_F(InterruptedSpending, IsRepeatedWhenTheCashierWantsTheSameAgain) { expectTheSameSpent(wanted); }
+
+TEST_F(InterruptedSpending, IsRepeatedWhenTheCashierNamesThePointsThatWereAskedFor)
+{
+    expectTheSameSpent(asked);
+}
+
 TEST_F(InterruptedSteps, ThatCouldNotBeKeptLoseNoMessage)
 {
     openOnCard();
