@@ -19,10 +19,13 @@ TARGETS = {
     "host/storage": "storage",
     "till/checkout": "till_checkout",
 }  # fmt: skip
-PROGRAMS = [
-    "test_client", "test_plugin", "test_storage", "test_queue", "test_till", "test_plugin_journey", "rescue_test",
-    "checkout_journey_test",
-]  # fmt: skip
+PROGRAMS = {
+    "client": ["test_client", "test_plugin", "test_plugin_journey"],
+    "plugin": ["test_plugin", "test_client", "test_plugin_journey"],
+    "host/queue": ["test_queue", "test_storage"],
+    "host/storage": ["test_storage", "rescue_test", "test_queue"],
+    "till/checkout": ["test_till", "checkout_journey_test"],
+}  # fmt: skip
 WHOLE_TILL = ["till_journey_test"]  # some seconds for each test: for what the others do not notice
 MOST = 2000  # mutants of one file: where its numbers begin does not depend on the other files
 
