@@ -9,8 +9,9 @@
 /// Every mutant is compiled in behind `mutation::is(its number)`; schemata.py writes the calls.
 namespace mutation {
 
-/// What the environment says to the whole process tree: the one mutant that is to live (KYR_MUTANT), or a file with a
-/// byte for each number (KYR_MUTANTS_REACHED), set when a process comes to where the mutant would have been.
+/// What the environment says to the whole process tree: the one mutant that is to live (KYR_MUTANT), or a
+/// file with a byte for each number (KYR_MUTANTS_REACHED), set when a process comes to where the mutant would
+/// have been.
 class Switch
 {
 public:
@@ -36,7 +37,8 @@ private:
         if (file < 0)
             return;
         m_count = static_cast<int>(lseek(file, 0, SEEK_END));
-        void* bytes = mmap(nullptr, static_cast<size_t>(m_count), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        void* bytes =
+            mmap(nullptr, static_cast<size_t>(m_count), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
         if (bytes != MAP_FAILED)
             m_reached = static_cast<unsigned char*>(bytes);
         close(file);
