@@ -47,14 +47,13 @@ double balance(const QVariantMap& account)
     return std::isfinite(points) ? points : 0; // "nan" and "inf" are words, though toDouble() takes them
 }
 
-// One of the four as a number, or as a text of digits. QVariant alone would take true for 1, 1.7 for 2 and
-// 4294967299 for 3.
+// One of the four as a number, or as a text of digits. Read as a text: QVariant's own toInt() would take true
+// for 1, 1.7 for 2 and 4294967299 for 3.
 int serviceStatus(const QVariant& value)
 {
     bool isNumber = false;
-    const double number =
-        value.typeId() == QMetaType::QString ? value.toString().toInt(&isNumber) : value.toDouble(&isNumber);
-    if (isNumber && value.typeId() != QMetaType::Bool) {
+    const int number = value.toString().toInt(&isNumber);
+    if (isNumber) {
         for (const int status : {ServiceStatus::New, ServiceStatus::NotFilledIn, ServiceStatus::Blocked,
                                  ServiceStatus::Active}) {
             if (number == status)

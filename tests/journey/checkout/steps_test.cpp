@@ -178,6 +178,24 @@ TEST_F(Steps, WriteNothingThatDidNotChange)
     EXPECT_EQ(syncs.count(), 0);
 }
 
+TEST_F(Steps, KeepThatTheReceiptIsBeingPaidBeforeTheEarningLeavesAndSayItIsSettledOnlyAfterwards)
+{
+    openOnCard();
+    const auto kept = [] {
+        return SaveToFileLogic::loadOpenReceipt()->getPluginData(u"Till"_s, u"stage"_s, {});
+    };
+    QVariantList stages;
+    const auto looking = RestClient::guard({.departing =
+                                                [&](const QString& /*method*/, const QUrl& url) {
+                                                    if (url.fileName() == u"payment-b2c")
+                                                        stages.append(kept());
+                                                },
+                                            .answered = {}});
+    expectDone(checkout().pay());
+    EXPECT_EQ(stages, QVariantList{u"paying"_s}) << "else a till that dies meanwhile takes it for earned";
+    EXPECT_EQ(till().queue().waitingCount(), 0) << "nor is a sale with a card reported as nobody's";
+}
+
 TEST_F(Steps, HoldNobodyUpWhileARequestIsUnderWay)
 {
     openOnCard();
@@ -235,6 +253,43 @@ TEST_F(InterruptedSteps, ThatCouldNotBeKeptWereNotDoneAndTheSpendingIsUnknown)
     EXPECT_EQ(checkout().state(), till::State::SpendingUnknown);
     expectDone(checkout().spend(50));
     expectDone(checkout().pay());
+}
+
+/// More points than there are were wanted, and what became of those that were asked for is not known.
+class InterruptedSpending : public InterruptedSteps
+{
+protected:
+    void SetUp() override
+    {
+        expectDone(checkout().openSale(
+            u"R"_s, {{.articul = u"1"_s, .name = u"Телевизор"_s, .price = 90'000, .quantity = 1}}));
+        expectDone(checkout().identifyByCard(u"2000000000017"_s));
+        interrupted(u"/force-payment-c2b"_s, [this] {
+            const till::Spending spending = checkout().spend(wanted);
+            asked = spending.points.value_or(wanted);
+            return spending;
+        });
+        bringBack();
+        ASSERT_LT(asked, wanted);
+    }
+    void expectTheSameSpent(double named)
+    {
+        const till::Spending again = checkout().spend(named);
+        expectDone(again);
+        EXPECT_EQ(again.points, asked);
+        EXPECT_EQ(checkout().state(), till::State::Discounted);
+        expectDone(checkout().pay());
+    }
+
+    static constexpr double wanted = 100'000;
+    double asked = 0; ///< of the service: no more than the card has
+};
+
+TEST_F(InterruptedSpending, IsRepeatedWhenTheCashierWantsTheSameAgain) { expectTheSameSpent(wanted); }
+
+TEST_F(InterruptedSpending, IsRepeatedWhenTheCashierNamesThePointsThatWereAskedFor)
+{
+    expectTheSameSpent(asked);
 }
 
 TEST_F(InterruptedSteps, ThatCouldNotBeKeptLoseNoMessage)

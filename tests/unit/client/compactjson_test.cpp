@@ -182,6 +182,13 @@ TEST_F(CompactJson, WritesEachUnitOfATextAsQtDoes)
     }
 }
 
+TEST_F(CompactJson, EndsAKeyWhereItsViewEndsThoughTheRestOfTheCharacterIsBehind)
+{
+    const QString card = u"🂡"_s;
+    const std::vector<json::Object> objects{{{QStringView(card).first(1), 1}}};
+    EXPECT_EQ(json::compact(objects), R"([{"\ud83c":1}])");
+}
+
 TEST_F(CompactJson, WritesWhatIsEmptyAsQtDoes)
 {
     EXPECT_EQ(json::compact(QVariantMap()), "{}");

@@ -2,6 +2,7 @@
 #include "host/queue/queuedelivery.h"
 #include "host/storage/filelock.h"
 #include "tests/support/fakeservice.h"
+#include "tests/support/logcapture.h"
 #include "tests/unit/storage/scene.h"
 
 #include <gmock/gmock.h>
@@ -84,6 +85,15 @@ TEST_F(Delivery, LeavesWhatMayPassToTheNextRun)
         service.answer("{}");
         EXPECT_EQ(run().delivered, 1) << code;
     }
+}
+
+TEST_F(Delivery, TellsTheAdministratorOfAMessageThatIsParked)
+{
+    const test_support::LogCapture log(u"network"_s);
+    const qint64 id = add(u"R-1"_s, u"refused"_s);
+    service.answer("{}", 404);
+    run();
+    EXPECT_THAT(log.lines(), testing::Contains(u"warn: Queue: message %1 is parked"_s.arg(id)));
 }
 
 TEST_F(Delivery, ParksWhatTheServiceRefuses)

@@ -56,6 +56,12 @@ TEST_F(QueueJournal, TellsWhatHappenedToEachMessageOfAReceipt)
                                     u"dropped refuse-payment "_s + b + u" 0  0 ms"_s));
 }
 
+TEST_F(QueueJournal, TellsWhatTheServiceSaidOfADeliveredMessage)
+{
+    queue.delivered(add(), {0, {}, 34, u"15 points taken back"_s});
+    EXPECT_THAT(told().last().toStdString(), testing::HasSubstr(" 0 15 points taken back 34 ms"));
+}
+
 TEST_F(QueueJournal, CountsTheAttemptsSinceATimeByWhatCameOfThem)
 {
     test_support::StillClock clock;

@@ -79,6 +79,8 @@ TEST_F(Readdressing, IsToldInTheReceiptsJournal)
     EXPECT_EQ(last.event, u"readdressed"_s);
     EXPECT_EQ(last.operation, u"payment"_s);
     EXPECT_EQ(last.message, id);
+    EXPECT_EQ(last.code, 0) << "nobody answered";
+    EXPECT_EQ(last.milliseconds, 0);
     EXPECT_EQ(last.detail, u"http://new/v2/payment"_s);
 }
 
