@@ -10,6 +10,7 @@
 #include <QElapsedTimer>
 #include <QHashSeed>
 #include <QLoggingCategory>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <cstdio>
@@ -38,24 +39,36 @@ QStringList play(const simulation::Story& story, const QString& root, bool isTol
     return findings;
 }
 
-/// The shortest story that still goes wrong: what can be left out is.
-simulation::Story shortened(simulation::Story story, const QString& root)
+/// What is found without the numbers, which are others in another story.
+QString kindOf(const QString& finding)
 {
+    static const QRegularExpression number(u"[0-9…][0-9.,…-]*"_s);
+    return QString(finding).remove(number);
+}
+
+/// The shortest story in which the same goes wrong: what can be left out is.
+simulation::Story shortened(simulation::Story story, const QString& finding, const QString& root)
+{
+    const auto goesWrong = [&](const simulation::Story& shorter) {
+        const QStringList findings = play(shorter, root, false);
+        return std::any_of(findings.cbegin(), findings.cend(),
+                           [&](const QString& found) { return kindOf(found) == kindOf(finding); });
+    };
     for (qsizetype chunk = story.episodes.size() / 2; chunk > 0; chunk /= 2) {
         for (qsizetype begin = 0; begin < story.episodes.size();) {
             simulation::Story shorter = story;
             shorter.episodes.remove(begin, std::min(chunk, shorter.episodes.size() - begin));
-            if (play(shorter, root, false).isEmpty())
-                begin += chunk;
-            else
+            if (goesWrong(shorter))
                 story = shorter;
+            else
+                begin += chunk;
         }
     }
     for (qsizetype i = 0; i < story.episodes.size(); ++i) {
         for (qsizetype trouble = story.episodes[i].troubles.size() - 1; trouble >= 0; --trouble) {
             simulation::Story calmer = story;
             calmer.episodes[i].troubles.removeAt(trouble);
-            if (!play(calmer, root, false).isEmpty())
+            if (goesWrong(calmer))
                 story = calmer;
         }
     }
@@ -66,7 +79,7 @@ void tell(const simulation::Story& story, const QStringList& findings, const QSt
 {
     std::printf("seed %llu, %lld episodes:\n%s\n", static_cast<unsigned long long>(story.seed),
                 static_cast<long long>(story.episodes.size()), qPrintable(findings.join(u'\n')));
-    const simulation::Story shorter = shortened(story, root);
+    const simulation::Story shorter = shortened(story, findings.first(), root);
     std::printf("shortened:\n%s\nas it happens:\n", qPrintable(simulation::told(shorter).join(u'\n')));
     play(shorter, root, true);
 }

@@ -196,16 +196,18 @@ void Shop::requireAlive() const
 
 void Shop::note(const QString& line)
 {
-    m_log.append(u"%1 till %2: %3"_s.arg(m_clock.now().toString(u"MM-dd hh:mm:ss"_s))
-                     .arg(m_at + 1)
-                     .arg(QString(line).replace(m_folder, u"…"_s)));
+    const QString time = m_clock.now().toString(u"MM-dd hh:mm:ss"_s);
+    m_log.append(u"%1 till %2: %3"_s.arg(time).arg(m_at + 1).arg(toldAnywhere(line)));
 }
 
 void Shop::find(const QString& finding)
 {
     note(u"FINDING: "_s + finding);
-    m_findings.append(finding);
+    m_findings.append(toldAnywhere(finding));
 }
+
+/// Where the files lie is another place each time.
+QString Shop::toldAnywhere(QString line) const { return line.replace(m_folder, u"…"_s); }
 
 void Shop::checkAfterDeath()
 {

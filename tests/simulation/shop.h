@@ -46,6 +46,7 @@ private:
     void requireAlive() const;
     void note(const QString& line);
     void find(const QString& finding);
+    [[nodiscard]] QString toldAnywhere(QString line) const;
 
     void sell(Dice& dice);
     void giveBack(Dice& dice);
