@@ -36,6 +36,10 @@ target_compile_options(kyr_settings INTERFACE $<$<CXX_COMPILER_ID:Clang>:-gdwarf
 target_compile_definitions(kyr_settings INTERFACE
   QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
   QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_NO_FOREACH QT_NO_KEYWORDS QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+# Tests run once: to optimise them takes longer than it saves.
+add_library(kyr_test_settings INTERFACE)
+target_link_libraries(kyr_test_settings INTERFACE kyr_settings)
+target_compile_options(kyr_test_settings INTERFACE $<$<CONFIG:Release>:-O0>)
 # What is shipped, in distinction from its tests.
 add_library(kyr_shipped INTERFACE)
 target_link_libraries(kyr_shipped INTERFACE kyr_settings)

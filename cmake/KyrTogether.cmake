@@ -29,7 +29,7 @@ if(TARGET precompiled_code)
   target_link_libraries(precompiled_code PRIVATE kyr_shipped)
 endif()
 if(TARGET precompiled_tests)
-  target_link_libraries(precompiled_tests PRIVATE kyr_settings GTest::gmock)
+  target_link_libraries(precompiled_tests PRIVATE kyr_test_settings GTest::gmock)
   target_precompile_headers(precompiled_tests PRIVATE <gmock/gmock.h>)
 endif()
 
