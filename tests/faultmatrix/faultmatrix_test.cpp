@@ -139,7 +139,7 @@ TEST_P(FaultMatrix, IsWaitedForShownAndSettledAsTheContractSays)
 }
 
 INSTANTIATE_TEST_SUITE_P(At, FaultMatrix, ::testing::Range<qsizetype>(0, places().size()),
-                         [](const auto& info) { return places().at(info.param).name; });
+                         [](const auto& cell) { return places().at(cell.param).name; });
 
 TEST(FaultMatrixOfTheStand, HasARowForEachOfItsFaults)
 {
