@@ -202,11 +202,11 @@ QList<Place> spendings()
     left.name = "SpendingThenRolledBack";
     left.goOn = rollBack;
     left.end = cancelledIfItWasDone;
-    Place inMoney = force;
-    inMoney.name = "SpendingThenPaid";
-    inMoney.goOn = spendWhatIsInDoubtAndPay;
-    inMoney.end = paidInMoneyWhenRefused;
-    return {force, again, left, inMoney};
+    Place paid = force;
+    paid.name = "SpendingThenPaid";
+    paid.goOn = spendWhatIsInDoubtAndPay;
+    paid.end = paidInMoneyWhenRefused;
+    return {force, again, left, paid};
 }
 
 QList<Place> spendingsWithACode()

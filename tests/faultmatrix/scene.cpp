@@ -26,7 +26,7 @@ namespace {
 
 constexpr int patienceMs = 20'000;
 constexpr unsigned long glanceMs = 10;
-const QString code = u"1234"_s;
+const QString smsCode = u"1234"_s;
 
 QString nameOf(till::State state)
 {
@@ -85,11 +85,11 @@ int Customer::chooseFromList(const ChoiceRequest& /*request*/) { return 0; }
 
 core::BasicDialog::Result Customer::inputText(const TextInputRequest& /*request*/)
 {
-    return core::BasicDialog::Result::entered(code);
+    return core::BasicDialog::Result::entered(smsCode);
 }
 
 Scene::Scene(bool asksForCode)
-    : m_stand({u"--sms-code"_s, code})
+    : m_stand({u"--sms-code"_s, smsCode})
     , m_url(m_stand.url())
     , m_observing(RestClient::observe([this](const RestExchange& exchange) { m_exchanges.append(exchange); }))
     , m_till(std::make_unique<till::Till>(till::Parts{.pluginFile = QStringLiteral(PLUGIN_FILE),
@@ -167,8 +167,9 @@ void Scene::deliverAll() const
 {
     const auto messages = queue().messages(std::numeric_limits<int>::max());
     for (const QueuedMessage& message : messages) {
-        if (message.state == QueuedMessage::State::Parked)
+        if (message.state == QueuedMessage::State::Parked) {
             EXPECT_TRUE(queue().retry(message.id));
+        }
     }
     expectDone(deliver());
 }

@@ -51,7 +51,10 @@ Seen& Shop::seenOf(const QString& identifier)
                                     [&](const Seen& seen) { return seen.identifier == identifier; });
     if (found != m_seen.rend())
         return *found;
-    m_seen.append({.identifier = identifier, .till = m_at});
+    Seen seen;
+    seen.identifier = identifier;
+    seen.till = m_at;
+    m_seen.append(seen);
     return m_seen.last();
 }
 
