@@ -4,6 +4,7 @@
 #include "host/storage/documents.h"
 #include "host/storage/store.h"
 #include "tests/simulation/fate.h"
+#include "tests/simulation/monotonic.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
 
@@ -50,6 +51,7 @@ Shop::Shop(const Story& story, const QString& folder, bool isServiceForgetful)
     , m_cashier(std::make_unique<Cashier>(m_service, Dice(story.seed)))
     , m_knownPassword(m_service.password())
 {
+    beginSpans();
     for (int i = 0; i < story.tills; ++i)
         QDir().mkpath(folder + u"/%1"_s.arg(i));
 }

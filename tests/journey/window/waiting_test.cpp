@@ -35,13 +35,22 @@ private:
     test_support::HttpServer m_server;
 };
 
-/// Starts the search for a card, and does that in the middle of its request.
-void whileSearching(Cashier& cashier, const std::function<void()>& act)
+/// Starts the search for a card, and does that once its request has come to the service and the screen says
+/// so.
+void whileSearching(Cashier& cashier, const SlowService& service, const std::function<void()>& act)
 {
     cashier.sell();
     cashier.probe().takeLongest();
-    QTimer::singleShot(250, &cashier.window(), act);
+    QTimer glance;
+    QObject::connect(&glance, &QTimer::timeout, &cashier.window(), [&] {
+        if (service.requests() == 0 || cashier.window().waitingText().isEmpty())
+            return;
+        glance.stop();
+        act();
+    });
+    glance.start(10);
     cashier.identify(u"2000000000055"_s);
+    EXPECT_FALSE(glance.isActive()) << "the screen said nothing while the request ran";
 }
 
 void keyFromTheScreen(Qt::Key key)
@@ -54,10 +63,10 @@ void keyFromTheScreen(Qt::Key key)
 
 TEST(WindowWaiting, GoesOnPaintingWhileARequestRuns)
 {
-    const SlowService service(600ms);
+    const SlowService service(1s);
     Cashier cashier({.serverUrl = service.url()});
     int before = 0;
-    whileSearching(cashier, [&] {
+    whileSearching(cashier, service, [&] {
         before = cashier.probe().paintings();
         EXPECT_EQ(cashier.window().waitingText(), u"Обращение к системе лояльности"_s);
         picture(cashier.window(), u"waiting"_s);
@@ -73,7 +82,7 @@ TEST(WindowWaiting, RefusesKeysVisiblyAndLetsNoneComeLate)
     const SlowService service(600ms);
     Cashier cashier({.serverUrl = service.url()});
     QString screen;
-    whileSearching(cashier, [&] {
+    whileSearching(cashier, service, [&] {
         keyFromTheScreen(Qt::Key_F9); // would pay
         QTimer::singleShot(50, &cashier.window(), [&] { screen = cashier.screen(); });
     });
@@ -87,7 +96,7 @@ TEST(WindowWaiting, DoesNotCloseInTheMiddleOfARequest)
 {
     const SlowService service(600ms);
     Cashier cashier({.serverUrl = service.url()});
-    whileSearching(cashier, [&] {
+    whileSearching(cashier, service, [&] {
         EXPECT_FALSE(cashier.window().close());
         EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Закрыть нельзя"));
     });
