@@ -20,7 +20,7 @@ stand::Answer Service::answer(const stand::Request& request, const QDateTime& ti
         return stand::failure(401, u"Требуется авторизация"_s);
     stand::Transaction transaction(m_database);
     stand::Answer answer = m_service.answer(request);
-    if (!m_isForgetful || ++m_answers % 50 != 0)
+    if (!m_isForgetful || ++m_answers % 20 != 0)
         transaction.commit();
     return answer;
 }
