@@ -210,10 +210,12 @@ void Database::examine(const Format& format, Look look)
     requirePlainFiles();
     if (!filesInUse().of(m_path))
         lookFromOutside(format);
-    connect(hasJournal(m_path) ? QString() : u"QSQLITE_OPEN_READONLY"_s);
+    const bool hadJournal = hasJournal(m_path);
+    connect(hadJournal ? QString() : u"QSQLITE_OPEN_READONLY"_s);
     requireKind(format);
-    // A larger one's damage is found as it is read; from then on nobody works with it unseen.
-    const bool isReadThrough = look == Look::Through || QFileInfo::exists(suspicion()) ||
+    // A larger one's damage is found as it is read; from then on nobody works with it unseen. Whether a
+    // journal held what was missing, nobody has looked.
+    const bool isReadThrough = look == Look::Through || hadJournal || QFileInfo::exists(suspicion()) ||
                                (look == Look::AtAStart && QFileInfo(m_path).size() <= readAtAStart);
     if (isReadThrough) {
         QSqlQuery query = prepared(u"PRAGMA quick_check(1)"_s);

@@ -5,10 +5,13 @@
 #include "host/storage/documents.h"
 #include "till/audit/booking.h"
 #include "till/audit/reconciliation.h"
-#include "till/checkout/receiptsums.h"
 #include "till/setup/hostobjects.h"
 
+#include <QMap>
+#include <QSet>
+
 #include <cmath>
+#include <numeric>
 
 using namespace Qt::StringLiterals;
 
@@ -19,35 +22,82 @@ namespace {
 /// What the service's books hold of one receipt, told from its rows and nothing else.
 struct Booked
 {
-    qint64 spent = 0;  ///< hundredths of a point that are spent now
     int spendings = 0; ///< that were not canceled
     int earnings = 0;
-    int posted = 0; ///< as a receipt without a card
+    int posted = 0;               ///< as a receipt without a card
+    QMap<QString, qint64> points; ///< spent on each position, in hundredths
 };
 
 QHash<QString, Booked> bookedBy(Service& service)
 {
     QHash<QString, Booked> all;
-    const QStringList operations =
-        service.rows(u"SELECT o.check_identifier, o.operation, o.points, "
-                     "coalesce((SELECT sum(c.points) FROM operations c WHERE c.root = o.n AND c.operation = "
-                     "'cancellation'), 0) "
-                     "FROM operations o WHERE o.operation IN ('spending', 'earning')"_s);
-    for (const QString& row : operations) {
-        const QStringList columns = row.split(u' ');
-        Booked& booked = all[columns.at(0)];
-        if (columns.at(1) == u"earning") {
-            ++booked.earnings;
-            continue;
-        }
-        const qint64 left = columns.at(2).toLongLong() - columns.at(3).toLongLong();
-        booked.spent += left;
-        booked.spendings += left != 0 ? 1 : 0;
-    }
-    for (const QString& number :
+    const QString stands =
+        u"o.operation = 'spending' AND NOT EXISTS "
+        "(SELECT 1 FROM operations c WHERE c.root = o.n AND c.operation = 'cancellation')"_s;
+    for (const QVariantList& row :
+         service.rows(u"SELECT o.check_identifier FROM operations o WHERE "_s + stands))
+        ++all[row[0].toString()].spendings;
+    for (const QVariantList& row :
+         service.rows(u"SELECT o.check_identifier, s.position, s.points FROM operations o "
+                      "JOIN shares s ON s.operation = o.n WHERE s.points <> 0 AND "_s +
+                      stands))
+        all[row[0].toString()].points[row[1].toString()] += row[2].toLongLong();
+    for (const QVariantList& row :
+         service.rows(u"SELECT check_identifier FROM operations WHERE operation = 'earning'"_s))
+        ++all[row[0].toString()].earnings;
+    for (const QVariantList& row :
          service.rows(u"SELECT receipt_number FROM anonymous WHERE method = 'POST'"_s))
-        ++all[number].posted;
+        ++all[row[0].toString()].posted;
     return all;
+}
+
+/// The points on each position of the receipt, as bookedBy() has them.
+QMap<QString, qint64> pointsOn(const AbstractDocument& receipt)
+{
+    QMap<QString, qint64> points;
+    const auto items = receipt.getGoodsItems();
+    for (const auto& item : items) {
+        if (const qint64 hundredths = std::llround(item->getBonusImpactSum() * 100); hundredths != 0)
+            points.insert(QString::number(item->getPosnum()), hundredths);
+    }
+    return points;
+}
+
+QString textOf(const QMap<QString, qint64>& points)
+{
+    QStringList parts;
+    for (auto part = points.begin(); part != points.end(); ++part)
+        parts.append(u"%1 on position %2"_s.arg(part.value()).arg(part.key()));
+    return parts.isEmpty() ? u"nothing"_s : parts.join(u", "_s);
+}
+
+/// What is wrong with a sale; `closed` is null where it was not.
+QStringList faultsOf(const Seen& seen, const AbstractDocument* closed, const Booked& booked)
+{
+    QStringList faults;
+    const auto find = [&faults](const QString& fault) { faults.append(fault); };
+    const QString& name = seen.identifier;
+    const QMap<QString, qint64> points = closed ? pointsOn(*closed) : QMap<QString, qint64>();
+    if (booked.points != points || booked.spendings != (points.isEmpty() ? 0 : 1))
+        find(u"%1: %2 spendings in the books, %3; on the receipt %4"_s.arg(name)
+                 .arg(booked.spendings)
+                 .arg(textOf(booked.points), textOf(points)));
+    const qint64 spent = std::accumulate(points.begin(), points.end(), qint64{0});
+    if (closed && seen.spent && std::llround(*seen.spent * 100) != spent)
+        find(u"%1: the cashier saw %2 points spent, the receipt has %3 hundredths"_s.arg(name)
+                 .arg(*seen.spent)
+                 .arg(spent));
+    // A till may die between finding the card and telling of it; it is never the other way round.
+    const auto record = closed ? closed->getCardRecord(KyrLoyaltySystem) : nullptr;
+    const QString card = record ? record->getNumber().toString() : QString();
+    if (closed && !seen.card.isEmpty() && seen.card != card)
+        find(name + u": the cashier saw a card that is not on the receipt"_s);
+    const bool mustEarn = closed && seen.earns && !card.isEmpty();
+    if (booked.earnings > (closed ? 1 : 0) || (mustEarn && booked.earnings == 0))
+        find(u"%1: earned %2 times"_s.arg(name).arg(booked.earnings));
+    if (booked.posted != (closed && card.isEmpty() ? 1 : 0))
+        find(u"%1: reported %2 times without a card"_s.arg(name).arg(booked.posted));
+    return faults;
 }
 
 } // namespace
@@ -56,53 +106,27 @@ void Shop::checkBooks()
 {
     const till::Ledger ledger(m_service.ledger(), {});
     const QHash<QString, Booked> books = bookedBy(m_service);
+    const QStringList received = ledger.receipts();
+    QStringList findings;
+    QSet<QString> ours(received.cbegin(), received.cend());
+    ours.removeIf([this](const QString& name) { return !name.startsWith(u"T%1-"_s.arg(m_at + 1)); });
     for (const Seen& seen : m_seen) {
         if (seen.till != m_at)
             continue;
-        const QString& name = seen.identifier;
-        const till::BookedReceipt booked = till::bookedReceipt(name, {}, {});
-        for (const QString& difference : ledger.differences(name, booked))
-            find(difference);
+        ours.insert(seen.identifier);
+        const till::BookedReceipt booked = till::bookedReceipt(seen.identifier, {}, {});
         if (seen.paid && !booked.closed)
-            find(name + u": paid, and not closed"_s);
+            findings.append(seen.identifier + u": paid, and not closed"_s);
         if (seen.gone && booked.closed)
-            find(name + u": rolled back, and closed"_s);
+            findings.append(seen.identifier + u": rolled back, and closed"_s);
         const bool isReturn = booked.document && booked.document->getDocumentType() == ReturnReceipt;
-        if (isReturn || !seen.sale.isEmpty())
-            continue; // what comes back of which position the ledger's differences tell
-        const Booked there = books.value(name);
-        const qint64 spent = booked.closed ? till::bonusDiscountOf(*booked.document).value_or(-1) : 0;
-        if (there.spent != spent || there.spendings > 1)
-            find(u"%1: %2 spendings of %3 in the books, %4 on the receipt"_s.arg(name)
-                     .arg(there.spendings)
-                     .arg(there.spent)
-                     .arg(spent));
-        if (booked.closed && seen.spent && std::llround(*seen.spent * 100) != spent)
-            find(u"%1: the cashier saw %2 points spent, the receipt has %3 hundredths"_s.arg(name)
-                     .arg(*seen.spent)
-                     .arg(spent));
-        if (there.earnings > 1 || (seen.earns && !seen.card.isEmpty() && there.earnings != 1) ||
-            (!booked.closed && there.earnings > 0))
-            find(u"%1: earned %2 times"_s.arg(name).arg(there.earnings));
-        // A till may die between finding the card and telling of it; without one it is not the other way
-        // round.
-        const auto record = booked.closed ? booked.document->getCardRecord(KyrLoyaltySystem) : nullptr;
-        const QString card = record ? record->getNumber().toString() : QString();
-        if (booked.closed && !seen.card.isEmpty() && seen.card != card)
-            find(name + u": the cashier saw a card that is not on the receipt"_s);
-        if (there.posted != (booked.closed && card.isEmpty() ? 1 : 0))
-            find(u"%1: reported %2 times without a card"_s.arg(name).arg(there.posted));
+        if (!isReturn && seen.sale.isEmpty()) // what comes back of which position is in the differences
+            findings += faultsOf(seen, booked.document.data(), books.value(seen.identifier));
     }
-    const QStringList received = ledger.receipts();
-    for (const QString& name : received) {
-        if (name.startsWith(u"T%1-"_s.arg(m_at + 1)) &&
-            std::none_of(m_seen.cbegin(), m_seen.cend(),
-                         [&](const Seen& seen) { return seen.identifier == name; })) {
-            const till::BookedReceipt booked = till::bookedReceipt(name, {}, {});
-            for (const QString& difference : ledger.differences(name, booked))
-                find(difference);
-        }
-    }
+    for (const QString& name : ours)
+        findings += ledger.differences(name, till::bookedReceipt(name, {}, {}));
+    for (const QString& finding : findings)
+        find(finding);
 }
 
 } // namespace simulation

@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDir>
 #include <QHashSeed>
 #include <QLoggingCategory>
 #include <QRegularExpression>
@@ -101,8 +102,10 @@ qint64 numberFrom(QStringList& arguments, const QString& option, qint64 usual)
     const qsizetype at = arguments.indexOf(option);
     if (at < 0 || at + 1 >= arguments.size())
         return usual;
-    const qint64 value = arguments.at(at + 1).toLongLong();
-    arguments.remove(at, 2);
+    bool isNumber = false;
+    const qint64 value = arguments.at(at + 1).toLongLong(&isNumber);
+    if (isNumber && value >= 0)
+        arguments.remove(at, 2); // what is left over is told
     return value;
 }
 
@@ -128,7 +131,11 @@ int main(int argc, char** argv)
                      "                  [--forgetful-service]\n");
         return 2;
     }
-    const QTemporaryDir root(u"/dev/shm/simulation-XXXXXX"_s);
+    const QTemporaryDir root(QDir::tempPath() + u"/simulation-XXXXXX"_s);
+    if (!root.isValid()) {
+        std::fprintf(stderr, "simulation: no folder can be made in %s\n", qPrintable(QDir::tempPath()));
+        return 2;
+    }
     simulation::Disk::install(root.path());
     const qint64 start = QDateTime::currentMSecsSinceEpoch(); // spans are the simulation's
     const auto elapsed = [start] { return QDateTime::currentMSecsSinceEpoch() - start; };

@@ -6,6 +6,7 @@
 #include "stand/pages/inspection.h"
 
 #include <QJsonObject>
+#include <QSqlRecord>
 
 using namespace Qt::StringLiterals;
 
@@ -38,15 +39,16 @@ QVariantMap Service::ledger()
 
 QStringList Service::violations() { return stand::violations(m_database); }
 
-QStringList Service::rows(const QString& statement)
+QList<QVariantList> Service::rows(const QString& statement)
 {
     stand::Rows found = m_database.run(statement);
-    QStringList rows;
+    const int columns = found.record().count();
+    QList<QVariantList> rows;
     while (found.next()) {
-        QStringList row;
-        for (int i = 0; !found.isNull(i) || found.value(i).isValid(); ++i)
-            row.append(found.value(i).toString());
-        rows.append(row.join(u' '));
+        QVariantList row;
+        for (int i = 0; i < columns; ++i)
+            row.append(found.value(i));
+        rows.append(row);
     }
     return rows;
 }

@@ -32,8 +32,8 @@ public:
     [[nodiscard]] QVariantMap ledger();
     /// What is wrong with the books taken for themselves.
     [[nodiscard]] QStringList violations();
-    /// A row for each that the statement finds in its books, joined by blanks.
-    [[nodiscard]] QStringList rows(const QString& statement);
+    /// What the statement finds in its books.
+    [[nodiscard]] QList<QVariantList> rows(const QString& statement);
 
 private:
     bool m_isForgetful;

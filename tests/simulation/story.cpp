@@ -3,6 +3,7 @@
 #include "tests/simulation/dice.h"
 
 #include <array>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -51,25 +52,26 @@ Trouble trouble(Dice& dice)
     return trouble;
 }
 
+/// Of a hundred episodes, so many.
+constexpr std::array<std::pair<Episode::Kind, int>, Episode::kinds> shares{{{Episode::Sale, 55},
+                                                                            {Episode::Return, 20},
+                                                                            {Episode::Delivery, 10},
+                                                                            {Episode::Restart, 4},
+                                                                            {Episode::Outage, 4},
+                                                                            {Episode::Password, 2},
+                                                                            {Episode::ClockJump, 2},
+                                                                            {Episode::Evening, 1},
+                                                                            {Episode::Backup, 1},
+                                                                            {Episode::Restore, 1}}};
+
 Episode::Kind kindOf(int chance)
 {
-    if (chance < 55)
-        return Episode::Sale;
-    if (chance < 75)
-        return Episode::Return;
-    if (chance < 85)
-        return Episode::Delivery;
-    if (chance < 89)
-        return Episode::Restart;
-    if (chance < 93)
-        return Episode::Outage;
-    if (chance < 95)
-        return Episode::Password;
-    if (chance < 97)
-        return Episode::ClockJump;
-    if (chance < 98)
-        return Episode::Evening;
-    return chance < 99 ? Episode::Backup : Episode::Restore;
+    for (const auto& [kind, share] : shares) {
+        if (chance < share)
+            return kind;
+        chance -= share;
+    }
+    return Episode::Sale;
 }
 
 } // namespace

@@ -343,6 +343,14 @@ TEST_F(DataCheck, LooksThroughALargeFileOnceDamageWasMetInIt)
     expectSetAsideAtItsEnd(damaged);
 }
 
+TEST_F(DataCheck, SetsALargeFileAsideThatIsTornWhereAJournalBesideItHoldsNothing)
+{
+    const QByteArray torn = damageALargeStore().chopped(512);
+    overwrite(u"till.sqlite"_s, torn);
+    overwrite(u"till.sqlite-journal"_s, {});
+    expectSetAsideAtItsEnd(torn);
+}
+
 TEST_F(DataCheck, SetsALargeFileAsideOnceItWasReadThrough)
 {
     const QByteArray damaged = damageALargeStore();
