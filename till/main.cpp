@@ -8,9 +8,19 @@
 #include <QCoreApplication>
 #include <QTextStream>
 
+#include <sys/resource.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// A crash leaves no core file, which would hold the password. Not a byte is allowed, but for one: that is less
+/// than any core has, and unlike none it is also heeded where the system hands cores to a program.
+void leaveNoCore()
+{
+    constexpr rlimit least{1, 1};
+    setrlimit(RLIMIT_CORE, &least);
+}
 
 void tell(const QString& text) { QTextStream(stdout) << text << Qt::endl; }
 
@@ -50,6 +60,7 @@ int guardedRun(int& argc, char** argv)
 
 int main(int argc, char* argv[])
 {
+    leaveNoCore();
     till::guardStandardStreams();
     return till::statusOfOutput(guardedRun(argc, argv));
 }

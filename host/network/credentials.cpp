@@ -1,6 +1,8 @@
 #include "host/network/credentials.h"
 
 #include <QByteArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 #include <QStringList>
 
@@ -28,8 +30,16 @@ QStringList secretsOf(const QString& authorization)
     QStringList secrets{encoded};
     if (authorization.startsWith("Basic "_L1, Qt::CaseInsensitive))
         secrets += QString::fromUtf8(QByteArray::fromBase64(encoded.toUtf8())).section(u':', 1);
-    secrets.removeAll(QString());
     return secrets;
+}
+
+QString oneTimeCodeIn(const QByteArray& body)
+{
+    if (!body.contains(R"("code")")) // a receipt of a thousand positions need not be parsed for it
+        return {};
+    constexpr qsizetype shortest = 4;
+    const QString code = QJsonDocument::fromJson(body).object().value(u"code"_s).toString().trimmed();
+    return code.size() < shortest ? QString() : code;
 }
 
 QRegularExpression matching(const QStringList& secrets)
@@ -70,9 +80,11 @@ QVariant without(const QRegularExpression& secrets, const QVariant& value)
 
 } // namespace
 
-QVariant withoutCredentials(const QVariant& answer, const QHash<QString, QString>& headers)
+QVariant withoutCredentials(const QVariant& answer, const Request& request)
 {
-    const QStringList secrets = secretsOf(authorizationIn(headers));
+    QStringList secrets =
+        secretsOf(authorizationIn(request.headers)) + QStringList{oneTimeCodeIn(request.body)};
+    secrets.removeAll(QString());
     return secrets.isEmpty() ? answer : without(matching(secrets), answer);
 }
 

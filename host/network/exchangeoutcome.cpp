@@ -79,4 +79,31 @@ QString failureName(int code)
     return QString::fromLatin1(QMetaEnum::fromType<ErrorCode>().valueToKey(code));
 }
 
+QString failureText(int code)
+{
+    if (isErrorStatus(code))
+        return u"HTTP %1"_s.arg(code);
+    switch (static_cast<ErrorCode>(code)) {
+    case ErrorCode::Connect:
+        return u"no connection to the service"_s;
+    case ErrorCode::Timeout:
+        return u"no answer in time"_s;
+    case ErrorCode::Tls:
+        return u"the service's certificate is not trusted, or TLS failed"_s;
+    case ErrorCode::BrokenAnswer:
+        return u"the answer is broken, empty or no JSON object"_s;
+    case ErrorCode::TooLarge:
+        return u"the answer is too large"_s;
+    case ErrorCode::Redirect:
+        return u"redirected: somebody other than the service answered"_s;
+    case ErrorCode::BadUrl:
+        return u"the message's URL is not valid"_s;
+    case ErrorCode::BadHeader:
+        return u"a header of the message cannot be sent"_s;
+    case ErrorCode::None:
+        break;
+    }
+    return u"error %1"_s.arg(code);
+}
+
 } // namespace network

@@ -38,4 +38,7 @@ enum class ExchangeOutcome {
 /// RestClient's own word for a failure, "Timeout"; empty for success and for an HTTP status.
 [[nodiscard]] HOST_EXPORT QString failureName(int code);
 
+/// What happened, in the administrator's words: "no answer in time", "HTTP 503".
+[[nodiscard]] HOST_EXPORT QString failureText(int code);
+
 } // namespace network

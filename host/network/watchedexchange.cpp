@@ -65,10 +65,13 @@ void log(const RestExchange& exchange)
     const QString failure = failureName(exchange.errorCode);
     const QString outcome = failure.isEmpty() ? QString::number(exchange.status) : failure;
     const QUrl plain = exchange.url.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
-    utils::logger(u"network"_s)
-        ->debug(u"%1 %2: %3, %4 ms, %5 bytes"_s.arg(exchange.method, utils::maskPath(plain.toString()),
-                                                    outcome, QString::number(exchange.milliseconds),
-                                                    QString::number(exchange.answerBody.size())));
+    const QString line = u"%1 %2: %3, %4 ms, %5 bytes"_s.arg(
+        exchange.method, utils::maskPath(plain.toString()), outcome, QString::number(exchange.milliseconds),
+        QString::number(exchange.answerBody.size()));
+    if (outcomeOf(exchange.errorCode) == ExchangeOutcome::NeverSent) // somebody has to mend it
+        utils::logger(u"network"_s)->warn(line + u"; "_s + failureText(exchange.errorCode));
+    else
+        utils::logger(u"network"_s)->debug(line);
 }
 
 } // namespace
@@ -104,7 +107,7 @@ Judged WatchedExchange::finish(Answer answer) const
 {
     const utils::LogReceipt itsOwn(m_receipt);
     const QVariant given = answer.failure == ErrorCode::None ? parsed(answer.body) : QVariant();
-    const QVariant shown = withoutCredentials(given, m_request.headers);
+    const QVariant shown = withoutCredentials(given, m_request);
     Judged judged{codeOf(m_request.method, answer, given), {}, m_clock.elapsed(), answer.retryAfter};
     if (isErrorStatus(judged.code))
         judged.response = shown; // its texts are all that it is good for

@@ -16,33 +16,6 @@ using ErrorCode = RestClient::ErrorCode;
 
 constexpr qsizetype longestWords = 2000;
 
-QString codeText(int code)
-{
-    if (isErrorStatus(code))
-        return u"HTTP %1"_s.arg(code);
-    switch (static_cast<ErrorCode>(code)) {
-    case ErrorCode::Connect:
-        return u"no connection to the service"_s;
-    case ErrorCode::Timeout:
-        return u"no answer in time"_s;
-    case ErrorCode::Tls:
-        return u"the service's certificate is not trusted, or TLS failed"_s;
-    case ErrorCode::BrokenAnswer:
-        return u"the answer is broken, empty or no JSON object"_s;
-    case ErrorCode::TooLarge:
-        return u"the answer is too large"_s;
-    case ErrorCode::Redirect:
-        return u"redirected: somebody other than the service answered"_s;
-    case ErrorCode::BadUrl:
-        return u"the message's URL is not valid"_s;
-    case ErrorCode::BadHeader:
-        return u"a header of the message cannot be sent"_s;
-    case ErrorCode::None:
-        break;
-    }
-    return u"error %1"_s.arg(code);
-}
-
 bool isHopeless(ExchangeOutcome outcome)
 {
     switch (outcome) {
@@ -136,9 +109,9 @@ SendingOutcome outcomeOf(const ParallelClient::Finished& finished)
     const bool hopeless = isHopeless(outcome);
     QString error = words;
     if (words.isEmpty())
-        error = codeText(code);
+        error = failureText(code);
     else if (!hopeless)
-        error = codeText(code) + u": "_s + words;
+        error = failureText(code) + u": "_s + words;
     return {{code, error, finished.milliseconds}, hopeless, finished.retryAfter};
 }
 

@@ -118,6 +118,10 @@ std::optional<Step> readStep(const JsonNode& node, Problems& problems)
     }
     const QString wanted = name->scalar.toString();
     const StepKind* kind = findStepKind(wanted);
+    if (!kind && !wanted.isEmpty() && wanted.front().isDigit()) { // what was typed may be somebody's code
+        problems.append({name->line, u"a number is no step; a code is typed where one is asked for"_s});
+        return std::nullopt;
+    }
     if (!kind) {
         QStringList known;
         for (const StepKind& candidate : stepKinds())

@@ -50,14 +50,16 @@ TEST(TillScenario, UnknownStepsAndMembersAreNamedWithWhatIsMeant)
             { "do": "openSael" },
             { "do": "identifyByCard", "card": "2000000000017",
               "pin": "1" },
-            { "do": "brew" }
+            { "do": "brew" },
+            { "do": "1234" }
         ] })"),
         ElementsAre(
             "2: unknown member \"nmae\"; did you mean \"name\"?",
             "4: unknown step \"openSael\"; did you mean \"openSale\"?",
             StartsWith("6: identifyByCard: unknown member \"pin\"; known are card"),
             StartsWith(
-                "7: unknown step \"brew\"; known are openSale, openReturn, setPositions, identifyByCard")));
+                "7: unknown step \"brew\"; known are openSale, openReturn, setPositions, identifyByCard"),
+            "8: a number is no step; a code is typed where one is asked for"));
 }
 
 TEST(TillScenario, MistypedAndMissingMembersAreNamed)

@@ -22,7 +22,7 @@ struct Seen
     QByteArray observed;
 };
 
-Seen ask(const RestHeaders& headers, int status, const QByteArray& body)
+Seen ask(const RestHeaders& headers, int status, const QByteArray& body, const QByteArray& sent = "{}")
 {
     HttpServer server;
     server.enqueue(HttpAnswer::status(status, body));
@@ -30,7 +30,7 @@ Seen ask(const RestHeaders& headers, int status, const QByteArray& body)
     const auto observing =
         RestClient::observe([&seen](const RestExchange& exchange) { seen.observed = exchange.answerBody; });
     RestClient client;
-    client.post(server.url(), "{}", headers);
+    client.post(server.url(), sent, headers);
     seen.response = client.getResponse().toMap();
     return seen;
 }
@@ -83,6 +83,22 @@ TEST(RestClientEcho, OfATokenIsTakenOutToo)
 {
     const Seen seen = ask({{u"Authorization"_s, u"Bearer abcdefgh"_s}}, 401, R"({"a":"Bearer abcdefgh"})");
     EXPECT_EQ(seen.response.value(u"a"_s), QVariant(u"Bearer ***"_s));
+}
+
+TEST(RestClientEcho, OfAOneTimeCodeIsTakenOutToo)
+{
+    const auto told = [](const QByteArray& sent, const QByteArray& text) {
+        return ask({}, 422, R"({"a":")" + text + R"("})", sent)
+            .response.value(u"a"_s)
+            .toString()
+            .toStdString();
+    };
+    const QByteArray code = R"({"approve_id":7,"code":" 4711 "})";
+    EXPECT_EQ(told(code, "Код 4711 неверен, осталось 2 из 4711; чек 47110"),
+              "Код *** неверен, осталось 2 из ***; чек 47110");
+    EXPECT_EQ(told(R"({"code":"2"})", "осталось 2"), "осталось 2") << "any number, no secret";
+    EXPECT_EQ(told(R"({"prod_code":"4711","code":47111})", "4711, 47111"), "4711, 47111")
+        << "no code of that kind";
 }
 
 TEST(RestClientEcho, InASuccessIsHiddenFromOnlookersAndLeftToTheProgram)

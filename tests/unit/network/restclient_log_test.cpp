@@ -43,12 +43,12 @@ public:
     }
 
 private:
-    static void keep(QtMsgType /*type*/, const QMessageLogContext& context, const QString& message)
+    static void keep(QtMsgType type, const QMessageLogContext& context, const QString& message)
     {
         if (QByteArrayView(context.category) != "network")
             return;
         const std::lock_guard lock(logged().mutex);
-        logged().lines.append(message);
+        logged().lines.append((type == QtWarningMsg ? u"warning: "_s : QString()) + message);
     }
 
     QtMessageHandler m_before;
@@ -120,4 +120,16 @@ TEST(RestClientLog, GivesTheStatusOfAnErrorAnswer)
     const QStringList lines = LogKeeper::take();
     ASSERT_THAT(lines, SizeIs(1));
     EXPECT_EQ(steady(lines[0]), u"GET http://127.0.0.1:P/: 502, T ms, 6 bytes"_s);
+}
+
+TEST(RestClientLog, WarnsOfACertificateThatIsNotTrusted)
+{
+    const LogKeeper keeper;
+    const HttpServer server{test_support::Certificate()};
+    get(server.url());
+    const QStringList lines = LogKeeper::take();
+    ASSERT_THAT(lines, SizeIs(1));
+    EXPECT_EQ(steady(lines[0]),
+              u"warning: GET https://127.0.0.1:P/: Tls, T ms, 0 bytes; the service's certificate is not "
+              "trusted, or TLS failed"_s);
 }
