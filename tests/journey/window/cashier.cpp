@@ -205,20 +205,37 @@ void Cashier::touchRow(QTableWidget& table, int row)
     pump();
 }
 
-void Cashier::atDialog(const std::function<void(QDialog&)>& act)
+void Cashier::once(const std::function<bool()>& isSo, const std::function<void()>& act)
 {
     auto* timer = new QTimer(m_window.get());
     timer->setInterval(5);
-    QObject::connect(timer, &QTimer::timeout, m_window.get(), [this, timer, act] {
-        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isActiveWindow())
+    QObject::connect(timer, &QTimer::timeout, m_window.get(), [timer, isSo, act] {
+        if (!isSo())
             return;
         timer->stop();
         timer->deleteLater();
-        ++m_dialogs;
-        act(*dialog);
+        act();
     });
     timer->start();
+}
+
+void Cashier::atDialog(const std::function<void(QDialog&)>& act)
+{
+    const auto dialog = [] { return qobject_cast<QDialog*>(QApplication::activeModalWidget()); };
+    once([dialog] { return dialog() && dialog()->isActiveWindow(); },
+         [this, dialog, act] {
+             ++m_dialogs;
+             act(*dialog());
+         });
+}
+
+void Cashier::atRequest(const std::function<void()>& act)
+{
+    once([this] { return !m_window->waitingText().isEmpty(); },
+         [this, act] {
+             ++m_requests;
+             act();
+         });
 }
 
 void Cashier::sell(const QString& card)

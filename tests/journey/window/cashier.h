@@ -105,6 +105,8 @@ public:
     [[nodiscard]] QString focus();
     /// What is done when the next dialog is open; it is given the dialog.
     void atDialog(const std::function<void(QDialog&)>& act);
+    /// What is done once the screen says that a request is under way.
+    void atRequest(const std::function<void()>& act);
 
     /// A sale of two articles; with the card when one is named.
     void sell(const QString& card = {});
@@ -128,9 +130,12 @@ public:
     [[nodiscard]] QStringList buttons() const;
     /// How many dialogs were answered.
     [[nodiscard]] int dialogs() const { return m_dialogs; }
+    /// In how many requests something was done.
+    [[nodiscard]] int requests() const { return m_requests; }
 
 private:
     void pump();
+    void once(const std::function<bool()>& isSo, const std::function<void()>& act);
     void send(QEvent::Type type, int key, Qt::KeyboardModifiers modifiers, const QString& text);
     /// The window that keys go to.
     [[nodiscard]] QWindow* focused();
@@ -147,6 +152,7 @@ private:
     PaintProbe* m_probe = nullptr;
     Keyboard m_keyboard;
     int m_dialogs = 0;
+    int m_requests = 0;
     int m_keys = 0;
     int m_beeps = 0;
 };

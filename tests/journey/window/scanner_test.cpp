@@ -1,13 +1,11 @@
 #include "tests/journey/window/cashier.h"
-
-#include "tests/support/httpserver.h"
+#include "tests/journey/window/slowservice.h"
 
 #include <QApplication>
 #include <QLineEdit>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -38,29 +36,6 @@ QString fieldText(Cashier& cashier, const QString& name)
     const auto* field = cashier.window().findChild<QLineEdit*>(name);
     return field ? field->text() : u"no such field"_s;
 }
-
-/// Searches for a card at a service that takes its time, and does that meanwhile.
-void whileSearching(Cashier& cashier, const std::function<void()>& act)
-{
-    cashier.scan(u"4601"_s);
-    QTimer::singleShot(250, &cashier.window(), act);
-    cashier.scan(card);
-}
-
-class SlowService
-{
-public:
-    SlowService()
-    {
-        auto answer = test_support::HttpAnswer::status(404, R"({"errors":[{"message":"Карты нет"}]})");
-        answer.delay = 600ms;
-        m_server.enqueue(answer);
-    }
-    [[nodiscard]] QString url() const { return m_server.url().toString(); }
-
-private:
-    test_support::HttpServer m_server;
-};
 
 } // namespace
 
@@ -283,7 +258,8 @@ TEST(WindowWaiting, KeepsScannedGoodsInOrderAndRefusesAllElse)
     const SlowService service;
     Cashier cashier({.serverUrl = service.url()});
     std::string told;
-    whileSearching(cashier, [&] {
+    cashier.scan(u"4601"_s);
+    cashier.atRequest([&] {
         cashier.scan(u"4602"_s);
         told = cashier.screen().toStdString();
         cashier.scan(u"4603"_s);
@@ -294,6 +270,8 @@ TEST(WindowWaiting, KeepsScannedGoodsInOrderAndRefusesAllElse)
         EXPECT_EQ(cashier.takeBeeps(), 1) << "a card is not kept";
         cashier.typeFast(u"77"_s); // half a second later they would be in a field
     });
+    cashier.scan(card);
+    EXPECT_EQ(cashier.requests(), 1);
     EXPECT_TRUE(QTest::qWaitFor([&] { return goodsOf(cashier) == "4601x1 4602x2 4603x1"; }))
         << goodsOf(cashier);
     EXPECT_THAT(told, HasSubstr("Хлеб ржаной: будет в чеке после ответа"));
@@ -306,7 +284,7 @@ TEST(WindowWaiting, GoodsScannedWhileTheReceiptIsPaidAreRefusedNotSoldToTheNextC
     Cashier cashier;
     cashier.sell(card);
     cashier.spoilTheNext(u"payment-b2c"_s, R"("fault":"late","ms":600)");
-    QTimer::singleShot(250, &cashier.window(), [&] { cashier.scan(u"4602"_s); });
+    cashier.atRequest([&] { cashier.scan(u"4602"_s); });
     cashier.press(Qt::Key_F9);
     EXPECT_FALSE(cashier.checkout().receipt());
     EXPECT_TRUE(QTest::qWaitFor([&] { return cashier.notice().startsWith(u"Хлеб ржаной — не в чеке"_s); }))

@@ -1,6 +1,5 @@
 #include "tests/journey/window/cashier.h"
-
-#include "tests/support/httpserver.h"
+#include "tests/journey/window/slowservice.h"
 #include "tests/support/rawdatabase.h"
 
 #include <QApplication>
@@ -16,41 +15,14 @@ namespace windowtest {
 
 namespace {
 
-/// A service that takes its time for every answer, and knows nobody.
-class SlowService
-{
-public:
-    explicit SlowService(std::chrono::milliseconds delay, int answers = 20)
-    {
-        for (int i = 0; i < answers; ++i) {
-            auto answer = test_support::HttpAnswer::status(404, R"({"errors":[{"message":"Карты нет"}]})");
-            answer.delay = delay;
-            m_server.enqueue(answer);
-        }
-    }
-    [[nodiscard]] QString url() const { return m_server.url().toString(); }
-    [[nodiscard]] qsizetype requests() const { return m_server.requests().size(); }
-
-private:
-    test_support::HttpServer m_server;
-};
-
-/// Starts the search for a card, and does that once its request has come to the service and the screen says
-/// so.
-void whileSearching(Cashier& cashier, const SlowService& service, const std::function<void()>& act)
+/// Starts the search for a card, and does that once the screen says so.
+void whileSearching(Cashier& cashier, const std::function<void()>& act)
 {
     cashier.sell();
     cashier.probe().takeLongest();
-    QTimer glance;
-    QObject::connect(&glance, &QTimer::timeout, &cashier.window(), [&] {
-        if (service.requests() == 0 || cashier.window().waitingText().isEmpty())
-            return;
-        glance.stop();
-        act();
-    });
-    glance.start(10);
+    cashier.atRequest(act);
     cashier.identify(u"2000000000055"_s);
-    EXPECT_FALSE(glance.isActive()) << "the screen said nothing while the request ran";
+    EXPECT_EQ(cashier.requests(), 1) << "the screen said nothing while the request ran";
 }
 
 void keyFromTheScreen(Qt::Key key)
@@ -66,7 +38,7 @@ TEST(WindowWaiting, GoesOnPaintingWhileARequestRuns)
     const SlowService service(1s);
     Cashier cashier({.serverUrl = service.url()});
     int before = 0;
-    whileSearching(cashier, service, [&] {
+    whileSearching(cashier, [&] {
         before = cashier.probe().paintings();
         EXPECT_EQ(cashier.window().waitingText(), u"Обращение к системе лояльности"_s);
         picture(cashier.window(), u"waiting"_s);
@@ -79,10 +51,10 @@ TEST(WindowWaiting, GoesOnPaintingWhileARequestRuns)
 
 TEST(WindowWaiting, RefusesKeysVisiblyAndLetsNoneComeLate)
 {
-    const SlowService service(600ms);
+    const SlowService service;
     Cashier cashier({.serverUrl = service.url()});
     QString screen;
-    whileSearching(cashier, service, [&] {
+    whileSearching(cashier, [&] {
         keyFromTheScreen(Qt::Key_F9); // would pay
         QTimer::singleShot(50, &cashier.window(), [&] { screen = cashier.screen(); });
     });
@@ -94,9 +66,9 @@ TEST(WindowWaiting, RefusesKeysVisiblyAndLetsNoneComeLate)
 
 TEST(WindowWaiting, DoesNotCloseInTheMiddleOfARequest)
 {
-    const SlowService service(600ms);
+    const SlowService service;
     Cashier cashier({.serverUrl = service.url()});
-    whileSearching(cashier, service, [&] {
+    whileSearching(cashier, [&] {
         EXPECT_FALSE(cashier.window().close());
         EXPECT_THAT(cashier.screen().toStdString(), HasSubstr("Закрыть нельзя"));
     });
