@@ -44,6 +44,7 @@ target_compile_options(kyr_test_settings INTERFACE $<$<CONFIG:Release>:-O0>)
 add_library(kyr_shipped INTERFACE)
 target_link_libraries(kyr_shipped INTERFACE kyr_settings)
 if(KYR_SANITIZE)
+  target_compile_options(kyr_test_settings INTERFACE -O0)
   # Undefined behaviour is looked for in what is shipped: tests take twice as long to compile with it.
   string(REPLACE ",undefined" "" everywhere "${KYR_SANITIZE}")
   target_compile_options(kyr_settings INTERFACE -fsanitize=${everywhere} -fno-sanitize-recover=all -fno-omit-frame-pointer)
