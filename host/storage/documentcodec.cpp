@@ -145,9 +145,18 @@ QSharedPointer<GoodsItem> nextGoodsItem(QDataStream& in)
     auto item = QSharedPointer<GoodsItem>::create(posnum, articul, name, price, next<double>(in));
     item->setDiscount(next<double>(in));
     item->setBonusImpactSum(next<double>(in));
-    if (const auto grossSum = next<QVariant>(in); grossSum.isValid())
+    if (const QVariant grossSum = storage::storedValue(in); grossSum.isValid())
         item->setGrossSum(grossSum.toDouble());
     return item;
+}
+
+/// Two positions with one number are somebody's damage.
+void addTo(Document& document, const QSharedPointer<GoodsItem>& item, QDataStream& in)
+{
+    if (document.getGoodsItemByPosnum(item->getPosnum()))
+        in.setStatus(QDataStream::ReadCorruptData);
+    else
+        document.addGoodsItem(item);
 }
 
 QSharedPointer<Document> nextDocument(QDataStream& in)
@@ -156,10 +165,10 @@ QSharedPointer<Document> nextDocument(QDataStream& in)
     auto document = QSharedPointer<Document>::create(type, next<QString>(in));
     document->setReturnIdentifier(next<QString>(in));
     document->setSaleDocumentId(storage::storedValue(in));
-    for (const int flag : next<QList<int>>(in))
+    for (const int flag : storage::storedList<int>(in))
         document->setFlag(flag);
     for (auto left = next<quint32>(in); left > 0 && in.status() == QDataStream::Ok; --left)
-        document->addGoodsItem(nextGoodsItem(in));
+        addTo(*document, nextGoodsItem(in), in);
     for (auto left = next<quint32>(in); left > 0 && in.status() == QDataStream::Ok; --left)
         document->setCardRecord(nextCardRecord(in));
     const auto plugins = storage::storedMap(in);

@@ -29,6 +29,8 @@ bool isContainer(int type)
            type == QMetaType::QVariantList || type == QMetaType::QVariantPair;
 }
 
+bool isTextList(int type) { return type == QMetaType::QStringList || type == QMetaType::QByteArrayList; }
+
 /// Holds no value of any type, and a stream knows it.
 bool isPlain(int type)
 {
@@ -104,6 +106,10 @@ QVariant readContainer(QDataStream& in, int type, int levels)
         const QVariant first = readValue(in, levels);
         return QVariant::fromValue(std::pair(first, readValue(in, levels)));
     }
+    case QMetaType::QStringList:
+        return storedList<QString>(in);
+    case QMetaType::QByteArrayList:
+        return QVariant::fromValue(storedList<QByteArray>(in));
     default:
         return readList(in, levels);
     }
@@ -116,7 +122,7 @@ QVariant readValue(QDataStream& in, int levels)
     const QByteArray head = in.device()->peek(size);
     const int type = head.size() < size ? QMetaType::UnknownType : qFromBigEndian<qint32>(head.constData());
     QVariant value;
-    if (isContainer(type) && levels > 0) {
+    if (isTextList(type) || (isContainer(type) && levels > 0)) {
         in.skipRawData(size);
         value = readContainer(in, type, levels - 1);
         return head.back() == '\0' ? value : QVariant(QMetaType(type));

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QDataStream>
+#include <QList>
 #include <QString>
 #include <QVariant>
 
@@ -26,6 +27,21 @@ HOST_EXPORT tr::Tr unstorable(const QVariant& value);
 /// have let through makes the stream's status ReadCorruptData.
 HOST_EXPORT QVariant storedValue(QDataStream& in);
 HOST_EXPORT QVariantMap storedMap(QDataStream& in);
+
+/// Reads what a stream of that version wrote as a list, without making room beforehand for as many as damaged
+/// bytes may say there are.
+template <class T>
+QList<T> storedList(QDataStream& in)
+{
+    QList<T> list;
+    quint32 left = 0;
+    for (in >> left; left > 0 && in.status() == QDataStream::Ok; --left) {
+        T value{};
+        in >> value;
+        list.append(value);
+    }
+    return list;
+}
 
 /// What kind of content a seal names, and in which version of its format.
 struct Seal

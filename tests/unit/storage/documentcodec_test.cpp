@@ -176,6 +176,21 @@ TEST_F(DocumentCodec, IsDamagedWhenItsPlugInDataGoDownForEver)
               u"hostStorageDamaged"_s);
 }
 
+TEST_F(DocumentCodec, IsDamagedWhenTwoPositionsHaveOneNumber)
+{
+    Document document(SaleReceipt, u"R-1"_s);
+    for (const int posnum : {1, 2})
+        document.addGoodsItem(QSharedPointer<GoodsItem>::create(posnum, u"x"_s, u"y"_s, 10, 1));
+    const QByteArray articul = QByteArray::fromHex("00000002"
+                                                   "0078");
+    QByteArray content = documentcodec::written(document).sliced(48);
+    content.replace(QByteArray::fromHex("00000002") + articul, QByteArray::fromHex("00000001") + articul);
+    EXPECT_EQ(failure([&] {
+                  documentcodec::readDocument(storage::sealed({0x4B595264, 1}, content), u"file"_s);
+              }),
+              u"hostStorageDamaged"_s);
+}
+
 TEST_F(DocumentCodec, TellsDamageAndALaterVersionWithTheFilesName)
 {
     const QByteArray bytes = documentcodec::written(*sale);

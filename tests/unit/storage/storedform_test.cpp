@@ -56,6 +56,8 @@ const QVariantMap plain{{u"double"_s, 1.5},
                         {u"invalid"_s, QVariant()},
                         {u"date"_s, QDate(2024, 2, 29)},
                         {u"texts"_s, QStringList{u"a"_s}},
+                        {u"no texts"_s, QVariant(QMetaType::fromType<QStringList>())},
+                        {u"bytes"_s, QVariant::fromValue(QByteArrayList{"a", "\0b"_ba})},
                         {u"hash"_s, QVariantHash{{u"a"_s, 1}}},
                         {u"pair"_s, QVariant::fromValue(std::pair(QVariant(1), QVariant(u"b"_s)))},
                         {u"list"_s, QVariantList{1, QVariantMap{{u"bytes"_s, "x"_ba}}}}};
@@ -135,11 +137,16 @@ TEST(StoredForm, IsDamagedAndNoDangerWhenItGoesDownForEver)
 
 TEST(StoredForm, IsDamagedAndNoDangerWhenItsCountsAreWrong)
 {
-    const QByteArray whole = written(QVariantList{1, QVariantMap{{u"a"_s, u"b"_s}}});
-    for (qsizetype size = 0; size < whole.size(); ++size)
-        EXPECT_EQ(read(whole.first(size)), std::nullopt) << size;
-    for (const char* count : {"ffffffff", "7fffffff", "00000003"})
-        EXPECT_EQ(read(whole.first(5) + QByteArray::fromHex(count) + whole.sliced(9)), std::nullopt) << count;
+    for (const QVariant& list :
+         {QVariant(QVariantList{1, QVariantMap{{u"a"_s, u"b"_s}}}), QVariant(QStringList{u"a"_s, u"b"_s}),
+          QVariant::fromValue(QByteArrayList{"a", "b"})}) {
+        const QByteArray whole = written(list);
+        for (qsizetype size = 0; size < whole.size(); ++size)
+            EXPECT_EQ(read(whole.first(size)), std::nullopt) << list.typeName() << size;
+        for (const char* count : {"ffffffff", "7fffffff", "00000003"})
+            EXPECT_EQ(read(whole.first(5) + QByteArray::fromHex(count) + whole.sliced(9)), std::nullopt)
+                << list.typeName() << count;
+    }
 }
 
 TEST(StoredForm, HasAHeadOfFortyEightBytesThatBeginsWithMagicVersionAndSize)
