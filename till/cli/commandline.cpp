@@ -227,7 +227,7 @@ std::variant<Call, Text, VersionsWanted> readCommandLine(const Commands& command
     Call call{&command, {readOptions(second, command.tries), words.sliced(command.name.count(u' ') + 1), {}}};
     for (const OptionKind& kind : command.options) {
         if (second.isSet(kind.name))
-            call.invocation.own.insert(kind.name, second.value(kind.name));
+            call.invocation.own.insert(kind.name, kind.value.isEmpty() ? QString() : second.value(kind.name));
     }
     checkArguments(command, call.invocation.arguments);
     return call;
