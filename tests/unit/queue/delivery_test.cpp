@@ -1,6 +1,7 @@
 #include "host/queue/messagequeue.h"
 #include "host/queue/queuedelivery.h"
 #include "host/storage/filelock.h"
+#include "host/storage/journal.h"
 #include "tests/support/fakeservice.h"
 #include "tests/support/logcapture.h"
 #include "tests/unit/storage/scene.h"
@@ -121,6 +122,34 @@ TEST_F(Delivery, ParksWithTheServicesOwnWords)
                    400);
     EXPECT_EQ(run().firstError, u"Карта не найдена\nE\nC\nD"_s);
     EXPECT_EQ(first().lastError, u"Карта не найдена\nE\nC\nD"_s);
+}
+
+TEST_F(Delivery, KeepsACodeThatNobodyKnowsForLater)
+{
+    add(u"R-1"_s, u"x"_s);
+    service.answer({}, 42);
+    const auto summary = run();
+    EXPECT_EQ(summary.waiting, 1);
+    EXPECT_EQ(summary.firstError, u"error 42"_s);
+}
+
+TEST_F(Delivery, TellsWhatTheAnswersOfDeliveredMessagesSaid)
+{
+    add(u"R-1"_s, u"well"_s);
+    add(u"R-2"_s, u"badly"_s);
+    service.answer(R"({"earned":7})");
+    service.answer(R"({"earned":8})", 503);
+    QueueDelivery::Options options;
+    options.account = [](const QueuedMessage& message, const QVariant& answer) {
+        return message.group + u" earned "_s + answer.toMap().value(u"earned"_s).toString();
+    };
+    QStringList told;
+    options.attempted = [&told](const QueuedMessage& /*message*/, const QueueAttempt& attempt) {
+        told.append(attempt.account);
+    };
+    QueueDelivery(queue, options).run();
+    EXPECT_THAT(told, ElementsAre(u"R-1 earned 7"_s, QString()));
+    EXPECT_EQ(storage::Journal().of(u"R-1"_s).last().detail, u"R-1 earned 7"_s);
 }
 
 TEST_F(Delivery, PutsTheStatusBeforeTheWordsOfAPassingFailure)
