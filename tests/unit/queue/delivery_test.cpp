@@ -267,10 +267,13 @@ TEST_F(Delivery, StopsBetweenTwoMessagesWhenAsked)
 
 TEST_F(Delivery, IsRefusedWhileAnotherIsUnderWay)
 {
-    add(u"A"_s, u"a1"_s);
+    const qint64 id = add(u"A"_s, u"a1"_s);
+    const QDateTime due = QDateTime::currentDateTimeUtc().addSecs(60);
+    queue.failed(id, {.code = 1, .error = u"away"_s}, due);
     {
         const storage::FileLock another(u"queue.lock"_s);
         EXPECT_EQ(failure([this] { run(); }), u"hostStorageLocked"_s);
+        EXPECT_EQ(queue.find(id)->due, due) << "the other's pauses are its own";
     }
     service.answer("{}");
     EXPECT_EQ(run().delivered, 1);

@@ -94,6 +94,8 @@ TEST_F(StoreSteps, ThatCannotKeepTheirChangesHaveLostThemUntilTheNextOne)
     };
     EXPECT_EQ(failure([&] { step.run(failing); }), u"hostStorageGone"_s);
     EXPECT_TRUE(step.hasLost());
+    EXPECT_EQ(failure([this] { step.run([] {}); }), u"hostStorageGone"_s);
+    EXPECT_FALSE(step.hasLost()) << "what did not begin has nothing to lose";
     bringBack();
     EXPECT_THAT(keptEvents(), ElementsAre(u"before"_s));
     step.run([] { note(u"two"_s); });
