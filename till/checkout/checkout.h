@@ -113,7 +113,7 @@ private:
     [[noreturn]] void failSpending();
     /// False, and the outcome is not known, when nobody can tell whose discount it is.
     bool makeDiscount(double points);
-    void applyImpacts() const;
+    void saveAppliedImpacts() const;
 
     /// Saves the receipt at that state.
     void mark(State state) const;

@@ -19,12 +19,14 @@ using namespace std::chrono_literals;
 QueueDelivery::Summary waitForWorker(MessageQueue& queue)
 {
     constexpr unsigned long glance = 20; // milliseconds
-    const int before = queue.waitingCount();
+    const int before = queue.waitingCount() + queue.parkedCount();
     queue.expedite();
     const QDeadlineTimer patience(60s);
     const auto isDue = [&queue] {
         const QDateTime now = MockFactory<CurrentTime>::create()->currentDateTime();
-        return queue.nextDue(now, now).has_value() && !queue.suspension();
+        // Credentials that were refused are tried once more at once.
+        const auto suspension = queue.suspension();
+        return queue.nextDue(now, now).has_value() && !(suspension && suspension->nextProbe.isValid());
     };
     while (isDue() && !patience.hasExpired()) {
         QThread::msleep(glance);

@@ -19,15 +19,15 @@ namespace {
 bool isSame(const UnknownSpending& spending, double points)
 {
     const auto asked = utils::toHundredths(points);
-    return asked &&
-           (utils::toHundredths(spending.points) == asked || utils::toHundredths(spending.wanted) == asked);
+    return utils::toHundredths(spending.points) == asked || utils::toHundredths(spending.wanted) == asked;
 }
 
+/// The impact has no shareFault().
 void apply(const BonusImpact& impact, const Document& receipt)
 {
     for (const auto& [position, sum] : impact.getPositionSums()) {
-        if (const auto item = receipt.getGoodsItemByPosnum(position))
-            item->setBonusImpactSum(item->getBonusImpactSum() + sum);
+        const auto item = receipt.getGoodsItemByPosnum(position);
+        item->setBonusImpactSum(item->getBonusImpactSum() + sum);
     }
 }
 
@@ -83,6 +83,8 @@ void Checkout::finishSpending(double points)
                         u" "_s));
 }
 
+// The loyalty system saves the receipt when the points are spent, so a power cut may come before they are a
+// discount.
 bool Checkout::makeDiscount(double points)
 {
     const auto& impacts = m_loyalty.getBonusImpacts();
@@ -91,7 +93,8 @@ bool Checkout::makeDiscount(double points)
         impact ? shareFault(*impact, *m_receipt, worthOf(hostObject<Config>(), points)) : u"no discount"_s;
     if (fault.isEmpty()) {
         setUnknownSpending(*m_receipt, std::nullopt); // in the same save
-        applyImpacts();
+        apply(*impact, *m_receipt);
+        saveAppliedImpacts();
         return true;
     }
     utils::logger(u"till"_s)->error(
@@ -106,16 +109,10 @@ bool Checkout::makeDiscount(double points)
     return false;
 }
 
-// The loyalty system saves the receipt when the points are spent, so a power cut may come before they are a
-// discount.
-void Checkout::applyImpacts() const
+/// All that the loyalty system has are on the receipt.
+void Checkout::saveAppliedImpacts() const
 {
-    const auto& impacts = m_loyalty.getBonusImpacts();
-    for (qsizetype i = appliedImpacts(*m_receipt); i < impacts.size(); ++i) {
-        if (impacts[i])
-            apply(*impacts[i], *m_receipt);
-    }
-    setAppliedImpacts(*m_receipt, static_cast<int>(impacts.size()));
+    setAppliedImpacts(*m_receipt, static_cast<int>(m_loyalty.getBonusImpacts().size()));
     save();
 }
 
@@ -125,7 +122,7 @@ Result Checkout::forgetPoints()
     attempt(Action::ForgetPoints, result, [&] {
         requireDone(m_loyalty.cancel());
         if (m_receipt)
-            applyImpacts(); // none are left
+            saveAppliedImpacts(); // none are left
     });
     return result;
 }

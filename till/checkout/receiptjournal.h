@@ -16,8 +16,6 @@ public:
     /// The same of a request, or of its answer.
     void note(const QString& receipt, const QString& event, const QString& operation, int code = 0,
               qint64 milliseconds = 0);
-    /// Closes the file; the next entry opens it again.
-    void reset() { m_journal.reset(); }
 
     [[nodiscard]] static storage::JournalEntry entry(const QString& receipt, const QString& event);
 

@@ -1,6 +1,7 @@
 #include "host/queue/messagequeue.h"
 #include "host/queue/queuedelivery.h"
 #include "host/storage/filelock.h"
+#include "host/storage/journal.h"
 #include "tests/support/fakeservice.h"
 #include "tests/support/logcapture.h"
 #include "tests/unit/storage/scene.h"
@@ -123,6 +124,34 @@ TEST_F(Delivery, ParksWithTheServicesOwnWords)
     EXPECT_EQ(first().lastError, u"Карта не найдена\nE\nC\nD"_s);
 }
 
+TEST_F(Delivery, KeepsACodeThatNobodyKnowsForLater)
+{
+    add(u"R-1"_s, u"x"_s);
+    service.answer({}, 42);
+    const auto summary = run();
+    EXPECT_EQ(summary.waiting, 1);
+    EXPECT_EQ(summary.firstError, u"error 42"_s);
+}
+
+TEST_F(Delivery, TellsWhatTheAnswersOfDeliveredMessagesSaid)
+{
+    add(u"R-1"_s, u"well"_s);
+    add(u"R-2"_s, u"badly"_s);
+    service.answer(R"({"earned":7})");
+    service.answer(R"({"earned":8})", 503);
+    QueueDelivery::Options options;
+    options.account = [](const QueuedMessage& message, const QVariant& answer) {
+        return message.group + u" earned "_s + answer.toMap().value(u"earned"_s).toString();
+    };
+    QStringList told;
+    options.attempted = [&told](const QueuedMessage& /*message*/, const QueueAttempt& attempt) {
+        told.append(attempt.account);
+    };
+    QueueDelivery(queue, options).run();
+    EXPECT_THAT(told, ElementsAre(u"R-1 earned 7"_s, QString()));
+    EXPECT_EQ(storage::Journal().of(u"R-1"_s).last().detail, u"R-1 earned 7"_s);
+}
+
 TEST_F(Delivery, PutsTheStatusBeforeTheWordsOfAPassingFailure)
 {
     add(u"R-1"_s, u"x"_s);
@@ -238,10 +267,13 @@ TEST_F(Delivery, StopsBetweenTwoMessagesWhenAsked)
 
 TEST_F(Delivery, IsRefusedWhileAnotherIsUnderWay)
 {
-    add(u"A"_s, u"a1"_s);
+    const qint64 id = add(u"A"_s, u"a1"_s);
+    const QDateTime due = QDateTime::currentDateTimeUtc().addSecs(60);
+    queue.failed(id, {.code = 1, .error = u"away"_s}, due);
     {
         const storage::FileLock another(u"queue.lock"_s);
         EXPECT_EQ(failure([this] { run(); }), u"hostStorageLocked"_s);
+        EXPECT_EQ(queue.find(id)->due, due) << "the other's pauses are its own";
     }
     service.answer("{}");
     EXPECT_EQ(run().delivered, 1);

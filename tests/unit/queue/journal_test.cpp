@@ -100,6 +100,7 @@ TEST_F(QueueJournal, TellsNothingOfAMessageOfNoReceipt)
 {
     queue.delivered(add({}), {});
     EXPECT_THAT(storage::Journal().receipts(10), IsEmpty());
+    EXPECT_EQ(storage::Journal().of({}).size(), 0);
 }
 
 TEST_F(QueueJournal, IsKeptWithTheChangeOrNotAtAll)

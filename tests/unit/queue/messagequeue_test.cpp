@@ -1,4 +1,5 @@
 #include "host/queue/messagequeue.h"
+#include "host/queue/queuedgroup.h"
 #include "host/queue/queuewakeup.h"
 #include "host/storage/storedform.h"
 #include "tests/unit/storage/scene.h"
@@ -300,6 +301,31 @@ TEST_F(Queue, GoesOnWhileSomebodyReadsAndTheReaderKeepsItsView)
     EXPECT_EQ(seen(), 1);
     raw.run(u"COMMIT"_s);
     EXPECT_EQ(seen(), 2);
+}
+
+TEST_F(Queue, GivesWhatWaitsOrIsParkedOfAReceiptInOrder)
+{
+    const auto idsOf = [](const QString& group) {
+        QList<qint64> result;
+        for (const QueuedMessage& message : network::queuedOf(group))
+            result.append(message.id);
+        return result;
+    };
+    add(u"R-2"_s);
+    add();
+    const qint64 first = add(u"R-1"_s);
+    const qint64 second = add(u"R-1"_s);
+    queue.park(first, {});
+    EXPECT_THAT(idsOf(u"R-1"_s), ElementsAre(first, second));
+    EXPECT_THAT(idsOf(u"R-3"_s), IsEmpty());
+    EXPECT_THAT(idsOf(u""_s), IsEmpty()) << "what belongs to no receipt belongs to nothing";
+}
+
+TEST_F(Queue, IsEmptyToWhoeverHasNotAskedYet)
+{
+    EXPECT_EQ(QueueHealth().waiting, 0);
+    EXPECT_EQ(QueueHealth().parked, 0);
+    EXPECT_EQ(CredentialsSuspension().probes, 0);
 }
 
 TEST_F(Queue, TellsADamagedMessageFromAWholeOne)

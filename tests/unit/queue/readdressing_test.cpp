@@ -84,6 +84,13 @@ TEST_F(Readdressing, IsToldInTheReceiptsJournal)
     EXPECT_EQ(last.detail, u"http://new/v2/payment"_s);
 }
 
+TEST_F(Readdressing, IsToldInNoJournalOfAMessageOfNoReceipt)
+{
+    queue.enqueue(u"kyrloyalty"_s, {}, message(u"http://old/v2/x"_s), {});
+    EXPECT_EQ(network::readdress(moved), 1);
+    EXPECT_EQ(storage::Journal().of({}).size(), 0);
+}
+
 TEST_F(Readdressing, LeavesADamagedMessageAsItLies)
 {
     add(u"http://old/v2/x"_s);

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <thread>
 
 using testing::ElementsAre;
@@ -143,7 +144,44 @@ TEST_F(Worker, SaysOnceThatItsFileCannotBeUsedAndGoesOnWhenItCan)
     ASSERT_TRUE(QFile::remove(damaged));
     ASSERT_TRUE(watch.saw(Phase::Delivering));
     EXPECT_EQ(worker.state().trouble, QString());
-    EXPECT_EQ(networkLog.lines().filter(u"nothing can be delivered for now"_s).size(), 1);
+    const QStringList told = networkLog.lines().filter(u"nothing can be delivered for now"_s);
+    ASSERT_EQ(told.size(), 1);
+    EXPECT_THAT(told.first().toStdString(),
+                testing::MatchesRegex("error: Queue: nothing can be delivered for now: .*till.sqlite.*"));
+}
+
+TEST_F(Worker, SaysOfEachTroubleThatNothingCanBeDelivered)
+{
+    const QString store = path(u"till.sqlite"_s);
+    Watch watch;
+    const DeliveryWorker worker(options(watch));
+    for (int trouble = 1; trouble <= 2; ++trouble) {
+        ASSERT_TRUE(
+            watch.saw([&](const DeliveryState&) { return worker.state().phase == Phase::Delivering; }));
+        ASSERT_TRUE(QFile::rename(store, path(u"aside"_s)));
+        ASSERT_TRUE(watch.saw([&](const DeliveryState&) { return worker.state().phase == Phase::Trouble; }));
+        ASSERT_TRUE(QFile::rename(path(u"aside"_s), store));
+    }
+    ASSERT_TRUE(watch.saw([&](const DeliveryState&) { return worker.state().phase == Phase::Delivering; }));
+    EXPECT_EQ(networkLog.lines().filter(u"nothing can be delivered for now"_s).size(), 2);
+}
+
+TEST_F(Worker, GoesOnAfterAFailureThatNobodyHadThoughtOf)
+{
+    answer(1);
+    add(u"A"_s, 1);
+    Watch watch;
+    DeliveryWorker::Options chosen = options(watch);
+    std::atomic<bool> failed = false;
+    chosen.delivery.attempting = [&failed](const QueuedMessage&) {
+        if (!failed.exchange(true))
+            throw std::runtime_error("odd");
+    };
+    const DeliveryWorker worker(chosen);
+    ASSERT_TRUE(watch.saw([](const DeliveryState& state) {
+        return state.phase == Phase::Trouble && state.trouble == u"odd"_s;
+    }));
+    EXPECT_TRUE(watch.sawDelivered(1));
 }
 
 TEST_F(Worker, NoticesThatItsFileWasTakenAwayBeginsNoOtherAndGoesOnWhenItIsBack)

@@ -194,6 +194,22 @@ TEST(ReturnParts, PayNothingWhereAnEarlierVersionPaidTooMuch)
     EXPECT_EQ(next(apples, 0.004, returns)->getSumb(), 0);
 }
 
+TEST(ReturnParts, PayNothingOfWhatCostNothingThoughAnEarlierVersionDid)
+{
+    Returns returns;
+    close(returns, QSharedPointer<GoodsItem>::create(1, u"4605"_s, u"Яблоки"_s, 10, 1));
+    EXPECT_EQ(next(sold(10, 2, 20), 1, returns)->getSumb(), 0);
+}
+
+TEST(ReturnParts, TakeBackTheirShareOfASumBelowNothingThatAnEarlierVersionSold)
+{
+    const GoodsItem apples = sold(10, 2, 30); // -10
+    Returns returns;
+    close(returns, next(apples, 1));
+    EXPECT_EQ(returns.first()->getSum(), -5);
+    EXPECT_EQ(next(apples, 1, returns)->getSumb(), -5);
+}
+
 TEST(ReturnParts, DoNotOverflowHoweverGreatTheSums)
 {
     const GoodsItem island = sold(80'000'000, 999'999.999);
@@ -235,7 +251,8 @@ TEST(ReturnParts, OfWhatAnEarlierVersionSoldBelowAThousandthAreRefused)
 
 TEST(ReturnParts, OfASumThatIsNoneAreRefused)
 {
-    for (const GoodsItem& stored : {sold(1e308, 2), sold(10, 1, std::nan("")), sold(10, 1, 0, 1e300)})
+    for (const GoodsItem& stored : {sold(1e308, 2), sold(10, 1, std::nan("")), sold(10, 1, 0, 1e300),
+                                    sold(1e300, 1, 1e300), sold(1e300, 1, 0, 1e300)})
         EXPECT_EQ(refusal([&] { next(stored, 1); }), "Позиция 1: сумма в чеке не число, возврат не возможен");
 }
 

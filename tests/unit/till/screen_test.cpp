@@ -50,4 +50,117 @@ TEST(TillScreen, ReceiptColumnsStandBelowEachOther)
               "    Итого                    380,00");
 }
 
+TEST(TillScreen, ReceiptTellsDiscountsAndPointsOfEachPositionAndOfAll)
+{
+    Document receipt(SaleReceipt, u"R-1"_s);
+    const QString longName = u"Масло сливочное «Крестьянское» 72,5 %"_s;
+    const auto tea = QSharedPointer<GoodsItem>::create(1, u"1"_s, longName, 200, 2);
+    tea->setDiscount(0.01);
+    tea->setBonusImpactSum(50);
+    receipt.addGoodsItem(tea);
+    const auto honey = QSharedPointer<GoodsItem>::create(2, u"2"_s, u"Мёд"_s, 1000, 1);
+    honey->setBonusImpactSum(0.01);
+    receipt.addGoodsItem(honey);
+    EXPECT_EQ(screen::receipt(receipt).join(u'\n').toStdString(),
+              "Чек R-1\n"
+              "1  Масло сливочное «Крестьянское» 72,5 %  2 ×   200,00    400,00\n"
+              "     скидка                                                −0,01\n"
+              "     баллами                                              −50,00\n"
+              "2  Мёд                                    1 × 1 000,00  1 000,00\n"
+              "     баллами                                               −0,01\n"
+              "   Итого                                                1 399,99\n"
+              "   Скидка баллами                                         −50,01\n"
+              "   К оплате                                             1 349,98");
+}
+
+TEST(TillScreen, ReturnNamesItsSaleAndWhatIsGivenBack)
+{
+    const auto receipt = QSharedPointer<Document>::create(ReturnReceipt, u"B-1"_s);
+    receipt->setSaleDocumentId(u"R-1"_s);
+    const auto tea = QSharedPointer<GoodsItem>::create(1, u"1"_s, u"Чай"_s, 200, 1);
+    tea->setBonusImpactSum(50);
+    receipt->addGoodsItem(tea);
+    EXPECT_EQ(screen::receipt(*receipt).first(), u"Возврат B-1 по чеку R-1"_s);
+    EXPECT_THAT(screen::receipt(*receipt).last().toStdString(), testing::HasSubstr("К возврату"));
+    Payment payment;
+    payment.receipt = receipt;
+    EXPECT_THAT(screen::payment(payment),
+                testing::ElementsAre(u"Возврат B-1 по чеку R-1: возвращено 150,00"_s));
+}
+
+TEST(TillScreen, PaymentTellsWhatWasEarnedAndHowSurelyThatIsKnown)
+{
+    Payment payment;
+    payment.receipt = QSharedPointer<Document>::create(SaleReceipt, u"R-1"_s);
+    payment.receipt->addGoodsItem(QSharedPointer<GoodsItem>::create(1, u"1"_s, u"Чай"_s, 200, 1));
+    payment.earned = 12.5;
+    const QString paid = u"Чек R-1: оплачено 200,00"_s;
+    EXPECT_THAT(screen::payment(payment), testing::ElementsAre(paid)) << "nothing was earned";
+    payment.earning = Payment::Earning::Done;
+    EXPECT_THAT(screen::payment(payment), testing::ElementsAre(paid, u"Начислено баллов: 12,50"_s));
+    payment.earnedIsRounded = true;
+    EXPECT_THAT(screen::payment(payment), testing::ElementsAre(paid, u"Начислено баллов: около 12,50"_s));
+    payment.earned = std::nullopt;
+    EXPECT_THAT(screen::payment(payment), testing::ElementsAre(paid, u"Начислено баллов: около 0,00"_s));
+    payment.earning = Payment::Earning::Queued;
+    EXPECT_THAT(screen::payment(payment), testing::ElementsAre(paid, u"Баллы будут начислены позже"_s));
+}
+
+TEST(TillScreen, CustomerIsToldAsFarAsTheServiceHasSaid)
+{
+    DocumentCardRecord record(KyrLoyaltySystem, u"2000000000017"_s);
+    record.setCardStatus(ECard::Active);
+    EXPECT_THAT(screen::customer(record), testing::ElementsAre(u"Карта …0017"_s));
+    record.getCard()->setClient(QSharedPointer<Client>::create());
+    EXPECT_THAT(screen::customer(record), testing::SizeIs(1)) << "a customer without a name";
+    record.getCard()->getClient()->setName(u"Анна"_s);
+    record.setBonusBalance(1250);
+    record.setCardStatus(ECard::Blocked);
+    EXPECT_THAT(screen::customer(record), testing::ElementsAre(u"Карта …0017, заблокирована"_s,
+                                                               u"Покупатель: Анна"_s, u"Баланс: 1 250,00"_s));
+    record.setCardStatus(ECard::RegistrationIncomplete);
+    EXPECT_EQ(screen::customer(record).first(), u"Карта …0017, регистрация не завершена"_s);
+}
+
+namespace {
+
+QStringList shownOf(const QStringList& numbers)
+{
+    ChoiceRequest request;
+    request.items = tr::TrList(numbers);
+    QStringList shown;
+    for (const tr::Tr& item : screen::masked(request).items)
+        shown.append(item.shown());
+    return shown;
+}
+
+} // namespace
+
+TEST(TillScreen, NumbersInAListAreMaskedAndToldApartByAsFewMoreDigitsAsDo)
+{
+    EXPECT_THAT(shownOf({u"1234567890"_s, u"5550001111"_s}), testing::ElementsAre(u"…7890"_s, u"…1111"_s));
+    EXPECT_THAT(shownOf({u"1234567890"_s, u"5550001111"_s, u"1234597890"_s}),
+                testing::ElementsAre(u"…67890"_s, u"…1111"_s, u"…97890"_s));
+    EXPECT_THAT(shownOf({u"10000001234567"_s, u"10000009234567"_s, u"10000008834567"_s}),
+                testing::ElementsAre(u"…1234567"_s, u"…9234567"_s, u"…834567"_s));
+}
+
+TEST(TillScreen, NumbersInAListThatHalfTheirDigitsDoNotTellApartAreCounted)
+{
+    EXPECT_THAT(shownOf({u"1234567890"_s, u"1239567890"_s}),
+                testing::ElementsAre(u"…7890 (1)"_s, u"…7890 (2)"_s));
+    EXPECT_THAT(shownOf({u"№1234567890"_s, u"№1234597890"_s}),
+                testing::ElementsAre(u"№…7890 (1)"_s, u"№…7890 (2)"_s))
+        << "of a text nobody knows where its number ends";
+}
+
+TEST(TillScreen, QuantityIsShownInThousandthsAtMost)
+{
+    EXPECT_EQ(screen::quantity(2), u"2"_s);
+    EXPECT_EQ(screen::quantity(10), u"10"_s);
+    EXPECT_EQ(screen::quantity(0.35), u"0,35"_s);
+    EXPECT_EQ(screen::quantity(0.352), u"0,352"_s);
+    EXPECT_EQ(screen::quantity(1.0 / 3), u"0,333"_s);
+}
+
 } // namespace till
