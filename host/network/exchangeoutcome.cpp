@@ -4,6 +4,8 @@
 
 #include <QMetaEnum>
 
+using namespace Qt::StringLiterals;
+
 namespace network {
 
 namespace {
