@@ -19,17 +19,20 @@ QSharedPointer<AbstractDocument> storedReceipt(const QString& identifier)
     return DocumentsDao().loadDocument(identifier, false);
 }
 
-/// Notes which receipts were said to be closed, and how the store was then.
+/// Notes which receipts were said to be closed, and whether they were stored by then.
 class ClosedListener : public BaseActivityListener
 {
 public:
     ClosedListener() { Singleton<ActivityNotifier>::instance->subscribe(this); }
     void handleEvent(const Event& event) override
     {
-        if (event.getCode() == EActivityListener::ReceiptClosed)
-            closed.append(Singleton<Session>::instance->getDocument()->getIdentifier());
+        if (event.getCode() != EActivityListener::ReceiptClosed)
+            return;
+        closed.append(Singleton<Session>::instance->getDocument()->getIdentifier());
+        wasStored = storedReceipt(closed.last()) != nullptr;
     }
     QStringList closed;
+    bool wasStored = false;
 };
 
 } // namespace
@@ -62,6 +65,7 @@ TEST_F(CheckoutClosing, OfASaleWithoutACardIsNoBusinessOfTheLoyaltySystem)
     EXPECT_EQ(payment.receipt->getIdentifier(), u"R"_s);
     EXPECT_THAT(turnover.closed, ElementsAre(u"R"_s));
     EXPECT_THAT(listener.closed, ElementsAre(u"R"_s)) << "which reports the receipts of nobody";
+    EXPECT_TRUE(listener.wasStored);
     EXPECT_TRUE(storedReceipt(u"R"_s));
     EXPECT_EQ(kept(), nullptr);
     EXPECT_EQ(checkout->state(), State::Idle);

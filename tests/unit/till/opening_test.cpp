@@ -226,6 +226,26 @@ TEST_F(CheckoutOpening, NamesNoReceiptWhereThereIsNone)
     EXPECT_EQ(turnover.opened, 0);
 }
 
+TEST_F(CheckoutOpening, FillsIntoARefusalOnlyWhatItAsksFor)
+{
+    static QStringList warnings;
+    warnings.clear();
+    const QtMessageHandler before =
+        qInstallMessageHandler([](QtMsgType /*type*/, const QMessageLogContext& /*context*/,
+                                  const QString& text) { warnings.append(text); });
+    sell(u"S"_s);
+    expectDone(checkout->openReturn(u"R"_s, u"S"_s, {{.posnum = 1, .quantity = 1}}));
+    EXPECT_EQ(checkout->obstacleTo(till::Action::SetLines),
+              u"Позиции возврата не меняются: отмените его и начните заново"_s);
+    till::setUnknownSpending(*checkout->receipt(),
+                             till::UnknownSpending{.points = 1, .wanted = 1, .since = {}});
+    till::setMarkedState(*checkout->receipt(), State::Abandoned);
+    EXPECT_EQ(checkout->obstacleTo(till::Action::Pay), u"Чек R отменяется: завершите отмену"_s);
+    EXPECT_EQ(checkout->obstacleTo(till::Action::RollBack), QString());
+    qInstallMessageHandler(before);
+    EXPECT_THAT(warnings.filter(u"QString::arg"_s), IsEmpty()) << "which would fill the log";
+}
+
 TEST_F(CheckoutOpening, OfAReceiptWithAPlaceholderForANumberIsRefusedWithThatNumber)
 {
     open(u"%1"_s);

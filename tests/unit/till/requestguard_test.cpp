@@ -141,6 +141,16 @@ TEST_F(GuardedRequests, ThatSpendPointsLeaveOnlyAfterTheReceiptSaysThatTheirOutc
     EXPECT_TRUE(till::unknownSpendingOf(*receipt)) << "what came of it is for others to judge";
 }
 
+TEST_F(GuardedRequests, ThatSpendPointsThoughNobodySaidSoRaiseADoubtOfNothing)
+{
+    EXPECT_FALSE(guard.nothingSpent());
+    EXPECT_EQ(send(u"force-payment-c2b"_s), 0);
+    const auto doubt = till::unknownSpendingOf(*receipt);
+    ASSERT_TRUE(doubt);
+    EXPECT_EQ(doubt->points, 0);
+    EXPECT_EQ(doubt->wanted, 0);
+}
+
 TEST_F(GuardedRequests, ThatAskAgainLeaveTheFirstWordsOfTheDoubtStanding)
 {
     const QDateTime since(QDate(2026, 3, 2), QTime(9, 0));

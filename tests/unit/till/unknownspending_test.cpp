@@ -1,4 +1,5 @@
 #include "host/core/document.h"
+#include "till/checkout/spendingpaths.h"
 #include "till/checkout/unknownspending.h"
 
 #include <gmock/gmock.h>
@@ -55,6 +56,13 @@ TEST(UnknownSpending, IsTheBusinessOfNoOtherRequest)
     }
     EXPECT_TRUE(movesPoints(QUrl(spendAtOnce)));
     EXPECT_TRUE(movesPoints(QUrl(confirm)));
+}
+
+TEST(UnknownSpending, IsOfNothingAndUnsettledUnlessSomebodySays)
+{
+    EXPECT_EQ(UnknownSpending().points, 0);
+    EXPECT_EQ(UnknownSpending().wanted, 0);
+    EXPECT_FALSE(SpendingPath().rejectionSettlesARepeat);
 }
 
 TEST(UnknownSpending, IsReadAsEarlierTillsHaveWrittenIt)
