@@ -16,7 +16,6 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace checkouttest {
@@ -236,7 +235,9 @@ TEST_F(WholeTill, PutsTheMessagesOfAReturnBehindThoseOfItsSale)
     QStringList groups;
     for (const QueuedMessage& message : till->queue().messages(10))
         groups.append(message.group);
-    EXPECT_THAT(groups, ElementsAre(QString(), u"S"_s, u"S"_s));
+    ASSERT_GT(groups.size(), 2);
+    EXPECT_EQ(groups.takeFirst(), QString()) << "what no receipt is open for belongs to none";
+    EXPECT_THAT(groups, testing::Each(u"S"_s));
 }
 
 TEST_F(WholeTill, HasTheShopOfItsConfiguration)

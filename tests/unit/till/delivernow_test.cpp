@@ -50,11 +50,11 @@ protected:
         const qint64 id =
             queue.enqueue(u"kyrloyalty"_s, group,
                           test_support::messageTo(u"https://service.example/operation/"_s + operation), {});
-        queue.failed(id, {.code = 1, .error = u"no connection to the service"_s}, afterAPause());
+        queue.failed(id, {.code = 1, .error = u"no connection to the service"_s}, later());
         return id;
     }
-    /// None is longer than five minutes: what is set for later has a wrong date.
-    static QDateTime afterAPause() { return QDateTime::currentDateTimeUtc().addSecs(120); }
+    /// No later than any pause lasts.
+    static QDateTime later() { return QDateTime::currentDateTimeUtc().addSecs(240); }
     /// With a worker that does one of these after the other, each while somebody waits for it.
     QueueDelivery::Summary deliverBy(QList<std::function<void()>> steps)
     {
@@ -93,7 +93,7 @@ TEST_F(DeliveringNow, IsLeftToTheWorkerThatDeliversAlreadyAndWaitedFor)
     const auto summary =
         deliverBy({[&] { queue.delivered(first, {}); },
                    [&] { queue.park(second, {.code = 400, .error = u"Карта не найдена"_s}); },
-                   [&] { queue.failed(third, {.code = 503, .error = u"HTTP 503"_s}, afterAPause()); }});
+                   [&] { queue.failed(third, {.code = 503, .error = u"HTTP 503"_s}, later()); }});
     EXPECT_EQ(summary.delivered, 1);
     EXPECT_EQ(summary.waiting, 1);
     EXPECT_EQ(summary.parked, 1);
@@ -104,7 +104,7 @@ TEST_F(DeliveringNow, TellsThatTheWorkerDeliveredNothing)
 {
     const qint64 id = add(u"A"_s);
     const auto summary =
-        deliverBy({[&] { queue.failed(id, {.code = 503, .error = u"HTTP 503"_s}, afterAPause()); }});
+        deliverBy({[&] { queue.failed(id, {.code = 503, .error = u"HTTP 503"_s}, later()); }});
     EXPECT_EQ(summary.delivered, 0);
     EXPECT_EQ(summary.waiting, 1);
     EXPECT_EQ(summary.firstError, u"HTTP 503"_s);
@@ -135,8 +135,8 @@ TEST_F(DeliveringNow, DoesNotWaitForAServiceThatRefusesTheCredentials)
 {
     const qint64 id = add(u"A"_s);
     add(u"B"_s);
-    const auto summary = deliverBy(
-        {[&] { queue.refused(id, {.code = 401, .error = u"HTTP 401"_s}, afterAPause(), afterAPause()); }});
+    const auto summary =
+        deliverBy({[&] { queue.refused(id, {.code = 401, .error = u"HTTP 401"_s}, later(), later()); }});
     EXPECT_EQ(summary.delivered, 0);
     EXPECT_EQ(summary.waiting, 2);
     EXPECT_EQ(summary.firstError, u"HTTP 401"_s);
@@ -145,7 +145,7 @@ TEST_F(DeliveringNow, DoesNotWaitForAServiceThatRefusesTheCredentials)
 TEST_F(DeliveringNow, WaitsUntilTheWorkerHasTriedRefusedCredentialsOnceMore)
 {
     const qint64 id = add(u"A"_s);
-    queue.refused(id, {.code = 401, .error = u"HTTP 401"_s}, afterAPause(), afterAPause());
+    queue.refused(id, {.code = 401, .error = u"HTTP 401"_s}, later(), later());
     const auto summary = deliverBy({[&] { queue.delivered(id, {}); }});
     EXPECT_EQ(summary.delivered, 1);
     EXPECT_EQ(summary.firstError, QString());

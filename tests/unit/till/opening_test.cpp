@@ -2,10 +2,8 @@
 #include "tests/unit/till/loyaltydouble.h"
 #include "till/checkout/receiptmarks.h"
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 namespace tilltest {
 

@@ -1,4 +1,3 @@
-#include "host/queue/messagequeue.h"
 #include "tests/support/logcapture.h"
 #include "tests/support/stillclock.h"
 #include "tests/unit/till/loyaltydouble.h"
