@@ -39,8 +39,11 @@ TEST_F(TillConformance, IsPassedByTheStand)
 
 TEST_F(TillConformance, MayBeRepeatedWithTheSameCard)
 {
-    EXPECT_EQ(conform().ran.status, 0);
-    EXPECT_EQ(conform().ran.status, 0);
+    const QStringList patient = arguments(service.url(), "timeout = 10\n");
+    for (int i = 0; i < 2; ++i) {
+        const Said said = conformAt(patient, {u"--slowest"_s, u"9000"_s});
+        EXPECT_EQ(said.ran.status, 0) << said.ran.out.toStdString();
+    }
     service.expectUntouched();
 }
 
