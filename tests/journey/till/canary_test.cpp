@@ -255,7 +255,7 @@ TEST_F(Canary, IsInNoRecordingAndOnNoPageOfTheStand)
     EXPECT_THAT(contentOf(recording).toStdString(), HasSubstr("confirm-payment-c2b"));
     QFile::remove(steps);
     expectNoneInFiles();
-    for (const QByteArray& page :
+    for (const char* page :
          {"stand/", "stand/exchanges", "stand/ledger", "stand/invariants", "stand/faults", "docs"}) {
         const auto reply = standtest::send({.url = service.toLatin1() + page});
         EXPECT_EQ(reply.status, 200);
