@@ -19,7 +19,6 @@ using namespace Qt::StringLiterals;
 using namespace story;
 using test_support::HttpAnswer;
 using test_support::HttpServer;
-using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
