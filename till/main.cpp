@@ -14,8 +14,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A crash leaves no core file, which would hold the password. Not a byte is allowed, but for one: that is
-/// less than any core has, and unlike none it is also heeded where the system hands cores to a program.
+/// A crash leaves no core file, which would hold the password. One byte is less than any core has; a limit of
+/// none would not be heeded where the system hands cores to a program.
 void leaveNoCore()
 {
     constexpr rlimit least{1, 1};

@@ -192,9 +192,9 @@ QueueDelivery::Summary QueueDelivery::deliverDue(const storage::FileLock& held, 
 
 bool QueueDelivery::isHeldUp(const QDateTime& now)
 {
-    // What is set for later than any pause was set before the clock jumped back. No time lies behind any.
+    // What is set for later than any pause was set before the clock jumped back.
     const auto liesAhead = [&now](const QDateTime& time) {
-        return time > now && time <= now + network::longestPause;
+        return time.isValid() && time > now && time <= now + network::longestPause;
     };
     if (m_hold) {
         const auto message = m_queue.find(m_hold->message);
@@ -224,7 +224,7 @@ bool QueueDelivery::note(const QueuedMessage& message, const SendingOutcome& out
     if (!suspension)
         log()->error(u"Queue: the service refuses the credentials; nothing is delivered until it takes them. "
                      "Check user and password"_s);
-    const QDateTime nextProbe = after(now, suspension.value_or(CredentialsSuspension()).probes + 1);
+    const QDateTime nextProbe = after(now, suspension ? suspension->probes + 1 : 1);
     return m_queue.refused(message.id, attempt, due, nextProbe); // the next probe is another message
 }
 

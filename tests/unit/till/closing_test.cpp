@@ -1,9 +1,8 @@
 #include "host/core/activitynotifier.h"
 #include "host/queue/messagequeue.h"
+#include "tests/support/meanwhile.h"
 #include "tests/unit/till/loyaltydouble.h"
 #include "till/checkout/receiptmarks.h"
-
-#include <thread>
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -157,15 +156,7 @@ TEST_F(CheckoutClosing, ThatTheStoreRefusesLeavesNothingOfTheCommitBehind)
 {
     openOnCard();
     loyalty.whileCommitting = [] { MessageQueue().enqueue(u"kyrloyalty"_s, u"R"_s, {}, {}); };
-    const auto quicker = RestClient::guard(
-        {.departing =
-             [](const QString& /*method*/, const QUrl& /*url*/) {
-                 std::thread([] {
-                     DocumentsDao().store(QSharedPointer<Document>::create(SaleReceipt, u"R"_s));
-                 }).join();
-             },
-         .answered = {},
-         .secondsAtMost = 0});
+    const auto quicker = test_support::storedMeanwhile(u"R"_s);
     answer();
     EXPECT_EQ(checkout->pay().error, u"Чек R уже сохранён с другим содержимым"_s);
     EXPECT_EQ(MessageQueue().waitingCount(), 0);
