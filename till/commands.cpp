@@ -10,12 +10,12 @@ namespace till {
 const Commands& commands()
 {
     static const Commands table{
-        runCommand(),           shellCommand(),        windowCommand(),       queueListCommand(),
-        queueShowCommand(),     queueRetryCommand(),   queueDropCommand(),    queueReaddressCommand(),
-        queueDeliverCommand(),  receiptsListCommand(), receiptsShowCommand(), reconcileCommand(),
-        forgetCommand(),        backupCommand(),       restoreCommand(),      rescueCommand(),
-        deliverCommand(),       metricsCommand(),      doctorCommand(),       configCheckCommand(),
-        supportBundleCommand(), conformanceCommand(),
+        runCommand(),          shellCommand(),         windowCommand(),       queueListCommand(),
+        queueShowCommand(),    queueRetryCommand(),    queueDropCommand(),    queueReaddressCommand(),
+        queueDeliverCommand(), receiptsListCommand(),  receiptsShowCommand(), reconcileCommand(),
+        forgetCommand(),       backupCommand(),        restoreCommand(),      rescueCommand(),
+        deliverCommand(),      shopPrepareCommand(),   metricsCommand(),      doctorCommand(),
+        configCheckCommand(),  supportBundleCommand(), conformanceCommand(),
     };
     return table;
 }

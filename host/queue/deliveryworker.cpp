@@ -1,5 +1,6 @@
 #include "host/queue/deliveryworker.h"
 
+#include "host/queue/messagequeue.h"
 #include "host/queue/queuesending.h"
 #include "host/queue/queuewakeup.h"
 #include "host/queue/retrybackoff.h"
@@ -18,6 +19,26 @@
 
 using namespace Qt::StringLiterals;
 using Phase = DeliveryState::Phase;
+
+namespace {
+
+/// Delivers the data directory's queue.
+class LocalDelivery : public DeliveryWorker::Job
+{
+public:
+    LocalDelivery(const storage::FileLock& lock, const QueueDelivery::Options& options)
+        : m_lock(lock)
+        , m_delivery(m_queue, options)
+    {}
+    void run(const std::stop_token& stop) override { m_delivery.deliverDue(m_lock, stop); }
+
+private:
+    const storage::FileLock& m_lock;
+    MessageQueue m_queue;
+    QueueDelivery m_delivery;
+};
+
+} // namespace
 
 class DeliveryWorker::Thread
 {
@@ -89,8 +110,8 @@ void DeliveryWorker::Thread::run(const std::stop_token& stop)
 
 void DeliveryWorker::Thread::work(const std::stop_token& stop)
 {
-    const auto lock = standBy(stop);
-    if (!lock)
+    const auto lock = m_options.alone ? standBy(stop) : nullptr;
+    if (m_options.alone && !lock)
         return;
     QueueDelivery::Options options = m_options.delivery;
     options.attempted = [this](const QueuedMessage& message, const QueueAttempt& attempt) {
@@ -102,16 +123,19 @@ void DeliveryWorker::Thread::work(const std::stop_token& stop)
         if (m_options.delivery.attempting)
             m_options.delivery.attempting(message);
     };
-    MessageQueue queue;
-    QueueDelivery delivery(queue, options);
+    const std::unique_ptr<Job> job =
+        m_options.job ? m_options.job(options) : std::make_unique<LocalDelivery>(*lock, options);
     if (m_troubles == 0) // else the first run through shows whether they are over
         noteDelivering();
     while (!stop.stop_requested()) {
         const auto seen = network::queuewakeup::count();
-        delivery.deliverDue(*lock, stop);
+        job->run(stop);
         m_troubles = 0;
         noteDelivering();
-        wait(seen, m_options.poll, stop);
+        beat(m_options.poll);
+        if (!job->wait(m_options.poll, stop))
+            wait(seen, m_options.poll, stop);
+        beat();
     }
 }
 

@@ -41,9 +41,30 @@ struct DeliveryState
 class HOST_EXPORT DeliveryWorker
 {
 public:
+    /// What a worker does again and again, made and used in its thread. Both operations throw when it can't
+    /// be done; the worker makes another one after a growing pause.
+    class Job
+    {
+    public:
+        virtual ~Job() = default;
+        /// Does what is due; after a stop it begins nothing more.
+        virtual void run(const std::stop_token& stop) = 0;
+        /// Waits until there may be something to do, the time is over or a stop is asked for. False: whatever
+        /// is put into the data directory's queue tells that.
+        virtual bool wait(std::chrono::milliseconds /*longest*/, const std::stop_token& /*stop*/)
+        {
+            return false;
+        }
+    };
+
     /// What a worker is told; every member may be left as it is.
     struct Options
     {
+        /// Makes what it does, where that is not to deliver the data directory's queue. `delivery` is told of
+        /// what is sent.
+        std::function<std::unique_ptr<Job>(const QueueDelivery::Options& delivery)> job = {};
+        /// Only one worker of the data directory does it at a time; the others stand by.
+        bool alone = true;
         QueueDelivery::Options delivery; ///< how it sends; its functions are called in the worker's thread
         /// Told of each change of the state, in the worker's thread, one change after the other. It must not
         /// destroy the worker.

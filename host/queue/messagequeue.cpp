@@ -182,8 +182,6 @@ QList<QueuedMessage> MessageQueue::messages(int limit, qint64 after) const
 
 std::optional<QueuedMessage> MessageQueue::find(qint64 id) const { return m->first(m->one, {id}); }
 
-std::optional<QueuedMessage> MessageQueue::after(qint64 id) const { return m->first(m->list, {id, 1}); }
-
 qint64 MessageQueue::lastId() const { return m->database->rows(m->last).value(0).value(0).toLongLong(); }
 
 int MessageQueue::waitingCount() const { return m->counts().value(0).toInt(); }
@@ -203,7 +201,7 @@ QueueHealth MessageQueue::health() const
 }
 
 std::optional<QueuedMessage> MessageQueue::nextDue(const QDateTime& until, const QDateTime& now,
-                                                   const QList<QueuedMessage>& underWay) const
+                                                   const QList<QueuedMessage>& underWay)
 {
     m->database->requireInPlace();
     // What is due at once is kept as 0, which to a clock before 1970 lies ahead.
@@ -277,3 +275,6 @@ void MessageQueue::expedite()
     });
     m->database->onceKept(network::queuewakeup::raise);
 }
+
+// A sync takes longer than many an exchange.
+void MessageQueue::together(const std::function<void()>& notes) { m->database->atomically(notes); }

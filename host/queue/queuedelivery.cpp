@@ -4,7 +4,6 @@
 #include "host/queue/deliverypace.h"
 #include "host/queue/queuesending.h"
 #include "host/queue/retrybackoff.h"
-#include "host/storage/transaction.h"
 #include "host/utils/currenttime.h"
 #include "host/utils/logging.h"
 
@@ -35,7 +34,8 @@ Log4Qt::Logger* log() { return utils::logger(u"network"_s); }
 class QueueDelivery::Pass
 {
 public:
-    Pass(QueueDelivery& delivery, const storage::FileLock& held, const std::stop_token& stop)
+    /// `held` may be null.
+    Pass(QueueDelivery& delivery, const storage::FileLock* held, const std::stop_token& stop)
         : m_delivery(delivery)
         , m_held(held)
         , m_stop(stop)
@@ -62,7 +62,7 @@ private:
     void tell(const Sent& sent, bool held);
 
     QueueDelivery& m_delivery;
-    const storage::FileLock& m_held;
+    const storage::FileLock* m_held;
     const std::stop_token& m_stop;
     QDateTime m_start = MockFactory<CurrentTime>::create()->currentDateTime();
     QList<QueuedMessage> m_underWay; // and not settled
@@ -87,7 +87,8 @@ QueueDelivery::Summary QueueDelivery::Pass::run()
 void QueueDelivery::Pass::beginWhatIsDue(qsizetype unsettled)
 {
     while (!m_stop.stop_requested() && m_underWay.size() - unsettled < m_delivery.m_pace->sideBySide()) {
-        m_held.requireInPlace();
+        if (m_held)
+            m_held->requireInPlace();
         const QDateTime now = notBefore(m_start);
         const auto next =
             m_delivery.isHeldUp(now) ? std::nullopt : m_delivery.m_queue.nextDue(m_start, now, m_underWay);
@@ -131,10 +132,10 @@ void QueueDelivery::Pass::settle(const QList<Sent>& sent)
     if (sent.isEmpty())
         return;
     QList<bool> held;
-    storage::Transaction together; // a sync takes longer than many an exchange
-    for (const Sent& one : sent)
-        held.append(m_delivery.note(one.message, one.outcome, notBefore(m_start)));
-    together.commit();
+    m_delivery.m_queue.together([&] {
+        for (const Sent& one : sent)
+            held.append(m_delivery.note(one.message, one.outcome, notBefore(m_start)));
+    });
     for (qsizetype i = 0; i < sent.size(); ++i) {
         m_underWay.removeIf([&](const QueuedMessage& message) { return message.id == sent[i].message.id; });
         tell(sent[i], held[i]);
@@ -162,11 +163,11 @@ void QueueDelivery::Pass::tell(const Sent& sent, bool held)
 
 std::unique_ptr<storage::FileLock> QueueDelivery::lock() { return storage::FileLock::ifFree(lockName); }
 
-QueueDelivery::QueueDelivery(MessageQueue& queue)
+QueueDelivery::QueueDelivery(OutgoingQueue& queue)
     : QueueDelivery(queue, Options{})
 {}
 
-QueueDelivery::QueueDelivery(MessageQueue& queue, Options options)
+QueueDelivery::QueueDelivery(OutgoingQueue& queue, Options options)
     : m_queue(queue)
     , m_options(std::move(options))
     , m_client(MockFactory<ParallelClient>::create())
@@ -187,7 +188,12 @@ QueueDelivery::Summary QueueDelivery::run(const std::stop_token& stop)
 
 QueueDelivery::Summary QueueDelivery::deliverDue(const storage::FileLock& held, const std::stop_token& stop)
 {
-    return Pass(*this, held, stop).run();
+    return Pass(*this, &held, stop).run();
+}
+
+QueueDelivery::Summary QueueDelivery::deliverDue(const std::stop_token& stop)
+{
+    return Pass(*this, nullptr, stop).run();
 }
 
 bool QueueDelivery::isHeldUp(const QDateTime& now)

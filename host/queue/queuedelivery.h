@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/queue/messagequeue.h"
+#include "host/queue/outgoingqueue.h"
 #include "host/storage/filelock.h"
 
 #include <QSharedPointer>
@@ -71,9 +71,9 @@ public:
     [[nodiscard]] static std::unique_ptr<storage::FileLock> lock();
 
     /// The queue must outlive the delivery and belong to the same thread.
-    explicit QueueDelivery(MessageQueue& queue);
+    explicit QueueDelivery(OutgoingQueue& queue);
     /// The same, with these options.
-    QueueDelivery(MessageQueue& queue, Options options);
+    QueueDelivery(OutgoingQueue& queue, Options options);
     ~QueueDelivery();
     QueueDelivery(const QueueDelivery&) = delete;
     QueueDelivery& operator=(const QueueDelivery&) = delete;
@@ -86,6 +86,8 @@ public:
     /// Sends what is due when it begins, and what comes in meanwhile; the pauses of the rest go on. For who
     /// holds the lock.
     Summary deliverDue(const storage::FileLock& held, const std::stop_token& stop = {});
+    /// The same for a queue that sees to it by itself that each message is one delivery's alone.
+    Summary deliverDue(const std::stop_token& stop = {});
 
 private:
     class Pass;
@@ -105,7 +107,7 @@ private:
                                      const QDateTime& now);
     [[nodiscard]] QDateTime after(const QDateTime& now, int attempts) const;
 
-    MessageQueue& m_queue;
+    OutgoingQueue& m_queue;
     Options m_options;
     QSharedPointer<ParallelClient> m_client;
     std::unique_ptr<network::DeliveryPace> m_pace;

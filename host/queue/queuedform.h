@@ -17,18 +17,18 @@ namespace network {
 [[nodiscard]] QVariantMap withoutAuthorization(QVariantMap headers);
 
 /// The bytes to store of a message that was given up: whoever sends it after all has the credentials.
-[[nodiscard]] QByteArray writtenWithoutAuthorization(QVariantMap message);
+[[nodiscard]] HOST_EXPORT QByteArray writtenWithoutAuthorization(QVariantMap message);
 
 /// The beginning of a query for messages, up to its conditions.
 [[nodiscard]] QString queuedColumns();
 
 /// The message in a row that such a query found.
-[[nodiscard]] QueuedMessage queuedFromRow(const QVariantList& row);
+[[nodiscard]] HOST_EXPORT QueuedMessage queuedFromRow(const QVariantList& row);
 
 /// A time as it is stored: milliseconds since 1970, negative before. 0 stands for none, or for "at once"; so
 /// that very moment is stored as the one after it.
-[[nodiscard]] qint64 writtenTime(const QDateTime& time);
+[[nodiscard]] HOST_EXPORT qint64 writtenTime(const QDateTime& time);
 /// A stored time in UTC; invalid for none.
-[[nodiscard]] QDateTime storedTime(const QVariant& milliseconds);
+[[nodiscard]] HOST_EXPORT QDateTime storedTime(const QVariant& milliseconds);
 
 } // namespace network

@@ -145,13 +145,18 @@ void Database::commit() const
         --m_depth;
         for (auto& kept : m_onceKept)
             kept.first = std::min(kept.first, m_depth);
+        if (m_companion)
+            m_companion->first = std::min(m_companion->first, m_depth);
         return;
     }
     if (m_files)
         requireInPlace();
+    if (m_companion)
+        m_companion->second->keep();
     execute(u"COMMIT"_s);
     ++theCommits;
     m_depth = 0;
+    m_companion.reset();
     for (const auto& kept : std::exchange(m_onceKept, {}))
         kept.second();
 }
@@ -161,10 +166,15 @@ void Database::rollback() const noexcept
     if (!isInTransaction())
         return;
     std::erase_if(m_onceKept, [this](const auto& kept) { return kept.first >= m_depth; });
+    const bool outlives = m_companion && m_companion->first < m_depth;
+    if (m_companion && !outlives)
+        std::exchange(m_companion, std::nullopt)->second->undo();
     QSqlQuery query(m_database);
     if (--m_depth == 0) {
         m_spoilt = nullptr;
         query.exec(u"ROLLBACK"_s); // SQLite may have done it itself; the first failure is the one to tell
+    } else if (outlives) {
+        spoil(std::make_exception_ptr(storageError(StorageFault::Failed, m_path)));
     } else if (query.exec(u"ROLLBACK TO inner"_s) && query.exec(u"RELEASE inner"_s)) {
         m_spoilt = nullptr; // else SQLite has undone all of it
     } else {
@@ -178,6 +188,12 @@ void Database::onceKept(std::function<void()> what) const
         m_onceKept.emplace_back(m_depth, std::move(what));
     else
         what();
+}
+
+void Database::accompany(Companion& companion) const
+{
+    Q_ASSERT(isInTransaction() && !m_companion);
+    m_companion = {m_depth, &companion};
 }
 
 void Database::requireWritable() const

@@ -92,6 +92,19 @@ public:
     /// Has that done once what is changed here is durable: at once outside a transaction, never when the
     /// transaction, or one inside it that asked, is undone. It must not throw.
     void onceKept(std::function<void()> what) const;
+    /// Somebody who keeps elsewhere what belongs to a transaction here.
+    class Companion
+    {
+    public:
+        virtual ~Companion() = default;
+        /// Keeps it, as the last step inside the transaction. When it throws, nothing is kept here either.
+        virtual void keep() = 0;
+        /// The transaction is undone. Where keep() was called before, it may have kept all the same.
+        virtual void undo() noexcept = 0;
+    };
+    /// Has it keep or undo its part with the transaction around this, of which it is the only one. As it can
+    /// undo all or nothing, an inner transaction that is undone later spoils the whole.
+    void accompany(Companion& companion) const;
     /// Writes something that changes nothing, so that a disk that is full or may not be written to is met
     /// now.
     void requireWritable() const;
@@ -148,6 +161,7 @@ private:
     mutable int m_depth = 0;             ///< of transactions
     mutable std::exception_ptr m_spoilt; ///< the first failure in the innermost transaction
     mutable std::vector<std::pair<int, std::function<void()>>> m_onceKept; ///< each with its depth
+    mutable std::optional<std::pair<int, Companion*>> m_companion;         ///< with its depth
 };
 
 } // namespace storage

@@ -36,33 +36,29 @@ QByteArray original(const storage::Database& store, const QString& identifier)
         .toByteArray();
 }
 
-/// Null when there is no document of that identifier.
-QSharedPointer<Document> load(const storage::Database& store, const QString& identifier)
+QSharedPointer<Document> assembled(const QString& identifier, const QByteArray& content,
+                                   const QList<QVariantList>& cardRecords, const QString& place)
 {
-    const QByteArray bytes = original(store, identifier);
-    if (bytes.isEmpty())
-        return nullptr;
-    auto document = documentcodec::readDocument(bytes, store.path());
+    auto document = documentcodec::readDocument(content, place);
     setPlaces(*document, 0);
-    for (const QVariantList& row :
-         rowsOf(store, u"SELECT content, revision FROM card_records WHERE document = ?"_s, {identifier})) {
-        const auto record = documentcodec::readCardRecord(row[0].toByteArray(), store.path());
+    for (const QVariantList& row : cardRecords) {
+        const auto record = documentcodec::readCardRecord(row[0].toByteArray(), place);
         record->setStoredPlace({identifier, row[1].toInt()});
         document->setCardRecord(record);
     }
     return document;
 }
 
-/// The same; null also when it is damaged.
-QSharedPointer<Document> loadIfWhole(const storage::Database& store, const QString& identifier)
+/// Null when there is no document of that identifier.
+QSharedPointer<Document> load(const storage::Database& store, const QString& identifier)
 {
-    try {
-        return load(store, identifier);
-    } catch (const BasicException& failure) {
-        if (!storage::isFault(failure, storage::StorageFault::Damaged))
-            throw;
+    const QByteArray bytes = original(store, identifier);
+    if (bytes.isEmpty())
         return nullptr;
-    }
+    return assembled(
+        identifier, bytes,
+        rowsOf(store, u"SELECT content, revision FROM card_records WHERE document = ?"_s, {identifier}),
+        store.path());
 }
 
 int revisionOf(const storage::Database& store, const QString& identifier, int kind)
@@ -176,9 +172,32 @@ QList<ClosedSale> DocumentsDao::newestSales(int limit)
              u"SELECT identifier FROM documents WHERE sale = '' ORDER BY stored DESC, rowid DESC LIMIT ?"_s,
              {limit})) {
         const QString identifier = row[0].toString();
-        const auto document = loadIfWhole(store, identifier);
+        const auto document = ifWhole([&] { return load(store, identifier); });
         if (!document || document->getDocumentType() == SaleReceipt)
             sales.append({identifier, document});
     }
     return sales;
+}
+
+bool DocumentsDao::contains(const QString& identifier)
+{
+    return !rowsOf(opened(), u"SELECT 1 FROM documents WHERE identifier = ?"_s, {identifier}).isEmpty();
+}
+
+QSharedPointer<Document> DocumentsDao::documentWith(const QString& identifier, const QByteArray& content,
+                                                    const QList<QVariantList>& cardRecords,
+                                                    const QString& place)
+{
+    return assembled(identifier, content, cardRecords, place);
+}
+
+QSharedPointer<Document> DocumentsDao::ifWhole(const std::function<QSharedPointer<Document>()>& load)
+{
+    try {
+        return load();
+    } catch (const BasicException& failure) {
+        if (!storage::isFault(failure, storage::StorageFault::Damaged))
+            throw;
+        return nullptr;
+    }
 }

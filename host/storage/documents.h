@@ -5,6 +5,7 @@
 #include "host/utils/mockfactory.h"
 #include "host/utils/singleton.h"
 
+#include <functional>
 #include <memory>
 
 class Document;
@@ -33,8 +34,8 @@ public:
 
     /// The stored document that `reference` (AbstractDocument::getSaleDocumentId, the sale's identifier as a
     /// text) names, with what saveCardRecord() wrote since, or null when there is none. Each call makes an
-    /// object of its own. `forUpdate` locks it against other tills; this store is one till's, so here it
-    /// changes nothing.
+    /// object of its own. `forUpdate` locks it against other tills until the storage::Transaction
+    /// around it ends; this store is one till's, so here it changes nothing.
     [[nodiscard]] virtual QSharedPointer<AbstractDocument> loadDocument(const QVariant& reference,
                                                                         bool forUpdate);
 
@@ -53,6 +54,24 @@ public:
 
     /// The closed sales, the one that was closed last first, at most `limit`.
     [[nodiscard]] virtual QList<ClosedSale> newestSales(int limit);
+
+    /// Whether a document of that identifier was ever stored here, as far as is still known.
+    [[nodiscard]] virtual bool contains(const QString& identifier);
+
+    /// False when a place where documents lie could not be asked by the last loadDocument(): then the null
+    /// that it returned says nothing. This store is one place, which throws instead.
+    [[nodiscard]] virtual bool seesAll() const { return true; }
+
+protected:
+    /// A document from its stored form, with what was written back of its card records: rows of `content` and
+    /// `revision`. `place` is where it lies, for a failure's text.
+    [[nodiscard]] static QSharedPointer<Document> documentWith(const QString& identifier,
+                                                               const QByteArray& content,
+                                                               const QList<QVariantList>& cardRecords,
+                                                               const QString& place);
+    /// What that loads, or null in its place when it is damaged.
+    [[nodiscard]] static QSharedPointer<Document>
+    ifWhole(const std::function<QSharedPointer<Document>()>& load);
 
 private:
     /// The store, kept open from now on.

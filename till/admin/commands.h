@@ -18,6 +18,7 @@ Command restoreCommand();
 Command rescueCommand();
 Command reconcileCommand();
 Command deliverCommand();
+Command shopPrepareCommand();
 Command forgetCommand();
 Command metricsCommand();
 Command doctorCommand();

@@ -120,6 +120,8 @@ private:
     void earn(Payment& payment);
     /// Ends the receipt's transaction, stores it as closed and raises the event: all or nothing.
     void close();
+    [[nodiscard]] bool wasClosedBefore() const;
+    void requireStillReturnable() const;
     void abandon();
     void letGo();
     [[nodiscard]] tr::Tr foundOpen() const;

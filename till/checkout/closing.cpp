@@ -55,6 +55,13 @@ void Checkout::earn(Payment& payment)
     mark(State::Settled); // with the numbers that the service knows the earning by
 }
 
+/// A return may be known to other tills, and nobody was told here that it is.
+bool Checkout::wasClosedBefore() const
+{
+    return m_receipt->getDocumentType() == ReturnReceipt &&
+           hostObject<DocumentsDao>().loadDocument(m_receipt->getIdentifier(), false);
+}
+
 // The queue's messages, the sale's record that a return changes, the receipt itself and its journal: all are
 // kept or none is. What came before stays known when it is none.
 void Checkout::close()
@@ -62,6 +69,14 @@ void Checkout::close()
     bool committed = false;
     try {
         storage::Transaction transaction;
+        if (wasClosedBefore()) {
+            SaveToFileLogic::removeOpenReceipt();
+            transaction.commit();
+            letGo();
+            return;
+        }
+        if (m_receipt->getDocumentType() == ReturnReceipt)
+            requireStillReturnable();
         committed = !card() || m_loyalty.commit(m_receipt);
         if (committed) {
             hostObject<DocumentsDao>().store(m_receipt);

@@ -1,10 +1,13 @@
 #include "till/checkout/deliverynow.h"
 
 #include "host/network/idlework.h"
+#include "host/shop/connection.h"
+#include "host/shop/shopjobs.h"
 #include "host/storage/filelock.h"
 #include "host/utils/currenttime.h"
 #include "till/checkout/lateearning.h"
 #include "till/setup/settings.h"
+#include "till/setup/shopsettings.h"
 
 #include <QDeadlineTimer>
 #include <QThread>
@@ -42,6 +45,21 @@ QueueDelivery::Summary waitForWorker(MessageQueue& queue)
     return summary;
 }
 
+QueueDelivery::Summary moveOn(const MessageQueue& queue, const ShopSettings& shop)
+{
+    QueueDelivery::Summary summary;
+    const int before = queue.waitingCount() + queue.parkedCount();
+    try {
+        shop::moveAll(shop.till, shop.database);
+    } catch (const shop::DatabaseError& failure) {
+        summary.firstError = failure.tr().ru();
+    }
+    summary.waiting = queue.waitingCount();
+    summary.parked = queue.parkedCount();
+    summary.delivered = std::max(0, before - summary.waiting - summary.parked);
+    return summary;
+}
+
 } // namespace
 
 QueueDelivery::Options deliveryOptions(const Config& config)
@@ -52,11 +70,20 @@ QueueDelivery::Options deliveryOptions(const Config& config)
     return options;
 }
 
+DeliveryWorker::Options workerOptions(const Config& config)
+{
+    if (const auto shop = shopOf(config))
+        return shop::movingOn(shop->till, shop->database);
+    return {.delivery = deliveryOptions(config)};
+}
+
 QueueDelivery::Summary deliverNow(MessageQueue& queue, const Config& config)
 {
     const auto held = QueueDelivery::lock();
     if (!held)
         return waitForWorker(queue);
+    if (const auto shop = shopOf(config))
+        return moveOn(queue, *shop);
     queue.expedite();
     return QueueDelivery(queue, deliveryOptions(config)).deliverDue(*held);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "host/queue/deliveryworker.h"
 #include "host/queue/messagequeue.h"
-#include "host/queue/queuedelivery.h"
 #include "host/utils/config.h"
 
 namespace till {
@@ -9,9 +9,13 @@ namespace till {
 /// How whoever delivers does it: with the configured credentials, and what was earned goes into the journal.
 QueueDelivery::Options deliveryOptions(const Config& config);
 
+/// What a till does with its queue all the time: it delivers it, or, where the shop has a database, moves it
+/// on to that. Throws UsageError.
+DeliveryWorker::Options workerOptions(const Config& config);
+
 /// Sends everything that waits once, without regard to its pauses, and waits for the answers: itself, or by
-/// the worker that delivers this queue already, in this or another program. Throws BasicException when the
-/// queue can't be used.
+/// the worker that delivers this queue already, in this or another program. Where the shop has a database,
+/// delivered is what moved on to that. Throws BasicException when the queue can't be used.
 QueueDelivery::Summary deliverNow(MessageQueue& queue, const Config& config);
 
 } // namespace till

@@ -4,6 +4,7 @@
 #include "till/checkout/returnparts.h"
 
 #include "host/storage/documents.h"
+#include "host/utils/money.h"
 #include "till/setup/hostobjects.h"
 
 using namespace Qt::StringLiterals;
@@ -13,20 +14,18 @@ namespace till {
 
 namespace {
 
-QSharedPointer<AbstractDocument> stored(const QString& identifier)
-{
-    return hostObject<DocumentsDao>().loadDocument(identifier, false);
-}
-
 void requireNew(const QString& identifier)
 {
-    if (stored(identifier))
+    if (hostObject<DocumentsDao>().contains(identifier))
         fail(tr::Tr(u"tillReceiptKnown"_s, u"Чек %1 уже есть: номер чека не повторяется"_s).arg(identifier));
 }
 
-QSharedPointer<AbstractDocument> saleOf(const QString& identifier)
+QSharedPointer<AbstractDocument> saleOf(const QString& identifier, bool forUpdate)
 {
-    auto sale = stored(identifier);
+    auto& documents = hostObject<DocumentsDao>();
+    auto sale = documents.loadDocument(identifier, forUpdate);
+    if (!sale && !documents.seesAll())
+        fail({u"kyrBackNotPossible"_s, u"Возврат не возможен"_s}); // as the loyalty system says it
     if (!sale)
         fail(tr::Tr(u"tillSaleMissing"_s, u"Чека %1 нет среди закрытых: возврат не возможен"_s)
                  .arg(identifier));
@@ -65,7 +64,7 @@ QSharedPointer<Document> draftReturn(const QString& identifier, const QString& s
                                      const QList<ReturnLine>& lines)
 {
     requireNew(identifier);
-    const auto sale = saleOf(saleIdentifier);
+    const auto sale = saleOf(saleIdentifier, false);
     auto receipt = QSharedPointer<Document>::create(ReturnReceipt, identifier);
     receipt->setSaleDocumentId(saleIdentifier);
     const auto before = hostObject<DocumentsDao>().returnsOf(saleIdentifier);
@@ -84,6 +83,13 @@ QSharedPointer<Document> draftReturn(const QString& identifier, const QString& s
     return receipt;
 }
 
+bool isSameReturn(const GoodsItem& now, const GoodsItem& then)
+{
+    return utils::toHundredths(now.getSumb()) == utils::toHundredths(then.getSumb()) &&
+           utils::toHundredths(now.getDiscount()) == utils::toHundredths(then.getDiscount()) &&
+           utils::toHundredths(now.getBonusImpactSum()) == utils::toHundredths(then.getBonusImpactSum());
+}
+
 void takeAllButPositionsOver(const Document& before, Document& receipt)
 {
     for (const auto& record : before.cardRecords())
@@ -97,6 +103,24 @@ void takeAllButPositionsOver(const Document& before, Document& receipt)
 }
 
 } // namespace
+
+// Between its opening and its end another till may have taken back some of the same sale.
+void Checkout::requireStillReturnable() const
+{
+    const QString saleIdentifier = m_receipt->getSaleDocumentId().toString();
+    const auto sale = saleOf(saleIdentifier, true);
+    const auto before = hostObject<DocumentsDao>().returnsOf(saleIdentifier);
+    for (const auto& item : m_receipt->getGoodsItems()) {
+        const int posnum = item->getPosnum();
+        const auto sold = sale->getGoodsItemByPosnum(posnum);
+        const auto now =
+            sold ? returnPart(*sold, item->getBquant(), returnedBefore(posnum, before)) : nullptr;
+        if (!now || !isSameReturn(*now, *item))
+            fail(tr::Tr(u"tillReturnOutrun"_s,
+                        u"Позиция %1: по чеку %2 уже оформлен другой возврат, откройте возврат заново"_s)
+                     .arg(QString::number(posnum), saleIdentifier));
+    }
+}
 
 void Checkout::open(const QSharedPointer<Document>& receipt)
 {

@@ -2,6 +2,7 @@
 
 #include "host/core/session.h"
 #include "host/queue/dbqueuebroker.h"
+#include "host/shop/shopdocuments.h"
 #include "host/storage/datacheck.h"
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
@@ -13,6 +14,7 @@
 #include "till/cli/usageerror.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
+#include "till/setup/shopsettings.h"
 
 using namespace Qt::StringLiterals;
 
@@ -132,6 +134,10 @@ void Till::startUp()
     m_store = opened.store;
     for (const storage::DataFinding& finding : opened.findings)
         found.append(finding.text);
+    if (const auto shop = shopOf(hostObject<Config>())) {
+        dropHostObject<DocumentsDao>();
+        Singleton<DocumentsDao>::instance = new shop::ShopDocuments(shop->till, shop->database);
+    }
     const QString shop = hostObject<Config>().getString(u"Till:shopCode"_s, u"1"_s);
     hostObject<Session>().getRegistry()->setShopCode(shop);
     m_plugin = std::make_unique<PluginHost>(m_parts.pluginFile);

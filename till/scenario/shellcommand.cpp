@@ -51,7 +51,7 @@ int run(const Invocation& invocation)
     Till till(partsOf(options), config, cashier);
     reporter->preparations(trace.take());
     Player player({till, cashier}, trace, *reporter, nullptr);
-    const DeliveryWorker worker({.delivery = deliveryOptions(hostObject<Config>()), .changed = {}});
+    const DeliveryWorker worker(workerOptions(hostObject<Config>()));
     Shell(in, talk, isatty(STDIN_FILENO) == 1, [&till] { return alarmsAt(till); }).run(player);
     return exitWell;
 }

@@ -1,5 +1,6 @@
 #include "till/setup/settingkeys.h"
 
+#include "host/shop/connection.h"
 #include "till/cli/logging.h"
 
 #include <QRegularExpression>
@@ -54,6 +55,9 @@ QList<ConfigKey> knownKeys()
         {keys::goods, Text, u"a file with what is sold, such as \"goods.csv\""_s},
         {keys::keepDays, Integer, u"days to keep closed receipts, such as 400; 0: for ever"_s},
         {keys::keepJournalDays, Integer, u"days to keep journal and history, such as 90; 0: for ever"_s},
+        {keys::shopDatabase, Text,
+         u"a database for all tills of the shop, such as \"postgresql://till@db/shop\""_s},
+        {keys::shopTill, Text, u"how this till is called in the shop, such as \"7\""_s},
         {keys::alarm, Integer, u"minutes that a message may wait before there is an alarm, such as 60"_s},
     };
 }
@@ -69,6 +73,10 @@ std::optional<Fault> faultOfValue(const QString& key, const QVariant& value)
         return unless(value.toInt() > 0, u"expected seconds above 0, such as 10"_s);
     if (key == keys::alarm)
         return unless(value.toInt() > 0, u"expected minutes above 0, such as 60"_s);
+    if (const QString fault =
+            key == keys::shopDatabase && !text.isEmpty() ? shop::faultOfDatabaseAddress(text) : QString();
+        !fault.isEmpty())
+        return Fault{fault};
     if (key == keys::keepDays)
         return unless(value.toInt() >= 0, u"expected days, such as 400, or 0 for ever"_s);
     if (key == keys::keepJournalDays)

@@ -32,6 +32,8 @@ inline const QString scanPrefix = QStringLiteral("Till:scanPrefix");
 inline const QString scanSuffix = QStringLiteral("Till:scanSuffix");
 inline const QString cardPrefixes = QStringLiteral("Till:cardPrefixes");
 inline const QString weightPrefixes = QStringLiteral("Till:weightPrefixes");
+inline const QString shopDatabase = QStringLiteral("Shop:database");
+inline const QString shopTill = QStringLiteral("Shop:till");
 inline const QString goods = QStringLiteral("Till:goods");
 } // namespace keys
 

@@ -148,7 +148,7 @@ int run(const Invocation& invocation)
     window::WindowFrontend frontend(waiting);
     Till till(partsOf(options), config, frontend);
     std::optional<DeliveryWorker> worker;
-    worker.emplace(DeliveryWorker::Options{.delivery = deliveryOptions(hostObject<Config>()), .changed = {}});
+    worker.emplace(workerOptions(hostObject<Config>()));
     window::CheckoutModel model(till, waiting, watch, catalogue);
     window::MainWindow view(model, waiting, frontend);
     frontend.setParent(&view);

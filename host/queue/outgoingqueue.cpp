@@ -1,0 +1,9 @@
+#include "host/queue/outgoingqueue.h"
+
+OutgoingQueue::~OutgoingQueue() = default;
+
+std::optional<QueuedMessage> OutgoingQueue::after(qint64 id) const
+{
+    const QList<QueuedMessage> found = messages(1, id);
+    return found.isEmpty() ? std::nullopt : std::optional(found.first());
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "host/storage/database.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+/// What a till's own store knows of what moves on to the shop's database.
+namespace shop {
+
+/// The marks lie in the store, beside what they mark, in tables that only a till with a shop's database has.
+/// A family is a sale with its returns, named by the sale. Each operation throws BasicException when the
+/// store can't be used.
+class LocalMarks
+{
+public:
+    /// Of this thread's store.
+    LocalMarks();
+
+    /// Whether the family is on its way: then the shop's database may have it already, and what is written
+    /// back of it belongs there.
+    [[nodiscard]] bool isMoving(const QString& family) const;
+    /// The families that were on their way when it was last looked, whoever moved them.
+    [[nodiscard]] QStringList moving() const;
+    /// The family is on its way from now on, with the Transaction around it.
+    void begin(const QString& family) const;
+    /// It is not; what was to be moved is still here.
+    void giveUp(const QString& family) const;
+    /// It has arrived: `receipts` are kept in the shop's database alone.
+    void finish(const QString& family, const QStringList& receipts) const;
+
+    /// Whether a receipt of that identifier was closed here and has moved on.
+    [[nodiscard]] bool hasMoved(const QString& receipt) const;
+    /// Forgets what moved on before that time, in milliseconds since 1970.
+    void forgetBefore(qint64 time) const;
+
+private:
+    [[nodiscard]] QList<QVariantList> rows(const QString& sql, const QVariantList& values = {}) const;
+    void change(const QString& sql, const QVariantList& values) const;
+
+    std::shared_ptr<storage::Database> m_store;
+};
+
+} // namespace shop

@@ -1,0 +1,327 @@
+#include "host/shop/moving.h"
+
+#include "host/core/document.h"
+#include "host/shop/familylock.h"
+#include "host/storage/documents.h"
+#include "host/storage/store.h"
+#include "host/utils/logging.h"
+#include "host/utils/utc.h"
+
+#include <QCryptographicHash>
+#include <QDataStream>
+#include <QUuid>
+
+using namespace Qt::StringLiterals;
+
+namespace shop {
+
+namespace {
+
+constexpr int messagesAtOnce = 200;
+constexpr int familiesAtOnce = 20;
+
+/// Another receipt of the same identifier is there.
+class Taken : public DatabaseError
+{
+public:
+    explicit Taken(const QString& receipt)
+        : DatabaseError(Fault::Refused, u"it has another receipt %1"_s.arg(receipt))
+    {}
+};
+
+/// The same for the same values, whoever asks and when: a version 8 UUID, as its makers leave free.
+QString identityOf(const QVariantList& values)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out.setVersion(QDataStream::Qt_6_4);
+    out << values;
+    const QByteArray sum = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+    return QUuid::fromRfc4122(sum.left(16)).toString(QUuid::WithoutBraces);
+}
+
+QDate monthOfTime(const QVariant& milliseconds)
+{
+    const QDate day = utils::utcFromMilliseconds(milliseconds.toLongLong()).date();
+    return {day.year(), day.month(), 1};
+}
+
+QString written(const QDate& month) { return month.toString(Qt::ISODate); }
+
+QStringList openFamilies()
+{
+    const auto open = SaveToFileLogic::loadOpenReceipt();
+    return open ? QStringList{open->getIdentifier(), open->getSaleDocumentId().toString()} : QStringList();
+}
+
+} // namespace
+
+Moving::Moving(QString till, Connection& database)
+    : m_till(std::move(till))
+    , m_database(database)
+    , m_store(storage::store())
+{}
+
+// The messages first: who finds a sale there may rely on its messages being there too.
+bool Moving::step() { return moveMessages() || moveFamilies(); }
+
+bool Moving::moveMessages()
+{
+    const QList<QVariantList> waiting = messages(u"ORDER BY id LIMIT ?"_s, {messagesAtOnce});
+    if (waiting.isEmpty())
+        return false;
+    m_database.begin();
+    try {
+        putMessages(waiting);
+        m_database.commit();
+    } catch (...) {
+        m_database.rollback();
+        throw;
+    }
+    m_store->atomically([&] { removeMessages(waiting); });
+    return true;
+}
+
+QList<QVariantList> Moving::messages(const QString& where, const QVariantList& values) const
+{
+    return rows(
+        u"SELECT id, queue, receipt, enqueued, message, text, parked, attempts, error, due FROM queued "_s +
+            where,
+        values);
+}
+
+void Moving::putMessages(const QList<QVariantList>& messages)
+{
+    for (const QVariantList& row : messages) {
+        const QDate month = monthOfTime(row[3]);
+        ensureMonth(month);
+        const QString identity = identityOf({m_till, row[1], row[2], row[3], row[4]});
+        m_database.run(u"SELECT put_message($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12)"_s,
+                       {identity, written(month), m_till, row[1], row[2], row[3], row[4], row[5],
+                        row[6].toBool(), row[7], row[8], row[9]});
+    }
+    if (!messages.isEmpty())
+        m_database.run(u"NOTIFY kyr_queue"_s);
+}
+
+void Moving::removeMessages(const QList<QVariantList>& messages) const
+{
+    for (const QVariantList& row : messages)
+        change(u"DELETE FROM queued WHERE id = ?"_s, {row[0]});
+}
+
+bool Moving::moveFamilies()
+{
+    const QStringList families = departing();
+    if (families.isEmpty())
+        return false;
+    try {
+        move(families);
+        m_oneByOne = false;
+    } catch (const Taken& failure) {
+        leave(families);
+        m_oneByOne = true;
+        if (families.size() == 1) {
+            m_stuck.append(families.first());
+            utils::logger(u"shop"_s)->error(u"Receipt %1 stays at this till: "_s.arg(families.first()) +
+                                            failure.tr().ru());
+        }
+    } catch (const DatabaseError& failure) {
+        // What was under way when the connection was lost may have been done.
+        if (failure.fault() != Fault::Away)
+            leave(families);
+        throw;
+    }
+    return true;
+}
+
+/// Marks them, so that nobody changes here what may be there already.
+QStringList Moving::departing()
+{
+    QStringList families;
+    m_store->atomically([&] {
+        families = m_marks.moving();
+        QStringList staying = openFamilies() + m_stuck;
+        families.removeIf([&](const QString& family) { return m_stuck.contains(family); });
+        const qsizetype most = m_oneByOne ? 1 : familiesAtOnce;
+        if (m_oneByOne && families.size() > 1)
+            families = families.first(1);
+        const auto add = [&](const QString& sql) {
+            const QList<QVariantList> found = families.size() < most
+                                                  ? rows(sql, {most + staying.size() + families.size()})
+                                                  : QList<QVariantList>();
+            for (const QVariantList& row : found) {
+                const QString family = row[0].toString();
+                if (families.size() < most && !families.contains(family) && !staying.contains(family))
+                    families.append(family);
+            }
+        };
+        add(u"SELECT CASE sale WHEN '' THEN identifier ELSE sale END AS family FROM documents GROUP BY "
+            u"family "
+            "ORDER BY min(stored), min(rowid) LIMIT ?"_s);
+        // Of receipts that were never closed.
+        add(u"SELECT receipt FROM journal GROUP BY receipt ORDER BY min(id) LIMIT ?"_s);
+        add(u"SELECT receipt FROM history GROUP BY receipt ORDER BY min(id) LIMIT ?"_s);
+        for (const QString& family : families)
+            m_marks.begin(family);
+    });
+    return families;
+}
+
+void Moving::leave(const QStringList& families)
+{
+    m_store->atomically([&] {
+        for (const QString& family : families)
+            m_marks.giveUp(family);
+    });
+}
+
+void Moving::move(const QStringList& families)
+{
+    QList<Luggage> all;
+    m_database.begin();
+    try {
+        for (const QString& family : families) {
+            lockFamily(m_database, family);
+            all.append(packed(family));
+            put(all.last());
+        }
+        m_database.commit();
+    } catch (...) {
+        m_database.rollback();
+        throw;
+    }
+    m_store->atomically([&] {
+        for (const Luggage& luggage : all)
+            remove(luggage);
+    });
+}
+
+void Moving::carry(const QString& family)
+{
+    const Luggage luggage = packed(family);
+    const auto its = messages(u"WHERE receipt = ? AND receipt <> '' ORDER BY id"_s, {family});
+    putMessages(its);
+    put(luggage);
+    removeMessages(its);
+    remove(luggage);
+}
+
+Moving::Luggage Moving::packed(const QString& family) const
+{
+    Luggage luggage{family, {}, {}, {}, {}};
+    luggage.documents = rows(u"SELECT identifier, stored, sale, content FROM documents WHERE identifier = ? "
+                             "UNION ALL SELECT identifier, stored, sale, content FROM documents "
+                             "WHERE sale = ? AND sale <> '' ORDER BY stored"_s,
+                             {family, family});
+    QStringList receipts{family};
+    for (const QVariantList& document : luggage.documents)
+        receipts.append(document[0].toString());
+    receipts.removeDuplicates();
+    for (const QString& receipt : receipts) {
+        luggage.cards += rows(
+            u"SELECT document, kind, revision, content FROM card_records WHERE document = ?"_s, {receipt});
+        luggage.journal +=
+            rows(u"SELECT id, time, receipt, event, operation, message, code, detail, milliseconds "
+                 "FROM journal WHERE receipt = ? ORDER BY id"_s,
+                 {receipt});
+    }
+    luggage.history =
+        rows(u"SELECT id, queue, receipt, enqueued, finished, text, attempts, error, outcome, answer, "
+             "message FROM history WHERE receipt = ? ORDER BY id"_s,
+             {family});
+    return luggage;
+}
+
+void Moving::put(const Luggage& luggage)
+{
+    const QDate month = monthOf(luggage);
+    ensureMonth(month);
+    for (const QVariantList& document : luggage.documents)
+        putDocument(month, document);
+    for (const QVariantList& row : luggage.cards)
+        m_database.run(u"INSERT INTO card_records VALUES ($1, $2, $3, $4, $5) ON CONFLICT DO NOTHING"_s,
+                       QVariantList{written(month)} + row);
+    for (const QVariantList& row : luggage.journal)
+        m_database.run(
+            u"INSERT INTO journal (month, till, id, time, receipt, event, operation, message, code, "
+            "detail, milliseconds) VALUES ($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11) "
+            "ON CONFLICT DO NOTHING"_s,
+            QVariantList{written(month), m_till} + row);
+    for (const QVariantList& row : luggage.history) {
+        const QString identity = identityOf({m_till, row[0], row[1], row[2], row[3], row[4], row[8]});
+        m_database.run(
+            u"INSERT INTO history SELECT $1::date, -nextval('entries'), $2::uuid, $3::text, $4::text, "
+            "$5::text, $6::bigint, $7::bigint, $8::text, $9::integer, $10::text, $11::text, "
+            "$12::integer, $13::bytea WHERE NOT EXISTS (SELECT FROM history WHERE identity = $2::uuid)"_s,
+            QVariantList{written(month), identity, m_till} + row.sliced(1));
+    }
+}
+
+// A return lies with its sale, which may be there already.
+QDate Moving::monthOf(const Luggage& luggage)
+{
+    const auto found =
+        m_database.run(u"SELECT month FROM documents WHERE identifier = $1"_s, {luggage.family}).rows;
+    if (!found.isEmpty())
+        return QDate::fromString(found[0][0].toString(), Qt::ISODate);
+    for (const auto& [times, column] :
+         {std::pair(luggage.documents, 1), std::pair(luggage.journal, 1), std::pair(luggage.history, 4)}) {
+        if (!times.isEmpty())
+            return monthOfTime(times.first()[column]);
+    }
+    return monthOfTime(0); // of nothing
+}
+
+void Moving::putDocument(const QDate& month, const QVariantList& document)
+{
+    const auto there = m_database
+                           .run(u"SELECT content = $2 AND till = $3 FROM documents WHERE identifier = $1"_s,
+                                {document[0], document[3], m_till})
+                           .rows;
+    if (there.isEmpty())
+        m_database.run(u"INSERT INTO documents (month, till, identifier, stored, sale, content) "
+                       "VALUES ($1, $2, $3, $4, $5, $6)"_s,
+                       QVariantList{written(month), m_till} + document);
+    else if (!there[0][0].toBool())
+        throw Taken(document[0].toString());
+}
+
+void Moving::remove(const Luggage& luggage) const
+{
+    QStringList receipts;
+    for (const QVariantList& row : luggage.cards)
+        change(u"DELETE FROM card_records WHERE document = ? AND kind = ?"_s, {row[0], row[1]});
+    for (const QVariantList& row : luggage.documents) {
+        change(u"DELETE FROM documents WHERE identifier = ?"_s, {row[0]});
+        receipts.append(row[0].toString());
+    }
+    for (const QVariantList& row : luggage.journal)
+        change(u"DELETE FROM journal WHERE id = ?"_s, {row[0]});
+    for (const QVariantList& row : luggage.history)
+        change(u"DELETE FROM history WHERE id = ?"_s, {row[0]});
+    m_marks.finish(luggage.family, receipts);
+}
+
+void Moving::ensureMonth(const QDate& month)
+{
+    if (m_months.contains(month))
+        return;
+    m_database.run(u"SELECT ensure_month($1)"_s, {written(month)});
+    if (!m_database.isInTransaction())
+        m_months.append(month);
+}
+
+QList<QVariantList> Moving::rows(const QString& sql, const QVariantList& values) const
+{
+    QSqlQuery query = m_store->prepared(sql);
+    return m_store->rows(query, values);
+}
+
+void Moving::change(const QString& sql, const QVariantList& values) const
+{
+    QSqlQuery statement = m_store->prepared(sql);
+    m_store->change(statement, values);
+}
+
+} // namespace shop

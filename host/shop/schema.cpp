@@ -1,0 +1,214 @@
+#include "host/shop/schema.h"
+
+using namespace Qt::StringLiterals;
+
+namespace shop {
+
+namespace {
+
+// A receipt, what was written back of its cards, its journal, and what the queue tells of it, lie in the
+// partition of the month in which its sale was closed: so what is older than it is to be kept goes by whole
+// partitions, and a sale together with its returns.
+//
+// A message is sent when nothing of its receipt is before it; there is no mark for that, so nobody has to
+// keep one right.
+//
+// What two programs make at once, a till and another one that takes its place, or a till that was killed
+// between the two stores, is told apart by its identity: a receipt by its identifier, a message by a sum of
+// all that it says, an entry of the journal by till, number and time.
+QStringList firstVersion()
+{
+    return {uR"(
+CREATE SCHEMA kyr;
+
+CREATE TABLE kyr.version (number integer NOT NULL);
+INSERT INTO kyr.version VALUES (1);
+
+CREATE TABLE kyr.documents (
+    month date NOT NULL,
+    identifier text NOT NULL,
+    till text NOT NULL,
+    stored bigint NOT NULL,
+    sale text NOT NULL,
+    content bytea NOT NULL,
+    PRIMARY KEY (month, identifier)
+) PARTITION BY RANGE (month);
+CREATE INDEX ON kyr.documents (identifier);
+CREATE INDEX ON kyr.documents (sale) WHERE sale <> '';
+CREATE INDEX ON kyr.documents (till, stored) WHERE sale = '';
+
+CREATE TABLE kyr.card_records (
+    month date NOT NULL,
+    document text NOT NULL,
+    kind integer NOT NULL,
+    revision integer NOT NULL,
+    content bytea NOT NULL,
+    PRIMARY KEY (month, document, kind)
+) PARTITION BY RANGE (month);
+
+CREATE SEQUENCE kyr.entries;
+CREATE TABLE kyr.journal (
+    month date NOT NULL,
+    till text NOT NULL,
+    id bigint NOT NULL,
+    time bigint NOT NULL,
+    receipt text NOT NULL,
+    event text NOT NULL,
+    operation text NOT NULL,
+    message bigint NOT NULL,
+    code integer NOT NULL,
+    detail text NOT NULL,
+    milliseconds bigint NOT NULL,
+    PRIMARY KEY (month, till, id, time)
+) PARTITION BY RANGE (month);
+CREATE INDEX ON kyr.journal (receipt);
+CREATE INDEX ON kyr.journal (time);
+
+CREATE TABLE kyr.queued (
+    id bigint GENERATED ALWAYS AS IDENTITY PRIMARY KEY,
+    identity uuid NOT NULL UNIQUE,
+    month date NOT NULL,
+    till text NOT NULL,
+    queue text NOT NULL,
+    receipt text NOT NULL,
+    enqueued bigint NOT NULL,
+    message bytea NOT NULL,
+    text text NOT NULL,
+    parked boolean NOT NULL DEFAULT false,
+    attempts integer NOT NULL DEFAULT 0,
+    error text NOT NULL DEFAULT '',
+    due bigint NOT NULL DEFAULT 0
+);
+CREATE INDEX ON kyr.queued (due, id) WHERE NOT parked;
+CREATE INDEX ON kyr.queued (receipt, id) WHERE receipt <> '';
+CREATE INDEX ON kyr.queued (month);
+
+CREATE TABLE kyr.history (
+    month date NOT NULL,
+    id bigint NOT NULL,
+    identity uuid NOT NULL,
+    till text NOT NULL,
+    queue text NOT NULL,
+    receipt text NOT NULL,
+    enqueued bigint NOT NULL,
+    finished bigint NOT NULL,
+    text text NOT NULL,
+    attempts integer NOT NULL,
+    error text NOT NULL,
+    outcome text NOT NULL,
+    answer integer,
+    message bytea,
+    PRIMARY KEY (month, id)
+) PARTITION BY RANGE (month);
+CREATE INDEX ON kyr.history (identity);
+CREATE INDEX ON kyr.history (receipt) WHERE receipt <> '';
+CREATE INDEX ON kyr.history (finished);
+
+CREATE TABLE kyr.delivery (error text NOT NULL, refused bigint NOT NULL, probes integer NOT NULL, probe bigint NOT NULL);
+INSERT INTO kyr.delivery VALUES ('', 0, 0, 0);
+)"_s,
+            // Who makes a partition has to own the table, which a till does not.
+            uR"(
+CREATE FUNCTION kyr.ensure_month(wanted date) RETURNS void LANGUAGE plpgsql SECURITY DEFINER
+SET search_path = kyr, pg_temp AS $$
+DECLARE
+    part text;
+BEGIN
+    IF to_regclass('kyr.documents_' || to_char(wanted, 'YYYY_MM')) IS NOT NULL THEN
+        RETURN;
+    END IF;
+    PERFORM pg_advisory_xact_lock(hashtextextended('kyr.months', 0));
+    FOREACH part IN ARRAY ARRAY['history', 'journal', 'card_records', 'documents'] LOOP
+        EXECUTE format('CREATE TABLE IF NOT EXISTS kyr.%I PARTITION OF kyr.%I FOR VALUES FROM (%L) TO (%L)',
+            part || to_char(wanted, '_YYYY_MM'), part, wanted, (wanted + interval '1 month')::date);
+    END LOOP;
+END $$;
+
+CREATE FUNCTION kyr.put_message(its_identity uuid, its_month date, its_till text, its_queue text, its_receipt text,
+    its_time bigint, its_content bytea, its_text text, is_parked boolean, its_attempts integer, its_error text,
+    its_due bigint) RETURNS void LANGUAGE sql SECURITY DEFINER SET search_path = kyr, pg_temp AS $$
+    INSERT INTO queued (identity, month, till, queue, receipt, enqueued, message, text, parked, attempts, error, due)
+    SELECT its_identity, coalesce((SELECT month FROM documents WHERE identifier = its_receipt LIMIT 1), its_month),
+        its_till, its_queue, its_receipt, its_time, its_content, its_text, is_parked, its_attempts, its_error, its_due
+    WHERE NOT EXISTS (SELECT FROM history WHERE identity = its_identity)
+    ON CONFLICT (identity) DO NOTHING
+$$;
+)"_s,
+            // A till reads receipts, which it takes back, but no message: they hold the password.
+            uR"(
+REVOKE ALL ON FUNCTION kyr.ensure_month, kyr.put_message FROM PUBLIC;
+GRANT USAGE ON SCHEMA kyr TO kyr_till, kyr_deliver;
+GRANT SELECT ON kyr.version TO kyr_till, kyr_deliver;
+GRANT SELECT, INSERT ON kyr.documents TO kyr_till;
+GRANT SELECT, INSERT, UPDATE ON kyr.card_records TO kyr_till;
+GRANT SELECT, INSERT ON kyr.journal, kyr.history TO kyr_till;
+GRANT USAGE ON kyr.entries TO kyr_till;
+GRANT EXECUTE ON FUNCTION kyr.ensure_month, kyr.put_message TO kyr_till;
+GRANT SELECT ON kyr.documents, kyr.card_records TO kyr_deliver;
+GRANT SELECT, UPDATE, DELETE ON kyr.queued TO kyr_deliver;
+GRANT SELECT, INSERT ON kyr.history, kyr.journal TO kyr_deliver;
+GRANT SELECT, UPDATE ON kyr.delivery TO kyr_deliver;
+GRANT USAGE ON kyr.entries TO kyr_deliver;
+GRANT EXECUTE ON FUNCTION kyr.ensure_month TO kyr_deliver;
+)"_s};
+}
+
+const QString roles = uR"(
+DO $$
+DECLARE
+    wanted text;
+BEGIN
+    FOREACH wanted IN ARRAY ARRAY['kyr_till', 'kyr_deliver'] LOOP
+        IF NOT EXISTS (SELECT FROM pg_roles WHERE rolname = wanted) THEN
+            EXECUTE format('CREATE ROLE %I NOLOGIN', wanted);
+        END IF;
+    END LOOP;
+END $$;
+)"_s;
+
+/// 0: there are no tables yet.
+int versionOf(Connection& database)
+{
+    const bool isThere =
+        !database.run(u"SELECT 1 WHERE to_regclass('kyr.version') IS NOT NULL"_s).rows.isEmpty();
+    if (!isThere)
+        return 0;
+    return database.run(u"SELECT number FROM kyr.version"_s).rows.value(0).value(0).toInt();
+}
+
+DatabaseError otherVersion(int found)
+{
+    if (found > schemaVersion)
+        return {Fault::Refused, u"its tables are of a later version of this program; install that"_s};
+    return {Fault::Refused, u"it has no tables for tills; run \"till shop prepare\""_s};
+}
+
+} // namespace
+
+void prepare(Connection& database)
+{
+    database.begin();
+    try {
+        database.run(u"SELECT pg_advisory_xact_lock(hashtextextended('kyr.version', 0))"_s);
+        const int found = versionOf(database);
+        if (found > schemaVersion)
+            throw otherVersion(found);
+        if (found == 0) {
+            database.runAll(roles);
+            for (const QString& statements : firstVersion())
+                database.runAll(statements);
+        }
+        database.commit();
+    } catch (...) {
+        database.rollback();
+        throw;
+    }
+}
+
+void requirePrepared(Connection& database)
+{
+    if (const int found = versionOf(database); found != schemaVersion)
+        throw otherVersion(found);
+}
+
+} // namespace shop

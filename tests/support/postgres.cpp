@@ -1,0 +1,127 @@
+#include "tests/support/postgres.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace test_support {
+
+namespace {
+
+constexpr int patience = 60'000;
+constexpr uid_t nobody = 65534;
+
+/// The folder of the newest one that is installed.
+QString programs()
+{
+    const QDir all(u"/usr/lib/postgresql"_s);
+    const QStringList versions =
+        all.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name | QDir::Reversed);
+    return versions.isEmpty() ? QString() : all.filePath(versions.first() + u"/bin/"_s);
+}
+
+/// It refuses to be root, and is not to outlive the test.
+void becomeOrdinary()
+{
+    if (geteuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0))
+        _exit(1);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+}
+
+} // namespace
+
+Postgres::Postgres()
+{
+    if (geteuid() == 0)
+        EXPECT_EQ(chown(QFile::encodeName(m_directory.path()).constData(), nobody, nobody), 0);
+    run(u"initdb"_s, {u"-D"_s, m_directory.filePath(u"data"_s), u"-U"_s, u"owner"_s, u"-A"_s, u"trust"_s,
+                      u"-E"_s, u"UTF8"_s, u"--locale=C"_s, u"-N"_s, u"--no-instructions"_s});
+    start();
+    run(u"createdb"_s, {u"-h"_s, m_directory.path(), u"-U"_s, u"owner"_s, u"shop"_s});
+}
+
+Postgres::~Postgres()
+{
+    thaw();
+    kill();
+}
+
+QString Postgres::address(const QString& user) const
+{
+    return u"postgresql:///shop?host=%1&user=%2"_s.arg(m_directory.path(), user);
+}
+
+void Postgres::start()
+{
+    m_server = std::make_unique<QProcess>();
+    m_server->setChildProcessModifier(becomeOrdinary);
+    m_server->setStandardOutputFile(m_directory.filePath(u"log"_s));
+    m_server->setStandardErrorFile(m_directory.filePath(u"log"_s), QIODevice::Append);
+    m_server->start(programs() + u"postgres"_s,
+                    {u"-D"_s, m_directory.filePath(u"data"_s), u"-c"_s, u"listen_addresses="_s, u"-c"_s,
+                     u"unix_socket_directories="_s + m_directory.path(), u"-c"_s, u"shared_buffers=8MB"_s});
+    QElapsedTimer waited;
+    waited.start();
+    QProcess ready;
+    do {
+        ready.start(programs() + u"pg_isready"_s, {u"-h"_s, m_directory.path()});
+        ready.waitForFinished(patience);
+    } while (ready.exitCode() != 0 && waited.elapsed() < patience);
+    EXPECT_EQ(ready.exitCode(), 0) << "the database does not start";
+}
+
+void Postgres::kill()
+{
+    if (!m_server)
+        return;
+    ::kill(static_cast<pid_t>(m_server->processId()), SIGSTOP); // or it would start others
+    QProcess::execute(u"pkill"_s, {u"-KILL"_s, u"-P"_s, QString::number(m_server->processId())});
+    m_server->kill();
+    m_server->waitForFinished(patience);
+    m_server.reset();
+}
+
+void Postgres::freeze()
+{
+    ::kill(static_cast<pid_t>(m_server->processId()), SIGSTOP);
+    QProcess::execute(u"pkill"_s, {u"-STOP"_s, u"-P"_s, QString::number(m_server->processId())});
+}
+
+void Postgres::thaw()
+{
+    if (!m_server)
+        return;
+    QProcess::execute(u"pkill"_s, {u"-CONT"_s, u"-P"_s, QString::number(m_server->processId())});
+    ::kill(static_cast<pid_t>(m_server->processId()), SIGCONT);
+}
+
+QString Postgres::sql(const QString& statements) const
+{
+    QProcess client;
+    client.start(programs() + u"psql"_s,
+                 {u"-h"_s, m_directory.path(), u"-U"_s, u"owner"_s, u"-d"_s, u"shop"_s, u"-X"_s, u"-q"_s,
+                  u"-A"_s, u"-t"_s, u"-v"_s, u"ON_ERROR_STOP=1"_s, u"-c"_s, statements});
+    EXPECT_TRUE(client.waitForFinished(patience));
+    EXPECT_EQ(client.exitCode(), 0) << client.readAllStandardError().toStdString();
+    return QString::fromUtf8(client.readAllStandardOutput()).trimmed();
+}
+
+void Postgres::run(const QString& program, const QStringList& arguments) const
+{
+    QProcess process;
+    process.setChildProcessModifier(becomeOrdinary);
+    process.setWorkingDirectory(m_directory.path());
+    process.start(programs() + program, arguments);
+    ASSERT_TRUE(process.waitForFinished(patience)) << "install PostgreSQL";
+    ASSERT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+}
+
+} // namespace test_support

@@ -1,0 +1,188 @@
+#include "tests/unit/shop/scene.h"
+
+#include "host/storage/transaction.h"
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using ::testing::HasSubstr;
+
+namespace test_support {
+
+TEST_F(Shop, TakesReceiptCardsJournalAndMessagesOverAndNothingIsLeft)
+{
+    close(richSale(u"R-1"_s));
+    enqueue(u"R-1"_s);
+    const auto sale = DocumentsDao().loadDocument(u"R-1"_s, false);
+    DocumentsDao().saveCardRecord(sale->getCardRecord(KyrLoyaltySystem));
+    moveOn();
+    EXPECT_EQ(server.sql(u"SELECT identifier, till, sale FROM kyr.documents"_s), u"R-1|1|");
+    EXPECT_EQ(server.sql(u"SELECT document, kind, revision FROM kyr.card_records"_s), u"R-1|12|1");
+    EXPECT_EQ(server.sql(u"SELECT event FROM kyr.journal ORDER BY id"_s), u"closed\nqueued");
+    EXPECT_EQ(server.sql(u"SELECT till, receipt, text, parked, attempts FROM kyr.queued"_s),
+              u"1|R-1|text|f|0");
+    const RawDatabase own(path(u"till.sqlite"_s));
+    for (const char* table : {"documents", "card_records", "queued", "journal", "moving"})
+        EXPECT_EQ(own.run(u"SELECT count(*) FROM "_s + QLatin1StringView(table))[0][0].toInt(), 0) << table;
+    EXPECT_EQ(MessageQueue().waitingCount(), 0);
+}
+
+TEST_F(Shop, KeepsTheOrderOfTheMessages)
+{
+    for (int i = 0; i < 300; ++i) // more than go at once
+        enqueue(u"R-%1"_s.arg(i % 7), QByteArray::number(i));
+    const QList<QueuedMessage> before = MessageQueue().messages(300);
+    moveOn();
+    shop::ShopQueue queue(server.address());
+    const QList<QueuedMessage> after = queue.messages(300);
+    ASSERT_EQ(after.size(), before.size());
+    for (qsizetype i = 0; i < after.size(); ++i) {
+        EXPECT_EQ(after[i].message, before[i].message);
+        EXPECT_EQ(after[i].group, before[i].group);
+        EXPECT_EQ(after[i].enqueued, before[i].enqueued);
+    }
+}
+
+/// As a till does that was killed after the database had all of it.
+TEST_F(Shop, HasEverythingOnceThoughItIsMovedTwice)
+{
+    close(richSale(u"R-1"_s));
+    enqueue(u"R-1"_s);
+    storage::Journal().add({.time = {}, .receipt = u"abandoned"_s, .event = u"abandoned"_s});
+    const QByteArray store = bytes(u"till.sqlite"_s);
+    const QByteArray log = bytes(u"till.sqlite-wal"_s);
+    moveOn();
+    const auto counts = [this] {
+        return server.sql(u"SELECT (SELECT count(*) FROM kyr.documents), (SELECT count(*) FROM kyr.journal), "
+                          "(SELECT count(*) FROM kyr.queued)"_s);
+    };
+    const QString once = counts();
+    EXPECT_EQ(once, u"1|3|1");
+    const QString again = outer().filePath(u"again"_s);
+    makePrivate(again);
+    storage::setDataDirectory(again);
+    for (const auto& [name, content] :
+         {std::pair(u"till.sqlite"_s, store), std::pair(u"till.sqlite-wal"_s, log)}) {
+        QFile file(again + u'/' + name);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    }
+    moveOn();
+    EXPECT_EQ(counts(), once);
+    EXPECT_EQ(MessageQueue().waitingCount(), 0);
+}
+
+/// A till's store was restored, and what had moved on then has been delivered since.
+TEST_F(Shop, DoesNotTakeAMessageAgainThatWasDelivered)
+{
+    enqueue(u"R-1"_s);
+    const QVariantMap message = MessageQueue().messages(1)[0].message;
+    moveOn();
+    shop::ShopQueue queue(server.address());
+    EXPECT_TRUE(queue.delivered(queue.lastId(), {}));
+    RawDatabase(path(u"till.sqlite"_s)).run(u"DELETE FROM journal"_s);
+    MessageQueue().enqueue(u"kyrloyalty"_s, u"R-1"_s, message, u"text"_s);
+    RawDatabase own(path(u"till.sqlite"_s));
+    own.run(u"UPDATE queued SET enqueued = %1"_s.arg(server.sql(u"SELECT enqueued FROM kyr.history"_s)));
+    moveOn();
+    EXPECT_EQ(queue.waitingCount(), 0);
+    EXPECT_EQ(server.sql(u"SELECT count(*) FROM kyr.history"_s), u"1");
+}
+
+TEST_F(Shop, LeavesTheReceiptThatIsOpenAndTheSaleThatItReturns)
+{
+    close(richSale(u"R-1"_s));
+    close(richSale(u"R-2"_s));
+    SaveToFileLogic().save(returnOf(u"R-1"_s, u"V-1"_s), {});
+    storage::Journal().add({.time = {}, .receipt = u"V-1"_s, .event = u"opened"_s});
+    enqueue(u"R-1"_s);
+    moveOn();
+    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents"_s), u"R-2");
+    EXPECT_TRUE(DocumentsDao().contains(u"R-1"_s));
+    EXPECT_EQ(storage::Journal().of(u"V-1"_s).size(), 1);
+    EXPECT_EQ(MessageQueue().waitingCount(), 0) << "its messages go all the same";
+    SaveToFileLogic::removeOpenReceipt();
+    moveOn();
+    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents ORDER BY 1"_s), u"R-1\nR-2");
+}
+
+TEST_F(Shop, TakesASaleAndItsReturnsIntoTheMonthOfTheSale)
+{
+    close(richSale(u"R-1"_s));
+    close(returnOf(u"R-1"_s, u"V-1"_s));
+    RawDatabase(path(u"till.sqlite"_s))
+        .run(u"UPDATE documents SET stored = CASE sale WHEN '' THEN 1706659200000 ELSE 1709251200000 END"_s);
+    moveOn();
+    EXPECT_EQ(server.sql(u"SELECT tableoid::regclass, identifier FROM kyr.documents ORDER BY 2"_s),
+              u"kyr.documents_2024_01|R-1\nkyr.documents_2024_01|V-1");
+    close(returnOf(u"R-1"_s, u"V-2"_s)); // of a sale that is there already
+    moveOn();
+    EXPECT_EQ(server.sql(u"SELECT tableoid::regclass FROM kyr.documents WHERE identifier = 'V-2'"_s),
+              u"kyr.documents_2024_01");
+}
+
+TEST_F(Shop, LeavesAReceiptOfWhichTheDatabaseHasAnotherAndMovesTheRest)
+{
+    close(richSale(u"R-1"_s));
+    moveOn(u"1"_s);
+    workAt(u"second"_s);
+    close(richSale(u"R-0"_s));
+    close(richSale(u"R-1"_s));
+    close(richSale(u"R-2"_s));
+    shop::Moving moving(u"2"_s, database);
+    while (moving.step()) {
+    }
+    EXPECT_EQ(moving.stuck(), QStringList{u"R-1"_s});
+    EXPECT_EQ(server.sql(u"SELECT identifier, till FROM kyr.documents ORDER BY 1"_s), u"R-0|2\nR-1|1\nR-2|2");
+    EXPECT_TRUE(DocumentsDao().contains(u"R-1"_s));
+    EXPECT_EQ(server.sql(u"SELECT count(*) FROM kyr.documents"_s), u"3");
+}
+
+TEST_F(Shop, IsMissedAndEverythingStaysAtTheTill)
+{
+    Postgres away;
+    shop::Connection gone(away.address());
+    shop::prepare(gone);
+    close(richSale(u"R-1"_s));
+    enqueue(u"R-1"_s);
+    away.kill();
+    shop::Moving moving(u"1"_s, gone);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_THROW(moving.step(), shop::DatabaseError);
+    EXPECT_EQ(MessageQueue().waitingCount(), 1);
+    EXPECT_TRUE(DocumentsDao().contains(u"R-1"_s));
+    away.start();
+    while (moving.step()) {
+    }
+    EXPECT_EQ(away.sql(u"SELECT count(*) FROM kyr.documents"_s), u"1");
+    EXPECT_EQ(away.sql(u"SELECT count(*) FROM kyr.queued"_s), u"1");
+}
+
+TEST_F(Shop, TakesParkedMessagesWithWhatBecameOfThem)
+{
+    enqueue(u"R-1"_s);
+    enqueue(u"R-1"_s);
+    MessageQueue own;
+    EXPECT_TRUE(own.park(1, {.code = 404, .error = u"no such card"_s}));
+    EXPECT_TRUE(own.failed(2, {.code = 500, .error = u"busy"_s}, QDateTime::fromMSecsSinceEpoch(5'000)));
+    moveOn();
+    EXPECT_EQ(server.sql(u"SELECT parked, attempts, error, due FROM kyr.queued ORDER BY id"_s),
+              u"t|1|no such card|0\nf|1|busy|5000");
+}
+
+TEST_F(Shop, TakesTheHistoryOfMessagesThatATillHasDeliveredItself)
+{
+    close(richSale(u"R-1"_s));
+    enqueue(u"R-1"_s);
+    enqueue(u"R-1"_s);
+    EXPECT_TRUE(MessageQueue().delivered(1, {}));
+    EXPECT_TRUE(MessageQueue().drop(2));
+    moveOn();
+    EXPECT_EQ(
+        server.sql(
+            u"SELECT till, receipt, outcome, answer, message IS NULL FROM kyr.history ORDER BY outcome"_s),
+        u"1|R-1|delivered|0|t\n1|R-1|dropped||f");
+}
+
+} // namespace test_support

@@ -1,0 +1,72 @@
+#include "tests/unit/shop/scene.h"
+
+#include <gmock/gmock.h>
+
+using namespace Qt::StringLiterals;
+using ::testing::HasSubstr;
+
+namespace test_support {
+
+TEST_F(Shop, IsPreparedOnceHoweverOftenItIsAskedFor)
+{
+    prepare(database);
+    EXPECT_EQ(server.sql(u"SELECT number FROM kyr.version"_s), u"1");
+    requirePrepared(database);
+}
+
+TEST_F(Shop, IsNotTouchedByAnEarlierProgram)
+{
+    server.sql(u"UPDATE kyr.version SET number = 2"_s);
+    for (auto* refused : {shop::prepare, shop::requirePrepared}) {
+        try {
+            refused(database);
+            FAIL();
+        } catch (const shop::DatabaseError& failure) {
+            EXPECT_THAT(failure.what(), HasSubstr("later version"));
+        }
+    }
+}
+
+TEST(ShopSchema, IsToBePreparedFirst)
+{
+    const Postgres server;
+    shop::Connection database(server.address());
+    try {
+        requirePrepared(database);
+        FAIL();
+    } catch (const shop::DatabaseError& failure) {
+        EXPECT_THAT(failure.what(), HasSubstr("till shop prepare"));
+    }
+}
+
+/// A till's user may do a till's work and see no message: they hold the password of the service.
+TEST_F(Shop, LetsATillDoItsWorkAndReadNoMessage)
+{
+    server.sql(u"CREATE ROLE till7 LOGIN IN ROLE kyr_till"_s);
+    close(richSale(u"R-1"_s));
+    enqueue(u"R-1"_s);
+    {
+        shop::Connection own(server.address(u"till7"_s));
+        shop::Moving moving(u"7"_s, own);
+        while (moving.step()) {
+        }
+    }
+    EXPECT_EQ(server.sql(u"SELECT count(*) FROM kyr.queued"_s), u"1");
+    EXPECT_EQ(server.sql(u"SELECT identifier, till FROM kyr.documents"_s), u"R-1|7");
+    shop::ShopDocuments documents(u"7"_s, server.address(u"till7"_s));
+    const auto sale = documents.loadDocument(u"R-1"_s, false);
+    ASSERT_TRUE(sale);
+    documents.saveCardRecord(sale->getCardRecord(KyrLoyaltySystem));
+    shop::Connection own(server.address(u"till7"_s));
+    for (const QString& forbidden : {u"SELECT message FROM queued"_s, u"DELETE FROM documents"_s,
+                                     u"DELETE FROM queued"_s, u"UPDATE documents SET content = ''"_s}) {
+        try {
+            own.run(forbidden);
+            ADD_FAILURE() << forbidden.toStdString();
+        } catch (const shop::DatabaseError& failure) {
+            EXPECT_EQ(failure.state(), u"42501") << forbidden.toStdString();
+        }
+    }
+}
+
+} // namespace test_support
