@@ -1,6 +1,7 @@
 #include "bench/delayingproxy.h"
 #include "bench/peer.h"
 #include "host/network/restclient.h"
+#include "host/queue/messagequeue.h"
 #include "host/queue/queuedelivery.h"
 #include "host/storage/datadirectory.h"
 #include "host/storage/transaction.h"

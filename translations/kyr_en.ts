@@ -21,6 +21,9 @@
     <message id="hostDocumentUnfit"><source>Чек не сохранён: такие данные нельзя сохранить (%1)</source><translation>The receipt was not saved: such data cannot be kept (%1)</translation></message>
     <message id="hostQueueMessageUnfit"><source>Сообщение не поставлено в очередь: такие данные нельзя сохранить (%1)</source><translation>The message was not queued: such data cannot be kept (%1)</translation></message>
     <message id="hostReceiptDamaged"><source>Открытый чек повреждён. Он сохранён как %1 и больше не открыт. Сообщите администратору</source><translation>The open receipt is damaged. It was kept as %1 and is open no more. Tell the administrator</translation></message>
+    <message id="hostShopAway"><source>База магазина недоступна: %1</source><translation>The shop's database cannot be reached: %1</translation></message>
+    <message id="hostShopConflict"><source>Другая касса только что изменила то же самое, попробуйте ещё раз: %1</source><translation>Another till has just changed the same, try again: %1</translation></message>
+    <message id="hostShopRefused"><source>База магазина отказала: %1</source><translation>The shop's database refused: %1</translation></message>
     <message id="hostStorageDamaged"><source>Файл %1 повреждён или создан другой программой; он оставлен как есть%2</source><translation>The file %1 is damaged or was made by another program; it was left as it is%2</translation></message>
     <message id="hostStorageDenied"><source>Нет прав на файл или папку %1%2</source><translation>The file or folder %1 may not be used%2</translation></message>
     <message id="hostStorageExposed"><source>В папку данных %1 могут писать все пользователи; закройте её от других%2</source><translation>Everybody may write to the data directory %1; close it to others%2</translation></message>
@@ -112,6 +115,7 @@
     <message id="tillReturnOfMore"><source>Позиция %1: к возврату %2, а продано %3</source><translation>Position %1: %2 to return, but %3 were sold</translation></message>
     <message id="tillReturnOfNothing"><source>Позиция %1: количество для возврата должно быть больше нуля</source><translation>Position %1: the quantity to return must be above zero</translation></message>
     <message id="tillReturnOfReturned"><source>Позиция %1: к возврату %2, а из проданных %3 уже возвращено %4</source><translation>Position %1: %2 to return, but of the %3 sold %4 were returned already</translation></message>
+    <message id="tillReturnOutrun"><source>Позиция %1: по чеку %2 уже оформлен другой возврат, откройте возврат заново</source><translation>Position %1: another return of receipt %2 was made meanwhile, open the return again</translation></message>
     <message id="tillReturnUncounted"><source>Позиция %1: количество в чеке не в целых тысячных, возврат не возможен</source><translation>Position %1: its quantity is not in whole thousandths, the return is not possible</translation></message>
     <message id="tillReturned"><source>возвращено %1</source><translation>returned %1</translation></message>
     <message id="tillRowDiscount"><source>скидка</source><translation>discount</translation></message>

@@ -302,6 +302,12 @@ void Connection::waitForNotice(const QString& channel, std::chrono::milliseconds
         PQfreemem(notice);
 }
 
+QString clientVersion()
+{
+    const int version = PQlibVersion();
+    return u"%1.%2"_s.arg(version / 10000).arg(version % 10000);
+}
+
 QString faultOfDatabaseAddress(const QString& address)
 {
     if (!address.startsWith(u"postgresql://"_s) && !address.startsWith(u"postgres://"_s))

@@ -99,6 +99,9 @@ private:
     QString m_whyAway;
 };
 
+/// The version of libpq that is in use.
+QString clientVersion();
+
 /// What is wrong with an address, for the administrator; empty: nothing.
 QString faultOfDatabaseAddress(const QString& address);
 

@@ -29,6 +29,7 @@ const std::map<std::string, std::set<std::string>> allowedInside{
     {"host/storage", {"host/core", "host/utils"}},
     {"host/network", {"host/utils"}},
     {"host/queue", {"host/network", "host/storage", "host/utils"}},
+    {"host/shop", {"host/core", "host/queue", "host/network", "host/storage", "host/utils"}},
     {"till/goods", {}},
     {"till/cli", {}},
     {"till/setup", {"till/cli"}},

@@ -1,5 +1,6 @@
 #include "tests/soak/simulation.h"
 
+#include "host/queue/messagequeue.h"
 #include "host/queue/queuedelivery.h"
 #include "host/queue/retrybackoff.h"
 
@@ -28,7 +29,7 @@ void Simulation::pass(std::chrono::seconds time)
     m_clock.moveTo(end);
 }
 
-QDateTime Simulation::nextMoment(const MessageQueue& queue) const
+QDateTime Simulation::nextMoment(MessageQueue& queue) const
 {
     if (const auto suspension = queue.suspension(); suspension && suspension->nextProbe > now())
         return suspension->nextProbe;

@@ -28,7 +28,7 @@ public:
 
 private:
     /// When the worker would wake up; invalid: never.
-    [[nodiscard]] QDateTime nextMoment(const MessageQueue& queue) const;
+    [[nodiscard]] QDateTime nextMoment(MessageQueue& queue) const;
 
     test_support::StillClock m_clock;
     int m_attempts = 0;

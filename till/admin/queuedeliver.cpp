@@ -1,5 +1,6 @@
 #include "host/network/exchangeoutcome.h"
 #include "host/network/restclient.h"
+#include "host/queue/messagequeue.h"
 #include "host/queue/queuedelivery.h"
 #include "host/utils/masking.h"
 #include "till/admin/commands.h"

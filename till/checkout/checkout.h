@@ -120,7 +120,6 @@ private:
     void earn(Payment& payment);
     /// Ends the receipt's transaction, stores it as closed and raises the event: all or nothing.
     void close();
-    [[nodiscard]] bool wasClosedBefore() const;
     void requireStillReturnable() const;
     void abandon();
     void letGo();

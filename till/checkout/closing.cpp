@@ -6,6 +6,7 @@
 #include "host/utils/money.h"
 #include "till/checkout/amounts.h"
 #include "till/checkout/receiptmarks.h"
+#include "till/checkout/returnparts.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
 
@@ -55,13 +56,6 @@ void Checkout::earn(Payment& payment)
     mark(State::Settled); // with the numbers that the service knows the earning by
 }
 
-/// A return may be known to other tills, and nobody was told here that it is.
-bool Checkout::wasClosedBefore() const
-{
-    return m_receipt->getDocumentType() == ReturnReceipt &&
-           hostObject<DocumentsDao>().loadDocument(m_receipt->getIdentifier(), false);
-}
-
 // The queue's messages, the sale's record that a return changes, the receipt itself and its journal: all are
 // kept or none is. What came before stays known when it is none.
 void Checkout::close()
@@ -69,7 +63,7 @@ void Checkout::close()
     bool committed = false;
     try {
         storage::Transaction transaction;
-        if (wasClosedBefore()) {
+        if (wasClosedElsewhere(*m_receipt)) {
             SaveToFileLogic::removeOpenReceipt();
             transaction.commit();
             letGo();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/queue/queuedelivery.h"
+#include "host/queue/outgoingqueue.h"
 
 #include <QString>
 

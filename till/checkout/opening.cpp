@@ -4,7 +4,6 @@
 #include "till/checkout/returnparts.h"
 
 #include "host/storage/documents.h"
-#include "host/utils/money.h"
 #include "till/setup/hostobjects.h"
 
 using namespace Qt::StringLiterals;
@@ -81,13 +80,6 @@ QSharedPointer<Document> draftReturn(const QString& identifier, const QString& s
         fail({u"tillReturnEmpty"_s, u"В возврате нет ни одной позиции"_s});
     takeCardOver(*sale, *receipt);
     return receipt;
-}
-
-bool isSameReturn(const GoodsItem& now, const GoodsItem& then)
-{
-    return utils::toHundredths(now.getSumb()) == utils::toHundredths(then.getSumb()) &&
-           utils::toHundredths(now.getDiscount()) == utils::toHundredths(then.getDiscount()) &&
-           utils::toHundredths(now.getBonusImpactSum()) == utils::toHundredths(then.getBonusImpactSum());
 }
 
 void takeAllButPositionsOver(const Document& before, Document& receipt)

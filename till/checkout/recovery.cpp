@@ -3,6 +3,7 @@
 #include "host/storage/documents.h"
 #include "host/utils/tr.h"
 #include "till/checkout/receiptmarks.h"
+#include "till/checkout/returnparts.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
 
@@ -18,7 +19,7 @@ tr::Tr Checkout::recover()
         return {};
     const QString name = receipt->getIdentifier();
     m_journal.note(receipt->getIdentifier(), u"recovered"_s);
-    if (hostObject<DocumentsDao>().loadDocument(receipt->getIdentifier(), false)) {
+    if (hostObject<DocumentsDao>().contains(name) || wasClosedElsewhere(*receipt)) {
         m_turnover.closed.append(receipt->getIdentifier());
         SaveToFileLogic::removeOpenReceipt();
         return tr::Tr(u"tillFoundPaid"_s, u"Чек %1 был оплачен: закрытие завершено"_s).arg(name);

@@ -1,10 +1,12 @@
 #include "till/checkout/returnparts.h"
 
+#include "host/storage/documents.h"
 #include "host/utils/money.h"
 #include "host/utils/quantity.h"
 #include "till/checkout/amounts.h"
 #include "till/checkout/failure.h"
 #include "till/checkout/screen.h"
+#include "till/setup/hostobjects.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -96,6 +98,35 @@ QSharedPointer<GoodsItem> returnPart(const GoodsItem& sold, double quantity, con
     item->setDiscount(money(discount));
     item->setBonusImpactSum(money(bonusDiscount));
     return item;
+}
+
+bool isSameReturn(const GoodsItem& one, const GoodsItem& other)
+{
+    return one.getPosnum() == other.getPosnum() &&
+           utils::toThousandths(one.getBquant()) == utils::toThousandths(other.getBquant()) &&
+           utils::toHundredths(one.getSumb()) == utils::toHundredths(other.getSumb()) &&
+           utils::toHundredths(one.getDiscount()) == utils::toHundredths(other.getDiscount()) &&
+           utils::toHundredths(one.getBonusImpactSum()) == utils::toHundredths(other.getBonusImpactSum());
+}
+
+bool isSameReturn(const AbstractDocument& one, const AbstractDocument& other)
+{
+    const auto items = one.getGoodsItems();
+    const auto others = other.getGoodsItems();
+    return one.getDocumentType() == other.getDocumentType() &&
+           one.getSaleDocumentId() == other.getSaleDocumentId() &&
+           std::equal(items.cbegin(), items.cend(), others.cbegin(), others.cend(),
+                      [](const auto& item, const auto& its) { return isSameReturn(*item, *its); });
+}
+
+// Its number alone says nothing: that may be another till's.
+bool wasClosedElsewhere(const Document& receipt)
+{
+    auto& documents = hostObject<DocumentsDao>();
+    if (receipt.getDocumentType() != ReturnReceipt || documents.contains(receipt.getIdentifier()))
+        return false;
+    const auto closed = documents.loadDocument(receipt.getIdentifier(), false);
+    return closed && isSameReturn(*closed, receipt);
 }
 
 } // namespace till

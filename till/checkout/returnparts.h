@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/core/abstractdocument.h"
+#include "host/core/document.h"
 
 #include <QList>
 #include <QSharedPointer>
@@ -27,5 +27,14 @@ ReturnedPart returnedBefore(int posnum, const QList<QSharedPointer<AbstractDocum
 /// whole, and the last takes what is left over. The loyalty service cuts what it restores in the same way.
 /// Throws as returnedBefore(), also when so much can't come back.
 QSharedPointer<GoodsItem> returnPart(const GoodsItem& sold, double quantity, const ReturnedPart& before);
+
+/// Whether both take back the same of one position.
+bool isSameReturn(const GoodsItem& one, const GoodsItem& other);
+/// Whether both take back the same of the same sale.
+bool isSameReturn(const AbstractDocument& one, const AbstractDocument& other);
+
+/// Whether a return of that number and content is closed where all tills see it, though this till's store
+/// does not know: it died before that.
+bool wasClosedElsewhere(const Document& receipt);
 
 } // namespace till

@@ -1,5 +1,7 @@
 #include "till/setup/versions.h"
 
+#include "host/shop/connection.h"
+
 #include <QSqlDatabase>
 #include <QSqlQuery>
 
@@ -44,6 +46,7 @@ QList<Version> versions()
         {u"SQLite"_s, sqliteVersion(), {}},
         {u"libcurl"_s, QString::fromLatin1(curl_version_info(CURLVERSION_NOW)->version),
          QStringLiteral(LIBCURL_VERSION)},
+        {u"libpq"_s, shop::clientVersion(), {}},
     };
 }
 

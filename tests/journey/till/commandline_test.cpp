@@ -39,7 +39,7 @@ TEST(TillCommandLine, VersionNamesTheTillAndQt)
     EXPECT_EQ(ran.status, 0);
     EXPECT_THAT(ran.out.toStdString(), StartsWith("till "));
     EXPECT_THAT(ran.out.toStdString(), HasSubstr(std::string("\nQt ") + qVersion() + ", built with 6."));
-    for (const char* library : {"\nOpenSSL 3.", "\nSQLite 3.", "\nlibcurl "})
+    for (const char* library : {"\nOpenSSL 3.", "\nSQLite 3.", "\nlibcurl ", "\nlibpq "})
         EXPECT_THAT(ran.out.toStdString(), HasSubstr(library));
 }
 

@@ -2,6 +2,7 @@
 #include "host/storage/datadirectory.h"
 #include "tests/journey/till/tillprocess.h"
 #include "tests/support/httpserver.h"
+#include "tests/support/postgres.h"
 #include "till/commands.h"
 
 #include <gmock/gmock.h>
@@ -58,6 +59,7 @@ protected:
             {u"restore"_s, {stand + u"/till.sqlite"_s, u"--data-dir"_s, files.path(u"restored"_s)}},
             {u"rescue"_s, QStringList{stand + u"/till.sqlite"_s} + here},
             {u"deliver"_s, {u"--data-dir"_s, delivered}},
+            {u"shop prepare"_s, {database.address()}},
             {u"config check"_s, {files.write(u"till.toml"_s, {})}},
             {u"support-bundle"_s,
              QStringList{u"-o"_s, files.path(json ? u"b.tar.gz"_s : u"a.tar.gz"_s)} + here},
@@ -118,6 +120,7 @@ protected:
     const QString directory = files.path(u"data"_s);
     const QString delivered = files.path(u"delivered"_s);
     const QString stand = files.path(u"stand"_s);
+    const test_support::Postgres database;
     const QString nobody = u"http://127.0.0.1:1/"_s;
     const QString scenario = files.write(u"s.json"_s, story::scenario(sale + story::rollback()));
     test_support::HttpServer service;

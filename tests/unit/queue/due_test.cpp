@@ -13,7 +13,7 @@ class Due : public test_support::Storage
 {
 protected:
     qint64 add(const QString& group = {}) { return queue.enqueue(u"q"_s, group, {{u"n"_s, 1}}, {}); }
-    [[nodiscard]] qint64 next() const
+    [[nodiscard]] qint64 next()
     {
         const auto found = queue.nextDue(clock.now(), clock.now());
         return found ? found->id : 0;

@@ -1,3 +1,4 @@
+#include "host/queue/messagequeue.h"
 #include "host/queue/queuedelivery.h"
 #include "host/storage/datacheck.h"
 #include "host/storage/documents.h"

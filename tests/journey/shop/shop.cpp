@@ -1,0 +1,103 @@
+#include "tests/journey/shop/shop.h"
+
+#include "tests/stand/http.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+
+namespace tilltest {
+
+ShopWorld::ShopWorld()
+{
+    const Ran prepared = run({u"shop"_s, u"prepare"_s, database.address()});
+    EXPECT_EQ(prepared.status, 0) << prepared.err.toStdString();
+}
+
+ShopWorld::~ShopWorld()
+{
+    for (const auto& delivery : m_deliveries) {
+        delivery->kill();
+        delivery->waitForFinished(patienceMs);
+    }
+}
+
+QStringList ShopWorld::ofShop() const
+{
+    return {u"--config"_s,
+            files.write(u"shop.toml"_s, "[KYRLoyalty]\nserverUrl = \"" + m_url +
+                                            "/\"\nuser = \"shop\"\npassword = \"secret-of-the-shop\"\n"
+                                            "[Shop]\ndatabase = \"" +
+                                            database.address().toUtf8() + "\"\n")};
+}
+
+QStringList ShopWorld::of(const QString& till) const
+{
+    const QString file =
+        files.write(till + u".toml"_s, contentOf(ofShop().last()) + "till = \"" + till.toUtf8() + "\"\n");
+    return {u"--config"_s, file, u"--data-dir"_s, files.path(till)};
+}
+
+// In a run receipts are ten minutes apart, though none of them passes: the next run begins well after.
+void ShopWorld::moveClockOn(const QString& till)
+{
+    const QDir folder(files.path(till));
+    if (!folder.exists()) {
+        QDir().mkpath(folder.path());
+        QFile::setPermissions(folder.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    static_cast<void>(files.write(
+        till + u"/scenario-clock"_s,
+        QDateTime::currentDateTimeUtc().addDays(++m_days).toString(Qt::ISODate).toLatin1() + '\n'));
+}
+
+Ran ShopWorld::play(const QString& till, const story::Steps& steps)
+{
+    moveClockOn(till);
+    return runJson(steps, of(till));
+}
+
+void ShopWorld::begin(QProcess& shell, const QString& till)
+{
+    moveClockOn(till);
+    start(shell, QStringList{u"shell"_s, u"--json"_s} + of(till));
+}
+
+QProcess& ShopWorld::startDelivery()
+{
+    m_deliveries.push_back(std::make_unique<QProcess>());
+    QProcess& delivery = *m_deliveries.back();
+    start(delivery, QStringList{u"deliver"_s, u"--shop"_s} + ofShop());
+    EXPECT_TRUE(delivery.waitForStarted(patienceMs));
+    return delivery;
+}
+
+void ShopWorld::waitUntilDelivered()
+{
+    QElapsedTimer waited;
+    waited.start();
+    while (database.sql(u"SELECT count(*) FROM kyr.queued"_s) != u"0" && waited.elapsed() < patienceMs)
+        QThread::msleep(20);
+    EXPECT_EQ(database.sql(u"SELECT receipt, text, error FROM kyr.queued"_s), QString());
+}
+
+QStringList ShopWorld::ledger()
+{
+    QStringList lines;
+    const auto page = standtest::send({.url = m_url + "/stand/ledger"}).json();
+    for (const auto& operation : page[u"operations"].toArray()) {
+        if (operation[u"operation"] != u"opening"_s)
+            lines.append(operation[u"check_identifier"].toString() + u' ' +
+                         operation[u"operation"].toString() + u' ' +
+                         QString::number(operation[u"points"].toDouble(), 'f', 2));
+    }
+    for (const auto& receipt : page[u"anonymous"].toArray())
+        lines.append(receipt[u"receipt_number"].toString() + u" anonymous"_s);
+    return lines;
+}
+
+} // namespace tilltest

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "tests/journey/till/tillprocess.h"
+#include "tests/stand/standprocess.h"
+#include "tests/support/postgres.h"
+
+#include <QProcess>
+
+#include <gmock/gmock.h>
+
+#include <memory>
+
+namespace tilltest {
+
+/// A shop: its tills, each with a data directory, its database, and the service.
+class ShopWorld
+{
+public:
+    ShopWorld();
+    ~ShopWorld();
+    Q_DISABLE_COPY_MOVE(ShopWorld)
+
+    /// What a command is told of that till.
+    [[nodiscard]] QStringList of(const QString& till) const;
+    /// Plays the steps at that till, well after all that was played before.
+    [[nodiscard]] Ran play(const QString& till, const story::Steps& steps);
+    /// Starts a shell there.
+    void begin(QProcess& shell, const QString& till);
+    /// The command for the shop as a whole.
+    [[nodiscard]] QStringList ofShop() const;
+
+    /// Begins one more delivery of the shop's queue.
+    QProcess& startDelivery();
+    /// Waits until nothing waits in the shop's queue.
+    void waitUntilDelivered();
+    /// What the service knows, in order: "R-1 spending 100.00", …
+    [[nodiscard]] QStringList ledger();
+
+    const Files files;
+    test_support::Postgres database;
+
+private:
+    void moveClockOn(const QString& till);
+
+    standtest::StandProcess m_stand;
+    QByteArray m_url = m_stand.url();
+    std::vector<std::unique_ptr<QProcess>> m_deliveries;
+    int m_days = 0;
+};
+
+class TillsOfAShop : public testing::Test, public ShopWorld
+{};
+
+} // namespace tilltest
