@@ -30,6 +30,7 @@ struct QueuedMessage
     QString lastError; ///< why the last attempt failed, for the administrator; may be the service's own words
     State state = State::Waiting; ///< whether it is to be sent
     bool damaged = false;         ///< the stored message is not what was put in
+    QString till = {};            ///< of a shop's queue: the till that put it in
 };
 
 /// What one attempt to send a message came to.

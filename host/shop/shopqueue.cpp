@@ -18,9 +18,9 @@ namespace shop {
 
 namespace {
 
-// In the order in which queuedFromRow() takes them.
+// In the order in which queuedFromRow() takes them, and the till.
 const QString columns =
-    u"SELECT id, queue, receipt, enqueued, message, text, attempts, error, parked, due FROM queued q "_s;
+    u"SELECT id, queue, receipt, enqueued, message, text, attempts, error, parked, due, till FROM queued q "_s;
 const QString nothingBefore =
     u"NOT parked AND NOT EXISTS (SELECT FROM queued b WHERE b.receipt = q.receipt AND "
     "b.receipt <> '' AND b.id < q.id) "_s;
@@ -28,10 +28,17 @@ const QString takeFirst = u" ORDER BY due, id LIMIT 1 FOR UPDATE SKIP LOCKED"_s;
 
 qint64 now() { return network::writtenTime(MockFactory<CurrentTime>::create()->currentDateTime()); }
 
+QueuedMessage messageFrom(const QVariantList& row)
+{
+    QueuedMessage message = network::queuedFromRow(row);
+    message.till = row[10].toString();
+    return message;
+}
+
 std::optional<QueuedMessage> first(Connection& database, const QString& sql, const QVariantList& values)
 {
     const auto found = database.run(sql, values).rows;
-    return found.isEmpty() ? std::nullopt : std::optional(network::queuedFromRow(found.first()));
+    return found.isEmpty() ? std::nullopt : std::optional(messageFrom(found.first()));
 }
 
 bool change(Connection& database, const QString& sql, const QVariantList& values)
@@ -93,7 +100,7 @@ QList<QueuedMessage> ShopQueue::messages(int limit, qint64 after) const
                                {after, m_till, limit})
                           .rows;
     for (const QVariantList& row : rows)
-        result.append(network::queuedFromRow(row));
+        result.append(messageFrom(row));
     return result;
 }
 

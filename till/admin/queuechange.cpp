@@ -1,4 +1,5 @@
 #include "till/admin/commands.h"
+#include "till/admin/queueplace.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/cli/usageerror.h"
@@ -19,7 +20,7 @@ QList<qint64> messageIds(const QStringList& texts)
     return ids;
 }
 
-QList<qint64> parkedIds(const MessageQueue& queue)
+QList<qint64> parkedIds(const OutgoingQueue& queue)
 {
     QList<qint64> ids;
     for (auto next = queue.after(0); next; next = queue.after(next->id)) {
@@ -53,13 +54,12 @@ int retry(const Invocation& invocation)
             u"till: queue retry: expected either numbers of messages or --all; see till help queue retry"_s);
     const QList<qint64> named = messageIds(invocation.arguments);
     Tool tool(invocation);
-    tool.useDataDirectory();
-    MessageQueue queue;
-    const QList<qint64> ids = all ? parkedIds(queue) : named;
+    const auto queue = queueOf(invocation, tool);
+    const QList<qint64> ids = all ? parkedIds(*queue) : named;
     if (ids.isEmpty())
         tool.console.line(u"nothing is parked"_s);
     return change(tool.console, ids, u"waits again"_s, u"is not parked: see till queue list"_s,
-                  [&queue](qint64 id) { return queue.retry(id); });
+                  [&queue](qint64 id) { return queue->retry(id); });
 }
 
 void askBeforeDropping(Tool& tool, const Invocation& invocation)
@@ -77,11 +77,10 @@ int drop(const Invocation& invocation)
 {
     const QList<qint64> ids = messageIds(invocation.arguments);
     Tool tool(invocation);
-    tool.useDataDirectory();
-    MessageQueue queue;
+    const auto queue = queueOf(invocation, tool);
     askBeforeDropping(tool, invocation);
     return change(tool.console, ids, u"is dropped; the history keeps it"_s, u"is not in the queue"_s,
-                  [&queue](qint64 id) { return queue.drop(id); });
+                  [&queue](qint64 id) { return queue->drop(id); });
 }
 
 const QString resultJson = u"With --json: {\"changed\": [numbers], \"unchanged\": [numbers]}."_s;
@@ -107,7 +106,7 @@ Command queueRetryCommand()
             .about = u"Let parked messages wait again, in their old places."_s,
             .details = u"For messages that the service refused for a reason that is mended since.\n\n"_s +
                        resultJson,
-            .options = {{u"all"_s, {}, u"Every parked message."_s}},
+            .options = QList<OptionKind>{{u"all"_s, {}, u"Every parked message."_s}} + shopOptions(),
             .examples = {{u"till queue retry 17 18"_s, u"these two"_s},
                          {u"till queue retry --all"_s, u"all of them"_s}},
             .statuses = {{0, u"all of them wait again"_s},
@@ -128,7 +127,7 @@ Command queueDropCommand()
                 u"Asks first; where nobody can be asked, --yes is needed. The queue's history keeps what was "
                 "dropped, and later\nmessages of the same receipt no longer wait for it.\n\n"_s +
                 resultJson,
-            .options = {{u"yes"_s, {}, u"Do not ask."_s, u"y"_s}},
+            .options = QList<OptionKind>{{u"yes"_s, {}, u"Do not ask."_s, u"y"_s}} + shopOptions(),
             .examples = {{u"till queue drop 17"_s, u"asks, then drops it"_s},
                          {u"till queue drop --yes 17 18"_s, u"in a script"_s}},
             .statuses = {{0, u"all of them were dropped"_s},

@@ -4,6 +4,7 @@
 #include "host/queue/queuedelivery.h"
 #include "host/utils/masking.h"
 #include "till/admin/commands.h"
+#include "till/admin/queueplace.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/checkout/deliverynow.h"
@@ -38,8 +39,7 @@ int run(const Invocation& invocation)
 {
     const StopSignals signals;
     Tool tool(invocation);
-    tool.useDataDirectory();
-    MessageQueue queue;
+    const auto queue = queueOf(invocation, tool);
     std::stop_source stop;
     const auto heedSignals = [&] {
         if (signals.wait({}))
@@ -47,12 +47,17 @@ int run(const Invocation& invocation)
     };
     QueueDelivery::Summary summary;
     {
-        const Progress progress(tool.console, queue.waitingCount());
+        const Progress progress(tool.console, queue->waitingCount());
         QueueDelivery::Options options = deliveryOptions(tool.config);
         options.attempted = [&](const QueuedMessage&, const QueueAttempt&) { heedSignals(); };
-        QueueDelivery delivery(queue, options);
+        QueueDelivery delivery(*queue, options);
         heedSignals();
-        summary = delivery.run(stop.get_token());
+        if (isOfShop(invocation)) { // others may deliver it as well
+            queue->expedite();
+            summary = delivery.deliverDue(stop.get_token());
+        } else {
+            summary = delivery.run(stop.get_token());
+        }
     }
     const QString error = utils::maskNumbers(summary.firstError);
     tool.console.line(u"%1 delivered, %2 waiting, %3 parked"_s.arg(summary.delivered)
@@ -77,6 +82,7 @@ Command queueDeliverCommand()
                 u"SIGINT and SIGTERM end it after the messages in hand. Refused while a delivery is under "
                 u"way on the same data\n"
                 "directory.\n\nWith --json: {\"delivered\", \"waiting\", \"parked\", \"firstError\"}."_s,
+            .options = shopOptions(),
             .examples = {{u"till queue deliver"_s, u"after the network came back"_s}},
             .statuses = {{0, u"the queue is empty"_s},
                          {1, u"messages wait or are parked"_s},

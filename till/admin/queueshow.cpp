@@ -1,5 +1,6 @@
 #include "host/utils/masking.h"
 #include "till/admin/commands.h"
+#include "till/admin/queueplace.h"
 #include "till/admin/tool.h"
 #include "till/audit/exchangetext.h"
 #include "till/audit/queuereport.h"
@@ -42,7 +43,7 @@ void print(Console& console, const QJsonObject& whole)
             console.line(name.leftJustified(12) + value);
     };
     field(u"message"_s, QString::number(whole[u"id"_s].toInteger()));
-    for (const QString& name : {u"receipt"_s, u"text"_s, u"enqueued"_s, u"state"_s, u"due"_s})
+    for (const QString& name : {u"till"_s, u"receipt"_s, u"text"_s, u"enqueued"_s, u"state"_s, u"due"_s})
         field(name, whole[name].toString());
     field(u"attempts"_s, QString::number(whole[u"attempts"_s].toInt()));
     field(u"last error"_s, whole[u"lastError"_s].toString().replace(u'\n', u"; "_s));
@@ -60,10 +61,8 @@ void print(Console& console, const QJsonObject& whole)
 int run(const Invocation& invocation)
 {
     Tool tool(invocation);
-    tool.useDataDirectory();
     const qint64 id = messageId(invocation.arguments.first());
-    const MessageQueue queue;
-    const auto message = queue.find(id);
+    const auto message = queueOf(invocation, tool)->find(id);
     if (!message)
         throw UsageError(u"till: queue show: no message %1 in the queue; see till queue list"_s.arg(id));
     const QJsonObject whole = wholeJson(*message);
@@ -89,6 +88,7 @@ Command queueShowCommand()
                    "and passwords are not shown.\n\n"
                    "With --json: the members of `queue list`, \"method\", \"url\", \"headers\", \"timeout\" "
                    "(seconds) and \"body\" (a text)."_s,
+        .options = shopOptions(),
         .examples = {{u"till queue show 17"_s, u"the message of that number"_s}},
         .statuses = {{0, u"it was shown"_s}, {2, u"there is no such message, or the queue cannot be read"_s}},
         .run = run};

@@ -25,19 +25,23 @@ QString stateText(const QueuedMessage& message)
 
 QJsonObject messageJson(const QueuedMessage& message)
 {
-    return {{u"id"_s, message.id},
-            {u"receipt"_s, message.group},
-            {u"operation"_s, utils::maskNumbers(operationOf(message))},
-            {u"text"_s, utils::maskNumbers(message.text)},
-            {u"enqueued"_s, timeText(message.enqueued)},
-            {u"state"_s, stateText(message)},
-            {u"due"_s, message.state == QueuedMessage::State::Waiting ? timeText(message.due) : QString()},
-            {u"attempts"_s, message.attempts},
-            {u"lastError"_s, utils::maskNumbers(message.lastError)},
-            {u"damaged"_s, message.damaged}};
+    QJsonObject json{
+        {u"id"_s, message.id},
+        {u"receipt"_s, message.group},
+        {u"operation"_s, utils::maskNumbers(operationOf(message))},
+        {u"text"_s, utils::maskNumbers(message.text)},
+        {u"enqueued"_s, timeText(message.enqueued)},
+        {u"state"_s, stateText(message)},
+        {u"due"_s, message.state == QueuedMessage::State::Waiting ? timeText(message.due) : QString()},
+        {u"attempts"_s, message.attempts},
+        {u"lastError"_s, utils::maskNumbers(message.lastError)},
+        {u"damaged"_s, message.damaged}};
+    if (!message.till.isEmpty())
+        json.insert(u"till"_s, message.till);
+    return json;
 }
 
-QueueListing queueListing(const MessageQueue& queue, int limit, bool parkedOnly)
+QueueListing queueListing(const OutgoingQueue& queue, int limit, bool parkedOnly)
 {
     QueueListing found;
     // One by one, for a queue may hold more than fits into memory.
@@ -51,7 +55,7 @@ QueueListing queueListing(const MessageQueue& queue, int limit, bool parkedOnly)
     return found;
 }
 
-QJsonDocument listingJson(const MessageQueue& queue, const QueueListing& listing)
+QJsonDocument listingJson(const OutgoingQueue& queue, const QueueListing& listing)
 {
     QJsonArray messages;
     for (const QueuedMessage& message : listing.messages)

@@ -26,10 +26,10 @@ struct QueueListing
     QList<QueuedMessage> messages;
     bool more = false; ///< there are others behind them
 };
-QueueListing queueListing(const MessageQueue& queue, int limit, bool parkedOnly);
+QueueListing queueListing(const OutgoingQueue& queue, int limit, bool parkedOnly);
 
 /// The same as `till queue list --json` tells it.
-QJsonDocument listingJson(const MessageQueue& queue, const QueueListing& listing);
+QJsonDocument listingJson(const OutgoingQueue& queue, const QueueListing& listing);
 
 /// "2026-11-21T04:05:06Z"; empty when the time is invalid.
 QString timeText(const QDateTime& time);

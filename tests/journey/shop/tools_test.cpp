@@ -1,0 +1,79 @@
+#include "tests/journey/shop/shop.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+using namespace Qt::StringLiterals;
+using namespace story;
+using ::testing::HasSubstr;
+
+namespace tilltest {
+
+namespace {
+
+/// A shop in whose queue two tills have left something that nobody delivers.
+class QueueOfAShop : public TillsOfAShop
+{
+protected:
+    QueueOfAShop()
+    {
+        EXPECT_EQ(play(u"1"_s, openSale("R-1", {tea(10)}) + pay() + deliver()).status, 0);
+        EXPECT_EQ(play(u"2"_s, openSale("R-2", {tea(10)}) + pay() + deliver()).status, 0);
+    }
+    [[nodiscard]] Ran queue(const QStringList& words) const
+    {
+        return run(QStringList{u"queue"_s} + words + QStringList{u"--shop"_s} + ofShop());
+    }
+    [[nodiscard]] QString id(const char* receipt) const
+    {
+        return database.sql(
+            u"SELECT id FROM kyr.queued WHERE receipt = '%1'"_s.arg(QLatin1StringView(receipt)));
+    }
+};
+
+} // namespace
+
+TEST_F(QueueOfAShop, IsListedWithTheTillOfEachMessageOrForOneOfThem)
+{
+    const Ran all = queue({u"list"_s});
+    EXPECT_EQ(all.status, 0) << all.err.toStdString();
+    EXPECT_THAT(all.out.toStdString(), HasSubstr("1: R-1"));
+    EXPECT_THAT(all.out.toStdString(), HasSubstr("2: R-2"));
+    EXPECT_THAT(all.out.toStdString(), HasSubstr("2 waiting, 0 parked\n"));
+    const Ran one = queue({u"list"_s, u"--json"_s, u"--till"_s, u"2"_s});
+    const QJsonObject listing = QJsonDocument::fromJson(one.out).object();
+    EXPECT_EQ(listing[u"waiting"].toInt(), 1);
+    ASSERT_EQ(listing[u"messages"].toArray().size(), 1);
+    EXPECT_EQ(listing[u"messages"][0][u"till"].toString(), u"2");
+    EXPECT_EQ(listing[u"messages"][0][u"receipt"].toString(), u"R-2");
+}
+
+TEST_F(QueueOfAShop, ShowsAMessage)
+{
+    const Ran shown = queue({u"show"_s, id("R-1")});
+    EXPECT_EQ(shown.status, 0) << shown.err.toStdString();
+    EXPECT_THAT(shown.out.toStdString(), HasSubstr("till        1\nreceipt     R-1\n"));
+    EXPECT_EQ(queue({u"show"_s, id("R-1"), u"--till"_s, u"2"_s}).status, 2) << "it is another till's";
+}
+
+TEST_F(QueueOfAShop, RetriesDropsAndDeliversWhatItIsTold)
+{
+    database.sql(u"UPDATE kyr.queued SET parked = true"_s);
+    EXPECT_EQ(queue({u"retry"_s, u"--all"_s, u"--till"_s, u"1"_s}).status, 0);
+    EXPECT_EQ(database.sql(u"SELECT receipt FROM kyr.queued WHERE parked"_s), u"R-2");
+    EXPECT_EQ(queue({u"drop"_s, u"--yes"_s, id("R-2")}).status, 0);
+    EXPECT_EQ(database.sql(u"SELECT outcome FROM kyr.history"_s), u"dropped");
+    const Ran delivered = queue({u"deliver"_s});
+    EXPECT_EQ(delivered.status, 0) << delivered.err.toStdString();
+    EXPECT_THAT(delivered.out.toStdString(), HasSubstr("1 delivered, 0 waiting, 0 parked\n"));
+    EXPECT_EQ(ledger(), QStringList{u"R-1 anonymous"_s});
+}
+
+TEST_F(QueueOfAShop, IsNotMeantWhereOnlyATillIsNamed)
+{
+    const Ran ran = run(QStringList{u"queue"_s, u"list"_s, u"--till"_s, u"1"_s} + ofShop());
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_THAT(ran.err.toStdString(), HasSubstr("say --shop too"));
+}
+
+} // namespace tilltest
