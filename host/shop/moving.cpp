@@ -93,12 +93,10 @@ QList<QVariantList> Moving::messages(const QString& where, const QVariantList& v
 void Moving::putMessages(const QList<QVariantList>& messages)
 {
     for (const QVariantList& row : messages) {
-        const QDate month = monthOfTime(row[3]);
-        ensureMonth(month);
         const QString identity = identityOf({m_till, row[1], row[2], row[3], row[4]});
         m_database.run(u"SELECT put_message($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12)"_s,
-                       {identity, written(month), m_till, row[1], row[2], row[3], row[4], row[5],
-                        row[6].toBool(), row[7], row[8], row[9]});
+                       {identity, written(monthOfTime(row[3])), m_till, row[1], row[2], row[3], row[4],
+                        row[5], row[6].toBool(), row[7], row[8], row[9]});
     }
     if (!messages.isEmpty())
         m_database.run(u"NOTIFY kyr_queue"_s);
@@ -236,7 +234,7 @@ Moving::Luggage Moving::packed(const QString& family) const
 void Moving::put(const Luggage& luggage)
 {
     const QDate month = monthOf(luggage);
-    ensureMonth(month);
+    m_database.run(u"SELECT ensure_month($1)"_s, {written(month)});
     for (const QVariantList& document : luggage.documents)
         putDocument(month, document);
     for (const QVariantList& row : luggage.cards)
@@ -301,15 +299,6 @@ void Moving::remove(const Luggage& luggage) const
     for (const QVariantList& row : luggage.history)
         change(u"DELETE FROM history WHERE id = ?"_s, {row[0]});
     m_marks.finish(luggage.family, receipts);
-}
-
-void Moving::ensureMonth(const QDate& month)
-{
-    if (m_months.contains(month))
-        return;
-    m_database.run(u"SELECT ensure_month($1)"_s, {written(month)});
-    if (!m_database.isInTransaction())
-        m_months.append(month);
 }
 
 QList<QVariantList> Moving::rows(const QString& sql, const QVariantList& values) const

@@ -62,7 +62,6 @@ private:
     [[nodiscard]] QList<QVariantList> messages(const QString& where, const QVariantList& values) const;
     void putMessages(const QList<QVariantList>& messages);
     void removeMessages(const QList<QVariantList>& messages) const;
-    void ensureMonth(const QDate& month);
 
     [[nodiscard]] QList<QVariantList> rows(const QString& sql, const QVariantList& values = {}) const;
     void change(const QString& sql, const QVariantList& values) const;
@@ -72,7 +71,6 @@ private:
     std::shared_ptr<storage::Database> m_store;
     LocalMarks m_marks;
     QStringList m_stuck;
-    QList<QDate> m_months; ///< that there are partitions for
     bool m_oneByOne = false;
 };
 

@@ -114,29 +114,63 @@ SET search_path = kyr, pg_temp AS $$
 DECLARE
     part text;
 BEGIN
-    IF to_regclass('kyr.documents_' || to_char(wanted, 'YYYY_MM')) IS NOT NULL THEN
-        RETURN;
-    END IF;
-    PERFORM pg_advisory_xact_lock(hashtextextended('kyr.months', 0));
     FOREACH part IN ARRAY ARRAY['history', 'journal', 'card_records', 'documents'] LOOP
+        CONTINUE WHEN to_regclass('kyr.' || part || to_char(wanted, '_YYYY_MM')) IS NOT NULL;
+        PERFORM pg_advisory_xact_lock(hashtextextended('kyr.months', 0));
         EXECUTE format('CREATE TABLE IF NOT EXISTS kyr.%I PARTITION OF kyr.%I FOR VALUES FROM (%L) TO (%L)',
             part || to_char(wanted, '_YYYY_MM'), part, wanted, (wanted + interval '1 month')::date);
     END LOOP;
 END $$;
 
+-- Whole months, that nothing waits for, and in which nothing is younger. By the clock of the database. 0 days mean
+-- for ever. Returns what was removed.
+CREATE FUNCTION kyr.remove_old(receipt_days integer, journal_days integer) RETURNS SETOF text
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = kyr, pg_temp AS $$
+DECLARE
+    part record;
+    days integer;
+    oldest timestamptz;
+    younger boolean;
+BEGIN
+    FOR part IN SELECT parent.relname AS table_name, child.relname AS name,
+            to_date(right(child.relname, 7), 'YYYY_MM') AS month
+        FROM pg_inherits JOIN pg_class parent ON parent.oid = inhparent JOIN pg_class child ON child.oid = inhrelid
+        WHERE parent.relnamespace = 'kyr'::regnamespace AND parent.relkind = 'p' ORDER BY child.relname LOOP
+        days := CASE WHEN part.table_name IN ('documents', 'card_records') THEN receipt_days ELSE journal_days END;
+        oldest := now() - days * interval '1 day';
+        CONTINUE WHEN days = 0 OR part.month + interval '1 month' > oldest
+            OR EXISTS (SELECT FROM queued WHERE queued.month = part.month);
+        EXECUTE CASE part.table_name
+            WHEN 'journal' THEN format('SELECT EXISTS (SELECT FROM kyr.%I WHERE time >= $1)', part.name)
+            WHEN 'history' THEN format('SELECT EXISTS (SELECT FROM kyr.%I WHERE finished >= $1)', part.name)
+            -- The cards' go with their receipts.
+            ELSE format('SELECT EXISTS (SELECT FROM kyr.documents WHERE month = %L AND stored >= $1)', part.month)
+        END INTO younger USING (extract(epoch FROM oldest) * 1000)::bigint;
+        CONTINUE WHEN younger;
+        EXECUTE format('DROP TABLE kyr.%I', part.name);
+        RETURN NEXT part.name;
+    END LOOP;
+END $$;
+
 CREATE FUNCTION kyr.put_message(its_identity uuid, its_month date, its_till text, its_queue text, its_receipt text,
     its_time bigint, its_content bytea, its_text text, is_parked boolean, its_attempts integer, its_error text,
-    its_due bigint) RETURNS void LANGUAGE sql SECURITY DEFINER SET search_path = kyr, pg_temp AS $$
-    INSERT INTO queued (identity, month, till, queue, receipt, enqueued, message, text, parked, attempts, error, due)
-    SELECT its_identity, coalesce((SELECT month FROM documents WHERE identifier = its_receipt LIMIT 1), its_month),
-        its_till, its_queue, its_receipt, its_time, its_content, its_text, is_parked, its_attempts, its_error, its_due
-    WHERE NOT EXISTS (SELECT FROM history WHERE identity = its_identity)
-    ON CONFLICT (identity) DO NOTHING
-$$;
+    its_due bigint) RETURNS void LANGUAGE plpgsql SECURITY DEFINER SET search_path = kyr, pg_temp AS $$
+DECLARE
+    -- What becomes of it lies with the sale that it is about.
+    its_place date := coalesce((SELECT month FROM documents WHERE identifier = its_receipt LIMIT 1), its_month);
+BEGIN
+    IF NOT EXISTS (SELECT FROM history WHERE identity = its_identity) THEN
+        PERFORM ensure_month(its_place);
+        INSERT INTO queued (identity, month, till, queue, receipt, enqueued, message, text, parked, attempts, error, due)
+        VALUES (its_identity, its_place, its_till, its_queue, its_receipt, its_time, its_content, its_text, is_parked,
+            its_attempts, its_error, its_due)
+        ON CONFLICT (identity) DO NOTHING;
+    END IF;
+END $$;
 )"_s,
             // A till reads receipts, which it takes back, but no message: they hold the password.
             uR"(
-REVOKE ALL ON FUNCTION kyr.ensure_month, kyr.put_message FROM PUBLIC;
+REVOKE ALL ON FUNCTION kyr.ensure_month, kyr.put_message, kyr.remove_old FROM PUBLIC;
 GRANT USAGE ON SCHEMA kyr TO kyr_till, kyr_deliver;
 GRANT SELECT ON kyr.version TO kyr_till, kyr_deliver;
 GRANT SELECT, INSERT ON kyr.documents TO kyr_till;
@@ -149,7 +183,7 @@ GRANT SELECT, UPDATE, DELETE ON kyr.queued TO kyr_deliver;
 GRANT SELECT, INSERT ON kyr.history, kyr.journal TO kyr_deliver;
 GRANT SELECT, UPDATE ON kyr.delivery TO kyr_deliver;
 GRANT USAGE ON kyr.entries TO kyr_deliver;
-GRANT EXECUTE ON FUNCTION kyr.ensure_month TO kyr_deliver;
+GRANT EXECUTE ON FUNCTION kyr.remove_old TO kyr_deliver;
 )"_s};
 }
 
@@ -203,6 +237,15 @@ void prepare(Connection& database)
         database.rollback();
         throw;
     }
+}
+
+QStringList removeOld(Connection& database, int receiptDays, int journalDays)
+{
+    QStringList removed;
+    for (const QVariantList& row :
+         database.run(u"SELECT remove_old($1, $2)"_s, {receiptDays, journalDays}).rows)
+        removed.append(row[0].toString());
+    return removed;
 }
 
 void requirePrepared(Connection& database)

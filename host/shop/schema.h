@@ -2,6 +2,8 @@
 
 #include "host/shop/connection.h"
 
+#include <QStringList>
+
 /// The tables of a shop's database, all in its schema "kyr".
 namespace shop {
 
@@ -16,5 +18,9 @@ void prepare(Connection& database);
 
 /// Throws DatabaseError when the tables are not there or of another version.
 void requirePrepared(Connection& database);
+
+/// Removes from the database what is older than so many days, by whole months; 0: nothing. What is still
+/// needed stays. Returns the names of the tables that went. Throws DatabaseError.
+QStringList removeOld(Connection& database, int receiptDays, int journalDays);
 
 } // namespace shop

@@ -243,12 +243,10 @@ void ShopQueue::tell(Connection& database, const QString& event, const QueuedMes
     const QString operation = message.message.value(u"url"_s).toUrl().fileName();
     database.run(
         u"INSERT INTO journal (month, till, id, time, receipt, event, operation, message, code, detail, "
-        "milliseconds) SELECT coalesce((SELECT month FROM documents WHERE identifier = $1 LIMIT 1), "
-        "date_trunc('month', to_timestamp($2::bigint / 1000) AT TIME ZONE 'UTC')::date), '', "
-        "nextval('entries'), $3::bigint, $1, $4::text, $5::text, $6::bigint, $7::integer, $8::text, "
-        "$9::bigint"_s,
-        {message.group, message.enqueued.toMSecsSinceEpoch(), now(), event, utils::maskNumbers(operation),
-         message.id, attempt.code,
+        "milliseconds) SELECT month, '', nextval('entries'), $2::bigint, $1::text, $3::text, $4::text, "
+        "$5::bigint, $6::integer, $7::text, $8::bigint FROM (SELECT month FROM queued WHERE id = $5 "
+        "UNION ALL SELECT month FROM history WHERE id = $5) AS its"_s,
+        {message.group, now(), event, utils::maskNumbers(operation), message.id, attempt.code,
          utils::maskNumbers(attempt.error.isEmpty() ? attempt.account : attempt.error),
          attempt.milliseconds});
 }

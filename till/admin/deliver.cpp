@@ -1,4 +1,5 @@
 #include "host/queue/messagequeue.h"
+#include "host/shop/schema.h"
 #include "host/shop/shopjobs.h"
 #include "host/shop/shopqueue.h"
 #include "host/storage/datacheck.h"
@@ -11,13 +12,18 @@
 #include "till/admin/tool.h"
 #include "till/audit/recording.h"
 #include "till/checkout/deliverynow.h"
+#include "till/setup/keeping.h"
 #include "till/setup/reloading.h"
 #include "till/setup/shopsettings.h"
 #include "till/setup/stopsignals.h"
 
+#include <QDeadlineTimer>
+
+#include <chrono>
 #include <optional>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace till {
 
@@ -42,6 +48,21 @@ int tell(Tool& tool, const DeliveryState& last, const OutgoingQueue& queue)
     return exitWell;
 }
 
+void removeOnceADay(const QString& database, const storage::KeepingTimes& times, QDeadlineTimer& next)
+{
+    if (!next.hasExpired())
+        return;
+    next.setRemainingTime(24h);
+    try {
+        shop::Connection connection(database);
+        const QStringList removed = shop::removeOld(connection, times.receipts, times.journal);
+        if (!removed.isEmpty())
+            utils::logger(u"shop"_s)->info(u"Removed, for its age: "_s + removed.join(u", "_s));
+    } catch (const shop::DatabaseError& failure) {
+        utils::logger(u"shop"_s)->warn(u"Nothing is removed for its age: "_s + failure.tr().ru());
+    }
+}
+
 /// The shop's queue; whatever lies on this machine is none of its business.
 int runOfShop(const Invocation& invocation, const Signals& signals, Tool& tool)
 {
@@ -49,7 +70,11 @@ int runOfShop(const Invocation& invocation, const Signals& signals, Tool& tool)
     const shop::ShopQueue queue(database); // what makes delivery impossible is said at once
     const Recording recording(invocation.own.value(u"record"_s));
     const DeliveryState last =
-        serve(invocation, signals, tool, shop::shopDelivery(database, deliveryOptions(tool.config)), {});
+        serve(invocation, signals, tool, shop::shopDelivery(database, deliveryOptions(tool.config)),
+              {.spare = [&, next = QDeadlineTimer()]() mutable {
+                  removeOnceADay(database, keepingTimesOf(tool.config), next);
+                  return false;
+              }});
     return tell(tool, last, queue);
 }
 

@@ -69,4 +69,69 @@ TEST_F(Shop, LetsATillDoItsWorkAndReadNoMessage)
     }
 }
 
+namespace {
+
+class OldShop : public Shop
+{
+protected:
+    /// A sale that was closed then, with a message that was delivered then.
+    void sell(const char* receipt, int daysAgo)
+    {
+        close(richSale(QString::fromLatin1(receipt)));
+        enqueue(QString::fromLatin1(receipt));
+        EXPECT_TRUE(MessageQueue().delivered(MessageQueue().lastId(), {}));
+        const qint64 then = QDateTime::currentDateTimeUtc().addDays(-daysAgo).toMSecsSinceEpoch();
+        const RawDatabase own(path(u"till.sqlite"_s));
+        own.run(u"UPDATE documents SET stored = ?"_s, {then});
+        own.run(u"UPDATE journal SET time = ?"_s, {then});
+        own.run(u"UPDATE history SET finished = ?"_s, {then});
+        moveOn();
+    }
+    [[nodiscard]] QString left(const char* table) const
+    {
+        return server.sql(u"SELECT count(*) FROM kyr."_s + QLatin1StringView(table));
+    }
+};
+
+} // namespace
+
+TEST_F(OldShop, KeepsReceiptsAndJournalForTheirTimes)
+{
+    sell("R-1", 500);
+    sell("R-2", 200);
+    sell("R-3", 1);
+    EXPECT_EQ(removeOld(database, 0, 0), QStringList()) << "for ever";
+    EXPECT_EQ(removeOld(database, 400, 90).size(), 6) << "four tables of the oldest month, two of the second";
+    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents ORDER BY 1"_s), u"R-2\nR-3");
+    EXPECT_EQ(server.sql(u"SELECT DISTINCT receipt FROM kyr.journal"_s), u"R-3");
+    EXPECT_EQ(server.sql(u"SELECT receipt FROM kyr.history"_s), u"R-3");
+}
+
+TEST_F(OldShop, KeepsAMonthInWhichSomethingIsYoungerOrOfWhichAMessageWaits)
+{
+    sell("R-1", 500);
+    close(returnOf(u"R-1"_s, u"V-1"_s)); // today
+    moveOn();
+    EXPECT_EQ(removeOld(database, 400, 0), QStringList());
+    sell("R-2", 900);
+    enqueue(u"R-2"_s);
+    moveOn();
+    EXPECT_EQ(removeOld(database, 400, 0), QStringList()) << "a message of R-2 waits";
+    shop::ShopQueue queue(server.address());
+    EXPECT_TRUE(queue.delivered(queue.lastId(), {}));
+    EXPECT_EQ(removeOld(database, 400, 0).size(), 2);
+    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents ORDER BY 1"_s), u"R-1\nV-1");
+}
+
+TEST_F(OldShop, TakesAMessageOfASaleWhoseJournalIsGone)
+{
+    sell("R-1", 200);
+    EXPECT_EQ(removeOld(database, 400, 90).size(), 2);
+    enqueue(u"R-1"_s);
+    moveOn();
+    shop::ShopQueue queue(server.address());
+    EXPECT_TRUE(queue.delivered(queue.lastId(), {}));
+    EXPECT_EQ(left("history"), u"1");
+}
+
 } // namespace test_support
