@@ -335,6 +335,7 @@
     <message id="windowRowSaleDamaged"><source>&#10;повреждён</source><translation>&#10;damaged</translation></message>
     <message id="windowSaleDamaged"><source>Чек %1 повреждён: вернуть по нему нельзя. Сообщите администратору</source><translation>Receipt %1 is damaged: nothing can be returned by it. Tell the administrator</translation></message>
     <message id="windowScanAgain"><source>Тот чек закончен: отсканируйте ещё раз</source><translation>That receipt is finished: scan again</translation></message>
+    <message id="windowShopAway"><source>База магазина недоступна</source><translation>The shop's database cannot be reached</translation></message>
     <message id="windowScanInDialog"><source>Код не принят: сначала ответьте на вопрос</source><translation>The code was not taken: answer the question first</translation></message>
     <message id="windowScanKept"><source>%1: будет в чеке после ответа</source><translation>%1: on the receipt after the answer</translation></message>
     <message id="windowScanTooEarly"><source>Код не принят: подождите ответа</source><translation>The code was not taken: wait for the answer</translation></message>

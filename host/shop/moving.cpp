@@ -9,7 +9,11 @@
 
 #include <QCryptographicHash>
 #include <QDataStream>
+#include <QIODevice>
 #include <QUuid>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -110,40 +114,34 @@ void Moving::removeMessages(const QList<QVariantList>& messages) const
 
 bool Moving::moveFamilies()
 {
-    const QStringList families = departing();
-    if (families.isEmpty())
+    const Departure departure = departing();
+    if (departure.families.isEmpty())
         return false;
     try {
-        move(families);
+        move(departure);
         m_oneByOne = false;
     } catch (const Taken& failure) {
-        leave(families);
         m_oneByOne = true;
-        if (families.size() == 1) {
-            m_stuck.append(families.first());
-            utils::logger(u"shop"_s)->error(u"Receipt %1 stays at this till: "_s.arg(families.first()) +
-                                            failure.tr().ru());
-        }
-    } catch (const DatabaseError& failure) {
-        // What was under way when the connection was lost may have been done.
-        if (failure.fault() != Fault::Away)
-            leave(families);
-        throw;
+        if (departure.families.size() > 1)
+            return true;
+        const QString family = departure.families.first();
+        m_stuck.append(family);
+        m_store->atomically([&] { m_marks.giveUp(family); });
+        utils::logger(u"shop"_s)->error(u"Receipt %1 stays at this till: "_s.arg(family) + failure.tr().ru());
     }
     return true;
 }
 
 /// Marks them, so that nobody changes here what may be there already.
-QStringList Moving::departing()
+Moving::Departure Moving::departing()
 {
-    QStringList families;
+    Departure departure;
     m_store->atomically([&] {
-        families = m_marks.moving();
-        QStringList staying = openFamilies() + m_stuck;
-        families.removeIf([&](const QString& family) { return m_stuck.contains(family); });
+        departure.known = m_marks.moving();
+        QStringList& families = departure.families;
+        const QStringList staying = openFamilies() + m_stuck;
         const qsizetype most = m_oneByOne ? 1 : familiesAtOnce;
-        if (m_oneByOne && families.size() > 1)
-            families = families.first(1);
+        families = departure.known.first(std::min(most, departure.known.size()));
         const auto add = [&](const QString& sql) {
             const QList<QVariantList> found = families.size() < most
                                                   ? rows(sql, {most + staying.size() + families.size()})
@@ -163,30 +161,36 @@ QStringList Moving::departing()
         for (const QString& family : families)
             m_marks.begin(family);
     });
-    return families;
+    return departure;
 }
 
-void Moving::leave(const QStringList& families)
+void Moving::stay(const Departure& departure) const
 {
     m_store->atomically([&] {
-        for (const QString& family : families)
-            m_marks.giveUp(family);
+        for (const QString& family : departure.families) {
+            if (!departure.known.contains(family))
+                m_marks.giveUp(family);
+        }
     });
 }
 
-void Moving::move(const QStringList& families)
+void Moving::move(const Departure& departure)
 {
     QList<Luggage> all;
-    m_database.begin();
+    bool mayBeDone = false;
     try {
-        for (const QString& family : families) {
+        m_database.begin();
+        for (const QString& family : departure.families) {
             lockFamily(m_database, family);
             all.append(packed(family));
             put(all.last());
         }
+        mayBeDone = true;
         m_database.commit();
     } catch (...) {
         m_database.rollback();
+        if (!mayBeDone)
+            stay(departure);
         throw;
     }
     m_store->atomically([&] {

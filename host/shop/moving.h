@@ -49,9 +49,16 @@ private:
 
     bool moveMessages();
     bool moveFamilies();
-    [[nodiscard]] QStringList departing();
-    void move(const QStringList& families);
-    void leave(const QStringList& families);
+    /// Families that are to be moved.
+    struct Departure
+    {
+        QStringList families;
+        QStringList known; ///< those of them that nothing was heard of the last time: they may be there
+    };
+    [[nodiscard]] Departure departing();
+    void move(const Departure& departure);
+    /// What is certainly not there stays here for now.
+    void stay(const Departure& departure) const;
 
     [[nodiscard]] Luggage packed(const QString& family) const;
     void put(const Luggage& luggage);

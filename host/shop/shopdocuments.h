@@ -33,6 +33,7 @@ public:
     /// Of this till; without those that have moved on when the database can't be reached.
     [[nodiscard]] QList<ClosedSale> newestSales(int limit) override;
     [[nodiscard]] bool contains(const QString& identifier) override;
+    [[nodiscard]] bool isShared(const QString& identifier) override { return !isHere(identifier); }
     [[nodiscard]] bool seesAll() const override { return m_seesAll; }
 
 private:

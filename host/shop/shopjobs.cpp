@@ -49,9 +49,11 @@ private:
 
 } // namespace
 
-DeliveryWorker::Options movingOn(const QString& till, const QString& address)
+DeliveryWorker::Options movingOn(const QString& till, const QString& address, int days)
 {
-    return {.job = [till, address](const QueueDelivery::Options&) {
+    return {.job = [till, address, days](const QueueDelivery::Options&) {
+        if (days > 0)
+            LocalMarks().forgetBefore(QDateTime::currentDateTimeUtc().addDays(-days).toMSecsSinceEpoch());
         return std::make_unique<MovingJob>(till, address);
     }};
 }

@@ -6,7 +6,8 @@
 namespace shop {
 
 /// Moves what lies at this till on to the shop's database; see Moving. It holds the data directory's lock.
-DeliveryWorker::Options movingOn(const QString& till, const QString& address);
+/// For `days` it remembers which receipts have moved on; 0: for ever.
+DeliveryWorker::Options movingOn(const QString& till, const QString& address, int days);
 
 /// The same once, here and now.
 void moveAll(const QString& till, const QString& address);

@@ -58,6 +58,9 @@ public:
     /// Whether a document of that identifier was ever stored here, as far as is still known.
     [[nodiscard]] virtual bool contains(const QString& identifier);
 
+    /// Whether other tills see that document, and may change what it tells, too.
+    [[nodiscard]] virtual bool isShared(const QString& /*identifier*/) { return false; }
+
     /// False when a place where documents lie could not be asked by the last loadDocument(): then the null
     /// that it returned says nothing. This store is one place, which throws instead.
     [[nodiscard]] virtual bool seesAll() const { return true; }

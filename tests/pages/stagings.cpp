@@ -95,7 +95,7 @@ QString setAside(World& world)
     world.prepend(u"cd data"_s);
     world.type(
         u"root=$(sqlite3 till.sqlite \"SELECT rootpage FROM sqlite_schema WHERE name = 'journal'\")\n"
-        "head -c 4096 /dev/urandom | dd of=till.sqlite bs=4096 seek=$((root - 1)) conv=notrunc\n"
+        "head -c 4096 /dev/zero | tr '\\0' x | dd of=till.sqlite bs=4096 seek=$((root - 1)) conv=notrunc\n"
         "mv till.sqlite till.sqlite.damaged-TIME && install -m 600 /dev/null till.sqlite.damaged-TIME-wal\n"
         "echo quit | till shell"_s);
     return {};

@@ -40,8 +40,9 @@ void becomeOrdinary()
 
 Postgres::Postgres()
 {
-    if (geteuid() == 0)
+    if (geteuid() == 0) {
         EXPECT_EQ(chown(QFile::encodeName(m_directory.path()).constData(), nobody, nobody), 0);
+    }
     run(u"initdb"_s, {u"-D"_s, m_directory.filePath(u"data"_s), u"-U"_s, u"owner"_s, u"-A"_s, u"trust"_s,
                       u"-E"_s, u"UTF8"_s, u"--locale=C"_s, u"-N"_s, u"--no-instructions"_s});
     start();

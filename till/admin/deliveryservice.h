@@ -19,9 +19,9 @@ struct Signals
 /// What a delivery service does beside delivering; each member may be left empty.
 struct Chores
 {
-    std::function<void()> often;  ///< every half minute or so, and at the beginning
-    std::function<bool()> spare;  ///< true: there is more to do soon
-    std::function<void()> reload; ///< after its settings were read anew
+    std::function<void()> often = {};  ///< every half minute or so, and at the beginning
+    std::function<bool()> spare = {};  ///< true: there is more to do soon
+    std::function<void()> reload = {}; ///< after its settings were read anew
 };
 
 /// Has the worker work until a signal says to stop, with the credentials of the tool's settings, which SIGHUP

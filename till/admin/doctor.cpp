@@ -1,13 +1,16 @@
 #include "till/admin/doctor.h"
 
+#include "host/shop/schema.h"
 #include "host/storage/datadirectory.h"
 #include "till/admin/commands.h"
 #include "till/admin/tool.h"
 #include "till/cli/texttable.h"
+#include "till/cli/usageerror.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
 #include "till/setup/pluginhost.h"
 #include "till/setup/settingkeys.h"
+#include "till/setup/shopsettings.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -62,7 +65,7 @@ int run(const Invocation& invocation)
 const QString details =
     uR"(Looks at the configuration, the way to the service (name, connection, TLS, credentials, clock),
 the files of goods and log, the data directory, the disk, the store, all of which is read, each
-receipt and message in it, the queue and the plug-in, and goes on after each failure. Changes
+receipt and message in it, the queue, the shop's database and the plug-in, and goes on after each failure. Changes
 nothing. Asks the service for the cards of a phone that nobody has, with the credentials and
 without; only an answer in the service's form counts. A store found damaged is set aside by the
 next start.
@@ -136,6 +139,23 @@ Finding examinePlugin(const Options& options, const Config& config)
     }
 }
 
+QList<Finding> examineShop(const Config& config)
+{
+    const QString remedy = u"see docs/shop.md"_s;
+    try {
+        const auto shop = shopOf(config);
+        if (!shop)
+            return {};
+        shop::Connection database(shop->database);
+        requirePrepared(database);
+        return {{u"shop"_s, State::Ok, u"till %1 of the shop in %2"_s.arg(shop->till, database.where())}};
+    } catch (const UsageError& failure) {
+        return {{u"shop"_s, State::Problem, QString::fromUtf8(failure.what()), remedy}};
+    } catch (const shop::DatabaseError& failure) {
+        return {{u"shop"_s, State::Problem, failure.tr().ru(), remedy}};
+    }
+}
+
 QList<Finding> examine(const Options& given)
 {
     Options options = given;
@@ -155,6 +175,7 @@ QList<Finding> examine(const Options& given)
         findings += examineContents(path);
         findings += examineQueue(config, path);
     }
+    findings += examineShop(config);
     findings.append(examinePlugin(options, config));
     storage::setDataDirectory({});
     return findings;

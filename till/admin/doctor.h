@@ -48,6 +48,8 @@ Finding examineStore(const QString& path);
 QList<Finding> examineContents(const QString& path);
 /// "queue".
 QList<Finding> examineQueue(const Config& config, const QString& path);
+/// "shop": its database, where it has one.
+QList<Finding> examineShop(const Config& config);
 /// "plug-in".
 Finding examinePlugin(const Options& options, const Config& config);
 

@@ -4,6 +4,10 @@
 #include "till/cli/usageerror.h"
 #include "till/setup/shopsettings.h"
 
+#include <QJsonObject>
+
+#include <chrono>
+
 using namespace Qt::StringLiterals;
 
 namespace till {

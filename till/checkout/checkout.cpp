@@ -73,6 +73,7 @@ void Checkout::attempt(Action action, Result& result, const std::function<void()
         } catch (...) {
             m_isAstray = m_step.hasLost();
             tryToGoBack();
+            freeReturn();
             throw;
         }
     });

@@ -121,6 +121,7 @@ private:
     /// Ends the receipt's transaction, stores it as closed and raises the event: all or nothing.
     void close();
     void requireStillReturnable() const;
+    void freeReturn() noexcept;
     void abandon();
     void letGo();
     [[nodiscard]] tr::Tr foundOpen() const;

@@ -3,6 +3,7 @@
 #include "host/core/activitynotifier.h"
 #include "host/storage/documents.h"
 #include "host/utils/basicexception.h"
+#include "host/utils/logging.h"
 #include "host/utils/money.h"
 #include "till/checkout/amounts.h"
 #include "till/checkout/receiptmarks.h"
@@ -60,6 +61,14 @@ void Checkout::earn(Payment& payment)
 // kept or none is. What came before stays known when it is none.
 void Checkout::close()
 {
+    const bool isShared = m_receipt->getDocumentType() == ReturnReceipt &&
+                          hostObject<DocumentsDao>().isShared(m_receipt->getSaleDocumentId().toString());
+    if (isShared && !markedState(*m_receipt)) {
+        // Others may see that it is closed before this till's store has it.
+        mark(State::Paying);
+        m_step.settle();
+        m_step.resume();
+    }
     bool committed = false;
     try {
         storage::Transaction transaction;
@@ -85,6 +94,22 @@ void Checkout::close()
     }
     requireDone(committed);
     letGo();
+}
+
+/// A return that others certainly do not see as closed may be rolled back.
+void Checkout::freeReturn() noexcept
+{
+    if (!m_receipt || m_receipt->getDocumentType() != ReturnReceipt ||
+        markedState(*m_receipt) != State::Paying)
+        return;
+    try {
+        if (wasClosedElsewhere(*m_receipt) || !hostObject<DocumentsDao>().seesAll())
+            return;
+        setMarkedState(*m_receipt, std::nullopt);
+        save();
+    } catch (const BasicException& failure) { // it can still be paid
+        utils::logger(u"till"_s)->warn(u"The return stays as it is: "_s + failure.tr().ru());
+    }
 }
 
 Result Checkout::rollBack()

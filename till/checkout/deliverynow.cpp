@@ -6,6 +6,7 @@
 #include "host/storage/filelock.h"
 #include "host/utils/currenttime.h"
 #include "till/checkout/lateearning.h"
+#include "till/setup/keeping.h"
 #include "till/setup/settings.h"
 #include "till/setup/shopsettings.h"
 
@@ -73,7 +74,7 @@ QueueDelivery::Options deliveryOptions(const Config& config)
 DeliveryWorker::Options workerOptions(const Config& config)
 {
     if (const auto shop = shopOf(config))
-        return shop::movingOn(shop->till, shop->database);
+        return shop::movingOn(shop->till, shop->database, keepingTimesOf(config).receipts);
     return {.delivery = deliveryOptions(config)};
 }
 

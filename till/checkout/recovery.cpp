@@ -25,6 +25,7 @@ tr::Tr Checkout::recover()
         return tr::Tr(u"tillFoundPaid"_s, u"Чек %1 был оплачен: закрытие завершено"_s).arg(name);
     }
     adopt(receipt);
+    freeReturn();
     m_loyalty.restoreLoyaltySystem();
     if (state() == State::Abandoned) {
         // A cashier waits for the start; what fails for it goes through the queue.

@@ -76,4 +76,22 @@ TEST_F(QueueOfAShop, IsNotMeantWhereOnlyATillIsNamed)
     EXPECT_THAT(ran.err.toStdString(), HasSubstr("say --shop too"));
 }
 
+TEST_F(TillsOfAShop, TheDoctorLooksAtTheDatabase)
+{
+    ASSERT_EQ(play(u"1"_s, openSale("R-1", {tea(10)}) + pay()).status, 0);
+    const auto finding = [this] {
+        const Ran ran = run(QStringList{u"doctor"_s, u"--json"_s} + of(u"1"_s));
+        for (const auto& found : QJsonDocument::fromJson(ran.out)[u"findings"].toArray()) {
+            if (found[u"check"] == u"shop"_s)
+                return found[u"state"].toString() + u": "_s + found[u"text"].toString();
+        }
+        return QString();
+    };
+    EXPECT_THAT(finding().toStdString(), HasSubstr("ok: till 1 of the shop in "));
+    database.sql(u"DROP SCHEMA kyr CASCADE"_s);
+    EXPECT_THAT(finding().toStdString(), HasSubstr("till shop prepare"));
+    database.kill();
+    EXPECT_THAT(finding().toStdString(), HasSubstr("problem: База магазина недоступна"));
+}
+
 } // namespace tilltest

@@ -23,6 +23,13 @@ public:
     }
 };
 
+/// A store that cannot ask everywhere.
+class FarReceipts : public DocumentsDao
+{
+public:
+    [[nodiscard]] bool seesAll() const override { return false; }
+};
+
 /// A store in which the sale that was closed last is damaged.
 class DamagedReceipt : public DocumentsDao
 {
@@ -156,6 +163,22 @@ TEST(WindowReturn, OfAStoreThatFailsSaysSoAndOpensNothing)
     cashier.press(Qt::Key_F10);
     EXPECT_EQ(cashier.dialogs(), 1);
     EXPECT_FALSE(cashier.checkout().receipt());
+}
+
+TEST(WindowReturn, SaysThatANumberCouldNotBeLookedForEverywhere)
+{
+    Cashier cashier;
+    cashier.sell();
+    cashier.press(Qt::Key_F9);
+    cashier.atDialog([&](QDialog& dialog) {
+        cashier.press(Qt::Key_F2);
+        cashier.type(u"00-00"_s);
+        EXPECT_EQ(dialog.findChild<QListWidget*>()->item(0)->text(), u"База магазина недоступна"_s);
+        cashier.press(Qt::Key_Escape);
+    });
+    const InPlace far(new FarReceipts);
+    cashier.press(Qt::Key_F10);
+    EXPECT_EQ(cashier.dialogs(), 1);
 }
 
 TEST(WindowReturn, ShowsADamagedReceiptInALineAndGivesTheOthersBack)

@@ -254,4 +254,34 @@ TEST_F(Shop, WritesNothingBackHereOfASaleThatIsOnItsWay)
     EXPECT_TRUE(documents.loadDocument(u"R-1"_s, true));
 }
 
+TEST_F(Shop, LetsASaleBeReturnedHereAfterItCouldNotMoveOn)
+{
+    Postgres away;
+    shop::Connection gone(away.address());
+    shop::prepare(gone);
+    away.kill();
+    close(richSale(u"R-1"_s));
+    shop::Moving moving(u"1"_s, gone);
+    EXPECT_THROW(moving.step(), shop::DatabaseError);
+    shop::ShopDocuments documents(u"1"_s, away.address());
+    closeReturn(documents, u"R-1"_s, returnOf(u"R-1"_s, u"V-1"_s));
+    EXPECT_EQ(MessageQueue().waitingCount(), 1);
+    EXPECT_FALSE(documents.isShared(u"R-1"_s));
+}
+
+/// What nothing was heard of is not this till's any more, whatever comes after.
+TEST_F(Shop, KeepsTheMarkOfASaleThatMayHaveMovedOn)
+{
+    close(richSale(u"R-1"_s));
+    shop::LocalMarks().begin(u"R-1"_s);
+    close(richSale(u"R-2"_s));
+    Postgres away;
+    away.kill();
+    shop::Connection gone(away.address());
+    shop::Moving moving(u"1"_s, gone);
+    EXPECT_THROW(moving.step(), shop::DatabaseError);
+    EXPECT_TRUE(shop::LocalMarks().isMoving(u"R-1"_s));
+    EXPECT_FALSE(shop::LocalMarks().isMoving(u"R-2"_s));
+}
+
 } // namespace test_support

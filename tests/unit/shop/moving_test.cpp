@@ -48,7 +48,7 @@ TEST_F(Shop, HasEverythingOnceThoughItIsMovedTwice)
 {
     close(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
-    storage::Journal().add({.time = {}, .receipt = u"abandoned"_s, .event = u"abandoned"_s});
+    note(u"abandoned"_s, u"abandoned"_s);
     const QByteArray store = bytes(u"till.sqlite"_s);
     const QByteArray log = bytes(u"till.sqlite-wal"_s);
     moveOn();
@@ -95,7 +95,7 @@ TEST_F(Shop, LeavesTheReceiptThatIsOpenAndTheSaleThatItReturns)
     close(richSale(u"R-1"_s));
     close(richSale(u"R-2"_s));
     SaveToFileLogic().save(returnOf(u"R-1"_s, u"V-1"_s), {});
-    storage::Journal().add({.time = {}, .receipt = u"V-1"_s, .event = u"opened"_s});
+    note(u"V-1"_s, u"opened"_s);
     enqueue(u"R-1"_s);
     moveOn();
     EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents"_s), u"R-2");

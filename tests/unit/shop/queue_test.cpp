@@ -98,7 +98,7 @@ TEST_F(ShopQueueTest, LetsGoOfWhatIsNotUnderWayAnyMore)
 TEST_F(ShopQueueTest, KeepsWhatBecameOfEachMessage)
 {
     put({u"A"_s, u"B"_s, u"C"_s});
-    EXPECT_TRUE(one.delivered(1, {.milliseconds = 7, .account = u"earned"_s}));
+    EXPECT_TRUE(one.delivered(1, {.error = {}, .milliseconds = 7, .account = u"earned"_s}));
     EXPECT_TRUE(one.park(2, {.code = 404, .error = u"no such card 2000000000017"_s}));
     EXPECT_TRUE(one.drop(3));
     EXPECT_FALSE(one.delivered(1, {})) << "it has left";

@@ -29,11 +29,17 @@ protected:
         while (moving.step()) {
         }
     }
+    static void note(const QString& receipt, const QString& event)
+    {
+        storage::JournalEntry entry;
+        entry.receipt = receipt;
+        entry.event = event;
+        storage::Journal().add(entry);
+    }
     static void close(const QSharedPointer<Document>& receipt)
     {
         DocumentsDao().store(receipt);
-        storage::Journal().add(
-            {.time = {}, .receipt = receipt->getIdentifier(), .event = QStringLiteral("closed")});
+        note(receipt->getIdentifier(), QStringLiteral("closed"));
     }
     static QSharedPointer<Document> returnOf(const QString& sale, const QString& identifier)
     {

@@ -195,6 +195,8 @@ void ReturnDialog::fillSales()
     m_list->setEnabled(!m_sales.isEmpty());
     if (m_sales.isEmpty()) {
         m_list->addItem(!m_failure.isEmpty() ? tr::shown(u"windowReceiptsUnread"_s, u"Чеки не прочитаны"_s)
+                        : !hostObject<DocumentsDao>().seesAll()
+                            ? tr::shown(u"windowShopAway"_s, u"База магазина недоступна"_s)
                         : m_newest.isEmpty() ? tr::shown(u"windowNoClosedReceipts"_s, u"Закрытых чеков нет"_s)
                                              : tr::shown(u"windowNoSuchReceipt"_s, u"Такого чека нет"_s));
         m_table->setRowCount(0);
