@@ -189,7 +189,8 @@ QString damagedMessage(World& world)
     test_support::flipABit(world.data(u"till.sqlite"_s), u"queued"_s, u"message"_s, u"1"_s);
     world.type(u"root=$(sqlite3 data/till.sqlite \"SELECT rootpage FROM sqlite_schema WHERE name = "
                u"'journal_receipt'\")\n"
-               "head -c 4096 /dev/zero | tr '\\0' x | dd of=data/till.sqlite bs=4096 seek=$((root - 1)) conv=notrunc\n"
+               "head -c 4096 /dev/zero | tr '\\0' x | dd of=data/till.sqlite bs=4096 seek=$((root - 1)) "
+               "conv=notrunc\n"
                "echo quit | till shell"_s);
     const QString aside = world.type(u"ls data/till.sqlite.damaged-*Z"_s).trimmed();
     world.call(u"20261121T054352Z"_s, aside.section(u'-', -1));

@@ -121,6 +121,8 @@ private:
     /// Ends the receipt's transaction, stores it as closed and raises the event: all or nothing.
     void close();
     void requireStillReturnable() const;
+    [[nodiscard]] bool isSharedReturn() const;
+    void takeMarkBack() const;
     void freeReturn() noexcept;
     void abandon();
     void letGo();

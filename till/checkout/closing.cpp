@@ -61,9 +61,8 @@ void Checkout::earn(Payment& payment)
 // kept or none is. What came before stays known when it is none.
 void Checkout::close()
 {
-    const bool isShared = m_receipt->getDocumentType() == ReturnReceipt &&
-                          hostObject<DocumentsDao>().isShared(m_receipt->getSaleDocumentId().toString());
-    if (isShared && !markedState(*m_receipt)) {
+    const bool marks = !markedState(*m_receipt) && isSharedReturn();
+    if (marks) {
         // Others may see that it is closed before this till's store has it.
         mark(State::Paying);
         m_step.settle();
@@ -90,13 +89,30 @@ void Checkout::close()
         }
     } catch (...) {
         m_loyalty.restoreLoyaltySystem(); // the commit has cleared it, but the receipt is still open
+        if (marks)
+            takeMarkBack();
         throw;
     }
+    if (!committed && marks)
+        takeMarkBack();
     requireDone(committed);
     letGo();
 }
 
-/// A return that others certainly do not see as closed may be rolled back.
+/// Nobody sees it as closed, so it may be rolled back.
+void Checkout::takeMarkBack() const
+{
+    setMarkedState(*m_receipt, std::nullopt);
+    save();
+}
+
+bool Checkout::isSharedReturn() const
+{
+    return m_receipt->getDocumentType() == ReturnReceipt &&
+           hostObject<DocumentsDao>().isShared(m_receipt->getSaleDocumentId().toString());
+}
+
+/// Takes the mark away from a return that others certainly do not see as closed.
 void Checkout::freeReturn() noexcept
 {
     if (!m_receipt || m_receipt->getDocumentType() != ReturnReceipt ||
@@ -105,8 +121,7 @@ void Checkout::freeReturn() noexcept
     try {
         if (wasClosedElsewhere(*m_receipt) || !hostObject<DocumentsDao>().seesAll())
             return;
-        setMarkedState(*m_receipt, std::nullopt);
-        save();
+        takeMarkBack();
     } catch (const BasicException& failure) { // it can still be paid
         utils::logger(u"till"_s)->warn(u"The return stays as it is: "_s + failure.tr().ru());
     }

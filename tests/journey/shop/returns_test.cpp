@@ -1,4 +1,8 @@
+#include "host/core/document.h"
+#include "host/storage/datadirectory.h"
+#include "host/storage/documents.h"
 #include "tests/journey/shop/shop.h"
+#include "till/checkout/receiptmarks.h"
 
 #include <QDir>
 #include <QFile>
@@ -92,6 +96,37 @@ TEST_F(TillsOfAShop, AReturnWhoseDatabaseIsLostBeforeItIsPaidStaysOpen)
     database.start();
     EXPECT_EQ(play(u"2"_s, pay()).status, 0);
     EXPECT_EQ(database.sql(u"SELECT count(*) FROM kyr.queued"_s), u"2");
+}
+
+TEST_F(TillsOfAShop, AReturnThatTheDatabaseCouldNotKeepMayBeRolledBackWithoutIt)
+{
+    ASSERT_EQ(play(u"1"_s, sold).status, 0);
+    ASSERT_EQ(play(u"2"_s, openReturn("V-1", "R-1", {position(1)})).status, 0);
+    database.kill();
+    const Ran ran = play(u"2"_s, pay().mayFail() + rollback() + openSale("R-2", {tea(1)}) + pay());
+    EXPECT_EQ(ran.status, 0) << ran.out.toStdString();
+}
+
+/// The database may have it: only it can tell.
+TEST_F(TillsOfAShop, AReturnWhoseEndIsNotKnownWaitsForTheDatabase)
+{
+    ASSERT_EQ(play(u"1"_s, sold).status, 0);
+    ASSERT_EQ(play(u"2"_s, openReturn("V-1", "R-1", {position(1)})).status, 0);
+    storage::setDataDirectory(files.path(u"2"_s));
+    {
+        const auto receipt = SaveToFileLogic::loadOpenReceipt();
+        till::setMarkedState(*receipt, till::State::Paying);
+        SaveToFileLogic().save(receipt, {});
+    }
+    storage::setDataDirectory({});
+    database.kill();
+    for (const Step& step : {rollback(), openSale("R-2", {tea(1)})}) {
+        const Ran refused = play(u"2"_s, step);
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_THAT(errorOf(lastStep(refused)), HasSubstr("Чек V-1 уже оплачивается"));
+    }
+    database.start();
+    EXPECT_EQ(play(u"2"_s, rollback()).status, 0) << "the next start finds that it has it not";
 }
 
 /// The database has it, and the till was killed before its own store had.
