@@ -118,7 +118,9 @@ BEGIN
     FOREACH part IN ARRAY ARRAY['history', 'journal', 'card_records', 'documents'] LOOP
         CONTINUE WHEN to_regclass('kyr.' || part || to_char(wanted, '_YYYY_MM')) IS NOT NULL;
         PERFORM pg_advisory_xact_lock(hashtextextended('kyr.months', 0));
-        CONTINUE WHEN to_regclass('kyr.' || part || to_char(wanted, '_YYYY_MM')) IS NOT NULL; -- somebody else's
+        -- Somebody else's, meanwhile; to_regclass() would say what it said before.
+        CONTINUE WHEN EXISTS (SELECT FROM pg_catalog.pg_class WHERE relnamespace = 'kyr'::regnamespace
+            AND relname = part || to_char(wanted, '_YYYY_MM'));
         EXECUTE format('CREATE TABLE kyr.%I (LIKE kyr.%I INCLUDING ALL)', part || to_char(wanted, '_YYYY_MM'), part);
         EXECUTE format('ALTER TABLE kyr.%I ATTACH PARTITION kyr.%I FOR VALUES FROM (%L) TO (%L)',
             part, part || to_char(wanted, '_YYYY_MM'), wanted, (wanted + interval '1 month')::date);
