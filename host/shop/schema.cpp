@@ -107,7 +107,8 @@ CREATE INDEX ON kyr.history (finished);
 CREATE TABLE kyr.delivery (error text NOT NULL, refused bigint NOT NULL, probes integer NOT NULL, probe bigint NOT NULL);
 INSERT INTO kyr.delivery VALUES ('', 0, 0, 0);
 )"_s,
-            // Who makes a partition has to own the table, which a till does not.
+            // Who makes a partition has to own the table, which a till does not. It is attached when it is
+            // made: PARTITION OF would wait for all who read the tables, some of whom wait for the partition.
             uR"(
 CREATE FUNCTION kyr.ensure_month(wanted date) RETURNS void LANGUAGE plpgsql SECURITY DEFINER
 SET search_path = kyr, pg_temp AS $$
@@ -118,9 +119,13 @@ BEGIN
         RETURN;
     END IF;
     PERFORM pg_advisory_xact_lock(hashtextextended('kyr.months', 0));
+    IF to_regclass('kyr.documents_' || to_char(wanted, 'YYYY_MM')) IS NOT NULL THEN
+        RETURN; -- somebody else's, meanwhile
+    END IF;
     FOREACH part IN ARRAY ARRAY['history', 'journal', 'card_records', 'documents'] LOOP
-        EXECUTE format('CREATE TABLE IF NOT EXISTS kyr.%I PARTITION OF kyr.%I FOR VALUES FROM (%L) TO (%L)',
-            part || to_char(wanted, '_YYYY_MM'), part, wanted, (wanted + interval '1 month')::date);
+        EXECUTE format('CREATE TABLE kyr.%I (LIKE kyr.%I INCLUDING ALL)', part || to_char(wanted, '_YYYY_MM'), part);
+        EXECUTE format('ALTER TABLE kyr.%I ATTACH PARTITION kyr.%I FOR VALUES FROM (%L) TO (%L)',
+            part, part || to_char(wanted, '_YYYY_MM'), wanted, (wanted + interval '1 month')::date);
     END LOOP;
 END $$;
 

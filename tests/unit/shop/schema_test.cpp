@@ -69,4 +69,21 @@ TEST_F(Shop, LetsATillDoItsWorkAndReadNoMessage)
     }
 }
 
+/// Or tills that begin a month together would wait for each other.
+TEST_F(Shop, MakesTheTablesOfAMonthWhileOthersReadAndWriteThoseOfAllMonths)
+{
+    close(richSale(u"R-1"_s));
+    moveOn();
+    shop::Connection other(server.address());
+    other.begin();
+    other.run(u"SELECT count(*) FROM documents, card_records, journal, history"_s);
+    other.run(u"UPDATE card_records SET revision = revision"_s);
+    database.run(u"SET lock_timeout = 500"_s);
+    EXPECT_NO_THROW(database.run(u"SELECT ensure_month('2024-01-01')"_s));
+    EXPECT_EQ(server.sql(u"SELECT count(*) FROM pg_inherits WHERE inhrelid::regclass::text LIKE "
+                         "'kyr.%2024_01' AND inhparent::regclass::text NOT LIKE '%idx%'"_s),
+              u"4");
+    other.rollback();
+}
+
 } // namespace test_support
