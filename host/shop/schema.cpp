@@ -119,8 +119,10 @@ BEGIN
         RETURN;
     END IF;
     PERFORM pg_advisory_xact_lock(hashtextextended('kyr.months', 0));
-    IF to_regclass('kyr.documents_' || to_char(wanted, 'YYYY_MM')) IS NOT NULL THEN
-        RETURN; -- somebody else's, meanwhile
+    -- Somebody else's, meanwhile; to_regclass() would say what it said before.
+    IF EXISTS (SELECT FROM pg_catalog.pg_class WHERE relnamespace = 'kyr'::regnamespace
+            AND relname = 'documents_' || to_char(wanted, 'YYYY_MM')) THEN
+        RETURN;
     END IF;
     FOREACH part IN ARRAY ARRAY['history', 'journal', 'card_records', 'documents'] LOOP
         EXECUTE format('CREATE TABLE kyr.%I (LIKE kyr.%I INCLUDING ALL)', part || to_char(wanted, '_YYYY_MM'), part);

@@ -3,8 +3,6 @@
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <QThread>
-#include <QDateTime> //TRACE
-#include <iostream> //TRACE
 
 #include <gtest/gtest.h>
 
@@ -79,16 +77,10 @@ bool Day::play()
     for (int i = 0; i < deliveries; ++i)
         m_deliveries.push_back(&m_world.startDelivery());
     m_sinceKill.start();
+    m_sinceProgress.start();
     while (!m_hasFailed && !isOver()) {
-        for (Till& till : m_tills) {
-            if (till.run)
-                look(till);
-            else if (m_underWay < atATime && mayPlay(till))
-                begin(till);
-        }
+        goOn();
         disturb();
-        QCoreApplication::processEvents();
-        QThread::msleep(2);
     }
     QElapsedTimer waited;
     waited.start();
@@ -103,6 +95,22 @@ bool Day::play()
     return false;
 }
 
+void Day::goOn()
+{
+    for (Till& till : m_tills) {
+        if (till.run)
+            look(till);
+        else if (m_underWay < atATime && till.since.elapsed() >= till.restAfter &&
+                 (mayPlay(till) || till.hasLeft))
+            begin(till);
+    }
+    if (m_sinceProgress.elapsed() > patience)
+        fail(*std::find_if(m_tills.begin(), m_tills.end(), [](const Till& till) { return till.isBeforeEnd; }),
+             u"nothing goes on"_s);
+    QCoreApplication::processEvents();
+    QThread::msleep(2);
+}
+
 bool Day::isOver() const
 {
     return std::none_of(m_tills.begin(), m_tills.end(),
@@ -111,7 +119,7 @@ bool Day::isOver() const
 
 bool Day::mayPlay(const Till& till) const
 {
-    if (!till.isBeforeEnd || till.since.elapsed() < till.restAfter)
+    if (!till.isBeforeEnd)
         return false;
     if (till.next == till.receipts.size())
         return true; // what is left moves on
@@ -121,7 +129,7 @@ bool Day::mayPlay(const Till& till) const
 
 QList<Step> Day::stepsOf(const Till& till) const
 {
-    if (till.next == till.receipts.size())
+    if (till.onlyMoves)
         return {deliver()};
     QList<Step> steps = m_plan[till.receipts[till.next]].steps.list().sliced(till.played);
     if (till.isInDoubt)
@@ -134,6 +142,8 @@ QList<Step> Day::stepsOf(const Till& till) const
 void Day::begin(Till& till)
 {
     const bool isLast = till.next == till.receipts.size();
+    till.onlyMoves = isLast || !mayPlay(till);
+    till.hasLeft = true;
     if (till.service && isLast) {
         end(*till.service);
         till.service.reset();
@@ -143,6 +153,7 @@ void Day::begin(Till& till)
     m_world.beginRun(*till.run, till.name,
                      m_world.files.write(u"scenario%1.json"_s.arg(till.name), scenario(till.steps)));
     till.since.start();
+    till.restAfter = 0;
     till.killAfter = m_disturbance.happens(4) ? m_disturbance.momentOf(m_longest) : -1;
     ++m_underWay;
     ++m_runs;
@@ -159,7 +170,6 @@ void Day::startService(Till& till)
 void Day::look(Till& till)
 {
     if (till.run->state() == QProcess::NotRunning) {
-std::cerr << QDateTime::currentMSecsSinceEpoch()%1000000 << " till " << till.name.toStdString() << " ms " << till.since.elapsed() << " exit " << till.run->exitStatus() << "\n" << till.run->peek(100000).toStdString(); //TRACE
         --m_underWay;
         judge(till);
         till.run.reset();
@@ -179,43 +189,47 @@ void Day::judge(Till& till)
         ++m_kills.tills;
     else
         m_longest = (3 * m_longest + till.since.elapsed()) / 4;
-    till.restAfter = 0;
-    const bool isLast = till.next == till.receipts.size();
-    const qsizetype all = isLast ? 1 : m_plan[till.receipts[till.next]].steps.list().size();
+    const qsizetype before = till.played;
+    const qsizetype all = till.onlyMoves ? 0 : m_plan[till.receipts[till.next]].steps.list().size();
     for (const QByteArray& line : till.run->readAllStandardOutput().split('\n')) {
         const QJsonObject step = QJsonDocument::fromJson(line).object();
-        if (!step.contains(u"step") || till.played == all)
+        if (!step.contains(u"step"))
             continue;
+        const bool isOk = step[u"ok"].toBool();
+        if (step[u"do"] == u"deliver"_s) {
+            till.hasLeft = !isOk;
+            till.restAfter = isOk || !till.onlyMoves ? 0 : rest;
+            continue;
+        }
         const QString error = step[u"error"].toString();
-        if (!step[u"ok"].toBool() && passes(error)) {
+        if (!isOk && passes(error)) {
             till.isInDoubt = true;
             till.restAfter = rest;
-            return;
+            break;
         }
-        if (!step[u"ok"].toBool() && (!till.isInDoubt || isLast)) {
+        if (!isOk && !till.isInDoubt) {
             fail(till, QString::fromUtf8(line));
             return;
         }
         till.isInDoubt = false;
         ++till.played;
     }
-    if (till.played == all) {
+    if (till.played > before || till.onlyMoves)
+        m_sinceProgress.start();
+    if (till.onlyMoves && till.next == till.receipts.size())
+        till.isBeforeEnd = till.hasLeft;
+    else if (!till.onlyMoves && till.played == all)
         finishReceipt(till);
-    } else if (isKilled) {
+    else if (isKilled && !till.onlyMoves)
         till.isInDoubt = true;
-    } else {
+    else if (!isKilled && till.restAfter == 0 && !till.onlyMoves)
         fail(till, u"ended early: "_s + QString::fromUtf8(till.run->readAllStandardError()));
-    }
 }
 
 void Day::finishReceipt(Till& till)
 {
     till.played = 0;
     till.isInDoubt = false;
-    if (till.next == till.receipts.size()) {
-        till.isBeforeEnd = false;
-        return;
-    }
     m_isDone[till.receipts[till.next++]] = true;
     ++m_done;
 }
@@ -248,24 +262,15 @@ void Day::disturb()
 void Day::loseDatabase()
 {
     m_world.database.kill();
-std::cerr << QDateTime::currentMSecsSinceEpoch()%1000000 << " DB KILLED\n"; //TRACE
     ++m_kills.databases;
     QElapsedTimer away;
     away.start();
     const qint64 longest = 1 + m_disturbance.momentOf(2000);
     while (away.elapsed() < longest) {
-        for (Till& till : m_tills) {
-            if (till.run)
-                look(till);
-            else if (m_underWay < atATime && mayPlay(till))
-                begin(till);
-        }
-        QCoreApplication::processEvents();
-        QThread::msleep(2);
+        goOn();
     }
     m_standby->promote();
     m_isPromoted = true;
-std::cerr << QDateTime::currentMSecsSinceEpoch()%1000000 << " PROMOTED\n"; //TRACE
 }
 
 void Day::fail(const Till& till, const QString& why)

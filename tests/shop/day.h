@@ -48,6 +48,8 @@ private:
         bool isInDoubt = false;  ///< the next step may have been done
         bool isBeforeEnd = true; ///< what it has closed may lie here still
         bool hasService = false;
+        bool hasLeft = false;   ///< something that its last runs could not move on
+        bool onlyMoves = false; ///< that run does nothing else
         std::unique_ptr<QProcess> run;
         QList<story::Step> steps; ///< of that run
         std::unique_ptr<QProcess> service;
@@ -57,6 +59,7 @@ private:
     };
 
     [[nodiscard]] bool mayPlay(const Till& till) const;
+    void goOn();
     [[nodiscard]] QList<story::Step> stepsOf(const Till& till) const;
     void begin(Till& till);
     void look(Till& till);
@@ -83,6 +86,7 @@ private:
     qint64 m_longest = 300;
     bool m_hasFailed = false;
     QElapsedTimer m_sinceKill;
+    QElapsedTimer m_sinceProgress;
 };
 
 } // namespace shopday

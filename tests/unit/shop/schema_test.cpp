@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
 using namespace Qt::StringLiterals;
 using ::testing::HasSubstr;
 
@@ -84,6 +86,19 @@ TEST_F(Shop, MakesTheTablesOfAMonthWhileOthersReadAndWriteThoseOfAllMonths)
                          "'kyr.%2024_01' AND inhparent::regclass::text NOT LIKE '%idx%'"_s),
               u"4");
     other.rollback();
+}
+
+TEST_F(Shop, MakesTheTablesOfAMonthOnceThoughTwoTillsBeginIt)
+{
+    database.begin();
+    database.run(u"SELECT ensure_month('2024-01-01')"_s);
+    std::jthread other([this] {
+        shop::Connection second(server.address());
+        EXPECT_NO_THROW(second.run(u"SELECT ensure_month('2024-01-01')"_s));
+    });
+    while (server.sql(u"SELECT count(*) FROM pg_locks WHERE locktype = 'advisory' AND NOT granted"_s) == u"0")
+        std::this_thread::yield();
+    database.commit();
 }
 
 } // namespace test_support
