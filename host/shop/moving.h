@@ -62,6 +62,7 @@ private:
     [[nodiscard]] QList<QVariantList> messages(const QString& where, const QVariantList& values) const;
     void putMessages(const QList<QVariantList>& messages);
     void removeMessages(const QList<QVariantList>& messages) const;
+    void write();
     void ensureMonth(const QDate& month);
 
     [[nodiscard]] QList<QVariantList> rows(const QString& sql, const QVariantList& values = {}) const;

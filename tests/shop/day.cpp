@@ -214,7 +214,7 @@ void Day::judge(Till& till)
         till.isInDoubt = false;
         ++till.played;
     }
-    if (till.played > before || till.onlyMoves)
+    if (till.played > before || !till.hasLeft)
         m_sinceProgress.start();
     if (till.onlyMoves && till.next == till.receipts.size())
         till.isBeforeEnd = till.hasLeft;
