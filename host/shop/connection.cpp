@@ -273,6 +273,8 @@ void Connection::rollback() noexcept
     }
 }
 
+void Connection::write() { run(u"SELECT pg_logical_emit_message(true, 'kyr', '')"_s); }
+
 void Connection::waitForNotice(const QString& channel, std::chrono::milliseconds longest,
                                const std::stop_token& stop)
 {

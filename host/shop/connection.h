@@ -74,6 +74,10 @@ public:
     void commit();
     /// Undoes everything since begin(); fine when there was none, or the connection is gone.
     void rollback() noexcept;
+    /// Something is written that changes nothing. A commit that wrote nothing waits for no standby; but what
+    /// it saw a server may have alone, since its power went before the standby had it. Whoever removes what
+    /// he saw there writes first.
+    void write();
     [[nodiscard]] bool isInTransaction() const { return m_inTransaction; }
 
     /// Waits until somebody has said NOTIFY on the channel since the last call, the time is over or a stop is

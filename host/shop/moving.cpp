@@ -77,6 +77,7 @@ bool Moving::moveMessages()
     m_database.begin();
     try {
         putMessages(waiting);
+        m_database.write();
         m_database.commit();
     } catch (...) {
         m_database.rollback();
@@ -185,6 +186,7 @@ void Moving::move(const Departure& departure)
             all.append(packed(family));
             put(all.last());
         }
+        m_database.write();
         mayBeDone = true;
         m_database.commit();
     } catch (...) {
@@ -205,6 +207,7 @@ void Moving::carry(const QString& family)
     const auto its = messages(u"WHERE receipt = ? AND receipt <> '' ORDER BY id"_s, {family});
     putMessages(its);
     put(luggage);
+    m_database.write();
     removeMessages(its);
     remove(luggage);
 }

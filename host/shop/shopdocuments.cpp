@@ -63,7 +63,10 @@ bool ShopDocuments::contains(const QString& identifier)
 QSharedPointer<Document> ShopDocuments::loadFromShop(const QString& identifier)
 {
     const auto found =
-        m_database.run(u"SELECT content FROM documents WHERE identifier = $1"_s, {identifier}).rows;
+        m_database.run(u"SELECT content, till FROM documents WHERE identifier = $1"_s, {identifier}).rows;
+    // Of this till, and its store does not know: it will rely on it.
+    if (!found.isEmpty() && found[0][1] == m_till && !LocalMarks().hasMoved(identifier))
+        m_database.write();
     return found.isEmpty() ? nullptr : documentOf(identifier, found[0][0].toByteArray());
 }
 

@@ -40,13 +40,19 @@ void becomeOrdinary()
 
 Postgres::Postgres()
 {
-    if (geteuid() == 0) {
-        EXPECT_EQ(chown(QFile::encodeName(m_directory.path()).constData(), nobody, nobody), 0);
-    }
+    ownDirectory();
     run(u"initdb"_s, {u"-D"_s, m_directory.filePath(u"data"_s), u"-U"_s, u"owner"_s, u"-A"_s, u"trust"_s,
                       u"-E"_s, u"UTF8"_s, u"--locale=C"_s, u"-N"_s, u"--no-instructions"_s});
     start();
     run(u"createdb"_s, {u"-h"_s, m_directory.path(), u"-U"_s, u"owner"_s, u"shop"_s});
+}
+
+Postgres::Postgres(const Postgres& primary, Copy /*of it*/)
+{
+    ownDirectory();
+    run(u"pg_basebackup"_s, {u"-h"_s, primary.m_directory.path(), u"-U"_s, u"owner"_s, u"-D"_s,
+                             m_directory.filePath(u"data"_s), u"-R"_s, u"-c"_s, u"fast"_s, u"-N"_s});
+    start();
 }
 
 Postgres::~Postgres()
@@ -58,6 +64,34 @@ Postgres::~Postgres()
 QString Postgres::address(const QString& user) const
 {
     return u"postgresql:///shop?host=%1&user=%2"_s.arg(m_directory.path(), user);
+}
+
+// Only then told to wait: the copy is to know nothing of it.
+std::unique_ptr<Postgres> Postgres::makeStandby()
+{
+    std::unique_ptr<Postgres> standby(new Postgres(*this, Copy{}));
+    sql(u"ALTER SYSTEM SET synchronous_standby_names = '*'"_s);
+    sql(u"SELECT pg_reload_conf()"_s);
+    QElapsedTimer waited;
+    waited.start();
+    QString state;
+    do
+        state = sql(u"SELECT sync_state FROM pg_stat_replication"_s);
+    while (state != u"sync" && waited.elapsed() < patience);
+    EXPECT_EQ(state, u"sync");
+    return standby;
+}
+
+QString Postgres::addressWith(const Postgres& standby) const
+{
+    return u"postgresql:///shop?host=%1,%2&user=owner"_s.arg(m_directory.path(), standby.m_directory.path());
+}
+
+void Postgres::ownDirectory() const
+{
+    if (geteuid() == 0) {
+        EXPECT_EQ(chown(QFile::encodeName(m_directory.path()).constData(), nobody, nobody), 0);
+    }
 }
 
 void Postgres::start()

@@ -16,8 +16,7 @@ class Postgres
 public:
     Postgres();
     ~Postgres();
-    Postgres(const Postgres&) = delete;
-    Postgres& operator=(const Postgres&) = delete;
+    Q_DISABLE_COPY_MOVE(Postgres)
 
     /// Of the database "shop", for that user.
     [[nodiscard]] QString address(const QString& user = QStringLiteral("owner")) const;
@@ -29,10 +28,23 @@ public:
     void freeze();
     void thaw();
 
+    /// Another server that has each commit before whoever asked for it is told so: from now on this one waits
+    /// for it, however long.
+    std::unique_ptr<Postgres> makeStandby();
+    /// A standby becomes the one that may be written to, and waits for nobody.
+    void promote() const { sql(QStringLiteral("SELECT pg_promote()")); }
+    /// As address(), of these two, whichever of them may be written to.
+    [[nodiscard]] QString addressWith(const Postgres& standby) const;
+
     /// Executes statements as the owner and returns what they found, a line a row, with | between columns.
     QString sql(const QString& statements) const;
 
 private:
+    struct Copy
+    {};
+    Postgres(const Postgres& primary, Copy /*of it*/);
+
+    void ownDirectory() const;
     void run(const QString& program, const QStringList& arguments) const;
 
     QTemporaryDir m_directory;

@@ -26,19 +26,26 @@ ShopWorld::~ShopWorld()
     }
 }
 
+// Somebody who was just started may be reading it.
+QString ShopWorld::settled(const QString& name, const QByteArray& settings) const
+{
+    const QString path = files.path(name);
+    return contentOf(path) == settings ? path : files.write(name, settings);
+}
+
 QStringList ShopWorld::ofShop() const
 {
     return {u"--config"_s,
-            files.write(u"shop.toml"_s, "[KYRLoyalty]\nserverUrl = \"" + m_url +
-                                            "/\"\nuser = \"shop\"\npassword = \"secret-of-the-shop\"\n"
-                                            "[Shop]\ndatabase = \"" +
-                                            database.address().toUtf8() + "\"\n")};
+            settled(u"shop.toml"_s, "[KYRLoyalty]\nserverUrl = \"" + m_url +
+                                        "/\"\nuser = \"shop\"\npassword = \"secret-of-the-shop\"\n"
+                                        "[Shop]\ndatabase = \"" +
+                                        m_address.toUtf8() + "\"\n")};
 }
 
 QStringList ShopWorld::of(const QString& till) const
 {
     const QString file =
-        files.write(till + u".toml"_s, contentOf(ofShop().last()) + "till = \"" + till.toUtf8() + "\"\n");
+        settled(till + u".toml"_s, contentOf(ofShop().last()) + "till = \"" + till.toUtf8() + "\"\n");
     return {u"--config"_s, file, u"--data-dir"_s, files.path(till)};
 }
 
@@ -50,9 +57,12 @@ void ShopWorld::moveClockOn(const QString& till)
         QDir().mkpath(folder.path());
         QFile::setPermissions(folder.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
-    static_cast<void>(files.write(
-        till + u"/scenario-clock"_s,
-        QDateTime::currentDateTimeUtc().addDays(++m_days).toString(Qt::ISODate).toLatin1() + '\n'));
+    static_cast<void>(files.write(till + u"/scenario-clock"_s,
+                                  QDateTime::currentDateTimeUtc()
+                                          .addSecs(std::chrono::seconds(++m_runs * m_apart).count())
+                                          .toString(Qt::ISODate)
+                                          .toLatin1() +
+                                      '\n'));
 }
 
 Ran ShopWorld::play(const QString& till, const story::Steps& steps)
@@ -65,6 +75,12 @@ void ShopWorld::begin(QProcess& shell, const QString& till)
 {
     moveClockOn(till);
     start(shell, QStringList{u"shell"_s, u"--json"_s} + of(till));
+}
+
+void ShopWorld::beginRun(QProcess& run, const QString& till, const QString& file)
+{
+    moveClockOn(till);
+    start(run, QStringList{u"run"_s, file, u"--json"_s} + of(till));
 }
 
 QProcess& ShopWorld::startDelivery()
@@ -85,17 +101,22 @@ void ShopWorld::waitUntilDelivered()
     EXPECT_EQ(database.sql(u"SELECT receipt, text, error FROM kyr.queued"_s), QString());
 }
 
+QJsonObject ShopWorld::page(const QByteArray& name) const
+{
+    return standtest::send({.url = m_url + "/stand/" + name}).json().toObject();
+}
+
 QStringList ShopWorld::ledger()
 {
     QStringList lines;
-    const auto page = standtest::send({.url = m_url + "/stand/ledger"}).json();
-    for (const auto& operation : page[u"operations"].toArray()) {
+    const QJsonObject books = page("ledger");
+    for (const auto& operation : books[u"operations"].toArray()) {
         if (operation[u"operation"] != u"opening"_s)
             lines.append(operation[u"check_identifier"].toString() + u' ' +
                          operation[u"operation"].toString() + u' ' +
                          QString::number(operation[u"points"].toDouble(), 'f', 2));
     }
-    for (const auto& receipt : page[u"anonymous"].toArray())
+    for (const auto& receipt : books[u"anonymous"].toArray())
         lines.append(receipt[u"receipt_number"].toString() + u" anonymous"_s);
     return lines;
 }

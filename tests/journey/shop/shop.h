@@ -4,10 +4,12 @@
 #include "tests/stand/standprocess.h"
 #include "tests/support/postgres.h"
 
+#include <QJsonObject>
 #include <QProcess>
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <memory>
 
 namespace tilltest {
@@ -29,23 +31,36 @@ public:
     /// The command for the shop as a whole.
     [[nodiscard]] QStringList ofShop() const;
 
+    /// Begins a run of the scenario in that file there, which says in JSON what it does.
+    void beginRun(QProcess& run, const QString& till, const QString& file);
+
+    /// Where the database is found from now on.
+    void findDatabaseAt(const QString& address) { m_address = address; }
+    /// How far apart what is played is, with so many receipts that it takes; a day.
+    void setApart(std::chrono::minutes apart) { m_apart = apart; }
+
     /// Begins one more delivery of the shop's queue.
     QProcess& startDelivery();
     /// Waits until nothing waits in the shop's queue.
     void waitUntilDelivered();
     /// What the service knows, in order: "R-1 spending 100.00", …
     [[nodiscard]] QStringList ledger();
+    /// A page of the service's books: "ledger", "invariants".
+    [[nodiscard]] QJsonObject page(const QByteArray& name) const;
 
     const Files files;
     test_support::Postgres database;
 
 private:
+    [[nodiscard]] QString settled(const QString& name, const QByteArray& settings) const;
     void moveClockOn(const QString& till);
 
+    QString m_address = database.address();
     standtest::StandProcess m_stand;
     QByteArray m_url = m_stand.url();
     std::vector<std::unique_ptr<QProcess>> m_deliveries;
-    int m_days = 0;
+    std::chrono::minutes m_apart = std::chrono::hours(24);
+    int m_runs = 0;
 };
 
 class TillsOfAShop : public testing::Test, public ShopWorld

@@ -185,4 +185,28 @@ TEST_F(Shop, TakesTheHistoryOfMessagesThatATillHasDeliveredItself)
         u"1|R-1|delivered|0|t\n1|R-1|dropped||f");
 }
 
+/// It had it alone when its power went: who finds it there again is not to rely on it before the standby has
+/// it.
+TEST_F(Shop, LeavesNothingToADatabaseAloneThatHasAStandby)
+{
+    Postgres primary;
+    {
+        shop::Connection owner(primary.address());
+        shop::prepare(owner);
+    }
+    const auto standby = primary.makeStandby();
+    shop::Connection away(primary.address(), {.statement = std::chrono::milliseconds(500)});
+    shop::Moving moving(u"1"_s, away);
+    close(richSale(u"R-1"_s));
+    enqueue(u"R-1"_s);
+    EXPECT_TRUE(moving.step()); // the message
+    standby->freeze();
+    EXPECT_THROW(moving.step(), shop::DatabaseError);
+    primary.kill();
+    primary.start();
+    EXPECT_EQ(primary.sql(u"SELECT identifier FROM kyr.documents"_s), u"R-1");
+    EXPECT_THROW(moving.step(), shop::DatabaseError);
+    EXPECT_TRUE(DocumentsDao().contains(u"R-1"_s));
+}
+
 } // namespace test_support

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
 using namespace Qt::StringLiterals;
 using ::testing::HasSubstr;
 
@@ -132,6 +134,36 @@ TEST_F(OldShop, TakesAMessageOfASaleWhoseJournalIsGone)
     shop::ShopQueue queue(server.address());
     EXPECT_TRUE(queue.delivered(queue.lastId(), {}));
     EXPECT_EQ(left("history"), u"1");
+}
+
+/// Or tills that begin a month together would wait for each other.
+TEST_F(Shop, MakesTheTablesOfAMonthWhileOthersReadAndWriteThoseOfAllMonths)
+{
+    close(richSale(u"R-1"_s));
+    moveOn();
+    shop::Connection other(server.address());
+    other.begin();
+    other.run(u"SELECT count(*) FROM documents, card_records, journal, history"_s);
+    other.run(u"UPDATE card_records SET revision = revision"_s);
+    database.run(u"SET lock_timeout = 500"_s);
+    EXPECT_NO_THROW(database.run(u"SELECT ensure_month('2024-01-01')"_s));
+    EXPECT_EQ(server.sql(u"SELECT count(*) FROM pg_inherits WHERE inhrelid::regclass::text LIKE "
+                         "'kyr.%2024_01' AND inhparent::regclass::text NOT LIKE '%idx%'"_s),
+              u"4");
+    other.rollback();
+}
+
+TEST_F(Shop, MakesTheTablesOfAMonthOnceThoughTwoTillsBeginIt)
+{
+    database.begin();
+    database.run(u"SELECT ensure_month('2024-01-01')"_s);
+    std::jthread other([this] {
+        shop::Connection second(server.address());
+        EXPECT_NO_THROW(second.run(u"SELECT ensure_month('2024-01-01')"_s));
+    });
+    while (server.sql(u"SELECT count(*) FROM pg_locks WHERE locktype = 'advisory' AND NOT granted"_s) == u"0")
+        std::this_thread::yield();
+    database.commit();
 }
 
 } // namespace test_support

@@ -1,0 +1,75 @@
+#include "tests/shop/books.h"
+#include "tests/shop/day.h"
+#include "tests/shop/plan.h"
+
+#include <gmock/gmock.h>
+
+#include <iostream>
+
+using namespace Qt::StringLiterals;
+using ::testing::IsEmpty;
+
+namespace shopday {
+
+namespace {
+
+int sizeOf(const char* variable, int otherwise)
+{
+    bool isNumber = false;
+    const int size = qEnvironmentVariableIntValue(variable, &isNumber);
+    return isNumber && size >= 0 ? size : otherwise;
+}
+
+std::string textOf(const QStringList& lines) { return lines.join(u'\n').toStdString(); }
+
+/// Lines that one has more often than the other.
+QStringList beyond(QStringList lines, const QStringList& others)
+{
+    for (const QString& line : others)
+        lines.removeOne(line);
+    return lines;
+}
+
+QStringList closedOf(const QList<Receipt>& plan)
+{
+    QStringList closed;
+    for (const Receipt& receipt : plan) {
+        if (receipt.isClosed)
+            closed.append(receipt.identifier);
+    }
+    closed.sort();
+    return closed;
+}
+
+} // namespace
+
+TEST(ADayOfAShop, LosesDoublesAndReordersNothingWhateverIsKilled)
+{
+    const auto seed = static_cast<quint32>(sizeOf("KYR_DAY_SEED", 1));
+    const auto plan = planOf(sizeOf("KYR_DAY_TILLS", 4), sizeOf("KYR_DAY_SALES", 2), seed);
+    QStringList undisturbed;
+    {
+        tilltest::ShopWorld world;
+        Day day(world, plan, Disturbance(std::nullopt));
+        ASSERT_TRUE(day.play());
+        undisturbed = booksOf(world);
+    }
+    tilltest::ShopWorld world;
+    Day day(world, plan, Disturbance(seed));
+    ASSERT_TRUE(day.play());
+    const QStringList books = booksOf(world);
+    EXPECT_THAT(textOf(beyond(undisturbed, books)), IsEmpty()) << "is missing";
+    EXPECT_THAT(textOf(beyond(books, undisturbed)), IsEmpty()) << "is too much";
+    EXPECT_TRUE(books.contains(u"the books are right"_s));
+    EXPECT_EQ(
+        day.sql(u"SELECT identifier FROM kyr.documents ORDER BY identifier COLLATE \"C\""_s).split(u'\n'),
+        closedOf(plan));
+    const Kills& kills = day.kills();
+    EXPECT_EQ(kills.databases, 1);
+    EXPECT_GT(kills.tills + kills.services + kills.deliveries, 0);
+    std::cout << plan.size() << " receipts in " << day.runs() << " runs; killed: " << kills.tills << " runs, "
+              << kills.services << " services of tills, " << kills.deliveries << " deliveries and "
+              << kills.databases << " database" << std::endl;
+}
+
+} // namespace shopday
