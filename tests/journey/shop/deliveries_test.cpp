@@ -87,6 +87,15 @@ TEST_F(TillsOfAShop, TheTillsDeliveryServiceMovesOnWhatIsClosedMeanwhile)
     EXPECT_EQ(service.exitCode(), 0);
 }
 
+TEST_F(TillsOfAShop, ATillSaysThatItsReceiptsLieThereThoughNoMessageDoes)
+{
+    database.sql(u"ALTER TABLE kyr.documents ADD CHECK (false)"_s);
+    const Ran ran = play(u"1"_s, anonymous(u"R-1"_s) + deliver());
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(errorOf(lastStep(ran)), HasSubstr("База магазина отказала"));
+    EXPECT_EQ(database.sql(u"SELECT count(*) FROM kyr.queued"_s), u"1");
+}
+
 TEST_F(TillsOfAShop, ATillHasToSayWhichOneItIs)
 {
     const Ran ran = run(QStringList{u"run"_s, files.write(u"s.json"_s, scenario(sale, {}))} + ofShop());
