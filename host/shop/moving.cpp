@@ -84,6 +84,7 @@ bool Moving::moveMessages()
         throw;
     }
     m_store->atomically([&] { removeMessages(waiting); });
+    wakeDeliveries();
     return true;
 }
 
@@ -103,8 +104,16 @@ void Moving::putMessages(const QList<QVariantList>& messages)
                        {identity, written(monthOfTime(row[3])), m_till, row[1], row[2], row[3], row[4],
                         row[5], row[6].toBool(), row[7], row[8], row[9]});
     }
-    if (!messages.isEmpty())
+}
+
+// A commit that tells of itself keeps all others from committing until a standby has it.
+void Moving::wakeDeliveries() noexcept
+{
+    try {
         m_database.run(u"NOTIFY kyr_queue"_s);
+    } catch (const DatabaseError&) {
+        // They look by themselves, too.
+    }
 }
 
 void Moving::removeMessages(const QList<QVariantList>& messages) const
@@ -140,7 +149,9 @@ Moving::Departure Moving::departing()
     m_store->atomically([&] {
         departure.known = m_marks.moving();
         QStringList& families = departure.families;
-        const QStringList staying = openFamilies() + m_stuck;
+        QStringList staying = openFamilies() + m_stuck;
+        for (const QVariantList& row : rows(u"SELECT DISTINCT receipt FROM queued"_s)) // put in meanwhile
+            staying.append(row[0].toString());
         const qsizetype most = m_oneByOne ? 1 : familiesAtOnce;
         families = departure.known.first(std::min(most, departure.known.size()));
         const auto add = [&](const QString& sql) {

@@ -35,6 +35,8 @@ public:
     /// Moves all that lies here of the family, its messages too, inside a transaction of both: what is
     /// removed here is only kept so once that of the database is done.
     void carry(const QString& family);
+    /// Tells the deliveries that there is something to do; to be called outside a transaction.
+    void wakeDeliveries() noexcept;
 
 private:
     /// What lies here of a family, each row as its table has it.

@@ -168,6 +168,7 @@ void ShopDocuments::keep()
     for (const QString& family : m_families)
         moving().carry(family);
     m_database.commit();
+    moving().wakeDeliveries();
 }
 
 void ShopDocuments::undo() noexcept { m_database.rollback(); }
