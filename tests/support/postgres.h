@@ -44,6 +44,7 @@ private:
     {};
     Postgres(const Postgres& primary, Copy /*of it*/);
 
+    void make();
     void ownDirectory() const;
     void run(const QString& program, const QStringList& arguments) const;
 
