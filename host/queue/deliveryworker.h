@@ -65,8 +65,8 @@ public:
         std::function<std::unique_ptr<Job>(const QueueDelivery::Options& delivery)> job = {};
         /// Only one worker of the data directory does it at a time; the others stand by.
         bool alone = true;
-        QueueDelivery::Options delivery =
-            {}; ///< how it sends; its functions are called in the worker's thread
+        /// How it sends; its functions are called in the worker's thread.
+        QueueDelivery::Options delivery = {};
         /// Told of each change of the state, in the worker's thread, one change after the other. It must not
         /// destroy the worker.
         std::function<void(const DeliveryState&)> changed = {};
