@@ -37,9 +37,6 @@ public:
     void forgetBefore(qint64 time) const;
 
 private:
-    [[nodiscard]] QList<QVariantList> rows(const QString& sql, const QVariantList& values = {}) const;
-    void change(const QString& sql, const QVariantList& values) const;
-
     std::shared_ptr<storage::Database> m_store;
 };
 

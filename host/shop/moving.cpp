@@ -2,7 +2,7 @@
 
 #include "host/core/document.h"
 #include "host/shop/familylock.h"
-#include "host/storage/documents.h"
+#include "host/storage/removal.h"
 #include "host/storage/store.h"
 #include "host/utils/logging.h"
 #include "host/utils/utc.h"
@@ -52,12 +52,6 @@ QDate monthOfTime(const QVariant& milliseconds)
 
 QString written(const QDate& month) { return month.toString(Qt::ISODate); }
 
-QStringList openFamilies()
-{
-    const auto open = SaveToFileLogic::loadOpenReceipt();
-    return open ? QStringList{open->getIdentifier(), open->getSaleDocumentId().toString()} : QStringList();
-}
-
 } // namespace
 
 Moving::Moving(QString till, Connection& database)
@@ -90,7 +84,7 @@ bool Moving::moveMessages()
 
 QList<QVariantList> Moving::messages(const QString& where, const QVariantList& values) const
 {
-    return rows(
+    return m_store->rows(
         u"SELECT id, queue, receipt, enqueued, message, text, parked, attempts, error, due FROM queued "_s +
             where,
         values);
@@ -119,7 +113,7 @@ void Moving::wakeDeliveries() noexcept
 void Moving::removeMessages(const QList<QVariantList>& messages) const
 {
     for (const QVariantList& row : messages)
-        change(u"DELETE FROM queued WHERE id = ?"_s, {row[0]});
+        m_store->change(u"DELETE FROM queued WHERE id = ?"_s, {row[0]});
 }
 
 bool Moving::moveFamilies()
@@ -149,15 +143,16 @@ Moving::Departure Moving::departing()
     m_store->atomically([&] {
         departure.known = m_marks.moving();
         QStringList& families = departure.families;
-        QStringList staying = openFamilies() + m_stuck;
-        for (const QVariantList& row : rows(u"SELECT DISTINCT receipt FROM queued"_s)) // put in meanwhile
+        QStringList staying = storage::openFamilies() + m_stuck;
+        for (const QVariantList& row :
+             m_store->rows(u"SELECT DISTINCT receipt FROM queued"_s)) // put in meanwhile
             staying.append(row[0].toString());
         const qsizetype most = m_oneByOne ? 1 : familiesAtOnce;
         families = departure.known.first(std::min(most, departure.known.size()));
         const auto add = [&](const QString& sql) {
-            const QList<QVariantList> found = families.size() < most
-                                                  ? rows(sql, {most + staying.size() + families.size()})
-                                                  : QList<QVariantList>();
+            const QList<QVariantList> found =
+                families.size() < most ? m_store->rows(sql, {most + staying.size() + families.size()})
+                                       : QList<QVariantList>();
             for (const QVariantList& row : found) {
                 const QString family = row[0].toString();
                 if (families.size() < most && !families.contains(family) && !staying.contains(family))
@@ -226,26 +221,27 @@ void Moving::carry(const QString& family)
 Moving::Luggage Moving::packed(const QString& family) const
 {
     Luggage luggage{family, {}, {}, {}, {}};
-    luggage.documents = rows(u"SELECT identifier, stored, sale, content FROM documents WHERE identifier = ? "
-                             "UNION ALL SELECT identifier, stored, sale, content FROM documents "
-                             "WHERE sale = ? AND sale <> '' ORDER BY stored"_s,
-                             {family, family});
+    luggage.documents =
+        m_store->rows(u"SELECT identifier, stored, sale, content FROM documents WHERE identifier = ? "
+                      "UNION ALL SELECT identifier, stored, sale, content FROM documents "
+                      "WHERE sale = ? AND sale <> '' ORDER BY stored"_s,
+                      {family, family});
     QStringList receipts{family};
     for (const QVariantList& document : luggage.documents)
         receipts.append(document[0].toString());
     receipts.removeDuplicates();
     for (const QString& receipt : receipts) {
-        luggage.cards += rows(
+        luggage.cards += m_store->rows(
             u"SELECT document, kind, revision, content FROM card_records WHERE document = ?"_s, {receipt});
         luggage.journal +=
-            rows(u"SELECT id, time, receipt, event, operation, message, code, detail, milliseconds "
-                 "FROM journal WHERE receipt = ? ORDER BY id"_s,
-                 {receipt});
+            m_store->rows(u"SELECT id, time, receipt, event, operation, message, code, detail, milliseconds "
+                          "FROM journal WHERE receipt = ? ORDER BY id"_s,
+                          {receipt});
     }
-    luggage.history =
-        rows(u"SELECT id, queue, receipt, enqueued, finished, text, attempts, error, outcome, answer, "
-             "message FROM history WHERE receipt = ? ORDER BY id"_s,
-             {family});
+    luggage.history = m_store->rows(
+        u"SELECT id, queue, receipt, enqueued, finished, text, attempts, error, outcome, answer, "
+        "message FROM history WHERE receipt = ? ORDER BY id"_s,
+        {family});
     return luggage;
 }
 
@@ -307,28 +303,16 @@ void Moving::remove(const Luggage& luggage) const
 {
     QStringList receipts;
     for (const QVariantList& row : luggage.cards)
-        change(u"DELETE FROM card_records WHERE document = ? AND kind = ?"_s, {row[0], row[1]});
+        m_store->change(u"DELETE FROM card_records WHERE document = ? AND kind = ?"_s, {row[0], row[1]});
     for (const QVariantList& row : luggage.documents) {
-        change(u"DELETE FROM documents WHERE identifier = ?"_s, {row[0]});
+        m_store->change(u"DELETE FROM documents WHERE identifier = ?"_s, {row[0]});
         receipts.append(row[0].toString());
     }
     for (const QVariantList& row : luggage.journal)
-        change(u"DELETE FROM journal WHERE id = ?"_s, {row[0]});
+        m_store->change(u"DELETE FROM journal WHERE id = ?"_s, {row[0]});
     for (const QVariantList& row : luggage.history)
-        change(u"DELETE FROM history WHERE id = ?"_s, {row[0]});
+        m_store->change(u"DELETE FROM history WHERE id = ?"_s, {row[0]});
     m_marks.finish(luggage.family, receipts);
-}
-
-QList<QVariantList> Moving::rows(const QString& sql, const QVariantList& values) const
-{
-    QSqlQuery query = m_store->prepared(sql);
-    return m_store->rows(query, values);
-}
-
-void Moving::change(const QString& sql, const QVariantList& values) const
-{
-    QSqlQuery statement = m_store->prepared(sql);
-    m_store->change(statement, values);
 }
 
 } // namespace shop

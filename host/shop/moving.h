@@ -72,9 +72,6 @@ private:
     void putMessages(const QList<QVariantList>& messages);
     void removeMessages(const QList<QVariantList>& messages) const;
 
-    [[nodiscard]] QList<QVariantList> rows(const QString& sql, const QVariantList& values = {}) const;
-    void change(const QString& sql, const QVariantList& values) const;
-
     QString m_till;
     Connection& m_database;
     std::shared_ptr<storage::Database> m_store;

@@ -106,6 +106,18 @@ QList<QVariantList> Database::rows(QSqlQuery& statement, const QVariantList& val
     return result;
 }
 
+int Database::change(const QString& sql, const QVariantList& values) const
+{
+    QSqlQuery statement = prepared(sql);
+    return change(statement, values);
+}
+
+QList<QVariantList> Database::rows(const QString& sql, const QVariantList& values) const
+{
+    QSqlQuery statement = prepared(sql);
+    return rows(statement, values);
+}
+
 void Database::atomically(const std::function<void()>& steps) const
 {
     const bool joins = isInTransaction();

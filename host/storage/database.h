@@ -72,6 +72,10 @@ public:
     /// from being folded into the file.
     [[nodiscard]] QList<QVariantList> rows(QSqlQuery& statement, const QVariantList& values = {}) const;
 
+    /// The same for a statement that is not kept.
+    int change(const QString& sql, const QVariantList& values) const;
+    [[nodiscard]] QList<QVariantList> rows(const QString& sql, const QVariantList& values = {}) const;
+
     /// Throws when the file, its log or the log's index was removed or replaced: a reader does not notice by
     /// itself. Who changes something need not ask.
     void requireInPlace() const;

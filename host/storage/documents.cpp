@@ -21,16 +21,10 @@ void setPlaces(const Document& document, int revision)
         record->setStoredPlace({document.getIdentifier(), revision});
 }
 
-QList<QVariantList> rowsOf(const storage::Database& store, const QString& sql, const QVariantList& values)
-{
-    QSqlQuery query = store.prepared(sql);
-    return store.rows(query, values);
-}
-
 /// The document as it was stored, without what was written back since; nothing when there is none.
 QByteArray original(const storage::Database& store, const QString& identifier)
 {
-    return rowsOf(store, u"SELECT content FROM documents WHERE identifier = ?"_s, {identifier})
+    return store.rows(u"SELECT content FROM documents WHERE identifier = ?"_s, {identifier})
         .value(0)
         .value(0)
         .toByteArray();
@@ -57,14 +51,14 @@ QSharedPointer<Document> load(const storage::Database& store, const QString& ide
         return nullptr;
     return assembled(
         identifier, bytes,
-        rowsOf(store, u"SELECT content, revision FROM card_records WHERE document = ?"_s, {identifier}),
+        store.rows(u"SELECT content, revision FROM card_records WHERE document = ?"_s, {identifier}),
         store.path());
 }
 
 int revisionOf(const storage::Database& store, const QString& identifier, int kind)
 {
-    return rowsOf(store, u"SELECT revision FROM card_records WHERE document = ? AND kind = ?"_s,
-                  {identifier, kind})
+    return store
+        .rows(u"SELECT revision FROM card_records WHERE document = ? AND kind = ?"_s, {identifier, kind})
         .value(0)
         .value(0)
         .toInt();
@@ -155,10 +149,9 @@ QList<QSharedPointer<AbstractDocument>> DocumentsDao::returnsOf(const QString& s
 {
     const storage::Database& store = opened();
     QList<QSharedPointer<AbstractDocument>> returns;
-    for (const QVariantList& row :
-         rowsOf(store,
-                u"SELECT identifier FROM documents WHERE sale = ? AND sale <> '' ORDER BY stored, rowid"_s,
-                {sale}))
+    for (const QVariantList& row : store.rows(
+             u"SELECT identifier FROM documents WHERE sale = ? AND sale <> '' ORDER BY stored, rowid"_s,
+             {sale}))
         returns.append(load(store, row[0].toString()));
     return returns;
 }
@@ -167,8 +160,7 @@ QList<ClosedSale> DocumentsDao::newestSales(int limit)
 {
     const storage::Database& store = opened();
     QList<ClosedSale> sales;
-    for (const QVariantList& row : rowsOf(
-             store,
+    for (const QVariantList& row : store.rows(
              u"SELECT identifier FROM documents WHERE sale = '' ORDER BY stored DESC, rowid DESC LIMIT ?"_s,
              {limit})) {
         const QString identifier = row[0].toString();
@@ -181,7 +173,7 @@ QList<ClosedSale> DocumentsDao::newestSales(int limit)
 
 bool DocumentsDao::contains(const QString& identifier)
 {
-    return !rowsOf(opened(), u"SELECT 1 FROM documents WHERE identifier = ?"_s, {identifier}).isEmpty();
+    return !opened().rows(u"SELECT 1 FROM documents WHERE identifier = ?"_s, {identifier}).isEmpty();
 }
 
 QSharedPointer<Document> DocumentsDao::documentWith(const QString& identifier, const QByteArray& content,

@@ -14,13 +14,13 @@ using namespace Qt::StringLiterals;
 
 namespace storage {
 
-namespace {
-
 QStringList openFamilies()
 {
     const auto open = SaveToFileLogic::loadOpenReceipt();
     return open ? QStringList{open->getIdentifier(), open->getSaleDocumentId().toString()} : QStringList();
 }
+
+namespace {
 
 /// Calls it with each row that the query finds behind the row number that it is given; each row begins with
 /// its own number. A hundred rows are read at a time.

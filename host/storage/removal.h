@@ -33,6 +33,10 @@ struct RemovedReceipt
     QDateTime closed; ///< UTC
 };
 
+/// The receipt that the cashier is working on, and the sale that it returns; empty when there is none. Throws
+/// BasicException when it is damaged.
+HOST_EXPORT QStringList openFamilies();
+
 /// Looks at and removes families. One lives inside one transaction, so that nobody comes to need meanwhile
 /// what is removed. Everything throws BasicException when the store can't be used; so does the constructor
 /// when the open receipt is damaged, because nobody knows then which sale it returns.

@@ -61,7 +61,8 @@ void Checkout::earn(Payment& payment)
 // kept or none is. What came before stays known when it is none.
 void Checkout::close()
 {
-    const bool marks = !markedState(*m_receipt) && isSharedReturn();
+    const bool wasMarked = markedState(*m_receipt).has_value();
+    const bool marks = !wasMarked && isSharedReturn();
     if (marks) {
         // Others may see that it is closed before this till's store has it.
         mark(State::Paying);
@@ -71,7 +72,7 @@ void Checkout::close()
     bool committed = false;
     try {
         storage::Transaction transaction;
-        if (wasClosedElsewhere(*m_receipt)) {
+        if (wasMarked && wasClosedElsewhere(*m_receipt)) {
             SaveToFileLogic::removeOpenReceipt();
             transaction.commit();
             letGo();

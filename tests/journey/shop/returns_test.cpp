@@ -85,6 +85,16 @@ TEST_F(TillsOfAShop, WithoutItsDatabaseATillSellsOnAndRefusesAReturnOfWhatHasMov
     EXPECT_EQ(database.sql(u"SELECT receipt FROM kyr.queued"_s), u"R-2");
 }
 
+TEST_F(TillsOfAShop, ATillAsksNoDatabaseForWhatLiesHere)
+{
+    database.kill();
+    const Ran day =
+        runSteps(openSale("R-1", {tea(100)}) + card + pay() + openReturn("V-1", "R-1", {position(1)}) + pay(),
+                 of(u"1"_s));
+    EXPECT_EQ(day.status, 0) << day.out.toStdString();
+    EXPECT_EQ((day.out + day.err).indexOf("База магазина"), -1) << day.out.toStdString();
+}
+
 TEST_F(TillsOfAShop, AReturnWhoseDatabaseIsLostBeforeItIsPaidStaysOpen)
 {
     ASSERT_EQ(play(u"1"_s, sold).status, 0);
