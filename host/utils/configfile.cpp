@@ -38,7 +38,8 @@ void collect(const toml::table& table, const QString& prefix, QList<Placed>& ent
     for (const auto& [name, node] : table) {
         const std::string_view text = name.str();
         QString part = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-        if (part.contains(u':')) // must not pass for the colon between table and key
+        // Must not pass for the colon between table and key, or for no key at all.
+        if (part.contains(u':') || part.isEmpty())
             part = u'"' + part + u'"';
         const toml::table* inner = node.as_table();
         if (inner && !(inner->is_inline() && inner->empty()))

@@ -56,6 +56,12 @@ TEST_F(ConfigComplaint, OfAQuotedColonDoesNotTakeItForATable)
     EXPECT_EQ(timeout(), -7);
 }
 
+TEST_F(ConfigComplaint, OfAKeyWithoutALetterNamesIt)
+{
+    EXPECT_THAT(complaint("'' = 1\n"), StartsWith("FILE:1: \"\": unknown key;"));
+    EXPECT_THAT(complaint("[Service]\n'' = 1\n"), StartsWith("FILE:2: Service:\"\": unknown key;"));
+}
+
 struct WrongType
 {
     const char* name;
