@@ -15,8 +15,13 @@ QMap<ExchangeOutcome, int> attemptsSince(const QDateTime& time)
         "AND event IN ('delivered', 'attempt', 'parked') "
         "AND id > coalesce((SELECT id FROM journal WHERE time < ? ORDER BY id DESC LIMIT 1), 0) "
         "GROUP BY event, code"_s);
+    return attemptsIn(store->rows(query, {time.toMSecsSinceEpoch()}));
+}
+
+QMap<ExchangeOutcome, int> attemptsIn(const QList<QVariantList>& rows)
+{
     QMap<ExchangeOutcome, int> attempts;
-    for (const QVariantList& row : store->rows(query, {time.toMSecsSinceEpoch()})) {
+    for (const QVariantList& row : rows) {
         const ExchangeOutcome outcome = outcomeOf(row[1].toInt());
         // What was parked without a code was never sent.
         const bool isUnsendable = outcome == ExchangeOutcome::Accepted && row[0] != u"delivered"_s;

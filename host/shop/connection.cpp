@@ -159,8 +159,11 @@ void Connection::connect()
         nullptr);
     m_link = std::move(made);
     m_listensTo.clear();
-    runAll(u"SET search_path = kyr; SET statement_timeout = %1; SET lock_timeout = %1; "
-           "SET idle_in_transaction_session_timeout = '10min'"_s.arg(m_patience.statement.count()));
+    // Who waits for somebody else's lock is to hear of it, not that the statement took too long.
+    const auto longest = m_patience.statement.count();
+    runAll(u"SET search_path = kyr; SET statement_timeout = %1; SET lock_timeout = %2; "
+           "SET idle_in_transaction_session_timeout = '10min'"_s.arg(longest)
+               .arg(longest * 3 / 4));
 }
 
 void Connection::lose(const QString& words)

@@ -7,10 +7,19 @@ using namespace Qt::StringLiterals;
 
 namespace shop {
 
+namespace {
+
+bool hasMarks(const storage::Database& store)
+{
+    return !store.rows(u"SELECT 1 FROM sqlite_master WHERE name = 'moved'"_s).isEmpty();
+}
+
+} // namespace
+
 LocalMarks::LocalMarks()
     : m_store(storage::store())
 {
-    if (m_store->rows(u"SELECT 1 FROM sqlite_master WHERE name = 'moved'"_s).isEmpty()) {
+    if (!hasMarks(*m_store)) {
         m_store->atomically([this] {
             m_store->change(u"CREATE TABLE IF NOT EXISTS moving (family TEXT PRIMARY KEY)"_s, {});
             m_store->change(
@@ -58,6 +67,11 @@ bool LocalMarks::hasMoved(const QString& receipt) const
 void LocalMarks::forgetBefore(qint64 time) const
 {
     m_store->change(u"DELETE FROM moved WHERE time < ?"_s, {time});
+}
+
+bool hasMovedOn(const QString& receipt)
+{
+    return hasMarks(*storage::store()) && LocalMarks().hasMoved(receipt);
 }
 
 } // namespace shop

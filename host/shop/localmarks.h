@@ -40,4 +40,8 @@ private:
     std::shared_ptr<storage::Database> m_store;
 };
 
+/// Whether a receipt of that identifier was closed at this thread's store and has moved on: asked of any
+/// store, also of one that never had a shop's database. Throws BasicException when it can't be used.
+bool hasMovedOn(const QString& receipt);
+
 } // namespace shop

@@ -192,12 +192,24 @@ GRANT EXECUTE ON FUNCTION kyr.remove_old TO kyr_deliver;
 )"_s};
 }
 
+// Who forgets a customer removes receipts, which nobody else may. Programs of the first version go on working
+// with these tables: tills are updated one after the other.
+QStringList secondVersion()
+{
+    return {uR"(
+GRANT kyr_deliver TO kyr_admin;
+GRANT DELETE ON kyr.documents, kyr.card_records, kyr.journal, kyr.history TO kyr_admin;
+ALTER TABLE kyr.version ADD oldest integer NOT NULL DEFAULT 1;
+UPDATE kyr.version SET number = 2;
+)"_s};
+}
+
 const QString roles = uR"(
 DO $$
 DECLARE
     wanted text;
 BEGIN
-    FOREACH wanted IN ARRAY ARRAY['kyr_till', 'kyr_deliver'] LOOP
+    FOREACH wanted IN ARRAY ARRAY['kyr_till', 'kyr_deliver', 'kyr_admin'] LOOP
         IF NOT EXISTS (SELECT FROM pg_roles WHERE rolname = wanted) THEN
             EXECUTE format('CREATE ROLE %I NOLOGIN', wanted);
         END IF;
@@ -205,22 +217,25 @@ BEGIN
 END $$;
 )"_s;
 
-/// 0: there are no tables yet.
-int versionOf(Connection& database)
+struct Version
+{
+    int number = 0; ///< 0: there are no tables yet
+    int oldest = 0; ///< the programs of this version can still work with them, and all later ones
+};
+
+Version versionOf(Connection& database)
 {
     const bool isThere =
         !database.run(u"SELECT 1 WHERE to_regclass('kyr.version') IS NOT NULL"_s).rows.isEmpty();
     if (!isThere)
-        return 0;
-    return database.run(u"SELECT number FROM kyr.version"_s).rows.value(0).value(0).toInt();
+        return {};
+    const QVariantList row = database.run(u"SELECT * FROM kyr.version"_s).rows.value(0);
+    return {row.value(0).toInt(), row.value(1).toInt()};
 }
 
-DatabaseError otherVersion(int found)
-{
-    if (found > schemaVersion)
-        return {Fault::Refused, u"its tables are of a later version of this program; install that"_s};
-    return {Fault::Refused, u"it has no tables for tills; run \"till shop prepare\""_s};
-}
+DatabaseError otherVersion(const QString& what) { return {Fault::Refused, what}; }
+
+const QString later = u"its tables are of a later version of this program; install that"_s;
 
 } // namespace
 
@@ -229,12 +244,13 @@ void prepare(Connection& database)
     database.begin();
     try {
         database.run(u"SELECT pg_advisory_xact_lock(hashtextextended('kyr.version', 0))"_s);
-        const int found = versionOf(database);
+        const int found = versionOf(database).number;
         if (found > schemaVersion)
-            throw otherVersion(found);
-        if (found == 0) {
+            throw otherVersion(later);
+        if (found < schemaVersion)
             database.runAll(roles);
-            for (const QString& statements : firstVersion())
+        for (const QStringList& version : QList{firstVersion(), secondVersion()}.sliced(found)) {
+            for (const QString& statements : version)
                 database.runAll(statements);
         }
         database.commit();
@@ -242,6 +258,11 @@ void prepare(Connection& database)
         database.rollback();
         throw;
     }
+}
+
+qint64 sizeOf(Connection& database)
+{
+    return database.run(u"SELECT pg_database_size(current_database())"_s).rows.value(0).value(0).toLongLong();
 }
 
 QStringList removeOld(Connection& database, int receiptDays, int journalDays)
@@ -255,8 +276,14 @@ QStringList removeOld(Connection& database, int receiptDays, int journalDays)
 
 void requirePrepared(Connection& database)
 {
-    if (const int found = versionOf(database); found != schemaVersion)
-        throw otherVersion(found);
+    const Version found = versionOf(database);
+    if (found.number == 0)
+        throw otherVersion(u"it has no tables for tills; run \"till shop prepare\""_s);
+    if (found.number < schemaVersion)
+        throw otherVersion(
+            u"its tables are of an earlier version of this program; run \"till shop prepare\""_s);
+    if (found.oldest > schemaVersion)
+        throw otherVersion(later);
 }
 
 } // namespace shop

@@ -62,20 +62,11 @@ bool ShopDocuments::contains(const QString& identifier)
 
 QSharedPointer<Document> ShopDocuments::loadFromShop(const QString& identifier)
 {
-    const auto found =
-        m_database.run(u"SELECT content, till FROM documents WHERE identifier = $1"_s, {identifier}).rows;
+    const SharedReceipt found = m_receipts.find(identifier);
     // Of this till, and its store does not know: it will rely on it.
-    if (!found.isEmpty() && found[0][1] == m_till && !LocalMarks().hasMoved(identifier))
+    if (found.document && found.till == m_till && !LocalMarks().hasMoved(identifier))
         m_database.write();
-    return found.isEmpty() ? nullptr : documentOf(identifier, found[0][0].toByteArray());
-}
-
-QSharedPointer<Document> ShopDocuments::documentOf(const QString& identifier, const QByteArray& content)
-{
-    const auto records =
-        m_database.run(u"SELECT content, revision FROM card_records WHERE document = $1"_s, {identifier})
-            .rows;
-    return documentWith(identifier, content, records, m_database.where());
+    return found.document;
 }
 
 void ShopDocuments::saveCardRecord(const QSharedPointer<DocumentCardRecord>& record)
@@ -114,14 +105,9 @@ QList<QSharedPointer<AbstractDocument>> ShopDocuments::returnsOf(const QString& 
     auto returns = DocumentsDao::returnsOf(sale);
     if (isHere(sale))
         return returns;
-    const auto rows = m_database
-                          .run(u"SELECT identifier, content FROM documents WHERE sale = $1 AND sale <> '' "
-                               "ORDER BY stored, identifier"_s,
-                               {sale})
-                          .rows;
-    for (const QVariantList& row : rows) {
-        returns.removeIf([&](const auto& own) { return own->getIdentifier() == row[0].toString(); });
-        returns.append(documentOf(row[0].toString(), row[1].toByteArray()));
+    for (const auto& shared : m_receipts.returnsOf(sale)) {
+        returns.removeIf([&](const auto& own) { return own->getIdentifier() == shared->getIdentifier(); });
+        returns.append(shared);
     }
     return returns;
 }
@@ -130,19 +116,12 @@ QList<ClosedSale> ShopDocuments::newestSales(int limit)
 {
     QList<ClosedSale> sales = DocumentsDao::newestSales(limit);
     try {
-        const auto rows = m_database
-                              .run(u"SELECT identifier, content FROM documents WHERE sale = '' AND till = $1 "
-                                   "ORDER BY stored DESC LIMIT $2"_s,
-                                   {m_till, limit})
-                              .rows;
-        for (const QVariantList& row : rows) {
-            const QString identifier = row[0].toString();
-            const bool isKnown =
-                std::any_of(sales.cbegin(), sales.cend(),
-                            [&identifier](const ClosedSale& sale) { return sale.identifier == identifier; });
+        for (const ClosedSale& shared : m_receipts.newestSales(m_till, limit)) {
+            const bool isKnown = std::any_of(sales.cbegin(), sales.cend(), [&](const ClosedSale& sale) {
+                return sale.identifier == shared.identifier;
+            });
             if (!isKnown && sales.size() < limit)
-                sales.append(
-                    {identifier, ifWhole([&] { return documentOf(identifier, row[1].toByteArray()); })});
+                sales.append(shared);
         }
     } catch (const DatabaseError& failure) {
         utils::logger(u"shop"_s)->warn(failure.tr().ru());

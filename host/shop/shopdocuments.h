@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/shop/moving.h"
+#include "host/shop/sharedreceipts.h"
 #include "host/storage/database.h"
 #include "host/storage/documents.h"
 
@@ -44,12 +45,12 @@ private:
     [[nodiscard]] bool isHere(const QString& identifier);
     void enlist(const QString& family);
     [[nodiscard]] QSharedPointer<Document> loadFromShop(const QString& identifier);
-    [[nodiscard]] QSharedPointer<Document> documentOf(const QString& identifier, const QByteArray& content);
     void writeRecord(const DocumentCardRecord& record, int revision);
     Moving& moving();
 
     QString m_till;
     Connection m_database;
+    SharedReceipts m_receipts{m_database};
     std::optional<Moving> m_moving;
     QStringList m_families; ///< that the transaction is about
     bool m_seesAll = true;

@@ -41,6 +41,14 @@ std::optional<QueuedMessage> first(Connection& database, const QString& sql, con
     return found.isEmpty() ? std::nullopt : std::optional(messageFrom(found.first()));
 }
 
+QList<QueuedMessage> allOf(Connection& database, const QString& which, const QVariantList& values)
+{
+    QList<QueuedMessage> messages;
+    for (const QVariantList& row : database.run(columns + which, values).rows)
+        messages.append(messageFrom(row));
+    return messages;
+}
+
 bool change(Connection& database, const QString& sql, const QVariantList& values)
 {
     return database.run(sql, values).changed > 0;
@@ -94,14 +102,13 @@ void ShopQueue::wait(std::chrono::milliseconds longest, const std::stop_token& s
 
 QList<QueuedMessage> ShopQueue::messages(int limit, qint64 after) const
 {
-    QList<QueuedMessage> result;
-    const auto rows = m_database
-                          .run(columns + u"WHERE id > $1 AND ($2 = '' OR till = $2) ORDER BY id LIMIT $3"_s,
-                               {after, m_till, limit})
-                          .rows;
-    for (const QVariantList& row : rows)
-        result.append(messageFrom(row));
-    return result;
+    return allOf(m_database, u"WHERE id > $1 AND ($2 = '' OR till = $2) ORDER BY id LIMIT $3"_s,
+                 {after, m_till, limit});
+}
+
+QList<QueuedMessage> ShopQueue::messagesOf(const QString& receipt) const
+{
+    return allOf(m_database, u"WHERE receipt = $1 AND receipt <> '' ORDER BY id"_s, {receipt});
 }
 
 std::optional<QueuedMessage> ShopQueue::find(qint64 id) const

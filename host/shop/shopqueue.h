@@ -22,6 +22,8 @@ public:
 
     /// Only what this till has put in; empty: all.
     void setTill(const QString& till) { m_till = till; }
+    /// What waits or is parked of a receipt, in order, whichever till has put it in.
+    [[nodiscard]] QList<QueuedMessage> messagesOf(const QString& receipt) const;
 
     /// Waits until somebody has put something in, the time is over or a stop is asked for.
     void wait(std::chrono::milliseconds longest, const std::stop_token& stop);

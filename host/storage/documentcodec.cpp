@@ -222,4 +222,34 @@ QSharedPointer<DocumentCardRecord> readCardRecord(const QByteArray& bytes, const
     return opened(recordSeal, bytes, file, nextCardRecord);
 }
 
+void setPlaces(const Document& document, int revision)
+{
+    for (const auto& record : document.cardRecords())
+        record->setStoredPlace({document.getIdentifier(), revision});
+}
+
+QSharedPointer<Document> assembled(const QByteArray& content, const QList<QVariantList>& cardRecords,
+                                   const QString& file)
+{
+    auto document = readDocument(content, file);
+    setPlaces(*document, 0);
+    for (const QVariantList& row : cardRecords) {
+        const auto record = readCardRecord(row[0].toByteArray(), file);
+        record->setStoredPlace({document->getIdentifier(), row[1].toInt()});
+        document->setCardRecord(record);
+    }
+    return document;
+}
+
+QSharedPointer<Document> ifWhole(const std::function<QSharedPointer<Document>()>& load)
+{
+    try {
+        return load();
+    } catch (const BasicException& failure) {
+        if (!storage::isFault(failure, storage::StorageFault::Damaged))
+            throw;
+        return nullptr;
+    }
+}
+
 } // namespace documentcodec

@@ -3,6 +3,10 @@
 #include "host/core/document.h"
 
 #include <QByteArray>
+#include <QList>
+#include <QVariantList>
+
+#include <functional>
 
 /// How documents and card records look on disk: their values, doubles bit for bit, behind a seal that tells
 /// whether they are whole. Two documents are equal exactly when their written forms are; the only exception
@@ -27,5 +31,14 @@ HOST_EXPORT QByteArray written(const DocumentCardRecord& record);
 /// BasicException naming it.
 HOST_EXPORT QSharedPointer<Document> readDocument(const QByteArray& bytes, const QString& file);
 HOST_EXPORT QSharedPointer<DocumentCardRecord> readCardRecord(const QByteArray& bytes, const QString& file);
+
+/// Its records lie in that document, with this revision.
+void setPlaces(const Document& document, int revision);
+/// The document of a store: as it was closed, with what was written back of its cards since, rows of
+/// `content` and `revision`.
+HOST_EXPORT QSharedPointer<Document> assembled(const QByteArray& content,
+                                               const QList<QVariantList>& cardRecords, const QString& file);
+/// What that loads, or null in its place when it is damaged.
+HOST_EXPORT QSharedPointer<Document> ifWhole(const std::function<QSharedPointer<Document>()>& load);
 
 } // namespace documentcodec

@@ -15,12 +15,6 @@ namespace {
 
 [[noreturn]] void refuse(const tr::Tr& text) { throw BasicException(text); }
 
-void setPlaces(const Document& document, int revision)
-{
-    for (const auto& record : document.cardRecords())
-        record->setStoredPlace({document.getIdentifier(), revision});
-}
-
 /// The document as it was stored, without what was written back since; nothing when there is none.
 QByteArray original(const storage::Database& store, const QString& identifier)
 {
@@ -30,28 +24,14 @@ QByteArray original(const storage::Database& store, const QString& identifier)
         .toByteArray();
 }
 
-QSharedPointer<Document> assembled(const QString& identifier, const QByteArray& content,
-                                   const QList<QVariantList>& cardRecords, const QString& place)
-{
-    auto document = documentcodec::readDocument(content, place);
-    setPlaces(*document, 0);
-    for (const QVariantList& row : cardRecords) {
-        const auto record = documentcodec::readCardRecord(row[0].toByteArray(), place);
-        record->setStoredPlace({identifier, row[1].toInt()});
-        document->setCardRecord(record);
-    }
-    return document;
-}
-
 /// Null when there is no document of that identifier.
 QSharedPointer<Document> load(const storage::Database& store, const QString& identifier)
 {
     const QByteArray bytes = original(store, identifier);
     if (bytes.isEmpty())
         return nullptr;
-    return assembled(
-        identifier, bytes,
-        store.rows(u"SELECT content, revision FROM card_records WHERE document = ?"_s, {identifier}),
+    return documentcodec::assembled(
+        bytes, store.rows(u"SELECT content, revision FROM card_records WHERE document = ?"_s, {identifier}),
         store.path());
 }
 
@@ -76,7 +56,7 @@ bool isStored(const storage::Database& store, const Document& document, const QB
             document.getCardRecord(record->getKind())->setStoredPlace(record->storedPlace());
     } else if (original(store, identifier) == bytes) {
         // As it was closed: its records are older than what was written back, and may not overwrite that.
-        setPlaces(document, 0);
+        documentcodec::setPlaces(document, 0);
     } else {
         refuse(tr::Tr(u"hostDocumentStored"_s, u"Чек %1 уже сохранён с другим содержимым"_s).arg(identifier));
     }
@@ -142,7 +122,7 @@ void DocumentsDao::store(const QSharedPointer<Document>& document)
         store.change(insert, {identifier, now, bytes, document->getSaleDocumentId().toString()});
     });
     if (isNew)
-        setPlaces(*document, 0);
+        documentcodec::setPlaces(*document, 0);
 }
 
 QList<QSharedPointer<AbstractDocument>> DocumentsDao::returnsOf(const QString& sale)
@@ -164,7 +144,7 @@ QList<ClosedSale> DocumentsDao::newestSales(int limit)
              u"SELECT identifier FROM documents WHERE sale = '' ORDER BY stored DESC, rowid DESC LIMIT ?"_s,
              {limit})) {
         const QString identifier = row[0].toString();
-        const auto document = ifWhole([&] { return load(store, identifier); });
+        const auto document = documentcodec::ifWhole([&] { return load(store, identifier); });
         if (!document || document->getDocumentType() == SaleReceipt)
             sales.append({identifier, document});
     }
@@ -174,22 +154,4 @@ QList<ClosedSale> DocumentsDao::newestSales(int limit)
 bool DocumentsDao::contains(const QString& identifier)
 {
     return !opened().rows(u"SELECT 1 FROM documents WHERE identifier = ?"_s, {identifier}).isEmpty();
-}
-
-QSharedPointer<Document> DocumentsDao::documentWith(const QString& identifier, const QByteArray& content,
-                                                    const QList<QVariantList>& cardRecords,
-                                                    const QString& place)
-{
-    return assembled(identifier, content, cardRecords, place);
-}
-
-QSharedPointer<Document> DocumentsDao::ifWhole(const std::function<QSharedPointer<Document>()>& load)
-{
-    try {
-        return load();
-    } catch (const BasicException& failure) {
-        if (!storage::isFault(failure, storage::StorageFault::Damaged))
-            throw;
-        return nullptr;
-    }
 }

@@ -5,7 +5,6 @@
 #include "host/utils/mockfactory.h"
 #include "host/utils/singleton.h"
 
-#include <functional>
 #include <memory>
 
 class Document;
@@ -64,17 +63,6 @@ public:
     /// False when a place where documents lie could not be asked by the last loadDocument(): then the null
     /// that it returned says nothing. This store is one place, which throws instead.
     [[nodiscard]] virtual bool seesAll() const { return true; }
-
-protected:
-    /// A document from its stored form, with what was written back of its card records: rows of `content` and
-    /// `revision`. `place` is where it lies, for a failure's text.
-    [[nodiscard]] static QSharedPointer<Document> documentWith(const QString& identifier,
-                                                               const QByteArray& content,
-                                                               const QList<QVariantList>& cardRecords,
-                                                               const QString& place);
-    /// What that loads, or null in its place when it is damaged.
-    [[nodiscard]] static QSharedPointer<Document>
-    ifWhole(const std::function<QSharedPointer<Document>()>& load);
 
 private:
     /// The store, kept open from now on.

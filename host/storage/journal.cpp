@@ -46,10 +46,20 @@ QList<JournalEntry> Journal::of(const QString& receipt) const
     QList<JournalEntry> result;
     const QString searched = receipt.isNull() ? u""_s : receipt;
     for (const QVariantList& row : m->database->rows(m->select, {searched}))
-        result.append({utils::utcFromMilliseconds(row[0].toLongLong()), row[1].toString(), row[2].toString(),
-                       row[3].toString(), row[4].toLongLong(), row[5].toInt(), row[6].toString(),
-                       row[7].toLongLong()});
+        result.append(entryFromRow(row));
     return result;
+}
+
+JournalEntry entryFromRow(const QVariantList& row)
+{
+    return {utils::utcFromMilliseconds(row[0].toLongLong()),
+            row[1].toString(),
+            row[2].toString(),
+            row[3].toString(),
+            row[4].toLongLong(),
+            row[5].toInt(),
+            row[6].toString(),
+            row[7].toLongLong()};
 }
 
 // Walks back from the end instead of grouping all that ever happened.

@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QString>
+#include <QVariantList>
 
 #include <memory>
 
@@ -48,5 +49,9 @@ private:
     struct Statements;
     std::unique_ptr<Statements> m;
 };
+
+/// What such a row says: `time`, `receipt`, `event`, `operation`, `message`, `code`, `detail` and
+/// `milliseconds` of a journal.
+HOST_EXPORT JournalEntry entryFromRow(const QVariantList& row);
 
 } // namespace storage

@@ -1,14 +1,15 @@
 #include "host/storage/removal.h"
 
 #include "host/core/document.h"
-#include "host/storage/documentcodec.h"
 #include "host/storage/documents.h"
-#include "host/storage/storageerror.h"
 #include "host/storage/store.h"
 #include "host/utils/basicexception.h"
 #include "host/utils/utc.h"
 
+#include <QSqlQuery>
+
 #include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -34,32 +35,6 @@ void forEachRow(const Database& store, const QString& sql, Take take)
             last = row[0].toLongLong();
             take(row);
         }
-    }
-}
-
-bool carries(const DocumentCardRecord& record, const QString& card)
-{
-    return record.getNumber().toString() == card;
-}
-
-bool carries(const Document& document, const QString& card)
-{
-    const auto records = document.cardRecords();
-    return std::any_of(records.cbegin(), records.cend(),
-                       [&card](const auto& record) { return carries(*record, card); });
-}
-
-/// Whether what can be read does; a damaged content is noted.
-template <class Look>
-bool found(Look look, const QString& receipt, QStringList& damaged)
-{
-    try {
-        return look();
-    } catch (const BasicException& failure) {
-        if (!isFault(failure, StorageFault::Damaged))
-            throw;
-        damaged.append(receipt);
-        return false;
     }
 }
 
@@ -100,52 +75,53 @@ private:
 
 } // namespace
 
-Removal::Removal(std::shared_ptr<Database> store)
-    : m_store(std::move(store))
-    , m_open(openFamilies())
-    , m_sale(m_store->prepared(u"SELECT sale FROM documents WHERE identifier = ? AND sale <> ''"_s))
-    , m_members(m_store->prepared(
-          u"SELECT identifier, stored FROM documents WHERE identifier = ? UNION ALL "
-          "SELECT identifier, stored FROM documents WHERE sale = ? AND sale <> '' ORDER BY stored"_s))
-    , m_parked(m_store->prepared(
-          u"SELECT 1 FROM queued WHERE receipt = ? AND receipt <> '' AND parked = 1 LIMIT 1"_s))
-    , m_waiting(m_store->prepared(u"SELECT 1 FROM queued WHERE receipt = ? AND receipt <> '' LIMIT 1"_s))
-    , m_unknown(m_store->prepared(u"SELECT 1 FROM journal WHERE receipt = ? AND event = 'unknown' LIMIT 1"_s))
-    , m_ended(m_store->prepared(
-          u"SELECT 1 FROM journal WHERE receipt = ? AND event IN ('closed', 'abandoned') LIMIT 1"_s))
+Removal::Removal(const std::shared_ptr<Database>& store)
+    : Removal([store](const QString& sql, const QVariantList& values) { return store->rows(sql, values); })
+{
+    m_open = openFamilies();
+}
+
+Removal::Removal(Execute execute)
+    : m_execute(std::move(execute))
 {}
 
-QString Removal::familyOf(const QString& receipt)
+QString Removal::familyOf(const QString& receipt) const
 {
-    const QString sale = m_store->rows(m_sale, {receipt}).value(0).value(0).toString();
+    const QString sale =
+        m_execute(u"SELECT sale FROM documents WHERE identifier = ? AND sale <> ''"_s, {receipt})
+            .value(0)
+            .value(0)
+            .toString();
     return sale.isEmpty() ? receipt : sale;
 }
 
-std::optional<Need> Removal::needOf(const QString& family)
+std::optional<Need> Removal::needOf(const QString& family) const
 {
     if (m_open.contains(family))
         return Need::Open;
-    if (finds(m_parked, family))
+    if (finds(u"SELECT 1 FROM queued WHERE receipt = ? AND receipt <> '' AND parked LIMIT 1"_s, family))
         return Need::Parked;
-    if (finds(m_waiting, family))
+    if (finds(u"SELECT 1 FROM queued WHERE receipt = ? AND receipt <> '' LIMIT 1"_s, family))
         return Need::Waiting;
     // A receipt is closed only when it is known what was spent on it, and abandoning one settles it.
-    if (finds(m_unknown, family) && !finds(m_ended, family))
+    if (finds(u"SELECT 1 FROM journal WHERE receipt = ? AND event = 'unknown' LIMIT 1"_s, family) &&
+        !finds(u"SELECT 1 FROM journal WHERE receipt = ? AND event IN ('closed', 'abandoned') LIMIT 1"_s,
+               family))
         return Need::Unknown;
     return std::nullopt;
 }
 
-std::optional<qint64> Removal::youngestOf(const QString& family)
+std::optional<qint64> Removal::youngestOf(const QString& family) const
 {
-    const QList<QVariantList> members = m_store->rows(m_members, {family, family});
+    const QList<QVariantList> members = membersOf(family);
     return members.isEmpty() ? std::nullopt : std::optional(members.last().value(1).toLongLong());
 }
 
-QList<RemovedReceipt> Removal::remove(const QString& family)
+QList<RemovedReceipt> Removal::remove(const QString& family) const
 {
     QList<RemovedReceipt> removed;
     QStringList names{family};
-    for (const QVariantList& row : m_store->rows(m_members, {family, family})) {
+    for (const QVariantList& row : membersOf(family)) {
         removed.append({row[0].toString(), utils::utcFromMilliseconds(row[1].toLongLong())});
         names.append(row[0].toString());
     }
@@ -154,60 +130,49 @@ QList<RemovedReceipt> Removal::remove(const QString& family)
          {u"DELETE FROM card_records WHERE document = ?"_s, u"DELETE FROM documents WHERE identifier = ?"_s,
           u"DELETE FROM journal WHERE receipt = ?"_s,
           u"DELETE FROM history WHERE receipt = ? AND receipt <> ''"_s}) {
-        QSqlQuery statement = m_store->prepared(sql);
         for (const QString& name : names)
-            m_store->change(statement, {name});
+            m_execute(sql, {name});
     }
     return removed;
 }
 
-bool Removal::finds(QSqlQuery& query, const QString& family)
+bool Removal::finds(const QString& sql, const QString& family) const
 {
-    return !m_store->rows(query, {family}).isEmpty();
+    return !m_execute(sql, {family}).isEmpty();
+}
+
+QList<QVariantList> Removal::membersOf(const QString& family) const
+{
+    return m_execute(
+        u"SELECT identifier, stored FROM documents WHERE identifier = ? UNION ALL "
+        "SELECT identifier, stored FROM documents WHERE sale = ? AND sale <> '' ORDER BY stored"_s,
+        {family, family});
 }
 
 CardTraces tracesOf(const QString& card)
 {
     const auto store = storage::store();
-    CardTraces traces;
-    const auto note = [&traces](const QString& receipt, const QString& sale) {
-        traces.families.append(sale.isEmpty() ? receipt : sale);
-    };
-    forEachRow(
-        *store, u"SELECT rowid, identifier, sale, content FROM documents WHERE rowid > ? ORDER BY rowid"_s,
-        [&](const QVariantList& row) {
-            const QString receipt = row[1].toString();
-            const auto look = [&] {
-                return carries(*documentcodec::readDocument(row[3].toByteArray(), store->path()), card);
-            };
-            if (found(look, receipt, traces.damaged))
-                note(receipt, row[2].toString());
-        });
+    CardSearch search(card, store->path());
+    forEachRow(*store,
+               u"SELECT rowid, identifier, sale, content FROM documents WHERE rowid > ? ORDER BY rowid"_s,
+               [&](const QVariantList& row) {
+                   search.lookAtReceipt(row[1].toString(), row[2].toString(), row[3].toByteArray());
+               });
     forEachRow(*store,
                u"SELECT r.rowid, document, sale, r.content FROM card_records r LEFT JOIN documents "
                "ON identifier = document WHERE r.rowid > ? ORDER BY r.rowid"_s,
                [&](const QVariantList& row) {
-                   const QString receipt = row[1].toString();
-                   const auto look = [&] {
-                       return carries(*documentcodec::readCardRecord(row[3].toByteArray(), store->path()),
-                                      card);
-                   };
-                   if (found(look, receipt, traces.damaged))
-                       note(receipt, row[2].toString());
+                   search.lookAtCard(row[1].toString(), row[2].toString(), row[3].toByteArray());
                });
-    // The service's requests hold it as a JSON text.
-    const QByteArray inMessages = '"' + card.toUtf8() + '"';
     for (const QString& table : {u"queued"_s, u"history"_s}) {
         QSqlQuery query = store->prepared(
             u"SELECT DISTINCT receipt FROM %1 WHERE receipt <> '' AND instr(message, ?) > 0"_s.arg(table));
-        for (const QVariantList& row : store->rows(query, {inMessages}))
-            note(row[0].toString(), {});
+        for (const QVariantList& row : store->rows(query, {search.inMessages()}))
+            search.note(row[0].toString());
     }
-    if (const auto open = SaveToFileLogic::loadOpenReceipt(); open && carries(*open, card))
-        note(open->getIdentifier(), open->getSaleDocumentId().toString());
-    traces.families.removeDuplicates();
-    traces.damaged.removeDuplicates();
-    return traces;
+    if (const auto open = SaveToFileLogic::loadOpenReceipt())
+        search.lookAtOpen(*open);
+    return search.traces();
 }
 
 bool foldLog(const Database& store, int patience)

@@ -1,13 +1,15 @@
 #pragma once
 
+#include "host/storage/cardsearch.h"
 #include "host/utils/export.h"
 
 #include <QDateTime>
 #include <QList>
-#include <QSqlQuery>
 #include <QString>
 #include <QStringList>
+#include <QVariantList>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -38,44 +40,40 @@ struct RemovedReceipt
 HOST_EXPORT QStringList openFamilies();
 
 /// Looks at and removes families. One lives inside one transaction, so that nobody comes to need meanwhile
-/// what is removed. Everything throws BasicException when the store can't be used; so does the constructor
-/// when the open receipt is damaged, because nobody knows then which sale it returns.
+/// what is removed. Everything throws what the statements throw.
 class HOST_EXPORT Removal
 {
 public:
-    explicit Removal(std::shared_ptr<Database> store);
+    /// Executes a statement, "?" for each of the values, and returns the rows that it found.
+    using Execute = std::function<QList<QVariantList>(const QString& sql, const QVariantList& values)>;
+
+    /// Of a till's store. Throws BasicException when the store can't be used, and when the open receipt is
+    /// damaged: nobody knows then which sale it returns.
+    explicit Removal(const std::shared_ptr<Database>& store);
+    /// Of whatever has the same tables, where nobody works on a receipt.
+    explicit Removal(Execute execute);
 
     /// The family that the receipt of that identifier belongs to.
-    [[nodiscard]] QString familyOf(const QString& receipt);
+    [[nodiscard]] QString familyOf(const QString& receipt) const;
     /// Nothing when it may be removed.
-    [[nodiscard]] std::optional<Need> needOf(const QString& family);
+    [[nodiscard]] std::optional<Need> needOf(const QString& family) const;
     /// When its youngest receipt was closed, in milliseconds since 1970; nothing when none is closed.
-    [[nodiscard]] std::optional<qint64> youngestOf(const QString& family);
+    [[nodiscard]] std::optional<qint64> youngestOf(const QString& family) const;
     /// Removes its receipts, what was written back of their cards, their journal and the queue's history of
     /// it. Returns the receipts.
-    QList<RemovedReceipt> remove(const QString& family);
+    [[nodiscard]] QList<RemovedReceipt> remove(const QString& family) const;
 
 private:
-    [[nodiscard]] bool finds(QSqlQuery& query, const QString& family);
+    [[nodiscard]] bool finds(const QString& sql, const QString& family) const;
+    /// Its receipts in the order in which they were closed: identifier, stored.
+    [[nodiscard]] QList<QVariantList> membersOf(const QString& family) const;
 
-    std::shared_ptr<Database> m_store;
+    Execute m_execute;
     QStringList m_open; ///< the open receipt and the sale that it returns
-    QSqlQuery m_sale;
-    QSqlQuery m_members;
-    QSqlQuery m_parked;
-    QSqlQuery m_waiting;
-    QSqlQuery m_unknown;
-    QSqlQuery m_ended;
 };
 
-/// Where a loyalty card's number was found in the store.
-struct CardTraces
-{
-    QStringList families;
-    QStringList damaged; ///< closed receipts that can't be read: nobody knows whose they are
-};
-
-/// Looks for it in every receipt and every kept message: seconds for a gigabyte. Throws BasicException.
+/// Looks for a loyalty card's number in every receipt and every kept message: seconds for a gigabyte. Throws
+/// BasicException.
 HOST_EXPORT CardTraces tracesOf(const QString& card);
 
 /// Folds the log into the store's file and empties it, so that nothing of what was removed is left in it.

@@ -196,7 +196,11 @@ TEST(Packaging, TheAlertsAreOnMetricsThatThereAre)
 {
     till::Measures some;
     some.health.lastDelivered = QDateTime::currentDateTimeUtc();
-    const QJsonObject samples = till::metricsJson(till::metricsOf(some) + till::ownMetrics());
+    some.sizes = {{u"store"_s, 1}};
+    till::Measures ofShop = some;
+    ofShop.of = u"shop"_s;
+    const QJsonObject samples =
+        till::metricsJson(till::metricsOf(some) + till::metricsOf(ofShop) + till::ownMetrics());
     const QStringList known = samples.keys();
     const QStringList expressions = valuesOf(alertRules, u"expr"_s);
     ASSERT_EQ(expressions.size(), valuesOf(alertRules, u"alert"_s).size());

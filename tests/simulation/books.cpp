@@ -107,6 +107,7 @@ void Shop::checkBooks()
     const till::Ledger ledger(m_service.ledger(), {});
     const QHash<QString, Booked> books = bookedBy(m_service);
     const QStringList received = ledger.receipts();
+    till::TillRecords records;
     QStringList findings;
     QSet<QString> ours(received.cbegin(), received.cend());
     ours.removeIf([this](const QString& name) { return !name.startsWith(u"T%1-"_s.arg(m_at + 1)); });
@@ -114,7 +115,7 @@ void Shop::checkBooks()
         if (seen.till != m_at)
             continue;
         ours.insert(seen.identifier);
-        const till::BookedReceipt booked = till::bookedReceipt(seen.identifier, {}, {});
+        const till::BookedReceipt booked = till::bookedReceipt(seen.identifier, records);
         if (seen.paid && !booked.closed)
             findings.append(seen.identifier + u": paid, and not closed"_s);
         if (seen.gone && booked.closed)
@@ -124,7 +125,7 @@ void Shop::checkBooks()
             findings += faultsOf(seen, booked.document.data(), books.value(seen.identifier));
     }
     for (const QString& name : ours)
-        findings += ledger.differences(name, till::bookedReceipt(name, {}, {}));
+        findings += ledger.differences(name, till::bookedReceipt(name, records));
     for (const QString& finding : findings)
         find(finding);
 }

@@ -8,6 +8,7 @@
 #include "till/admin/commands.h"
 #include "till/admin/deliveryservice.h"
 #include "till/admin/metricsfile.h"
+#include "till/admin/place.h"
 #include "till/admin/sparetime.h"
 #include "till/admin/tool.h"
 #include "till/audit/recording.h"
@@ -30,7 +31,6 @@ namespace till {
 namespace {
 
 const QString metricsFileOption = u"metrics-file"_s;
-const QString shopOption = u"shop"_s;
 
 /// Where the metrics go: an option says it over the settings.
 QString metricsFileOf(const Invocation& invocation, const Tool& tool)
@@ -69,12 +69,18 @@ int runOfShop(const Invocation& invocation, const Signals& signals, Tool& tool)
     const QString database = databaseOf(tool.config);
     const shop::ShopQueue queue(database); // what makes delivery impossible is said at once
     const Recording recording(invocation.own.value(u"record"_s));
+    MetricsFile metrics(metricsFileOf(invocation, tool),
+                        [&database] { return metricsOf(measuredInShop(database)); });
     const DeliveryState last =
         serve(invocation, signals, tool, shop::shopDelivery(database, deliveryOptions(tool.config)),
-              {.spare = [&, next = QDeadlineTimer()]() mutable {
-                  removeOnceADay(database, keepingTimesOf(tool.config), next);
-                  return false;
-              }});
+              {.often = [&] { metrics.write(); },
+               .spare =
+                   [&, next = QDeadlineTimer()]() mutable {
+                       removeOnceADay(database, keepingTimesOf(tool.config), next);
+                       return false;
+                   },
+               .reload = [&] { metrics.setName(metricsFileOf(invocation, tool)); }});
+    metrics.write();
     return tell(tool, last, queue);
 }
 
@@ -82,7 +88,7 @@ int run(const Invocation& invocation)
 {
     const Signals signals; // from the first to the last moment: without them a reload ends the program
     Tool tool(invocation);
-    if (invocation.has(shopOption))
+    if (isOfShop(invocation))
         return runOfShop(invocation, signals, tool);
     const QString directory = dataDirectoryOf(tool.options);
     storage::setDataDirectory(directory);
@@ -91,7 +97,7 @@ int run(const Invocation& invocation)
     for (const storage::DataFinding& finding : opened.findings)
         tool.console.line(finding.text.ru(), Console::Colour::Yellow);
     const Recording recording(invocation.own.value(u"record"_s));
-    MetricsFile metrics(metricsFileOf(invocation, tool));
+    MetricsFile metrics(metricsFileOf(invocation, tool), [] { return metricsOf(measured()) + ownMetrics(); });
     std::optional<SpareTime> spareTime(tool.config);
     const DeliveryState last = serve(
         invocation, signals, tool, workerOptions(tool.config),
@@ -130,7 +136,7 @@ Command deliverCommand()
             .options =
                 {{metricsFileOption, u"FILE"_s,
                   u"Keep metrics in this file for a collector, instead of Till:metricsFile."_s},
-                 {shopOption,
+                 {u"shop"_s,
                   {},
                   u"Deliver the queue of the whole shop, beside any number of others; see docs/shop.md."_s},
                  recordOption()},

@@ -3,6 +3,7 @@
 #include "host/shop/schema.h"
 #include "host/storage/datadirectory.h"
 #include "till/admin/commands.h"
+#include "till/admin/place.h"
 #include "till/admin/tool.h"
 #include "till/cli/texttable.h"
 #include "till/cli/usageerror.h"
@@ -48,7 +49,8 @@ int run(const Invocation& invocation)
     Console console(invocation.options.json);
     // What the plug-in says while it starts is in its own finding.
     const ScreenLog log(screenLevel(invocation.options, LogLevel::Error));
-    const QList<Finding> findings = examine(invocation.options);
+    const QList<Finding> findings =
+        isOfShop(invocation) ? examineWholeShop(invocation.options) : examine(invocation.options);
     console.value(findingsJson(findings));
     for (const Finding& finding : findings) {
         const QString heading = stateText(finding.state).leftJustified(8) + finding.check.leftJustified(14);
@@ -69,6 +71,9 @@ receipt and message in it, the queue, the shop's database and the plug-in, and g
 nothing. Asks the service for the cards of a phone that nobody has, with the credentials and
 without; only an answer in the service's form counts. A store found damaged is set aside by the
 next start.
+
+With --shop it looks at the configuration, the way to the service, the shop's database, whether more than
+one server has each commit, and its queue.
 
 With --json: {"ok", "findings"}; each finding is {"check", "state" ("ok", "warning" or "problem"),
 "text", "remedy"}.)"_s;
@@ -186,7 +191,9 @@ Command doctorCommand()
     return {.name = u"doctor"_s,
             .about = u"Look for what is wrong, and say how to mend it."_s,
             .details = details,
+            .options = {shopOption()},
             .examples = {{u"till doctor --config till.toml"_s, u"of that till"_s},
+                         {u"till doctor --shop"_s, u"of the shop's database and its queue"_s},
                          {u"till doctor --json | jq -r '.findings[] | select(.state != \"ok\") | .text'"_s,
                           u"for a monitor"_s}},
             .statuses = {{0, u"all is well"_s},

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/queue/outgoingqueue.h"
 #include "host/utils/config.h"
 #include "till/cli/options.h"
 #include "till/setup/settingsreading.h"
@@ -29,6 +30,8 @@ QJsonDocument findingsJson(const QList<Finding>& findings);
 
 /// All that the doctor looks at, in order; goes on after each failure. Uses the process's data directory.
 QList<Finding> examine(const Options& given);
+/// All that it looks at in a shop, as one of its deliveries sees it.
+QList<Finding> examineWholeShop(const Options& given);
 
 // Its parts. What they can't look at, because something before it failed, they leave out.
 
@@ -46,8 +49,10 @@ QList<Finding> examineDirectory(const QString& path);
 Finding examineStore(const QString& path);
 /// "contents": the seal of each receipt and message, and the open receipt.
 QList<Finding> examineContents(const QString& path);
-/// "queue".
+/// "queue": that of the data directory.
 QList<Finding> examineQueue(const Config& config, const QString& path);
+/// "queue": this one. Throws BasicException when it can't be used.
+QList<Finding> examineQueue(const Config& config, const OutgoingQueue& queue);
 /// "shop": its database, where it has one.
 QList<Finding> examineShop(const Config& config);
 /// "plug-in".

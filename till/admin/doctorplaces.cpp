@@ -152,7 +152,7 @@ Finding examineMissingLog(const QString& fileName)
 }
 
 /// Messages keep the address that they were put in with.
-QList<Finding> examineAddresses(const MessageQueue& queue, const Config& config)
+QList<Finding> examineAddresses(const OutgoingQueue& queue, const Config& config)
 {
     QList<Finding> findings;
     if (!namesService(config))
@@ -258,17 +258,21 @@ QList<Finding> examineQueue(const Config& config, const QString& path)
     if (!keepsAnything(path))
         return {{u"queue"_s, State::Ok, u"nothing was ever queued here"_s}};
     try {
-        const MessageQueue queue;
-        QList<Finding> findings;
-        for (const QueueWarning& warning : queueWarnings(queue, config))
-            findings.append({u"queue"_s, State::Problem, warning.english, warning.remedy});
-        findings += examineAddresses(queue, config);
-        if (findings.isEmpty())
-            findings.append({u"queue"_s, State::Ok, u"%1 waiting, none parked"_s.arg(queue.waitingCount())});
-        return findings;
+        return examineQueue(config, MessageQueue());
     } catch (const std::exception& failure) {
         return {{u"queue"_s, State::Problem, administratorsText(failure), remedyOf(failure)}};
     }
+}
+
+QList<Finding> examineQueue(const Config& config, const OutgoingQueue& queue)
+{
+    QList<Finding> findings;
+    for (const QueueWarning& warning : queueWarnings(queue, config))
+        findings.append({u"queue"_s, State::Problem, warning.english, warning.remedy});
+    findings += examineAddresses(queue, config);
+    if (findings.isEmpty())
+        findings.append({u"queue"_s, State::Ok, u"%1 waiting, none parked"_s.arg(queue.waitingCount())});
+    return findings;
 }
 
 } // namespace till

@@ -1,4 +1,6 @@
 #include "host/core/document.h"
+#include "host/shop/schema.h"
+#include "host/shop/shopcards.h"
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "host/storage/quarantine.h"
@@ -6,9 +8,11 @@
 #include "host/storage/store.h"
 #include "host/utils/masking.h"
 #include "till/admin/commands.h"
+#include "till/admin/place.h"
 #include "till/admin/tool.h"
 #include "till/checkout/unknownspending.h"
 #include "till/cli/usageerror.h"
+#include "till/setup/shopsettings.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -17,6 +21,9 @@
 #include <QTextStream>
 
 #include <algorithm>
+#include <chrono>
+#include <functional>
+#include <variant>
 
 using namespace Qt::StringLiterals;
 
@@ -33,12 +40,16 @@ struct Kept
     QString why;
 };
 
+/// What became of a family: why it has to stay, or the receipts that were removed.
+using Fate = std::variant<storage::Need, QList<storage::RemovedReceipt>>;
+
 struct Outcome
 {
     QList<storage::RemovedReceipt> removed;
     QList<Kept> kept;
     QStringList damaged;    ///< receipts of which nobody knows whose they are
     bool isLogLeft = false; ///< what was removed is still in the log
+    QStringList elsewhere;  ///< what this command does not reach
 
     [[nodiscard]] bool isAll() const { return kept.isEmpty() && damaged.isEmpty() && !isLogLeft; }
 };
@@ -76,48 +87,67 @@ QString reason(storage::Need need)
                : u"it, or a return of it, is open: the cashier ends it"_s;
 }
 
-void askBeforeForgetting(Tool& tool, const Invocation& invocation, const QString& card)
+void askBeforeForgetting(Tool& tool, const Invocation& invocation, const QString& card, const QString& where)
 {
     if (invocation.has(u"yes"_s))
         return;
     if (!Console::canAsk())
         throw UsageError(u"till: forget: nobody can be asked here; say --yes to remove without asking"_s);
     if (!tool.console.confirmed(
-            u"Remove every receipt of card %1? What was bought with them cannot be given back at this "
-            "till any more."_s.arg(card)))
+            u"Remove every receipt of card %1? What was bought with them cannot be given back at %2 any "
+            "more."_s.arg(card, where)))
         throw UsageError(u"till: forget: nothing was removed"_s);
 }
 
-Outcome forget(const storage::CardTraces& traces)
+Outcome forget(const storage::CardTraces& traces, const std::function<Fate(const QString& family)>& remove)
 {
-    const auto store = storage::store();
     Outcome outcome;
     for (const QString& family : traces.families) {
-        store->atomically([&] {
-            storage::Removal removal(store);
-            if (const auto need = removal.needOf(family))
-                outcome.kept.append({family, reason(*need)});
-            else
-                outcome.removed += removal.remove(family);
-        });
+        const Fate fate = remove(family);
+        if (const auto* need = std::get_if<storage::Need>(&fate))
+            outcome.kept.append({family, reason(*need)});
+        else
+            outcome.removed += std::get<QList<storage::RemovedReceipt>>(fate);
     }
     outcome.damaged = traces.damaged;
     for (const storage::RemovedReceipt& receipt : outcome.removed)
         outcome.damaged.removeAll(receipt.identifier); // the sale's card or a return's told whose it was
-    outcome.isLogLeft = !storage::foldLog(*store, patience);
     return outcome;
 }
 
-/// What this command does not reach.
-QStringList elsewhere()
+Fate removedHere(const QString& family)
+{
+    const auto store = storage::store();
+    Fate fate;
+    store->atomically([&] {
+        const storage::Removal removal(store);
+        if (const auto need = removal.needOf(family))
+            fate = *need;
+        else
+            fate = removal.remove(family);
+    });
+    return fate;
+}
+
+/// What the command does not reach at a till.
+QStringList besideTheTill(const Config& config)
 {
     QStringList places;
     for (const QString& file : storage::quarantinedFiles())
         places.append(QFileInfo(file).fileName() + u" in the data directory"_s);
     if (QFileInfo::exists(storage::dataFile(u"stand.sqlite"_s)))
         places.append(u"stand.sqlite, the books of this till's own stand"_s);
+    if (shopOf(config))
+        places.append(u"the shop's database (till forget --shop)"_s);
     return places + QStringList{u"backups"_s, u"the log file and what it was before it was rotated"_s,
                                 u"recordings and support bundles"_s, u"the loyalty service itself"_s};
+}
+
+QStringList besideTheDatabase()
+{
+    return {u"what lies at the tills still (till forget at each of them, before this)"_s,
+            u"the database's copies, backups and log, and what VACUUM has not cleared yet"_s,
+            u"log files, recordings and support bundles"_s, u"the loyalty service itself"_s};
 }
 
 QString countOf(qsizetype receipts)
@@ -125,7 +155,7 @@ QString countOf(qsizetype receipts)
     return receipts == 1 ? u"1 receipt"_s : u"%1 receipts"_s.arg(receipts);
 }
 
-void tell(Console& console, const Outcome& outcome)
+void tell(Console& console, const Outcome& outcome, const QString& where)
 {
     QMap<QDate, QStringList> days;
     for (const storage::RemovedReceipt& receipt : outcome.removed)
@@ -145,8 +175,8 @@ void tell(Console& console, const Outcome& outcome)
             "this again"_s,
             Console::Colour::Red);
     if (!outcome.removed.isEmpty())
-        console.line(u"what was bought with these receipts cannot be given back at this till any more"_s);
-    console.line(u"not reached: "_s + elsewhere().join(u", "_s));
+        console.line(u"what was bought with these receipts cannot be given back at %1 any more"_s.arg(where));
+    console.line(u"not reached: "_s + outcome.elsewhere.join(u", "_s));
 }
 
 QJsonObject json(const Outcome& outcome)
@@ -162,28 +192,59 @@ QJsonObject json(const Outcome& outcome)
             {u"kept"_s, kept},
             {u"damaged"_s, QJsonArray::fromStringList(outcome.damaged)},
             {u"logFolded"_s, !outcome.isLogLeft},
-            {u"notReached"_s, QJsonArray::fromStringList(elsewhere())}};
+            {u"notReached"_s, QJsonArray::fromStringList(outcome.elsewhere)}};
+}
+
+/// Asks, and removes what was found.
+int run(const Invocation& invocation, Tool& tool, const QString& card, const storage::CardTraces& traces,
+        const std::function<Outcome()>& removeAll)
+{
+    const QString shown = utils::maskWhole(card);
+    const QString where = isOfShop(invocation) ? u"any till of the shop"_s : u"this till"_s;
+    if (traces.families.isEmpty())
+        tool.console.line(
+            u"no receipt of card %1 is kept here; if that surprises you, look at the number"_s.arg(shown));
+    else
+        askBeforeForgetting(tool, invocation, shown, where);
+    const Outcome outcome = removeAll();
+    tell(tool.console, outcome, where);
+    tool.console.value(QJsonDocument(json(outcome)));
+    return outcome.isAll() ? exitWell : exitFailed;
+}
+
+int runInShop(const Invocation& invocation, Tool& tool, const QString& card)
+{
+    shop::Connection database(databaseOf(tool.config), {.statement = std::chrono::minutes(10)});
+    requirePrepared(database);
+    const storage::CardTraces traces = shop::tracesOf(database, card);
+    return run(invocation, tool, card, traces, [&] {
+        Outcome outcome =
+            forget(traces, [&](const QString& family) { return shop::removeFamily(database, family); });
+        outcome.elsewhere = besideTheDatabase();
+        return outcome;
+    });
+}
+
+int runAtTill(const Invocation& invocation, Tool& tool, const QString& card)
+{
+    tool.useDataDirectory();
+    const QString directory = dataDirectoryOf(tool.options);
+    if (!keepsAnything(directory))
+        throw UsageError(u"till: forget: %1: no till has kept anything here"_s.arg(directory));
+    const storage::CardTraces traces = storage::tracesOf(card);
+    return run(invocation, tool, card, traces, [&] {
+        Outcome outcome = forget(traces, removedHere);
+        outcome.isLogLeft = !storage::foldLog(*storage::store(), patience);
+        outcome.elsewhere = besideTheTill(tool.config);
+        return outcome;
+    });
 }
 
 int run(const Invocation& invocation)
 {
     const QString card = cardSaid(invocation);
     Tool tool(invocation);
-    tool.useDataDirectory();
-    const QString directory = dataDirectoryOf(tool.options);
-    if (!keepsAnything(directory))
-        throw UsageError(u"till: forget: %1: no till has kept anything here"_s.arg(directory));
-    const QString shown = utils::maskWhole(card);
-    const storage::CardTraces traces = storage::tracesOf(card);
-    if (traces.families.isEmpty())
-        tool.console.line(
-            u"no receipt of card %1 is kept here; if that surprises you, look at the number"_s.arg(shown));
-    else
-        askBeforeForgetting(tool, invocation, shown);
-    const Outcome outcome = forget(traces);
-    tell(tool.console, outcome);
-    tool.console.value(QJsonDocument(json(outcome)));
-    return outcome.isAll() ? exitWell : exitFailed;
+    return isOfShop(invocation) ? runInShop(invocation, tool, card) : runAtTill(invocation, tool, card);
 }
 
 const QString details =
@@ -192,7 +253,8 @@ the queue's history and what was written back of the cards; overwrites them in t
 log. A receipt stays while it is still needed: a message of it waits or is parked, or it is open.
 The number is never shown whole; with "-" it is read from the standard input, where no other user
 of the machine sees it. Asks first; where nobody can be asked, --yes is needed. May be used while a
-till works.
+till works. With a shop's database: first at each till, then there with --shop, by a user who is
+"kyr_admin".
 
 With --json: {"removed": [{"receipt", "closed"}], "kept": [{"receipt", "why"}], "damaged":
 [identifiers], "logFolded" (false: run it again), "notReached": [where else to look]}.)"_s;
@@ -207,9 +269,11 @@ Command forgetCommand()
             .options = {{u"card"_s, u"NUMBER"_s,
                          u"The number of the card; \"-\": the first line of the "
                          "standard input."_s},
-                        {u"yes"_s, {}, u"Do not ask."_s, u"y"_s}},
+                        {u"yes"_s, {}, u"Do not ask."_s, u"y"_s},
+                        shopOption()},
             .examples = {{u"till forget --card -"_s, u"type the number, answer the question"_s},
-                         {u"till forget --yes --card - < number"_s, u"in a script"_s}},
+                         {u"till forget --yes --card - < number"_s, u"in a script"_s},
+                         {u"till forget --shop --card -"_s, u"in the shop's database"_s}},
             .statuses = {{0, u"nothing is left of it"_s},
                          {1, u"something had to stay"_s},
                          {2, u"wrong usage, the answer was no, or the store cannot be used"_s}},

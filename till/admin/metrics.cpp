@@ -1,6 +1,8 @@
 #include "till/audit/metrics.h"
 #include "till/admin/commands.h"
+#include "till/admin/place.h"
 #include "till/admin/tool.h"
+#include "till/setup/shopsettings.h"
 
 #include <QTextStream>
 
@@ -13,8 +15,11 @@ namespace {
 int tellMetrics(const Invocation& invocation)
 {
     Tool tool(invocation);
-    tool.useDataDirectory();
-    const QList<Metric> metrics = metricsOf(measured());
+    const bool ofShop = isOfShop(invocation);
+    if (!ofShop)
+        tool.useDataDirectory();
+    const QList<Metric> metrics =
+        metricsOf(ofShop ? measuredInShop(databaseOf(tool.config), tillNamed(invocation)) : measured());
     if (!tool.console.json())
         QTextStream(stdout) << openMetrics(metrics) << Qt::flush;
     tool.console.value(QJsonDocument(metricsJson(metrics)));
@@ -25,7 +30,7 @@ const QString metricsDetails =
     uR"(Text in the form of OpenMetrics: how many messages wait or are parked, for how long, what came of the
 attempts of the last day, when one was delivered last, whether the credentials are refused, and the
 size of the store. Nothing in it is secret or a customer's. till deliver keeps the same in a file
-for a collector.
+for a collector. Of a shop the names begin with kyr_shop_ instead of kyr_till_.
 
 With --json: each sample's value under its name with labels.)"_s;
 
@@ -36,7 +41,9 @@ Command metricsCommand()
     return {.name = u"metrics"_s,
             .about = u"Tell a monitor how the outgoing queue is doing."_s,
             .details = metricsDetails,
-            .examples = {{u"till metrics"_s, u"of the usual data directory"_s}},
+            .options = shopOptions(),
+            .examples = {{u"till metrics"_s, u"of the usual data directory"_s},
+                         {u"till metrics --shop"_s, u"of the shop's database"_s}},
             .statuses = {{0, u"they were told"_s}, {2, u"wrong usage, or the store cannot be read"_s}},
             .run = tellMetrics};
 }

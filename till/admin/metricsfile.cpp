@@ -2,10 +2,11 @@
 
 #include "host/utils/basicexception.h"
 #include "host/utils/logging.h"
-#include "till/audit/metrics.h"
 
 #include <QFile>
 #include <QSaveFile>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -14,10 +15,10 @@ namespace till {
 namespace {
 
 /// Why it could not be done; empty: it was.
-QString problemOfWriting(const QString& name)
+QString problemOfWriting(const QString& name, const std::function<QList<Metric>()>& take)
 {
     try {
-        const QByteArray text = openMetrics(metricsOf(measured()) + ownMetrics());
+        const QByteArray text = openMetrics(take());
         QSaveFile file(name);
         const auto forAll = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther;
         const bool written = file.open(QIODevice::WriteOnly) && file.write(text) == text.size() &&
@@ -30,11 +31,16 @@ QString problemOfWriting(const QString& name)
 
 } // namespace
 
+MetricsFile::MetricsFile(QString name, std::function<QList<Metric>()> take)
+    : m_name(std::move(name))
+    , m_take(std::move(take))
+{}
+
 void MetricsFile::write()
 {
     if (!isNamed())
         return;
-    const QString problem = problemOfWriting(m_name);
+    const QString problem = problemOfWriting(m_name, m_take);
     if (!problem.isEmpty() && !m_failed)
         utils::logger(u"till"_s)->warn(u"%1: the metrics cannot be written: %2"_s.arg(m_name, problem));
     m_failed = !problem.isEmpty();

@@ -1,6 +1,11 @@
 #pragma once
 
+#include "till/audit/metrics.h"
+
+#include <QList>
 #include <QString>
+
+#include <functional>
 
 namespace till {
 
@@ -9,10 +14,8 @@ namespace till {
 class MetricsFile
 {
 public:
-    /// An empty name is no file.
-    explicit MetricsFile(const QString& name)
-        : m_name(name)
-    {}
+    /// An empty name is no file. `take` takes what is written.
+    MetricsFile(QString name, std::function<QList<Metric>()> take);
     /// The next write() goes there; the former stays as it is.
     void setName(const QString& name) { m_name = name; }
     [[nodiscard]] bool isNamed() const { return !m_name.isEmpty(); }
@@ -23,6 +26,7 @@ public:
 
 private:
     QString m_name;
+    std::function<QList<Metric>()> m_take;
     bool m_failed = false;
 };
 

@@ -6,13 +6,16 @@ using namespace Qt::StringLiterals;
 
 namespace till {
 
-QMap<QString, qsizetype> queuedAddresses(const MessageQueue& queue)
+QMap<QString, qsizetype> queuedAddresses(const OutgoingQueue& queue)
 {
+    constexpr int atOnce = 500;
     QMap<QString, qsizetype> addresses;
-    for (auto next = queue.after(0); next; next = queue.after(next->id)) {
-        const QUrl url = next->message.value(u"url"_s).toUrl();
-        if (!url.host().isEmpty())
-            ++addresses[addressIn(url)];
+    for (auto page = queue.messages(atOnce); !page.isEmpty(); page = queue.messages(atOnce, page.last().id)) {
+        for (const QueuedMessage& message : page) {
+            const QUrl url = message.message.value(u"url"_s).toUrl();
+            if (!url.host().isEmpty())
+                ++addresses[addressIn(url)];
+        }
     }
     return addresses;
 }

@@ -4,7 +4,7 @@
 #include "host/queue/queuedelivery.h"
 #include "host/utils/masking.h"
 #include "till/admin/commands.h"
-#include "till/admin/queueplace.h"
+#include "till/admin/place.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/checkout/deliverynow.h"

@@ -1,5 +1,5 @@
 #include "till/admin/commands.h"
-#include "till/admin/queueplace.h"
+#include "till/admin/place.h"
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 

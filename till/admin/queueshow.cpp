@@ -1,6 +1,6 @@
 #include "host/utils/masking.h"
 #include "till/admin/commands.h"
-#include "till/admin/queueplace.h"
+#include "till/admin/place.h"
 #include "till/admin/tool.h"
 #include "till/audit/exchangetext.h"
 #include "till/audit/queuereport.h"

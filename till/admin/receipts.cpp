@@ -1,4 +1,5 @@
 #include "till/admin/commands.h"
+#include "till/admin/place.h"
 #include "till/admin/tool.h"
 #include "till/audit/receiptreport.h"
 #include "till/checkout/screen.h"
@@ -24,14 +25,15 @@ int list(const Invocation& invocation)
 {
     const int limit = invocation.number(u"limit"_s, usualLimit);
     Tool tool(invocation);
-    tool.useDataDirectory();
-    const ReceiptReports reports;
+    const auto records = recordsOf(invocation, tool);
+    const ReceiptReports reports(*records);
     QJsonArray receipts;
     QList<QStringList> rows;
     for (const ReceiptReport& report : reports.latest(limit)) {
         const QJsonObject json = summaryJson(report);
         receipts.append(json);
-        rows.append({report.identifier, json[u"last"_s].toString(), json[u"type"_s].toString(), report.state,
+        rows.append({report.till.isEmpty() ? report.identifier : report.till + u": "_s + report.identifier,
+                     json[u"last"_s].toString(), json[u"type"_s].toString(), report.state,
                      json[u"card"_s].toString(), amount(json[u"sum"_s]), report.next});
     }
     if (rows.isEmpty())
@@ -61,6 +63,8 @@ void print(Console& console, const ReceiptReport& report, const QJsonObject& jso
     const QString type = json[u"type"_s].toString();
     console.line(u"%1 %2, %3"_s.arg(type.isEmpty() ? u"receipt"_s : type, report.identifier, report.state),
                  Console::Colour::Bold);
+    if (!report.till.isEmpty())
+        console.line(u"of till "_s + report.till);
     if (!json[u"sale"_s].toString().isEmpty())
         console.line(u"returns of %1, under which its messages go"_s.arg(json[u"sale"_s].toString()));
     if (!json[u"card"_s].toString().isEmpty())
@@ -82,16 +86,23 @@ void print(Console& console, const ReceiptReport& report, const QJsonObject& jso
     console.line(u"next: "_s + report.next, Console::Colour::Bold);
 }
 
+QString whereElse(const Invocation& invocation, Records& records, const QString& identifier)
+{
+    if (isOfShop(invocation))
+        return u"it may lie at its till still; see till receipts list --shop"_s;
+    return records.concerns(identifier) ? u"see till receipts list"_s
+                                        : u"it has moved on to the shop's database: say --shop, too"_s;
+}
+
 int show(const Invocation& invocation)
 {
     Tool tool(invocation);
-    tool.useDataDirectory();
     const QString identifier = invocation.arguments.first();
-    const ReceiptReports reports;
-    const ReceiptReport report = reports.of(identifier);
+    const auto records = recordsOf(invocation, tool);
+    const ReceiptReport report = ReceiptReports(*records).of(identifier);
     if (report.state == u"unknown"_s && report.timeline.isEmpty())
-        throw UsageError(
-            u"till: receipts show: no receipt '%1' here; see till receipts list"_s.arg(identifier));
+        throw UsageError(u"till: receipts show: no receipt '%1' here; "_s.arg(identifier) +
+                         whereElse(invocation, *records, identifier));
     const QJsonObject json = receiptJson(report);
     tool.console.value(QJsonDocument(json));
     if (!tool.console.json())
@@ -103,18 +114,22 @@ int show(const Invocation& invocation)
 
 Command receiptsListCommand()
 {
-    return {.name = u"receipts list"_s,
-            .about = u"Show the receipts to which something happened last, and what is next for each."_s,
-            .details = u"With --json: {\"receipts\"}; each is {\"receipt\", \"type\" (\"sale\", \"return\" "
-                       u"or \"\"), \"state\" "
-                       "(\"open\", \"closed\",\n\"abandoned\", \"damaged\" or \"unknown\"), \"last\", "
-                       "\"card\", \"sum\", "
-                       "\"pointsDiscount\", "
-                       "\"pending\" (messages as in queue list), \"next\"}.\nAmounts are money, or null."_s,
-            .options = {{u"limit"_s, u"N"_s, u"At most so many; 20 otherwise."_s}},
-            .examples = {{u"till receipts list --limit 5"_s, u"the last five"_s}},
-            .statuses = {{0, u"they were read"_s}, {2, u"they cannot be read"_s}},
-            .run = list};
+    return {
+        .name = u"receipts list"_s,
+        .about = u"Show the receipts to which something happened last, and what is next for each."_s,
+        .details =
+            u"With --json: {\"receipts\"}; each is {\"receipt\", \"type\" (\"sale\", \"return\" "
+            u"or \"\"), \"state\" "
+            "(\"open\", \"closed\",\n\"abandoned\", \"damaged\" or \"unknown\"), \"last\", "
+            "\"card\", \"sum\", "
+            "\"pointsDiscount\", "
+            "\"pending\" (messages as in queue list), \"next\"}.\nAmounts are money, or null. Of the shop's each has its \"till\", too."_s,
+        .options =
+            QList<OptionKind>{{u"limit"_s, u"N"_s, u"At most so many; 20 otherwise."_s}} + shopOptions(),
+        .examples = {{u"till receipts list --limit 5"_s, u"the last five"_s},
+                     {u"till receipts list --shop --till 7"_s, u"to which till 7 has done something"_s}},
+        .statuses = {{0, u"they were read"_s}, {2, u"they cannot be read"_s}},
+        .run = list};
 }
 
 Command receiptsShowCommand()
@@ -135,6 +150,7 @@ Command receiptsShowCommand()
                    "\"name\",\n\"price\", \"quantity\", \"discount\", \"pointsDiscount\", \"sum\"}) and "
                    "\"timeline\" ({\"time\", "
                    "\"event\", \"operation\",\n\"message\", \"code\", \"detail\", \"milliseconds\"})."_s,
+        .options = shopOptions(),
         .examples = {{u"till receipts show R-17"_s, u"the receipt of that identifier"_s}},
         .statuses = {{0, u"it was shown"_s}, {2, u"there is no such receipt, or the store cannot be read"_s}},
         .run = show};

@@ -1,14 +1,11 @@
-#include "host/core/document.h"
 #include "host/storage/datadirectory.h"
-#include "host/storage/documents.h"
-#include "host/storage/journal.h"
 #include "host/storage/storageerror.h"
 #include "till/admin/commands.h"
+#include "till/admin/place.h"
 #include "till/admin/tool.h"
 #include "till/audit/booking.h"
 #include "till/audit/standbooks.h"
 #include "till/cli/usageerror.h"
-#include "till/setup/hostobjects.h"
 #include "till/setup/parts.h"
 #include "till/setup/standprocess.h"
 
@@ -29,10 +26,10 @@ struct Difference
 };
 
 /// The service's books, or those of the stand that lie in the data directory.
-StandBooks booksFor(const Tool& tool)
+StandBooks booksFor(const Tool& tool, bool ofShop)
 {
     std::optional<StandProcess> stand;
-    const QString file = storage::dataFile(u"stand.sqlite"_s);
+    const QString file = ofShop ? QString() : storage::dataFile(u"stand.sqlite"_s);
     if (!namesService(tool.config) && QFileInfo::exists(file))
         stand.emplace(StandSetup{.program = partsOf(tool.options).standProgram,
                                  .dataFile = file,
@@ -59,44 +56,18 @@ QDate dayOf(const Invocation& invocation)
     return day;
 }
 
-/// The receipts to which something happened at the till on that day of local time.
-QStringList receiptsAtTill(const QDate& day)
+QStringList differencesOf(const QString& identifier, const Ledger& ledger, Records& records, bool ofShop)
 {
-    constexpr int all = std::numeric_limits<int>::max();
-    const storage::Journal journal;
-    QStringList found;
-    for (const QString& identifier : journal.receipts(all)) {
-        const QList<storage::JournalEntry> entries = journal.of(identifier);
-        const auto onDay = [&day](const storage::JournalEntry& entry) {
-            return entry.time.toLocalTime().date() == day;
-        };
-        if (std::any_of(entries.begin(), entries.end(), onDay))
-            found.prepend(identifier);
-        else if (!entries.isEmpty() && entries.last().time.toLocalTime().date() < day)
-            break; // the latest come first
+    try {
+        if (ofShop && !records.closed(identifier) && records.journalOf(identifier).isEmpty())
+            return {u"receipt %1 is not in the shop's database: it may lie at its till still, so compare it "
+                    "there"_s.arg(identifier)};
+        return ledger.differences(identifier, bookedReceipt(identifier, records));
+    } catch (const BasicException& failure) {
+        if (!storage::isFault(failure, storage::StorageFault::Damaged))
+            throw;
+        return {u"receipt %1 cannot be compared: it, or its sale, is damaged"_s.arg(identifier)};
     }
-    return found;
-}
-
-QList<Difference> compared(const Ledger& ledger, const QStringList& receipts)
-{
-    const MessageQueue queue;
-    const QSet<QString> awaited = awaitedReceipts(queue);
-    const QSharedPointer<AbstractDocument> open = SaveToFileLogic::loadOpenReceipt();
-    QList<Difference> found;
-    for (const QString& identifier : receipts) {
-        try {
-            for (const QString& text :
-                 ledger.differences(identifier, bookedReceipt(identifier, open, awaited)))
-                found.append({identifier, text});
-        } catch (const BasicException& failure) {
-            if (!storage::isFault(failure, storage::StorageFault::Damaged))
-                throw;
-            found.append({identifier,
-                          u"receipt %1 cannot be compared: it, or its sale, is damaged"_s.arg(identifier)});
-        }
-    }
-    return found;
 }
 
 void tell(Console& console, const QDate& day, const QStringList& receipts, const QList<Difference>& found)
@@ -118,21 +89,28 @@ int run(const Invocation& invocation)
 {
     const QDate day = dayOf(invocation);
     Tool tool(invocation);
-    tool.useDataDirectory();
+    const auto records = recordsOf(invocation, tool);
     const auto ratio = ratioOf(tool.config);
     if (!ratio)
         throw UsageError(
             u"till: reconcile: KYRLoyalty:bonusRatio: only ratios of whole numbers can be compared"_s);
-    const StandBooks books = booksFor(tool);
+    const StandBooks books = booksFor(tool, isOfShop(invocation));
     const Ledger ledger(books.ledger, *ratio);
-    QStringList receipts = receiptsAtTill(day) + ledger.receiptsOf(day);
+    QStringList receipts = records->ofDay(day) + ledger.receiptsOf(day);
     receipts.removeDuplicates();
+    const auto elsewhere =
+        receipts.removeIf([&](const QString& identifier) { return !records->concerns(identifier); });
 
     QList<Difference> found;
     for (const QString& violation : books.violations)
         found.append({{}, violation});
-    found += compared(ledger, receipts);
-    dropHostObject<DocumentsDao>();
+    for (const QString& identifier : receipts) {
+        for (const QString& text : differencesOf(identifier, ledger, *records, isOfShop(invocation)))
+            found.append({identifier, text});
+    }
+    if (elsewhere > 0 && !isOfShop(invocation))
+        tool.console.line(
+            u"%1 receipts have moved on to the shop's database: compare them with --shop"_s.arg(elsewhere));
     tell(tool.console, day, receipts, found);
     return found.isEmpty() ? exitWell : exitFailed;
 }
@@ -149,11 +127,16 @@ Command reconcileCommand()
             u"a card, of each\n"
             "receipt to which something happened on that day, here or there. What still waits in the queue "
             "is no\n"
-            "difference. Needs the ledger page that the stand has; a till that works with the stand has it "
+            "difference; with a shop's database, what has moved on is compared with --shop, and what has not "
+            "at "
+            "its till. Needs the ledger page that the stand has; a till that works with the stand has it "
             "started.\n\n"
             "With --json: {\"date\", \"receipts\": [identifiers], \"differences\": [{\"receipt\", \"text\"}]}."_s,
-        .options = {{u"date"_s, u"DAY"_s, u"A day of local time, such as 2026-11-21; today otherwise."_s}},
-        .examples = {{u"till reconcile --date 2026-11-21"_s, u"of the usual data directory"_s}},
+        .options = QList<OptionKind>{{u"date"_s, u"DAY"_s,
+                                      u"A day of local time, such as 2026-11-21; today otherwise."_s}} +
+                   shopOptions(),
+        .examples = {{u"till reconcile --date 2026-11-21"_s, u"of the usual data directory"_s},
+                     {u"till reconcile --shop"_s, u"of all tills of the shop, today"_s}},
         .statuses = {{0, u"all of them agree"_s},
                      {1, u"there are differences"_s},
                      {2, u"wrong usage, or there is nothing to compare with"_s}},

@@ -113,7 +113,8 @@ QString receiptsText()
 {
     try {
         QJsonArray receipts;
-        for (const ReceiptReport& report : ReceiptReports().latest(receiptsShown))
+        TillRecords records;
+        for (const ReceiptReport& report : ReceiptReports(records).latest(receiptsShown))
             receipts.append(receiptJson(report));
         return pretty(QJsonDocument(QJsonObject{{u"receipts"_s, receipts}}));
     } catch (const std::exception& failure) {
@@ -125,7 +126,8 @@ QString receiptsText()
 QString exchangesText()
 {
     try {
-        return QString::fromUtf8(exchangesOf(ReceiptReports().latest(receiptsShown)));
+        TillRecords records;
+        return QString::fromUtf8(exchangesOf(ReceiptReports(records).latest(receiptsShown)));
     } catch (const std::exception& failure) {
         return administratorsText(failure);
     }

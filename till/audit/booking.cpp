@@ -1,9 +1,7 @@
 #include "till/audit/booking.h"
 
-#include "host/storage/documents.h"
 #include "host/utils/money.h"
 #include "till/checkout/receiptsums.h"
-#include "till/setup/hostobjects.h"
 
 namespace till {
 
@@ -25,29 +23,20 @@ int untoldParts(const QList<QSharedPointer<AbstractDocument>>& returns)
 
 } // namespace
 
-QSet<QString> awaitedReceipts(const MessageQueue& queue)
+BookedReceipt bookedReceipt(const QString& identifier, Records& records)
 {
-    QSet<QString> receipts;
-    for (auto next = queue.after(0); next; next = queue.after(next->id))
-        receipts.insert(next->group);
-    return receipts;
-}
-
-BookedReceipt bookedReceipt(const QString& identifier, const QSharedPointer<AbstractDocument>& open,
-                            const QSet<QString>& awaited)
-{
-    auto& documents = hostObject<DocumentsDao>();
-    BookedReceipt receipt{.document = documents.loadDocument(identifier, false)};
+    BookedReceipt receipt{.document = records.closed(identifier)};
     receipt.closed = !receipt.document.isNull();
-    if (!receipt.closed && open && open->getIdentifier() == identifier)
+    if (const auto open = receipt.closed ? nullptr : records.open();
+        open && open->getIdentifier() == identifier)
         receipt.document = open;
     const bool isReturn = receipt.document && receipt.document->getDocumentType() == ReturnReceipt;
     const QString sale = isReturn ? receipt.document->getSaleDocumentId().toString() : QString();
     if (isReturn)
-        receipt.sale = documents.loadDocument(sale, false);
+        receipt.sale = records.closed(sale);
     if (receipt.sale && bonusDiscountOf(*receipt.sale) > 0)
-        receipt.untold = untoldParts(documents.returnsOf(sale));
-    receipt.awaited = awaited.contains(isReturn ? sale : identifier);
+        receipt.untold = untoldParts(records.returnsOf(sale));
+    receipt.awaited = !records.messagesOf(isReturn ? sale : identifier).isEmpty();
     return receipt;
 }
 

@@ -1,6 +1,9 @@
 #include "till/audit/metrics.h"
 
 #include "host/queue/queueactivity.h"
+#include "host/shop/schema.h"
+#include "host/shop/shopjournal.h"
+#include "host/shop/shopqueue.h"
 #include "host/storage/database.h"
 #include "host/storage/datadirectory.h"
 #include "host/utils/currenttime.h"
@@ -43,9 +46,14 @@ QString label(const QString& name, const QString& value) { return u"%1=\"%2\""_s
 
 double secondsOf(const QDateTime& time) { return static_cast<double>(time.toMSecsSinceEpoch()) / thousand; }
 
+QString nameOf(const Measures& measures, const QString& what)
+{
+    return u"kyr_%1_%2"_s.arg(measures.of, what);
+}
+
 Metric attemptsMetric(const Measures& measures)
 {
-    Metric metric{.name = u"kyr_till_attempts_last_day"_s,
+    Metric metric{.name = nameOf(measures, u"attempts_last_day"_s),
                   .unit = {},
                   .help = u"Attempts to deliver a message within the last 24 hours, by what came of them."_s};
     for (const auto& [outcome, name] : outcomes)
@@ -67,13 +75,27 @@ Measures measured()
     Measures measures;
     measures.time = MockFactory<CurrentTime>::create()->currentDateTime();
     const QString store = storage::dataFile(u"till.sqlite"_s);
+    measures.sizes = {{u"store"_s, 0}, {u"log"_s, 0}};
     if (!QFileInfo::exists(store)) // who only looks begins none
         return measures;
     const MessageQueue queue;
     measures.health = queue.health();
     measures.attempts = network::attemptsSince(measures.time.addDays(-1));
-    measures.storeSize = QFileInfo(store).size();
-    measures.logSize = QFileInfo(store + u"-wal"_s).size();
+    measures.sizes = {{u"store"_s, QFileInfo(store).size()}, {u"log"_s, QFileInfo(store + u"-wal"_s).size()}};
+    return measures;
+}
+
+Measures measuredInShop(const QString& address, const QString& till)
+{
+    Measures measures;
+    measures.of = u"shop"_s;
+    measures.time = MockFactory<CurrentTime>::create()->currentDateTime();
+    shop::ShopQueue queue(address);
+    queue.setTill(till);
+    measures.health = queue.health();
+    shop::Connection database(address);
+    measures.attempts = shop::ShopJournal(database, till).attemptsSince(measures.time.addDays(-1));
+    measures.sizes = {{u"database"_s, shop::sizeOf(database)}};
     return measures;
 }
 
@@ -82,33 +104,35 @@ QList<Metric> metricsOf(const Measures& measures)
     const QueueHealth& health = measures.health;
     const qint64 age =
         health.oldestWaiting.isValid() ? health.oldestWaiting.msecsTo(measures.time) : qint64{0};
-    Metric delivered{.name = u"kyr_till_last_delivery_timestamp_seconds"_s,
+    Metric delivered{.name = nameOf(measures, u"last_delivery_timestamp_seconds"_s),
                      .unit = u"seconds"_s,
                      .help = u"When a message was delivered last; nothing before the first."_s};
     if (health.lastDelivered.isValid())
         delivered.samples.append({{}, secondsOf(health.lastDelivered)});
+    QList<Metric::Sample> sizes;
+    for (auto size = measures.sizes.cbegin(); size != measures.sizes.cend(); ++size)
+        sizes.append({label(u"file"_s, size.key()), static_cast<double>(*size)});
     return {
-        {.name = u"kyr_till_queue_messages"_s,
+        {.name = nameOf(measures, u"queue_messages"_s),
          .unit = {},
          .help = u"Messages in the outgoing queue: to be sent, or refused and set aside."_s,
          .samples = {{label(u"state"_s, u"waiting"_s), static_cast<double>(health.waiting)},
                      {label(u"state"_s, u"parked"_s), static_cast<double>(health.parked)}}},
-        {.name = u"kyr_till_queue_oldest_age_seconds"_s,
+        {.name = nameOf(measures, u"queue_oldest_age_seconds"_s),
          .unit = u"seconds"_s,
          .help = u"How long the message has waited that waits longest; 0 when none does."_s,
          .samples = {{{}, static_cast<double>(std::max<qint64>(0, age)) / thousand}}},
         attemptsMetric(measures),
         delivered,
-        {.name = u"kyr_till_credentials_refused"_s,
+        {.name = nameOf(measures, u"credentials_refused"_s),
          .unit = {},
          .help = u"1 while the service refuses user or password, which holds up all messages."_s,
          .samples = {{{}, health.credentialsSuspended.isValid() ? 1.0 : 0.0}}},
-        {.name = u"kyr_till_store_size_bytes"_s,
+        {.name = nameOf(measures, u"store_size_bytes"_s),
          .unit = u"bytes"_s,
-         .help = u"Size of the store, and of the log that it has not taken in yet."_s,
-         .samples = {{label(u"file"_s, u"store"_s), static_cast<double>(measures.storeSize)},
-                     {label(u"file"_s, u"log"_s), static_cast<double>(measures.logSize)}}},
-        {.name = u"kyr_till_measured_timestamp_seconds"_s,
+         .help = u"Size of what is kept, by what it is."_s,
+         .samples = sizes},
+        {.name = nameOf(measures, u"measured_timestamp_seconds"_s),
          .unit = u"seconds"_s,
          .help = u"When all of this was so."_s,
          .samples = {{{}, secondsOf(measures.time)}}},

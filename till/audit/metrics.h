@@ -29,19 +29,26 @@ struct Metric
     QList<Sample> samples = {};
 };
 
-/// How a data directory is doing at a moment. Nothing in it tells of a customer.
+/// How a till's data directory, or a shop's database, is doing at a moment. Nothing in it tells of a
+/// customer.
 struct Measures
 {
-    QDateTime time; ///< of that moment
+    QString of = QStringLiteral("till"); ///< or "shop": of what the metrics' names tell
+    QDateTime time;                      ///< of that moment
     QueueHealth health;
     QMap<network::ExchangeOutcome, int> attempts; ///< of the day before that moment
-    qint64 storeSize = 0;                         ///< bytes
-    qint64 logSize = 0;                           ///< bytes: of the store's log of what it has not taken in
+    /// Bytes, by what they are: a till's "store" and its "log" of what that has not taken in, a shop's
+    /// "database".
+    QMap<QString, qint64> sizes;
 };
 
 /// Takes them in the process's data directory, where nothing may have been kept yet. Throws BasicException
 /// when the store can't be used.
 Measures measured();
+
+/// Takes them in a shop's database at that address, of one till where it is named. Throws
+/// shop::DatabaseError.
+Measures measuredInShop(const QString& address, const QString& till = {});
 
 /// The metrics that say so.
 QList<Metric> metricsOf(const Measures& measures);

@@ -14,7 +14,7 @@ QString localText(const QDateTime& time) { return time.toLocalTime().toString(u"
 
 } // namespace
 
-QList<QueueWarning> queueWarnings(const MessageQueue& queue, const Config& config)
+QList<QueueWarning> queueWarnings(const OutgoingQueue& queue, const Config& config)
 {
     return queueWarnings(queue.health(), MockFactory<CurrentTime>::create()->currentDateTime(),
                          std::chrono::minutes(alarmMinutes(config)));

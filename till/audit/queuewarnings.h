@@ -20,7 +20,7 @@ struct QueueWarning
 
 /// What every front end shows of the queue, the gravest first; empty when all is well. In constant time.
 /// Throws BasicException when the queue can't be read.
-QList<QueueWarning> queueWarnings(const MessageQueue& queue, const Config& config);
+QList<QueueWarning> queueWarnings(const OutgoingQueue& queue, const Config& config);
 
 /// The same of a queue that was so at that moment; a message that waits for longer than one's patience is
 /// worth a warning.

@@ -2,8 +2,6 @@
 
 #include "host/core/document.h"
 #include "host/network/exchangeoutcome.h"
-#include "host/queue/queuedgroup.h"
-#include "host/storage/documents.h"
 #include "host/storage/storageerror.h"
 #include "host/utils/masking.h"
 #include "host/utils/money.h"
@@ -12,7 +10,6 @@
 #include "till/checkout/lateearning.h"
 #include "till/checkout/receiptsums.h"
 #include "till/checkout/unknownspending.h"
-#include "till/setup/hostobjects.h"
 
 #include <QJsonArray>
 
@@ -105,10 +102,11 @@ QJsonObject entryJson(const storage::JournalEntry& entry)
 
 } // namespace
 
-ReceiptReports::ReceiptReports()
+ReceiptReports::ReceiptReports(Records& records)
+    : m_records(records)
 {
     try {
-        m_open = SaveToFileLogic::loadOpenReceipt();
+        m_open = records.open();
     } catch (const BasicException& failure) {
         if (!storage::isFault(failure, storage::StorageFault::Damaged))
             throw;
@@ -116,15 +114,14 @@ ReceiptReports::ReceiptReports()
     }
 }
 
-ReceiptReports::~ReceiptReports() { dropHostObject<DocumentsDao>(); }
-
 ReceiptReport ReceiptReports::of(const QString& identifier) const
 {
     ReceiptReport report;
     report.identifier = identifier;
-    report.timeline = m_journal.of(identifier);
+    report.timeline = m_records.journalOf(identifier);
+    report.till = m_records.tillOf(identifier);
     try {
-        report.document = hostObject<DocumentsDao>().loadDocument(identifier, false);
+        report.document = m_records.closed(identifier);
     } catch (const BasicException& failure) {
         if (!storage::isFault(failure, storage::StorageFault::Damaged))
             throw;
@@ -135,9 +132,8 @@ ReceiptReport ReceiptReports::of(const QString& identifier) const
         report.document = m_open;
     report.state = stateOf(report, closed);
     const bool isReturn = report.document && report.document->getDocumentType() == ReturnReceipt;
-    // A return's go under its sale.
     report.pending =
-        network::queuedOf(isReturn ? report.document->getSaleDocumentId().toString() : identifier);
+        m_records.messagesOf(isReturn ? report.document->getSaleDocumentId().toString() : identifier);
     report.next = nextOf(report);
     return report;
 }
@@ -152,7 +148,7 @@ QList<ReceiptReport> ReceiptReports::latest(int limit) const
         unknown.next = u"restart the till, which sets it aside; see docs/operations.md"_s;
         reports.append(unknown);
     }
-    for (const QString& identifier : m_journal.receipts(limit))
+    for (const QString& identifier : m_records.latest(limit))
         reports.append(of(identifier));
     return reports;
 }
@@ -168,15 +164,19 @@ QJsonObject summaryJson(const ReceiptReport& report)
     QJsonArray pending;
     for (const QueuedMessage& message : report.pending)
         pending.append(messageJson(message));
-    return {{u"receipt"_s, report.identifier},
-            {u"type"_s, type},
-            {u"state"_s, report.state},
-            {u"last"_s, timeText(last)},
-            {u"card"_s, record ? utils::maskWhole(record->getNumber().toString()) : QString()},
-            {u"sum"_s, document ? QJsonValue(utils::roundToHundredths(document->getSum())) : QJsonValue()},
-            {u"pointsDiscount"_s, document ? money(bonusDiscountOf(*document)) : QJsonValue()},
-            {u"pending"_s, pending},
-            {u"next"_s, report.next}};
+    QJsonObject json{
+        {u"receipt"_s, report.identifier},
+        {u"type"_s, type},
+        {u"state"_s, report.state},
+        {u"last"_s, timeText(last)},
+        {u"card"_s, record ? utils::maskWhole(record->getNumber().toString()) : QString()},
+        {u"sum"_s, document ? QJsonValue(utils::roundToHundredths(document->getSum())) : QJsonValue()},
+        {u"pointsDiscount"_s, document ? money(bonusDiscountOf(*document)) : QJsonValue()},
+        {u"pending"_s, pending},
+        {u"next"_s, report.next}};
+    if (!report.till.isEmpty())
+        json.insert(u"till"_s, report.till);
+    return json;
 }
 
 QJsonObject receiptJson(const ReceiptReport& report)

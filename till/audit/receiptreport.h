@@ -1,14 +1,12 @@
 #pragma once
 
-#include "host/core/abstractdocument.h"
-#include "host/queue/messagequeue.h"
-#include "host/storage/journal.h"
+#include "till/audit/records.h"
 
 #include <QJsonObject>
 
 namespace till {
 
-/// All that the data directory knows of a receipt.
+/// All that is known of a receipt at a till, or in a shop.
 struct ReceiptReport
 {
     QString identifier;
@@ -18,16 +16,14 @@ struct ReceiptReport
     QList<storage::JournalEntry> timeline;
     QList<QueuedMessage> pending; ///< its messages that are still in the queue
     QString next;                 ///< what will happen or has to, in English
+    QString till = {};            ///< in a shop: the till that has closed it
 };
 
-/// Reads such reports. Opens the store; throws BasicException when it can't be used.
+/// Reads such reports. Throws BasicException when the records can't be used.
 class ReceiptReports
 {
 public:
-    ReceiptReports();
-    ~ReceiptReports();
-    ReceiptReports(const ReceiptReports&) = delete;
-    ReceiptReports& operator=(const ReceiptReports&) = delete;
+    explicit ReceiptReports(Records& records);
 
     [[nodiscard]] ReceiptReport of(const QString& identifier) const;
     /// Those to which something happened last, at most `limit`; before them a damaged open receipt, whose
@@ -35,7 +31,7 @@ public:
     [[nodiscard]] QList<ReceiptReport> latest(int limit) const;
 
 private:
-    storage::Journal m_journal;
+    Records& m_records;
     QSharedPointer<AbstractDocument> m_open;
     bool m_openIsDamaged = false;
 };

@@ -82,10 +82,9 @@ Summary summaryOf(Till& till)
     const Ledger ledger(page, ratio);
     addPoints(summary, till.turnover().closed, ledger, ratio);
     if (summary.differences) {
-        const QSet<QString> awaited = awaitedReceipts(till.queue());
+        TillRecords records;
         for (const QString& identifier : allReceipts(till, ledger))
-            *summary.differences +=
-                ledger.differences(identifier, bookedReceipt(identifier, till.checkout().receipt(), awaited));
+            *summary.differences += ledger.differences(identifier, bookedReceipt(identifier, records));
     }
     return summary;
 }

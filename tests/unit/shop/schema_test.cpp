@@ -6,19 +6,41 @@
 
 using namespace Qt::StringLiterals;
 using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
 
 namespace test_support {
 
 TEST_F(Shop, IsPreparedOnceHoweverOftenItIsAskedFor)
 {
     prepare(database);
-    EXPECT_EQ(server.sql(u"SELECT number FROM kyr.version"_s), u"1");
+    EXPECT_EQ(server.sql(u"SELECT number FROM kyr.version"_s), QString::number(shop::schemaVersion));
+    requirePrepared(database);
+}
+
+TEST_F(Shop, IsBroughtUpToDateWithAllThatLiesThere)
+{
+    close(richSale(u"R-1"_s));
+    moveOn();
+    // As the first version was.
+    server.sql(u"DROP OWNED BY kyr_admin; DROP ROLE kyr_admin; ALTER TABLE kyr.version DROP oldest; "
+               "UPDATE kyr.version SET number = 1"_s);
+    EXPECT_THAT([this] { requirePrepared(database); },
+                ThrowsMessage<shop::DatabaseError>(HasSubstr("till shop prepare")));
+    prepare(database);
+    requirePrepared(database);
+    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents"_s), u"R-1");
+    EXPECT_EQ(server.sql(u"SELECT number, oldest FROM kyr.version"_s), u"2|1");
+}
+
+TEST_F(Shop, ServesAnEarlierProgramThatCanStillWorkWithIt)
+{
+    server.sql(u"UPDATE kyr.version SET number = 9"_s);
     requirePrepared(database);
 }
 
 TEST_F(Shop, IsNotTouchedByAnEarlierProgram)
 {
-    server.sql(u"UPDATE kyr.version SET number = 2"_s);
+    server.sql(u"UPDATE kyr.version SET number = 9, oldest = 9"_s);
     for (auto* refused : {shop::prepare, shop::requirePrepared}) {
         try {
             refused(database);

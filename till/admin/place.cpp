@@ -1,7 +1,8 @@
-#include "till/admin/queueplace.h"
+#include "till/admin/place.h"
 
 #include "host/queue/messagequeue.h"
 #include "host/shop/shopqueue.h"
+#include "till/audit/shoprecords.h"
 #include "till/cli/usageerror.h"
 #include "till/setup/shopsettings.h"
 
@@ -16,10 +17,11 @@ const QString ofTill = u"till"_s;
 
 } // namespace
 
+OptionKind shopOption() { return {ofShop, {}, u"The whole shop, in its database, instead of this till."_s}; }
+
 QList<OptionKind> shopOptions()
 {
-    return {{ofShop, {}, u"The queue of the whole shop instead of this till's."_s},
-            {ofTill, u"NAME"_s, u"With --shop: only what that till has put in."_s}};
+    return {shopOption(), {ofTill, u"NAME"_s, u"With --shop: only what is of that till."_s}};
 }
 
 bool isOfShop(const Invocation& invocation)
@@ -29,15 +31,25 @@ bool isOfShop(const Invocation& invocation)
     return invocation.has(ofShop);
 }
 
+QString tillNamed(const Invocation& invocation) { return invocation.own.value(ofTill); }
+
 std::unique_ptr<OutgoingQueue> queueOf(const Invocation& invocation, Tool& tool)
 {
     if (isOfShop(invocation)) {
         auto queue = std::make_unique<shop::ShopQueue>(databaseOf(tool.config));
-        queue->setTill(invocation.own.value(ofTill));
+        queue->setTill(tillNamed(invocation));
         return queue;
     }
     tool.useDataDirectory();
     return std::make_unique<MessageQueue>();
+}
+
+std::unique_ptr<Records> recordsOf(const Invocation& invocation, Tool& tool)
+{
+    if (isOfShop(invocation))
+        return std::make_unique<ShopRecords>(databaseOf(tool.config), tillNamed(invocation));
+    tool.useDataDirectory();
+    return std::make_unique<TillRecords>();
 }
 
 } // namespace till

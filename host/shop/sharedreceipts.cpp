@@ -1,0 +1,63 @@
+#include "host/shop/sharedreceipts.h"
+
+#include "host/storage/documentcodec.h"
+
+using namespace Qt::StringLiterals;
+
+namespace shop {
+
+SharedReceipt SharedReceipts::find(const QString& identifier) const
+{
+    const auto found =
+        m_database.run(u"SELECT content, till FROM documents WHERE identifier = $1"_s, {identifier}).rows;
+    if (found.isEmpty())
+        return {identifier, {}};
+    return {identifier, found[0][1].toString(), read(identifier, found[0][0].toByteArray())};
+}
+
+QString SharedReceipts::tillOf(const QString& identifier) const
+{
+    return m_database.run(u"SELECT till FROM documents WHERE identifier = $1"_s, {identifier})
+        .rows.value(0)
+        .value(0)
+        .toString();
+}
+
+QList<QSharedPointer<Document>> SharedReceipts::returnsOf(const QString& sale) const
+{
+    QList<QSharedPointer<Document>> returns;
+    const auto rows = m_database
+                          .run(u"SELECT identifier, content FROM documents WHERE sale = $1 AND sale <> '' "
+                               "ORDER BY stored, identifier"_s,
+                               {sale})
+                          .rows;
+    for (const QVariantList& row : rows)
+        returns.append(read(row[0].toString(), row[1].toByteArray()));
+    return returns;
+}
+
+QList<ClosedSale> SharedReceipts::newestSales(const QString& till, int limit) const
+{
+    QList<ClosedSale> sales;
+    const auto rows = m_database
+                          .run(u"SELECT identifier, content FROM documents WHERE sale = '' AND till = $1 "
+                               "ORDER BY stored DESC LIMIT $2"_s,
+                               {till, limit})
+                          .rows;
+    for (const QVariantList& row : rows) {
+        const QString identifier = row[0].toString();
+        sales.append(
+            {identifier, documentcodec::ifWhole([&] { return read(identifier, row[1].toByteArray()); })});
+    }
+    return sales;
+}
+
+QSharedPointer<Document> SharedReceipts::read(const QString& identifier, const QByteArray& content) const
+{
+    const auto records =
+        m_database.run(u"SELECT content, revision FROM card_records WHERE document = $1"_s, {identifier})
+            .rows;
+    return documentcodec::assembled(content, records, m_database.where());
+}
+
+} // namespace shop
