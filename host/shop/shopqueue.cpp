@@ -7,8 +7,6 @@
 #include "host/utils/currenttime.h"
 #include "host/utils/masking.h"
 
-#include <QUrl>
-
 #include <algorithm>
 #include <array>
 
@@ -240,13 +238,12 @@ void ShopQueue::tell(Connection& database, const QString& event, const QueuedMes
 {
     if (message.group.isEmpty())
         return; // the journal is the receipts'
-    const QString operation = message.message.value(u"url"_s).toUrl().fileName();
     database.run(
         u"INSERT INTO journal (month, till, id, time, receipt, event, operation, message, code, detail, "
         "milliseconds) SELECT month, '', nextval('entries'), $2::bigint, $1::text, $3::text, $4::text, "
         "$5::bigint, $6::integer, $7::text, $8::bigint FROM (SELECT month FROM queued WHERE id = $5 "
         "UNION ALL SELECT month FROM history WHERE id = $5) AS its"_s,
-        {message.group, now(), event, utils::maskNumbers(operation), message.id, attempt.code,
+        {message.group, now(), event, utils::maskNumbers(message.operation()), message.id, attempt.code,
          utils::maskNumbers(attempt.error.isEmpty() ? attempt.account : attempt.error),
          attempt.milliseconds});
 }
