@@ -20,7 +20,8 @@ public:
     ShopQueue(const ShopQueue&) = delete;
     ShopQueue& operator=(const ShopQueue&) = delete;
 
-    /// Only what this till has put in; empty: all.
+    /// Only what this till has put in; empty: all. The last error is then that of its message, of those that
+    /// failed and are still there, which is tried last.
     void setTill(const QString& till) { m_till = till; }
 
     /// Waits until somebody has put something in, the time is over or a stop is asked for.
