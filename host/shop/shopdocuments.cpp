@@ -7,6 +7,7 @@
 #include "host/utils/logging.h"
 
 #include <algorithm>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -37,10 +38,7 @@ QSharedPointer<AbstractDocument> ShopDocuments::loadDocument(const QVariant& ref
     try {
         if (forUpdate && storage::store()->isInTransaction())
             enlist(identifier);
-        const auto found = loadFromShop(identifier);
-        if (!found && own)
-            throw DatabaseError(Fault::Conflict, u"receipt %1 is just moving there"_s.arg(identifier));
-        return found;
+        return loadFromShop(identifier);
     } catch (const DatabaseError& failure) {
         if (failure.fault() == Fault::Conflict)
             throw;
@@ -64,8 +62,12 @@ QSharedPointer<Document> ShopDocuments::loadFromShop(const QString& identifier)
 {
     const auto found =
         m_database.run(u"SELECT content, till FROM documents WHERE identifier = $1"_s, {identifier}).rows;
-    // Of this till, and its store does not know: it will rely on it.
-    if (!found.isEmpty() && found[0][1] == m_till && !LocalMarks().hasMoved(identifier))
+    const bool isOwn = !found.isEmpty() && found[0][1] == m_till;
+    // Nobody knows yet whether it arrives; what is there may be another till's of the same identifier.
+    if (!isOwn && DocumentsDao::contains(identifier))
+        throw DatabaseError(Fault::Conflict, u"receipt %1 is just moving there"_s.arg(identifier));
+    // Its store does not know, and will rely on it.
+    if (isOwn && !LocalMarks().hasMoved(identifier))
         m_database.write();
     return found.isEmpty() ? nullptr : documentOf(identifier, found[0][0].toByteArray());
 }
@@ -93,6 +95,21 @@ void ShopDocuments::saveCardRecord(const QSharedPointer<DocumentCardRecord>& rec
     record->setStoredPlace({identifier, next});
 }
 
+void ShopDocuments::store(const QSharedPointer<Document>& document)
+{
+    const QString identifier = document ? document->getIdentifier() : QString();
+    if (!identifier.isEmpty() && LocalMarks().hasMoved(identifier)) {
+        const auto found =
+            m_database.run(u"SELECT content FROM documents WHERE identifier = $1"_s, {identifier}).rows;
+        if (!found.isEmpty()) {
+            const QByteArray original = found[0][0].toByteArray();
+            requireStored(*document, *documentOf(identifier, original), original);
+            return;
+        }
+    }
+    DocumentsDao::store(document);
+}
+
 void ShopDocuments::writeRecord(const DocumentCardRecord& record, int revision)
 {
     const QString identifier = record.storedPlace().document;
@@ -111,18 +128,22 @@ void ShopDocuments::writeRecord(const DocumentCardRecord& record, int revision)
 
 QList<QSharedPointer<AbstractDocument>> ShopDocuments::returnsOf(const QString& sale)
 {
-    auto returns = DocumentsDao::returnsOf(sale);
+    const auto own = DocumentsDao::returnsOf(sale);
     if (isHere(sale))
-        return returns;
+        return own;
+    QList<QSharedPointer<AbstractDocument>> returns;
     const auto rows = m_database
                           .run(u"SELECT identifier, content FROM documents WHERE sale = $1 AND sale <> '' "
                                "ORDER BY stored, identifier"_s,
                                {sale})
                           .rows;
+    QStringList known;
     for (const QVariantList& row : rows) {
-        returns.removeIf([&](const auto& own) { return own->getIdentifier() == row[0].toString(); });
-        returns.append(documentOf(row[0].toString(), row[1].toByteArray()));
+        known.append(row[0].toString());
+        returns.append(documentOf(known.last(), row[1].toByteArray()));
     }
+    std::copy_if(own.cbegin(), own.cend(), std::back_inserter(returns),
+                 [&](const auto& one) { return !known.contains(one->getIdentifier()); });
     return returns;
 }
 
@@ -141,8 +162,7 @@ QList<ClosedSale> ShopDocuments::newestSales(int limit)
                 std::any_of(sales.cbegin(), sales.cend(),
                             [&identifier](const ClosedSale& sale) { return sale.identifier == identifier; });
             if (!isKnown && sales.size() < limit)
-                sales.append(
-                    {identifier, ifWhole([&] { return documentOf(identifier, row[1].toByteArray()); })});
+                addSale(sales, identifier, [&] { return documentOf(identifier, row[1].toByteArray()); });
         }
     } catch (const DatabaseError& failure) {
         utils::logger(u"shop"_s)->warn(failure.tr().ru());

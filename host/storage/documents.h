@@ -72,9 +72,12 @@ protected:
                                                                const QByteArray& content,
                                                                const QList<QVariantList>& cardRecords,
                                                                const QString& place);
-    /// What that loads, or null in its place when it is damaged.
-    [[nodiscard]] static QSharedPointer<Document>
-    ifWhole(const std::function<QSharedPointer<Document>()>& load);
+    /// Throws unless the document is the stored one of its identifier, either as it was stored (`original`)
+    /// or as it is since then (`stored`). Its card records know their places then.
+    static void requireStored(const Document& document, const Document& stored, const QByteArray& original);
+    /// Adds to the list what that loads, if it is a sale, or that it is damaged.
+    static void addSale(QList<ClosedSale>& sales, const QString& identifier,
+                        const std::function<QSharedPointer<Document>()>& load);
 
 private:
     /// The store, kept open from now on.

@@ -11,7 +11,7 @@ namespace test_support {
 
 TEST_F(Shop, TakesReceiptCardsJournalAndMessagesOverAndNothingIsLeft)
 {
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     const auto sale = DocumentsDao().loadDocument(u"R-1"_s, false);
     DocumentsDao().saveCardRecord(sale->getCardRecord(KyrLoyaltySystem));
@@ -46,7 +46,7 @@ TEST_F(Shop, KeepsTheOrderOfTheMessages)
 /// As a till does that was killed after the database had all of it.
 TEST_F(Shop, HasEverythingOnceThoughItIsMovedTwice)
 {
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     note(u"abandoned"_s, u"abandoned"_s);
     const QByteArray store = bytes(u"till.sqlite"_s);
@@ -92,8 +92,8 @@ TEST_F(Shop, DoesNotTakeAMessageAgainThatWasDelivered)
 
 TEST_F(Shop, LeavesTheReceiptThatIsOpenAndTheSaleThatItReturns)
 {
-    close(richSale(u"R-1"_s));
-    close(richSale(u"R-2"_s));
+    closeReceipt(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-2"_s));
     SaveToFileLogic().save(returnOf(u"R-1"_s, u"V-1"_s), {});
     note(u"V-1"_s, u"opened"_s);
     enqueue(u"R-1"_s);
@@ -109,14 +109,14 @@ TEST_F(Shop, LeavesTheReceiptThatIsOpenAndTheSaleThatItReturns)
 
 TEST_F(Shop, TakesASaleAndItsReturnsIntoTheMonthOfTheSale)
 {
-    close(richSale(u"R-1"_s));
-    close(returnOf(u"R-1"_s, u"V-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
+    closeReceipt(returnOf(u"R-1"_s, u"V-1"_s));
     RawDatabase(path(u"till.sqlite"_s))
         .run(u"UPDATE documents SET stored = CASE sale WHEN '' THEN 1706659200000 ELSE 1709251200000 END"_s);
     moveOn();
     EXPECT_EQ(server.sql(u"SELECT tableoid::regclass, identifier FROM kyr.documents ORDER BY 2"_s),
               u"kyr.documents_2024_01|R-1\nkyr.documents_2024_01|V-1");
-    close(returnOf(u"R-1"_s, u"V-2"_s)); // of a sale that is there already
+    closeReceipt(returnOf(u"R-1"_s, u"V-2"_s)); // of a sale that is there already
     moveOn();
     EXPECT_EQ(server.sql(u"SELECT tableoid::regclass FROM kyr.documents WHERE identifier = 'V-2'"_s),
               u"kyr.documents_2024_01");
@@ -124,12 +124,12 @@ TEST_F(Shop, TakesASaleAndItsReturnsIntoTheMonthOfTheSale)
 
 TEST_F(Shop, LeavesAReceiptOfWhichTheDatabaseHasAnotherAndMovesTheRest)
 {
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     moveOn(u"1"_s);
     workAt(u"second"_s);
-    close(richSale(u"R-0"_s));
-    close(richSale(u"R-1"_s));
-    close(richSale(u"R-2"_s));
+    closeReceipt(richSale(u"R-0"_s));
+    closeReceipt(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-2"_s));
     shop::Moving moving(u"2"_s, database);
     while (moving.step()) {
     }
@@ -144,7 +144,7 @@ TEST_F(Shop, IsMissedAndEverythingStaysAtTheTill)
     Postgres away;
     shop::Connection gone(away.address());
     shop::prepare(gone);
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     away.kill();
     shop::Moving moving(u"1"_s, gone);
@@ -173,7 +173,7 @@ TEST_F(Shop, TakesParkedMessagesWithWhatBecameOfThem)
 
 TEST_F(Shop, TakesTheHistoryOfMessagesThatATillHasDeliveredItself)
 {
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     enqueue(u"R-1"_s);
     EXPECT_TRUE(MessageQueue().delivered(1, {}));
@@ -197,7 +197,7 @@ TEST_F(Shop, LeavesNothingToADatabaseAloneThatHasAStandby)
     const auto standby = primary.makeStandby();
     shop::Connection away(primary.address(), {.statement = std::chrono::milliseconds(500)});
     shop::Moving moving(u"1"_s, away);
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     EXPECT_TRUE(moving.step()); // the message
     standby->freeze();
