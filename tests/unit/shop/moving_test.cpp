@@ -107,6 +107,19 @@ TEST_F(Shop, LeavesTheReceiptThatIsOpenAndTheSaleThatItReturns)
     EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents ORDER BY 1"_s), u"R-1\nR-2");
 }
 
+/// Else nobody would know at this till what has come back of the sale.
+TEST_F(Shop, LeavesTheClosedReturnsOfASaleThatStays)
+{
+    closeReceipt(richSale(u"R-1"_s));
+    closeReceipt(returnOf(u"R-1"_s, u"V-1"_s));
+    SaveToFileLogic().save(returnOf(u"R-1"_s, u"V-2"_s), {});
+    note(u"V-2"_s, u"opened"_s);
+    moveOn();
+    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents"_s), QString());
+    EXPECT_EQ(shop::ShopDocuments(u"1"_s, server.address()).returnsOf(u"R-1"_s).size(), 1);
+    EXPECT_EQ(storage::Journal().of(u"V-1"_s).size(), 1);
+}
+
 TEST_F(Shop, TakesASaleAndItsReturnsIntoTheMonthOfTheSale)
 {
     closeReceipt(richSale(u"R-1"_s));
