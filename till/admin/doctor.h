@@ -50,6 +50,8 @@ QList<Finding> examineContents(const QString& path);
 QList<Finding> examineQueue(const Config& config, const QString& path);
 /// "shop": its database, where it has one.
 QList<Finding> examineShop(const Config& config);
+/// "shop", for receipts that can't move on to it.
+QList<Finding> examineStuck(const Config& config, const QString& path);
 /// "plug-in".
 Finding examinePlugin(const Options& options, const Config& config);
 

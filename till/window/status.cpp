@@ -117,7 +117,7 @@ Status statusOf(CheckoutModel& model)
         if (model.state() == State::SpendingUnknown)
             return {Bad, tr::shown(u"windowSpendingUnknown"_s,
                                    u"Исход списания неизвестен: повторите списание или отмените чек"_s)};
-        const auto warnings = queueWarnings(model.till().queue(), hostObject<Config>());
+        const auto warnings = tillWarnings(model.till().queue(), hostObject<Config>());
         if (!warnings.isEmpty())
             return {Bad, warnings.first().text.shown()};
         status.text =

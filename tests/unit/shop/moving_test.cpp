@@ -5,9 +5,22 @@
 #include <gmock/gmock.h>
 
 using namespace Qt::StringLiterals;
-using ::testing::HasSubstr;
+using ::testing::ElementsAre;
 
 namespace test_support {
+
+namespace {
+
+/// The receipts that can't move on from where the test works.
+QStringList told()
+{
+    QStringList lines;
+    for (const shop::StuckReceipt& stuck : shop::stuckReceipts())
+        lines.append(stuck.receipt + u" of "_s + stuck.till);
+    return lines;
+}
+
+} // namespace
 
 TEST_F(Shop, TakesReceiptCardsJournalAndMessagesOverAndNothingIsLeft)
 {
@@ -150,6 +163,48 @@ TEST_F(Shop, LeavesAReceiptOfWhichTheDatabaseHasAnotherAndMovesTheRest)
     EXPECT_EQ(server.sql(u"SELECT identifier, till FROM kyr.documents ORDER BY 1"_s), u"R-0|2\nR-1|1\nR-2|2");
     EXPECT_TRUE(DocumentsDao().contains(u"R-1"_s));
     EXPECT_EQ(server.sql(u"SELECT count(*) FROM kyr.documents"_s), u"3");
+}
+
+TEST_F(Shop, KnowsWhichReceiptsCannotMoveOnAndBecauseOfWhichTill)
+{
+    EXPECT_TRUE(told().isEmpty());
+    for (const QString& identifier : {u"R-1"_s, u"V-2"_s})
+        closeReceipt(richSale(identifier));
+    moveOn(u"1"_s);
+    workAt(u"second"_s);
+    for (const QString& identifier : {u"R-1"_s, u"R-2"_s, u"R-3"_s})
+        closeReceipt(richSale(identifier));
+    closeReceipt(returnOf(u"R-2"_s, u"V-2"_s));
+    EXPECT_TRUE(told().isEmpty()) << "nobody has tried";
+    moveOn(u"2"_s);
+    EXPECT_THAT(told(), ElementsAre(u"R-1 of 1"_s, u"V-2 of 1"_s));
+    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents WHERE till = '2'"_s), u"R-3");
+    moveOn(u"2"_s);
+    EXPECT_THAT(told(), ElementsAre(u"R-1 of 1"_s, u"V-2 of 1"_s));
+}
+
+TEST_F(Shop, MovesAReceiptOnOnceItsIdentifierIsFree)
+{
+    closeReceipt(richSale(u"R-1"_s));
+    moveOn(u"1"_s);
+    workAt(u"second"_s);
+    closeReceipt(richSale(u"R-1"_s));
+    moveOn(u"2"_s);
+    server.sql(u"DELETE FROM kyr.documents"_s);
+    moveOn(u"2"_s);
+    EXPECT_TRUE(told().isEmpty());
+    EXPECT_EQ(server.sql(u"SELECT till FROM kyr.documents"_s), u"2");
+}
+
+TEST_F(Shop, TellsOfNoReceiptThatWasRemovedSince)
+{
+    closeReceipt(richSale(u"R-1"_s));
+    moveOn(u"1"_s);
+    workAt(u"second"_s);
+    closeReceipt(richSale(u"R-1"_s));
+    moveOn(u"2"_s);
+    RawDatabase(storage::store()->path()).run(u"DELETE FROM documents"_s);
+    EXPECT_TRUE(told().isEmpty());
 }
 
 TEST_F(Shop, IsMissedAndEverythingStaysAtTheTill)
