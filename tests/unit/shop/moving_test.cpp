@@ -2,7 +2,15 @@
 
 #include "host/storage/transaction.h"
 
+#include <QSqlDriver>
+
 #include <gmock/gmock.h>
+#include <sqlite3.h>
+
+#include <functional>
+#include <future>
+#include <stdexcept>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 using ::testing::ElementsAre;
@@ -19,6 +27,44 @@ QStringList told()
         lines.append(stuck.receipt + u" of "_s + stuck.till);
     return lines;
 }
+
+/// While it lives, this thread does that, once, when its store has to wait for another's transaction, instead
+/// of waiting.
+class WhenItWaits
+{
+public:
+    explicit WhenItWaits(std::function<void()> what)
+        : m_what(std::move(what))
+    {
+        sqlite3_busy_handler(
+            m_store, [](void* self, int times) { return static_cast<WhenItWaits*>(self)->act(times); }, this);
+    }
+    ~WhenItWaits() { sqlite3_busy_timeout(m_store, 2000); }
+    WhenItWaits(const WhenItWaits&) = delete;
+    WhenItWaits& operator=(const WhenItWaits&) = delete;
+
+private:
+    int act(int times)
+    {
+        if (times == 0)
+            m_what();
+        return times == 0 ? 1 : 0;
+    }
+    static sqlite3* storeOfThisThread()
+    {
+        const QString path = storage::store()->path();
+        for (const QString& name : QSqlDatabase::connectionNames()) {
+            const QSqlDatabase database = QSqlDatabase::database(name, false);
+            const QVariant handle = database.driver()->handle();
+            if (database.databaseName() == path && handle.isValid())
+                return *static_cast<sqlite3* const*>(handle.constData());
+        }
+        throw std::runtime_error("the store is not open");
+    }
+
+    std::function<void()> m_what;
+    sqlite3* m_store = storeOfThisThread();
+};
 
 } // namespace
 
@@ -54,6 +100,43 @@ TEST_F(Shop, KeepsTheOrderOfTheMessages)
         EXPECT_EQ(after[i].group, before[i].group);
         EXPECT_EQ(after[i].enqueued, before[i].enqueued);
     }
+}
+
+/// A till closes it just after it was looked for messages, and before it was looked for receipts.
+TEST_F(Shop, TakesNoReceiptBeforeItsMessagesThoughItIsClosedMeanwhile)
+{
+    shop::Moving moving(u"1"_s, database);
+    std::promise<void> closing;
+    std::promise<void> waiting;
+    std::thread till;
+    bool hasWaited = false;
+    {
+        const WhenItWaits itIsClosed([&] {
+            hasWaited = true;
+            waiting.set_value();
+            till.join();
+        });
+        till = std::thread([&] {
+            storage::Transaction transaction;
+            closeReceipt(richSale(u"R-1"_s));
+            enqueue(u"R-1"_s);
+            closing.set_value();
+            waiting.get_future().wait();
+            transaction.commit();
+        });
+        closing.get_future().wait();
+        EXPECT_FALSE(moving.step());
+    }
+    ASSERT_TRUE(hasWaited);
+    const auto arrived = [this] {
+        return server.sql(
+            u"SELECT (SELECT count(*) FROM kyr.queued), (SELECT count(*) FROM kyr.documents)"_s);
+    };
+    EXPECT_EQ(arrived(), u"0|0");
+    EXPECT_TRUE(moving.step());
+    EXPECT_EQ(arrived(), u"1|0");
+    EXPECT_TRUE(moving.step());
+    EXPECT_EQ(arrived(), u"1|1");
 }
 
 /// As a till does that was killed after the database had all of it.
