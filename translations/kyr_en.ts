@@ -126,6 +126,7 @@
     <message id="tillServiceUp"><source>Служба лояльности работает</source><translation>The loyalty service is up</translation></message>
     <message id="tillSpent"><source>В чеке уже списаны баллы: второе списание сервис не отличит от первого. Отмените чек</source><translation>Points are spent on this receipt already: the service would not tell a second spending from the first. Cancel the receipt</translation></message>
     <message id="tillSpentOnNothing"><source>Служба не сообщила, на какие позиции списаны баллы.</source><translation>The service did not say on which positions the points were spent.</translation></message>
+    <message id="tillStuck"><source>Чеков с номерами, которые уже заняты другой кассой: %1, первый %2. Сообщите администратору</source><translation>Receipts whose numbers another till has used already: %1, the first is %2. Tell the administrator</translation></message>
     <message id="tillSum"><source>Итого</source><translation>Total</translation></message>
     <message id="tillToPay"><source>К оплате</source><translation>To pay</translation></message>
     <message id="tillToReturn"><source>К возврату</source><translation>To return</translation></message>

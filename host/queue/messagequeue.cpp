@@ -8,8 +8,6 @@
 #include "host/storage/store.h"
 #include "host/utils/currenttime.h"
 
-#include <QUrl>
-
 #include <algorithm>
 #include <functional>
 
@@ -22,12 +20,6 @@ const QString sendable = u"WHERE head = 1 AND parked = 0 AND "_s;
 const QString firstDue = u" ORDER BY due, id LIMIT ?"_s;
 
 qint64 now() { return network::writtenTime(MockFactory<CurrentTime>::create()->currentDateTime()); }
-
-/// The last segment of the service's path: what the message is about.
-QString operationOf(const QueuedMessage& message)
-{
-    return message.message.value(u"url"_s).toUrl().fileName();
-}
 
 } // namespace
 
@@ -105,7 +97,7 @@ struct MessageQueue::Statements
         journal.add({.time = {},
                      .receipt = message.group,
                      .event = event,
-                     .operation = operationOf(message),
+                     .operation = message.operation(),
                      .message = message.id,
                      .code = attempt.code,
                      .detail = attempt.error.isEmpty() ? attempt.account : attempt.error,

@@ -1,5 +1,11 @@
 #include "host/queue/outgoingqueue.h"
 
+#include <QUrl>
+
+using namespace Qt::StringLiterals;
+
+QString QueuedMessage::operation() const { return message.value(u"url"_s).toUrl().fileName(); }
+
 OutgoingQueue::~OutgoingQueue() = default;
 
 std::optional<QueuedMessage> OutgoingQueue::after(qint64 id) const

@@ -31,6 +31,9 @@ struct QueuedMessage
     State state = State::Waiting; ///< whether it is to be sent
     bool damaged = false;         ///< the stored message is not what was put in
     QString till = {};            ///< of a shop's queue: the till that put it in
+
+    /// What it is about: the last segment of the service's path, "payment-b2c"; empty when it is damaged.
+    [[nodiscard]] HOST_EXPORT QString operation() const;
 };
 
 /// What one attempt to send a message came to.

@@ -2,6 +2,7 @@
 
 #include "host/storage/database.h"
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -9,6 +10,17 @@
 
 /// What a till's own store knows of what moves on to the shop's database.
 namespace shop {
+
+/// A closed receipt that can't move on: the shop's database has another one of the same identifier.
+struct StuckReceipt
+{
+    QString receipt;
+    QString till; ///< from which the other one comes
+};
+
+/// Those that lie in this thread's store, as far as it was tried to move them on. Changes nothing there;
+/// throws BasicException when the store can't be used.
+QList<StuckReceipt> stuckReceipts();
 
 /// The marks lie in the store, beside what they mark, in tables that only a till with a shop's database has.
 /// A family is a sale with its returns, named by the sale. Each operation throws BasicException when the
@@ -28,6 +40,8 @@ public:
     void begin(const QString& family) const;
     /// It is not; what was to be moved is still here.
     void giveUp(const QString& family) const;
+    /// The same, because of that receipt of it.
+    void giveUp(const QString& family, const StuckReceipt& stuck) const;
     /// It has arrived: `receipts` are kept in the shop's database alone.
     void finish(const QString& family, const QStringList& receipts) const;
 

@@ -28,9 +28,15 @@ constexpr int familiesAtOnce = 20;
 class Taken : public DatabaseError
 {
 public:
-    explicit Taken(const QString& receipt)
-        : DatabaseError(Fault::Refused, u"it has another receipt %1"_s.arg(receipt))
+    explicit Taken(const StuckReceipt& receipt)
+        : DatabaseError(Fault::Refused,
+                        u"it has another receipt %1, of till %2"_s.arg(receipt.receipt, receipt.till))
+        , m_receipt(receipt)
     {}
+    [[nodiscard]] const StuckReceipt& receipt() const { return m_receipt; }
+
+private:
+    StuckReceipt m_receipt;
 };
 
 /// The same for the same values, whoever asks and when: a version 8 UUID, as its makers leave free.
@@ -130,7 +136,7 @@ bool Moving::moveFamilies()
             return true;
         const QString family = departure.families.first();
         m_stuck.append(family);
-        m_store->atomically([&] { m_marks.giveUp(family); });
+        m_store->atomically([&] { m_marks.giveUp(family, failure.receipt()); });
         utils::logger(u"shop"_s)->error(u"Receipt %1 stays at this till: "_s.arg(family) + failure.tr().ru());
     }
     return true;
@@ -163,7 +169,9 @@ Moving::Departure Moving::departing()
             u"family "
             "ORDER BY min(stored), min(rowid) LIMIT ?"_s);
         // Of receipts that were never closed.
-        add(u"SELECT receipt FROM journal GROUP BY receipt ORDER BY min(id) LIMIT ?"_s);
+        add(u"SELECT receipt FROM journal WHERE NOT EXISTS (SELECT 1 FROM documents WHERE identifier = "
+            u"receipt) "
+            u"GROUP BY receipt ORDER BY min(id) LIMIT ?"_s);
         add(u"SELECT receipt FROM history GROUP BY receipt ORDER BY min(id) LIMIT ?"_s);
         for (const QString& family : families)
             m_marks.begin(family);
@@ -287,16 +295,17 @@ QDate Moving::monthOf(const Luggage& luggage)
 
 void Moving::putDocument(const QDate& month, const QVariantList& document)
 {
-    const auto there = m_database
-                           .run(u"SELECT content = $2 AND till = $3 FROM documents WHERE identifier = $1"_s,
-                                {document[0], document[3], m_till})
-                           .rows;
+    const auto there =
+        m_database
+            .run(u"SELECT content = $2 AND till = $3, till FROM documents WHERE identifier = $1"_s,
+                 {document[0], document[3], m_till})
+            .rows;
     if (there.isEmpty())
         m_database.run(u"INSERT INTO documents (month, till, identifier, stored, sale, content) "
                        "VALUES ($1, $2, $3, $4, $5, $6)"_s,
                        QVariantList{written(month), m_till} + document);
     else if (!there[0][0].toBool())
-        throw Taken(document[0].toString());
+        throw Taken({document[0].toString(), there[0][1].toString()});
 }
 
 void Moving::remove(const Luggage& luggage) const

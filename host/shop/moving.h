@@ -29,7 +29,7 @@ public:
     bool step();
 
     /// Families that can't move, because the database has another receipt of the same identifier: each is
-    /// told in the log once, and tried again by the next object.
+    /// told in the log once, marked (see stuckReceipts()), and tried again by the next object.
     [[nodiscard]] const QStringList& stuck() const { return m_stuck; }
 
     /// Moves all that lies here of the family, its messages too, inside a transaction of both: what is

@@ -12,7 +12,8 @@ SharedReceipt SharedReceipts::find(const QString& identifier) const
         m_database.run(u"SELECT content, till FROM documents WHERE identifier = $1"_s, {identifier}).rows;
     if (found.isEmpty())
         return {identifier, {}};
-    return {identifier, found[0][1].toString(), read(identifier, found[0][0].toByteArray())};
+    const QByteArray original = found[0][0].toByteArray();
+    return {identifier, found[0][1].toString(), read(identifier, original), original};
 }
 
 QString SharedReceipts::tillOf(const QString& identifier) const
@@ -46,8 +47,7 @@ QList<ClosedSale> SharedReceipts::newestSales(const QString& till, int limit) co
                           .rows;
     for (const QVariantList& row : rows) {
         const QString identifier = row[0].toString();
-        sales.append(
-            {identifier, documentcodec::ifWhole([&] { return read(identifier, row[1].toByteArray()); })});
+        addSale(sales, identifier, [&] { return read(identifier, row[1].toByteArray()); });
     }
     return sales;
 }

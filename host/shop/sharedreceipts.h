@@ -14,7 +14,8 @@ struct SharedReceipt
 {
     QString identifier;
     QString till;                                ///< which has closed it
-    QSharedPointer<Document> document = nullptr; ///< as closed, with what was written back of its cards since
+    QSharedPointer<Document> document = nullptr; ///< with what was written back of its cards since
+    QByteArray original = {};                    ///< as it was closed, in its stored form
 };
 
 /// Reads the closed receipts in the shop's database. Everything throws DatabaseError when that can't be used.

@@ -7,6 +7,7 @@
 #include "host/utils/logging.h"
 
 #include <algorithm>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -37,10 +38,7 @@ QSharedPointer<AbstractDocument> ShopDocuments::loadDocument(const QVariant& ref
     try {
         if (forUpdate && storage::store()->isInTransaction())
             enlist(identifier);
-        const auto found = loadFromShop(identifier);
-        if (!found && own)
-            throw DatabaseError(Fault::Conflict, u"receipt %1 is just moving there"_s.arg(identifier));
-        return found;
+        return loadFromShop(identifier);
     } catch (const DatabaseError& failure) {
         if (failure.fault() == Fault::Conflict)
             throw;
@@ -63,8 +61,12 @@ bool ShopDocuments::contains(const QString& identifier)
 QSharedPointer<Document> ShopDocuments::loadFromShop(const QString& identifier)
 {
     const SharedReceipt found = m_receipts.find(identifier);
-    // Of this till, and its store does not know: it will rely on it.
-    if (found.document && found.till == m_till && !LocalMarks().hasMoved(identifier))
+    const bool isOwn = found.document && found.till == m_till;
+    // Nobody knows yet whether it arrives; what is there may be another till's of the same identifier.
+    if (!isOwn && DocumentsDao::contains(identifier))
+        throw DatabaseError(Fault::Conflict, u"receipt %1 is just moving there"_s.arg(identifier));
+    // Its store does not know, and will rely on it.
+    if (isOwn && !LocalMarks().hasMoved(identifier))
         m_database.write();
     return found.document;
 }
@@ -82,6 +84,19 @@ void ShopDocuments::saveCardRecord(const QSharedPointer<DocumentCardRecord>& rec
         enlist(identifier);
     writeRecord(*record, next);
     record->setStoredPlace({identifier, next});
+}
+
+void ShopDocuments::store(const QSharedPointer<Document>& document)
+{
+    const QString identifier = document ? document->getIdentifier() : QString();
+    if (!identifier.isEmpty() && LocalMarks().hasMoved(identifier)) {
+        const SharedReceipt found = m_receipts.find(identifier);
+        if (found.document) {
+            requireStored(*document, *found.document, found.original);
+            return;
+        }
+    }
+    DocumentsDao::store(document);
 }
 
 void ShopDocuments::writeRecord(const DocumentCardRecord& record, int revision)
@@ -102,13 +117,17 @@ void ShopDocuments::writeRecord(const DocumentCardRecord& record, int revision)
 
 QList<QSharedPointer<AbstractDocument>> ShopDocuments::returnsOf(const QString& sale)
 {
-    auto returns = DocumentsDao::returnsOf(sale);
+    const auto own = DocumentsDao::returnsOf(sale);
     if (isHere(sale))
-        return returns;
+        return own;
+    QList<QSharedPointer<AbstractDocument>> returns;
+    QStringList known;
     for (const auto& shared : m_receipts.returnsOf(sale)) {
-        returns.removeIf([&](const auto& own) { return own->getIdentifier() == shared->getIdentifier(); });
+        known.append(shared->getIdentifier());
         returns.append(shared);
     }
+    std::copy_if(own.cbegin(), own.cend(), std::back_inserter(returns),
+                 [&](const auto& one) { return !known.contains(one->getIdentifier()); });
     return returns;
 }
 

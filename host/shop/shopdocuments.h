@@ -30,6 +30,10 @@ public:
     [[nodiscard]] QSharedPointer<AbstractDocument> loadDocument(const QVariant& reference,
                                                                 bool forUpdate) override;
     void saveCardRecord(const QSharedPointer<DocumentCardRecord>& record) override;
+    /// Throws DatabaseError when it was closed here before and has moved on, and the database can't be asked
+    /// whether it is the same.
+    void store(const QSharedPointer<Document>& document) override;
+    /// In the order of the tills' clocks; what has not moved on yet comes last.
     [[nodiscard]] QList<QSharedPointer<AbstractDocument>> returnsOf(const QString& sale) override;
     /// Of this till; without those that have moved on when the database can't be reached.
     [[nodiscard]] QList<ClosedSale> newestSales(int limit) override;

@@ -7,8 +7,6 @@
 #include "host/utils/currenttime.h"
 #include "host/utils/masking.h"
 
-#include <QUrl>
-
 #include <algorithm>
 #include <array>
 
@@ -54,16 +52,24 @@ bool change(Connection& database, const QString& sql, const QVariantList& values
     return database.run(sql, values).changed > 0;
 }
 
-/// The service gave another answer than that it refuses the credentials.
-void noteAnswer(Connection& database)
+// All deliveries share that row: it is written only where it says something else.
+
+/// The service gave another answer than that it refuses the credentials; the error is empty when it took the
+/// message.
+void noteAnswer(Connection& database, const QString& error)
 {
-    change(database, u"UPDATE delivery SET refused = 0, probes = 0, probe = 0 WHERE refused <> 0"_s, {});
+    change(database,
+           u"UPDATE delivery SET error = $1, refused = 0, probes = 0, probe = 0 "
+           "WHERE error <> $1 OR refused <> 0"_s,
+           {error});
 }
 
-void noteAttempt(Connection& database, const QueueAttempt& attempt)
+void noteFailure(Connection& database, const QueueAttempt& attempt)
 {
     if (network::isErrorStatus(attempt.code))
-        noteAnswer(database);
+        noteAnswer(database, attempt.error);
+    else
+        change(database, u"UPDATE delivery SET error = $1 WHERE error <> $1"_s, {attempt.error});
 }
 
 /// Out of the queue, into the history.
@@ -147,13 +153,12 @@ QueueHealth ShopQueue::health() const
         network::storedTime(number(u"SELECT max(finished) FROM history WHERE outcome = 'delivered'"_s));
     if (const auto suspended = suspension())
         health.credentialsSuspended = suspended->since;
-    health.lastError = m_database
-                           .run(u"SELECT error FROM queued WHERE attempts > 0 AND ($1 = '' OR till = $1) "
-                                "ORDER BY due DESC, id DESC LIMIT 1"_s,
-                                {m_till})
-                           .rows.value(0)
-                           .value(0)
-                           .toString();
+    const auto error = m_till.isEmpty()
+                           ? m_database.run(u"SELECT error FROM delivery"_s)
+                           : m_database.run(u"SELECT error FROM queued WHERE attempts > 0 AND till = $1 "
+                                            "ORDER BY due DESC, id DESC LIMIT 1"_s,
+                                            {m_till});
+    health.lastError = error.rows.value(0).value(0).toString();
     return health;
 }
 
@@ -174,7 +179,8 @@ bool ShopQueue::mayProbe(const QDateTime& now) const
     const qint64 present = network::writtenTime(now);
     const qint64 later = network::writtenTime(now + network::longestPause);
     return change(m_database,
-                  u"UPDATE delivery SET probe = $2 WHERE refused <> 0 AND (probe <= $1 OR probe > $2)"_s,
+                  u"UPDATE delivery SET probe = $2 WHERE refused <> 0 AND "
+                  "(probe = 0 OR probe <= $1 OR probe > $2)"_s,
                   {present, later});
 }
 
@@ -207,9 +213,11 @@ std::optional<QueuedMessage> ShopQueue::nextDue(const QDateTime& until, const QD
     Claim& claim = freeClaim();
     const qint64 misdated = (now + network::longestPause).toMSecsSinceEpoch();
     claim.database.begin();
-    claim.message = first(
-        claim.database, columns + u"WHERE "_s + nothingBefore + u"AND (due <= $1 OR due > $2)"_s + takeFirst,
-        {until.toMSecsSinceEpoch(), misdated});
+    // What is due at once is kept as 0, which to a clock before 1970 lies ahead.
+    claim.message =
+        first(claim.database,
+              columns + u"WHERE "_s + nothingBefore + u"AND (due = 0 OR due <= $1 OR due > $2)"_s + takeFirst,
+              {until.toMSecsSinceEpoch(), misdated});
     if (!claim.message || !mayProbe(now))
         release(underWay);
     return claim.message;
@@ -247,13 +255,12 @@ void ShopQueue::tell(Connection& database, const QString& event, const QueuedMes
 {
     if (message.group.isEmpty())
         return; // the journal is the receipts'
-    const QString operation = message.message.value(u"url"_s).toUrl().fileName();
     database.run(
         u"INSERT INTO journal (month, till, id, time, receipt, event, operation, message, code, detail, "
         "milliseconds) SELECT month, '', nextval('entries'), $2::bigint, $1::text, $3::text, $4::text, "
         "$5::bigint, $6::integer, $7::text, $8::bigint FROM (SELECT month FROM queued WHERE id = $5 "
         "UNION ALL SELECT month FROM history WHERE id = $5) AS its"_s,
-        {message.group, now(), event, utils::maskNumbers(operation), message.id, attempt.code,
+        {message.group, now(), event, utils::maskNumbers(message.operation()), message.id, attempt.code,
          utils::maskNumbers(attempt.error.isEmpty() ? attempt.account : attempt.error),
          attempt.milliseconds});
 }
@@ -261,7 +268,7 @@ void ShopQueue::tell(Connection& database, const QString& event, const QueuedMes
 bool ShopQueue::delivered(qint64 id, const QueueAttempt& attempt)
 {
     return settle(id, u"delivered"_s, attempt, [&](Connection& database) {
-        noteAnswer(database);
+        noteAnswer(database, {});
         return finish(database, id, u"delivered"_s, attempt.code, {});
     });
 }
@@ -269,7 +276,7 @@ bool ShopQueue::delivered(qint64 id, const QueueAttempt& attempt)
 bool ShopQueue::failed(qint64 id, const QueueAttempt& attempt, const QDateTime& due)
 {
     return settle(id, u"attempt"_s, attempt, [&](Connection& database) {
-        noteAttempt(database, attempt);
+        noteFailure(database, attempt);
         return change(database,
                       u"UPDATE queued SET attempts = attempts + 1, error = $2, due = $3 WHERE id = $1"_s,
                       {id, attempt.error, network::writtenTime(due)});
@@ -279,7 +286,7 @@ bool ShopQueue::failed(qint64 id, const QueueAttempt& attempt, const QDateTime& 
 bool ShopQueue::park(qint64 id, const QueueAttempt& attempt)
 {
     return settle(id, u"parked"_s, attempt, [&](Connection& database) {
-        noteAttempt(database, attempt);
+        noteFailure(database, attempt);
         return change(database,
                       u"UPDATE queued SET attempts = attempts + 1, error = $2, parked = true WHERE id = $1"_s,
                       {id, attempt.error});
@@ -291,10 +298,9 @@ bool ShopQueue::refused(qint64 id, const QueueAttempt& attempt, const QDateTime&
 {
     return settle(id, u"attempt"_s, attempt, [&](Connection& database) {
         change(database,
-               u"UPDATE delivery SET refused = CASE refused WHEN 0 THEN $1 ELSE refused END, probes = probes "
-               u"+ 1, "
-               "probe = $2"_s,
-               {now(), network::writtenTime(nextProbe)});
+               u"UPDATE delivery SET error = $3, refused = CASE refused WHEN 0 THEN $1 ELSE refused END, "
+               "probes = probes + 1, probe = $2"_s,
+               {now(), network::writtenTime(nextProbe), attempt.error});
         return change(database,
                       u"UPDATE queued SET attempts = attempts + 1, error = $2, due = $3 WHERE id = $1"_s,
                       {id, attempt.error, network::writtenTime(due)});

@@ -20,7 +20,8 @@ public:
     ShopQueue(const ShopQueue&) = delete;
     ShopQueue& operator=(const ShopQueue&) = delete;
 
-    /// Only what this till has put in; empty: all.
+    /// Only what this till has put in; empty: all. The last error is then that of its message, of those that
+    /// failed and are still there, which is tried last.
     void setTill(const QString& till) { m_till = till; }
     /// What waits or is parked of a receipt, in order, whichever till has put it in.
     [[nodiscard]] QList<QueuedMessage> messagesOf(const QString& receipt) const;

@@ -241,15 +241,4 @@ QSharedPointer<Document> assembled(const QByteArray& content, const QList<QVaria
     return document;
 }
 
-QSharedPointer<Document> ifWhole(const std::function<QSharedPointer<Document>()>& load)
-{
-    try {
-        return load();
-    } catch (const BasicException& failure) {
-        if (!storage::isFault(failure, storage::StorageFault::Damaged))
-            throw;
-        return nullptr;
-    }
-}
-
 } // namespace documentcodec

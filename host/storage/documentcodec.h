@@ -6,8 +6,6 @@
 #include <QList>
 #include <QVariantList>
 
-#include <functional>
-
 /// How documents and card records look on disk: their values, doubles bit for bit, behind a seal that tells
 /// whether they are whole. Two documents are equal exactly when their written forms are; the only exception
 /// are plug-in values with a QVariantHash inside, whose order is not defined.
@@ -38,7 +36,5 @@ void setPlaces(const Document& document, int revision);
 /// `content` and `revision`.
 HOST_EXPORT QSharedPointer<Document> assembled(const QByteArray& content,
                                                const QList<QVariantList>& cardRecords, const QString& file);
-/// What that loads, or null in its place when it is damaged.
-HOST_EXPORT QSharedPointer<Document> ifWhole(const std::function<QSharedPointer<Document>()>& load);
 
 } // namespace documentcodec

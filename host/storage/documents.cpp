@@ -44,25 +44,6 @@ int revisionOf(const storage::Database& store, const QString& identifier, int ki
         .toInt();
 }
 
-/// True when this very content is stored already; its records then know their places.
-bool isStored(const storage::Database& store, const Document& document, const QByteArray& bytes)
-{
-    const QString identifier = document.getIdentifier();
-    const auto stored = load(store, identifier);
-    if (!stored)
-        return false;
-    if (documentcodec::written(*stored) == bytes) {
-        for (const auto& record : stored->cardRecords())
-            document.getCardRecord(record->getKind())->setStoredPlace(record->storedPlace());
-    } else if (original(store, identifier) == bytes) {
-        // As it was closed: its records are older than what was written back, and may not overwrite that.
-        documentcodec::setPlaces(document, 0);
-    } else {
-        refuse(tr::Tr(u"hostDocumentStored"_s, u"Чек %1 уже сохранён с другим содержимым"_s).arg(identifier));
-    }
-    return true;
-}
-
 } // namespace
 
 DocumentsDao::DocumentsDao() = default;
@@ -113,8 +94,10 @@ void DocumentsDao::store(const QSharedPointer<Document>& document)
     const QByteArray bytes = documentcodec::written(*document);
     bool isNew = false;
     store.atomically([&] {
-        if (isStored(store, *document, bytes))
+        if (const auto stored = load(store, identifier)) {
+            requireStored(*document, *stored, original(store, identifier));
             return;
+        }
         isNew = true;
         const qint64 now = MockFactory<CurrentTime>::create()->currentDateTime().toMSecsSinceEpoch();
         QSqlQuery insert = store.prepared(
@@ -144,9 +127,7 @@ QList<ClosedSale> DocumentsDao::newestSales(int limit)
              u"SELECT identifier FROM documents WHERE sale = '' ORDER BY stored DESC, rowid DESC LIMIT ?"_s,
              {limit})) {
         const QString identifier = row[0].toString();
-        const auto document = documentcodec::ifWhole([&] { return load(store, identifier); });
-        if (!document || document->getDocumentType() == SaleReceipt)
-            sales.append({identifier, document});
+        addSale(sales, identifier, [&] { return load(store, identifier); });
     }
     return sales;
 }
@@ -154,4 +135,33 @@ QList<ClosedSale> DocumentsDao::newestSales(int limit)
 bool DocumentsDao::contains(const QString& identifier)
 {
     return !opened().rows(u"SELECT 1 FROM documents WHERE identifier = ?"_s, {identifier}).isEmpty();
+}
+
+void DocumentsDao::requireStored(const Document& document, const Document& stored, const QByteArray& original)
+{
+    const QByteArray bytes = documentcodec::written(document);
+    if (documentcodec::written(stored) == bytes) {
+        for (const auto& record : stored.cardRecords())
+            document.getCardRecord(record->getKind())->setStoredPlace(record->storedPlace());
+    } else if (original == bytes) {
+        // As it was closed: its records are older than what was written back, and may not overwrite that.
+        documentcodec::setPlaces(document, 0);
+    } else {
+        refuse(tr::Tr(u"hostDocumentStored"_s, u"Чек %1 уже сохранён с другим содержимым"_s)
+                   .arg(document.getIdentifier()));
+    }
+}
+
+void addSale(QList<ClosedSale>& sales, const QString& identifier,
+             const std::function<QSharedPointer<Document>()>& load)
+{
+    try {
+        const auto document = load();
+        if (document->getDocumentType() == SaleReceipt)
+            sales.append({identifier, document});
+    } catch (const BasicException& failure) {
+        if (!storage::isFault(failure, storage::StorageFault::Damaged))
+            throw;
+        sales.append({identifier, nullptr});
+    }
 }

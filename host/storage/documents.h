@@ -5,6 +5,7 @@
 #include "host/utils/mockfactory.h"
 #include "host/utils/singleton.h"
 
+#include <functional>
 #include <memory>
 
 class Document;
@@ -64,12 +65,21 @@ public:
     /// that it returned says nothing. This store is one place, which throws instead.
     [[nodiscard]] virtual bool seesAll() const { return true; }
 
+protected:
+    /// Throws unless the document is the stored one of its identifier, either as it was stored (`original`)
+    /// or as it is since then (`stored`). Its card records know their places then.
+    static void requireStored(const Document& document, const Document& stored, const QByteArray& original);
+
 private:
     /// The store, kept open from now on.
     const storage::Database& opened();
 
     std::shared_ptr<storage::Database> m_store;
 };
+
+/// Adds to the list what that loads, if it is a sale, or that it is damaged.
+HOST_EXPORT void addSale(QList<ClosedSale>& sales, const QString& identifier,
+                         const std::function<QSharedPointer<Document>()>& load);
 
 /// Keeps the open receipt in the store of the data directory, so that a till that dies finds it again. Every
 /// operation is durable when it returns, or with the storage::Transaction around it, and throws

@@ -2,7 +2,6 @@
 
 #include "host/utils/masking.h"
 #include "host/utils/printable.h"
-#include "till/audit/queuereport.h"
 #include "till/setup/servicemanager.h"
 
 #include <algorithm>
@@ -61,7 +60,7 @@ public:
     {
         const std::lock_guard lock(m_mutex);
         const QString what =
-            u"message %1 of %2, %3: "_s.arg(QString::number(message.id), message.group, operationOf(message));
+            u"message %1 of %2, %3: "_s.arg(QString::number(message.id), message.group, message.operation());
         if (!attempt.error.isEmpty())
             m_console.line(what + utils::maskNumbers(attempt.error));
         else

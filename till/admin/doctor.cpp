@@ -181,6 +181,8 @@ QList<Finding> examine(const Options& given)
         findings += examineQueue(config, path);
     }
     findings += examineShop(config);
+    if (isThere)
+        findings += examineStuck(config, path);
     findings.append(examinePlugin(options, config));
     storage::setDataDirectory({});
     return findings;

@@ -55,6 +55,8 @@ QList<Finding> examineQueue(const Config& config, const QString& path);
 QList<Finding> examineQueue(const Config& config, const OutgoingQueue& queue);
 /// "shop": its database, where it has one.
 QList<Finding> examineShop(const Config& config);
+/// "shop", for receipts that can't move on to it.
+QList<Finding> examineStuck(const Config& config, const QString& path);
 /// "plug-in".
 Finding examinePlugin(const Options& options, const Config& config);
 

@@ -275,4 +275,18 @@ QList<Finding> examineQueue(const Config& config, const OutgoingQueue& queue)
     return findings;
 }
 
+QList<Finding> examineStuck(const Config& config, const QString& path)
+{
+    if (!keepsAnything(path))
+        return {};
+    try {
+        QList<Finding> findings;
+        for (const QueueWarning& warning : stuckWarnings(config))
+            findings.append({u"shop"_s, State::Problem, warning.english, warning.remedy});
+        return findings;
+    } catch (const std::exception& failure) {
+        return {{u"shop"_s, State::Problem, administratorsText(failure), remedyOf(failure)}};
+    }
+}
+
 } // namespace till

@@ -3,18 +3,12 @@
 #include "host/utils/masking.h"
 
 #include <QJsonArray>
-#include <QUrl>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace till {
-
-QString operationOf(const QueuedMessage& message)
-{
-    return message.message.value(u"url"_s).toUrl().path().section(u'/', -1);
-}
 
 QString stateText(const QueuedMessage& message)
 {
@@ -28,7 +22,7 @@ QJsonObject messageJson(const QueuedMessage& message)
     QJsonObject json{
         {u"id"_s, message.id},
         {u"receipt"_s, message.group},
-        {u"operation"_s, utils::maskNumbers(operationOf(message))},
+        {u"operation"_s, utils::maskNumbers(message.operation())},
         {u"text"_s, utils::maskNumbers(message.text)},
         {u"enqueued"_s, timeText(message.enqueued)},
         {u"state"_s, stateText(message)},

@@ -7,10 +7,6 @@
 
 namespace till {
 
-/// What a message of the outgoing queue is about: the last part of its path, "payment-b2c"; empty when it is
-/// damaged.
-QString operationOf(const QueuedMessage& message);
-
 /// The number of a message as it is typed; throws UsageError when it is none.
 qint64 messageId(const QString& text);
 

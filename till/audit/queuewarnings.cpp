@@ -2,7 +2,12 @@
 
 #include "host/utils/currenttime.h"
 #include "till/audit/queuereport.h"
+#include "till/setup/settingkeys.h"
 #include "till/setup/settings.h"
+
+#include <QStringList>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -10,9 +15,42 @@ namespace till {
 
 namespace {
 
+constexpr qsizetype named = 5;
+
 QString localText(const QDateTime& time) { return time.toLocalTime().toString(u"dd.MM.yyyy HH:mm"_s); }
 
 } // namespace
+
+QList<QueueWarning> tillWarnings(const OutgoingQueue& queue, const Config& config)
+{
+    return queueWarnings(queue, config) + stuckWarnings(config);
+}
+
+QList<QueueWarning> stuckWarnings(const Config& config)
+{
+    if (config.getString(keys::shopDatabase, {}).isEmpty())
+        return {};
+    return stuckWarnings(shop::stuckReceipts());
+}
+
+QList<QueueWarning> stuckWarnings(const QList<shop::StuckReceipt>& stuck)
+{
+    if (stuck.isEmpty())
+        return {};
+    QStringList receipts;
+    for (const shop::StuckReceipt& one : stuck.first(std::min(named, stuck.size())))
+        receipts.append(u"%1 of till %2"_s.arg(one.receipt, one.till));
+    if (stuck.size() > named)
+        receipts.append(u"and %1 more"_s.arg(stuck.size() - named));
+    return {
+        {tr::Tr(u"tillStuck"_s, u"Чеков с номерами, которые уже заняты другой кассой: %1, первый %2. "
+                                "Сообщите администратору"_s)
+             .arg(QString::number(stuck.size()), stuck.first().receipt),
+         u"%1 closed here stay here: the shop's database has another receipt of the same identifier: %2"_s
+             .arg(QString::number(stuck.size()), receipts.join(u", "_s)),
+         u"see to it that no two tills of the shop give a receipt the same identifier; what these are, and "
+         "stay, is in docs/shop.md"_s}};
+}
 
 QList<QueueWarning> queueWarnings(const OutgoingQueue& queue, const Config& config)
 {

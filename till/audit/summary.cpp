@@ -68,7 +68,7 @@ Summary summaryOf(Till& till)
     summary.parked = till.queue().parkedCount();
     summary.queued = summary.delivered + summary.waiting + summary.parked;
 
-    for (const QueueWarning& warning : queueWarnings(till.queue(), hostObject<Config>()))
+    for (const QueueWarning& warning : tillWarnings(till.queue(), hostObject<Config>()))
         summary.alarms.append(warning.text.shown());
 
     QVariantMap page;

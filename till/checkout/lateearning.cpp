@@ -1,7 +1,6 @@
 #include "till/checkout/lateearning.h"
 
 #include <QRegularExpression>
-#include <QUrl>
 
 #include <cmath>
 
@@ -14,7 +13,7 @@ QString accountOfEarning(const QueuedMessage& message, const QVariant& answer)
     const QVariant earned = answer.toMap().value(u"data"_s).toMap().value(u"paymentBonus"_s);
     bool isNumber = false;
     const double points = earned.toDouble(&isNumber);
-    const bool isEarning = message.message.value(u"url"_s).toUrl().fileName() == u"payment-b2c"_s;
+    const bool isEarning = message.operation() == u"payment-b2c"_s;
     return isEarning && isNumber && std::isfinite(points)
                ? u"earned %1 points"_s.arg(QString::number(points, 'f', 2))
                : QString();

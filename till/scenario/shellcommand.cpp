@@ -24,7 +24,7 @@ QStringList alarmsAt(Till& till)
 {
     QStringList alarms;
     try {
-        for (const QueueWarning& warning : queueWarnings(till.queue(), hostObject<Config>()))
+        for (const QueueWarning& warning : tillWarnings(till.queue(), hostObject<Config>()))
             alarms.append(warning.text.shown());
     } catch (const BasicException& failure) {
         alarms.append(failure.tr().shown());

@@ -2,7 +2,6 @@
 
 #include "host/utils/basicexception.h"
 #include "host/utils/printable.h"
-#include "till/audit/queuereport.h"
 
 #include <QStringList>
 
@@ -17,7 +16,7 @@ QString lossText(Till& till)
     try {
         QStringList lost;
         for (auto next = till.queue().after(0); next; next = till.queue().after(next->id))
-            lost.append(u"%1 of %2"_s.arg(operationOf(*next), next->group));
+            lost.append(u"%1 of %2"_s.arg(next->operation(), next->group));
         return lost.isEmpty()
                    ? QString()
                    : utils::printable(u"no data directory keeps what was not sent: "_s + lost.join(u", "_s));

@@ -117,7 +117,7 @@ Status statusOf(CheckoutModel& model)
         if (model.state() == State::SpendingUnknown)
             return {Bad, tr::shown(u"windowSpendingUnknown"_s,
                                    u"Исход списания неизвестен: повторите списание или отмените чек"_s)};
-        const auto warnings = queueWarnings(model.till().queue(), hostObject<Config>());
+        const auto warnings = tillWarnings(model.till().queue(), hostObject<Config>());
         if (!warnings.isEmpty())
             return {Bad, warnings.first().text.shown()};
         status.text =
@@ -162,8 +162,8 @@ QStringList queueLines(const MessageQueue& queue)
 {
     QStringList lines;
     for (const QueuedMessage& message : queue.messages(shownMessages)) {
-        const QString operation = message.message.value(u"url"_s).toString().section(u'/', -1);
-        QString line = message.enqueued.toLocalTime().toString(u"HH:mm  "_s) + operationText(operation);
+        QString line =
+            message.enqueued.toLocalTime().toString(u"HH:mm  "_s) + operationText(message.operation());
         if (!message.group.isEmpty())
             line += tr::shown(u"windowOfReceipt"_s, u", чек "_s) + message.group;
         if (message.damaged)

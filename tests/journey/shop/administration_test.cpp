@@ -183,7 +183,7 @@ TEST_F(TillsOfAShop, ADeliveryKeepsTheShopsMetricsInAFile)
 namespace {
 
 /// A shop whose administrator asks the doctor.
-class DoctorOfAShop : public TillsOfAShop
+class DoctorOfTheWholeShop : public TillsOfAShop
 {
 protected:
     /// "state text → remedy" of that check.
@@ -202,7 +202,7 @@ protected:
 
 } // namespace
 
-TEST_F(DoctorOfAShop, FindsItWell)
+TEST_F(DoctorOfTheWholeShop, FindsItWell)
 {
     EXPECT_THAT(finding(u"shop"_s), StartsWith("ok PostgreSQL 1"));
     EXPECT_EQ(finding(u"shop tls"_s), "ok not used, and not needed on this machine → ");
@@ -211,7 +211,7 @@ TEST_F(DoctorOfAShop, FindsItWell)
     EXPECT_THAT(finding(u"service"_s), StartsWith("ok HTTP "));
 }
 
-TEST_F(DoctorOfAShop, WarnsOfCommitsThatOneServerHasAlone)
+TEST_F(DoctorOfTheWholeShop, WarnsOfCommitsThatOneServerHasAlone)
 {
     EXPECT_THAT(finding(u"shop copies"_s), StartsWith("warning a commit is on one server alone"));
     database.sql(u"ALTER SYSTEM SET synchronous_commit = off"_s);
@@ -223,7 +223,7 @@ TEST_F(DoctorOfAShop, WarnsOfCommitsThatOneServerHasAlone)
     EXPECT_EQ(finding(u"shop copies"_s), "ok a commit waits for second → ");
 }
 
-TEST_F(DoctorOfAShop, TellsWhatIsParkedAndWhatToDo)
+TEST_F(DoctorOfTheWholeShop, TellsWhatIsParkedAndWhatToDo)
 {
     ASSERT_EQ(play(u"1"_s, openSale("R-1", {tea(10)}) + pay() + deliver()).status, 0);
     database.sql(u"UPDATE kyr.queued SET parked = true"_s);
@@ -232,7 +232,7 @@ TEST_F(DoctorOfAShop, TellsWhatIsParkedAndWhatToDo)
               "queue list --shop --parked; then till queue retry --shop or till queue drop --shop");
 }
 
-TEST_F(DoctorOfAShop, TellsOfADatabaseThatIsAwayOrNotPrepared)
+TEST_F(DoctorOfTheWholeShop, TellsOfADatabaseThatIsAwayOrNotPrepared)
 {
     database.sql(u"DROP SCHEMA kyr CASCADE"_s);
     EXPECT_THAT(finding(u"shop"_s), HasSubstr("problem База магазина отказала: it has no tables for tills"));
@@ -241,7 +241,7 @@ TEST_F(DoctorOfAShop, TellsOfADatabaseThatIsAwayOrNotPrepared)
     EXPECT_EQ(finding(u"shop queue"_s), "");
 }
 
-TEST_F(DoctorOfAShop, TellsOfSettingsThatNameNoDatabase)
+TEST_F(DoctorOfTheWholeShop, TellsOfSettingsThatNameNoDatabase)
 {
     const Ran ran = run({u"doctor"_s, u"--shop"_s, u"--config"_s, files.write(u"none.toml"_s, "")});
     EXPECT_EQ(ran.status, 1);

@@ -22,6 +22,31 @@ Steps returned(const char* id, const QList<Back>& positions)
     return openReturn(id, "R-1", positions) + pay() + deliver();
 }
 
+std::string sorted(QStringList lines)
+{
+    lines.sort();
+    return lines.join(u'\n').toStdString();
+}
+
+/// A till whose cashier tries again whatever he is told to.
+class InsistentTill : public TillsOfAShop
+{
+protected:
+    void playOn(const QString& till, const Steps& steps)
+    {
+        qsizetype done = 0;
+        for (int tries = 0; done < steps.list().size(); ++tries) {
+            const Ran ran = play(till, steps.list().sliced(done));
+            for (const QJsonObject& line : linesOf(ran))
+                done += line[u"ok"].toBool() ? 1 : 0;
+            if (ran.status != 0) {
+                ASSERT_THAT(errorOf(lastStep(ran)), HasSubstr("Другая касса"));
+                ASSERT_LT(tries, 50);
+            }
+        }
+    }
+};
+
 } // namespace
 
 TEST_F(TillsOfAShop, GoodsComeBackAtAnotherTillAsAtTheOneThatSoldThem)
@@ -66,6 +91,41 @@ TEST_F(TillsOfAShop, AReturnThatAnotherTillHasOutrunIsRefusedAndNothingOfItIsKep
     EXPECT_EQ(database.sql(u"SELECT count(*) FROM kyr.documents"_s), u"2");
     EXPECT_EQ(play(u"2"_s, rollback() + openReturn("V-3", "R-1", {position(2, 1)}) + pay()).status, 0);
     EXPECT_EQ(database.sql(u"SELECT till FROM kyr.documents WHERE identifier = 'V-3'"_s), u"2");
+}
+
+/// Each return meets its sale here, on its way, or there.
+TEST_F(InsistentTill, TakesBackWhatItHasSoldWhileItsDeliveryServiceMovesItOn)
+{
+    QList<Steps> day;
+    for (int i = 0; i < 15; ++i) {
+        const QString sold = u"R-%1"_s.arg(i);
+        day.append(openSale(sold, {tea(100, 2), honey(50)}) + card + pay());
+        for (const auto& [id, back] :
+             {std::pair(u"A"_s, position(1)), std::pair(u"B"_s, position(2)), std::pair(u"C"_s, position(1))})
+            day.append(openReturn(id + sold, sold, {back}) + pay());
+    }
+    ShopWorld quiet; // a shop in which nothing moves meanwhile
+    Steps all;
+    for (const Steps& receipt : day)
+        all += receipt;
+    ASSERT_EQ(quiet.play(u"1"_s, all).status, 0);
+    ASSERT_EQ(quiet.play(u"1"_s, deliver()).status, 0);
+    quiet.startDelivery();
+    quiet.waitUntilDelivered();
+
+    QProcess service;
+    start(service, QStringList{u"deliver"_s} + of(u"1"_s));
+    startDelivery();
+    for (const Steps& receipt : day)
+        playOn(u"1"_s, receipt);
+    EXPECT_NE(database.sql(u"SELECT count(*) FROM kyr.documents"_s), u"0") << "it moved on meanwhile";
+    service.terminate();
+    ASSERT_TRUE(service.waitForFinished(patienceMs));
+    ASSERT_EQ(play(u"1"_s, deliver()).status, 0);
+    waitUntilDelivered();
+    const QString documents = u"SELECT identifier FROM kyr.documents ORDER BY 1"_s;
+    EXPECT_EQ(database.sql(documents).toStdString(), quiet.database.sql(documents).toStdString());
+    EXPECT_EQ(sorted(ledger()), sorted(quiet.ledger()));
 }
 
 TEST_F(TillsOfAShop, WithoutItsDatabaseATillSellsOnAndRefusesAReturnOfWhatHasMovedOn)

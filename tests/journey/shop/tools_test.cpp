@@ -5,6 +5,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace story;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 namespace tilltest {
@@ -28,6 +29,23 @@ protected:
     {
         return database.sql(
             u"SELECT id FROM kyr.queued WHERE receipt = '%1'"_s.arg(QLatin1StringView(receipt)));
+    }
+};
+
+class DoctorOfAShop : public TillsOfAShop
+{
+protected:
+    /// What the doctor says of the shop at that till.
+    [[nodiscard]] std::vector<std::string> findings(const QString& till) const
+    {
+        std::vector<std::string> found;
+        const Ran ran = run(QStringList{u"doctor"_s, u"--json"_s} + of(till));
+        for (const auto& finding : QJsonDocument::fromJson(ran.out)[u"findings"].toArray()) {
+            if (finding[u"check"] == u"shop"_s)
+                found.push_back(
+                    (finding[u"state"].toString() + u": "_s + finding[u"text"].toString()).toStdString());
+        }
+        return found;
     }
 };
 
@@ -76,22 +94,54 @@ TEST_F(QueueOfAShop, IsNotMeantWhereOnlyATillIsNamed)
     EXPECT_THAT(ran.err.toStdString(), HasSubstr("say --shop too"));
 }
 
-TEST_F(TillsOfAShop, TheDoctorLooksAtTheDatabase)
+TEST_F(DoctorOfAShop, LooksAtTheDatabase)
 {
     ASSERT_EQ(play(u"1"_s, openSale("R-1", {tea(10)}) + pay()).status, 0);
-    const auto finding = [this] {
-        const Ran ran = run(QStringList{u"doctor"_s, u"--json"_s} + of(u"1"_s));
-        for (const auto& found : QJsonDocument::fromJson(ran.out)[u"findings"].toArray()) {
-            if (found[u"check"] == u"shop"_s)
-                return found[u"state"].toString() + u": "_s + found[u"text"].toString();
-        }
-        return QString();
-    };
-    EXPECT_THAT(finding().toStdString(), HasSubstr("ok: till 1 of the shop in "));
+    EXPECT_THAT(findings(u"1"_s), ElementsAre(HasSubstr("ok: till 1 of the shop in ")));
     database.sql(u"DROP SCHEMA kyr CASCADE"_s);
-    EXPECT_THAT(finding().toStdString(), HasSubstr("till shop prepare"));
+    EXPECT_THAT(findings(u"1"_s), ElementsAre(HasSubstr("till shop prepare")));
     database.kill();
-    EXPECT_THAT(finding().toStdString(), HasSubstr("problem: База магазина недоступна"));
+    EXPECT_THAT(findings(u"1"_s), ElementsAre(HasSubstr("problem: База магазина недоступна")));
+}
+
+TEST_F(DoctorOfAShop, NamesAReceiptWhoseNumberAnotherTillHasUsed)
+{
+    for (const QString& till : {u"1"_s, u"2"_s})
+        ASSERT_EQ(play(till, openSale("R-1", {tea(10)}) + pay()).status, 0);
+    ASSERT_EQ(play(u"1"_s, deliver()).status, 0);
+    const Ran moved = play(u"2"_s, deliver());
+    const auto alarms = linesOf(moved).last()[u"summary"][u"alarms"].toArray();
+    ASSERT_EQ(alarms.size(), 1) << moved.out.toStdString();
+    EXPECT_THAT(alarms[0].toString().toStdString(), HasSubstr("заняты другой кассой: 1, первый R-1"));
+    EXPECT_THAT(findings(u"1"_s), ElementsAre(HasSubstr("ok: ")));
+    EXPECT_THAT(findings(u"2"_s),
+                ElementsAre(HasSubstr("ok: "),
+                            HasSubstr("problem: 1 closed here stay here: the shop's database has another "
+                                      "receipt of the same identifier: R-1 of till 1")));
+    EXPECT_EQ(play(u"2"_s, openReturn("V-1", "R-1", {position(1)}) + pay()).status, 0)
+        << "at its till it is given back as ever";
+    database.sql(u"DELETE FROM kyr.documents"_s);
+    EXPECT_EQ(play(u"2"_s, deliver()).status, 0);
+    EXPECT_THAT(findings(u"2"_s), ElementsAre(HasSubstr("ok: ")));
+    EXPECT_EQ(database.sql(u"SELECT identifier, till FROM kyr.documents ORDER BY 1"_s), u"R-1|2\nV-1|2");
+}
+
+/// The delivery service says it to whoever looks at it.
+TEST_F(DoctorOfAShop, IsNotTheOnlyOneWhoTellsIt)
+{
+    ASSERT_EQ(play(u"1"_s, openSale("R-1", {tea(10)}) + pay() + deliver()).status, 0);
+    ASSERT_EQ(play(u"2"_s, openSale("R-1", {tea(10)}) + pay()).status, 0);
+    QProcess service;
+    service.setProcessChannelMode(QProcess::MergedChannels);
+    start(service, QStringList{u"deliver"_s} + of(u"2"_s));
+    QByteArray said;
+    while (!said.contains("Receipt") && service.waitForReadyRead(patienceMs))
+        said += service.readAllStandardOutput();
+    EXPECT_THAT(said.toStdString(),
+                HasSubstr("Receipt R-1 stays at this till: База магазина отказала: it has "
+                          "another receipt R-1, of till 1"));
+    service.kill();
+    service.waitForFinished(patienceMs);
 }
 
 } // namespace tilltest

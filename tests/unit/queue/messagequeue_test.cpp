@@ -2,6 +2,7 @@
 #include "host/queue/queuedgroup.h"
 #include "host/queue/queuewakeup.h"
 #include "host/storage/storedform.h"
+#include "host/storage/transaction.h"
 #include "tests/unit/storage/scene.h"
 
 #include <QElapsedTimer>
@@ -19,16 +20,7 @@ namespace {
 class Queue : public test_support::Storage
 {
 protected:
-    QVariantList history(qint64 id)
-    {
-        return raw
-            .run(u"SELECT outcome, answer, attempts, error, message IS NULL, receipt FROM history "
-                 "WHERE id = ?"_s,
-                 {id})
-            .value(0);
-    }
     qint64 add(const QString& group = {}) { return queue.enqueue(u"q"_s, group, {{u"n"_s, 1}}, {}); }
-    static QDateTime now() { return QDateTime::currentDateTimeUtc(); }
     [[nodiscard]] QList<qint64> ids() const
     {
         QList<qint64> result;
@@ -58,33 +50,6 @@ TEST_F(Queue, WakesTheDeliveryOnceThereIsSomethingForIt)
     EXPECT_EQ(wakeup::count(), before + 1);
     add();
     EXPECT_EQ(wakeup::count(), before + 2);
-}
-
-TEST_F(Queue, BringsAMessageBackAsItCame)
-{
-    const QVariantMap message{{u"method"_s, u"POST"_s},
-                              {u"headers"_s, QVariantMap{{u"Authorization"_s, u"Basic x"_s}}},
-                              {u"body"_s, QByteArray("{\"сумма\":\0 1}", 17)},
-                              {u"timeout"_s, 10},
-                              {u"url"_s, u"http://service/v2/x"_s}};
-    const qint64 before = QDateTime::currentMSecsSinceEpoch();
-    const qint64 id = queue.enqueue(u"kyrloyalty"_s, u"R-1"_s, message, u"earning of R-1"_s);
-    const QList<QueuedMessage> found = MessageQueue().messages(10);
-    ASSERT_EQ(found.size(), 1);
-    const QueuedMessage& back = found.first();
-    EXPECT_EQ(back.id, id);
-    EXPECT_EQ(back.queue, u"kyrloyalty"_s);
-    EXPECT_EQ(back.group, u"R-1"_s);
-    EXPECT_EQ(back.text, u"earning of R-1"_s);
-    EXPECT_EQ(back.attempts, 0);
-    EXPECT_EQ(back.lastError, QString());
-    EXPECT_EQ(back.state, QueuedMessage::State::Waiting);
-    EXPECT_EQ(back.enqueued.timeSpec(), Qt::UTC);
-    EXPECT_GE(back.enqueued.toMSecsSinceEpoch(), before);
-    EXPECT_LE(back.enqueued.toMSecsSinceEpoch(), QDateTime::currentMSecsSinceEpoch());
-    EXPECT_EQ(back.message, message);
-    for (auto member = message.cbegin(); member != message.cend(); ++member)
-        EXPECT_EQ(back.message.value(member.key()).typeId(), member->typeId()) << member.key().toStdString();
 }
 
 TEST_F(Queue, RefusesAMessageThatCannotBeStored)
@@ -129,146 +94,6 @@ TEST_F(Queue, ShowsAStoredMessageThatGoesDownForEverAsDamaged)
     EXPECT_TRUE(queue.drop(id));
 }
 
-TEST_F(Queue, IsInTheOrderOfEnqueueingAndNeverGivesAnIdTwice)
-{
-    const qint64 first = add();
-    const qint64 second = add();
-    EXPECT_THAT(ids(), ElementsAre(first, second));
-    queue.delivered(first, {});
-    queue.delivered(second, {});
-    EXPECT_GT(add(), second);
-}
-
-TEST_F(Queue, ListsNoMoreThanAskedFor)
-{
-    const qint64 first = add();
-    add();
-    ASSERT_EQ(queue.messages(1).size(), 1);
-    EXPECT_EQ(queue.messages(1).first().id, first);
-    EXPECT_THAT(queue.messages(0), IsEmpty());
-}
-
-TEST_F(Queue, IsWalkedFromOneMessageToTheNext)
-{
-    EXPECT_EQ(queue.after(0), std::nullopt);
-    EXPECT_EQ(queue.lastId(), 0);
-    const qint64 first = add();
-    const qint64 second = add();
-    EXPECT_EQ(queue.after(0)->id, first);
-    EXPECT_EQ(queue.after(first)->id, second);
-    EXPECT_EQ(queue.after(second), std::nullopt);
-    EXPECT_EQ(queue.lastId(), second);
-}
-
-TEST_F(Queue, MovesADeliveredMessageIntoTheHistoryWithoutItsContent)
-{
-    const qint64 id = add(u"R-1"_s);
-    queue.failed(id, {.error = u"no"_s}, now());
-    EXPECT_TRUE(queue.delivered(id, {}));
-    EXPECT_THAT(ids(), IsEmpty());
-    EXPECT_THAT(history(id), ElementsAre(QVariant(u"delivered"_s), QVariant(0LL), QVariant(1LL),
-                                         QVariant(u"no"_s), QVariant(1LL), QVariant(u"R-1"_s)));
-}
-
-TEST_F(Queue, KeepsAllOfADroppedMessageInTheHistory)
-{
-    const qint64 id = add(u"R-1"_s);
-    queue.park(id, {.error = u"no such card"_s});
-    EXPECT_TRUE(queue.drop(id));
-    EXPECT_THAT(ids(), IsEmpty());
-    const QVariantList row = history(id);
-    ASSERT_EQ(row.size(), 6);
-    EXPECT_EQ(row[0], u"dropped"_s);
-    EXPECT_TRUE(row[1].isNull());
-    EXPECT_EQ(row[3], u"no such card"_s);
-    EXPECT_EQ(row[4], 0) << "the message is there";
-}
-
-TEST_F(Queue, KeepsNoCredentialsOfADroppedMessage)
-{
-    const QVariantMap headers{{u"authorization"_s, u"Basic c2VjcmV0"_s}, {u"Accept"_s, u"text/plain"_s}};
-    const QVariantMap message{{u"headers"_s, headers}, {u"body"_s, QByteArray("{}")}, {u"timeout"_s, 10}};
-    const qint64 id = queue.enqueue(u"q"_s, u"R-1"_s, message, {});
-    EXPECT_TRUE(queue.drop(id));
-    // Back into the queue, to read it there.
-    raw.run(u"INSERT INTO queued (queue, receipt, enqueued, message, text) "
-            "SELECT queue, receipt, enqueued, message, text FROM history"_s);
-    ASSERT_EQ(queue.messages(10).size(), 1);
-    const QVariantMap kept = queue.messages(10).first().message;
-    EXPECT_EQ(kept, (QVariantMap{{u"headers"_s, QVariantMap{{u"Accept"_s, u"text/plain"_s}}},
-                                 {u"body"_s, QByteArray("{}")},
-                                 {u"timeout"_s, 10}}));
-}
-
-TEST_F(Queue, KeepsADamagedMessageThatIsDroppedAsItLies)
-{
-    const qint64 id = add();
-    raw.run(u"UPDATE queued SET message = x'0102'"_s);
-    EXPECT_TRUE(queue.drop(id));
-    const auto rows = raw.run(u"SELECT message FROM history WHERE id = ?"_s, {id});
-    EXPECT_EQ(rows.value(0).value(0).toByteArray(), "\1\2");
-}
-
-TEST_F(Queue, NotesAFailureAndLetsTheMessageWait)
-{
-    const qint64 id = add();
-    EXPECT_TRUE(queue.failed(id, {.error = u"first"_s}, now()));
-    EXPECT_TRUE(queue.failed(id, {.error = u"second"_s}, now()));
-    const QueuedMessage message = queue.messages(1).first();
-    EXPECT_EQ(message.attempts, 2);
-    EXPECT_EQ(message.lastError, u"second"_s);
-    EXPECT_EQ(message.state, QueuedMessage::State::Waiting);
-}
-
-TEST_F(Queue, ParksAMessageAndLetsItWaitAgainInItsOldPlace)
-{
-    const qint64 first = add();
-    const qint64 second = add();
-    EXPECT_TRUE(queue.park(first, {.error = u"no"_s}));
-    EXPECT_EQ(queue.after(0)->state, QueuedMessage::State::Parked);
-    EXPECT_EQ(queue.after(0)->lastError, u"no"_s);
-    EXPECT_EQ(queue.after(0)->attempts, 1);
-    EXPECT_TRUE(queue.retry(first));
-    EXPECT_FALSE(queue.retry(first)) << "it waits already";
-    EXPECT_EQ(queue.after(0)->state, QueuedMessage::State::Waiting);
-    EXPECT_THAT(ids(), ElementsAre(first, second));
-}
-
-TEST_F(Queue, DoesNothingToAMessageThatItDoesNotHold)
-{
-    const qint64 id = add();
-    queue.delivered(id, {});
-    EXPECT_FALSE(queue.delivered(id, {}));
-    EXPECT_FALSE(queue.failed(id, {.error = u"x"_s}, now()));
-    EXPECT_FALSE(queue.park(id, {.error = u"x"_s}));
-    EXPECT_FALSE(queue.retry(id));
-    EXPECT_FALSE(queue.drop(id));
-    EXPECT_EQ(queue.waitingCount(), 0);
-    EXPECT_EQ(history(id).value(0), u"delivered"_s);
-}
-
-TEST_F(Queue, CountsThroughEveryChange)
-{
-    const auto counts = [this] { return std::pair(queue.waitingCount(), queue.parkedCount()); };
-    EXPECT_EQ(counts(), std::pair(0, 0));
-    const qint64 first = add();
-    const qint64 second = add();
-    const qint64 third = add();
-    EXPECT_EQ(counts(), std::pair(3, 0));
-    queue.park(first, {});
-    queue.park(first, {});
-    queue.park(second, {});
-    EXPECT_EQ(counts(), std::pair(1, 2));
-    queue.retry(first);
-    EXPECT_EQ(counts(), std::pair(2, 1));
-    queue.failed(third, {}, now());
-    queue.drop(second);
-    EXPECT_EQ(counts(), std::pair(2, 0));
-    queue.delivered(third, {});
-    EXPECT_EQ(counts(), std::pair(1, 0));
-    EXPECT_EQ(MessageQueue().waitingCount(), 1) << "also for whoever opens it later";
-}
-
 TEST_F(Queue, CountsManyMessagesAsQuicklyAsOne)
 {
     const auto fastest = [this] {
@@ -289,6 +114,30 @@ TEST_F(Queue, CountsManyMessagesAsQuicklyAsOne)
             "SELECT 'q', '', 0, zeroblob(200), '' FROM n"_s.arg(many));
     EXPECT_EQ(queue.waitingCount(), many + 1);
     EXPECT_LT(fastest(), 20 * one) << "counting row by row would take hundreds of times as long";
+}
+
+TEST_F(Queue, FindsWhatIsDueAsQuicklyAmongManyAsAlone)
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const auto fastest = [&] {
+        auto best = std::chrono::nanoseconds::max();
+        for (int i = 0; i < 50; ++i) {
+            const auto start = std::chrono::steady_clock::now();
+            static_cast<void>(queue.nextDue(now, now));
+            static_cast<void>(queue.health());
+            best = std::min<std::chrono::nanoseconds>(best, std::chrono::steady_clock::now() - start);
+        }
+        return best;
+    };
+    add();
+    const auto one = fastest();
+    // Behind a refused one, parked, pausing, and waiting for one that pauses.
+    raw.run(u"INSERT INTO queued (queue, receipt, enqueued, message, text, parked, due) "
+            "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 60000) "
+            "SELECT 'q', CASE i % 3 WHEN 0 THEN 'R' ELSE '' END, 1, zeroblob(200), '', i % 3 = 1, "
+            "%1 FROM n"_s.arg(now.addSecs(240).toMSecsSinceEpoch()));
+    EXPECT_EQ(queue.health().parked, 20000);
+    EXPECT_LT(fastest(), 20 * one) << "going through them would take hundreds of times as long";
 }
 
 TEST_F(Queue, GoesOnWhileSomebodyReadsAndTheReaderKeepsItsView)
@@ -326,15 +175,6 @@ TEST_F(Queue, IsEmptyToWhoeverHasNotAskedYet)
     EXPECT_EQ(QueueHealth().waiting, 0);
     EXPECT_EQ(QueueHealth().parked, 0);
     EXPECT_EQ(CredentialsSuspension().probes, 0);
-}
-
-TEST_F(Queue, TellsADamagedMessageFromAWholeOne)
-{
-    add();
-    raw.run(u"UPDATE queued SET message = substr(message, 1, length(message) - 1)"_s);
-    const QueuedMessage message = queue.messages(1).first();
-    EXPECT_TRUE(message.damaged);
-    EXPECT_TRUE(message.message.isEmpty());
 }
 
 TEST_F(Queue, OfALaterVersionIsRefused)

@@ -49,12 +49,12 @@ protected:
 
 TEST_F(ForgettingShop, FindsTheFamiliesOfACardByReceiptReturnRecordAndMessage)
 {
-    close(saleWith(u"R-1"_s, u"77"_s));
-    close(saleWith(u"R-2"_s, u"88"_s));
-    close(returnOf(u"R-2"_s, u"V-2"_s));
-    close(saleWith(u"R-3"_s, u"99"_s));
-    close(withCard(returnOf(u"R-3"_s, u"V-3"_s), u"77"_s));
-    close(saleWith(u"R-4"_s, u"77"_s));
+    closeReceipt(saleWith(u"R-1"_s, u"77"_s));
+    closeReceipt(saleWith(u"R-2"_s, u"88"_s));
+    closeReceipt(returnOf(u"R-2"_s, u"V-2"_s));
+    closeReceipt(saleWith(u"R-3"_s, u"99"_s));
+    closeReceipt(withCard(returnOf(u"R-3"_s, u"V-3"_s), u"77"_s));
+    closeReceipt(saleWith(u"R-4"_s, u"77"_s));
     DocumentsDao().saveCardRecord(
         DocumentsDao().loadDocument(u"R-4"_s, false)->getCardRecord(KyrLoyaltySystem));
     enqueue(u"R-5"_s, R"({"card":"77"})");
@@ -78,8 +78,8 @@ TEST_F(ForgettingShop, LooksThroughMoreReceiptsThanAreReadAtATime)
 
 TEST_F(ForgettingShop, TellsWhatIsDamagedForNobodyKnowsWhoseItIs)
 {
-    close(saleWith(u"R-1"_s, u"77"_s));
-    close(saleWith(u"R-2"_s, u"77"_s));
+    closeReceipt(saleWith(u"R-1"_s, u"77"_s));
+    closeReceipt(saleWith(u"R-2"_s, u"77"_s));
     moveOn();
     server.sql(u"UPDATE kyr.documents SET content = 'x' WHERE identifier = 'R-2'"_s);
     const storage::CardTraces traces = shop::tracesOf(database, u"77"_s);
@@ -89,14 +89,14 @@ TEST_F(ForgettingShop, TellsWhatIsDamagedForNobodyKnowsWhoseItIs)
 
 TEST_F(ForgettingShop, RemovesAFamilyWithAllThatIsKeptOfItAndNothingElse)
 {
-    close(saleWith(u"R-1"_s, u"77"_s));
-    close(saleWith(u"R-2"_s, u"77"_s));
+    closeReceipt(saleWith(u"R-1"_s, u"77"_s));
+    closeReceipt(saleWith(u"R-2"_s, u"77"_s));
     enqueue(u"R-1"_s);
     EXPECT_TRUE(MessageQueue().delivered(MessageQueue().lastId(), {}));
     const auto record = DocumentsDao().loadDocument(u"R-1"_s, false)->getCardRecord(KyrLoyaltySystem);
     DocumentsDao().saveCardRecord(record);
     moveOn();
-    close(returnOf(u"R-1"_s, u"V-1"_s));
+    closeReceipt(returnOf(u"R-1"_s, u"V-1"_s));
     moveOn();
     EXPECT_EQ(removed(u"R-1"_s), QStringList({u"R-1"_s, u"V-1"_s}));
     EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents"_s), u"R-2");
@@ -107,9 +107,9 @@ TEST_F(ForgettingShop, RemovesAFamilyWithAllThatIsKeptOfItAndNothingElse)
 
 TEST_F(ForgettingShop, KeepsAFamilyWhileItIsStillNeededAndSaysWhy)
 {
-    close(saleWith(u"R-1"_s, u"77"_s));
+    closeReceipt(saleWith(u"R-1"_s, u"77"_s));
     enqueue(u"R-1"_s);
-    close(saleWith(u"R-2"_s, u"77"_s));
+    closeReceipt(saleWith(u"R-2"_s, u"77"_s));
     note(u"R-3"_s, u"unknown"_s);
     note(u"R-4"_s, u"unknown"_s);
     note(u"R-4"_s, u"abandoned"_s);
@@ -125,7 +125,7 @@ TEST_F(ForgettingShop, KeepsAFamilyWhileItIsStillNeededAndSaysWhy)
 
 TEST_F(ForgettingShop, WaitsForWhoIsJustReturningTheSale)
 {
-    close(saleWith(u"R-1"_s, u"77"_s));
+    closeReceipt(saleWith(u"R-1"_s, u"77"_s));
     moveOn();
     shop::Connection other(server.address());
     other.begin();
@@ -144,7 +144,7 @@ TEST_F(ForgettingShop, WaitsForWhoIsJustReturningTheSale)
 TEST_F(ForgettingShop, IsAnAdministratorsRightAlone)
 {
     server.sql(u"CREATE ROLE boss LOGIN IN ROLE kyr_admin; CREATE ROLE deliver1 LOGIN IN ROLE kyr_deliver"_s);
-    close(saleWith(u"R-1"_s, u"77"_s));
+    closeReceipt(saleWith(u"R-1"_s, u"77"_s));
     moveOn();
     for (const char* user : {"deliver1", "boss"}) {
         shop::Connection own(server.address(QString::fromLatin1(user)));

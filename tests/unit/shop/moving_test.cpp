@@ -2,16 +2,75 @@
 
 #include "host/storage/transaction.h"
 
+#include <QSqlDriver>
+
 #include <gmock/gmock.h>
+#include <sqlite3.h>
+
+#include <functional>
+#include <future>
+#include <stdexcept>
+#include <thread>
 
 using namespace Qt::StringLiterals;
-using ::testing::HasSubstr;
+using ::testing::ElementsAre;
 
 namespace test_support {
 
+namespace {
+
+/// The receipts that can't move on from where the test works.
+QStringList told()
+{
+    QStringList lines;
+    for (const shop::StuckReceipt& stuck : shop::stuckReceipts())
+        lines.append(stuck.receipt + u" of "_s + stuck.till);
+    return lines;
+}
+
+/// While it lives, this thread does that, once, when its store has to wait for another's transaction, instead
+/// of waiting.
+class WhenItWaits
+{
+public:
+    explicit WhenItWaits(std::function<void()> what)
+        : m_what(std::move(what))
+    {
+        sqlite3_busy_handler(
+            m_store, [](void* self, int times) { return static_cast<WhenItWaits*>(self)->act(times); }, this);
+    }
+    ~WhenItWaits() { sqlite3_busy_timeout(m_store, 2000); }
+    WhenItWaits(const WhenItWaits&) = delete;
+    WhenItWaits& operator=(const WhenItWaits&) = delete;
+
+private:
+    int act(int times)
+    {
+        if (times == 0)
+            m_what();
+        return times == 0 ? 1 : 0;
+    }
+    static sqlite3* storeOfThisThread()
+    {
+        const QString path = storage::store()->path();
+        for (const QString& name : QSqlDatabase::connectionNames()) {
+            const QSqlDatabase database = QSqlDatabase::database(name, false);
+            const QVariant handle = database.driver()->handle();
+            if (database.databaseName() == path && handle.isValid())
+                return *static_cast<sqlite3* const*>(handle.constData());
+        }
+        throw std::runtime_error("the store is not open");
+    }
+
+    std::function<void()> m_what;
+    sqlite3* m_store = storeOfThisThread();
+};
+
+} // namespace
+
 TEST_F(Shop, TakesReceiptCardsJournalAndMessagesOverAndNothingIsLeft)
 {
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     const auto sale = DocumentsDao().loadDocument(u"R-1"_s, false);
     DocumentsDao().saveCardRecord(sale->getCardRecord(KyrLoyaltySystem));
@@ -43,10 +102,47 @@ TEST_F(Shop, KeepsTheOrderOfTheMessages)
     }
 }
 
+/// A till closes it just after it was looked for messages, and before it was looked for receipts.
+TEST_F(Shop, TakesNoReceiptBeforeItsMessagesThoughItIsClosedMeanwhile)
+{
+    shop::Moving moving(u"1"_s, database);
+    std::promise<void> closing;
+    std::promise<void> waiting;
+    std::thread till;
+    bool hasWaited = false;
+    {
+        const WhenItWaits itIsClosed([&] {
+            hasWaited = true;
+            waiting.set_value();
+            till.join();
+        });
+        till = std::thread([&] {
+            storage::Transaction transaction;
+            closeReceipt(richSale(u"R-1"_s));
+            enqueue(u"R-1"_s);
+            closing.set_value();
+            waiting.get_future().wait();
+            transaction.commit();
+        });
+        closing.get_future().wait();
+        EXPECT_FALSE(moving.step());
+    }
+    ASSERT_TRUE(hasWaited);
+    const auto arrived = [this] {
+        return server.sql(
+            u"SELECT (SELECT count(*) FROM kyr.queued), (SELECT count(*) FROM kyr.documents)"_s);
+    };
+    EXPECT_EQ(arrived(), u"0|0");
+    EXPECT_TRUE(moving.step());
+    EXPECT_EQ(arrived(), u"1|0");
+    EXPECT_TRUE(moving.step());
+    EXPECT_EQ(arrived(), u"1|1");
+}
+
 /// As a till does that was killed after the database had all of it.
 TEST_F(Shop, HasEverythingOnceThoughItIsMovedTwice)
 {
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     note(u"abandoned"_s, u"abandoned"_s);
     const QByteArray store = bytes(u"till.sqlite"_s);
@@ -92,8 +188,8 @@ TEST_F(Shop, DoesNotTakeAMessageAgainThatWasDelivered)
 
 TEST_F(Shop, LeavesTheReceiptThatIsOpenAndTheSaleThatItReturns)
 {
-    close(richSale(u"R-1"_s));
-    close(richSale(u"R-2"_s));
+    closeReceipt(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-2"_s));
     SaveToFileLogic().save(returnOf(u"R-1"_s, u"V-1"_s), {});
     note(u"V-1"_s, u"opened"_s);
     enqueue(u"R-1"_s);
@@ -107,16 +203,29 @@ TEST_F(Shop, LeavesTheReceiptThatIsOpenAndTheSaleThatItReturns)
     EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents ORDER BY 1"_s), u"R-1\nR-2");
 }
 
+/// Else nobody would know at this till what has come back of the sale.
+TEST_F(Shop, LeavesTheClosedReturnsOfASaleThatStays)
+{
+    closeReceipt(richSale(u"R-1"_s));
+    closeReceipt(returnOf(u"R-1"_s, u"V-1"_s));
+    SaveToFileLogic().save(returnOf(u"R-1"_s, u"V-2"_s), {});
+    note(u"V-2"_s, u"opened"_s);
+    moveOn();
+    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents"_s), QString());
+    EXPECT_EQ(shop::ShopDocuments(u"1"_s, server.address()).returnsOf(u"R-1"_s).size(), 1);
+    EXPECT_EQ(storage::Journal().of(u"V-1"_s).size(), 1);
+}
+
 TEST_F(Shop, TakesASaleAndItsReturnsIntoTheMonthOfTheSale)
 {
-    close(richSale(u"R-1"_s));
-    close(returnOf(u"R-1"_s, u"V-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
+    closeReceipt(returnOf(u"R-1"_s, u"V-1"_s));
     RawDatabase(path(u"till.sqlite"_s))
         .run(u"UPDATE documents SET stored = CASE sale WHEN '' THEN 1706659200000 ELSE 1709251200000 END"_s);
     moveOn();
     EXPECT_EQ(server.sql(u"SELECT tableoid::regclass, identifier FROM kyr.documents ORDER BY 2"_s),
               u"kyr.documents_2024_01|R-1\nkyr.documents_2024_01|V-1");
-    close(returnOf(u"R-1"_s, u"V-2"_s)); // of a sale that is there already
+    closeReceipt(returnOf(u"R-1"_s, u"V-2"_s)); // of a sale that is there already
     moveOn();
     EXPECT_EQ(server.sql(u"SELECT tableoid::regclass FROM kyr.documents WHERE identifier = 'V-2'"_s),
               u"kyr.documents_2024_01");
@@ -124,12 +233,12 @@ TEST_F(Shop, TakesASaleAndItsReturnsIntoTheMonthOfTheSale)
 
 TEST_F(Shop, LeavesAReceiptOfWhichTheDatabaseHasAnotherAndMovesTheRest)
 {
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     moveOn(u"1"_s);
     workAt(u"second"_s);
-    close(richSale(u"R-0"_s));
-    close(richSale(u"R-1"_s));
-    close(richSale(u"R-2"_s));
+    closeReceipt(richSale(u"R-0"_s));
+    closeReceipt(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-2"_s));
     shop::Moving moving(u"2"_s, database);
     while (moving.step()) {
     }
@@ -139,12 +248,54 @@ TEST_F(Shop, LeavesAReceiptOfWhichTheDatabaseHasAnotherAndMovesTheRest)
     EXPECT_EQ(server.sql(u"SELECT count(*) FROM kyr.documents"_s), u"3");
 }
 
+TEST_F(Shop, KnowsWhichReceiptsCannotMoveOnAndBecauseOfWhichTill)
+{
+    EXPECT_TRUE(told().isEmpty());
+    for (const QString& identifier : {u"R-1"_s, u"V-2"_s})
+        closeReceipt(richSale(identifier));
+    moveOn(u"1"_s);
+    workAt(u"second"_s);
+    for (const QString& identifier : {u"R-1"_s, u"R-2"_s, u"R-3"_s})
+        closeReceipt(richSale(identifier));
+    closeReceipt(returnOf(u"R-2"_s, u"V-2"_s));
+    EXPECT_TRUE(told().isEmpty()) << "nobody has tried";
+    moveOn(u"2"_s);
+    EXPECT_THAT(told(), ElementsAre(u"R-1 of 1"_s, u"V-2 of 1"_s));
+    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents WHERE till = '2'"_s), u"R-3");
+    moveOn(u"2"_s);
+    EXPECT_THAT(told(), ElementsAre(u"R-1 of 1"_s, u"V-2 of 1"_s));
+}
+
+TEST_F(Shop, MovesAReceiptOnOnceItsIdentifierIsFree)
+{
+    closeReceipt(richSale(u"R-1"_s));
+    moveOn(u"1"_s);
+    workAt(u"second"_s);
+    closeReceipt(richSale(u"R-1"_s));
+    moveOn(u"2"_s);
+    server.sql(u"DELETE FROM kyr.documents"_s);
+    moveOn(u"2"_s);
+    EXPECT_TRUE(told().isEmpty());
+    EXPECT_EQ(server.sql(u"SELECT till FROM kyr.documents"_s), u"2");
+}
+
+TEST_F(Shop, TellsOfNoReceiptThatWasRemovedSince)
+{
+    closeReceipt(richSale(u"R-1"_s));
+    moveOn(u"1"_s);
+    workAt(u"second"_s);
+    closeReceipt(richSale(u"R-1"_s));
+    moveOn(u"2"_s);
+    RawDatabase(storage::store()->path()).run(u"DELETE FROM documents"_s);
+    EXPECT_TRUE(told().isEmpty());
+}
+
 TEST_F(Shop, IsMissedAndEverythingStaysAtTheTill)
 {
     Postgres away;
     shop::Connection gone(away.address());
     shop::prepare(gone);
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     away.kill();
     shop::Moving moving(u"1"_s, gone);
@@ -173,7 +324,7 @@ TEST_F(Shop, TakesParkedMessagesWithWhatBecameOfThem)
 
 TEST_F(Shop, TakesTheHistoryOfMessagesThatATillHasDeliveredItself)
 {
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     enqueue(u"R-1"_s);
     EXPECT_TRUE(MessageQueue().delivered(1, {}));
@@ -197,7 +348,7 @@ TEST_F(Shop, LeavesNothingToADatabaseAloneThatHasAStandby)
     const auto standby = primary.makeStandby();
     shop::Connection away(primary.address(), {.statement = std::chrono::milliseconds(500)});
     shop::Moving moving(u"1"_s, away);
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     EXPECT_TRUE(moving.step()); // the message
     standby->freeze();

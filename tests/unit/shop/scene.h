@@ -29,24 +29,6 @@ protected:
         while (moving.step()) {
         }
     }
-    static void note(const QString& receipt, const QString& event)
-    {
-        storage::JournalEntry entry;
-        entry.receipt = receipt;
-        entry.event = event;
-        storage::Journal().add(entry);
-    }
-    static void close(const QSharedPointer<Document>& receipt)
-    {
-        DocumentsDao().store(receipt);
-        note(receipt->getIdentifier(), QStringLiteral("closed"));
-    }
-    static QSharedPointer<Document> returnOf(const QString& sale, const QString& identifier)
-    {
-        auto receipt = QSharedPointer<Document>::create(ReturnReceipt, identifier);
-        receipt->setSaleDocumentId(sale);
-        return receipt;
-    }
     static void enqueue(const QString& receipt, const QByteArray& body = "{}")
     {
         MessageQueue().enqueue(

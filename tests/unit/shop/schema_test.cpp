@@ -19,7 +19,7 @@ TEST_F(Shop, IsPreparedOnceHoweverOftenItIsAskedFor)
 
 TEST_F(Shop, IsBroughtUpToDateWithAllThatLiesThere)
 {
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     moveOn();
     // As the first version was.
     server.sql(u"DROP OWNED BY kyr_admin; DROP ROLE kyr_admin; ALTER TABLE kyr.version DROP oldest; "
@@ -67,7 +67,7 @@ TEST(ShopSchema, IsToBePreparedFirst)
 TEST_F(Shop, LetsATillDoItsWorkAndReadNoMessage)
 {
     server.sql(u"CREATE ROLE till7 LOGIN IN ROLE kyr_till"_s);
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     enqueue(u"R-1"_s);
     {
         shop::Connection own(server.address(u"till7"_s));
@@ -101,7 +101,7 @@ protected:
     /// A sale that was closed then, with a message that was delivered then.
     void sell(const char* receipt, int daysAgo)
     {
-        close(richSale(QString::fromLatin1(receipt)));
+        closeReceipt(richSale(QString::fromLatin1(receipt)));
         enqueue(QString::fromLatin1(receipt));
         EXPECT_TRUE(MessageQueue().delivered(MessageQueue().lastId(), {}));
         const qint64 then = QDateTime::currentDateTimeUtc().addDays(-daysAgo).toMSecsSinceEpoch();
@@ -134,7 +134,7 @@ TEST_F(OldShop, KeepsReceiptsAndJournalForTheirTimes)
 TEST_F(OldShop, KeepsAMonthInWhichSomethingIsYoungerOrOfWhichAMessageWaits)
 {
     sell("R-1", 500);
-    close(returnOf(u"R-1"_s, u"V-1"_s)); // today
+    closeReceipt(returnOf(u"R-1"_s, u"V-1"_s)); // today
     moveOn();
     EXPECT_EQ(removeOld(database, 400, 0), QStringList());
     sell("R-2", 900);
@@ -161,7 +161,7 @@ TEST_F(OldShop, TakesAMessageOfASaleWhoseJournalIsGone)
 /// Or tills that begin a month together would wait for each other.
 TEST_F(Shop, MakesTheTablesOfAMonthWhileOthersReadAndWriteThoseOfAllMonths)
 {
-    close(richSale(u"R-1"_s));
+    closeReceipt(richSale(u"R-1"_s));
     moveOn();
     shop::Connection other(server.address());
     other.begin();

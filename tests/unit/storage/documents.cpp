@@ -1,5 +1,8 @@
 #include "tests/unit/storage/documents.h"
 
+#include "host/storage/documents.h"
+#include "host/storage/journal.h"
+
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -49,4 +52,25 @@ QSharedPointer<Document> richSale(const QString& identifier)
     document->setPluginData(u"Other"_s, u"date"_s, QDate(2024, 2, 29));
     document->setPluginData(u"Other"_s, u"map"_s, QVariantMap());
     return document;
+}
+
+QSharedPointer<Document> returnOf(const QString& sale, const QString& identifier)
+{
+    auto receipt = QSharedPointer<Document>::create(ReturnReceipt, identifier);
+    receipt->setSaleDocumentId(sale);
+    return receipt;
+}
+
+void note(const QString& receipt, const QString& event)
+{
+    storage::JournalEntry entry;
+    entry.receipt = receipt;
+    entry.event = event;
+    storage::Journal().add(entry);
+}
+
+void closeReceipt(const QSharedPointer<Document>& receipt)
+{
+    DocumentsDao().store(receipt);
+    note(receipt->getIdentifier(), u"closed"_s);
 }

@@ -43,24 +43,6 @@ protected:
         }
     }
 
-    static void note(const QString& receipt, const QString& event)
-    {
-        storage::JournalEntry entry;
-        entry.receipt = receipt;
-        entry.event = event;
-        storage::Journal().add(entry);
-    }
-    static void close(const QSharedPointer<Document>& receipt)
-    {
-        DocumentsDao().store(receipt);
-        note(receipt->getIdentifier(), u"closed"_s);
-    }
-    static QSharedPointer<Document> returnOf(const QString& sale, const QString& identifier)
-    {
-        auto giveBack = QSharedPointer<Document>::create(ReturnReceipt, identifier);
-        giveBack->setSaleDocumentId(sale);
-        return giveBack;
-    }
     static qint64 enqueue(const QString& receipt)
     {
         return MessageQueue().enqueue(u"q"_s, receipt, {{u"body"_s, QByteArray("{}")}}, {});
@@ -68,7 +50,7 @@ protected:
     /// With a row in every table.
     static void closeWithTraces(const QString& identifier)
     {
-        close(richSale(identifier));
+        closeReceipt(richSale(identifier));
         DocumentsDao().saveCardRecord(DocumentsDao().loadDocument(identifier, false)->getCardRecord(12));
         MessageQueue().delivered(enqueue(identifier), {});
     }
@@ -98,7 +80,7 @@ protected:
         const auto together = storage::store();
         together->begin();
         for (int i = 0; i < receipts; ++i)
-            close(richSale(u"R-%1"_s.arg(i)));
+            closeReceipt(richSale(u"R-%1"_s.arg(i)));
         together->commit();
     }
 
@@ -149,7 +131,7 @@ TEST_F(Retention, KeepsASaleWithItsReturnsAsLongAsTheYoungest)
 {
     closeWithTraces(u"R-1"_s);
     work(30);
-    close(returnOf(u"R-1"_s, u"V-1"_s));
+    closeReceipt(returnOf(u"R-1"_s, u"V-1"_s));
     work(40);
     EXPECT_EQ(placesOf(u"R-1"_s), u"card_records documents"_s);
     work(1);
@@ -159,7 +141,7 @@ TEST_F(Retention, KeepsASaleWithItsReturnsAsLongAsTheYoungest)
 
 TEST_F(Retention, RemovesAReturnWhoseSaleIsNotHere)
 {
-    close(returnOf(u"R-1"_s, u"V-1"_s));
+    closeReceipt(returnOf(u"R-1"_s, u"V-1"_s));
     work(41);
     EXPECT_EQ(placesOf(u"V-1"_s), u""_s);
 }
@@ -167,7 +149,7 @@ TEST_F(Retention, RemovesAReturnWhoseSaleIsNotHere)
 TEST_F(Retention, KeepsTheOpenReceiptsJournalAndTheSaleThatItReturns)
 {
     closeWithTraces(u"R-1"_s);
-    close(returnOf(u"R-1"_s, u"V-1"_s));
+    closeReceipt(returnOf(u"R-1"_s, u"V-1"_s));
     note(u"V-2"_s, u"opened"_s);
     SaveToFileLogic().save(returnOf(u"R-1"_s, u"V-2"_s), {});
     work(100);
@@ -182,7 +164,7 @@ TEST_F(Retention, KeepsTheOpenReceiptsJournalAndTheSaleThatItReturns)
 TEST_F(Retention, KeepsWhatAMessageStillWaitsForOrIsParked)
 {
     closeWithTraces(u"R-1"_s);
-    close(returnOf(u"R-1"_s, u"V-1"_s));
+    closeReceipt(returnOf(u"R-1"_s, u"V-1"_s));
     closeWithTraces(u"R-2"_s);
     const qint64 waiting = enqueue(u"R-1"_s);
     const qint64 parked = enqueue(u"R-2"_s);

@@ -73,4 +73,21 @@ TEST_F(QueueWarnings, BeginWithTheGravest)
     EXPECT_THAT(warnings(), ElementsAre(credentials, isParked, waitsTooLong));
 }
 
+TEST(StuckWarnings, NameSomeReceiptsWithTheTillsThatHaveUsedTheirIdentifiers)
+{
+    EXPECT_THAT(till::stuckWarnings(QList<shop::StuckReceipt>()), IsEmpty());
+    QList<shop::StuckReceipt> stuck;
+    for (int number = 1; number <= 7; ++number)
+        stuck.append({u"R-%1"_s.arg(number), u"7"_s});
+    const auto warnings = till::stuckWarnings(stuck);
+    ASSERT_EQ(warnings.size(), 1);
+    EXPECT_EQ(
+        warnings[0].text.ru(),
+        u"Чеков с номерами, которые уже заняты другой кассой: 7, первый R-1. Сообщите администратору"_s);
+    EXPECT_EQ(warnings[0].english,
+              u"7 closed here stay here: the shop's database has another receipt of the same identifier: "
+              "R-1 of till 7, R-2 of till 7, R-3 of till 7, R-4 of till 7, R-5 of till 7, and 2 more"_s);
+    EXPECT_THAT(warnings[0].remedy.toStdString(), testing::HasSubstr("no two tills"));
+}
+
 } // namespace
