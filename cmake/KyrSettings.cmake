@@ -58,6 +58,13 @@ else()
   target_link_options(kyr_settings INTERFACE -Wl,--no-undefined)
 endif()
 
+if(KYR_COVERAGE)
+  target_compile_options(kyr_shipped INTERFACE -fprofile-instr-generate -fprofile-update=atomic -fcoverage-mapping)
+  target_link_options(kyr_settings INTERFACE -fprofile-instr-generate)
+  # Two functions that only their source sees are told apart by its name, which two sources may have: by its path, then.
+  string(REPLACE "<FLAGS>" "<FLAGS> -Xclang -main-file-name -Xclang <SOURCE>" CMAKE_CXX_COMPILE_OBJECT
+    "${CMAKE_CXX_COMPILE_OBJECT}")
+endif()
 if(KYR_FUZZ) # which bytes lead somewhere new; others' headers are not ours to judge
   file(WRITE "${PROJECT_BINARY_DIR}/others.txt" "[undefined]\nsrc:/usr/include/*\n")
   target_compile_options(kyr_shipped INTERFACE

@@ -128,9 +128,9 @@ struct MessageQueue::Statements
     // What is damaged is kept as it lies.
     bool drop(qint64 id)
     {
-        const auto dropped = first(one, {id});
-        const bool whole = dropped && !dropped->damaged;
-        const QVariant kept = whole ? network::writtenWithoutAuthorization(dropped->message) : QVariant();
+        const auto dropped = first(one, {id}).value(); // change() has found it
+        const QVariant kept =
+            dropped.damaged ? QVariant() : network::writtenWithoutAuthorization(dropped.message);
         const QVariant noAnswer(QMetaType::fromType<int>());
         database->change(record, {now(), u"dropped"_s, noAnswer, true, kept, id});
         return database->change(remove, {id}) > 0;

@@ -24,7 +24,7 @@ bool isHopeless(ExchangeOutcome outcome)
     case ExchangeOutcome::Forbidden:
     case ExchangeOutcome::Denied:
         return true;
-    case ExchangeOutcome::Accepted:
+    case ExchangeOutcome::Accepted: // GCOVR_EXCL_BR_LINE: nobody asks it of what was accepted
     case ExchangeOutcome::NeverSent:
     case ExchangeOutcome::NoAnswer:
     case ExchangeOutcome::NotTheService:

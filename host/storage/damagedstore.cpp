@@ -54,8 +54,7 @@ DamagedStore::DamagedStore(const QString& file)
     walk();
     noteOtherPages();
     collectPages(true);
-    if (!m_treesAreWhole)
-        collectPages(false);
+    collectPages(false);
     loseUnreadPages();
     for (std::vector<Place>& places : m_places) {
         std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) {
@@ -81,31 +80,23 @@ void DamagedStore::collectPages(bool ofTrees)
 void DamagedStore::walk()
 {
     walk(1, {.table = schemaTable, .after = {}, .last = {}});
-    QSet<QString> found{schemaTable};
     const QList<quint32> schema = m_owners.keys();
     for (const quint32 number : schema) {
         const auto leaf = treePage(m_pages, number);
-        if (!leaf || leaf->kind != PageKind::TableLeaf)
+        if (leaf->kind != PageKind::TableLeaf)
             continue;
         for (const int at : leaf->cells) {
             const StoredRow row = storedRow(m_pages, *leaf, at);
             const StoredTable* form = row.isWhole ? tableOfRow(row.values) : nullptr;
-            if (!form || form->name != schemaTable) {
-                m_treesAreWhole = false;
+            if (!form || form->name != schemaTable)
                 continue;
-            }
             const auto root = static_cast<quint32>(row.values[3].toLongLong());
             const bool isTable = row.values[0] == u"table"_s;
             if (root == 0)
                 continue;
-            const QString table = row.values[2].toString();
-            if (isTable)
-                found.insert(table);
-            walk(root, {.table = table, .isTable = isTable, .after = {}, .last = {}});
+            walk(root, {.table = row.values[2].toString(), .isTable = isTable, .after = {}, .last = {}});
         }
     }
-    for (const StoredTable& table : storedTables())
-        m_treesAreWhole = m_treesAreWhole && (!table.isKept || found.contains(table.name));
 }
 
 void DamagedStore::walk(quint32 number, const Owner& owner, int depth)
@@ -118,7 +109,6 @@ void DamagedStore::walk(quint32 number, const Owner& owner, int depth)
         page && owner.isTable == (page->kind == PageKind::TableLeaf || page->kind == PageKind::TableInterior);
     if (!fits) {
         m_missing.insert(number, owner);
-        m_treesAreWhole = m_treesAreWhole && !owner.isTable;
         return;
     }
     m_owners.insert(number, owner);
@@ -127,10 +117,8 @@ void DamagedStore::walk(quint32 number, const Owner& owner, int depth)
     Owner next = owner;
     for (const int at : page->cells) {
         const auto child = childAt(*page, at);
-        if (!child) {
-            m_treesAreWhole = m_treesAreWhole && !owner.isTable;
+        if (!child)
             continue;
-        }
         next.last = child->last;
         walk(child->page, next, depth + 1);
         next.after = child->last;
@@ -214,7 +202,9 @@ void DamagedStore::mendOrder(std::vector<StoredRow>& rows, const Owner& owner)
         const bool neighboursAreRight = !before || !behind || *before < *behind;
         const bool fits = own && (!before || *own > *before) && (!behind || *own < *behind) &&
                           (i + 1 != rows.size() || !owner.last || *own <= *owner.last);
-        if (fits || !neighboursAreRight)
+        const bool isAnothersToo =
+            before && own == *before + 1; // and right here: it is the next one's that is wrong
+        if (fits || isAnothersToo || !neighboursAreRight)
             continue;
         if (before)
             own = *before + 1;
@@ -235,10 +225,8 @@ void DamagedStore::collect(quint32 number, const TreePage& leaf)
     for (const int at : leaf.cells)
         rows.push_back(storedRow(m_pages, leaf, at));
     const bool isItsPlace = owner != m_owners.cend() && isPlaceOf(rows, *owner);
-    if (owner != m_owners.cend() && !isItsPlace && isKept(owner->table)) {
+    if (owner != m_owners.cend() && !isItsPlace && isKept(owner->table))
         m_misplaced.insert(number);
-        m_treesAreWhole = false;
-    }
     mendOrder(rows, isItsPlace ? *owner : Owner());
     if (!isItsPlace)
         noteHomeless(rows);
@@ -247,7 +235,7 @@ void DamagedStore::collect(quint32 number, const TreePage& leaf)
         for (const quint32 overflow : row.overflow)
             m_accounted.insert(overflow);
         const StoredTable* table = row.isWhole ? tableOfRow(row.values) : nullptr;
-        if (!table || !row.rowid) {
+        if (!table) {
             loseCell(row, number);
             continue;
         }
@@ -281,11 +269,9 @@ void DamagedStore::loseUnreadPages()
             m_missing.insert(number, owner);
     }
     QList<quint32> numbers = m_missing.keys();
-    if (!m_treesAreWhole) {
-        for (quint32 number = 1; number <= m_pages.count(); ++number) {
-            if (!m_accounted.contains(number) && !m_missing.contains(number))
-                numbers.append(number);
-        }
+    for (quint32 number = 1; number <= m_pages.count(); ++number) {
+        if (!m_accounted.contains(number) && !m_missing.contains(number))
+            numbers.append(number);
     }
     std::sort(numbers.begin(), numbers.end());
     for (const quint32 number : numbers) {
@@ -312,7 +298,7 @@ QVariantList DamagedStore::valuesAt(const Place& place)
         m_read = treePage(m_pages, place.page);
         m_readNumber = place.page;
     }
-    return m_read ? storedRow(m_pages, *m_read, place.at).values : QVariantList();
+    return storedRow(m_pages, m_read.value(), place.at).values;
 }
 
 void DamagedStore::forEachRow(const QString& table,
@@ -339,8 +325,8 @@ void DamagedStore::forEachRow(const QString& table,
                 lost->why = fault;
             }
         }
-        if (isFirstTime && taken.isEmpty() && lost)
-            m_lost.append(*lost);
+        if (isFirstTime && taken.isEmpty())
+            m_lost.append(lost.value());
     }
 }
 

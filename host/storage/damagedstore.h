@@ -22,7 +22,7 @@ struct LostRow
 };
 
 /// The rows of a store's file that may be damaged anywhere, found page by page: by way of its trees, and
-/// where these are damaged wherever a page looks like one with rows. Each is known by its form, and by its
+/// then wherever else a page looks like one with rows. Each is known by its form, and by its
 /// seal where it has one. Writes nothing.
 class DamagedStore
 {
@@ -79,7 +79,6 @@ private:
 
     StorePages m_pages;
     QHash<quint32, Owner> m_owners;
-    bool m_treesAreWhole = true;     ///< of the tables; then no other page has rows
     QHash<quint32, Owner> m_missing; ///< pages that a tree names but that are none of it
     QSet<quint32> m_misplaced;       ///< pages of a tree with rows that are not of it
     QList<Owner> m_homeless; ///< leaves that are not in their place, each with its first rowid and its last

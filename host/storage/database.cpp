@@ -187,7 +187,8 @@ void Database::rollback() const noexcept
         query.exec(u"ROLLBACK"_s); // SQLite may have done it itself; the first failure is the one to tell
     } else if (outlives) {
         spoil(std::make_exception_ptr(storageError(StorageFault::Failed, m_path)));
-    } else if (query.exec(u"ROLLBACK TO inner"_s) && query.exec(u"RELEASE inner"_s)) {
+    } else if (query.exec(u"ROLLBACK TO inner"_s)) {
+        query.exec(u"RELEASE inner"_s);
         m_spoilt = nullptr; // else SQLite has undone all of it
     } else {
         spoil(std::make_exception_ptr(storageError(StorageFault::Failed, m_path)));

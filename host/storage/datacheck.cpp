@@ -85,8 +85,6 @@ bool isDamagedStore()
 QList<DataFinding> setStoreAside()
 {
     const QString path = storePath();
-    if (!QFileInfo::exists(path) || !isDamagedStore())
-        return {};
     const FolderLock lock(path); // another program may just have done it
     if (!QFileInfo::exists(path) || !isDamagedStore())
         return {};

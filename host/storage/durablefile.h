@@ -21,7 +21,7 @@ HOST_EXPORT void requirePlainFile(const QString& path);
 
 /// Opens a plain file for reading, without ever waiting, and returns its descriptor; -1 when there is none
 /// or the system refuses, with the reason in errno. Throws like requirePlainFile().
-int openPlainFile(const QString& path);
+HOST_EXPORT int openPlainFile(const QString& path);
 
 /// Puts the content in the place of the file's, so that after a crash at any moment either the old or the new
 /// one is there, whole.
@@ -34,7 +34,7 @@ HOST_EXPORT std::optional<QByteArray> readFile(const QString& path);
 HOST_EXPORT QString newPrivateFile(const QString& path);
 
 /// Makes its content durable, whoever wrote it. Not for a file that this process has open as a database.
-void syncFile(const QString& path);
+HOST_EXPORT void syncFile(const QString& path);
 
 /// Gives the file another name, durably. Where a file of that name is there already, both stay as they are
 /// and false is returned.
@@ -49,7 +49,7 @@ HOST_EXPORT void removeUnfinished(const QString& path);
 
 /// Holds the folder that the file lies in while the object lives, among all threads and programs that ask for
 /// it in this way; waits for the one that has it, but not for ever.
-class FolderLock
+class HOST_EXPORT FolderLock
 {
 public:
     explicit FolderLock(const QString& path);

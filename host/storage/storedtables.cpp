@@ -25,6 +25,8 @@ bool fits(char letter, const QVariant& value)
         return value.typeId() == QMetaType::LongLong;
     case 'b':
         return value.typeId() == QMetaType::QByteArray;
+    case 'T':
+        return !value.isValid() || fits('t', value);
     case 'I':
         return !value.isValid() || fits('i', value);
     case 'B':
@@ -56,11 +58,7 @@ QString faultOfContent(Read isRight)
     try {
         return isRight() ? QString() : otherContent;
     } catch (const BasicException& failure) {
-        if (isFault(failure, StorageFault::Newer))
-            return laterContent;
-        if (isFault(failure, StorageFault::Damaged))
-            return damagedContent;
-        throw;
+        return isFault(failure, StorageFault::Newer) ? laterContent : damagedContent;
     }
 }
 
@@ -157,7 +155,7 @@ const QList<StoredTable>& storedTables()
          "iiitiii",
          false},
         {u"clock"_s, {u"seen"_s, u"doubted"_s}, "ii", false},
-        {u"sqlite_master"_s, {u"type"_s, u"name"_s, u"tbl_name"_s, u"rootpage"_s, u"sql"_s}, "tttit", false},
+        {u"sqlite_master"_s, {u"type"_s, u"name"_s, u"tbl_name"_s, u"rootpage"_s, u"sql"_s}, "tttiT", false},
         {u"sqlite_sequence"_s, {u"name"_s, u"seq"_s}, "ti", false},
     };
     return tables;

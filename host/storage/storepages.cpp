@@ -18,7 +18,6 @@ namespace {
 
 constexpr int usualSize = 4096; // SQLite's own default, which every store has
 constexpr int leastSize = 512;
-constexpr int mostSize = 65536;
 
 /// How many of the first pages of that size begin as the leaf of a table does.
 int leavesOfSize(QFile& file, int size)
@@ -26,7 +25,8 @@ int leavesOfSize(QFile& file, int size)
     constexpr int looked = 100;
     constexpr char tableLeaf = 13;
     int found = 0;
-    for (int number = 0; number < looked && file.seek(qint64{number} * size); ++number) {
+    for (int number = 0; number < looked; ++number) {
+        file.seek(qint64{number} * size); // also behind its end
         const QByteArray head = file.read(8);
         const int content = head.size() < 8 ? 0 : qFromBigEndian<quint16>(head.constData() + 5);
         found += head.startsWith(tableLeaf) && content >= 8 && content < size ? 1 : 0;
@@ -37,8 +37,7 @@ int leavesOfSize(QFile& file, int size)
 /// A header that is damaged may say anything.
 int pageSizeOf(QFile& file, int said)
 {
-    const bool isPossible =
-        said >= leastSize && said <= mostSize && std::has_single_bit(static_cast<unsigned>(said));
+    const bool isPossible = said >= leastSize && std::has_single_bit(static_cast<unsigned>(said));
     return isPossible && leavesOfSize(file, said) > leavesOfSize(file, usualSize) ? said : usualSize;
 }
 
@@ -48,7 +47,11 @@ bool openForReading(QFile& file, const QString& path)
     const int opened = openPlainFile(path);
     if (opened < 0 && errno != ENOENT)
         throw systemError(errno, path);
-    return opened >= 0 && file.open(opened, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+    if (opened < 0)
+        return false;
+    // What is open already is no more than taken over.
+    static_cast<void>(file.open(opened, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle));
+    return true;
 }
 
 } // namespace
@@ -84,8 +87,8 @@ QByteArray StorePages::page(quint32 number)
         return {};
     const qint64 logged = written(number);
     QFile& file = logged > 0 ? m_log : m_file;
-    const qint64 at = logged > 0 ? logged : qint64{number - 1} * m_size;
-    return file.seek(at) ? file.read(m_size) : QByteArray();
+    file.seek(logged > 0 ? logged : qint64{number - 1} * m_size); // also behind its end
+    return file.read(m_size);
 }
 
 } // namespace storage

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/utils/export.h"
+
 #include <QByteArray>
 #include <QFile>
 #include <QHash>
@@ -9,7 +11,7 @@ namespace storage {
 
 /// The pages of a database file, which may be damaged, with what its log holds of them; read past SQLite,
 /// which would take the file for whole or for nothing. Numbers begin with 1.
-class StorePages
+class HOST_EXPORT StorePages
 {
 public:
     /// Throws BasicException when the file can't be read. Nothing is written.

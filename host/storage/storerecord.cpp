@@ -37,18 +37,13 @@ public:
     quint64 varint()
     {
         quint64 value = 0;
-        for (int i = 0; i < 9; ++i) {
-            const QByteArray one = bytes(1);
-            if (m_failed)
-                return 0;
-            const auto byte = static_cast<quint8>(one[0]);
-            if (i == 8)
-                return value << 8U | byte;
+        for (int i = 0; i < 8; ++i) {
+            const quint8 byte = next();
             value = value << 7U | (byte & 0x7fU);
             if (byte < 0x80)
-                break;
+                return value;
         }
-        return value;
+        return value << 8U | next();
     }
 
     QByteArray bytes(qsizetype count)
@@ -62,6 +57,12 @@ public:
     }
 
 private:
+    quint8 next()
+    {
+        const QByteArray one = bytes(1);
+        return m_failed ? quint8{0} : static_cast<quint8>(one[0]);
+    }
+
     const QByteArray& m_bytes;
     qsizetype m_at;
     bool m_failed = false;
@@ -75,9 +76,10 @@ qint64 lengthOf(quint64 type)
                                : static_cast<qint64>(std::min(type, quint64{1} << 40U) - 12) / 2;
 }
 
+/// Of one byte or more.
 qint64 integer(const QByteArray& bytes)
 {
-    quint64 value = !bytes.isEmpty() && (static_cast<quint8>(bytes[0]) & 0x80U) != 0 ? ~quint64{0} : 0;
+    quint64 value = (static_cast<quint8>(bytes[0]) & 0x80U) != 0 ? ~quint64{0} : 0;
     for (const char byte : bytes)
         value = value << 8U | static_cast<quint8>(byte);
     return static_cast<qint64>(value);
@@ -147,7 +149,7 @@ QByteArray chained(StorePages& pages, quint32 first, qint64 size, QList<quint32>
     quint32 next = first;
     while (content.size() < size) {
         const QByteArray page = pages.page(next);
-        if (page.size() < 4 || next > pages.count() || passed.contains(next))
+        if (page.size() < 4 || passed.contains(next))
             return {};
         const QByteArray part = page.sliced(4, std::min<qsizetype>(page.size() - 4, size - content.size()));
         if (part.count('\0') == part.size()) // a page that was lost; nothing that is kept looks so

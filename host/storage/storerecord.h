@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/storage/storepages.h"
+#include "host/utils/export.h"
 
 #include <QList>
 #include <QVariantList>
@@ -28,7 +29,7 @@ struct TreePage
 };
 
 /// Nothing when the page's first byte is no kind's.
-std::optional<TreePage> treePage(StorePages& pages, quint32 number);
+HOST_EXPORT std::optional<TreePage> treePage(StorePages& pages, quint32 number);
 
 /// A row of a table.
 struct StoredRow
@@ -40,10 +41,10 @@ struct StoredRow
 };
 
 /// The row that begins there in a leaf. One that isn't whole has what could still be told of it.
-StoredRow storedRow(StorePages& pages, const TreePage& leaf, int at);
+HOST_EXPORT StoredRow storedRow(StorePages& pages, const TreePage& leaf, int at);
 
 /// The pages that an entry of an index lies on beside its own.
-QList<quint32> overflowOfEntry(StorePages& pages, const TreePage& page, int at);
+HOST_EXPORT QList<quint32> overflowOfEntry(StorePages& pages, const TreePage& page, int at);
 
 /// The child before the cell of an interior page, and, of a table's, the highest rowid in it.
 struct Child
@@ -51,6 +52,6 @@ struct Child
     quint32 page = 0;
     std::optional<qint64> last;
 };
-std::optional<Child> childAt(const TreePage& interior, int at);
+HOST_EXPORT std::optional<Child> childAt(const TreePage& interior, int at);
 
 } // namespace storage

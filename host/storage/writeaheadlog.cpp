@@ -27,7 +27,7 @@ constexpr quint32 longestPage = 65536;
 
 quint32 numberAt(const QByteArray& bytes, qsizetype at)
 {
-    return at + 4 <= bytes.size() ? qFromBigEndian<quint32>(bytes.constData() + at) : 0;
+    return qFromBigEndian<quint32>(bytes.constData() + at);
 }
 
 /// SQLite's running sum, over numbers in the order of this machine's bytes, as it writes them.

@@ -51,10 +51,16 @@ def copy_of(path):
     return BUILD / "mutated" / path.relative_to(ROOT)
 
 
+def memory_of(path):
+    return BUILD / "found" / f"{path.relative_to(ROOT)}.json"
+
+
 def configure():
     for path in numbered():
-        if not copy_of(path).exists():
-            write_if_other(copy_of(path), path.read_bytes())
+        copy = copy_of(path)
+        if not copy.exists() or copy.stat().st_mtime < path.stat().st_mtime:  # also of a room that is not asked for
+            write_if_other(copy, path.read_bytes())
+            memory_of(path).unlink(missing_ok=True)
     overlay = [{"name": str(p), "type": "file", "external-contents": str(copy_of(p))} for p in numbered()]
     other = write_if_other(BUILD / "overlay.yaml", json.dumps({"version": 0, "roots": overlay}, indent=1).encode())
     if not other and (BUILD / "build.ninja").exists():
@@ -94,7 +100,7 @@ def made(task):
     source = path.read_bytes()
     tool = b"".join((SWITCH.parent / name).read_bytes() for name in ("nodes.py", "mutants.py", "schemata.py"))
     stamp = hashlib.sha256(source + tool + repr((first, args)).encode()).hexdigest()
-    memory = BUILD / "found" / f"{path.relative_to(ROOT)}.json"
+    memory = memory_of(path)
     if memory.exists():
         known = json.loads(memory.read_text())
         if known["stamp"] == stamp:

@@ -1,6 +1,7 @@
 // Copies of the store that are made while it is worked with, and put back.
 
 #include "host/storage/storebackup.h"
+#include "host/storage/storedform.h"
 #include "tests/rescue/scene.h"
 
 #include <gmock/gmock.h>
@@ -284,6 +285,77 @@ TEST_F(Restoring, SetsADamagedStoreAsideWithItsLog)
     EXPECT_EQ(bytes(former), "damaged");
     EXPECT_EQ(bytes(former + u"-wal"_s), "its log");
     EXPECT_THAT(sales(), ElementsAre(u"R-1"_s));
+}
+
+TEST_F(Backup, OfAStoreInWhichNothingHappenedYetKnowsOfNoTime)
+{
+    (void)storage::store();
+    const auto contents = storage::backUpStore(copy());
+    ASSERT_TRUE(contents);
+    EXPECT_FALSE(contents->newest.isValid());
+    EXPECT_EQ(contents->openReceipt, QString());
+    EXPECT_EQ(contents->waiting, 0);
+    EXPECT_EQ(contents->parked, 0);
+}
+
+TEST_F(Backup, OfAStoreWhoseRowsBreakItsOwnRulesIsNone)
+{
+    leaveOpen(u"R-1"_s);
+    {
+        const test_support::RawDatabase raw(file());
+        raw.run(u"PRAGMA ignore_check_constraints=ON"_s);
+        raw.run(u"INSERT INTO open_receipt SELECT 2, content FROM open_receipt"_s);
+    }
+    EXPECT_EQ(failure([this] { storage::backUpStore(copy()); }), u"hostStorageDamaged"_s);
+    EXPECT_THAT(beside(), IsEmpty());
+}
+
+TEST_F(Backup, OfAStoreWhoseOpenReceiptIsOfALaterVersionIsNone)
+{
+    leaveOpen(u"R-1"_s);
+    test_support::putOpenReceipt(path(), storage::sealed({0x4B595264, 2}, "of tomorrow"));
+    EXPECT_EQ(failure([this] { storage::backUpStore(copy()); }), u"hostStorageNewer"_s);
+    EXPECT_THAT(beside(), IsEmpty());
+}
+
+TEST_F(Restoring, KnowsAnOpenReceiptThatBothHaveAndAMessageThatTheBackupHasDelivered)
+{
+    leaveOpen(u"R-1"_s);
+    const qint64 id = send(u"R-1"_s);
+    const QString earlier = outer().filePath(u"earlier.sqlite"_s);
+    ASSERT_TRUE(storage::backUpStore(earlier));
+    MessageQueue().delivered(id, {});
+    ASSERT_TRUE(storage::backUpStore(copy()));
+    const auto back = storage::restoreStore(earlier);
+    EXPECT_EQ(back.openBehind, QString());
+    EXPECT_EQ(back.mayBeDelivered, 1);
+
+    const auto forth = storage::restoreStore(copy());
+    EXPECT_EQ(forth.openBehind, QString());
+    EXPECT_THAT(forth.messagesBehind, IsEmpty()) << "it is delivered";
+    EXPECT_EQ(forth.mayBeDelivered, 0);
+    EXPECT_EQ(openReceipt(), u"R-1"_s);
+}
+
+TEST_F(Restoring, ReplacesAStoreOfALaterVersionWithoutLookingIntoIt)
+{
+    sell(u"R-1"_s);
+    ASSERT_TRUE(storage::backUpStore(copy()));
+    test_support::RawDatabase(file()).run(u"PRAGMA user_version=99"_s);
+    EXPECT_FALSE(storage::restoreStore(copy()).isFormerKnown);
+    EXPECT_THAT(sales(), ElementsAre(u"R-1"_s));
+}
+
+TEST_F(Restoring, TakesNoFileWhoseLogIsDamaged)
+{
+    const auto held = storage::store();
+    for (int i = 0; i < 4; ++i)
+        sell(u"R-%1"_s.arg(i));
+    ASSERT_TRUE(QFile::copy(file(), copy()));
+    QByteArray log = bytes(u"till.sqlite-wal"_s);
+    log[100] = static_cast<char>(log[100] ^ 1);
+    overwrite(u"../backup.sqlite-wal"_s, log);
+    EXPECT_EQ(failure([this] { storage::restoreStore(copy()); }), u"hostStorageDamaged"_s);
 }
 
 } // namespace

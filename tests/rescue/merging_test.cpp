@@ -307,6 +307,132 @@ TEST_F(Rescuing, KeepsTheNewerOfTwoCardRecords)
     EXPECT_EQ(kept(), u"newer still"_s);
 }
 
+TEST_F(Rescuing, LeavesAnotherCardRecordThatWasWrittenBackAsOftenAsItIs)
+{
+    const auto sale = QSharedPointer<Document>::create(SaleReceipt, u"R-1"_s);
+    sale->setCardRecord(QSharedPointer<DocumentCardRecord>::create(KyrLoyaltySystem, u"2000000000017"_s, 1));
+    const auto write = [&sale](const QString& operation) {
+        DocumentsDao().store(sale);
+        const auto stored = DocumentsDao().loadDocument(u"R-1"_s, true);
+        stored->getCardRecord(KyrLoyaltySystem)->setOperationId(operation);
+        DocumentsDao().saveCardRecord(stored->getCardRecord(KyrLoyaltySystem));
+    };
+    write(u"the store's"_s);
+    goToTheOther();
+    write(u"the file's"_s);
+    goBack();
+
+    EXPECT_THAT(rescue(), ElementsAre(u"documents 0+1-0"_s, u"card_records 0+0-1"_s));
+    EXPECT_THAT(lost(),
+                ElementsAre(u"card_records R-1: the store has another card written back, which was left"_s));
+    EXPECT_EQ(DocumentsDao().loadDocument(u"R-1"_s, false)->getCardRecord(KyrLoyaltySystem)->getOperationId(),
+              u"the store's"_s);
+}
+
+TEST_F(Rescuing, TakesAsManyEntriesOfTheJournalThatAreAlikeAsTheFileHasMore)
+{
+    const test_support::StillClock clock;
+    const auto note = [] {
+        storage::Journal().add(
+            {.time = {}, .receipt = u"R-1"_s, .event = u"request"_s, .operation = {}, .detail = {}});
+    };
+    note();
+    goToTheOther();
+    note();
+    note();
+    note();
+    goBack();
+
+    EXPECT_THAT(rescue(), ElementsAre(u"journal 2+1-0"_s));
+    EXPECT_EQ(events(u"R-1"_s).size(), 3);
+}
+
+TEST_F(Rescuing, NumbersWhatTheJournalTellsLaterOfAMessageAsTheStoreDoes)
+{
+    send(u"R-0"_s, u"the store's own"_s);
+    goToTheOther();
+    const qint64 id = send(u"R-1"_s);
+    goBack();
+    rescue();
+    EXPECT_THAT(events(u"R-1"_s), ElementsAre(u"queued 2"_s));
+    goToTheOther();
+    MessageQueue().failed(id, {503, u"no"_s, 3}, QDateTime::currentDateTimeUtc());
+    goBack();
+
+    EXPECT_THAT(rescue(), ElementsAre(u"queued 0+1-0"_s, u"journal 1+1-0"_s));
+    EXPECT_THAT(events(u"R-1"_s), ElementsAre(u"queued 2"_s, u"attempt 2"_s));
+}
+
+TEST_F(Rescuing, MissesNoMessageOfWhichTheJournalOnlyTellsThatItIsNone)
+{
+    goToTheOther();
+    storage::Journal().add(
+        {.time = {}, .receipt = u"R-1"_s, .event = u"attempt"_s, .operation = {}, .detail = {}});
+    goBack();
+
+    EXPECT_THAT(rescue(), ElementsAre(u"journal 1+0-0"_s));
+    EXPECT_THAT(lost(), IsEmpty());
+}
+
+TEST_F(Rescuing, LeavesAnOpenReceiptThatIsDamagedWhereItIs)
+{
+    leaveOpen(u"R-1"_s);
+    goToTheOther();
+    sell(u"R-1"_s);
+    leaveOpen(u"R-2"_s);
+    goBack();
+    test_support::flipABit(file(), u"open_receipt"_s, u"content"_s, u"slot = 1"_s);
+
+    EXPECT_THAT(rescue(), ElementsAre(u"documents 1+0-0"_s, u"journal 1+0-0"_s, u"open_receipt 0+0-1"_s));
+    EXPECT_EQ(rescued().closed, QString());
+    EXPECT_EQ(failure([] { (void)openReceipt(); }), u"hostStorageDamaged"_s);
+}
+
+TEST_F(Rescuing, OpensNoReceiptThatTheJournalKnowsToHaveBeenAbandoned)
+{
+    goToTheOther();
+    leaveOpen(u"R-1"_s);
+    storage::Journal().add(
+        {.time = {}, .receipt = u"R-1"_s, .event = u"abandoned"_s, .operation = {}, .detail = {}});
+    goBack();
+
+    EXPECT_THAT(rescue(), ElementsAre(u"journal 1+0-0"_s, u"open_receipt 0+1-0"_s));
+    EXPECT_EQ(openReceipt(), QString());
+}
+
+TEST_F(Rescuing, DoesNotMissWhatIsDamagedInTheFileAndThereInTheStore)
+{
+    goToTheOther();
+    sell(u"R-1"_s);
+    send(u"R-1"_s);
+    MessageQueue().drop(send(u"R-1"_s, u"dropped"_s));
+    send(u"R-2"_s); // by which the numbers are known to be the same
+    goBack();
+    rescue();
+    test_support::flipABit(otherFile(), u"documents"_s, u"content"_s, u"identifier = 'R-1'"_s);
+    test_support::flipABit(otherFile(), u"queued"_s, u"message"_s, u"id = 1"_s);
+    test_support::flipABit(otherFile(), u"history"_s, u"message"_s, u"id = 2"_s);
+
+    EXPECT_THAT(rescue(),
+                ElementsAre(u"documents 0+1-0"_s, u"queued 0+2-0"_s, u"history 0+1-0"_s, u"journal 0+5-0"_s));
+    EXPECT_THAT(lost(), IsEmpty());
+}
+
+TEST_F(Rescuing, PutsWhatAReplacedStoreHasBeyondItsCopyBehindWhatTheCopyGotMeanwhile)
+{
+    goToTheOther();
+    send(u"R-1"_s, u"first"_s);
+    makePrivate(path());
+    ASSERT_TRUE(QFile::copy(otherFile(), file()));
+    send(u"R-2"_s, u"the file's"_s);
+    goBack();
+    send(u"R-3"_s, u"the store's"_s);
+
+    rescue();
+    EXPECT_THAT(waiting(), ElementsAre(u"1 R-1 first"_s, u"2 R-3 the store's"_s, u"4 R-2 the file's"_s));
+    EXPECT_THAT(events(u"R-2"_s), ElementsAre(u"queued 4"_s));
+}
+
 TEST_F(Rescuing, FindsNothingInAFileThatIsNoStore)
 {
     sell(u"R-1"_s);

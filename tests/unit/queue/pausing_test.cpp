@@ -216,6 +216,19 @@ TEST_F(PausingDelivery, GoesOnWithTheOthersWhenAProbeIsRefusedForAnotherReason)
     EXPECT_FALSE(queue.suspension());
 }
 
+TEST_F(PausingDelivery, GoesOnWithTheOthersWhenAProbeIsAnsweredByAServiceThatFails)
+{
+    add(u"A"_s, u"a1"_s);
+    add(u"B"_s, u"b1"_s);
+    answer({401});
+    pass();
+    clock.move(1s);
+    answer({503, 0});
+    EXPECT_EQ(pass().delivered, 1);
+    EXPECT_FALSE(queue.suspension()) << "it took the credentials";
+    EXPECT_THAT(networkLog.lines(), ElementsAre(refusedLine, takenLine));
+}
+
 TEST_F(PausingDelivery, GoesOnProbingOneByOneWhenAProbeIsNotAnsweredAtAll)
 {
     add(u"A"_s, u"a1"_s);
@@ -344,6 +357,44 @@ TEST_F(PausingDelivery, HeedsTheLongerOfTwoWishesOfTheService)
     EXPECT_THAT(held.begun(), testing::SizeIs(3));
 }
 
+TEST_F(PausingDelivery, HeedsTheLongerOfTwoWishesOfTheServiceInWhicheverOrder)
+{
+    test_support::HeldService held;
+    for (const char* path : {"1", "2", "3", "4"})
+        add({}, QString::fromLatin1(path));
+    QList<std::chrono::seconds> wishes{0s, 5s, 60s};
+    held.over = [&wishes](const QList<test_support::HeldService::Request>& underWay) {
+        auto first = test_support::HeldService::well(underWay.first());
+        first.retryAfter = wishes.isEmpty() ? 0s : wishes.takeFirst();
+        first.code = first.retryAfter > 0s ? 503 : 0;
+        return QList{first};
+    };
+    QueueDelivery sideBySide(queue, options);
+    passOf(sideBySide);
+    EXPECT_THAT(held.begun(), ElementsAre(u"1"_s, u"2"_s, u"3"_s));
+    clock.move(60s - 1ms);
+    passOf(sideBySide);
+    EXPECT_THAT(held.begun(), testing::SizeIs(3));
+    clock.move(1ms);
+    passOf(sideBySide);
+    EXPECT_THAT(held.begun(), testing::SizeIs(6));
+}
+
+TEST_F(PausingDelivery, GoesOnAtOnceWhenTheMessageIsDroppedForWhichTheServiceAskedToBeLeftAlone)
+{
+    QueueDelivery delivery(queue, options);
+    const qint64 id = add({}, u"1"_s);
+    add({}, u"2"_s);
+    service.answer("{}", 429, 60s);
+    passOf(delivery);
+    passOf(delivery);
+    EXPECT_THAT(sent(), ElementsAre(u"1"_s));
+    queue.drop(id);
+    answer({0});
+    EXPECT_EQ(passOf(delivery).delivered, 1);
+    EXPECT_THAT(sent(), ElementsAre(u"2"_s));
+}
+
 TEST_F(PausingDelivery, IsNotHeldUpByAWishOfTheServiceWhenTheClockHasJumpedBack)
 {
     QueueDelivery delivery(queue, options);
@@ -371,6 +422,25 @@ TEST_F(PausingDelivery, SendsThePresentCredentialsInPlaceOfTheStoredOnesWhereThe
     EXPECT_EQ(service.requests()[0].headers,
               (Headers{{u"Authorization"_s, u"Basic new"_s}, {u"B"_s, u"b"_s}}));
     EXPECT_EQ(service.requests()[1].headers, (Headers{{u"Authorization"_s, u"Basic x"_s}}));
+}
+
+TEST_F(PausingDelivery, SendsToAnAddressThatWasKeptAsOne)
+{
+    QVariantMap message = test_support::messageTo({});
+    message.insert(u"url"_s, QUrl(u"http://service/a%20b"_s));
+    queue.enqueue(u"q"_s, {}, message, {});
+    answer({0});
+    EXPECT_EQ(pass().delivered, 1);
+    EXPECT_EQ(service.requests()[0].url, QUrl(u"http://service/a%20b"_s));
+}
+
+TEST_F(PausingDelivery, OfAQueueThatManyDeliverHoldsNoLock)
+{
+    const auto others = QueueDelivery::lock();
+    add({}, u"1"_s);
+    answer({0});
+    EXPECT_EQ(QueueDelivery(queue, options).deliverDue().delivered, 1);
+    EXPECT_THAT(sent(), ElementsAre(u"1"_s));
 }
 
 TEST_F(PausingDelivery, TellsOfEachAttempt)

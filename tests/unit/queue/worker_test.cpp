@@ -228,4 +228,120 @@ TEST_F(Worker, SendsSeveralAtATimeOverConnectionsThatItKeeps)
     EXPECT_EQ(server.connections(), 4);
 }
 
+namespace {
+
+/// What a worker does in the place of a delivery.
+struct Task
+{
+    std::atomic<int> failures = 0; ///< it is to fail so often at first
+    std::atomic<int> runs = 0;     ///< that did not fail
+    bool waits = true;             ///< by itself, for a moment
+    std::function<void()> whileRunning = {};
+};
+
+class TaskJob : public DeliveryWorker::Job
+{
+public:
+    explicit TaskJob(Task& task)
+        : m_task(task)
+    {}
+    void run(const std::stop_token& /*stop*/) override
+    {
+        if (m_task.failures > 0) {
+            --m_task.failures;
+            throw std::runtime_error("odd");
+        }
+        if (m_task.whileRunning)
+            m_task.whileRunning();
+        ++m_task.runs;
+    }
+    bool wait(std::chrono::milliseconds /*longest*/, const std::stop_token& /*stop*/) override
+    {
+        if (m_task.waits)
+            std::this_thread::sleep_for(1ms);
+        return m_task.waits;
+    }
+
+private:
+    Task& m_task;
+};
+
+DeliveryWorker::Options doing(Task& task, DeliveryWorker::Options chosen = {})
+{
+    chosen.job = [&task](const QueueDelivery::Options&) { return std::make_unique<TaskJob>(task); };
+    return chosen;
+}
+
+} // namespace
+
+TEST_F(Worker, DoesAnotherJobBesideWhoeverDeliversAndWaitsAsThatOneDoes)
+{
+    const auto lock = QueueDelivery::lock();
+    Task task;
+    DeliveryWorker::Options chosen = doing(task);
+    chosen.alone = false;
+    chosen.poll = 24h;
+    const DeliveryWorker worker(chosen);
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (task.runs < 3 && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(1ms);
+    EXPECT_GE(task.runs, 3);
+    EXPECT_EQ(worker.state().phase, Phase::Delivering);
+}
+
+TEST_F(Worker, WaitsForWhatIsPutInWhereTheJobDoesNotWaitItself)
+{
+    Task task;
+    task.waits = false;
+    Watch watch;
+    const DeliveryWorker worker(doing(task, options(watch, 24h)));
+    const auto end = std::chrono::steady_clock::now() + patience;
+    const auto runsReach = [&](int count) {
+        while (task.runs < count && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(1ms);
+        return task.runs >= count;
+    };
+    ASSERT_TRUE(runsReach(1));
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(task.runs, 1);
+    add({}, 1);
+    EXPECT_TRUE(runsReach(2));
+}
+
+TEST_F(Worker, SaysThatItDeliversBeforeItIsDoneForTheFirstTime)
+{
+    Task task;
+    Watch watch;
+    std::atomic<bool> said = false;
+    task.whileRunning = [&] { said = said || watch.saw(Phase::Delivering); };
+    const DeliveryWorker worker(doing(task, options(watch)));
+    ASSERT_TRUE(watch.saw(Phase::Delivering));
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (task.runs < 1 && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(1ms);
+    EXPECT_TRUE(said);
+}
+
+TEST_F(Worker, MakesAPauseAfterTheFirstTroubleAlready)
+{
+    Task task;
+    task.failures = 1;
+    Watch watch;
+    const DeliveryWorker worker(doing(task, options(watch)));
+    ASSERT_TRUE(watch.saw(Phase::Trouble));
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(task.runs, 0);
+}
+
+TEST_F(Worker, SaysOnceOfATroubleThatComesBackAtOnceThatNothingCanBeDelivered)
+{
+    Task task;
+    task.failures = 2;
+    Watch watch;
+    const DeliveryWorker worker(doing(task, options(watch)));
+    ASSERT_TRUE(watch.saw(
+        [&](const DeliveryState& state) { return task.failures == 0 && state.phase == Phase::Delivering; }));
+    EXPECT_EQ(networkLog.lines().filter(u"nothing can be delivered for now"_s).size(), 1);
+}
+
 } // namespace queuetest

@@ -2,6 +2,7 @@
 #include "host/storage/datacheck.h"
 #include "host/storage/documents.h"
 #include "host/storage/store.h"
+#include "tests/support/atcall.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 
@@ -167,6 +168,24 @@ TEST_F(DamagedLog, IsKeptByWhoeverOpensTheStoreFirst)
     const QStringList kept = QDir(copy).entryList({u"till.sqlite.damaged-*-wal"_s});
     ASSERT_EQ(kept.size(), 1);
     EXPECT_EQ(bytes(u"copy/"_s + kept.first()), damaged);
+    EXPECT_FALSE(storage::isStoreCut());
+}
+
+TEST_F(DamagedLog, IsNotSaidOfOneThatAnotherProgramBeginsAnewMeanwhile)
+{
+    const QByteArray damaged = flipped(log(), logHeader + frameHeader + 1000);
+    copy = path(u"copy"_s);
+    makePrivate(copy);
+    ASSERT_TRUE(QFile::copy(path(u"till.sqlite"_s), copy + u"/till.sqlite"_s));
+    overwrite(u"copy/till.sqlite-wal"_s, damaged);
+    storage::setDataDirectory(copy);
+    ASSERT_TRUE(storage::isStoreCut());
+    int opened = 0;
+    const test_support::AtCall meanwhile("open64", [&] {
+        if (++opened == 2) // the store, behind its log
+            overwrite(u"copy/till.sqlite-wal"_s, flipped(damaged, 16));
+        return 0;
+    });
     EXPECT_FALSE(storage::isStoreCut());
 }
 

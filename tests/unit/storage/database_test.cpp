@@ -322,4 +322,71 @@ TEST_F(DatabaseFile, LockedByAnotherWriterIsToldAfterAWait)
     EXPECT_THAT(values(*first), ElementsAre(u"a"_s, u"c"_s));
 }
 
+TEST_F(DatabaseFile, TellsBySQLitesAnswerWhatIsWrong)
+{
+    const auto told = [](const QStringList& before, const QString& last) {
+        const auto database = open();
+        for (const QString& statement : before)
+            (void)database->rows(statement);
+        const QString fault = failure([&] { database->change(last, {}); });
+        return fault + (database->isSound() ? u""_s : u", to be opened anew"_s);
+    };
+    const QString add = u"INSERT INTO t VALUES ('x')"_s;
+    EXPECT_EQ(told({}, add), QString());
+    EXPECT_EQ(told({u"PRAGMA query_only=ON"_s}, add), u"hostStorageDenied, to be opened anew"_s);
+    EXPECT_EQ(told({u"PRAGMA max_page_count=1"_s}, u"INSERT INTO t VALUES (zeroblob(100000))"_s),
+              u"hostStorageFull"_s);
+    EXPECT_EQ(told({}, u"ATTACH '/no/such/folder/file' AS other"_s),
+              u"hostStorageDenied, to be opened anew"_s);
+    EXPECT_EQ(told({}, u"INSERT INTO t VALUES (NULL)"_s), u"hostStorageFailed, to be opened anew"_s);
+    EXPECT_EQ(told({}, u"nonsense"_s), u"hostStorageFailed, to be opened anew"_s);
+}
+
+TEST_F(DatabaseFile, WhoseTableIsBeingReadIsLockedForAChangeOfItsForm)
+{
+    const auto database = open();
+    add(*database, u"1"_s);
+    add(*database, u"2"_s);
+    QSqlQuery reading = database->prepared(u"SELECT v FROM t"_s);
+    ASSERT_TRUE(reading.exec() && reading.next());
+    EXPECT_EQ(failure([&] { database->change(u"DROP TABLE t"_s, {}); }), u"hostStorageLocked"_s);
+    reading.finish();
+    EXPECT_EQ(database->change(u"DELETE FROM t WHERE v = ?"_s, {u"1"_s}), 1);
+    EXPECT_THAT(values(*database), ElementsAre(u"2"_s));
+}
+
+TEST_F(DatabaseFile, TellsWhatFailsInTheMiddleOfAnAnswer)
+{
+    const auto database = open();
+    EXPECT_EQ(failure([&] {
+                  (void)database->rows(
+                      u"SELECT abs(n) FROM (SELECT 1 AS n UNION ALL SELECT -9223372036854775807 - 1)"_s);
+              }),
+              u"hostStorageFailed"_s);
+}
+
+TEST_F(DatabaseFile, WhoseHeadSaysThatItsPagesAreEmptyIsRefused)
+{
+    add(*open(), u"x"_s);
+    QByteArray content = bytes(u"f.sqlite"_s);
+    content.replace(16, 2, QByteArray(2, '\0'));
+    overwrite(u"f.sqlite"_s, content);
+    EXPECT_EQ(failure([] { open(); }), u"hostStorageDamaged"_s);
+}
+
+TEST_F(DatabaseFile, OfTheLargestPagesIsOpened)
+{
+    (void)storage::dataFile(u"f.sqlite"_s);
+    {
+        const test_support::RawDatabase raw(path(u"f.sqlite"_s));
+        for (const QString& statement : {u"PRAGMA page_size=65536"_s, u"CREATE TABLE t (v TEXT NOT NULL)"_s,
+                                         u"PRAGMA application_id=77"_s, u"PRAGMA user_version=1"_s})
+            raw.run(statement);
+    }
+    EXPECT_EQ(failure([] { add(*open(), u"x"_s); }), QString());
+    const QByteArray whole = bytes(u"f.sqlite"_s);
+    overwrite(u"f.sqlite"_s, whole.chopped(4096));
+    EXPECT_EQ(failure([] { open(); }), u"hostStorageDamaged"_s) << "a part of a page is missing";
+}
+
 } // namespace

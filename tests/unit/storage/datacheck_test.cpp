@@ -152,6 +152,29 @@ TEST_F(DataCheck, KeepsAStoreWhoseEndIsTornWhereItsLogHoldsWhatIsMissing)
     overwrite(u"till.sqlite"_s, torn);
     overwrite(u"till.sqlite-wal"_s, log.first(log.size() / 2));
     EXPECT_EQ(findings().size(), 1) << "of that log nothing was committed";
+    overwrite(u"till.sqlite"_s, torn);
+    QByteArray damaged = log;
+    damaged[100] = static_cast<char>(damaged[100] ^ 1);
+    overwrite(u"till.sqlite-wal"_s, damaged);
+    EXPECT_EQ(findings().value(0).kind, DataFinding::Kind::Damaged) << "nor of one that is damaged";
+}
+
+TEST_F(DataCheck, SetsAStoreAsideWhoseEndIsTornWhereItsLogHoldsOtherPagesOnly)
+{
+    fillStore();
+    const QByteArray whole = bytes(u"till.sqlite"_s);
+    QByteArray log;
+    {
+        const auto held = storage::store();
+        held->change(u"UPDATE clock SET seen = 1"_s, {});
+        log = bytes(u"till.sqlite-wal"_s);
+    }
+    overwrite(u"till.sqlite"_s, whole);
+    overwrite(u"till.sqlite-wal"_s, log);
+    EXPECT_THAT(findings(), IsEmpty());
+    overwrite(u"till.sqlite"_s, whole.chopped(512));
+    overwrite(u"till.sqlite-wal"_s, log);
+    EXPECT_EQ(findings().value(0).kind, DataFinding::Kind::Damaged);
 }
 
 TEST_F(DataCheck, KeepsAStoreInWhichThePowerFailedBeforeItHadALog)

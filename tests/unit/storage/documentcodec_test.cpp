@@ -206,4 +206,22 @@ TEST_F(DocumentCodec, TellsDamageAndALaterVersionWithTheFilesName)
     EXPECT_EQ(read(storage::sealed({magic, 1}, bytes.sliced(48))), QString());
 }
 
+TEST_F(DocumentCodec, IsDamagedWhereverItsContentEnds)
+{
+    const QByteArray document = documentcodec::written(*sale).sliced(48);
+    for (qsizetype size = 0; size < document.size(); ++size)
+        EXPECT_EQ(failure([&] {
+                      documentcodec::readDocument(storage::sealed({0x4B595264, 1}, document.first(size)), {});
+                  }),
+                  u"hostStorageDamaged"_s)
+            << size;
+    const QByteArray record = documentcodec::written(*sale->getCardRecord(12)).sliced(48);
+    for (qsizetype size = 0; size < record.size(); ++size)
+        EXPECT_EQ(failure([&] {
+                      documentcodec::readCardRecord(storage::sealed({0x4B595263, 1}, record.first(size)), {});
+                  }),
+                  u"hostStorageDamaged"_s)
+            << size;
+}
+
 } // namespace

@@ -148,10 +148,12 @@ TEST_F(StoreAtWork, BeginsNoTransactionOnceItsFileIsGone)
 
 TEST_F(StoreAtWork, TellsWhoLooksAtTheQueueThatItIsGone)
 {
-    const MessageQueue queue;
+    MessageQueue queue;
     ASSERT_TRUE(QFile::remove(path(u"till.sqlite"_s)));
     EXPECT_EQ(failure([&] { (void)queue.health(); }), gone);
     EXPECT_EQ(failure([&] { (void)queue.waitingCount(); }), gone);
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    EXPECT_EQ(failure([&] { (void)queue.nextDue(now, now); }), gone);
 }
 
 TEST_F(StoreAtWork, WhoseFolderWasMadeAnewLeavesTheNewOneEmpty)

@@ -1,6 +1,7 @@
 #include "host/queue/messagequeue.h"
 #include "host/storage/datacheck.h"
 #include "host/storage/documents.h"
+#include "host/storage/storedform.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 
@@ -59,6 +60,26 @@ TEST_F(Receipts, AndMessagesThatAreDamagedAreAllNamed)
         damaged.append(seal.table + u' ' + seal.key);
     EXPECT_EQ(damaged,
               QStringList({u"documents R-2"_s, u"card_records R-1"_s, u"queued 240"_s, u"history 1"_s}));
+}
+
+TEST_F(Receipts, ThatAreTooShortForASealAreNamed)
+{
+    dao.store(sale);
+    const test_support::RawDatabase raw(path(u"till.sqlite"_s));
+    for (const char* content : {"", "4b", "4b5952", "4b595264"}) {
+        raw.run(u"UPDATE documents SET content = x'%1'"_s.arg(QString::fromLatin1(content)));
+        ASSERT_EQ(storage::damagedSeals().size(), 1) << content;
+        EXPECT_EQ(storage::damagedSeals()[0].key, u"R-1"_s);
+    }
+}
+
+TEST_F(Receipts, OfALaterVersionAreNotTakenForDamaged)
+{
+    dao.store(sale);
+    const test_support::RawDatabase raw(path(u"till.sqlite"_s));
+    raw.run(u"UPDATE documents SET content = ?"_s, {storage::sealed({0x4B595264, 2}, "of tomorrow")});
+    EXPECT_EQ(failure([this] { (void)dao.newestSales(10); }), u"hostStorageNewer"_s);
+    EXPECT_THAT(storage::damagedSeals(), testing::IsEmpty());
 }
 
 } // namespace

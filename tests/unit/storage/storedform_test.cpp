@@ -79,6 +79,8 @@ TEST(StoredForm, RefusesATypeOfSomebodysOwnAtAnyDepth)
           QVariant::fromValue(std::pair(QVariant(1), foreign)),
           QVariant(QVariantMap{{u"a"_s, QVariantList{QVariantMap{{u"b"_s, foreign}}}}})})
         EXPECT_TRUE(storage::unstorable(value).ru().startsWith(u"значение типа "_s));
+    EXPECT_EQ(storage::unstorable(QVariant::fromValue<QObject*>(nullptr)).ru(), u"значение типа QObject*"_s)
+        << "which is Qt's own, but not for a disk";
 }
 
 TEST(StoredForm, EndsAtADepthThatNobodyNeeds)

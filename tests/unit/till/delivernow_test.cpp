@@ -1,6 +1,7 @@
 #include "till/checkout/deliverynow.h"
 
 #include "host/network/idlework.h"
+#include "host/shop/connection.h"
 #include "host/storage/datadirectory.h"
 #include "host/storage/journal.h"
 #include "tests/support/fakeservice.h"
@@ -67,6 +68,15 @@ protected:
         const QueueDelivery::Summary summary = deliver();
         EXPECT_TRUE(steps.isEmpty()) << "not waited for";
         return summary;
+    }
+    /// Whose database nobody reaches.
+    static void joinAShop()
+    {
+        Config& config = *Singleton<Config>::instance;
+        config.declare(
+            {{u"Shop:database"_s, ConfigKey::Type::Text, {}}, {u"Shop:till"_s, ConfigKey::Type::Text, {}}});
+        config.set(u"Shop:database"_s, u"host=127.0.0.1 port=1"_s);
+        config.set(u"Shop:till"_s, u"7"_s);
     }
     QueueDelivery::Summary deliver() { return till::deliverNow(queue, *Singleton<Config>::instance); }
 
@@ -163,6 +173,27 @@ TEST_F(DeliveringNow, WaitsForTheWorkerAlsoWithNothingElseToDo)
         its.delivered(id, {});
     });
     EXPECT_EQ(deliver().delivered, 1);
+}
+
+TEST_F(DeliveringNow, OfATillWhoseShopCannotBeReachedSaysWhatWaitsAndWhy)
+{
+    joinAShop();
+    EXPECT_THROW(deliver(), shop::DatabaseError) << "there may be receipts, which nobody counts";
+    add(u"A"_s);
+    queue.park(add(u"B"_s), {});
+    const auto summary = deliver();
+    EXPECT_EQ(summary.delivered, 0);
+    EXPECT_EQ(summary.waiting, 1);
+    EXPECT_EQ(summary.parked, 1);
+    EXPECT_NE(summary.firstError, QString());
+}
+
+TEST_F(DeliveringNow, IsTheWorkersTaskToMoveOnWhereThereIsAShop)
+{
+    EXPECT_TRUE(till::workerOptions(*Singleton<Config>::instance).alone);
+    EXPECT_FALSE(till::workerOptions(*Singleton<Config>::instance).job);
+    joinAShop();
+    EXPECT_TRUE(till::workerOptions(*Singleton<Config>::instance).job);
 }
 
 } // namespace

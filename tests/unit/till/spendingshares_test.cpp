@@ -87,6 +87,7 @@ TEST(SpendingShares, OfAPositionThatCostsLessAreWrong)
     EXPECT_EQ(fault({{2, 40.01}, {1, 9.99}}), "position 2 costs 40 and gets 40.01");
     EXPECT_EQ(fault({{2, 25}, {1, 0}, {2, 25}}), "position 2 costs 40 and gets 50") << "together";
     EXPECT_EQ(fault(receipt(), 300, {{1, 300}}, 300), "position 1 costs 250 and gets 300");
+    EXPECT_EQ(fault({{1, 8e13}, {1, 8e13}}), "position 1 costs 250 and gets 1.6e+14") << "which is no amount";
 }
 
 TEST(SpendingShares, OfAPositionThatBearsABonusDiscountAlreadyMustFitBesideIt)
@@ -103,6 +104,8 @@ TEST(SpendingShares, OfADiscountThatIsNotWhatWasAskedForAreWrong)
     EXPECT_EQ(fault(receipt(), 50, {{1, 50}}, 40), "the discount is 50, the points asked for are worth 40");
     EXPECT_EQ(fault(receipt(), notANumber, {{1, 50}}, 50),
               "the discount is nan, the points asked for are worth 50");
+    EXPECT_EQ(fault(receipt(), notANumber, {}, 0), "the discount is nan, the points asked for are worth 0");
+    EXPECT_EQ(fault(receipt(), 0, {}, notANumber), "the discount is 0, the points asked for are worth nan");
     EXPECT_EQ(fault(receipt(), -infinity, {}, -infinity),
               "the discount is -inf, the points asked for are worth -inf");
     EXPECT_EQ(fault(receipt(), 1e15, {{1, 50}}, 1e15),
