@@ -40,7 +40,8 @@ public:
             m_sold.append(m_plan.size() - 1);
     }
 
-    /// Half of what was sold since, each at several tills, and seldom at the one that has sold it.
+    /// Half of what was sold since, each at several tills, and seldom at the one that has sold it. Two of
+    /// them want the tea, which was sold once.
     void takeBack()
     {
         QList<Receipt> returns;
@@ -48,11 +49,15 @@ public:
             qsizetype after = sale;
             const int parts = upTo(2) == 0 ? 0 : 1 + upTo(3);
             for (int part = 0; part < parts; ++part) {
-                const Receipt& sold = m_plan[sale];
-                const QString identifier = u"V%1"_s.arg(part) + sold.identifier.sliced(1);
-                m_plan.append({(sold.till + upTo(m_tills)) % m_tills, identifier,
-                               openReturn(identifier, sold.identifier, {position(part == 1 ? 1 : 2)}) + pay(),
-                               true, static_cast<int>(after)});
+                const int till = (m_plan[sale].till + upTo(m_tills)) % m_tills;
+                if (part == 1 && m_tills > 1) {
+                    const int other = (till + 1 + upTo(m_tills - 1)) % m_tills;
+                    const auto next = static_cast<int>(m_plan.size());
+                    giveBack(sale, u"W0"_s, till, 1, after).rival = next + 1;
+                    giveBack(sale, u"W1"_s, other, 1, after).rival = next;
+                } else {
+                    giveBack(sale, u"V%1"_s.arg(part), till, part == 1 ? 1 : 2, after);
+                }
                 after = m_plan.size() - 1;
             }
         }
@@ -61,6 +66,14 @@ public:
     [[nodiscard]] const QList<Receipt>& plan() const { return m_plan; }
 
 private:
+    Receipt& giveBack(qsizetype sale, const QString& name, int till, int posnum, qsizetype after)
+    {
+        const QString sold = m_plan[sale].identifier;
+        const QString identifier = name + sold.sliced(1);
+        m_plan.append({till, identifier, openReturn(identifier, sold, {position(posnum)}) + pay(), true,
+                       static_cast<int>(after)});
+        return m_plan.last();
+    }
     // Not a distribution of the library's, which differ.
     int upTo(int end) { return static_cast<int>(m_random() % static_cast<quint32>(end)); }
 
@@ -71,6 +84,8 @@ private:
 };
 
 } // namespace
+
+QString withoutRivals(QString text) { return text.replace(u"W1-"_s, u"W0-"_s); }
 
 QList<Receipt> planOf(int tills, int salesOfEach, quint32 seed)
 {
