@@ -44,17 +44,16 @@ public:
     /// them want the tea, which was sold once.
     void takeBack()
     {
-        QList<Receipt> returns;
         for (const qsizetype sale : std::exchange(m_sold, {})) {
             qsizetype after = sale;
             const int parts = upTo(2) == 0 ? 0 : 1 + upTo(3);
             for (int part = 0; part < parts; ++part) {
                 const int till = (m_plan[sale].till + upTo(m_tills)) % m_tills;
                 if (part == 1 && m_tills > 1) {
-                    const int other = (till + 1 + upTo(m_tills - 1)) % m_tills;
+                    const int rivals = (till + 1 + upTo(m_tills - 1)) % m_tills;
                     const auto next = static_cast<int>(m_plan.size());
                     giveBack(sale, u"W0"_s, till, 1, after).rival = next + 1;
-                    giveBack(sale, u"W1"_s, other, 1, after).rival = next;
+                    giveBack(sale, u"W1"_s, rivals, 1, after).rival = next;
                 } else {
                     giveBack(sale, u"V%1"_s.arg(part), till, part == 1 ? 1 : 2, after);
                 }
