@@ -11,7 +11,8 @@ namespace shop {
 /// The outgoing queue of a shop, in its database. Any number of deliveries on any machines may have it: what
 /// nextDue() gives is theirs alone, with its receipt, until it is settled, left out of `underWay`, or they
 /// die or lose their connection; then another one takes it at once. Belongs to the thread that made it;
-/// everything throws DatabaseError when the database can't be used.
+/// everything throws DatabaseError when the database can't be used. While the service refuses the
+/// credentials, it gives a message to one of them, when it is time to try again.
 class ShopQueue : public OutgoingQueue
 {
 public:

@@ -1,5 +1,7 @@
 #include "tests/shop/books.h"
 
+#include "tests/shop/plan.h"
+
 #include <QJsonArray>
 #include <QMap>
 
@@ -23,11 +25,11 @@ QStringList booksOf(const tilltest::ShopWorld& world)
         if (receipt.isEmpty()) // a cancellation says only what it cancels
             receipt = receiptOf.value(operation[u"root"].toInteger());
         receiptOf.insert(operation[u"n"].toInteger(), receipt);
-        receipts[receipt] += u" | %1 %2 by %3"_s.arg(
+        receipts[withoutRivals(receipt)] += u" | %1 %2 by %3"_s.arg(
             operation[u"operation"].toString(), points(operation[u"points"]), operation[u"card"].toString());
     }
     for (const auto& report : ledger[u"anonymous"].toArray())
-        receipts[report[u"receipt_number"].toString()] += u" | %1 over %2"_s.arg(
+        receipts[withoutRivals(report[u"receipt_number"].toString())] += u" | %1 over %2"_s.arg(
             report[u"method"].toString(), points(report[u"receipt"][u"receipt_amount"]));
     QStringList lines;
     for (const auto& [receipt, operations] : receipts.asKeyValueRange())

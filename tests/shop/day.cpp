@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace story;
@@ -19,6 +20,7 @@ constexpr int atATime = 4;
 constexpr int deliveries = 3;
 constexpr qint64 patience = 60'000;
 constexpr qint64 rest = 300;
+constexpr int failovers = 2;
 
 void end(QProcess& process)
 {
@@ -33,18 +35,30 @@ bool passes(const QString& error)
            error.contains(u"Другая касса"_s) || error.contains(u"нет среди закрытых"_s);
 }
 
+/// What was to be taken back, another till has taken back.
+bool isOutrunBy(const QString& error)
+{
+    return error.contains(u"уже возвращено"_s) || error.contains(u"уже оформлен другой возврат"_s);
+}
+
+/// Whether it is given up cannot be known before the database is asked.
+bool mayBeClosed(const QString& error) { return error.contains(u"уже оплачивается"_s); }
+
 } // namespace
 
 Day::Day(tilltest::ShopWorld& world, const QList<Receipt>& plan, Disturbance disturbance)
     : m_world(world)
     , m_plan(plan)
     , m_disturbance(std::move(disturbance))
+    , m_isBegun(plan.size(), false)
     , m_isDone(plan.size(), false)
+    , m_primary(&world.database)
 {
     m_world.setApart(std::chrono::hours(1));
     if (!m_disturbance.isQuiet()) {
-        m_standby = m_world.database.makeStandby();
-        m_world.findDatabaseAt(m_world.database.addressWith(*m_standby));
+        m_other = m_primary->makeStandby();
+        m_standby = m_other.get();
+        m_world.findDatabaseAt(m_primary->addressWith(*m_standby));
     }
     for (qsizetype i = 0; i < plan.size(); ++i) {
         while (static_cast<int>(m_tills.size()) <= plan[i].till) {
@@ -67,10 +81,7 @@ Day::~Day()
     }
 }
 
-QString Day::sql(const QString& statements) const
-{
-    return m_isPromoted ? m_standby->sql(statements) : m_world.database.sql(statements);
-}
+QString Day::sql(const QString& statements) const { return m_primary->sql(statements); }
 
 bool Day::play()
 {
@@ -123,15 +134,22 @@ bool Day::mayPlay(const Till& till) const
         return false;
     if (till.next == till.receipts.size())
         return true; // what is left moves on
-    const int after = m_plan[till.receipts[till.next]].after;
-    return after < 0 || m_isDone[after];
+    const Receipt& receipt = m_plan[till.receipts[till.next]];
+    if (till.played > 0) // both are open before either is paid
+        return receipt.rival < 0 || m_isBegun[receipt.rival];
+    return receipt.after < 0 || m_isDone[receipt.after];
 }
 
 QList<Step> Day::stepsOf(const Till& till) const
 {
     if (till.onlyMoves)
         return {deliver()};
-    QList<Step> steps = m_plan[till.receipts[till.next]].steps.list().sliced(till.played);
+    const Receipt& receipt = m_plan[till.receipts[till.next]];
+    QList<Step> steps = receipt.steps.list().sliced(till.played);
+    if (till.isOutrun)
+        steps = {rollback().mayFail()};
+    else if (receipt.rival >= 0)
+        steps = {steps.first()};
     if (till.isInDoubt)
         steps.first() = steps.first().mayFail();
     if (!till.hasService)
@@ -190,7 +208,7 @@ void Day::judge(Till& till)
     else
         m_longest = (3 * m_longest + till.since.elapsed()) / 4;
     const qsizetype before = till.played;
-    const qsizetype all = till.onlyMoves ? 0 : m_plan[till.receipts[till.next]].steps.list().size();
+    const int done = m_done;
     for (const QByteArray& line : till.run->readAllStandardOutput().split('\n')) {
         const QJsonObject step = QJsonDocument::fromJson(line).object();
         if (!step.contains(u"step"))
@@ -201,36 +219,62 @@ void Day::judge(Till& till)
             till.restAfter = isOk || !till.onlyMoves ? 0 : rest;
             continue;
         }
-        const QString error = step[u"error"].toString();
-        if (!isOk && passes(error)) {
-            till.isInDoubt = true;
-            till.restAfter = rest;
+        if (!judgeStep(till, step))
             break;
-        }
-        if (!isOk && !till.isInDoubt) {
-            fail(till, QString::fromUtf8(line));
-            return;
-        }
-        till.isInDoubt = false;
-        ++till.played;
     }
-    if (till.played > before || !till.hasLeft)
+    const bool goesOn = till.played > before || m_done > done;
+    if (goesOn || !till.hasLeft)
         m_sinceProgress.start();
-    if (till.onlyMoves && till.next == till.receipts.size())
-        till.isBeforeEnd = till.hasLeft;
-    else if (!till.onlyMoves && till.played == all)
-        finishReceipt(till);
-    else if (isKilled && !till.onlyMoves)
+    if (till.onlyMoves) {
+        if (till.next == till.receipts.size())
+            till.isBeforeEnd = till.hasLeft;
+    } else if (isKilled && m_done == done) {
         till.isInDoubt = true;
-    else if (!isKilled && till.restAfter == 0 && !till.onlyMoves)
+    } else if (!isKilled && !goesOn && till.restAfter == 0 && !m_hasFailed) {
         fail(till, u"ended early: "_s + QString::fromUtf8(till.run->readAllStandardError()));
+    }
+}
+
+bool Day::judgeStep(Till& till, const QJsonObject& step)
+{
+    const int index = till.receipts[till.next];
+    const bool isOk = step[u"ok"].toBool();
+    const QString error = step[u"error"].toString();
+    if (!isOk && (passes(error) || (till.isOutrun && mayBeClosed(error)))) {
+        till.isInDoubt = !till.isOutrun;
+        till.restAfter = rest;
+        return false;
+    }
+    if (till.isOutrun) { // and has given it up
+        ++m_outrun;
+        finishReceipt(till);
+        return false;
+    }
+    if (!isOk && m_plan[index].rival >= 0 && isOutrunBy(error)) {
+        till.isOutrun = true;
+        till.isInDoubt = false;
+        till.restAfter = 1;
+        return false;
+    }
+    if (!isOk && !till.isInDoubt) {
+        fail(till, QString::fromUtf8(QJsonDocument(step).toJson(QJsonDocument::Compact)));
+        return false;
+    }
+    till.isInDoubt = false;
+    m_isBegun[index] = true;
+    if (++till.played == m_plan[index].steps.list().size())
+        finishReceipt(till);
+    return true;
 }
 
 void Day::finishReceipt(Till& till)
 {
     till.played = 0;
     till.isInDoubt = false;
-    m_isDone[till.receipts[till.next++]] = true;
+    till.isOutrun = false;
+    const int index = till.receipts[till.next++];
+    m_isBegun[index] = true;
+    m_isDone[index] = true;
     ++m_done;
 }
 
@@ -238,7 +282,7 @@ void Day::disturb()
 {
     if (m_disturbance.isQuiet())
         return;
-    if (m_kills.databases == 0 && m_done >= m_plan.size() / 2)
+    if (m_kills.databases < failovers && m_done >= m_plan.size() * (m_kills.databases + 1) / (failovers + 1))
         loseDatabase();
     if (m_sinceKill.elapsed() < m_longest)
         return;
@@ -258,10 +302,10 @@ void Day::disturb()
     }
 }
 
-/// It is away for a while, which the tills go on in.
+/// It is away for a while, which the tills go on in. Then its standby takes its place, and later has one.
 void Day::loseDatabase()
 {
-    m_world.database.kill();
+    m_primary->kill();
     ++m_kills.databases;
     QElapsedTimer away;
     away.start();
@@ -270,7 +314,9 @@ void Day::loseDatabase()
         goOn();
     }
     m_standby->promote();
-    m_isPromoted = true;
+    std::swap(m_primary, m_standby);
+    if (m_kills.databases < failovers)
+        m_standby->comeBackAsStandbyOf(*m_primary);
 }
 
 void Day::fail(const Till& till, const QString& why)

@@ -17,7 +17,7 @@ struct Kills
     int tills = 0;
     int services = 0;
     int deliveries = 0;
-    int databases = 0;
+    int databases = 0; ///< each was the one that may be written to
 };
 
 /// A day of a shop, played by processes. Every fourth till's receipts move on by a service of its own, the
@@ -35,6 +35,8 @@ public:
 
     [[nodiscard]] const Kills& kills() const { return m_kills; }
     [[nodiscard]] int runs() const { return m_runs; }
+    /// How many returns were refused because another till had taken back the same goods.
+    [[nodiscard]] int outrun() const { return m_outrun; }
     /// Executes statements in the database that is in use.
     [[nodiscard]] QString sql(const QString& statements) const;
 
@@ -46,6 +48,7 @@ private:
         qsizetype next = 0;      ///< of them
         qsizetype played = 0;    ///< steps of that one
         bool isInDoubt = false;  ///< the next step may have been done
+        bool isOutrun = false;   ///< a rival has closed that one
         bool isBeforeEnd = true; ///< what it has closed may lie here still
         bool hasService = false;
         bool hasLeft = false;   ///< something that its last runs could not move on
@@ -64,6 +67,8 @@ private:
     void begin(Till& till);
     void look(Till& till);
     void judge(Till& till);
+    /// What became of that step of the receipt; false when the others of the run come to nothing.
+    [[nodiscard]] bool judgeStep(Till& till, const QJsonObject& step);
     void finishReceipt(Till& till);
     void disturb();
     void loseDatabase();
@@ -75,11 +80,14 @@ private:
     QList<Receipt> m_plan;
     Disturbance m_disturbance;
     std::vector<Till> m_tills;
-    QList<bool> m_isDone; ///< of each receipt
+    QList<bool> m_isBegun; ///< of each receipt: it is open, or done
+    QList<bool> m_isDone;  ///< of each receipt
     std::vector<QProcess*> m_deliveries;
-    std::unique_ptr<test_support::Postgres> m_standby;
-    bool m_isPromoted = false;
+    std::unique_ptr<test_support::Postgres> m_other; ///< beside the shop's own
+    test_support::Postgres* m_primary = nullptr;
+    test_support::Postgres* m_standby = nullptr; ///< null on a quiet day
     Kills m_kills;
+    int m_outrun = 0;
     int m_underWay = 0;
     int m_runs = 0;
     int m_done = 0;

@@ -79,9 +79,14 @@ void Postgres::make()
 Postgres::Postgres(const Postgres& primary, Copy /*of it*/)
 {
     ownDirectory();
+    copyOf(primary);
+    start();
+}
+
+void Postgres::copyOf(const Postgres& primary)
+{
     run(u"pg_basebackup"_s, {u"-h"_s, primary.m_directory.path(), u"-U"_s, u"owner"_s, u"-D"_s,
                              m_directory.filePath(u"data"_s), u"-R"_s, u"-c"_s, u"fast"_s, u"-N"_s});
-    start();
 }
 
 Postgres::~Postgres()
@@ -95,10 +100,23 @@ QString Postgres::address(const QString& user) const
     return u"postgresql:///shop?host=%1&user=%2"_s.arg(m_directory.path(), user);
 }
 
-// Only then told to wait: the copy is to know nothing of it.
 std::unique_ptr<Postgres> Postgres::makeStandby()
 {
     std::unique_ptr<Postgres> standby(new Postgres(*this, Copy{}));
+    waitForStandbys();
+    return standby;
+}
+
+void Postgres::comeBackAsStandbyOf(const Postgres& primary)
+{
+    EXPECT_TRUE(QDir(m_directory.filePath(u"data"_s)).removeRecursively());
+    copyOf(primary);
+    start();
+    primary.waitForStandbys();
+}
+
+void Postgres::waitForStandbys() const
+{
     sql(u"ALTER SYSTEM SET synchronous_standby_names = '*'"_s);
     sql(u"SELECT pg_reload_conf()"_s);
     QElapsedTimer waited;
@@ -108,7 +126,6 @@ std::unique_ptr<Postgres> Postgres::makeStandby()
         state = sql(u"SELECT sync_state FROM pg_stat_replication"_s);
     while (state != u"sync" && waited.elapsed() < patience);
     EXPECT_EQ(state, u"sync");
-    return standby;
 }
 
 QString Postgres::addressWith(const Postgres& standby) const

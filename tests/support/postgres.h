@@ -31,6 +31,9 @@ public:
     /// Another server that has each commit before whoever asked for it is told so: from now on this one waits
     /// for it, however long.
     std::unique_ptr<Postgres> makeStandby();
+    /// After it was killed it comes back as a standby of that one, with nothing of what it had, as
+    /// makeStandby() makes one.
+    void comeBackAsStandbyOf(const Postgres& primary);
     /// A standby becomes the one that may be written to, and waits for nobody.
     void promote() const { sql(QStringLiteral("SELECT pg_promote()")); }
     /// As address(), of these two, whichever of them may be written to.
@@ -45,6 +48,9 @@ private:
     Postgres(const Postgres& primary, Copy /*of it*/);
 
     void make();
+    void copyOf(const Postgres& primary);
+    /// Only once there is one: a copy is to know nothing of it.
+    void waitForStandbys() const;
     void ownDirectory() const;
     void run(const QString& program, const QStringList& arguments) const;
 

@@ -71,12 +71,6 @@ Ran ShopWorld::play(const QString& till, const story::Steps& steps)
     return runJson(steps, of(till));
 }
 
-void ShopWorld::begin(QProcess& shell, const QString& till)
-{
-    moveClockOn(till);
-    start(shell, QStringList{u"shell"_s, u"--json"_s} + of(till));
-}
-
 void ShopWorld::beginRun(QProcess& run, const QString& till, const QString& file)
 {
     moveClockOn(till);

@@ -26,8 +26,6 @@ public:
     [[nodiscard]] QStringList of(const QString& till) const;
     /// Plays the steps at that till, well after all that was played before.
     [[nodiscard]] Ran play(const QString& till, const story::Steps& steps);
-    /// Starts a shell there.
-    void begin(QProcess& shell, const QString& till);
     /// The command for the shop as a whole.
     [[nodiscard]] QStringList ofShop() const;
 

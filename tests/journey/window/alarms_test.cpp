@@ -1,5 +1,9 @@
 #include "tests/journey/window/cashier.h"
 
+#include "host/shop/localmarks.h"
+#include "host/utils/config.h"
+#include "till/setup/hostobjects.h"
+
 #include <QFile>
 #include <QListWidget>
 
@@ -67,6 +71,23 @@ TEST(WindowAlarm, TellsThatTheServiceRefusesUserOrPassword)
     cashier.touch(u"Отправить сейчас"_s); // accepted now
     EXPECT_EQ(cashier.till().queue().waitingCount(), 0) << cashier.notice().toStdString();
     EXPECT_THAT(cashier.status().toStdString(), Not(HasSubstr("пароль")));
+}
+
+TEST(WindowAlarm, TellsOfAReceiptWhoseNumberAnotherTillOfTheShopHasUsed)
+{
+    Cashier cashier;
+    cashier.sell();
+    const QString number = cashier.checkout().receipt()->getIdentifier();
+    cashier.press(Qt::Key_F9);
+    shop::LocalMarks().giveUp(number, {number, u"2"_s}); // as whoever moves the receipts on does
+    cashier.sell();
+    EXPECT_THAT(cashier.status().toStdString(), Not(HasSubstr(number.toStdString()))) << "it has no shop";
+    till::hostObject<Config>().set(u"Shop:database"_s, u"postgresql:///shop"_s);
+    cashier.sell();
+    EXPECT_EQ(
+        cashier.status(),
+        u"Чеков с номерами, которые уже заняты другой кассой: 1, первый %1. Сообщите администратору"_s.arg(
+            number));
 }
 
 TEST(WindowAlarm, TellsThatTheStoreWasTakenAway)

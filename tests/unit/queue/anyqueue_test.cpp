@@ -504,6 +504,29 @@ TEST_P(AnyQueue, KeepsWhatIsNotedTogether)
     EXPECT_EQ(again->find(second)->attempts, 1);
 }
 
+TEST_P(AnyQueue, IsTheSameForWhoeverOpensItLater)
+{
+    const qint64 parked = add(u"A"_s);
+    const qint64 paused = add(u"B"_s);
+    add(u"A"_s);
+    queue->park(parked, {404, u"no such card"_s, 0});
+    fail(paused);
+    const auto again = home->open();
+    const auto before = queue->messages(10);
+    const auto after = again->messages(10);
+    ASSERT_EQ(after.size(), 3);
+    for (qsizetype i = 0; i < after.size(); ++i) {
+        EXPECT_EQ(after[i].id, before[i].id);
+        EXPECT_EQ(after[i].state, before[i].state);
+        EXPECT_EQ(after[i].attempts, before[i].attempts);
+        EXPECT_EQ(after[i].lastError, before[i].lastError);
+        EXPECT_EQ(after[i].due, before[i].due);
+        EXPECT_EQ(after[i].message, before[i].message);
+    }
+    EXPECT_EQ(again->nextDue(clock.now(), clock.now()), std::nullopt);
+    EXPECT_EQ(again->health().lastError, u"busy"_s);
+}
+
 TEST_P(AnyQueue, SaysThatItCannotBeUsedAndGoesOnWhenItCan)
 {
     const qint64 id = add();
@@ -540,6 +563,20 @@ TEST_P(AnyQueue, IsDeliveredInTheOrderOfEachReceiptAndSeveralReceiptsAtOnce)
     }
     EXPECT_THAT(service.sideBySide(), testing::Contains(3));
     EXPECT_EQ(queue->waitingCount(), 0);
+}
+
+TEST_P(AnyQueue, IsDeliveredButForADamagedMessageWhichIsParkedAndHoldsUpItsReceipt)
+{
+    const HeldService service;
+    const qint64 damaged = add(u"A"_s);
+    add(u"A"_s);
+    add(u"B"_s);
+    home->sql(u"UPDATE queued SET message = %1 WHERE id = %2"_s.arg(home->literal("\1\2")).arg(damaged));
+    const auto summary = QueueDelivery(*queue, {}).deliverDue();
+    EXPECT_EQ(summary.delivered, 1);
+    EXPECT_EQ(summary.parked, 1);
+    EXPECT_EQ(summary.waiting, 1);
+    EXPECT_EQ(queue->find(damaged)->state, State::Parked);
 }
 
 TEST_P(AnyQueue, IsHeldUpByRefusedCredentialsUntilOneMessageIsTaken)

@@ -360,4 +360,29 @@ TEST_F(Shop, LeavesNothingToADatabaseAloneThatHasAStandby)
     EXPECT_TRUE(DocumentsDao().contains(u"R-1"_s));
 }
 
+/// It still waits for a standby, which follows it no more.
+TEST_F(Shop, LeavesNothingToAFormerPrimaryThatComesBackBesideItsSuccessor)
+{
+    Postgres former;
+    {
+        shop::Connection owner(former.address());
+        shop::prepare(owner);
+    }
+    const auto successor = former.makeStandby();
+    former.kill();
+    successor->promote();
+    former.start();
+    shop::Connection first(former.addressWith(*successor), {.statement = std::chrono::milliseconds(500)});
+    shop::Moving moving(u"1"_s, first);
+    closeReceipt(richSale(u"R-1"_s));
+    enqueue(u"R-1"_s);
+    EXPECT_THROW(moving.step(), shop::DatabaseError) << "that one may be written to, and is asked first";
+    EXPECT_EQ(MessageQueue().waitingCount(), 1);
+    former.kill();
+    EXPECT_TRUE(moving.step());
+    EXPECT_TRUE(moving.step());
+    EXPECT_EQ(successor->sql(u"SELECT identifier FROM kyr.documents"_s), u"R-1");
+    EXPECT_EQ(successor->sql(u"SELECT count(*) FROM kyr.queued"_s), u"1");
+}
+
 } // namespace test_support
