@@ -31,9 +31,8 @@ CREATE TABLE kyr.documents (
     stored bigint NOT NULL,
     sale text NOT NULL,
     content bytea NOT NULL,
-    PRIMARY KEY (month, identifier)
+    PRIMARY KEY (identifier, month)
 ) PARTITION BY RANGE (month);
-CREATE INDEX ON kyr.documents (identifier);
 CREATE INDEX ON kyr.documents (sale) WHERE sale <> '';
 CREATE INDEX ON kyr.documents (till, stored) WHERE sale = '';
 
@@ -43,7 +42,7 @@ CREATE TABLE kyr.card_records (
     kind integer NOT NULL,
     revision integer NOT NULL,
     content bytea NOT NULL,
-    PRIMARY KEY (month, document, kind)
+    PRIMARY KEY (document, kind, month)
 ) PARTITION BY RANGE (month);
 
 CREATE SEQUENCE kyr.entries;
@@ -98,7 +97,7 @@ CREATE TABLE kyr.history (
     outcome text NOT NULL,
     answer integer,
     message bytea,
-    PRIMARY KEY (month, id)
+    PRIMARY KEY (id, month)
 ) PARTITION BY RANGE (month);
 CREATE INDEX ON kyr.history (identity);
 CREATE INDEX ON kyr.history (receipt) WHERE receipt <> '';
