@@ -2,6 +2,7 @@
 
 #include "host/core/document.h"
 #include "host/shop/familylock.h"
+#include "host/shop/places.h"
 #include "host/storage/removal.h"
 #include "host/storage/store.h"
 #include "host/utils/logging.h"
@@ -265,7 +266,9 @@ void Moving::put(const Luggage& luggage)
         m_database.run(
             u"INSERT INTO history SELECT $1::date, -nextval('entries'), $2::uuid, $3::text, $4::text, "
             "$5::text, $6::bigint, $7::bigint, $8::text, $9::integer, $10::text, $11::text, "
-            "$12::integer, $13::bytea WHERE NOT EXISTS (SELECT FROM history WHERE identity = $2::uuid)"_s,
+            "$12::integer, $13::bytea WHERE NOT EXISTS (SELECT FROM history WHERE month = $1::date AND "
+            "identity = "
+            "$2::uuid)"_s,
             QVariantList{written(month), identity, m_till} + row.sliced(1));
     }
 }
@@ -273,10 +276,9 @@ void Moving::put(const Luggage& luggage)
 // A return lies with its sale, which may be there already.
 QDate Moving::monthOf(const Luggage& luggage)
 {
-    const auto found =
-        m_database.run(u"SELECT month FROM documents WHERE identifier = $1"_s, {luggage.family}).rows;
-    if (!found.isEmpty())
-        return QDate::fromString(found[0][0].toString(), Qt::ISODate);
+    const QVariant place = placeOf(m_database, luggage.family);
+    if (!place.isNull())
+        return QDate::fromString(place.toString(), Qt::ISODate);
     for (const auto& [times, column] :
          {std::pair(luggage.documents, 1), std::pair(luggage.journal, 1), std::pair(luggage.history, 4)}) {
         if (!times.isEmpty())
@@ -287,15 +289,20 @@ QDate Moving::monthOf(const Luggage& luggage)
 
 void Moving::putDocument(const QDate& month, const QVariantList& document)
 {
-    const auto there = m_database
-                           .run(u"SELECT content = $2 AND till = $3 FROM documents WHERE identifier = $1"_s,
-                                {document[0], document[3], m_till})
-                           .rows;
-    if (there.isEmpty())
+    const QVariant place = placeOf(m_database, document[0].toString());
+    if (place.isNull()) {
         m_database.run(u"INSERT INTO documents (month, till, identifier, stored, sale, content) "
                        "VALUES ($1, $2, $3, $4, $5, $6)"_s,
                        QVariantList{written(month), m_till} + document);
-    else if (!there[0][0].toBool())
+        return;
+    }
+    const auto there =
+        m_database
+            .run(
+                u"SELECT FROM documents WHERE month = $1 AND identifier = $2 AND content = $3 AND till = $4"_s,
+                {place, document[0], document[3], m_till})
+            .rows;
+    if (there.isEmpty())
         throw Taken(document[0].toString());
 }
 

@@ -13,6 +13,9 @@ namespace {
 // A message is sent when nothing of its receipt is before it; there is no mark for that, so nobody has to
 // keep one right.
 //
+// Whoever looks for a receipt asks first in which month it lies: a statement that names no month takes locks
+// in the tables of all, and with many tills and months these locks are what everybody waits for.
+//
 // What two programs make at once, a till and another one that takes its place, or a till that was killed
 // between the two stores, is told apart by its identity: a receipt by its identifier, a message by a sum of
 // all that it says, an entry of the journal by till, number and time.
@@ -35,6 +38,8 @@ CREATE TABLE kyr.documents (
 ) PARTITION BY RANGE (month);
 CREATE INDEX ON kyr.documents (sale) WHERE sale <> '';
 CREATE INDEX ON kyr.documents (till, stored) WHERE sale = '';
+
+CREATE TABLE kyr.places (identifier text PRIMARY KEY, month date NOT NULL);
 
 CREATE TABLE kyr.card_records (
     month date NOT NULL,
@@ -106,6 +111,24 @@ CREATE INDEX ON kyr.history (finished);
 CREATE TABLE kyr.delivery (error text NOT NULL, refused bigint NOT NULL, probes integer NOT NULL, probe bigint NOT NULL);
 INSERT INTO kyr.delivery VALUES ('', 0, 0, 0);
 )"_s,
+            // Whoever puts receipts in or removes them, their places follow.
+            uR"(
+CREATE FUNCTION kyr.note_places() RETURNS trigger LANGUAGE plpgsql SECURITY DEFINER SET search_path = kyr, pg_temp AS $$
+BEGIN
+    INSERT INTO places SELECT identifier, month FROM fresh;
+    RETURN NULL;
+END $$;
+CREATE TRIGGER note_places AFTER INSERT ON kyr.documents REFERENCING NEW TABLE AS fresh
+    FOR EACH STATEMENT EXECUTE FUNCTION kyr.note_places();
+
+CREATE FUNCTION kyr.forget_places() RETURNS trigger LANGUAGE plpgsql SECURITY DEFINER SET search_path = kyr, pg_temp AS $$
+BEGIN
+    DELETE FROM places USING gone WHERE places.identifier = gone.identifier;
+    RETURN NULL;
+END $$;
+CREATE TRIGGER forget_places AFTER DELETE ON kyr.documents REFERENCING OLD TABLE AS gone
+    FOR EACH STATEMENT EXECUTE FUNCTION kyr.forget_places();
+)"_s,
             // Who makes a partition has to own the table, which a till does not. It is attached when it is
             // made: PARTITION OF would wait for all who read the tables, some of whom wait for the partition.
             uR"(
@@ -152,6 +175,9 @@ BEGIN
         END INTO younger USING (extract(epoch FROM oldest) * 1000)::bigint;
         CONTINUE WHEN younger;
         EXECUTE format('DROP TABLE kyr.%I', part.name);
+        IF part.table_name = 'documents' THEN
+            DELETE FROM places WHERE places.month = part.month;
+        END IF;
         RETURN NEXT part.name;
     END LOOP;
 END $$;
@@ -161,9 +187,14 @@ CREATE FUNCTION kyr.put_message(its_identity uuid, its_month date, its_till text
     its_due bigint) RETURNS void LANGUAGE plpgsql SECURITY DEFINER SET search_path = kyr, pg_temp AS $$
 DECLARE
     -- What becomes of it lies with the sale that it is about.
-    its_place date := coalesce((SELECT month FROM documents WHERE identifier = its_receipt LIMIT 1), its_month);
+    its_place date := coalesce((SELECT month FROM places WHERE identifier = its_receipt), its_month);
+    is_new boolean;
 BEGIN
-    IF NOT EXISTS (SELECT FROM history WHERE identity = its_identity) THEN
+    -- It lies where it was put the first time: its sale was there already, or it was not. EXECUTE, for a statement
+    -- that is kept would take locks in all months.
+    EXECUTE 'SELECT NOT EXISTS (SELECT FROM history WHERE identity = $1 AND month IN ($2, $3))'
+        INTO is_new USING its_identity, its_month, its_place;
+    IF is_new THEN
         PERFORM ensure_month(its_place);
         INSERT INTO queued (identity, month, till, queue, receipt, enqueued, message, text, parked, attempts, error, due)
         VALUES (its_identity, its_place, its_till, its_queue, its_receipt, its_time, its_content, its_text, is_parked,
@@ -174,9 +205,9 @@ END $$;
 )"_s,
             // A till reads receipts, which it takes back, but no message: they hold the password.
             uR"(
-REVOKE ALL ON FUNCTION kyr.ensure_month, kyr.put_message, kyr.remove_old FROM PUBLIC;
+REVOKE ALL ON FUNCTION kyr.ensure_month, kyr.put_message, kyr.remove_old, kyr.note_places, kyr.forget_places FROM PUBLIC;
 GRANT USAGE ON SCHEMA kyr TO kyr_till, kyr_deliver;
-GRANT SELECT ON kyr.version TO kyr_till, kyr_deliver;
+GRANT SELECT ON kyr.version, kyr.places TO kyr_till, kyr_deliver;
 GRANT SELECT, INSERT ON kyr.documents TO kyr_till;
 GRANT SELECT, INSERT, UPDATE ON kyr.card_records TO kyr_till;
 GRANT SELECT, INSERT ON kyr.journal, kyr.history TO kyr_till;

@@ -2,6 +2,7 @@
 
 #include "host/core/document.h"
 #include "host/shop/familylock.h"
+#include "host/shop/places.h"
 #include "host/storage/documentcodec.h"
 #include "host/storage/store.h"
 #include "host/utils/logging.h"
@@ -62,18 +63,26 @@ bool ShopDocuments::contains(const QString& identifier)
 
 QSharedPointer<Document> ShopDocuments::loadFromShop(const QString& identifier)
 {
-    const auto found =
-        m_database.run(u"SELECT content, till FROM documents WHERE identifier = $1"_s, {identifier}).rows;
+    const QVariant month = placeOf(m_database, identifier);
+    if (month.isNull())
+        return nullptr;
+    const auto found = m_database
+                           .run(u"SELECT content, till FROM documents WHERE month = $1 AND identifier = $2"_s,
+                                {month, identifier})
+                           .rows;
     // Of this till, and its store does not know: it will rely on it.
     if (!found.isEmpty() && found[0][1] == m_till && !LocalMarks().hasMoved(identifier))
         m_database.write();
-    return found.isEmpty() ? nullptr : documentOf(identifier, found[0][0].toByteArray());
+    return found.isEmpty() ? nullptr : documentOf(month, identifier, found[0][0].toByteArray());
 }
 
-QSharedPointer<Document> ShopDocuments::documentOf(const QString& identifier, const QByteArray& content)
+QSharedPointer<Document> ShopDocuments::documentOf(const QVariant& month, const QString& identifier,
+                                                   const QByteArray& content)
 {
     const auto records =
-        m_database.run(u"SELECT content, revision FROM card_records WHERE document = $1"_s, {identifier})
+        m_database
+            .run(u"SELECT content, revision FROM card_records WHERE month = $1 AND document = $2"_s,
+                 {month, identifier})
             .rows;
     return documentWith(identifier, content, records, m_database.where());
 }
@@ -99,7 +108,7 @@ void ShopDocuments::writeRecord(const DocumentCardRecord& record, int revision)
     const qint64 written =
         m_database
             .run(u"INSERT INTO card_records (month, document, kind, revision, content) "
-                 "SELECT month, identifier, $2::integer, $3::integer, $4::bytea FROM documents WHERE "
+                 "SELECT month, identifier, $2::integer, $3::integer, $4::bytea FROM places WHERE "
                  "identifier = $1 "
                  "ON CONFLICT (month, document, kind) DO UPDATE SET revision = excluded.revision, "
                  "content = excluded.content WHERE card_records.revision = excluded.revision - 1"_s,
@@ -114,14 +123,15 @@ QList<QSharedPointer<AbstractDocument>> ShopDocuments::returnsOf(const QString& 
     auto returns = DocumentsDao::returnsOf(sale);
     if (isHere(sale))
         return returns;
+    const QVariant month = placeOf(m_database, sale);
     const auto rows = m_database
-                          .run(u"SELECT identifier, content FROM documents WHERE sale = $1 AND sale <> '' "
-                               "ORDER BY stored, identifier"_s,
-                               {sale})
+                          .run(u"SELECT identifier, content FROM documents WHERE month = $1 AND sale = $2 "
+                               "AND sale <> '' ORDER BY stored, identifier"_s,
+                               {month, sale})
                           .rows;
     for (const QVariantList& row : rows) {
         returns.removeIf([&](const auto& own) { return own->getIdentifier() == row[0].toString(); });
-        returns.append(documentOf(row[0].toString(), row[1].toByteArray()));
+        returns.append(documentOf(month, row[0].toString(), row[1].toByteArray()));
     }
     return returns;
 }
@@ -130,19 +140,20 @@ QList<ClosedSale> ShopDocuments::newestSales(int limit)
 {
     QList<ClosedSale> sales = DocumentsDao::newestSales(limit);
     try {
-        const auto rows = m_database
-                              .run(u"SELECT identifier, content FROM documents WHERE sale = '' AND till = $1 "
-                                   "ORDER BY stored DESC LIMIT $2"_s,
-                                   {m_till, limit})
-                              .rows;
+        const auto rows =
+            m_database
+                .run(u"SELECT identifier, content, month FROM documents WHERE sale = '' AND till = $1 "
+                     "ORDER BY stored DESC LIMIT $2"_s,
+                     {m_till, limit})
+                .rows;
         for (const QVariantList& row : rows) {
             const QString identifier = row[0].toString();
             const bool isKnown =
                 std::any_of(sales.cbegin(), sales.cend(),
                             [&identifier](const ClosedSale& sale) { return sale.identifier == identifier; });
             if (!isKnown && sales.size() < limit)
-                sales.append(
-                    {identifier, ifWhole([&] { return documentOf(identifier, row[1].toByteArray()); })});
+                sales.append({identifier,
+                              ifWhole([&] { return documentOf(row[2], identifier, row[1].toByteArray()); })});
         }
     } catch (const DatabaseError& failure) {
         utils::logger(u"shop"_s)->warn(failure.tr().ru());

@@ -44,7 +44,8 @@ private:
     [[nodiscard]] bool isHere(const QString& identifier);
     void enlist(const QString& family);
     [[nodiscard]] QSharedPointer<Document> loadFromShop(const QString& identifier);
-    [[nodiscard]] QSharedPointer<Document> documentOf(const QString& identifier, const QByteArray& content);
+    [[nodiscard]] QSharedPointer<Document> documentOf(const QVariant& month, const QString& identifier,
+                                                      const QByteArray& content);
     void writeRecord(const DocumentCardRecord& record, int revision);
     Moving& moving();
 

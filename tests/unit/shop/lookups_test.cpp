@@ -39,9 +39,55 @@ TEST_F(Shop, FindsWhatItLooksForWithoutReadingAll)
          {u"SELECT content, till FROM documents WHERE identifier = 'R-7777'"_s,
           u"SELECT content, revision FROM card_records WHERE document = 'R-7777'"_s,
           u"SELECT identifier, content FROM documents WHERE sale = 'S-7770' AND sale <> ''"_s,
+          u"SELECT month FROM places WHERE identifier = 'R-7777'"_s,
           u"SELECT month FROM history WHERE id = 7777"_s,
           u"SELECT event FROM journal WHERE receipt = 'R-7777'"_s})
         EXPECT_LE(pagesOf(server, statement), 10) << statement.toStdString();
+}
+
+/// A statement that looks in all months takes locks in all, and with many tills these are what everybody
+/// waits for.
+TEST_F(Shop, WorksInTheTablesOfAReceiptsMonthAlone)
+{
+    const QString other = u"documents_2020_01, card_records_2020_01, journal_2020_01, history_2020_01"_s;
+    server.sql(u"SELECT kyr.ensure_month('2020-01-01')"_s);
+    shop::Connection somebody(server.address());
+    somebody.begin();
+    somebody.run(u"LOCK TABLE "_s + other);
+
+    close(richSale(u"R-1"_s));
+    enqueue(u"R-1"_s);
+    moveOn();
+    close(returnOf(u"R-1"_s, u"V-1"_s)); // its sale is there already
+    moveOn();
+    shop::ShopQueue queue(server.address());
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const auto message = queue.nextDue(now, now);
+    ASSERT_TRUE(message);
+    EXPECT_TRUE(queue.delivered(message->id, {}));
+
+    workAt(u"2"_s);
+    shop::ShopDocuments documents(u"2"_s, server.address());
+    const auto sale = documents.loadDocument(u"R-1"_s, false);
+    ASSERT_TRUE(sale);
+    EXPECT_EQ(documents.returnsOf(u"R-1"_s).size(), 1);
+    documents.saveCardRecord(sale->getCardRecord(KyrLoyaltySystem));
+    EXPECT_EQ(
+        server.sql(u"SELECT event FROM kyr.journal_%1 WHERE till = ''"_s.arg(now.toString(u"yyyy_MM"_s))),
+        u"delivered");
+}
+
+TEST_F(Shop, FindsNoReceiptThatIsGone)
+{
+    close(richSale(u"R-1"_s));
+    close(richSale(u"R-2"_s));
+    moveOn();
+    server.sql(u"DELETE FROM kyr.documents WHERE identifier = 'R-1'"_s);
+    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.places"_s), u"R-2");
+    workAt(u"2"_s);
+    shop::ShopDocuments documents(u"2"_s, server.address());
+    EXPECT_FALSE(documents.loadDocument(u"R-1"_s, false));
+    EXPECT_TRUE(documents.loadDocument(u"R-2"_s, false));
 }
 
 } // namespace test_support
