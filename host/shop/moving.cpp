@@ -24,6 +24,7 @@ namespace {
 
 constexpr int messagesAtOnce = 200;
 constexpr int familiesAtOnce = 20;
+constexpr qsizetype entriesAtOnce = 500;
 
 /// Another receipt of the same identifier is there.
 class Taken : public DatabaseError
@@ -255,12 +256,7 @@ void Moving::put(const Luggage& luggage)
     for (const QVariantList& row : luggage.cards)
         m_database.run(u"INSERT INTO card_records VALUES ($1, $2, $3, $4, $5) ON CONFLICT DO NOTHING"_s,
                        QVariantList{written(month)} + row);
-    for (const QVariantList& row : luggage.journal)
-        m_database.run(
-            u"INSERT INTO journal (month, till, id, time, receipt, event, operation, message, code, "
-            "detail, milliseconds) VALUES ($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11) "
-            "ON CONFLICT DO NOTHING"_s,
-            QVariantList{written(month), m_till} + row);
+    putJournal(month, luggage.journal);
     for (const QVariantList& row : luggage.history) {
         const QString identity = identityOf({m_till, row[0], row[1], row[2], row[3], row[4], row[8]});
         m_database.run(
@@ -270,6 +266,27 @@ void Moving::put(const Luggage& luggage)
             "identity = "
             "$2::uuid)"_s,
             QVariantList{written(month), identity, m_till} + row.sliced(1));
+    }
+}
+
+// Half of what a receipt consists of: by themselves they would be half of what the database is asked.
+void Moving::putJournal(const QDate& month, const QList<QVariantList>& entries)
+{
+    for (qsizetype first = 0; first < entries.size(); first += entriesAtOnce) {
+        QStringList places;
+        QVariantList values{written(month), m_till};
+        for (const QVariantList& entry : entries.mid(first, entriesAtOnce)) {
+            QStringList own{u"$1"_s, u"$2"_s};
+            for (qsizetype i = 1; i <= entry.size(); ++i)
+                own.append(u'$' + QString::number(values.size() + i));
+            places.append(u'(' + own.join(u", "_s) + u')');
+            values += entry;
+        }
+        m_database.run(
+            u"INSERT INTO journal (month, till, id, time, receipt, event, operation, message, code, "
+            "detail, milliseconds) VALUES "_s +
+                places.join(u", "_s) + u" ON CONFLICT DO NOTHING"_s,
+            values);
     }
 }
 
