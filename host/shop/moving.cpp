@@ -2,6 +2,7 @@
 
 #include "host/core/document.h"
 #include "host/shop/familylock.h"
+#include "host/shop/places.h"
 #include "host/storage/removal.h"
 #include "host/storage/store.h"
 #include "host/utils/logging.h"
@@ -23,6 +24,7 @@ namespace {
 
 constexpr int messagesAtOnce = 200;
 constexpr int familiesAtOnce = 20;
+constexpr qsizetype entriesAtOnce = 500;
 
 /// Another receipt of the same identifier is there.
 class Taken : public DatabaseError
@@ -262,29 +264,46 @@ void Moving::put(const Luggage& luggage)
     for (const QVariantList& row : luggage.cards)
         m_database.run(u"INSERT INTO card_records VALUES ($1, $2, $3, $4, $5) ON CONFLICT DO NOTHING"_s,
                        QVariantList{written(month)} + row);
-    for (const QVariantList& row : luggage.journal)
-        m_database.run(
-            u"INSERT INTO journal (month, till, id, time, receipt, event, operation, message, code, "
-            "detail, milliseconds) VALUES ($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11) "
-            "ON CONFLICT DO NOTHING"_s,
-            QVariantList{written(month), m_till} + row);
+    putJournal(month, luggage.journal);
     for (const QVariantList& row : luggage.history) {
         const QString identity = identityOf({m_till, row[0], row[1], row[2], row[3], row[4], row[8]});
         m_database.run(
             u"INSERT INTO history SELECT $1::date, -nextval('entries'), $2::uuid, $3::text, $4::text, "
             "$5::text, $6::bigint, $7::bigint, $8::text, $9::integer, $10::text, $11::text, "
-            "$12::integer, $13::bytea WHERE NOT EXISTS (SELECT FROM history WHERE identity = $2::uuid)"_s,
+            "$12::integer, $13::bytea WHERE NOT EXISTS (SELECT FROM history WHERE month = $1::date AND "
+            "identity = "
+            "$2::uuid)"_s,
             QVariantList{written(month), identity, m_till} + row.sliced(1));
+    }
+}
+
+// Half of what a receipt consists of: by themselves they would be half of what the database is asked.
+void Moving::putJournal(const QDate& month, const QList<QVariantList>& entries)
+{
+    for (qsizetype first = 0; first < entries.size(); first += entriesAtOnce) {
+        QStringList places;
+        QVariantList values{written(month), m_till};
+        for (const QVariantList& entry : entries.mid(first, entriesAtOnce)) {
+            QStringList own{u"$1"_s, u"$2"_s};
+            for (qsizetype i = 1; i <= entry.size(); ++i)
+                own.append(u'$' + QString::number(values.size() + i));
+            places.append(u'(' + own.join(u", "_s) + u')');
+            values += entry;
+        }
+        m_database.run(
+            u"INSERT INTO journal (month, till, id, time, receipt, event, operation, message, code, "
+            "detail, milliseconds) VALUES "_s +
+                places.join(u", "_s) + u" ON CONFLICT DO NOTHING"_s,
+            values);
     }
 }
 
 // A return lies with its sale, which may be there already.
 QDate Moving::monthOf(const Luggage& luggage)
 {
-    const auto found =
-        m_database.run(u"SELECT month FROM documents WHERE identifier = $1"_s, {luggage.family}).rows;
-    if (!found.isEmpty())
-        return QDate::fromString(found[0][0].toString(), Qt::ISODate);
+    const QVariant place = placeOf(m_database, luggage.family);
+    if (!place.isNull())
+        return QDate::fromString(place.toString(), Qt::ISODate);
     for (const auto& [times, column] :
          {std::pair(luggage.documents, 1), std::pair(luggage.journal, 1), std::pair(luggage.history, 4)}) {
         if (!times.isEmpty())
@@ -295,17 +314,21 @@ QDate Moving::monthOf(const Luggage& luggage)
 
 void Moving::putDocument(const QDate& month, const QVariantList& document)
 {
-    const auto there =
-        m_database
-            .run(u"SELECT content = $2 AND till = $3, till FROM documents WHERE identifier = $1"_s,
-                 {document[0], document[3], m_till})
-            .rows;
-    if (there.isEmpty())
+    const QVariant place = placeOf(m_database, document[0].toString());
+    if (place.isNull()) {
         m_database.run(u"INSERT INTO documents (month, till, identifier, stored, sale, content) "
                        "VALUES ($1, $2, $3, $4, $5, $6)"_s,
                        QVariantList{written(month), m_till} + document);
-    else if (!there[0][0].toBool())
-        throw Taken({document[0].toString(), there[0][1].toString()});
+        return;
+    }
+    const QVariantList there =
+        m_database
+            .run(
+                u"SELECT content = $3 AND till = $4, till FROM documents WHERE month = $1 AND identifier = $2"_s,
+                {place, document[0], document[3], m_till})
+            .rows.value(0);
+    if (!there.value(0).toBool())
+        throw Taken({document[0].toString(), there.value(1).toString()});
 }
 
 void Moving::remove(const Luggage& luggage) const

@@ -64,6 +64,7 @@ private:
 
     [[nodiscard]] Luggage packed(const QString& family) const;
     void put(const Luggage& luggage);
+    void putJournal(const QDate& month, const QList<QVariantList>& entries);
     void putDocument(const QDate& month, const QVariantList& document);
     [[nodiscard]] QDate monthOf(const Luggage& luggage);
     void remove(const Luggage& luggage) const;

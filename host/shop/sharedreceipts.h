@@ -37,7 +37,8 @@ public:
     [[nodiscard]] QList<ClosedSale> newestSales(const QString& till, int limit) const;
 
 private:
-    [[nodiscard]] QSharedPointer<Document> read(const QString& identifier, const QByteArray& content) const;
+    [[nodiscard]] QSharedPointer<Document> read(const QVariant& month, const QString& identifier,
+                                                const QByteArray& content) const;
 
     Connection& m_database;
 };

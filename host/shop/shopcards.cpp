@@ -43,17 +43,17 @@ storage::CardTraces tracesOf(Connection& database, const QString& card)
 {
     storage::CardSearch search(card, database.where());
     forEachRow(database,
-               u"SELECT month, identifier, sale, content FROM documents WHERE (month, identifier) > ($1, $2) "
-               "ORDER BY month, identifier"_s,
-               {beforeAll, u""_s}, [&](const QVariantList& row) {
-                   search.lookAtReceipt(row[1].toString(), row[2].toString(), row[3].toByteArray());
+               u"SELECT identifier, month, sale, content FROM documents WHERE (identifier, month) > ($1, $2) "
+               "ORDER BY identifier, month"_s,
+               {u""_s, beforeAll}, [&](const QVariantList& row) {
+                   search.lookAtReceipt(row[0].toString(), row[2].toString(), row[3].toByteArray());
                });
     forEachRow(database,
-               u"SELECT r.month, document, kind, coalesce(sale, ''), r.content FROM card_records r "
+               u"SELECT document, kind, r.month, coalesce(sale, ''), r.content FROM card_records r "
                "LEFT JOIN documents d ON d.month = r.month AND identifier = document "
-               "WHERE (r.month, document, kind) > ($1, $2, $3) ORDER BY r.month, document, kind"_s,
-               {beforeAll, u""_s, -1}, [&](const QVariantList& row) {
-                   search.lookAtCard(row[1].toString(), row[3].toString(), row[4].toByteArray());
+               "WHERE (document, kind, r.month) > ($1, $2, $3) ORDER BY document, kind, r.month"_s,
+               {u""_s, -1, beforeAll}, [&](const QVariantList& row) {
+                   search.lookAtCard(row[0].toString(), row[3].toString(), row[4].toByteArray());
                });
     for (const QString& table : {u"queued"_s, u"history"_s}) {
         const QString sql =

@@ -2,6 +2,7 @@
 
 #include "host/core/document.h"
 #include "host/shop/familylock.h"
+#include "host/shop/places.h"
 #include "host/storage/documentcodec.h"
 #include "host/storage/store.h"
 #include "host/utils/logging.h"
@@ -105,7 +106,7 @@ void ShopDocuments::writeRecord(const DocumentCardRecord& record, int revision)
     const qint64 written =
         m_database
             .run(u"INSERT INTO card_records (month, document, kind, revision, content) "
-                 "SELECT month, identifier, $2::integer, $3::integer, $4::bytea FROM documents WHERE "
+                 "SELECT month, identifier, $2::integer, $3::integer, $4::bytea FROM places WHERE "
                  "identifier = $1 "
                  "ON CONFLICT (month, document, kind) DO UPDATE SET revision = excluded.revision, "
                  "content = excluded.content WHERE card_records.revision = excluded.revision - 1"_s,

@@ -16,9 +16,10 @@ namespace shop {
 
 namespace {
 
-// In the order in which queuedFromRow() takes them, and the till.
+// In the order in which queuedFromRow() takes them, the till and the month.
 const QString columns =
-    u"SELECT id, queue, receipt, enqueued, message, text, attempts, error, parked, due, till FROM queued q "_s;
+    u"SELECT id, queue, receipt, enqueued, message, text, attempts, error, parked, due, till, month FROM queued q "_s;
+constexpr qsizetype monthColumn = 11;
 const QString nothingBefore =
     u"NOT parked AND NOT EXISTS (SELECT FROM queued b WHERE b.receipt = q.receipt AND "
     "b.receipt <> '' AND b.id < q.id) "_s;
@@ -234,10 +235,10 @@ bool ShopQueue::settle(qint64 id, const QString& event, const QueueAttempt& atte
     try {
         if (own == m_claims.end())
             database.begin();
-        const auto message = first(database, columns + u"WHERE id = $1"_s, {id});
-        done = message && step(database);
+        const QVariantList row = database.run(columns + u"WHERE id = $1"_s, {id}).rows.value(0);
+        done = !row.isEmpty() && step(database);
         if (done)
-            tell(database, event, *message, attempt);
+            tell(database, event, row, attempt);
         database.commit();
     } catch (...) {
         database.rollback();
@@ -250,18 +251,17 @@ bool ShopQueue::settle(qint64 id, const QString& event, const QueueAttempt& atte
     return done;
 }
 
-void ShopQueue::tell(Connection& database, const QString& event, const QueuedMessage& message,
+void ShopQueue::tell(Connection& database, const QString& event, const QVariantList& row,
                      const QueueAttempt& attempt) const
 {
+    const QueuedMessage message = messageFrom(row);
     if (message.group.isEmpty())
         return; // the journal is the receipts'
     database.run(
         u"INSERT INTO journal (month, till, id, time, receipt, event, operation, message, code, detail, "
-        "milliseconds) SELECT month, '', nextval('entries'), $2::bigint, $1::text, $3::text, $4::text, "
-        "$5::bigint, $6::integer, $7::text, $8::bigint FROM (SELECT month FROM queued WHERE id = $5 "
-        "UNION ALL SELECT month FROM history WHERE id = $5) AS its"_s,
-        {message.group, now(), event, utils::maskNumbers(message.operation()), message.id, attempt.code,
-         utils::maskNumbers(attempt.error.isEmpty() ? attempt.account : attempt.error),
+        "milliseconds) VALUES ($1, '', nextval('entries'), $2, $3, $4, $5, $6, $7, $8, $9)"_s,
+        {row[monthColumn], now(), message.group, event, utils::maskNumbers(message.operation()), message.id,
+         attempt.code, utils::maskNumbers(attempt.error.isEmpty() ? attempt.account : attempt.error),
          attempt.milliseconds});
 }
 

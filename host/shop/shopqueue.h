@@ -66,7 +66,8 @@ private:
     /// The step on the message and its entry in the journal as one commit, of its claim where there is one.
     bool settle(qint64 id, const QString& event, const QueueAttempt& attempt,
                 const std::function<bool(Connection&)>& step);
-    void tell(Connection& database, const QString& event, const QueuedMessage& message,
+    /// `row` is the message's, as it was before.
+    void tell(Connection& database, const QString& event, const QVariantList& row,
               const QueueAttempt& attempt) const;
     [[nodiscard]] qint64 number(const QString& sql) const;
 

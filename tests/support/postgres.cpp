@@ -11,6 +11,8 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace test_support {
@@ -45,9 +47,17 @@ QString keptServer()
     return folder.isEmpty() ? QString() : folder + u"/kyr-postgres-%1"_s.arg(geteuid());
 }
 
+QString below(const QString& folder) { return folder + u"/postgres-XXXXXX"_s; }
+
 } // namespace
 
 Postgres::Postgres()
+    : Postgres(QDir::tempPath(), {})
+{}
+
+Postgres::Postgres(const QString& folder, QStringList settings)
+    : m_directory(below(folder))
+    , m_settings(std::move(settings))
 {
     ownDirectory();
     const QString data = m_directory.filePath(u"data"_s);
@@ -77,6 +87,8 @@ void Postgres::make()
 }
 
 Postgres::Postgres(const Postgres& primary, Copy /*of it*/)
+    : m_directory(below(QFileInfo(primary.m_directory.path()).path()))
+    , m_settings(primary.m_settings)
 {
     ownDirectory();
     copyOf(primary);
@@ -146,9 +158,13 @@ void Postgres::start()
     m_server->setChildProcessModifier(becomeOrdinary);
     m_server->setStandardOutputFile(m_directory.filePath(u"log"_s));
     m_server->setStandardErrorFile(m_directory.filePath(u"log"_s), QIODevice::Append);
-    m_server->start(programs() + u"postgres"_s,
-                    {u"-D"_s, m_directory.filePath(u"data"_s), u"-c"_s, u"listen_addresses="_s, u"-c"_s,
-                     u"unix_socket_directories="_s + m_directory.path(), u"-c"_s, u"shared_buffers=8MB"_s});
+    QStringList arguments{u"-D"_s, m_directory.filePath(u"data"_s)};
+    for (const QString& setting :
+         QStringList{u"listen_addresses="_s, u"unix_socket_directories="_s + m_directory.path(),
+                     u"shared_buffers=8MB"_s} +
+             m_settings)
+        arguments << u"-c"_s << setting;
+    m_server->start(programs() + u"postgres"_s, arguments);
     QElapsedTimer waited;
     waited.start();
     QProcess ready;

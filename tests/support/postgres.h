@@ -15,6 +15,8 @@ class Postgres
 {
 public:
     Postgres();
+    /// Below that folder, with settings besides those that a test needs, such as "max_connections=300".
+    Postgres(const QString& folder, QStringList settings);
     ~Postgres();
     Q_DISABLE_COPY_MOVE(Postgres)
 
@@ -55,6 +57,7 @@ private:
     void run(const QString& program, const QStringList& arguments) const;
 
     QTemporaryDir m_directory;
+    QStringList m_settings;
     std::unique_ptr<QProcess> m_server;
 };
 

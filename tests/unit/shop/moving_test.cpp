@@ -139,6 +139,16 @@ TEST_F(Shop, TakesNoReceiptBeforeItsMessagesThoughItIsClosedMeanwhile)
     EXPECT_EQ(arrived(), u"1|1");
 }
 
+TEST_F(Shop, TakesOverAJournalHoweverLongItIs)
+{
+    closeReceipt(richSale(u"R-1"_s));
+    for (int i = 0; i < 1200; ++i) // more than go at once
+        note(u"R-1"_s, QString::number(i));
+    moveOn();
+    EXPECT_EQ(server.sql(u"SELECT count(*), count(DISTINCT event) FROM kyr.journal"_s), u"1201|1201");
+    EXPECT_EQ(server.sql(u"SELECT event FROM kyr.journal ORDER BY id DESC LIMIT 1"_s), u"1199");
+}
+
 /// As a till does that was killed after the database had all of it.
 TEST_F(Shop, HasEverythingOnceThoughItIsMovedTwice)
 {

@@ -1,3 +1,4 @@
+#include "host/shop/schemastatements.h"
 #include "tests/unit/shop/scene.h"
 
 #include <gmock/gmock.h>
@@ -21,15 +22,21 @@ TEST_F(Shop, IsBroughtUpToDateWithAllThatLiesThere)
 {
     closeReceipt(richSale(u"R-1"_s));
     moveOn();
-    // As the first version was.
-    server.sql(u"DROP OWNED BY kyr_admin; DROP ROLE kyr_admin; ALTER TABLE kyr.version DROP oldest; "
-               "UPDATE kyr.version SET number = 1"_s);
+    const QString content = server.sql(u"SELECT content FROM kyr.documents"_s);
+    server.sql(u"CREATE TABLE aside AS SELECT * FROM kyr.documents; DROP SCHEMA kyr CASCADE; "
+               "DROP OWNED BY kyr_admin; DROP ROLE kyr_admin"_s);
+    database.runAll(shop::tables().first());
+    server.sql(
+        u"CREATE TABLE kyr.documents_2026 PARTITION OF kyr.documents FOR VALUES FROM ('2020-01-01') TO "
+        "('2100-01-01'); INSERT INTO kyr.documents SELECT * FROM aside"_s);
     EXPECT_THAT([this] { requirePrepared(database); },
                 ThrowsMessage<shop::DatabaseError>(HasSubstr("till shop prepare")));
     prepare(database);
     requirePrepared(database);
-    EXPECT_EQ(server.sql(u"SELECT identifier FROM kyr.documents"_s), u"R-1");
+    EXPECT_EQ(server.sql(u"SELECT content FROM kyr.documents"_s), content);
     EXPECT_EQ(server.sql(u"SELECT number, oldest FROM kyr.version"_s), u"2|1");
+    workAt(u"2"_s);
+    EXPECT_TRUE(shop::ShopDocuments(u"2"_s, server.address()).loadDocument(u"R-1"_s, false));
 }
 
 TEST_F(Shop, ServesAnEarlierProgramThatCanStillWorkWithIt)
