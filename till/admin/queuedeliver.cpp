@@ -8,6 +8,7 @@
 #include "till/admin/tool.h"
 #include "till/audit/queuereport.h"
 #include "till/checkout/deliverynow.h"
+#include "till/cli/usageerror.h"
 #include "till/setup/stopsignals.h"
 
 using namespace Qt::StringLiterals;
@@ -35,37 +36,49 @@ private:
     utils::Registration m_exchanges;
 };
 
-int run(const Invocation& invocation)
+QueueDelivery::Summary delivered(const Invocation& invocation, Tool& tool, OutgoingQueue& queue)
 {
     const StopSignals signals;
-    Tool tool(invocation);
-    const auto queue = queueOf(invocation, tool);
     std::stop_source stop;
     const auto heedSignals = [&] {
         if (signals.wait({}))
             stop.request_stop();
     };
-    QueueDelivery::Summary summary;
-    {
-        const Progress progress(tool.console, queue->waitingCount());
-        QueueDelivery::Options options = deliveryOptions(tool.config);
-        options.attempted = [&](const QueuedMessage&, const QueueAttempt&) { heedSignals(); };
-        QueueDelivery delivery(*queue, options);
-        heedSignals();
-        if (isOfShop(invocation)) { // others may deliver it as well
-            queue->expedite();
-            summary = delivery.deliverDue(stop.get_token());
-        } else {
-            summary = delivery.run(stop.get_token());
-        }
-    }
+    const Progress progress(tool.console, queue.waitingCount());
+    QueueDelivery::Options options = deliveryOptions(tool.config);
+    options.attempted = [&](const QueuedMessage&, const QueueAttempt&) { heedSignals(); };
+    QueueDelivery delivery(queue, options);
+    heedSignals();
+    if (!isOfShop(invocation))
+        return delivery.run(stop.get_token());
+    queue.expedite(); // others may deliver it as well
+    return delivery.deliverDue(stop.get_token());
+}
+
+/// What lies at a till of a shop goes where the earlier messages of its receipts are.
+QueueDelivery::Summary movedOn(const ShopSettings& shop)
+{
+    const auto held = QueueDelivery::lock();
+    if (!held)
+        throw UsageError(u"till: queue deliver: another delivery is under way on this data directory"_s);
+    return moveOn(MessageQueue(), shop);
+}
+
+int run(const Invocation& invocation)
+{
+    Tool tool(invocation);
+    const auto queue = queueOf(invocation, tool);
+    const auto shop = isOfShop(invocation) ? std::nullopt : shopOf(tool.config);
+    const QueueDelivery::Summary summary = shop ? movedOn(*shop) : delivered(invocation, tool, *queue);
     const QString error = utils::maskNumbers(summary.firstError);
-    tool.console.line(u"%1 delivered, %2 waiting, %3 parked"_s.arg(summary.delivered)
+    tool.console.line((shop ? u"%1 moved on to the shop's database, %2 waiting, %3 parked"_s
+                            : u"%1 delivered, %2 waiting, %3 parked"_s)
+                          .arg(summary.delivered)
                           .arg(summary.waiting)
                           .arg(summary.parked));
     if (!error.isEmpty())
         tool.console.line(u"first error: "_s + error, Console::Colour::Red);
-    tool.console.value(QJsonDocument(QJsonObject{{u"delivered"_s, summary.delivered},
+    tool.console.value(QJsonDocument(QJsonObject{{shop ? u"moved"_s : u"delivered"_s, summary.delivered},
                                                  {u"waiting"_s, summary.waiting},
                                                  {u"parked"_s, summary.parked},
                                                  {u"firstError"_s, error}}));
@@ -76,18 +89,22 @@ int run(const Invocation& invocation)
 
 Command queueDeliverCommand()
 {
-    return {.name = u"queue deliver"_s,
-            .about = u"Send what waits now, once, without regard to its pauses."_s,
-            .details =
-                u"SIGINT and SIGTERM end it after the messages in hand. Refused while a delivery is under "
-                u"way on the same data\n"
-                "directory.\n\nWith --json: {\"delivered\", \"waiting\", \"parked\", \"firstError\"}."_s,
-            .options = shopOptions(),
-            .examples = {{u"till queue deliver"_s, u"after the network came back"_s}},
-            .statuses = {{0, u"the queue is empty"_s},
-                         {1, u"messages wait or are parked"_s},
-                         {2, u"the queue cannot be used, or another delivery is under way"_s}},
-            .run = run};
+    return {
+        .name = u"queue deliver"_s,
+        .about = u"Send what waits now, once, without regard to its pauses."_s,
+        .details =
+            u"SIGINT and SIGTERM end it after the messages in hand. Refused while a delivery is under "
+            u"way on the same data\n"
+            "directory. At a till of a shop it moves what waits on to the shop's database, from where --shop "
+            "sends "
+            u"it.\n\nWith --json: {\"delivered\" (at a till of a shop \"moved\"), \"waiting\", \"parked\", "
+            u"\"firstError\"}."_s,
+        .options = shopOptions(),
+        .examples = {{u"till queue deliver"_s, u"after the network came back"_s}},
+        .statuses = {{0, u"the queue is empty"_s},
+                     {1, u"messages wait or are parked"_s},
+                     {2, u"the queue cannot be used, or another delivery is under way"_s}},
+        .run = run};
 }
 
 } // namespace till

@@ -46,6 +46,8 @@ QueueDelivery::Summary waitForWorker(MessageQueue& queue)
     return summary;
 }
 
+} // namespace
+
 QueueDelivery::Summary moveOn(const MessageQueue& queue, const ShopSettings& shop)
 {
     QueueDelivery::Summary summary;
@@ -62,8 +64,6 @@ QueueDelivery::Summary moveOn(const MessageQueue& queue, const ShopSettings& sho
     summary.delivered = std::max(0, before - summary.waiting - summary.parked);
     return summary;
 }
-
-} // namespace
 
 QueueDelivery::Options deliveryOptions(const Config& config)
 {

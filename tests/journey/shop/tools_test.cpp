@@ -87,6 +87,33 @@ TEST_F(QueueOfAShop, RetriesDropsAndDeliversWhatItIsTold)
     EXPECT_EQ(ledger(), QStringList{u"R-1 anonymous"_s});
 }
 
+/// An earlier message of the receipt may wait there still.
+TEST_F(TillsOfAShop, WhatIsDeliveredAtATillNowMovesOnToTheDatabase)
+{
+    ASSERT_EQ(play(u"1"_s, openSale("R-1", {tea(10)}) + pay()).status, 0);
+    database.freeze();
+    ASSERT_EQ(play(u"1"_s, openSale("R-2", {tea(10)}) + pay()).status, 0);
+    database.thaw();
+    const Ran ran = run(QStringList{u"queue"_s, u"deliver"_s} + of(u"1"_s));
+    EXPECT_EQ(ran.status, 0) << ran.err.toStdString();
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr(" moved on to the shop's database, 0 waiting, 0 parked\n"));
+    EXPECT_EQ(ledger(), QStringList());
+    EXPECT_EQ(database.sql(u"SELECT receipt FROM kyr.queued ORDER BY id"_s), u"R-1\nR-2");
+    const Ran delivered = run(QStringList{u"queue"_s, u"deliver"_s, u"--shop"_s} + ofShop());
+    EXPECT_EQ(delivered.status, 0);
+    EXPECT_EQ(ledger().size(), 2);
+}
+
+TEST_F(TillsOfAShop, WhatCannotMoveOnIsSaidToWait)
+{
+    database.kill();
+    ASSERT_EQ(play(u"1"_s, openSale("R-1", {tea(10)}) + pay()).status, 0);
+    const Ran ran = run(QStringList{u"queue"_s, u"deliver"_s} + of(u"1"_s));
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.out.toStdString(), HasSubstr("0 moved on to the shop's database, 1 waiting, 0 parked\n"
+                                                 "first error: База магазина недоступна"));
+}
+
 TEST_F(QueueOfAShop, IsNotMeantWhereOnlyATillIsNamed)
 {
     const Ran ran = run(QStringList{u"queue"_s, u"list"_s, u"--till"_s, u"1"_s} + ofShop());
