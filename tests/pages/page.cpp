@@ -128,6 +128,7 @@ QStringList comparable(const QString& text)
         {QRegularExpression(u"\\d+ s (ahead|behind)"_s), u"N s \\1"_s},
         {QRegularExpression(u"port \\d+"_s), u"port N"_s},
         {QRegularExpression(u"Qt 6[.\\d]+"_s), u"Qt 6.N"_s},
+        {QRegularExpression(u"PostgreSQL \\d+[.\\d]*"_s), u"PostgreSQL N"_s},
         {QRegularExpression(u"/\\S+/libKYRLoyalty\\.so"_s), u"libKYRLoyalty.so"_s},
         {QRegularExpression(u"till\\.sqlite\\.unfinished-\\w{6} "_s), u"till.sqlite.unfinished-XXXXXX "_s},
         {QRegularExpression(u"Could not connect"_s), u"Couldn't connect"_s}, // newer versions of curl

@@ -170,6 +170,6 @@ QList<Section> otherSections()
     };
 }
 
-QList<Section> sections() { return operationsSections() + otherSections(); }
+QList<Section> sections() { return operationsSections() + shopSections() + otherSections(); }
 
 } // namespace pagetest

@@ -41,6 +41,7 @@ inline void PrintTo(const Section& section, std::ostream* out)
 QString asItIs(World& world);
 
 QList<Section> operationsSections();
+QList<Section> shopSections();
 QList<Section> otherSections();
 
 /// All of them.

@@ -70,6 +70,22 @@ void World::configureTill(const QString& more)
     m_isConfigured = true;
 }
 
+void World::startDatabase()
+{
+    m_database = std::make_unique<test_support::Postgres>();
+    call(u"postgresql://postgres@db.example.com/shop"_s, u"'%1'"_s.arg(m_database->address()));
+    call(u"db.example.com"_s, m_database->folder());
+}
+
+void World::joinShop()
+{
+    startDatabase();
+    m_standby = m_database->makeStandby();
+    call(u"db2.example.com"_s, m_standby->folder());
+    configureTill(u"[Shop]\ndatabase = \"%1\"\ntill = \"7\"\n"_s.arg(m_database->addressWith(*m_standby)));
+    type(u"till shop prepare"_s);
+}
+
 void World::startStand(const QStringList& arguments)
 {
     m_stand = std::make_unique<standtest::StandProcess>(QStringList{u"--port"_s, QString::number(m_port)} +
@@ -109,6 +125,10 @@ void World::surround(QProcess& process) const
     environment.insert(u"PATH"_s, QStringLiteral(KYR_PROGRAMS ":") + environment.value(u"PATH"_s));
     environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
     environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
+    if (m_database) {
+        environment.insert(u"PGHOST"_s, m_database->folder());
+        environment.insert(u"PGUSER"_s, u"owner"_s);
+    }
     if (m_isConfigured) {
         environment.insert(u"KYR_CONFIG"_s, path(u"till.toml"_s));
         environment.insert(u"KYR_DATA_DIR"_s, data());

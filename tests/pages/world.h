@@ -2,6 +2,7 @@
 
 #include "tests/pages/page.h"
 #include "tests/stand/standprocess.h"
+#include "tests/support/postgres.h"
 #include "tests/support/steps.h"
 
 #include <QProcess>
@@ -31,6 +32,14 @@ public:
     /// A till.toml for the service, named to each command by KYR_CONFIG and the data directory by
     /// KYR_DATA_DIR.
     void configureTill(const QString& more = {});
+
+    /// A server with an empty database "shop", db.example.com of the pages; psql finds it by itself.
+    void startDatabase();
+    /// As configureTill(); the till is "7" of a shop with such a database, which has a standby,
+    /// db2.example.com of the pages.
+    void joinShop();
+    /// The first of the two fails for good.
+    void loseDatabase() { m_database->kill(); }
 
     /// At the same address each time.
     void startStand(const QStringList& arguments = {});
@@ -63,6 +72,8 @@ private:
     bool m_isConfigured = false;
     QString m_before;
     std::unique_ptr<standtest::StandProcess> m_stand;
+    std::unique_ptr<test_support::Postgres> m_database;
+    std::unique_ptr<test_support::Postgres> m_standby;
     QProcess m_till;
 };
 

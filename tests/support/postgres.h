@@ -20,6 +20,8 @@ public:
     ~Postgres();
     Q_DISABLE_COPY_MOVE(Postgres)
 
+    /// Where its socket is: what psql takes for a host.
+    [[nodiscard]] QString folder() const { return m_directory.path(); }
     /// Of the database "shop", for that user.
     [[nodiscard]] QString address(const QString& user = QStringLiteral("owner")) const;
 

@@ -25,7 +25,7 @@ QString told(shop::Connection& database, const QString& sql)
 Finding examineServer(shop::Connection& database)
 {
     constexpr int oldest = 15;
-    const QString version = told(database, u"SHOW server_version"_s);
+    const QString version = told(database, u"SHOW server_version"_s).section(u' ', 0, 0);
     const QString text = u"PostgreSQL %1 in %2"_s.arg(version, database.where());
     if (told(database, u"SHOW server_version_num"_s).toInt() / 10000 < oldest)
         return {u"shop"_s, State::Problem, text, u"version %1 or later is needed"_s.arg(oldest)};
