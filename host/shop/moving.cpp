@@ -171,9 +171,8 @@ Moving::Departure Moving::departing()
             u"family "
             "ORDER BY min(stored), min(rowid) LIMIT ?"_s);
         // Of receipts that were never closed.
-        add(u"SELECT receipt FROM journal WHERE NOT EXISTS (SELECT 1 FROM documents WHERE identifier = "
-            u"receipt) "
-            u"GROUP BY receipt ORDER BY min(id) LIMIT ?"_s);
+        add(u"SELECT receipt FROM journal WHERE receipt NOT IN (SELECT identifier FROM documents) "
+            "GROUP BY receipt ORDER BY min(id) LIMIT ?"_s);
         add(u"SELECT receipt FROM history GROUP BY receipt ORDER BY min(id) LIMIT ?"_s);
         for (const QString& family : families)
             m_marks.begin(family);

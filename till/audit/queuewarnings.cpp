@@ -42,14 +42,14 @@ QList<QueueWarning> stuckWarnings(const QList<shop::StuckReceipt>& stuck)
         receipts.append(u"%1 of till %2"_s.arg(one.receipt, one.till));
     if (stuck.size() > named)
         receipts.append(u"and %1 more"_s.arg(stuck.size() - named));
-    return {
-        {tr::Tr(u"tillStuck"_s, u"Чеков с номерами, которые уже заняты другой кассой: %1, первый %2. "
-                                "Сообщите администратору"_s)
-             .arg(QString::number(stuck.size()), stuck.first().receipt),
-         u"%1 closed here stay here: the shop's database has another receipt of the same identifier: %2"_s
-             .arg(QString::number(stuck.size()), receipts.join(u", "_s)),
-         u"see to it that no two tills of the shop give a receipt the same identifier; what these are, and "
-         "stay, is in docs/shop.md"_s}};
+    return {{tr::Tr(u"tillStuck"_s, u"Чеков с номерами, которые уже заняты другой кассой: %1, первый %2. "
+                                    "Сообщите администратору"_s)
+                 .arg(QString::number(stuck.size()), stuck.first().receipt),
+             u"%1 closed here stay here: the shop's database has another receipt of the same identifier: %2"_s
+                 .arg(QString::number(stuck.size()), receipts.join(u", "_s)),
+             u"see to it that no two tills of the shop give a receipt the same identifier; docs/shop.md says "
+             u"what "
+             "becomes of these"_s}};
 }
 
 QList<QueueWarning> queueWarnings(const OutgoingQueue& queue, const Config& config)
