@@ -68,18 +68,22 @@ QString cardSaid(const Invocation& invocation)
     return card;
 }
 
-QString reason(storage::Need need)
+/// Of a shop nobody knows what is open at a till, but who is just closing a return.
+QString reason(storage::Need need, bool ofShop)
 {
+    const QString there = ofShop ? u" --shop"_s : QString();
     switch (need) {
     case storage::Need::Open:
         break;
     case storage::Need::Unknown:
-        return u"whether points were spent on it was never known; see till receipts show"_s;
+        return u"whether points were spent on it was never known; see till receipts show%1"_s.arg(there);
     case storage::Need::Parked:
-        return u"a message of it is parked: till queue retry or till queue drop it"_s;
+        return u"a message of it is parked: till queue retry%1 or till queue drop%1 it"_s.arg(there);
     case storage::Need::Waiting:
-        return u"a message of it waits: till queue deliver"_s;
+        return u"a message of it waits: till queue deliver%1"_s.arg(there);
     }
+    if (ofShop)
+        return u"a return of it is just being closed"_s;
     const auto open = SaveToFileLogic::loadOpenReceipt();
     return open && unknownSpendingOf(*open)
                ? u"it is open, and whether points were spent on it is not known: the cashier spends the same "
@@ -99,13 +103,14 @@ void askBeforeForgetting(Tool& tool, const Invocation& invocation, const QString
         throw UsageError(u"till: forget: nothing was removed"_s);
 }
 
-Outcome forget(const storage::CardTraces& traces, const std::function<Fate(const QString& family)>& remove)
+Outcome forget(const storage::CardTraces& traces, bool ofShop,
+               const std::function<Fate(const QString& family)>& remove)
 {
     Outcome outcome;
     for (const QString& family : traces.families) {
         const Fate fate = remove(family);
         if (const auto* need = std::get_if<storage::Need>(&fate))
-            outcome.kept.append({family, reason(*need)});
+            outcome.kept.append({family, reason(*need, ofShop)});
         else
             outcome.removed += std::get<QList<storage::RemovedReceipt>>(fate);
     }
@@ -127,6 +132,17 @@ Fate removedHere(const QString& family)
             fate = removal.remove(family);
     });
     return fate;
+}
+
+Fate removedFrom(shop::Connection& database, const QString& family)
+{
+    try {
+        return shop::removeFamily(database, family);
+    } catch (const shop::DatabaseError& failure) {
+        if (failure.fault() != shop::Fault::Conflict)
+            throw;
+        return storage::Need::Open;
+    }
 }
 
 /// What the command does not reach at a till.
@@ -214,12 +230,14 @@ int run(const Invocation& invocation, Tool& tool, const QString& card, const sto
 
 int runInShop(const Invocation& invocation, Tool& tool, const QString& card)
 {
-    shop::Connection database(databaseOf(tool.config), {.statement = std::chrono::minutes(10)});
-    requirePrepared(database);
-    const storage::CardTraces traces = shop::tracesOf(database, card);
+    const QString address = databaseOf(tool.config);
+    shop::Connection reader(address, {.statement = std::chrono::minutes(10)});
+    requirePrepared(reader);
+    const storage::CardTraces traces = shop::tracesOf(reader, card);
     return run(invocation, tool, card, traces, [&] {
+        shop::Connection database(address);
         Outcome outcome =
-            forget(traces, [&](const QString& family) { return shop::removeFamily(database, family); });
+            forget(traces, true, [&](const QString& family) { return removedFrom(database, family); });
         outcome.elsewhere = besideTheDatabase();
         return outcome;
     });
@@ -233,7 +251,7 @@ int runAtTill(const Invocation& invocation, Tool& tool, const QString& card)
         throw UsageError(u"till: forget: %1: no till has kept anything here"_s.arg(directory));
     const storage::CardTraces traces = storage::tracesOf(card);
     return run(invocation, tool, card, traces, [&] {
-        Outcome outcome = forget(traces, removedHere);
+        Outcome outcome = forget(traces, false, removedHere);
         outcome.isLogLeft = !storage::foldLog(*storage::store(), patience);
         outcome.elsewhere = besideTheTill(tool.config);
         return outcome;

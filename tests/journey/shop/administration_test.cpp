@@ -1,3 +1,4 @@
+#include "host/shop/familylock.h"
 #include "tests/journey/shop/shop.h"
 
 #include <QElapsedTimer>
@@ -283,7 +284,24 @@ TEST_F(TillsOfAShop, KeepsAReceiptWhoseMessageWaitsFromBeingForgotten)
     const Ran ran =
         run(QStringList{u"forget"_s, u"--shop"_s, u"--card"_s, customersCard, u"--yes"_s} + ofShop());
     EXPECT_EQ(ran.status, 1);
-    EXPECT_THAT(ran.out.toStdString(), HasSubstr("R-1 stays: a message of it waits"));
+    EXPECT_THAT(
+        ran.out.toStdString(),
+        HasSubstr("R-1 stays: a message of it waits: till queue deliver --shop; then run this again\n"));
+}
+
+TEST_F(BooksOfAShop, KeepAReceiptThatIsJustReturnedFromBeingForgottenAndForgetTheOthers)
+{
+    ASSERT_EQ(play(u"2"_s, openSale("R-3", {tea(10)}) + card + pay() + deliver()).status, 0);
+    waitUntilDelivered();
+    shop::Connection returning(database.address());
+    returning.begin();
+    shop::lockFamily(returning, u"R-1"_s);
+    const Ran ran =
+        run(QStringList{u"forget"_s, u"--shop"_s, u"--card"_s, customersCard, u"--yes"_s} + ofShop());
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.out.toStdString(), AllOf(HasSubstr("1 receipt removed: R-3\n"),
+                                             HasSubstr("R-1 stays: a return of it is just being closed;")));
+    EXPECT_EQ(database.sql(u"SELECT count(*) FROM kyr.documents WHERE identifier = 'R-1'"_s), u"1");
 }
 
 } // namespace tilltest
