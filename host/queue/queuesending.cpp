@@ -91,9 +91,7 @@ std::variant<Request, SendingOutcome> requestOf(const QueuedMessage& queued,
     const QString method = message.value(u"method"_s).toString();
     if (method != u"POST" && method != u"PUT" && (method != u"GET" || !body.isEmpty()))
         return unsendable(u"the message's method cannot be sent: only POST, PUT, and GET without a body"_s);
-    const QVariant address = message.value(u"url"_s);
-    const QUrl url =
-        address.typeId() == QMetaType::QUrl ? address.toUrl() : QUrl(address.toString(), QUrl::TolerantMode);
+    const QUrl url = message.value(u"url"_s).toUrl(); // a text, or one already
     return Request{method.toLatin1(), url, body,
                    headersOf(message, authorization ? authorization(url) : QString()),
                    static_cast<int>(timeoutOf(queued).count())};

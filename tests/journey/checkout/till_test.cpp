@@ -93,6 +93,7 @@ TEST_F(WholeTill, KeepsEverythingInItsDirectoryAndLetsGoOfItAtItsEnd)
                 testing::IsSupersetOf({u"stand.sqlite"_s, u"stand.log"_s, u"till.lock"_s, u"till.sqlite"_s}));
     EXPECT_THAT(till->serviceUrl().toStdString(), testing::MatchesRegex("http://127.0.0.1:[0-9]+/"));
     till.reset();
+    EXPECT_EQ(Singleton<DocumentsDao>::instance, nullptr) << "which would hold the store open";
     EXPECT_THROW(storage::dataFile(u"x"_s), BasicException) << "no folder is named any more";
 }
 

@@ -1,6 +1,7 @@
 #include "host/queue/messagequeue.h"
 #include "host/queue/queuedelivery.h"
 #include "host/queue/queuedgroup.h"
+#include "host/queue/queuesending.h"
 #include "host/queue/queuewakeup.h"
 #include "host/storage/storedform.h"
 #include "host/storage/transaction.h"
@@ -189,6 +190,8 @@ TEST_F(Queue, IsEmptyToWhoeverHasNotAskedYet)
     EXPECT_EQ(QueueHealth().waiting, 0);
     EXPECT_EQ(QueueHealth().parked, 0);
     EXPECT_EQ(CredentialsSuspension().probes, 0);
+    EXPECT_EQ(QueuedMessage().id, 0);
+    EXPECT_FALSE(network::SendingOutcome().hopeless);
     EXPECT_EQ(QueueDelivery::Summary().delivered, 0);
     EXPECT_EQ(QueueDelivery::Summary().waiting, 0);
     EXPECT_EQ(QueueDelivery::Summary().parked, 0);

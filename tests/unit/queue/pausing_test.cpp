@@ -443,6 +443,37 @@ TEST_F(PausingDelivery, OfAQueueThatManyDeliverHoldsNoLock)
     EXPECT_THAT(sent(), ElementsAre(u"1"_s));
 }
 
+TEST_F(PausingDelivery, SaysThatAMessageWasDeliveredWhichSomebodyDroppedMeanwhile)
+{
+    const qint64 id = add({}, u"1"_s);
+    options.attempting = [this](const QueuedMessage& message) { queue.drop(message.id); };
+    answer({0});
+    EXPECT_EQ(pass().delivered, 1);
+    EXPECT_THAT(networkLog.lines(),
+                ElementsAre(u"warn: Queue: message %1 was delivered while being dropped"_s.arg(id)));
+}
+
+TEST_F(PausingDelivery, CommitsNothingWhileNoAnswerHasCome)
+{
+    test_support::HeldService held;
+    add({}, u"1"_s);
+    qint64 before = 0;
+    int asked = 0;
+    held.over = [&](const QList<test_support::HeldService::Request>& underWay) {
+        QList<test_support::HeldService::Finished> over;
+        if (++asked == 1) {
+            before = storage::Database::commits();
+        } else {
+            EXPECT_EQ(storage::Database::commits(), before);
+            over.append(test_support::HeldService::well(underWay.first()));
+        }
+        return over;
+    };
+    QueueDelivery delivery(queue, options);
+    EXPECT_EQ(passOf(delivery).delivered, 1);
+    EXPECT_EQ(asked, 2);
+}
+
 TEST_F(PausingDelivery, TellsOfEachAttempt)
 {
     QStringList told;

@@ -235,7 +235,8 @@ struct Task
 {
     std::atomic<int> failures = 0; ///< it is to fail so often at first
     std::atomic<int> runs = 0;     ///< that did not fail
-    bool waits = true;             ///< by itself, for a moment
+    bool waits = true;             ///< by itself, for that moment
+    std::chrono::milliseconds moment{1};
     std::function<void()> whileRunning = {};
 };
 
@@ -258,7 +259,7 @@ public:
     bool wait(std::chrono::milliseconds /*longest*/, const std::stop_token& /*stop*/) override
     {
         if (m_task.waits)
-            std::this_thread::sleep_for(1ms);
+            std::this_thread::sleep_for(m_task.moment);
         return m_task.waits;
     }
 
@@ -289,6 +290,19 @@ TEST_F(Worker, DoesAnotherJobBesideWhoeverDeliversAndWaitsAsThatOneDoes)
     EXPECT_EQ(worker.state().phase, Phase::Delivering);
 }
 
+TEST_F(Worker, IsNotOverdueWhileItsJobWaits)
+{
+    Task task;
+    task.moment = 1s; // of which a fifth is over below
+    Watch watch;
+    const DeliveryWorker worker(doing(task, options(watch, 24h)));
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (task.runs < 1 && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(1ms);
+    std::this_thread::sleep_for(200ms);
+    EXPECT_EQ(worker.overdue(), 0ms);
+}
+
 TEST_F(Worker, WaitsForWhatIsPutInWhereTheJobDoesNotWaitItself)
 {
     Task task;
@@ -306,6 +320,22 @@ TEST_F(Worker, WaitsForWhatIsPutInWhereTheJobDoesNotWaitItself)
     EXPECT_EQ(task.runs, 1);
     add({}, 1);
     EXPECT_TRUE(runsReach(2));
+}
+
+TEST_F(Worker, RunsAgainAtOnceForWhatIsPutInWhileItRuns)
+{
+    Task task;
+    task.waits = false;
+    task.whileRunning = [&task] {
+        if (task.runs == 0)
+            MessageQueue().enqueue(u"q"_s, {}, {}, {});
+    };
+    Watch watch;
+    const DeliveryWorker worker(doing(task, options(watch, 24h)));
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (task.runs < 2 && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(1ms);
+    EXPECT_EQ(task.runs, 2);
 }
 
 TEST_F(Worker, SaysThatItDeliversBeforeItIsDoneForTheFirstTime)

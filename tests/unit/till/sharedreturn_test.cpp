@@ -21,6 +21,8 @@ public:
     [[nodiscard]] QSharedPointer<AbstractDocument> loadDocument(const QVariant& reference,
                                                                 bool forUpdate) override
     {
+        if (forUpdate)
+            locked.append(reference.toString());
         const auto its = elsewhere.value(reference.toString());
         return its ? its : DocumentsDao::loadDocument(reference, forUpdate);
     }
@@ -37,6 +39,7 @@ public:
     [[nodiscard]] bool seesAll() const override { return seesEverything; }
 
     QMap<QString, QSharedPointer<AbstractDocument>> elsewhere;
+    QStringList locked; ///< against other tills
     bool seesEverything = true;
 };
 
@@ -197,6 +200,7 @@ TEST_F(SharedReturn, ThatThisTillHasClosedItselfIsNotSoughtElsewhere)
 {
     shop->elsewhere.insert(u"R"_s, returnOf());
     EXPECT_TRUE(till::wasClosedElsewhere(*returnOf()));
+    EXPECT_THAT(shop->locked, IsEmpty()) << "it is only looked at";
     EXPECT_FALSE(till::wasClosedElsewhere(Document(SaleReceipt, u"R"_s)));
     DocumentsDao().store(returnOf());
     EXPECT_FALSE(till::wasClosedElsewhere(*returnOf()));
@@ -225,6 +229,7 @@ TEST_F(SharedReturn, IsRefusedWhenAnotherTillWasQuickerWithTheSamePosition)
     shop->elsewhere.insert(u"Q"_s, quicker);
     const QString outrun = u"Позиция 1: по чеку S уже оформлен другой возврат, откройте возврат заново"_s;
     EXPECT_EQ(checkout->pay().error, outrun);
+    EXPECT_THAT(shop->locked, testing::ElementsAre(u"S"_s)) << "nobody returns of it meanwhile";
     EXPECT_EQ(checkout->state(), State::Return);
     shop->elsewhere.remove(u"Q"_s);
     shop->elsewhere.insert(u"S"_s, QSharedPointer<Document>::create(SaleReceipt, u"S"_s));

@@ -231,6 +231,21 @@ TEST_F(CheckoutSpending, ThatCannotBeKeptIsUnknownAndTheStoreIsToldOf)
     EXPECT_EQ(checkout->pay().error.toStdString(), doubt);
     EXPECT_THAT(loyalty.told, ElementsAre(u"restore"_s)) << "once";
     EXPECT_EQ(checkout->receipt()->getSum(), 500);
+    loyalty.told.clear();
+    EXPECT_EQ(checkout->pay().error.toStdString(), doubt);
+    EXPECT_THAT(loyalty.told, IsEmpty()) << "and not again";
+}
+
+TEST_F(CheckoutSpending, WhoseReceiptIsGoneWhenItIsReadBackLeavesNothingToRestore)
+{
+    openOnCard();
+    answer();
+    EXPECT_FALSE(interrupted([this] { return checkout->spend(50); }).ok);
+    bringBack();
+    SaveToFileLogic::removeOpenReceipt();
+    loyalty.told.clear();
+    EXPECT_EQ(checkout->pay().error, u"Чек не открыт: сначала откройте его"_s);
+    EXPECT_THAT(loyalty.told, IsEmpty());
 }
 
 TEST_F(CheckoutSpending, IsNotAskedForAgainWhenTheLoyaltySystemHasItsAnswerStill)

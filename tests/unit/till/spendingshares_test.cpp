@@ -78,6 +78,7 @@ TEST(SpendingShares, ThatAreNoAmountsAreWrong)
     EXPECT_EQ(fault({{1, 1e15}}), "the share of position 1 is 1e+15");
     EXPECT_EQ(fault({{1, 1e308}, {2, 1e308}}), "the share of position 1 is 1e+308");
     EXPECT_EQ(fault({{1, 1050}, {2, -1000}}), "the share of position 2 is -1000");
+    EXPECT_EQ(fault({{1, -1.0 / 3}}), "the share of position 1 is -0.333333333333");
     EXPECT_EQ(fault({{1, 50.001}, {2, -0.001}}), "the share of position 2 is -0.001");
 }
 
