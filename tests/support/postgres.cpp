@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <sys/prctl.h>
+#include <sys/shm.h>
 #include <unistd.h>
 
 #include <utility>
@@ -36,7 +37,7 @@ void becomeOrdinary()
 {
     if (geteuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0))
         _exit(1);
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    prctl(PR_SET_PDEATHSIG, SIGQUIT); // at which it ends at once, but leaves nothing behind
 }
 
 /// Where a server's data lie as they were made, for the next to begin with: it takes ten times as long to
@@ -103,8 +104,12 @@ void Postgres::copyOf(const Postgres& primary)
 
 Postgres::~Postgres()
 {
+    if (!m_server)
+        return;
     thaw();
-    kill();
+    ::kill(static_cast<pid_t>(m_server->processId()), SIGQUIT);
+    if (!m_server->waitForFinished(patience))
+        kill();
 }
 
 QString Postgres::address(const QString& user) const
@@ -161,7 +166,7 @@ void Postgres::start()
     QStringList arguments{u"-D"_s, m_directory.filePath(u"data"_s)};
     for (const QString& setting :
          QStringList{u"listen_addresses="_s, u"unix_socket_directories="_s + m_directory.path(),
-                     u"shared_buffers=8MB"_s} +
+                     u"shared_buffers=8MB"_s, u"dynamic_shared_memory_type=mmap"_s} + // goes with the folder
              m_settings)
         arguments << u"-c"_s << setting;
     m_server->start(programs() + u"postgres"_s, arguments);
@@ -171,8 +176,11 @@ void Postgres::start()
     do {
         ready.start(programs() + u"pg_isready"_s, {u"-h"_s, m_directory.path()});
         ready.waitForFinished(patience);
-    } while (ready.exitCode() != 0 && waited.elapsed() < patience);
-    EXPECT_EQ(ready.exitCode(), 0) << "the database does not start";
+    } while (ready.exitCode() != 0 && waited.elapsed() < patience && !m_server->waitForFinished(0));
+    QFile log(m_directory.filePath(u"log"_s));
+    EXPECT_EQ(ready.exitCode(), 0)
+        << "the database does not start: "
+        << (log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray()).toStdString();
 }
 
 void Postgres::kill()
@@ -184,6 +192,20 @@ void Postgres::kill()
     m_server->kill();
     m_server->waitForFinished(patience);
     m_server.reset();
+    giveBackMemory();
+}
+
+// It would do so itself with its next start, which may never come; and a system has only so many such
+// segments.
+void Postgres::giveBackMemory() const
+{
+    constexpr int place = 6; // the line with the key and the number of its segment
+    QFile notes(m_directory.filePath(u"data/postmaster.pid"_s));
+    if (!notes.open(QIODevice::ReadOnly))
+        return;
+    const QByteArray segment = notes.readAll().split('\n').value(place).simplified().split(' ').value(1);
+    if (!segment.isEmpty())
+        shmctl(segment.toInt(), IPC_RMID, nullptr);
 }
 
 void Postgres::freeze()

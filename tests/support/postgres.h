@@ -56,6 +56,7 @@ private:
     /// Only once there is one: a copy is to know nothing of it.
     void waitForStandbys() const;
     void ownDirectory() const;
+    void giveBackMemory() const;
     void run(const QString& program, const QStringList& arguments) const;
 
     QTemporaryDir m_directory;
