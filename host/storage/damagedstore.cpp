@@ -53,8 +53,7 @@ DamagedStore::DamagedStore(const QString& file)
 {
     walk();
     noteOtherPages();
-    collectPages(true);
-    collectPages(false);
+    collectPages();
     loseUnreadPages();
     for (std::vector<Place>& places : m_places) {
         std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) {
@@ -63,10 +62,10 @@ DamagedStore::DamagedStore(const QString& file)
     }
 }
 
-void DamagedStore::collectPages(bool ofTrees)
+void DamagedStore::collectPages()
 {
     for (quint32 number = 1; number <= m_pages.count(); ++number) {
-        const auto page = m_owners.contains(number) == ofTrees ? treePage(m_pages, number) : std::nullopt;
+        const auto page = treePage(m_pages, number);
         if (!page)
             continue;
         m_accounted.insert(number);

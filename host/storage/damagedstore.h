@@ -64,7 +64,7 @@ private:
 
     void walk();
     void walk(quint32 page, const Owner& owner, int depth = 0);
-    void collectPages(bool ofTrees);
+    void collectPages();
     [[nodiscard]] QVariantList valuesAt(const Place& place);
     void collect(quint32 number, const TreePage& leaf);
     void loseCell(const StoredRow& row, quint32 page);

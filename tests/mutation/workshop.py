@@ -18,6 +18,7 @@ TARGETS = {
     "host/queue": "queue",
     "host/storage": "storage",
     "till/checkout": "till_checkout",
+    "host/shop": "shop",
 }  # fmt: skip
 PROGRAMS = {
     "client": ["test_client", "test_plugin", "test_plugin_journey"],
@@ -25,6 +26,7 @@ PROGRAMS = {
     "host/queue": ["test_queue", "test_storage"],
     "host/storage": ["test_storage", "rescue_test", "test_queue"],
     "till/checkout": ["test_till", "checkout_journey_test"],
+    "host/shop": ["test_shop"],  # with a database server for each test: slow
 }  # fmt: skip
 WHOLE_TILL = ["till_journey_test"]  # some seconds for each test: for what the others do not notice
 MOST = 2000  # mutants of one file: where its numbers begin does not depend on the other files

@@ -308,6 +308,15 @@ TEST_F(BrokenPages, WithAnotherTablesRowsAreToldUnlessTheyFollowFromTheOthers)
         << "what is there goes beyond what the page had";
 }
 
+TEST_F(BrokenPages, OfWhatFollowsFromTheOthersAreNotTold)
+{
+    keepReceipts();
+    for (const QString& table : {u"clock"_s, u"tally"_s})
+        put(pointer(pagesOf(table)[0], 0), quint16{0});
+    EXPECT_EQ(taken(u"journal"_s), entries);
+    EXPECT_THAT(lost(), IsEmpty());
+}
+
 TEST_F(BrokenPages, WithTheSameBrokenRowTwiceTellItOnce)
 {
     keep([] { sell(u"R-1"_s); });

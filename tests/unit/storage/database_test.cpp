@@ -389,4 +389,14 @@ TEST_F(DatabaseFile, OfTheLargestPagesIsOpened)
     EXPECT_EQ(failure([] { open(); }), u"hostStorageDamaged"_s) << "a part of a page is missing";
 }
 
+TEST_F(DatabaseFile, ThatHadAnotherJournalGetsALog)
+{
+    add(*open(), u"x"_s);
+    EXPECT_EQ(test_support::RawDatabase(path(u"f.sqlite"_s)).run(u"PRAGMA journal_mode=DELETE"_s)[0][0],
+              u"delete"_s);
+    const auto database = open();
+    EXPECT_EQ(pragma(*database, u"journal_mode"_s), u"wal"_s);
+    EXPECT_TRUE(QFile::exists(path(u"f.sqlite-wal"_s)));
+}
+
 } // namespace

@@ -263,6 +263,31 @@ TEST_F(DataCheck, SetsADamagedOpenReceiptAsideAndKeepsTheRest)
     EXPECT_THAT(findings(), IsEmpty()) << "once";
 }
 
+TEST_F(DataCheck, LogsWhatItSetAsideAndUnderWhichName)
+{
+    const test_support::LogCapture storageLog(u"storage"_s);
+    (void)storage::dataFile(u"x"_s);
+    overwrite(u"till.sqlite-wal"_s, "left");
+    QList<DataFinding> found = findings();
+    ASSERT_EQ(found.size(), 1);
+    EXPECT_EQ(storageLog.lines(),
+              QStringList(u"error: %1 lay there without its file; it was set aside as %2"_s.arg(
+                  path(u"till.sqlite-wal"_s), QFileInfo(found[0].now).fileName())));
+    overwrite(u"till.sqlite"_s, QByteArray(8192, 'x'));
+    found = findings();
+    ASSERT_EQ(found.size(), 1);
+    EXPECT_EQ(storageLog.lines().last(), u"error: %1 is damaged; it was set aside: till rescue %2"_s.arg(
+                                             path(u"till.sqlite"_s), found[0].now));
+    EXPECT_THAT(found[0].now.toStdString(),
+                testing::MatchesRegex(".*/till\\.sqlite\\.damaged-[0-9]{8}T[0-9]{6}Z(-2)?"));
+    fillStore();
+    test_support::putOpenReceipt(path(), "no receipt");
+    found = findings();
+    ASSERT_EQ(found.size(), 1);
+    EXPECT_EQ(storageLog.lines().last(),
+              u"error: The open receipt is damaged; it was set aside as %1"_s.arg(found[0].now));
+}
+
 TEST_F(DataCheck, NeverGivesTwoFilesSetAsideTheSameName)
 {
     (void)findings();

@@ -13,6 +13,8 @@
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
 
+#include <QProcess>
+
 #include <gmock/gmock.h>
 
 #include <cerrno>
@@ -215,6 +217,30 @@ TEST_F(RefusedCall, IsNoneToRootWhosoeversTheFileIs)
     EXPECT_EQ(failure([this] { storage::requirePlainFile(file); }), QString());
 }
 
+TEST_F(RefusedCall, IsOneToAnybodyElseWhoseFileItIsNot)
+{
+    const test_support::Nobody nobody;
+    try {
+        storage::requirePlainFile(u"/etc/passwd"_s);
+        FAIL() << "taken";
+    } catch (const BasicException& exception) {
+        EXPECT_EQ(exception.tr().id(), denied);
+        EXPECT_TRUE(exception.tr().ru().contains(u"it belongs to another user"_s));
+    }
+}
+
+TEST_F(RefusedCall, IsNoneBecauseOfAProgramThatWasBegunWhileTheLockWasHeld)
+{
+    auto lock = std::make_unique<storage::FolderLock>(file);
+    QProcess other;
+    other.start(u"sleep"_s, {u"60"_s});
+    ASSERT_TRUE(other.waitForStarted());
+    lock.reset();
+    EXPECT_EQ(failure([this] { const storage::FolderLock again(file); }), QString());
+    other.kill();
+    other.waitForFinished();
+}
+
 TEST_F(RefusedCall, DoesNotSayWhoHoldsALockThatNobodyHoldsOrNoProcess)
 {
     EXPECT_EQ(storage::lockHolder(file), QString()) << "there is no such file";
@@ -395,6 +421,31 @@ TEST_F(Quarantine, GivesWhatWasLeftANameOfItsOwnWhereTheFileSetAsideHasItsOwn)
     EXPECT_TRUE(now[0].endsWith(u"-wal"_s));
     EXPECT_EQ(now[1], QString(now[0]).replace(u"-wal"_s, u"-shm"_s)) << "together";
     EXPECT_EQ(bytes(u"file.damaged-1-wal"_s), "file.damaged-1-wal");
+}
+
+TEST_F(Quarantine, CountsFromTwoWhereTheNameIsTaken)
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    for (int second = 0; second < 60; ++second)
+        overwrite(u"file.damaged-"_s + now.addSecs(second).toString(u"yyyyMMdd'T'HHmmss'Z'"_s), {});
+    EXPECT_TRUE(storage::quarantineContent(file, "x").endsWith(u"Z-2"_s));
+}
+
+TEST_F(Quarantine, ListsWhatWasSetAsideByItsNamesTimeAndNotTheFiles)
+{
+    overwrite(u"file.damaged-1"_s, {});
+    overwrite(u"file.damaged-2"_s, {});
+    overwrite(u"file.damaged-2-wal"_s, {});
+    overwrite(u"file.replaced-3"_s, {});
+    for (const auto& [name, age] :
+         {std::pair(u"file.damaged-1"_s, 2000), std::pair(u"file.damaged-2"_s, 1000)}) {
+        QFile aged(path(name));
+        ASSERT_TRUE(aged.open(QIODevice::ReadWrite));
+        ASSERT_TRUE(
+            aged.setFileTime(QDateTime::currentDateTime().addSecs(-age), QFileDevice::FileModificationTime));
+    }
+    EXPECT_THAT(storage::quarantinedFiles(), ElementsAre(file + u".damaged-1"_s, file + u".damaged-2"_s));
+    EXPECT_THAT(storage::replacedFiles(), ElementsAre(file + u".replaced-3"_s));
 }
 
 } // namespace

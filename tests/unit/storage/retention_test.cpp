@@ -337,7 +337,9 @@ TEST_F(Retention, GivesTheRoomBackToTheDisk)
     closeMany(4000);
     work(1);
     const qint64 full = QFileInfo(path(u"till.sqlite"_s)).size();
+    const test_support::LogCapture log(u"storage"_s);
     work(40);
+    EXPECT_EQ(log.lines().filter(u"Kept long enough, and removed: 4000 receipts"_s).size(), 1) << "told once";
     EXPECT_EQ(number(u"SELECT count(*) FROM documents"_s), 0);
     EXPECT_LE(number(u"PRAGMA freelist_count"_s), 512) << "a busy day's";
     const qint64 left = QFileInfo(path(u"till.sqlite"_s)).size();

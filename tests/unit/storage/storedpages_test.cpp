@@ -139,23 +139,29 @@ TEST_F(StoredPages, GiveEachRowAsItWasPut)
 
 TEST_F(StoredPages, GiveContentOfEveryLengthThatGoesOnInFurtherPages)
 {
-    constexpr int longest = 2600; // five pages of 512 bytes
-    {
-        const Raw database(file, 512);
+    // Up to five small pages; of usual ones where an index, and where a table, needs another.
+    for (const auto& [size, lengths] :
+         {std::pair(512, u"1 AND 2600"_s), std::pair(4096, u"980 AND 1020"_s),
+          std::pair(4096, u"4040 AND 4110"_s), std::pair(4096, u"8140 AND 8200"_s)}) {
+        SCOPED_TRACE(lengths.toStdString());
+        QFile::remove(file);
+        const Raw database(file, size);
         database.run(u"CREATE TABLE first (value BLOB)"_s); // whose leaves tell the size of the pages
         database.run(u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100) "
-                     "INSERT INTO first SELECT zeroblob(300) FROM n"_s);
+                     "INSERT INTO first SELECT zeroblob(%1) FROM n"_s.arg(size / 2));
         database.run(u"CREATE TABLE t (value BLOB)"_s);
         database.run(u"CREATE INDEX i ON t (value)"_s);
-        database.run(u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) "
-                     "INSERT INTO t SELECT CAST(printf('%.*c', i, 'x') AS BLOB) FROM n"_s.arg(longest));
+        database.run(u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 9000) "
+                     "INSERT INTO t SELECT CAST(printf('%.*c', i, 'x') AS BLOB) FROM n WHERE i BETWEEN "_s +
+                     lengths);
         StorePages pages(file);
-        ASSERT_EQ(pages.size(), 512);
+        ASSERT_EQ(pages.size(), size);
         QSet<quint32> overflow;
         const auto rows = rowsBelow(pages, rootOf(database, u"t"_s), &overflow);
-        ASSERT_EQ(rows.size(), longest);
-        for (qsizetype i = 0; i < longest; ++i)
-            EXPECT_EQ(rows[i][1].toByteArray(), QByteArray(i + 1, 'x')) << i;
+        const int least = lengths.section(u' ', 0, 0).toInt();
+        ASSERT_EQ(rows.size(), lengths.section(u' ', 2).toInt() - least + 1);
+        for (qsizetype i = 0; i < rows.size(); ++i)
+            EXPECT_EQ(rows[i][1].toByteArray(), QByteArray(least + i, 'x')) << i;
         EXPECT_EQ(overflow, pagesOf(database, u"t"_s, u"overflow"_s));
 
         QSet<quint32> ofIndex;
