@@ -33,7 +33,7 @@ QSharedPointer<AbstractDocument> ShopDocuments::loadDocument(const QVariant& ref
 {
     const QString identifier = reference.toString();
     m_seesAll = true;
-    const auto own = DocumentsDao::loadDocument(reference, forUpdate);
+    auto own = DocumentsDao::loadDocument(reference, forUpdate);
     if (own && (!forUpdate || isHere(identifier)))
         return own;
     try {
@@ -118,7 +118,7 @@ void ShopDocuments::writeRecord(const DocumentCardRecord& record, int revision)
 
 QList<QSharedPointer<AbstractDocument>> ShopDocuments::returnsOf(const QString& sale)
 {
-    const auto own = DocumentsDao::returnsOf(sale);
+    auto own = DocumentsDao::returnsOf(sale);
     if (isHere(sale))
         return own;
     QList<QSharedPointer<AbstractDocument>> returns;

@@ -53,7 +53,7 @@ bool CardSearch::isOf(const DocumentCardRecord& record) const
 
 bool CardSearch::isOf(const Document& receipt) const
 {
-    const auto records = receipt.cardRecords();
+    const auto& records = receipt.cardRecords();
     return std::any_of(records.cbegin(), records.cend(),
                        [this](const auto& record) { return isOf(*record); });
 }

@@ -31,13 +31,14 @@ bool isContainer(int type)
 
 bool isTextList(int type) { return type == QMetaType::QStringList || type == QMetaType::QByteArrayList; }
 
-/// Holds no value of any type, and a stream knows it.
+/// Holds no value of any type, and a stream knows it. Of a QEasingCurve a stream believes how many points it
+/// is said to have, be it gigabytes.
 bool isPlain(int type)
 {
     if (type == QMetaType::UnknownType)
         return true;
-    return type < QMetaType::User && type != QMetaType::QVariant && !isContainer(type) &&
-           QMetaType(type).hasRegisteredDataStreamOperators();
+    return type < QMetaType::User && type != QMetaType::QVariant && type != QMetaType::QEasingCurve &&
+           !isContainer(type) && QMetaType(type).hasRegisteredDataStreamOperators();
 }
 
 QVariantList contentOf(const QVariant& container)

@@ -1,6 +1,7 @@
 #include "host/storage/storedform.h"
 
 #include <QDate>
+#include <QEasingCurve>
 #include <QIODevice>
 #include <QStringList>
 
@@ -81,6 +82,12 @@ TEST(StoredForm, RefusesATypeOfSomebodysOwnAtAnyDepth)
         EXPECT_TRUE(storage::unstorable(value).ru().startsWith(u"значение типа "_s));
     EXPECT_EQ(storage::unstorable(QVariant::fromValue<QObject*>(nullptr)).ru(), u"значение типа QObject*"_s)
         << "which is Qt's own, but not for a disk";
+}
+
+TEST(StoredForm, RefusesACurveBecauseItMayClaimToHaveEndlesslyManyPoints)
+{
+    EXPECT_EQ(storage::unstorable(QVariant::fromValue(QEasingCurve())).ru(), u"значение типа QEasingCurve"_s);
+    EXPECT_FALSE(read(written(QVariantMap{{u"curve"_s, QVariant::fromValue(QEasingCurve())}})));
 }
 
 TEST(StoredForm, EndsAtADepthThatNobodyNeeds)
