@@ -32,7 +32,7 @@ namespace {
 
 const QString failed = u"hostStorageFailed"_s;
 const QString denied = u"hostStorageDenied"_s;
-const QString full = u"hostStorageFull"_s;
+const QString diskFull = u"hostStorageFull"_s;
 const QString strange = u"hostStorageStrange"_s;
 const QString damaged = u"hostStorageDamaged"_s;
 
@@ -64,9 +64,9 @@ protected:
 
 TEST_F(RefusedCall, IsToldByWhatTheAdministratorCanDoAboutIt)
 {
-    const QList<std::pair<int, QString>> meanings{{ENOSPC, full},   {EDQUOT, full},  {EFBIG, full},
-                                                  {EACCES, denied}, {EPERM, denied}, {EROFS, denied},
-                                                  {EIO, failed},    {EMFILE, failed}};
+    const QList<std::pair<int, QString>> meanings{{ENOSPC, diskFull}, {EDQUOT, diskFull}, {EFBIG, diskFull},
+                                                  {EACCES, denied},   {EPERM, denied},    {EROFS, denied},
+                                                  {EIO, failed},      {EMFILE, failed}};
     for (const auto& [error, meaning] : meanings)
         EXPECT_EQ(whileRefused("rename", error, [this] { storage::replaceFile(file, "x"); }), meaning)
             << error;
@@ -370,7 +370,7 @@ TEST_F(RefusedStore, IsNotRestoredFromABackupThatCannotBeCopied)
     EXPECT_EQ(failure([] { storage::restoreStore(u"/no/such/file"_s); }), failed);
     EXPECT_EQ(whileBroken("read", restore), failed);
     EXPECT_EQ(whileBroken("write", restore), failed);
-    EXPECT_EQ(whileRefused("write", ENOSPC, restore), full);
+    EXPECT_EQ(whileRefused("write", ENOSPC, restore), diskFull);
     EXPECT_EQ(whileBroken("mknod", restore), failed);
     {
         const AtCall meanwhile("read", first([&] { QFile::resize(copy, 0); }));
