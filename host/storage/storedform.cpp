@@ -31,14 +31,39 @@ bool isContainer(int type)
 
 bool isTextList(int type) { return type == QMetaType::QStringList || type == QMetaType::QByteArrayList; }
 
-/// Holds no value of any type, and a stream knows it. Of a QEasingCurve a stream believes how many points it
-/// is said to have, be it gigabytes.
+/// Numbers, text, dates, bytes and the like. Of others a stream believes whatever they claim: curves and bit
+/// arrays with gigabytes in them, or less than nothing.
 bool isPlain(int type)
 {
-    if (type == QMetaType::UnknownType)
+    switch (type) {
+    case QMetaType::UnknownType:
+    case QMetaType::Nullptr:
+    case QMetaType::Bool:
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::UChar:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Float:
+    case QMetaType::Double:
+    case QMetaType::QChar:
+    case QMetaType::QString:
+    case QMetaType::QByteArray:
+    case QMetaType::QDate:
+    case QMetaType::QTime:
+    case QMetaType::QDateTime:
+    case QMetaType::QUrl:
+    case QMetaType::QUuid:
         return true;
-    return type < QMetaType::User && type != QMetaType::QVariant && type != QMetaType::QEasingCurve &&
-           !isContainer(type) && QMetaType(type).hasRegisteredDataStreamOperators();
+    default:
+        return isTextList(type);
+    }
 }
 
 QVariantList contentOf(const QVariant& container)
