@@ -86,12 +86,15 @@ void print(Console& console, const ReceiptReport& report, const QJsonObject& jso
     console.line(u"next: "_s + report.next, Console::Colour::Bold);
 }
 
-QString whereElse(const Invocation& invocation, Records& records, const QString& identifier)
+/// Of a receipt that is not to be shown.
+QString whereElse(const Invocation& invocation, bool concerns)
 {
-    if (isOfShop(invocation))
-        return u"it may lie at its till still; see till receipts list --shop"_s;
-    return records.concerns(identifier) ? u"see till receipts list"_s
-                                        : u"it has moved on to the shop's database: say --shop, too"_s;
+    if (!isOfShop(invocation))
+        return concerns ? u"see till receipts list"_s
+                        : u"it has moved on to the shop's database: say --shop, too"_s;
+    return concerns ? u"it may lie at its till still; see till receipts list --shop"_s
+                    : u"till %1 has done nothing to it that is in the shop's database"_s.arg(
+                          tillNamed(invocation));
 }
 
 int show(const Invocation& invocation)
@@ -99,10 +102,12 @@ int show(const Invocation& invocation)
     Tool tool(invocation);
     const QString identifier = invocation.arguments.first();
     const auto records = recordsOf(invocation, tool);
+    const bool concerns = records->concerns(identifier);
     const ReceiptReport report = ReceiptReports(*records).of(identifier);
-    if (report.state == u"unknown"_s && report.timeline.isEmpty())
+    const bool isKnown = report.state != u"unknown"_s || !report.timeline.isEmpty();
+    if (!isKnown || (isOfShop(invocation) && !concerns))
         throw UsageError(u"till: receipts show: no receipt '%1' here; "_s.arg(identifier) +
-                         whereElse(invocation, *records, identifier));
+                         whereElse(invocation, concerns));
     const QJsonObject json = receiptJson(report);
     tool.console.value(QJsonDocument(json));
     if (!tool.console.json())

@@ -97,6 +97,14 @@ TEST_F(BooksOfAShop, ShowsAReceiptWithItsTillAndAllThatHappenedToItAtAllOfThem)
               Not(HasSubstr(customersCard.toStdString()))));
 }
 
+TEST_F(BooksOfAShop, ShowsNoReceiptToWhichTheTillThatIsNamedHasDoneNothing)
+{
+    const Ran others = tool({u"receipts"_s, u"show"_s, u"--shop"_s, u"--till"_s, u"1"_s, u"R-2"_s});
+    EXPECT_EQ(others.status, 2);
+    EXPECT_THAT(others.err.toStdString(), HasSubstr("no receipt 'R-2' here; till 1 has done nothing to it"));
+    EXPECT_EQ(tool({u"receipts"_s, u"show"_s, u"--shop"_s, u"--till"_s, u"2"_s, u"R-2"_s}).status, 0);
+}
+
 TEST_F(BooksOfAShop, TellsWhereElseToLookForAReceipt)
 {
     const Ran moved = run(QStringList{u"receipts"_s, u"show"_s, u"R-1"_s} + of(u"1"_s));

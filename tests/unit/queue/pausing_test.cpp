@@ -1,6 +1,5 @@
-#include "tests/support/fakeservice.h"
+#include "tests/unit/queue/deliveryinsteps.h"
 #include "tests/unit/queue/heldservice.h"
-#include "tests/unit/queue/scene.h"
 
 #include <gmock/gmock.h>
 
@@ -14,58 +13,14 @@ using State = QueuedMessage::State;
 
 namespace {
 
+using PausingDelivery = queuetest::DeliveryInSteps;
+
 const QString refusedLine =
     u"error: Queue: the service refuses the credentials; nothing is delivered until it takes them. "
     "Check user and password"_s;
 constexpr std::array<std::chrono::milliseconds, 8> beginningOfTime{-87600h, -1h,  -5min, -1min,
                                                                    -1s,     -1ms, 0ms,   1ms};
 const QString takenLine = u"info: Queue: the service takes the credentials again"_s;
-
-class PausingDelivery : public test_support::Storage
-{
-protected:
-    PausingDelivery()
-    {
-        options.random = [] { return 0.5; };
-    }
-
-    qint64 add(const QString& group, const QString& path)
-    {
-        return queue.enqueue(u"q"_s, group, test_support::messageTo(u"http://service/"_s + path), {});
-    }
-    QueueDelivery::Summary pass()
-    {
-        QueueDelivery delivery(queue, options);
-        return passOf(delivery);
-    }
-    static QueueDelivery::Summary passOf(QueueDelivery& delivery)
-    {
-        const auto lock = QueueDelivery::lock();
-        return delivery.deliverDue(*lock);
-    }
-    /// The paths sent since the last call.
-    QStringList sent()
-    {
-        QStringList result;
-        for (; m_seen < service.requests().size(); ++m_seen)
-            result.append(service.requests()[m_seen].url.path().mid(1));
-        return result;
-    }
-    void answer(std::initializer_list<int> codes)
-    {
-        for (const int code : codes)
-            service.answer("{}", code);
-    }
-
-    test_support::StillClock clock;
-    MessageQueue queue;
-    test_support::FakeService service;
-    QueueDelivery::Options options;
-    test_support::LogCapture networkLog{u"network"_s};
-
-private:
-    qsizetype m_seen = 0;
-};
 
 TEST_F(PausingDelivery, WaitsLongerAfterEachFailure)
 {
@@ -337,41 +292,39 @@ TEST_F(PausingDelivery, GoesOnAtOnceWhenSomebodyEndsThePauseThatTheServiceAskedF
     EXPECT_EQ(passOf(delivery).delivered, 2);
 }
 
-TEST_F(PausingDelivery, HeedsTheLongerOfTwoWishesOfTheService)
+/// Four messages, to a service that has these wishes with its answers, one after the other.
+class WishesOfTheService : public PausingDelivery
 {
+protected:
+    void passWith(const QList<std::chrono::seconds>& wishes)
+    {
+        for (const char* path : {"1", "2", "3", "4"})
+            add({}, QString::fromLatin1(path));
+        held.over = [left = wishes](const QList<test_support::HeldService::Request>& underWay) mutable {
+            auto first = test_support::HeldService::well(underWay.first());
+            first.retryAfter = left.isEmpty() ? 0s : left.takeFirst();
+            first.code = first.retryAfter > 0s ? 503 : 0;
+            return QList{first};
+        };
+        passOf(sideBySide);
+        EXPECT_THAT(held.begun(), ElementsAre(u"1"_s, u"2"_s, u"3"_s));
+    }
+
     test_support::HeldService held;
-    for (const char* path : {"1", "2", "3", "4"})
-        add({}, QString::fromLatin1(path));
-    QList<std::chrono::seconds> wishes{0s, 60s, 5s};
-    held.over = [&wishes](const QList<test_support::HeldService::Request>& underWay) {
-        auto first = test_support::HeldService::well(underWay.first());
-        first.retryAfter = wishes.isEmpty() ? 0s : wishes.takeFirst();
-        first.code = first.retryAfter > 0s ? 503 : 0;
-        return QList{first};
-    };
-    QueueDelivery sideBySide(queue, options);
-    passOf(sideBySide);
-    EXPECT_THAT(held.begun(), ElementsAre(u"1"_s, u"2"_s, u"3"_s));
+    QueueDelivery sideBySide{queue, options};
+};
+
+TEST_F(WishesOfTheService, AreHeededByTheLongerWhenItComesFirst)
+{
+    passWith({0s, 60s, 5s});
     clock.move(59s);
     passOf(sideBySide);
     EXPECT_THAT(held.begun(), testing::SizeIs(3));
 }
 
-TEST_F(PausingDelivery, HeedsTheLongerOfTwoWishesOfTheServiceInWhicheverOrder)
+TEST_F(WishesOfTheService, AreHeededByTheLongerWhenItComesLast)
 {
-    test_support::HeldService held;
-    for (const char* path : {"1", "2", "3", "4"})
-        add({}, QString::fromLatin1(path));
-    QList<std::chrono::seconds> wishes{0s, 5s, 60s};
-    held.over = [&wishes](const QList<test_support::HeldService::Request>& underWay) {
-        auto first = test_support::HeldService::well(underWay.first());
-        first.retryAfter = wishes.isEmpty() ? 0s : wishes.takeFirst();
-        first.code = first.retryAfter > 0s ? 503 : 0;
-        return QList{first};
-    };
-    QueueDelivery sideBySide(queue, options);
-    passOf(sideBySide);
-    EXPECT_THAT(held.begun(), ElementsAre(u"1"_s, u"2"_s, u"3"_s));
+    passWith({0s, 5s, 60s});
     clock.move(60s - 1ms);
     passOf(sideBySide);
     EXPECT_THAT(held.begun(), testing::SizeIs(3));
@@ -405,93 +358,6 @@ TEST_F(PausingDelivery, IsNotHeldUpByAWishOfTheServiceWhenTheClockHasJumpedBack)
     clock.move(-1h);
     answer({0, 0});
     EXPECT_EQ(passOf(delivery).delivered, 2);
-}
-
-TEST_F(PausingDelivery, SendsThePresentCredentialsInPlaceOfTheStoredOnesWhereTheyAreGiven)
-{
-    options.authorization = [](const QUrl& url) {
-        return url.host() == u"service"_s ? u"Basic new"_s : QString();
-    };
-    QVariantMap message = test_support::messageTo(u"http://service/a"_s);
-    message.insert(u"headers"_s, QVariantMap{{u"AUTHORIZATION"_s, u"Basic x"_s}, {u"B"_s, u"b"_s}});
-    queue.enqueue(u"q"_s, {}, message, {});
-    queue.enqueue(u"q"_s, {}, test_support::messageTo(u"http://elsewhere/a"_s), {});
-    answer({0, 0});
-    pass();
-    using Headers = QHash<QString, QString>;
-    EXPECT_EQ(service.requests()[0].headers,
-              (Headers{{u"Authorization"_s, u"Basic new"_s}, {u"B"_s, u"b"_s}}));
-    EXPECT_EQ(service.requests()[1].headers, (Headers{{u"Authorization"_s, u"Basic x"_s}}));
-}
-
-TEST_F(PausingDelivery, SendsToAnAddressThatWasKeptAsOne)
-{
-    QVariantMap message = test_support::messageTo({});
-    message.insert(u"url"_s, QUrl(u"http://service/a%20b"_s));
-    queue.enqueue(u"q"_s, {}, message, {});
-    answer({0});
-    EXPECT_EQ(pass().delivered, 1);
-    EXPECT_EQ(service.requests()[0].url, QUrl(u"http://service/a%20b"_s));
-}
-
-TEST_F(PausingDelivery, OfAQueueThatManyDeliverHoldsNoLock)
-{
-    const auto others = QueueDelivery::lock();
-    add({}, u"1"_s);
-    answer({0});
-    EXPECT_EQ(QueueDelivery(queue, options).deliverDue().delivered, 1);
-    EXPECT_THAT(sent(), ElementsAre(u"1"_s));
-}
-
-TEST_F(PausingDelivery, SaysThatAMessageWasDeliveredWhichSomebodyDroppedMeanwhile)
-{
-    const qint64 id = add({}, u"1"_s);
-    options.attempting = [this](const QueuedMessage& message) { queue.drop(message.id); };
-    answer({0});
-    EXPECT_EQ(pass().delivered, 1);
-    EXPECT_THAT(networkLog.lines(),
-                ElementsAre(u"warn: Queue: message %1 was delivered while being dropped"_s.arg(id)));
-}
-
-TEST_F(PausingDelivery, CommitsNothingWhileNoAnswerHasCome)
-{
-    test_support::HeldService held;
-    add({}, u"1"_s);
-    qint64 before = 0;
-    int asked = 0;
-    held.over = [&](const QList<test_support::HeldService::Request>& underWay) {
-        QList<test_support::HeldService::Finished> over;
-        if (++asked == 1) {
-            before = storage::Database::commits();
-        } else {
-            EXPECT_EQ(storage::Database::commits(), before);
-            over.append(test_support::HeldService::well(underWay.first()));
-        }
-        return over;
-    };
-    QueueDelivery delivery(queue, options);
-    EXPECT_EQ(passOf(delivery).delivered, 1);
-    EXPECT_EQ(asked, 2);
-}
-
-TEST_F(PausingDelivery, TellsOfEachAttempt)
-{
-    QStringList told;
-    options.attempted = [&told](const QueuedMessage& message, const QueueAttempt& attempt) {
-        told.append(u"%1: %2 %3"_s.arg(message.group).arg(attempt.code).arg(attempt.error));
-    };
-    add(u"A"_s, u"a"_s);
-    add(u"B"_s, u"b"_s);
-    answer({503, 0});
-    pass();
-    EXPECT_THAT(told, ElementsAre(u"A: 503 HTTP 503"_s, u"B: 0 "_s));
-}
-
-TEST_F(PausingDelivery, IsNobodyElsesWhileSomebodyHoldsTheLock)
-{
-    const auto lock = QueueDelivery::lock();
-    EXPECT_NE(lock, nullptr);
-    EXPECT_EQ(QueueDelivery::lock(), nullptr);
 }
 
 } // namespace

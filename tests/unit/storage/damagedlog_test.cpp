@@ -33,6 +33,17 @@ protected:
     }
     [[nodiscard]] QByteArray log() const { return bytes(u"till.sqlite-wal"_s); }
 
+    /// Goes to a folder with the same store and a damaged log, which it returns.
+    QByteArray goToDamaged()
+    {
+        const QByteArray damaged = flipped(log(), logHeader + frameHeader + 1000);
+        copy = path(u"copy"_s);
+        makePrivate(copy);
+        EXPECT_TRUE(QFile::copy(path(u"till.sqlite"_s), copy + u"/till.sqlite"_s));
+        overwrite(u"copy/till.sqlite-wal"_s, damaged);
+        storage::setDataDirectory(copy);
+        return damaged;
+    }
     /// What a start finds in a folder of its own with the same store and that log.
     QList<DataFinding> findingsWith(const QByteArray& content)
     {
@@ -157,12 +168,7 @@ TEST_F(DamagedLog, IsNotSaidOfEarlierRoundsOfALog)
 
 TEST_F(DamagedLog, IsKeptByWhoeverOpensTheStoreFirst)
 {
-    const QByteArray damaged = flipped(log(), logHeader + frameHeader + 1000);
-    copy = path(u"copy"_s);
-    makePrivate(copy);
-    ASSERT_TRUE(QFile::copy(path(u"till.sqlite"_s), copy + u"/till.sqlite"_s));
-    overwrite(u"copy/till.sqlite-wal"_s, damaged);
-    storage::setDataDirectory(copy);
+    const QByteArray damaged = goToDamaged();
     EXPECT_TRUE(storage::isStoreCut());
     EXPECT_EQ(MessageQueue().waitingCount(), 0); // any tool
     const QStringList kept = QDir(copy).entryList({u"till.sqlite.damaged-*-wal"_s});
@@ -173,12 +179,7 @@ TEST_F(DamagedLog, IsKeptByWhoeverOpensTheStoreFirst)
 
 TEST_F(DamagedLog, IsNotSaidOfOneThatAnotherProgramBeginsAnewMeanwhile)
 {
-    const QByteArray damaged = flipped(log(), logHeader + frameHeader + 1000);
-    copy = path(u"copy"_s);
-    makePrivate(copy);
-    ASSERT_TRUE(QFile::copy(path(u"till.sqlite"_s), copy + u"/till.sqlite"_s));
-    overwrite(u"copy/till.sqlite-wal"_s, damaged);
-    storage::setDataDirectory(copy);
+    const QByteArray damaged = goToDamaged();
     ASSERT_TRUE(storage::isStoreCut());
     int opened = 0;
     const test_support::AtCall meanwhile("open64", [&] {
