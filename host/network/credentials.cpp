@@ -6,6 +6,8 @@
 #include <QRegularExpression>
 #include <QStringList>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace network {
@@ -42,24 +44,42 @@ QString oneTimeCodeIn(const QByteArray& body)
     return code.size() < shortest ? QString() : code;
 }
 
-QRegularExpression matching(const QStringList& secrets)
+/// Finds any of them in a text.
+class Finder
 {
-    constexpr qsizetype unmistakable = 8;
-    QStringList patterns;
-    for (const QString& secret : secrets) {
-        const QString exactly = QRegularExpression::escape(secret);
-        patterns.append(secret.size() < unmistakable ? u"(?<!\\w)%1(?!\\w)"_s.arg(exactly) : exactly);
+public:
+    explicit Finder(const QStringList& secrets)
+        : m_secrets(secrets)
+    {
+        constexpr qsizetype unmistakable = 8;
+        QStringList patterns;
+        for (const QString& secret : secrets) {
+            const QString exactly = QRegularExpression::escape(secret);
+            patterns.append(secret.size() < unmistakable ? u"(?<!\\w)%1(?!\\w)"_s.arg(exactly) : exactly);
+        }
+        m_pattern.setPattern(u"(?:%1)=*"_s.arg(patterns.join(u'|')));
+        m_pattern.setPatternOptions(QRegularExpression::UseUnicodePropertiesOption);
     }
-    return QRegularExpression(u"(?:%1)=*"_s.arg(patterns.join(u'|')),
-                              QRegularExpression::UseUnicodePropertiesOption);
-}
 
-QVariant without(const QRegularExpression& secrets, const QVariant& value)
+    /// The text with stars in their place. The pattern is compiled once it is used, which takes long for a
+    /// single answer, and hardly any text holds a secret.
+    [[nodiscard]] QString starred(QString text) const
+    {
+        const bool holdsOne = std::any_of(m_secrets.cbegin(), m_secrets.cend(),
+                                          [&text](const QString& secret) { return text.contains(secret); });
+        return holdsOne ? text.replace(m_pattern, u"***"_s) : text;
+    }
+
+private:
+    QStringList m_secrets;
+    QRegularExpression m_pattern;
+};
+
+QVariant without(const Finder& secrets, const QVariant& value)
 {
-    const auto cleaned = [&secrets](QString text) { return text.replace(secrets, u"***"_s); };
     switch (value.typeId()) {
     case QMetaType::QString:
-        return cleaned(value.toString());
+        return secrets.starred(value.toString());
     case QMetaType::QVariantList: {
         QVariantList list = value.toList();
         for (QVariant& entry : list)
@@ -70,7 +90,7 @@ QVariant without(const QRegularExpression& secrets, const QVariant& value)
         const QVariantMap given = value.toMap();
         QVariantMap map;
         for (auto member = given.cbegin(); member != given.cend(); ++member)
-            map.insert(cleaned(member.key()), without(secrets, member.value()));
+            map.insert(secrets.starred(member.key()), without(secrets, member.value()));
         return map;
     }
     default:
@@ -85,7 +105,7 @@ QVariant withoutCredentials(const QVariant& answer, const Request& request)
     QStringList secrets =
         secretsOf(authorizationIn(request.headers)) + QStringList{oneTimeCodeIn(request.body)};
     secrets.removeAll(QString());
-    return secrets.isEmpty() ? answer : without(matching(secrets), answer);
+    return secrets.isEmpty() ? answer : without(Finder(secrets), answer);
 }
 
 } // namespace network

@@ -9,10 +9,9 @@ namespace network {
 
 QList<QueuedMessage> queuedOf(const QString& group)
 {
-    const auto store = storage::store();
-    QSqlQuery query = store->prepared(queuedColumns() + u"WHERE receipt = ? AND receipt <> '' ORDER BY id"_s);
     QList<QueuedMessage> messages;
-    for (const QVariantList& row : store->rows(query, {group}))
+    for (const QVariantList& row : storage::store()->rows(
+             queuedColumns() + u"WHERE receipt = ? AND receipt <> '' ORDER BY id"_s, {group}))
         messages.append(queuedFromRow(row));
     return messages;
 }

@@ -67,6 +67,12 @@ QSqlQuery Database::prepared(const QString& sql) const
     return query;
 }
 
+QSqlQuery& Database::kept(const QString& sql) const
+{
+    const auto found = m_kept.find(sql);
+    return found != m_kept.end() ? found->second : m_kept.emplace(sql, prepared(sql)).first->second;
+}
+
 int Database::change(QSqlQuery& statement, const QVariantList& values) const
 {
     requireReady();
@@ -108,14 +114,12 @@ QList<QVariantList> Database::rows(QSqlQuery& statement, const QVariantList& val
 
 int Database::change(const QString& sql, const QVariantList& values) const
 {
-    QSqlQuery statement = prepared(sql);
-    return change(statement, values);
+    return change(kept(sql), values);
 }
 
 QList<QVariantList> Database::rows(const QString& sql, const QVariantList& values) const
 {
-    QSqlQuery statement = prepared(sql);
-    return rows(statement, values);
+    return rows(kept(sql), values);
 }
 
 void Database::atomically(const std::function<void()>& steps) const
@@ -139,11 +143,11 @@ void Database::begin() const
 {
     if (isInTransaction()) {
         requireUnspoilt();
-        execute(u"SAVEPOINT inner"_s);
+        execute(kept(u"SAVEPOINT inner"_s), {});
     } else {
         if (m_files)
             requireInPlace();
-        execute(u"BEGIN IMMEDIATE"_s);
+        execute(kept(u"BEGIN IMMEDIATE"_s), {});
     }
     ++m_depth;
 }
@@ -153,7 +157,7 @@ void Database::commit() const
     if (m_spoilt)
         std::rethrow_exception(m_spoilt);
     if (m_depth > 1) {
-        execute(u"RELEASE inner"_s);
+        execute(kept(u"RELEASE inner"_s), {});
         --m_depth;
         for (auto& kept : m_onceKept)
             kept.first = std::min(kept.first, m_depth);
@@ -165,7 +169,7 @@ void Database::commit() const
         requireInPlace();
     if (m_companion)
         m_companion->second->keep();
-    execute(u"COMMIT"_s);
+    execute(kept(u"COMMIT"_s), {});
     ++theCommits;
     m_depth = 0;
     m_companion.reset();

@@ -12,6 +12,7 @@
 #include <exception>
 #include <functional>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -72,7 +73,7 @@ public:
     /// from being folded into the file.
     [[nodiscard]] QList<QVariantList> rows(QSqlQuery& statement, const QVariantList& values = {}) const;
 
-    /// The same for a statement that is not kept.
+    /// The same for a statement that is kept here, once it was used.
     int change(const QString& sql, const QVariantList& values) const;
     [[nodiscard]] QList<QVariantList> rows(const QString& sql, const QVariantList& values = {}) const;
 
@@ -148,6 +149,8 @@ private:
     void fill(const Format& format);
     void execute(const QString& sql) const;
     void execute(QSqlQuery& statement, const QVariantList& values) const;
+    /// Prepared the first time, as most of what a receipt takes is to parse the same again.
+    QSqlQuery& kept(const QString& sql) const;
     [[nodiscard]] int number(const QString& sql) const;
     void spoil(const std::exception_ptr& failure) const;
     void requireUnspoilt() const;
@@ -159,6 +162,7 @@ private:
     QString m_path;
     QString m_connection;
     QSqlDatabase m_database;
+    mutable std::unordered_map<QString, QSqlQuery> m_kept;
     std::optional<Files> m_files; ///< nothing until it is open
     QString m_damagedLog;
     mutable bool m_sound = true;

@@ -162,6 +162,7 @@ void Database::disconnect()
 {
     // The last connection to close takes the log away: nobody may open the file before that is known.
     const std::lock_guard lock(filesInUse().mutex);
+    m_kept.clear();
     m_database = {};
     QSqlDatabase::removeDatabase(m_connection);
     if (!m_files)

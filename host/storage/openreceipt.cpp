@@ -15,8 +15,7 @@ namespace storage {
 
 QByteArray openReceiptIn(const Database& store)
 {
-    QSqlQuery query = store.prepared(u"SELECT content FROM open_receipt"_s);
-    return store.rows(query).value(0).value(0).toByteArray();
+    return store.rows(u"SELECT content FROM open_receipt"_s).value(0).value(0).toByteArray();
 }
 
 } // namespace storage
@@ -38,8 +37,7 @@ void SaveToFileLogic::save(const QSharedPointer<AbstractDocument>& document, con
         store->requireInPlace(); // as a write would
         return;
     }
-    QSqlQuery write = store->prepared(u"INSERT OR REPLACE INTO open_receipt (slot, content) VALUES (1, ?)"_s);
-    store->change(write, {bytes});
+    store->change(u"INSERT OR REPLACE INTO open_receipt (slot, content) VALUES (1, ?)"_s, {bytes});
 }
 
 QSharedPointer<Document> SaveToFileLogic::loadOpenReceipt()
@@ -50,9 +48,4 @@ QSharedPointer<Document> SaveToFileLogic::loadOpenReceipt()
                            : documentcodec::readDocument(bytes, store->path() + u": open_receipt"_s);
 }
 
-void SaveToFileLogic::removeOpenReceipt()
-{
-    const auto store = storage::store();
-    QSqlQuery remove = store->prepared(u"DELETE FROM open_receipt"_s);
-    store->change(remove, {});
-}
+void SaveToFileLogic::removeOpenReceipt() { storage::store()->change(u"DELETE FROM open_receipt"_s, {}); }
