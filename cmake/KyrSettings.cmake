@@ -67,8 +67,11 @@ if(KYR_COVERAGE)
 endif()
 if(KYR_FUZZ) # which bytes lead somewhere new; others' headers are not ours to judge
   file(WRITE "${PROJECT_BINARY_DIR}/others.txt" "[undefined]\nsrc:/usr/include/*\n")
+  # How near a word is to the known ones is a loop in a loop that leads nowhere, and took over half of the time.
+  file(WRITE "${PROJECT_BINARY_DIR}/uncounted.txt" "src:*/till/cli/suggestion.cpp\n")
   target_compile_options(kyr_shipped INTERFACE
-    -fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_BINARY_DIR}/others.txt")
+    -fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_BINARY_DIR}/others.txt"
+    "-fsanitize-coverage-ignorelist=${PROJECT_BINARY_DIR}/uncounted.txt")
 endif()
 if(KYR_TIDY)
   find_program(CLANG_TIDY_PROGRAM NAMES clang-tidy-14 clang-tidy REQUIRED)

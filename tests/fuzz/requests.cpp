@@ -28,7 +28,7 @@ void fuzz::prepare() {}
 void fuzz::decode(const QByteArray& bytes)
 {
     static auto books = std::make_unique<Books>();
-    if (++books->requests > 500)
+    if (++books->requests > 100)
         books = std::make_unique<Books>();
     QByteArray left = bytes;
     static const QJsonArray paths = books->service.paths();

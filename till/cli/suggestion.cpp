@@ -1,6 +1,7 @@
 #include "till/cli/suggestion.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 #include <vector>
 
@@ -33,14 +34,15 @@ qsizetype distance(const QString& left, const QString& right)
 
 QString suggestion(const QString& wrong, const QStringList& known)
 {
-    const auto nearer = [&wrong](const QString& a, const QString& b) {
-        return distance(wrong, a) < distance(wrong, b);
-    };
-    const auto nearest = std::min_element(known.begin(), known.end(), nearer);
-    if (nearest == known.end())
+    if (known.isEmpty())
         return {};
-    if (distance(wrong, *nearest) <= (nearest->size() < 4 ? 1 : std::max<qsizetype>(2, nearest->size() / 3)))
-        return u"; did you mean \"%1\"?"_s.arg(*nearest);
+    std::vector<qsizetype> distances;
+    std::transform(known.begin(), known.end(), std::back_inserter(distances),
+                   [&wrong](const QString& word) { return distance(wrong, word); });
+    const auto least = std::min_element(distances.begin(), distances.end());
+    const QString& nearest = known.at(least - distances.begin());
+    if (*least <= (nearest.size() < 4 ? 1 : std::max<qsizetype>(2, nearest.size() / 3)))
+        return u"; did you mean \"%1\"?"_s.arg(nearest);
     return u"; known are "_s + known.join(u", "_s);
 }
 
