@@ -237,6 +237,7 @@ void Shop::restore(Dice& dice)
     if (!rescued.lost.isEmpty())
         find(u"the rescue of a sound store lost %1 of %2"_s.arg(rescued.lost.first().key,
                                                                 rescued.lost.first().table));
+    forgetDecisions();
     for (const QString& suffix : {u""_s, u"-wal"_s, u"-shm"_s})
         QFile::remove(restored.former + suffix);
     start();

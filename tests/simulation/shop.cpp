@@ -18,6 +18,17 @@ using namespace std::chrono_literals;
 
 namespace simulation {
 
+namespace {
+
+/// Whether operations may get numbers in it.
+bool isNumbered(Episode::Kind kind)
+{
+    return kind == Episode::Sale || kind == Episode::Return || kind == Episode::Restart ||
+           kind == Episode::Backup || kind == Episode::Restore;
+}
+
+} // namespace
+
 /// Answers what the till asks, as thrown.
 class Shop::Cashier : public DialogFrontend
 {
@@ -61,7 +72,12 @@ Shop::~Shop() { stop(); }
 QStringList Shop::play()
 {
     for (const Episode& episode : m_story.episodes) {
+        if (isNumbered(episode.kind))
+            waitForUnusedTime();
+        const QDateTime begin = m_clock.now();
         play(episode);
+        if (isNumbered(episode.kind))
+            m_used.add(begin, m_clock.now());
         if (!m_findings.isEmpty())
             return m_findings;
     }
@@ -131,11 +147,9 @@ void Shop::act(const Episode& episode)
         note(u"another password"_s);
         m_service.setPassword(u"secret-%1"_s.arg(dice.below(1000)));
         break;
-    case Episode::ClockJump: {
-        note(u"the clock jumps"_s);
-        m_clock.move(std::chrono::minutes(dice.between(1, 60 * 24 * 3)));
+    case Episode::ClockJump:
+        setClock(dice);
         break;
-    }
     case Episode::Evening:
         m_clock.move(10h);
         break;
@@ -144,6 +158,12 @@ void Shop::act(const Episode& episode)
         break;
     case Episode::Restore:
         restore(dice);
+        break;
+    case Episode::Administration:
+        administrate(dice);
+        break;
+    case Episode::Delivering:
+        keepDelivering(dice);
         break;
     }
 }
@@ -213,6 +233,7 @@ QString Shop::toldAnywhere(QString line) const { return line.replace(m_folder, u
 
 void Shop::checkAfterDeath()
 {
+    checkDecisions();
     const till::Checkout& checkout = m_till->checkout();
     const QString open = checkout.receipt() ? checkout.receipt()->getIdentifier() : QString();
     auto& documents = till::hostObject<DocumentsDao>();
@@ -238,6 +259,7 @@ void Shop::comeToRest()
     m_clock.move(1h);
     Dice dice(m_story.seed);
     for (int till = 0; till < m_story.tills; ++till) {
+        waitForUnusedTime();
         stop();
         m_at = till;
         try {
@@ -255,6 +277,12 @@ void Shop::comeToRest()
         stop();
         m_at = till;
         start();
+        settleDropped();
+    }
+    for (int till = 0; till < m_story.tills && m_findings.isEmpty(); ++till) {
+        stop();
+        m_at = till;
+        start();
         checkBooks();
     }
     for (const QString& violation : m_service.violations())
@@ -264,10 +292,14 @@ void Shop::comeToRest()
 void Shop::sendAll()
 {
     MessageQueue& queue = m_till->queue();
-    for (int i = 0; i < 30 && queue.waitingCount() > 0; ++i) {
-        static_cast<void>(m_till->deliver());
-        m_clock.move(1h);
-    }
+    QSet<qint64> retried;
+    do {
+        const auto isAnyToSend = [&] { return queue.nextDue(m_clock.now().addDays(2), m_clock.now()); };
+        for (int i = 0; i < 30 && isAnyToSend(); ++i) {
+            static_cast<void>(m_till->deliver());
+            m_clock.move(1h);
+        }
+    } while (lookAfterParked(retried));
     if (queue.waitingCount() > 0)
         find(u"%1 messages wait though they could go"_s.arg(queue.waitingCount()));
     for (auto message = queue.after(0); message; message = queue.after(message->id))

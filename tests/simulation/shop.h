@@ -6,8 +6,11 @@
 #include "tests/simulation/seen.h"
 #include "tests/simulation/service.h"
 #include "tests/simulation/story.h"
+#include "tests/simulation/usedtime.h"
 #include "tests/support/stillclock.h"
 #include "till/checkout/till.h"
+
+#include <QSet>
 
 #include <memory>
 #include <optional>
@@ -35,6 +38,14 @@ private:
     class Cashier;
     struct Died
     {};
+    /// Of the administrator, about a message that was parked.
+    struct Decision
+    {
+        int till = 0;
+        QueuedMessage message; ///< as it was then
+        int sent = 0;          ///< how often till then
+        bool isDropped = false;
+    };
 
     void play(const Episode& episode);
     void act(const Episode& episode);
@@ -61,6 +72,23 @@ private:
     void deliver(Dice& dice);
     void backUp(Dice& dice);
     void restore(Dice& dice);
+    void setClock(Dice& dice);
+    /// To be done before anything is numbered.
+    void waitForUnusedTime();
+    void keepDelivering(Dice& dice);
+    void administrate(Dice& dice);
+    void retry(const QueuedMessage& message);
+    void drop(const QueuedMessage& message);
+    /// That what was decided at this till is so.
+    void checkDecisions();
+    /// A backup knows nothing of them.
+    void forgetDecisions();
+    /// Retries what is parked, and drops it when that helps no more, for what it follows was dropped. False:
+    /// there was nothing to do.
+    bool lookAfterParked(QSet<qint64>& retried);
+    /// As the service's operator is asked to: what was dropped is done, just as the queue would have done
+    /// it, and nothing else is missing then.
+    void settleDropped();
     [[nodiscard]] QString directory() const { return m_folder + u'/' + QString::number(m_at); }
     QString number();
     Seen& seenOf(const QString& identifier);
@@ -83,6 +111,8 @@ private:
     std::optional<Files> m_left;   ///< by the till that died
     QHash<int, QString> m_backups; ///< the last of each till
     QList<Seen> m_seen;
+    QList<Decision> m_decisions;
+    UsedTime m_used;
     int m_numbered = 0;
     int m_deaths = 0;
     QStringList m_log;
