@@ -4,6 +4,7 @@
 #include "host/storage/documents.h"
 #include "host/storage/store.h"
 #include "tests/simulation/fate.h"
+#include "tests/simulation/folders.h"
 #include "tests/simulation/monotonic.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
@@ -63,11 +64,19 @@ Shop::Shop(const Story& story, const QString& folder, bool isServiceForgetful)
     , m_knownPassword(m_service.password())
 {
     beginSpans();
-    for (int i = 0; i < story.tills; ++i)
-        QDir().mkpath(folder + u"/%1"_s.arg(i));
+    for (m_at = story.tills; m_at-- > 0;) {
+        QDir().mkpath(directory());
+        QDir().mkpath(backups());
+    }
+    m_at = 0;
+    Folders::watch(folder);
 }
 
-Shop::~Shop() { stop(); }
+Shop::~Shop()
+{
+    stop();
+    Folders::watch({});
+}
 
 QStringList Shop::play()
 {
@@ -116,6 +125,7 @@ void Shop::play(const Episode& episode)
             find(u"the till gave up with a disk that works"_s);
         Fate::one().end();
         stop();
+        finishRestore();
     }
 }
 
@@ -170,8 +180,9 @@ void Shop::act(const Episode& episode)
 
 void Shop::die(const Trouble& end)
 {
-    m_left = end.kind == Trouble::Killed ? Disk::filesOf(directory())
-                                         : Disk::filesAfterPowerCut(directory(), end.dice);
+    for (const QString& folder : {directory(), backups()})
+        m_left.insert(folder, end.kind == Trouble::Killed ? Disk::filesOf(folder)
+                                                          : Disk::filesAfterPowerCut(folder, end.dice));
     ++m_deaths;
     note(end.kind == Trouble::Killed ? u"killed"_s : u"power cut"_s);
 }
@@ -179,13 +190,15 @@ void Shop::die(const Trouble& end)
 void Shop::revive()
 {
     stop();
-    Disk::restore(directory(), *m_left);
+    for (auto folder = m_left.cbegin(); folder != m_left.cend(); ++folder)
+        Disk::restore(folder.key(), *folder);
     storage::setDataDirectory(directory());
     storage::forgetStore(); // a new process does not know the file of the last
-    m_left.reset();
+    m_left.clear();
     Fate::one().end();
     m_clock.move(30s);
     try {
+        finishRestore();
         start();
         checkAfterDeath();
     } catch (const std::exception& failure) {

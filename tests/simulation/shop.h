@@ -72,6 +72,11 @@ private:
     void deliver(Dice& dice);
     void backUp(Dice& dice);
     void restore(Dice& dice);
+    /// After something went wrong in one: the administrator goes on where it is.
+    void finishRestore();
+    void putBack();
+    /// Out of each store that was set aside.
+    void rescueAll();
     void setClock(Dice& dice);
     /// To be done before anything is numbered.
     void waitForUnusedTime();
@@ -90,6 +95,7 @@ private:
     /// it, and nothing else is missing then.
     void settleDropped();
     [[nodiscard]] QString directory() const { return m_folder + u'/' + QString::number(m_at); }
+    [[nodiscard]] QString backups() const { return directory() + QStringLiteral("-backups"); }
     QString number();
     Seen& seenOf(const QString& identifier);
 
@@ -108,8 +114,10 @@ private:
     std::unique_ptr<till::Till> m_till;
     int m_at = 0; ///< the till that somebody works at
     QString m_knownPassword;
-    std::optional<Files> m_left;   ///< by the till that died
+    QMap<QString, Files> m_left;   ///< by the till that died, in each folder
     QHash<int, QString> m_backups; ///< the last of each till
+    bool m_isRestoring = false;
+    bool m_isRestoreRepeated = false; ///< should something go wrong
     QList<Seen> m_seen;
     QList<Decision> m_decisions;
     UsedTime m_used;

@@ -45,20 +45,22 @@ constexpr std::array<QStringView, Episode::kinds> episodeNames{u"sale",
                                                                u"the delivery service goes on"};
 static_assert(!episodeNames.back().isEmpty());
 
-Trouble trouble(Dice& dice)
+Trouble trouble(Dice& dice, Episode::Kind episode)
 {
     Trouble trouble;
-    trouble.kind = static_cast<Trouble::Kind>(dice.below(Trouble::kinds));
+    const bool isRestore = episode == Episode::Restore; // which has the longest way to go, and no request
+    const int first = isRestore ? Trouble::Killed : 0;
+    trouble.kind = static_cast<Trouble::Kind>(dice.between(first, Trouble::kinds - 1));
     // Moments and accesses to the disk are many, requests are few.
     const bool isOfNetwork = trouble.kind < Trouble::Killed;
-    trouble.at = dice.below(isOfNetwork ? 5 : 60);
+    trouble.at = dice.below(isOfNetwork ? 5 : isRestore ? 150 : 60);
     trouble.length = dice.oneIn(3) ? dice.between(2, 6) : 1;
     trouble.dice = dice.next();
     return trouble;
 }
 
 /// Of a hundred episodes, so many.
-constexpr std::array<std::pair<Episode::Kind, int>, Episode::kinds> shares{{{Episode::Sale, 50},
+constexpr std::array<std::pair<Episode::Kind, int>, Episode::kinds> shares{{{Episode::Sale, 48},
                                                                             {Episode::Return, 20},
                                                                             {Episode::Delivery, 8},
                                                                             {Episode::Restart, 4},
@@ -66,8 +68,8 @@ constexpr std::array<std::pair<Episode::Kind, int>, Episode::kinds> shares{{{Epi
                                                                             {Episode::Password, 2},
                                                                             {Episode::ClockJump, 3},
                                                                             {Episode::Evening, 1},
-                                                                            {Episode::Backup, 1},
-                                                                            {Episode::Restore, 1},
+                                                                            {Episode::Backup, 2},
+                                                                            {Episode::Restore, 2},
                                                                             {Episode::Administration, 4},
                                                                             {Episode::Delivering, 2}}};
 
@@ -95,9 +97,9 @@ Story storyOf(std::uint64_t seed, int episodes)
         if (own.oneIn(12)) // to go to another till takes a start of it
             till = own.below(story.tills);
         Episode episode{.kind = kindOf(own.below(100)), .till = till, .dice = own.next(), .troubles = {}};
-        if (!isCalm && episode.kind != Episode::Restore && own.oneIn(3)) {
+        if (!isCalm && (episode.kind == Episode::Restore || own.oneIn(3))) {
             for (int left = own.between(1, 3); left > 0; --left)
-                episode.troubles.append(trouble(own));
+                episode.troubles.append(trouble(own, episode.kind));
         }
         const bool sends = episode.kind == Episode::Delivery || episode.kind == Episode::Delivering;
         if (isStrict && !isCalm && sends && own.oneIn(2))

@@ -51,7 +51,7 @@ struct Episode
         ClockJump,      ///< of the tills' clock, ahead or back
         Evening,        ///< ten hours in which nothing happens
         Backup,         ///< of a till without an open receipt
-        Restore,        ///< of the last backup, and the rescue of what came since; nothing goes wrong in it
+        Restore,        ///< of the last backup, and the rescue of what came since
         Administration, ///< somebody looks at what is parked, and retries it, drops it or leaves it
         Delivering,     ///< the delivery service goes on for hours, and the clock may be set meanwhile
     };
