@@ -37,10 +37,20 @@ QList<QueuedMessage> droppedOnes()
     return dropped;
 }
 
+/// Those of which something was dropped.
+QSet<QString> incompleteGroups()
+{
+    QSet<QString> groups;
+    for (const QueuedMessage& dropped : droppedOnes())
+        groups.insert(dropped.group);
+    return groups;
+}
+
 } // namespace
 
 void Shop::administrate(Dice& dice)
 {
+    checkParked();
     MessageQueue& queue = m_till->queue();
     for (auto message = queue.after(0); message; message = queue.after(message->id)) {
         if (message->state != QueuedMessage::State::Parked || dice.oneIn(3))
@@ -91,12 +101,23 @@ void Shop::forgetDecisions()
     m_decisions.removeIf([this](const Decision& decision) { return decision.till == m_at; });
 }
 
-bool Shop::lookAfterParked(QSet<qint64>& retried)
+void Shop::checkParked()
 {
     MessageQueue& queue = m_till->queue();
-    QSet<QString> incomplete; // groups of which something was dropped
-    for (const QueuedMessage& dropped : droppedOnes())
-        incomplete.insert(dropped.group);
+    const QSet<QString> incomplete = incompleteGroups();
+    for (auto message = queue.after(0); message; message = queue.after(message->id)) {
+        if (message->state == QueuedMessage::State::Parked && !incomplete.contains(message->group) &&
+            !m_network.wasRefusedByChance(requestOf(*message)))
+            find(u"message %1 about %2, %3, was refused: %4"_s.arg(message->id)
+                     .arg(message->group, message->operation(), message->lastError));
+    }
+}
+
+bool Shop::lookAfterParked(QSet<qint64>& retried)
+{
+    checkParked();
+    MessageQueue& queue = m_till->queue();
+    const QSet<QString> incomplete = incompleteGroups();
     bool isAnythingDone = false;
     for (auto message = queue.after(0); message; message = queue.after(message->id)) {
         if (message->state != QueuedMessage::State::Parked)

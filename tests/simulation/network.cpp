@@ -117,9 +117,14 @@ Heard Network::carry(const stand::Request& request, std::chrono::milliseconds pa
             break;
         case Trouble::Rejected:
             letArrive(); // what the service refuses now it would refuse later
-            heard = m_done.contains(subjectOf(request)) ? served(request) : refused(422);
-            break;
+            if (m_done.contains(subjectOf(request))) {
+                heard = served(request);
+                break;
+            }
+            m_refused.insert(wordsOf(request));
+            return refused(422);
         case Trouble::Forbidden:
+            m_refused.insert(wordsOf(request));
             return refused(403);
         default:
             break;
@@ -133,6 +138,11 @@ Heard Network::carry(const stand::Request& request, std::chrono::milliseconds pa
 }
 
 int Network::sent(const stand::Request& request) const { return m_sent.value(wordsOf(request)); }
+
+bool Network::wasRefusedByChance(const stand::Request& request) const
+{
+    return m_refused.contains(wordsOf(request));
+}
 
 int Network::settle(stand::Request request)
 {

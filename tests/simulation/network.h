@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/simulation/dice.h"
 #include "tests/simulation/service.h"
 #include "tests/support/stillclock.h"
 
@@ -43,6 +44,10 @@ public:
     void letArrive();
     /// How often the till has sent it.
     [[nodiscard]] int sent(const stand::Request& request) const;
+    /// Whether it was fate that had it refused for good, and not what the service knows.
+    [[nodiscard]] bool wasRefusedByChance(const stand::Request& request) const;
+    /// Which of so many that are on their way at once arrives first.
+    std::size_t first(std::size_t number) { return m_order.next() % number; }
     /// The service's operator does what is asked for, as often as it was done already; the answer's status.
     int settle(stand::Request request);
 
@@ -52,7 +57,9 @@ private:
     Service& m_service;
     test_support::StillClock& m_clock;
     QList<stand::Request> m_late;
-    QHash<QByteArray, int> m_sent;        ///< how often, by all that a request says but its headers
+    QHash<QByteArray, int> m_sent; ///< how often, by all that a request says but its headers
+    QSet<QByteArray> m_refused;    ///< by chance, likewise
+    Dice m_order{1};
     QSet<QByteArray> m_done;              ///< by the service, by what a request is about
     std::chrono::milliseconds m_ahead{0}; ///< the service's clock of the tills'
     bool m_isDown = false;

@@ -88,6 +88,8 @@ private:
     void checkDecisions();
     /// A backup knows nothing of them.
     void forgetDecisions();
+    /// Nothing is parked but what chance had refused, or what follows something that was dropped.
+    void checkParked();
     /// Retries what is parked, and drops it when that helps no more, for what it follows was dropped. False:
     /// there was nothing to do.
     bool lookAfterParked(QSet<qint64>& retried);
