@@ -5,6 +5,7 @@
 #include "host/storage/datadirectory.h"
 #include "host/storage/quarantine.h"
 #include "host/storage/rescue.h"
+#include "host/storage/store.h"
 #include "host/storage/storebackup.h"
 #include "tests/simulation/fate.h"
 
@@ -54,6 +55,7 @@ void Shop::finishRestore()
     if (!std::exchange(m_isRestoring, false))
         return;
     storage::setDataDirectory(directory());
+    storage::forgetStore(); // each tool is a new process
     if (!QFile::exists(directory() + u"/till.sqlite"_s))
         find(u"neither the one store nor the other is in its place"_s);
     try {
