@@ -60,7 +60,7 @@ Trouble trouble(Dice& dice, Episode::Kind episode)
 }
 
 /// Of a hundred episodes, so many.
-constexpr std::array<std::pair<Episode::Kind, int>, Episode::kinds> shares{{{Episode::Sale, 48},
+constexpr std::array<std::pair<Episode::Kind, int>, Episode::kinds> shares{{{Episode::Sale, 46},
                                                                             {Episode::Return, 20},
                                                                             {Episode::Delivery, 8},
                                                                             {Episode::Restart, 4},
@@ -70,7 +70,7 @@ constexpr std::array<std::pair<Episode::Kind, int>, Episode::kinds> shares{{{Epi
                                                                             {Episode::Evening, 1},
                                                                             {Episode::Backup, 2},
                                                                             {Episode::Restore, 2},
-                                                                            {Episode::Administration, 4},
+                                                                            {Episode::Administration, 6},
                                                                             {Episode::Delivering, 2}}};
 
 Episode::Kind kindOf(int chance)
@@ -102,7 +102,7 @@ Story storyOf(std::uint64_t seed, int episodes)
                 episode.troubles.append(trouble(own, episode.kind));
         }
         const bool sends = episode.kind == Episode::Delivery || episode.kind == Episode::Delivering;
-        if (isStrict && !isCalm && sends && own.oneIn(2))
+        if (isStrict && !isCalm && sends)
             episode.troubles.append({.kind = own.oneIn(2) ? Trouble::Rejected : Trouble::Forbidden,
                                      .at = own.below(4),
                                      .length = own.between(1, 4),
