@@ -3,12 +3,7 @@
 #include "tests/simulation/shop.h"
 
 #include "host/core/documentcardrecord.h"
-#include "host/storage/datadirectory.h"
-#include "host/storage/rescue.h"
-#include "host/storage/storebackup.h"
 #include "tests/simulation/fate.h"
-
-#include <QFile>
 
 #include <algorithm>
 #include <array>
@@ -209,37 +204,6 @@ void Shop::giveBack(Dice& dice)
     seenOf(identifier).sale = sale;
     m_clock.move(std::chrono::seconds(dice.between(1, 60)));
     end(dice);
-}
-
-void Shop::backUp(Dice& dice)
-{
-    finish(dice);
-    if (m_till->checkout().receipt())
-        return;
-    const QString file = m_folder + u"/backup-%1-%2"_s.arg(m_at).arg(++m_numbered);
-    const bool isMade = storage::backUpStore(file).has_value();
-    requireAlive();
-    note(u"backup"_s);
-    if (isMade)
-        m_backups.insert(m_at, file);
-}
-
-void Shop::restore(Dice& dice)
-{
-    finish(dice);
-    if (m_till->checkout().receipt() || !m_backups.contains(m_at))
-        return;
-    stop();
-    storage::setDataDirectory(directory());
-    const storage::RestoredStore restored = storage::restoreStore(m_backups.value(m_at));
-    const storage::Rescued rescued = storage::rescue(restored.former);
-    note(u"restore, with %1 receipts to rescue"_s.arg(restored.receiptsBehind.size()));
-    if (!rescued.lost.isEmpty())
-        find(u"the rescue of a sound store lost %1 of %2"_s.arg(rescued.lost.first().key,
-                                                                rescued.lost.first().table));
-    for (const QString& suffix : {u""_s, u"-wal"_s, u"-shm"_s})
-        QFile::remove(restored.former + suffix);
-    start();
 }
 
 void Shop::deliver(Dice& dice)

@@ -176,13 +176,15 @@ __attribute__((visibility("default"))) CURLMcode curl_multi_remove_handle(CURLM*
     std::erase(all.over, &easyOf(handle));
     return CURLM_OK;
 }
-/// One after the other: the time of the simulation is one, too.
+/// One after the other, in any order: the time of the simulation is one, too.
 __attribute__((visibility("default"))) CURLMcode curl_multi_perform(CURLM* multi, int* running)
 {
     auto& all = *reinterpret_cast<Multi*>(multi);
     if (!all.waiting.empty()) {
-        Easy* easy = all.waiting.front();
-        all.waiting.erase(all.waiting.begin());
+        const auto first = all.waiting.begin() +
+                           static_cast<std::ptrdiff_t>(simulation::Network::one().first(all.waiting.size()));
+        Easy* easy = *first;
+        all.waiting.erase(first);
         easy->message.msg = CURLMSG_DONE;
         easy->message.easy_handle = easy;
         easy->message.data.result = carry(*easy);

@@ -2,9 +2,11 @@
 
 #include "tests/simulation/dice.h"
 #include "tests/simulation/fate.h"
+#include "tests/simulation/folders.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <sqlite3.h>
 
@@ -210,16 +212,6 @@ int onOpen(sqlite3_vfs* /*vfs*/, const char* name, sqlite3_file* file, int flags
     return outcome;
 }
 
-int onDelete(sqlite3_vfs* /*vfs*/, const char* name, int syncDirectory)
-{
-    if (isWatched(name)) {
-        if (const int refused = refusal())
-            return refused;
-        unsynced.erase(name);
-    }
-    return real->xDelete(real, name, syncDirectory);
-}
-
 /// Of one file, what is on the medium of what it was told last.
 QByteArray afterPowerCut(QByteArray content, const std::vector<Change>& changes, Dice& dice)
 {
@@ -262,7 +254,6 @@ void Disk::install(const QString& folder)
     ours.szOsFile = static_cast<int>(sizeof(File)) + real->szOsFile;
     ours.pNext = nullptr;
     ours.xOpen = onOpen;
-    ours.xDelete = onDelete;
     sqlite3_vfs_register(&ours, 1);
 }
 
@@ -289,11 +280,28 @@ Files Disk::filesAfterPowerCut(const QString& directory, std::uint64_t dice)
         if (changes != unsynced.end())
             *file = afterPowerCut(*file, changes->second, chance);
     }
-    return files;
+    return Folders::afterPowerCut(directory, files, chance);
+}
+
+void Disk::named(const std::string& from, const std::string& to)
+{
+    unsynced.erase(to);
+    if (const auto changes = unsynced.find(from); changes != unsynced.end())
+        unsynced[to] = changes->second;
+}
+
+void Disk::forget(const std::string& path) { unsynced.erase(path); }
+
+void Disk::appended(const std::string& path, const QByteArray& bytes)
+{
+    const sqlite3_int64 size = QFileInfo(QString::fromStdString(path)).size();
+    unsynced[path].push_back({size, {}, bytes, size, false});
 }
 
 void Disk::restore(const QString& directory, const Files& files)
 {
+    const Folders::Aside aside;
+    Folders::synced(directory.toStdString());
     const QString prefix = directory + u'/';
     std::erase_if(unsynced, [&](const auto& file) { return file.first.starts_with(prefix.toStdString()); });
     const QStringList present = QDir(directory).entryList(QDir::Files | QDir::Hidden);

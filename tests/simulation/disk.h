@@ -6,6 +6,8 @@
 #include <QMap>
 #include <QString>
 
+#include <string>
+
 namespace simulation {
 
 /// The files of a folder, by name.
@@ -24,6 +26,11 @@ public:
     static Files filesOf(const QString& directory);
     /// The same, where of what was not synced each sector of 512 bytes may be there or not.
     static Files filesAfterPowerCut(const QString& directory, std::uint64_t dice);
+    /// What else is done with files beside SQLite: what was not synced of the one goes by another name as
+    /// well, it is synced or no more there, it got more at its end.
+    static void named(const std::string& from, const std::string& to);
+    static void forget(const std::string& path);
+    static void appended(const std::string& path, const QByteArray& bytes);
     /// Puts them in the place of what is there. Nobody may have any of them open.
     static void restore(const QString& directory, const Files& files);
 };

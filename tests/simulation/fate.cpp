@@ -32,7 +32,7 @@ void Fate::moment()
 
 std::optional<Trouble::Kind> Fate::ofRequest()
 {
-    const Trouble* trouble = due(m_requests++, Trouble::RequestLost, Trouble::Empty);
+    const Trouble* trouble = due(m_requests++, Trouble::RequestLost, Trouble::Forbidden);
     return trouble ? std::optional(trouble->kind) : std::nullopt;
 }
 

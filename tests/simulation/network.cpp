@@ -2,8 +2,13 @@
 
 #include "tests/simulation/fate.h"
 
+#include "stand/http/answers.h"
+
+#include <QJsonDocument>
+
 #include <utility>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace simulation {
@@ -18,10 +23,27 @@ QByteArray headOf(int status, const QByteArray& type, qsizetype length, const QB
            "\r\nContent-Length: " + QByteArray::number(length) + "\r\n" + more + "\r\n";
 }
 
+QByteArray wordsOf(const stand::Request& request)
+{
+    return request.method + ' ' + request.path + ' ' + request.body;
+}
+
+/// What the request is about, which stays the same when it is repeated: the service knows by its number what
+/// it has done.
+QByteArray subjectOf(const stand::Request& request)
+{
+    const QString number =
+        QJsonDocument::fromJson(request.body).object().value(u"receipt_number"_s).toString();
+    return request.method + ' ' + request.path + ' ' + (number.isEmpty() ? request.body : number.toUtf8());
+}
+
 Heard said(int status, const QByteArray& body, const QByteArray& more = {})
 {
     return {CURLE_OK, headOf(status, "application/json", body.size(), more), body};
 }
+
+/// As the service refuses for good.
+Heard refused(int status) { return said(status, stand::failure(status, u"Операция отклонена"_s).body); }
 
 } // namespace
 
@@ -43,6 +65,7 @@ Heard Network::carry(const stand::Request& request, std::chrono::milliseconds pa
     if (fate.isDead())
         return {CURLE_COULDNT_CONNECT, {}, {}};
     m_clock.move(40ms);
+    ++m_sent[wordsOf(request)];
     if (m_isDown)
         return {CURLE_COULDNT_CONNECT, {}, {}};
     const auto inVain = [&] {
@@ -88,6 +111,21 @@ Heard Network::carry(const stand::Request& request, std::chrono::milliseconds pa
             served(request);
             heard = said(200, {});
             break;
+        case Trouble::Slow:
+            m_clock.move(patience * 9 / 10);
+            heard = served(request);
+            break;
+        case Trouble::Rejected:
+            letArrive(); // what the service refuses now it would refuse later
+            if (m_done.contains(subjectOf(request))) {
+                heard = served(request);
+                break;
+            }
+            m_refused.insert(wordsOf(request));
+            return refused(422);
+        case Trouble::Forbidden:
+            m_refused.insert(wordsOf(request));
+            return refused(403);
         default:
             break;
         }
@@ -99,6 +137,19 @@ Heard Network::carry(const stand::Request& request, std::chrono::milliseconds pa
     return fate.isDead() ? Heard{CURLE_GOT_NOTHING, {}, {}} : heard;
 }
 
+int Network::sent(const stand::Request& request) const { return m_sent.value(wordsOf(request)); }
+
+bool Network::wasRefusedByChance(const stand::Request& request) const
+{
+    return m_refused.contains(wordsOf(request));
+}
+
+int Network::settle(stand::Request request)
+{
+    request.headers.insert("authorization", m_service.authorization());
+    return m_service.answer(request, serviceTime()).status;
+}
+
 void Network::letArrive()
 {
     for (const stand::Request& request : std::exchange(m_late, {}))
@@ -107,7 +158,9 @@ void Network::letArrive()
 
 Heard Network::served(const stand::Request& request)
 {
-    const stand::Answer answer = m_service.answer(request, m_clock.now());
+    const stand::Answer answer = m_service.answer(request, serviceTime());
+    if (answer.status < 300)
+        m_done.insert(subjectOf(request));
     return said(answer.status, answer.body);
 }
 

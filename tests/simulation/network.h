@@ -1,12 +1,15 @@
 #pragma once
 
+#include "tests/simulation/dice.h"
 #include "tests/simulation/service.h"
 #include "tests/support/stillclock.h"
 
 #include <curl/curl.h>
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
+#include <QSet>
 
 namespace simulation {
 
@@ -33,8 +36,20 @@ public:
 
     /// Nobody listens at the service, or somebody does again.
     void setDown(bool isDown) { m_isDown = isDown; }
+    /// The tills' clock was, by so much, and nobody else's.
+    void clockWasSet(std::chrono::milliseconds by) { m_ahead -= by; }
+    /// What the service's clock says.
+    [[nodiscard]] QDateTime serviceTime() const { return m_clock.now().addMSecs(m_ahead.count()); }
     /// What was late arrives now.
     void letArrive();
+    /// How often the till has sent it.
+    [[nodiscard]] int sent(const stand::Request& request) const;
+    /// Whether it was fate that had it refused for good, and not what the service knows.
+    [[nodiscard]] bool wasRefusedByChance(const stand::Request& request) const;
+    /// Which of so many that are on their way at once arrives first.
+    std::size_t first(std::size_t number) { return m_order.next() % number; }
+    /// The service's operator does what is asked for, as often as it was done already; the answer's status.
+    int settle(stand::Request request);
 
 private:
     Heard served(const stand::Request& request);
@@ -42,6 +57,11 @@ private:
     Service& m_service;
     test_support::StillClock& m_clock;
     QList<stand::Request> m_late;
+    QHash<QByteArray, int> m_sent; ///< how often, by all that a request says but its headers
+    QSet<QByteArray> m_refused;    ///< by chance, likewise
+    Dice m_order{1};
+    QSet<QByteArray> m_done;              ///< by the service, by what a request is about
+    std::chrono::milliseconds m_ahead{0}; ///< the service's clock of the tills'
     bool m_isDown = false;
 };
 

@@ -15,15 +15,18 @@ namespace simulation {
 stand::Answer Service::answer(const stand::Request& request, const QDateTime& time)
 {
     stand::setClock(time);
-    const QByteArray expected =
-        "Basic " + (m_credentials.user + u':' + m_credentials.password).toUtf8().toBase64();
-    if (request.headers.value("authorization") != expected)
+    if (request.headers.value("authorization") != authorization())
         return stand::failure(401, u"Требуется авторизация"_s);
     stand::Transaction transaction(m_database);
     stand::Answer answer = m_service.answer(request);
     if (!m_isForgetful || ++m_answers % 20 != 0)
         transaction.commit();
     return answer;
+}
+
+QByteArray Service::authorization() const
+{
+    return "Basic " + (m_credentials.user + u':' + m_credentials.password).toUtf8().toBase64();
 }
 
 QString Service::lastCode() const

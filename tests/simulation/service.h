@@ -24,6 +24,8 @@ public:
 
     [[nodiscard]] const QString& user() const { return m_credentials.user; }
     [[nodiscard]] const QString& password() const { return m_credentials.password; }
+    /// The header of who may ask.
+    [[nodiscard]] QByteArray authorization() const;
     void setPassword(const QString& password) { m_credentials.password = password; }
     /// The last code that was sent to a customer; empty: none was.
     [[nodiscard]] QString lastCode() const;

@@ -4,6 +4,7 @@
 #include "host/storage/documents.h"
 #include "host/storage/store.h"
 #include "tests/simulation/fate.h"
+#include "tests/simulation/folders.h"
 #include "tests/simulation/monotonic.h"
 #include "till/setup/hostobjects.h"
 #include "till/setup/settings.h"
@@ -17,6 +18,17 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace simulation {
+
+namespace {
+
+/// Whether operations may get numbers in it.
+bool isNumbered(Episode::Kind kind)
+{
+    return kind == Episode::Sale || kind == Episode::Return || kind == Episode::Restart ||
+           kind == Episode::Backup || kind == Episode::Restore;
+}
+
+} // namespace
 
 /// Answers what the till asks, as thrown.
 class Shop::Cashier : public DialogFrontend
@@ -52,16 +64,29 @@ Shop::Shop(const Story& story, const QString& folder, bool isServiceForgetful)
     , m_knownPassword(m_service.password())
 {
     beginSpans();
-    for (int i = 0; i < story.tills; ++i)
-        QDir().mkpath(folder + u"/%1"_s.arg(i));
+    for (m_at = story.tills; m_at-- > 0;) {
+        QDir().mkpath(directory());
+        QDir().mkpath(backups());
+    }
+    m_at = 0;
+    Folders::watch(folder);
 }
 
-Shop::~Shop() { stop(); }
+Shop::~Shop()
+{
+    stop();
+    Folders::watch({});
+}
 
 QStringList Shop::play()
 {
     for (const Episode& episode : m_story.episodes) {
+        if (isNumbered(episode.kind))
+            waitForUnusedTime();
+        const QDateTime begin = m_clock.now();
         play(episode);
+        if (isNumbered(episode.kind))
+            m_used.add(begin, m_clock.now());
         if (!m_findings.isEmpty())
             return m_findings;
     }
@@ -100,6 +125,7 @@ void Shop::play(const Episode& episode)
             find(u"the till gave up with a disk that works"_s);
         Fate::one().end();
         stop();
+        finishRestore();
     }
 }
 
@@ -131,11 +157,9 @@ void Shop::act(const Episode& episode)
         note(u"another password"_s);
         m_service.setPassword(u"secret-%1"_s.arg(dice.below(1000)));
         break;
-    case Episode::ClockJump: {
-        note(u"the clock jumps"_s);
-        m_clock.move(std::chrono::minutes(dice.between(1, 60 * 24 * 3)));
+    case Episode::ClockJump:
+        setClock(dice);
         break;
-    }
     case Episode::Evening:
         m_clock.move(10h);
         break;
@@ -145,13 +169,20 @@ void Shop::act(const Episode& episode)
     case Episode::Restore:
         restore(dice);
         break;
+    case Episode::Administration:
+        administrate(dice);
+        break;
+    case Episode::Delivering:
+        keepDelivering(dice);
+        break;
     }
 }
 
 void Shop::die(const Trouble& end)
 {
-    m_left = end.kind == Trouble::Killed ? Disk::filesOf(directory())
-                                         : Disk::filesAfterPowerCut(directory(), end.dice);
+    for (const QString& folder : {directory(), backups()})
+        m_left.insert(folder, end.kind == Trouble::Killed ? Disk::filesOf(folder)
+                                                          : Disk::filesAfterPowerCut(folder, end.dice));
     ++m_deaths;
     note(end.kind == Trouble::Killed ? u"killed"_s : u"power cut"_s);
 }
@@ -159,13 +190,15 @@ void Shop::die(const Trouble& end)
 void Shop::revive()
 {
     stop();
-    Disk::restore(directory(), *m_left);
+    for (auto folder = m_left.cbegin(); folder != m_left.cend(); ++folder)
+        Disk::restore(folder.key(), *folder);
     storage::setDataDirectory(directory());
     storage::forgetStore(); // a new process does not know the file of the last
-    m_left.reset();
+    m_left.clear();
     Fate::one().end();
     m_clock.move(30s);
     try {
+        finishRestore();
         start();
         checkAfterDeath();
     } catch (const std::exception& failure) {
@@ -213,6 +246,7 @@ QString Shop::toldAnywhere(QString line) const { return line.replace(m_folder, u
 
 void Shop::checkAfterDeath()
 {
+    checkDecisions();
     const till::Checkout& checkout = m_till->checkout();
     const QString open = checkout.receipt() ? checkout.receipt()->getIdentifier() : QString();
     auto& documents = till::hostObject<DocumentsDao>();
@@ -238,6 +272,7 @@ void Shop::comeToRest()
     m_clock.move(1h);
     Dice dice(m_story.seed);
     for (int till = 0; till < m_story.tills; ++till) {
+        waitForUnusedTime();
         stop();
         m_at = till;
         try {
@@ -255,6 +290,12 @@ void Shop::comeToRest()
         stop();
         m_at = till;
         start();
+        settleDropped();
+    }
+    for (int till = 0; till < m_story.tills && m_findings.isEmpty(); ++till) {
+        stop();
+        m_at = till;
+        start();
         checkBooks();
     }
     for (const QString& violation : m_service.violations())
@@ -264,10 +305,14 @@ void Shop::comeToRest()
 void Shop::sendAll()
 {
     MessageQueue& queue = m_till->queue();
-    for (int i = 0; i < 30 && queue.waitingCount() > 0; ++i) {
-        static_cast<void>(m_till->deliver());
-        m_clock.move(1h);
-    }
+    QSet<qint64> retried;
+    do {
+        const auto isAnyToSend = [&] { return queue.nextDue(m_clock.now().addDays(2), m_clock.now()); };
+        for (int i = 0; i < 30 && isAnyToSend(); ++i) {
+            static_cast<void>(m_till->deliver());
+            m_clock.move(1h);
+        }
+    } while (lookAfterParked(retried));
     if (queue.waitingCount() > 0)
         find(u"%1 messages wait though they could go"_s.arg(queue.waitingCount()));
     for (auto message = queue.after(0); message; message = queue.after(message->id))

@@ -6,8 +6,11 @@
 #include "tests/simulation/seen.h"
 #include "tests/simulation/service.h"
 #include "tests/simulation/story.h"
+#include "tests/simulation/usedtime.h"
 #include "tests/support/stillclock.h"
 #include "till/checkout/till.h"
+
+#include <QSet>
 
 #include <memory>
 #include <optional>
@@ -35,6 +38,14 @@ private:
     class Cashier;
     struct Died
     {};
+    /// Of the administrator, about a message that was parked.
+    struct Decision
+    {
+        int till = 0;
+        QueuedMessage message; ///< as it was then
+        int sent = 0;          ///< how often till then
+        bool isDropped = false;
+    };
 
     void play(const Episode& episode);
     void act(const Episode& episode);
@@ -61,7 +72,32 @@ private:
     void deliver(Dice& dice);
     void backUp(Dice& dice);
     void restore(Dice& dice);
+    /// After something went wrong in one: the administrator goes on where it is.
+    void finishRestore();
+    void putBack();
+    /// Out of each store that was set aside.
+    void rescueAll();
+    void setClock(Dice& dice);
+    /// To be done before anything is numbered.
+    void waitForUnusedTime();
+    void keepDelivering(Dice& dice);
+    void administrate(Dice& dice);
+    void retry(const QueuedMessage& message);
+    void drop(const QueuedMessage& message);
+    /// That what was decided at this till is so.
+    void checkDecisions();
+    /// A backup knows nothing of them.
+    void forgetDecisions();
+    /// Nothing is parked but what chance had refused, or what follows something that was dropped.
+    void checkParked();
+    /// Retries what is parked, and drops it when that helps no more, for what it follows was dropped. False:
+    /// there was nothing to do.
+    bool lookAfterParked(QSet<qint64>& retried);
+    /// As the service's operator is asked to: what was dropped is done, just as the queue would have done
+    /// it, and nothing else is missing then.
+    void settleDropped();
     [[nodiscard]] QString directory() const { return m_folder + u'/' + QString::number(m_at); }
+    [[nodiscard]] QString backups() const { return directory() + QStringLiteral("-backups"); }
     QString number();
     Seen& seenOf(const QString& identifier);
 
@@ -80,9 +116,13 @@ private:
     std::unique_ptr<till::Till> m_till;
     int m_at = 0; ///< the till that somebody works at
     QString m_knownPassword;
-    std::optional<Files> m_left;   ///< by the till that died
+    QMap<QString, Files> m_left;   ///< by the till that died, in each folder
     QHash<int, QString> m_backups; ///< the last of each till
+    bool m_isRestoring = false;
+    bool m_isRestoreRepeated = false; ///< should something go wrong
     QList<Seen> m_seen;
+    QList<Decision> m_decisions;
+    UsedTime m_used;
     int m_numbered = 0;
     int m_deaths = 0;
     QStringList m_log;

@@ -22,6 +22,9 @@ constexpr std::array<QStringView, Trouble::kinds> troubleNames{u"the request is 
                                                                u"503",
                                                                u"a portal answers",
                                                                u"an empty 200",
+                                                               u"a slow answer",
+                                                               u"422",
+                                                               u"403",
                                                                u"the till is killed",
                                                                u"the power fails",
                                                                u"the disk fails",
@@ -37,32 +40,38 @@ constexpr std::array<QStringView, Episode::kinds> episodeNames{u"sale",
                                                                u"the clock jumps",
                                                                u"evening",
                                                                u"backup",
-                                                               u"restore and rescue"};
+                                                               u"restore and rescue",
+                                                               u"the administrator looks at what is parked",
+                                                               u"the delivery service goes on"};
 static_assert(!episodeNames.back().isEmpty());
 
-Trouble trouble(Dice& dice)
+Trouble trouble(Dice& dice, Episode::Kind episode)
 {
     Trouble trouble;
-    trouble.kind = static_cast<Trouble::Kind>(dice.below(Trouble::kinds));
+    const bool isRestore = episode == Episode::Restore; // which has the longest way to go, and no request
+    const int first = isRestore ? Trouble::Killed : 0;
+    trouble.kind = static_cast<Trouble::Kind>(dice.between(first, Trouble::kinds - 1));
     // Moments and accesses to the disk are many, requests are few.
     const bool isOfNetwork = trouble.kind < Trouble::Killed;
-    trouble.at = dice.below(isOfNetwork ? 5 : 60);
+    trouble.at = dice.below(isOfNetwork ? 5 : isRestore ? 150 : 60);
     trouble.length = dice.oneIn(3) ? dice.between(2, 6) : 1;
     trouble.dice = dice.next();
     return trouble;
 }
 
 /// Of a hundred episodes, so many.
-constexpr std::array<std::pair<Episode::Kind, int>, Episode::kinds> shares{{{Episode::Sale, 55},
+constexpr std::array<std::pair<Episode::Kind, int>, Episode::kinds> shares{{{Episode::Sale, 46},
                                                                             {Episode::Return, 20},
-                                                                            {Episode::Delivery, 10},
+                                                                            {Episode::Delivery, 8},
                                                                             {Episode::Restart, 4},
                                                                             {Episode::Outage, 4},
                                                                             {Episode::Password, 2},
-                                                                            {Episode::ClockJump, 2},
+                                                                            {Episode::ClockJump, 3},
                                                                             {Episode::Evening, 1},
-                                                                            {Episode::Backup, 1},
-                                                                            {Episode::Restore, 1}}};
+                                                                            {Episode::Backup, 2},
+                                                                            {Episode::Restore, 2},
+                                                                            {Episode::Administration, 6},
+                                                                            {Episode::Delivering, 2}}};
 
 Episode::Kind kindOf(int chance)
 {
@@ -80,17 +89,24 @@ Story storyOf(std::uint64_t seed, int episodes)
 {
     Dice dice(seed);
     Story story{.seed = seed, .tills = dice.between(1, 3), .withCodes = dice.oneIn(4), .episodes = {}};
-    const bool isCalm = dice.oneIn(8); // most goes well in most shops
+    const bool isCalm = dice.oneIn(8);   // most goes well in most shops
+    const bool isStrict = dice.oneIn(3); // a service that refuses much of what the queue sends
     int till = 0;
     for (int i = 0; i < episodes; ++i) {
         Dice own(seed ^ (static_cast<std::uint64_t>(i + 1) << 32));
         if (own.oneIn(12)) // to go to another till takes a start of it
             till = own.below(story.tills);
         Episode episode{.kind = kindOf(own.below(100)), .till = till, .dice = own.next(), .troubles = {}};
-        if (!isCalm && episode.kind != Episode::Restore && own.oneIn(3)) {
+        if (!isCalm && (episode.kind == Episode::Restore || own.oneIn(3))) {
             for (int left = own.between(1, 3); left > 0; --left)
-                episode.troubles.append(trouble(own));
+                episode.troubles.append(trouble(own, episode.kind));
         }
+        const bool sends = episode.kind == Episode::Delivery || episode.kind == Episode::Delivering;
+        if (isStrict && !isCalm && sends)
+            episode.troubles.append({.kind = own.oneIn(2) ? Trouble::Rejected : Trouble::Forbidden,
+                                     .at = own.below(4),
+                                     .length = own.between(1, 4),
+                                     .dice = 0});
         story.episodes.append(episode);
     }
     return story;

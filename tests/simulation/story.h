@@ -22,6 +22,9 @@ struct Trouble
         Busy,          ///< 503, and when to come again
         Portal,        ///< somebody else answers, with a page
         Empty,         ///< the service acts, its answer is 200 and nothing more
+        Slow,          ///< the service acts, and answers when the till's patience is nearly over
+        Rejected,      ///< 422 for good, though not of what the service has done already
+        Forbidden,     ///< 403 by somebody before the service, which did nothing
         Killed,        ///< the till's process dies, what it wrote is there
         PowerCut,      ///< what it had not synced is there in parts or not at all
         DiskFails,     ///< what it writes comes to nothing, and it is told
@@ -43,14 +46,16 @@ struct Episode
         Return,
         Delivery,
         Restart,
-        Outage,    ///< the service is down until somebody has waited
-        Password,  ///< the service wants another one, and the administrator learns of it later
-        ClockJump, ///< of the till's clock
-        Evening,   ///< ten hours in which nothing happens
-        Backup,    ///< of a till without an open receipt
-        Restore,   ///< of the last backup, and the rescue of what came since; nothing goes wrong in it
+        Outage,         ///< the service is down until somebody has waited
+        Password,       ///< the service wants another one, and the administrator learns of it later
+        ClockJump,      ///< of the tills' clock, ahead or back
+        Evening,        ///< ten hours in which nothing happens
+        Backup,         ///< of a till without an open receipt
+        Restore,        ///< of the last backup, and the rescue of what came since
+        Administration, ///< somebody looks at what is parked, and retries it, drops it or leaves it
+        Delivering,     ///< the delivery service goes on for hours, and the clock may be set meanwhile
     };
-    static constexpr int kinds = Restore + 1;
+    static constexpr int kinds = Delivering + 1;
 
     Kind kind = Sale;
     int till = 0;
