@@ -1,7 +1,9 @@
 #include "tests/simulation/disk.h"
 
+#include "tests/simulation/beside.h"
 #include "tests/simulation/dice.h"
 #include "tests/simulation/fate.h"
+#include "tests/simulation/monotonic.h"
 
 #include <QDir>
 #include <QFile>
@@ -119,8 +121,15 @@ int onFileSize(sqlite3_file* file, sqlite3_int64* size)
     sqlite3_file* inner = innerOf(file);
     return inner->pMethods->xFileSize(inner, size);
 }
+/// What one program has read, another may change before it is locked.
+void beforeLocking()
+{
+    if (!Fate::one().isDead())
+        beside::point();
+}
 int onLock(sqlite3_file* file, int lock)
 {
+    beforeLocking();
     sqlite3_file* inner = innerOf(file);
     return inner->pMethods->xLock(inner, lock);
 }
@@ -154,6 +163,8 @@ int onShmMap(sqlite3_file* file, int page, int size, int extend, void volatile**
 }
 int onShmLock(sqlite3_file* file, int offset, int number, int flags)
 {
+    if ((flags & SQLITE_SHM_LOCK) != 0)
+        beforeLocking();
     sqlite3_file* inner = innerOf(file);
     return inner->pMethods->xShmLock(inner, offset, number, flags);
 }
@@ -220,6 +231,15 @@ int onDelete(sqlite3_vfs* /*vfs*/, const char* name, int syncDirectory)
     return real->xDelete(real, name, syncDirectory);
 }
 
+/// Who finds the store locked waits for the other program.
+int onSleep(sqlite3_vfs* /*vfs*/, int microseconds)
+{
+    letSpanPass(std::chrono::microseconds(microseconds));
+    if (!Fate::one().isDead())
+        beside::pass();
+    return microseconds;
+}
+
 /// Of one file, what is on the medium of what it was told last.
 QByteArray afterPowerCut(QByteArray content, const std::vector<Change>& changes, Dice& dice)
 {
@@ -263,6 +283,7 @@ void Disk::install(const QString& folder)
     ours.pNext = nullptr;
     ours.xOpen = onOpen;
     ours.xDelete = onDelete;
+    ours.xSleep = onSleep;
     sqlite3_vfs_register(&ours, 1);
 }
 

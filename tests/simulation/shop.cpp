@@ -3,6 +3,8 @@
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "host/storage/store.h"
+#include "tests/simulation/beside.h"
+#include "tests/simulation/chance.h"
 #include "tests/simulation/fate.h"
 #include "tests/simulation/monotonic.h"
 #include "till/setup/hostobjects.h"
@@ -52,11 +54,16 @@ Shop::Shop(const Story& story, const QString& folder, bool isServiceForgetful)
     , m_knownPassword(m_service.password())
 {
     beginSpans();
+    beginChance(story.seed);
     for (int i = 0; i < story.tills; ++i)
         QDir().mkpath(folder + u"/%1"_s.arg(i));
 }
 
-Shop::~Shop() { stop(); }
+Shop::~Shop()
+{
+    endBeside();
+    stop();
+}
 
 QStringList Shop::play()
 {
@@ -79,9 +86,12 @@ void Shop::play(const Episode& episode)
             m_at = episode.till;
         }
         Fate::one().begin(episode.troubles, died);
+        beginBeside(episode);
         start();
         requireAlive();
         act(episode);
+        requireAlive();
+        endBeside();
         requireAlive();
         Fate::one().end();
     } catch (const Died&) {
@@ -92,13 +102,10 @@ void Shop::play(const Episode& episode)
             return;
         }
         note(u"the till gives up: "_s + QString::fromUtf8(failure.what()));
-        const bool hadDisk =
-            std::any_of(episode.troubles.cbegin(), episode.troubles.cend(), [](const Trouble& trouble) {
-                return trouble.kind == Trouble::DiskFails || trouble.kind == Trouble::DiskFull;
-            });
-        if (!hadDisk)
+        if (!hasDiskTrouble(episode))
             find(u"the till gave up with a disk that works"_s);
         Fate::one().end();
+        endBeside();
         stop();
     }
 }
@@ -150,8 +157,15 @@ void Shop::act(const Episode& episode)
 
 void Shop::die(const Trouble& end)
 {
-    m_left = end.kind == Trouble::Killed ? Disk::filesOf(directory())
-                                         : Disk::filesAfterPowerCut(directory(), end.dice);
+    if (end.kind == Trouble::Killed && beside::isSecond()) {
+        ++m_deathsBeside;
+        note(u"the delivery is killed"_s);
+        return;
+    }
+    if (end.kind == Trouble::PowerCut)
+        m_left = Disk::filesAfterPowerCut(directory(), end.dice);
+    else if (!beside::isOn()) // who lives on goes on with the files
+        m_left = Disk::filesOf(directory());
     ++m_deaths;
     note(end.kind == Trouble::Killed ? u"killed"_s : u"power cut"_s);
 }
@@ -159,30 +173,39 @@ void Shop::die(const Trouble& end)
 void Shop::revive()
 {
     stop();
-    Disk::restore(directory(), *m_left);
     storage::setDataDirectory(directory());
+    if (m_left) {
+        endBeside();
+        Disk::restore(directory(), *m_left);
+        m_left.reset();
+    }
     storage::forgetStore(); // a new process does not know the file of the last
-    m_left.reset();
     Fate::one().end();
     m_clock.move(30s);
     try {
         start();
         checkAfterDeath();
+        endBeside();
     } catch (const std::exception& failure) {
         find(u"the till does not come back: "_s + QString::fromUtf8(failure.what()));
     }
+}
+
+Config Shop::config() const
+{
+    static const Config usual = till::loadSettings({});
+    Config config = usual;
+    till::setServerUrl(config, u"http://service.example/"_s);
+    till::setCredentials(config, m_service.user(), m_knownPassword);
+    config.set(u"KYRLoyalty:smsVerification"_s, m_story.withCodes);
+    return config;
 }
 
 void Shop::start()
 {
     if (m_till)
         return;
-    static const Config usual = till::loadSettings({});
-    Config config = usual;
-    till::setServerUrl(config, u"http://service.example/"_s);
-    till::setCredentials(config, m_service.user(), m_knownPassword);
-    config.set(u"KYRLoyalty:smsVerification"_s, m_story.withCodes);
-    m_till = std::make_unique<till::Till>(till::Parts{QStringLiteral(PLUGIN_FILE), {}, directory()}, config,
+    m_till = std::make_unique<till::Till>(till::Parts{QStringLiteral(PLUGIN_FILE), {}, directory()}, config(),
                                           *m_cashier);
     if (!m_till->found().isEmpty())
         note(u"found: "_s + m_till->found().ru());

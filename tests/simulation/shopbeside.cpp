@@ -1,0 +1,38 @@
+// A delivery beside the till.
+
+#include "host/storage/datadirectory.h"
+#include "tests/simulation/beside.h"
+#include "tests/simulation/shop.h"
+
+using namespace Qt::StringLiterals;
+
+namespace simulation {
+
+void Shop::beginBeside(const Episode& episode)
+{
+    if (!episode.isBeside)
+        return;
+    storage::setDataDirectory(directory());
+    const bool hasDisk = !hasDiskTrouble(episode);
+    m_delivery = std::make_unique<Delivery>(
+        config(), Delivery::Reports{.note = [this](const QString& line) { note(line); },
+                                    .found = [this](const QString& finding) { find(finding); },
+                                    .failed =
+                                        [this, hasDisk](const QString& why) {
+                                            note(u"the delivery gives up: "_s + why);
+                                            if (hasDisk)
+                                                find(u"the delivery gave up with a disk that works"_s);
+                                        }});
+    beside::begin(episode.dice, [this](const std::stop_token& stop) { m_delivery->run(stop); });
+}
+
+void Shop::endBeside()
+{
+    if (!beside::isOn())
+        return;
+    storage::setDataDirectory(directory()); // a till that is gone has taken it along
+    beside::end();
+    m_delivery.reset();
+}
+
+} // namespace simulation

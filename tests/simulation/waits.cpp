@@ -1,0 +1,81 @@
+// What a program waits with, in turns and time of the simulation: for a while, or for what the other program
+// holds. Two programs have no locks of one process in common; two threads that take turns must not wait for
+// one for ever. And the calls at which two programs get into each other's way in a folder: before each it may
+// be the other's turn.
+
+#include "tests/simulation/beside.h"
+#include "tests/simulation/fate.h"
+#include "tests/simulation/monotonic.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/file.h>
+
+namespace beside = simulation::beside;
+
+namespace {
+
+/// The library's own, behind the one of this program that goes by the same name.
+template <class Function>
+Function* real(const char* name)
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+void beforeCall()
+{
+    if (beside::isOn() && !simulation::Fate::one().isDead())
+        beside::point();
+}
+
+} // namespace
+
+extern "C" {
+#pragma GCC visibility push(default)
+
+int flock(int file, int operation) noexcept
+{
+    beforeCall();
+    return real<int(int, int)>("flock")(file, operation);
+}
+
+int rename(const char* from, const char* to) noexcept
+{
+    beforeCall();
+    return real<int(const char*, const char*)>("rename")(from, to);
+}
+
+int nanosleep(const timespec* time, timespec* /*left*/)
+{
+    simulation::letSpanPass(std::chrono::seconds(time->tv_sec) + std::chrono::nanoseconds(time->tv_nsec));
+    beside::pass();
+    return 0;
+}
+
+int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
+{
+    static const auto lock = real<int(pthread_mutex_t*)>("pthread_mutex_lock");
+    if (!beside::isOn())
+        return lock(mutex);
+    int outcome = pthread_mutex_trylock(mutex);
+    for (; outcome == EBUSY; outcome = pthread_mutex_trylock(mutex))
+        beside::pass();
+    return outcome;
+}
+
+/// Woken without a cause: who waits looks again.
+int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex)
+{
+    static const auto wait = real<int(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
+    if (!beside::isOn())
+        return wait(condition, mutex);
+    pthread_mutex_unlock(mutex);
+    beside::pass();
+    return pthread_mutex_lock(mutex);
+}
+
+#pragma GCC visibility pop
+}
