@@ -16,6 +16,7 @@ std::atomic<int> turn = First; // all that is below belongs to the one whose tur
 bool isThere = false;
 bool isOver = false;
 int left = 0; // points until it is the other's turn
+int uninterrupted = 0;
 const std::function<void()>* errand = nullptr;
 
 struct Turns
@@ -72,9 +73,13 @@ bool isSecond() { return turn == Second; }
 
 void point()
 {
-    if (isThere && --left <= 0)
+    if (isThere && uninterrupted == 0 && --left <= 0)
         pass();
 }
+
+Uninterrupted::Uninterrupted() { ++uninterrupted; }
+
+Uninterrupted::~Uninterrupted() { --uninterrupted; }
 
 void pass()
 {

@@ -21,6 +21,15 @@ bool isSecond();
 
 /// A point between two steps of a program, at which it may be the other's turn.
 void point();
+/// While it lives there is none.
+class Uninterrupted
+{
+public:
+    Uninterrupted();
+    ~Uninterrupted();
+    Uninterrupted(const Uninterrupted&) = delete;
+    Uninterrupted& operator=(const Uninterrupted&) = delete;
+};
 /// For who waits for the other: it is the other's turn, and comes back as thrown.
 void pass();
 /// Has the first one's thread do that: whoever asks may be the second. What is bound to a thread lives there.

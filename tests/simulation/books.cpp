@@ -102,6 +102,11 @@ QStringList faultsOf(const Seen& seen, const AbstractDocument* closed, const Boo
 
 } // namespace
 
+bool Shop::isDropped(const Seen& seen) const
+{
+    return m_dropped.contains(seen.sale.isEmpty() ? seen.identifier : seen.sale);
+}
+
 void Shop::checkBooks()
 {
     const till::Ledger ledger(m_service.ledger(), {});
@@ -120,10 +125,15 @@ void Shop::checkBooks()
             findings.append(seen.identifier + u": paid, and not closed"_s);
         if (seen.gone && booked.closed)
             findings.append(seen.identifier + u": rolled back, and closed"_s);
+        if (isDropped(seen))
+            continue;
         const bool isReturn = booked.document && booked.document->getDocumentType() == ReturnReceipt;
         if (!isReturn && seen.sale.isEmpty()) // what comes back of which position is in the differences
             findings += faultsOf(seen, booked.document.data(), books.value(seen.identifier));
     }
+    for (const Seen& seen : m_seen)
+        if (isDropped(seen))
+            ours.remove(seen.identifier);
     for (const QString& name : ours)
         findings += ledger.differences(name, till::bookedReceipt(name, records));
     for (const QString& finding : findings)

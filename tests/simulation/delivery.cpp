@@ -1,6 +1,5 @@
 #include "tests/simulation/delivery.h"
 
-#include "host/queue/messagequeue.h"
 #include "host/storage/datacheck.h"
 #include "tests/simulation/beside.h"
 #include "tests/simulation/fate.h"
@@ -13,8 +12,9 @@ using namespace Qt::StringLiterals;
 
 namespace simulation {
 
-Delivery::Delivery(Config config, Reports reports)
-    : m_config(std::move(config))
+Delivery::Delivery(const Dice& dice, Config config, Reports reports)
+    : m_dice(dice)
+    , m_config(std::move(config))
     , m_reports(std::move(reports))
 {}
 
@@ -44,7 +44,7 @@ void Delivery::live(const std::stop_token& stop)
         beside::pass();
     MessageQueue queue;
     QueueDelivery::Options options = till::deliveryOptions(m_config);
-    options.attempting = [this](const QueuedMessage& message) { attempting(message); };
+    options.attempting = [&](const QueuedMessage& message) { attempting(queue, message); };
     options.attempted = [this](const QueuedMessage& message, const QueueAttempt& attempt) {
         attempted(message, attempt);
     };
@@ -52,11 +52,17 @@ void Delivery::live(const std::stop_token& stop)
         delivery.deliverDue(*lock, stop);
 }
 
-void Delivery::attempting(const QueuedMessage& message)
+void Delivery::attempting(MessageQueue& queue, const QueuedMessage& message)
 {
-    if (!message.group.isEmpty() && m_underWay.contains(message.group))
+    if (message.group.isEmpty())
+        return;
+    if (m_underWay.contains(message.group))
         m_reports.found(u"message %1 about %2 overtakes another"_s.arg(message.id).arg(message.group));
     m_underWay.insert(message.group);
+    if (m_dice.oneIn(30)) { // the administrator, who does not know that it is on its way
+        m_reports.dropped(message.group);
+        queue.drop(message.id);
+    }
 }
 
 void Delivery::attempted(const QueuedMessage& message, const QueueAttempt& attempt)

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "host/queue/messagequeue.h"
 #include "host/queue/queuedelivery.h"
 #include "host/utils/config.h"
+#include "tests/simulation/dice.h"
 
 #include <QSet>
 #include <QString>
@@ -19,19 +21,21 @@ public:
     struct Reports
     {
         std::function<void(const QString&)> note;
-        std::function<void(const QString&)> found;  ///< what is wrong
-        std::function<void(const QString&)> failed; ///< why it cannot do its work for now
+        std::function<void(const QString&)> found;   ///< what is wrong
+        std::function<void(const QString&)> failed;  ///< why it cannot do its work for now
+        std::function<void(const QString&)> dropped; ///< a receipt, of which a message may not come to be
     };
 
-    Delivery(Config config, Reports reports);
+    Delivery(const Dice& dice, Config config, Reports reports);
     /// Until it is told to stop, or the power fails.
     void run(const std::stop_token& stop);
 
 private:
     void live(const std::stop_token& stop);
-    void attempting(const QueuedMessage& message);
+    void attempting(MessageQueue& queue, const QueuedMessage& message);
     void attempted(const QueuedMessage& message, const QueueAttempt& attempt);
 
+    Dice m_dice;
     Config m_config;
     Reports m_reports;
     QSet<QString> m_underWay; ///< receipts of which a message is

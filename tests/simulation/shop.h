@@ -10,6 +10,8 @@
 #include "tests/support/stillclock.h"
 #include "till/checkout/till.h"
 
+#include <QSet>
+
 #include <memory>
 #include <optional>
 
@@ -71,6 +73,7 @@ private:
     [[nodiscard]] QString directory() const { return m_folder + u'/' + QString::number(m_at); }
     QString number();
     Seen& seenOf(const QString& identifier);
+    [[nodiscard]] bool isDropped(const Seen& seen) const;
 
     void checkAfterDeath();
     /// Everything works again: whatever was left open is finished, and what waits is sent.
@@ -91,6 +94,7 @@ private:
     std::optional<Files> m_left;          ///< by the till that died
     QHash<int, QString> m_backups;        ///< the last of each till
     QList<Seen> m_seen;
+    QSet<QString> m_dropped; ///< sales; what the service knows of them and their returns may be anything
     int m_numbered = 0;
     int m_deaths = 0;
     int m_deathsBeside = 0;

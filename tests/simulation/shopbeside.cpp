@@ -14,15 +14,20 @@ void Shop::beginBeside(const Episode& episode)
         return;
     storage::setDataDirectory(directory());
     const bool hasDisk = !hasDiskTrouble(episode);
-    m_delivery = std::make_unique<Delivery>(
-        config(), Delivery::Reports{.note = [this](const QString& line) { note(line); },
+    const Delivery::Reports reports{.note = [this](const QString& line) { note(line); },
                                     .found = [this](const QString& finding) { find(finding); },
                                     .failed =
                                         [this, hasDisk](const QString& why) {
                                             note(u"the delivery gives up: "_s + why);
                                             if (hasDisk)
                                                 find(u"the delivery gave up with a disk that works"_s);
-                                        }});
+                                        },
+                                    .dropped =
+                                        [this](const QString& receipt) {
+                                            note(u"a message about %1 is dropped"_s.arg(receipt));
+                                            m_dropped.insert(receipt);
+                                        }};
+    m_delivery = std::make_unique<Delivery>(Dice(episode.dice + 1), config(), reports);
     beside::begin(episode.dice, [this](const std::stop_token& stop) { m_delivery->run(stop); });
 }
 

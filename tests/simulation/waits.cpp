@@ -7,6 +7,8 @@
 #include "tests/simulation/fate.h"
 #include "tests/simulation/monotonic.h"
 
+#include <QSqlDatabase>
+
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
@@ -66,16 +68,12 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
     return outcome;
 }
 
-/// Woken without a cause: who waits looks again.
-int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex)
-{
-    static const auto wait = real<int(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
-    if (!beside::isOn())
-        return wait(condition, mutex);
-    pthread_mutex_unlock(mutex);
-    beside::pass();
-    return pthread_mutex_lock(mutex);
+#pragma GCC visibility pop
 }
 
-#pragma GCC visibility pop
+/// Qt keeps its list of connections locked meanwhile, from the service's too.
+void QSqlDatabase::removeDatabase(const QString& name)
+{
+    const beside::Uninterrupted closing;
+    real<void(const QString&)>("_ZN12QSqlDatabase14removeDatabaseERK7QString")(name);
 }
