@@ -26,6 +26,27 @@ Heard said(int status, const QByteArray& body, const QByteArray& more = {})
 
 } // namespace
 
+/// A request of the program that asks, until it has its answer.
+class Network::UnderWay
+{
+public:
+    UnderWay(Network& network, const stand::Request& request)
+        : m_network(network)
+    {
+        own() = request.method + ' ' + request.path + ' ' + request.body;
+        if (network.m_underWay[0] == network.m_underWay[1])
+            network.m_crossed.append(QString::fromUtf8(request.method + ' ' + request.path));
+    }
+    ~UnderWay() { own().clear(); }
+    UnderWay(const UnderWay&) = delete;
+    UnderWay& operator=(const UnderWay&) = delete;
+
+private:
+    QByteArray& own() { return m_network.m_underWay[beside::isSecond()]; }
+
+    Network& m_network;
+};
+
 Network::Network(Service& service, test_support::StillClock& clock)
     : m_service(service)
     , m_clock(clock)
@@ -43,6 +64,7 @@ Heard Network::carry(const stand::Request& request, std::chrono::milliseconds pa
     fate.moment();
     if (fate.isDead())
         return {CURLE_COULDNT_CONNECT, {}, {}};
+    const UnderWay underWay(*this, request);
     m_clock.move(40ms);
     if (m_isDown)
         return {CURLE_COULDNT_CONNECT, {}, {}};

@@ -7,6 +7,10 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QStringList>
+
+#include <array>
+#include <utility>
 
 namespace simulation {
 
@@ -33,16 +37,21 @@ public:
 
     /// Nobody listens at the service, or somebody does again.
     void setDown(bool isDown) { m_isDown = isDown; }
+    /// What the till and the program beside it sent at the same time, since this was asked for the last time.
+    QStringList takeCrossed() { return std::exchange(m_crossed, {}); }
     /// What was late arrives now.
     void letArrive();
 
 private:
+    class UnderWay;
     Heard served(const stand::Request& request);
 
     Service& m_service;
     test_support::StillClock& m_clock;
     QList<stand::Request> m_late;
     bool m_isDown = false;
+    std::array<QByteArray, 2> m_underWay; ///< what each program sends just now
+    QStringList m_crossed;
 };
 
 } // namespace simulation

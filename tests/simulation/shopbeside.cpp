@@ -38,6 +38,8 @@ void Shop::endBeside()
     storage::setDataDirectory(directory()); // a till that is gone has taken it along
     beside::end();
     m_delivery.reset();
+    for (const QString& request : m_network.takeCrossed())
+        find(u"two programs send the same at once: "_s + request);
 }
 
 } // namespace simulation
