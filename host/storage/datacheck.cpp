@@ -121,6 +121,7 @@ bool isWhole(const QByteArray& bytes)
 void requireRoom()
 {
     const QString probe = dataFile(u"write-check"_s);
+    const FolderLock lock(probe); // another program would take it for one that a kill has left behind
     replaceFile(probe, QByteArray(leastRoom, '\0'));
     removeFile(probe);
     store()->requireWritable();

@@ -4,13 +4,12 @@
 
 #include "tests/simulation/fate.h"
 #include "tests/simulation/folders.h"
+#include "tests/simulation/libraryown.h"
 
 #include <QFile>
 
 #include <cerrno>
 #include <cstdarg>
-#include <cstdlib>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,16 +17,6 @@
 namespace simulation {
 
 namespace {
-
-/// The library's own, behind the one of this program that goes by the same name.
-template <class Function>
-Function* ownOf(const char* name)
-{
-    void* found = dlsym(RTLD_NEXT, name);
-    if (!found)
-        std::abort();
-    return reinterpret_cast<Function*>(found);
-}
 
 bool exists(const char* path)
 {
@@ -74,7 +63,7 @@ int making(const char* path, Call call)
 
 int opening(const char* path, int flags, mode_t mode)
 {
-    static auto* const own = ownOf<int(const char*, int, ...)>("open64");
+    static auto* const own = libraryOwn<int(const char*, int, ...)>("open64");
     const auto call = [&] { return own(path, flags, mode); };
     return (flags & O_CREAT) != 0 ? making(path, call) : call();
 }
@@ -113,7 +102,7 @@ int moving(const char* from, const char* to, Call call)
 
 int removing(const char* path)
 {
-    static auto* const own = ownOf<int(const char*)>("unlink");
+    static auto* const own = libraryOwn<int(const char*)>("unlink");
     if (!Folders::has(path) || !exists(path))
         return own(path);
     if (isRefused())
@@ -145,7 +134,7 @@ int syncing(int file, int (*own)(int), bool isBySqlite)
 
 ssize_t writing(int file, const void* bytes, size_t count)
 {
-    static auto* const own = ownOf<ssize_t(int, const void*, size_t)>("write");
+    static auto* const own = libraryOwn<ssize_t(int, const void*, size_t)>("write");
     const std::string path = Folders::pathOf(file);
     if (!path.empty()) {
         if (isRefused())
@@ -181,18 +170,18 @@ int open64(const char* path, int flags, ...)
 int mkostemp(char* path, int flags)
 {
     return simulation::Folders::has(path) ? simulation::openingNew(path, flags)
-                                          : simulation::ownOf<int(char*, int)>("mkostemp")(path, flags);
+                                          : simulation::libraryOwn<int(char*, int)>("mkostemp")(path, flags);
 }
 int mknod(const char* path, mode_t mode, dev_t device) noexcept
 {
     return simulation::making(path, [&] {
-        return simulation::ownOf<int(const char*, mode_t, dev_t)>("mknod")(path, mode, device);
+        return simulation::libraryOwn<int(const char*, mode_t, dev_t)>("mknod")(path, mode, device);
     });
 }
 int link(const char* from, const char* to) noexcept
 {
     const int outcome = simulation::making(
-        to, [&] { return simulation::ownOf<int(const char*, const char*)>("link")(from, to); });
+        to, [&] { return simulation::libraryOwn<int(const char*, const char*)>("link")(from, to); });
     if (outcome == 0 && simulation::Folders::has(to))
         simulation::Disk::named(from, to);
     return outcome;
@@ -200,18 +189,21 @@ int link(const char* from, const char* to) noexcept
 int rename(const char* from, const char* to) noexcept
 {
     return simulation::moving(
-        from, to, [&] { return simulation::ownOf<int(const char*, const char*)>("rename")(from, to); });
+        from, to, [&] { return simulation::libraryOwn<int(const char*, const char*)>("rename")(from, to); });
 }
 int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) noexcept
 {
     return simulation::moving(from, to, [&] {
-        return simulation::ownOf<int(int, const char*, int, const char*, unsigned)>("renameat2")(
+        return simulation::libraryOwn<int(int, const char*, int, const char*, unsigned)>("renameat2")(
             fromFolder, from, toFolder, to, flags);
     });
 }
 int unlink(const char* path) noexcept { return simulation::removing(path); }
-int fsync(int file) { return simulation::syncing(file, simulation::ownOf<int(int)>("fsync"), false); }
-int fdatasync(int file) { return simulation::syncing(file, simulation::ownOf<int(int)>("fdatasync"), true); }
+int fsync(int file) { return simulation::syncing(file, simulation::libraryOwn<int(int)>("fsync"), false); }
+int fdatasync(int file)
+{
+    return simulation::syncing(file, simulation::libraryOwn<int(int)>("fdatasync"), true);
+}
 ssize_t write(int file, const void* bytes, size_t count) { return simulation::writing(file, bytes, count); }
 #pragma GCC visibility pop
 }

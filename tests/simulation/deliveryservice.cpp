@@ -40,14 +40,11 @@ void Shop::keepDelivering(Dice& dice)
     QDateTime since = m_network.serviceTime();
     int jumps = 0;
     QueueDelivery::Options options = till::deliveryOptions(till::hostObject<Config>());
-    options.random = [chance = Dice(dice.next())]() mutable { return chance.part(); };
     options.attempting = [&](const QueuedMessage& /*message*/) {
         since = m_network.serviceTime();
         jumps = 0;
     };
     QueueDelivery delivery(queue, options);
-    queue.expedite(); // what was sent by hand waits for as long as nobody's dice said
-    requireAlive();
     for (int left = dice.between(5, 40); left > 0; --left) {
         const QueueDelivery::Summary summary = delivery.deliverDue(*held);
         requireAlive();

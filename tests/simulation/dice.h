@@ -26,8 +26,6 @@ public:
     /// From one to the other, both included.
     int between(int least, int most) { return least + below(most - least + 1); }
     bool oneIn(int number) { return below(number) == 0; }
-    /// From 0 to 1.
-    double part() { return static_cast<double>(next() >> 11) / static_cast<double>(1ULL << 53); }
 
 private:
     std::uint64_t m_state;

@@ -1,8 +1,10 @@
 #include "tests/simulation/disk.h"
 
+#include "tests/simulation/beside.h"
 #include "tests/simulation/dice.h"
 #include "tests/simulation/fate.h"
 #include "tests/simulation/folders.h"
+#include "tests/simulation/monotonic.h"
 
 #include <QDir>
 #include <QFile>
@@ -121,8 +123,15 @@ int onFileSize(sqlite3_file* file, sqlite3_int64* size)
     sqlite3_file* inner = innerOf(file);
     return inner->pMethods->xFileSize(inner, size);
 }
+/// What one program has read, another may change before it is locked.
+void beforeLocking()
+{
+    if (!Fate::one().isDead())
+        beside::point();
+}
 int onLock(sqlite3_file* file, int lock)
 {
+    beforeLocking();
     sqlite3_file* inner = innerOf(file);
     return inner->pMethods->xLock(inner, lock);
 }
@@ -156,6 +165,8 @@ int onShmMap(sqlite3_file* file, int page, int size, int extend, void volatile**
 }
 int onShmLock(sqlite3_file* file, int offset, int number, int flags)
 {
+    if ((flags & SQLITE_SHM_LOCK) != 0)
+        beforeLocking();
     sqlite3_file* inner = innerOf(file);
     return inner->pMethods->xShmLock(inner, offset, number, flags);
 }
@@ -212,6 +223,15 @@ int onOpen(sqlite3_vfs* /*vfs*/, const char* name, sqlite3_file* file, int flags
     return outcome;
 }
 
+/// Who finds the store locked waits for the other program.
+int onSleep(sqlite3_vfs* /*vfs*/, int microseconds)
+{
+    letSpanPass(std::chrono::microseconds(microseconds));
+    if (!Fate::one().isDead())
+        beside::pass();
+    return microseconds;
+}
+
 /// Of one file, what is on the medium of what it was told last.
 QByteArray afterPowerCut(QByteArray content, const std::vector<Change>& changes, Dice& dice)
 {
@@ -254,6 +274,7 @@ void Disk::install(const QString& folder)
     ours.szOsFile = static_cast<int>(sizeof(File)) + real->szOsFile;
     ours.pNext = nullptr;
     ours.xOpen = onOpen;
+    ours.xSleep = onSleep;
     sqlite3_vfs_register(&ours, 1);
 }
 

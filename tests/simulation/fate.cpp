@@ -1,5 +1,7 @@
 #include "tests/simulation/fate.h"
 
+#include "tests/simulation/beside.h"
+
 #include <algorithm>
 
 namespace simulation {
@@ -15,19 +17,32 @@ void Fate::begin(const QList<Trouble>& troubles, std::function<void(const Troubl
     m_troubles = troubles;
     m_died = std::move(died);
     m_moments = m_requests = m_accesses = 0;
-    m_isDead = false;
+    m_isDead[0] = m_isDark = false;
 }
 
 void Fate::end() { begin({}, {}); }
 
+bool Fate::isDead() const { return m_isDead[beside::isSecond()]; }
+
 void Fate::moment()
 {
-    if (m_isDead)
+    if (isDead())
+        return;
+    beside::point();
+    if (isDead())
         return;
     if (const Trouble* end = due(m_moments++, Trouble::Killed, Trouble::PowerCut)) {
         m_died(*end); // reads the disk, which is still as it was
-        m_isDead = true;
+        m_isDead[beside::isSecond()] = true;
+        if (end->kind == Trouble::PowerCut)
+            m_isDead = {true, m_isDark = true};
     }
+}
+
+bool Fate::startAnew()
+{
+    m_isDead[1] = m_isDark;
+    return !m_isDark;
 }
 
 std::optional<Trouble::Kind> Fate::ofRequest()

@@ -2,6 +2,7 @@
 
 #include "tests/simulation/story.h"
 
+#include <array>
 #include <functional>
 #include <optional>
 
@@ -13,16 +14,18 @@ class Fate
 public:
     static Fate& one();
 
-    /// From now on these. What `died` does is done at the moment of the death, before anything else can
-    /// happen.
+    /// From now on these, and the till lives. What `died` does is done at the moment of the death, before
+    /// anything else can happen.
     void begin(const QList<Trouble>& troubles, std::function<void(const Trouble&)> died);
     /// Nothing goes wrong any more.
     void end();
 
-    /// Whether the till's process is dead: what its code still does reaches neither disk nor network.
-    [[nodiscard]] bool isDead() const { return m_isDead; }
-    /// One at which the till may die.
+    /// Whether the process that asks is dead: what its code still does reaches neither disk nor network.
+    [[nodiscard]] bool isDead() const;
+    /// One at which the process may die, and before it the turn may be another's.
     void moment();
+    /// The program beside the till is started, anew where it is dead; false: there is no power.
+    bool startAnew();
     /// What the network does with the next request; nothing: it carries it.
     std::optional<Trouble::Kind> ofRequest();
     /// What the disk does at the next access that changes something; nothing: as it is told.
@@ -38,7 +41,8 @@ private:
     int m_moments = 0;
     int m_requests = 0;
     int m_accesses = 0;
-    bool m_isDead = false;
+    std::array<bool, 2> m_isDead{}; ///< the till, and the program beside it
+    bool m_isDark = false;          ///< the power has failed
     int m_struck[Trouble::kinds] = {};
 };
 

@@ -1,5 +1,6 @@
 #include "tests/simulation/network.h"
 
+#include "tests/simulation/beside.h"
 #include "tests/simulation/fate.h"
 
 #include "stand/http/answers.h"
@@ -47,6 +48,27 @@ Heard refused(int status) { return said(status, stand::failure(status, u"Опе�
 
 } // namespace
 
+/// A request of the program that asks, until it has its answer.
+class Network::UnderWay
+{
+public:
+    UnderWay(Network& network, const stand::Request& request)
+        : m_network(network)
+    {
+        own() = wordsOf(request);
+        if (network.m_underWay[0] == network.m_underWay[1])
+            network.m_crossed.append(QString::fromUtf8(request.method + ' ' + request.path));
+    }
+    ~UnderWay() { own().clear(); }
+    UnderWay(const UnderWay&) = delete;
+    UnderWay& operator=(const UnderWay&) = delete;
+
+private:
+    QByteArray& own() { return m_network.m_underWay[beside::isSecond()]; }
+
+    Network& m_network;
+};
+
 Network::Network(Service& service, test_support::StillClock& clock)
     : m_service(service)
     , m_clock(clock)
@@ -64,6 +86,7 @@ Heard Network::carry(const stand::Request& request, std::chrono::milliseconds pa
     fate.moment();
     if (fate.isDead())
         return {CURLE_COULDNT_CONNECT, {}, {}};
+    const UnderWay underWay(*this, request);
     m_clock.move(40ms);
     ++m_sent[wordsOf(request)];
     if (m_isDown)
@@ -158,7 +181,8 @@ void Network::letArrive()
 
 Heard Network::served(const stand::Request& request)
 {
-    const stand::Answer answer = m_service.answer(request, serviceTime());
+    stand::Answer answer; // the service's books are one thread's
+    beside::atHome([&] { answer = m_service.answer(request, serviceTime()); });
     if (answer.status < 300)
         m_done.insert(subjectOf(request));
     return said(answer.status, answer.body);

@@ -10,6 +10,10 @@
 #include <QHash>
 #include <QList>
 #include <QSet>
+#include <QStringList>
+
+#include <array>
+#include <utility>
 
 namespace simulation {
 
@@ -40,6 +44,8 @@ public:
     void clockWasSet(std::chrono::milliseconds by) { m_ahead -= by; }
     /// What the service's clock says.
     [[nodiscard]] QDateTime serviceTime() const { return m_clock.now().addMSecs(m_ahead.count()); }
+    /// What the till and the program beside it sent at the same time, since this was asked for the last time.
+    QStringList takeCrossed() { return std::exchange(m_crossed, {}); }
     /// What was late arrives now.
     void letArrive();
     /// How often the till has sent it.
@@ -52,6 +58,7 @@ public:
     int settle(stand::Request request);
 
 private:
+    class UnderWay;
     Heard served(const stand::Request& request);
 
     Service& m_service;
@@ -63,6 +70,8 @@ private:
     QSet<QByteArray> m_done;              ///< by the service, by what a request is about
     std::chrono::milliseconds m_ahead{0}; ///< the service's clock of the tills'
     bool m_isDown = false;
+    std::array<QByteArray, 2> m_underWay; ///< what each program sends just now
+    QStringList m_crossed;
 };
 
 } // namespace simulation

@@ -3,6 +3,8 @@
 #include "host/storage/datadirectory.h"
 #include "host/storage/documents.h"
 #include "host/storage/store.h"
+#include "tests/simulation/beside.h"
+#include "tests/simulation/chance.h"
 #include "tests/simulation/fate.h"
 #include "tests/simulation/folders.h"
 #include "tests/simulation/monotonic.h"
@@ -64,6 +66,7 @@ Shop::Shop(const Story& story, const QString& folder, bool isServiceForgetful)
     , m_knownPassword(m_service.password())
 {
     beginSpans();
+    beginChance(story.seed);
     for (m_at = story.tills; m_at-- > 0;) {
         QDir().mkpath(directory());
         QDir().mkpath(backups());
@@ -74,6 +77,7 @@ Shop::Shop(const Story& story, const QString& folder, bool isServiceForgetful)
 
 Shop::~Shop()
 {
+    endBeside();
     stop();
     Folders::watch({});
 }
@@ -104,9 +108,12 @@ void Shop::play(const Episode& episode)
             m_at = episode.till;
         }
         Fate::one().begin(episode.troubles, died);
+        beginBeside(episode);
         start();
         requireAlive();
         act(episode);
+        requireAlive();
+        endBeside();
         requireAlive();
         Fate::one().end();
     } catch (const Died&) {
@@ -117,13 +124,10 @@ void Shop::play(const Episode& episode)
             return;
         }
         note(u"the till gives up: "_s + QString::fromUtf8(failure.what()));
-        const bool hadDisk =
-            std::any_of(episode.troubles.cbegin(), episode.troubles.cend(), [](const Trouble& trouble) {
-                return trouble.kind == Trouble::DiskFails || trouble.kind == Trouble::DiskFull;
-            });
-        if (!hadDisk)
+        if (!hasDiskTrouble(episode))
             find(u"the till gave up with a disk that works"_s);
         Fate::one().end();
+        endBeside();
         stop();
         finishRestore();
     }
@@ -180,42 +184,59 @@ void Shop::act(const Episode& episode)
 
 void Shop::die(const Trouble& end)
 {
-    for (const QString& folder : {directory(), backups()})
-        m_left.insert(folder, end.kind == Trouble::Killed ? Disk::filesOf(folder)
-                                                          : Disk::filesAfterPowerCut(folder, end.dice));
+    const bool isKill = end.kind == Trouble::Killed;
+    if (isKill && beside::isSecond()) {
+        ++m_deathsBeside;
+        note(u"the delivery is killed"_s);
+        return;
+    }
+    if (!isKill || !beside::isOn()) { // else the delivery goes on with the files
+        for (const QString& folder : {directory(), backups()})
+            m_left.insert(folder,
+                          isKill ? Disk::filesOf(folder) : Disk::filesAfterPowerCut(folder, end.dice));
+    }
     ++m_deaths;
-    note(end.kind == Trouble::Killed ? u"killed"_s : u"power cut"_s);
+    note(isKill ? u"killed"_s : u"power cut"_s);
 }
 
 void Shop::revive()
 {
     stop();
-    for (auto folder = m_left.cbegin(); folder != m_left.cend(); ++folder)
-        Disk::restore(folder.key(), *folder);
     storage::setDataDirectory(directory());
+    if (!m_left.isEmpty()) {
+        endBeside();
+        for (auto folder = m_left.cbegin(); folder != m_left.cend(); ++folder)
+            Disk::restore(folder.key(), *folder);
+        m_left.clear();
+    }
     storage::forgetStore(); // a new process does not know the file of the last
-    m_left.clear();
     Fate::one().end();
     m_clock.move(30s);
     try {
         finishRestore();
         start();
         checkAfterDeath();
+        endBeside();
     } catch (const std::exception& failure) {
         find(u"the till does not come back: "_s + QString::fromUtf8(failure.what()));
     }
+}
+
+Config Shop::config() const
+{
+    static const Config usual = till::loadSettings({});
+    Config config = usual;
+    till::setServerUrl(config, u"http://service.example/"_s);
+    till::setCredentials(config, m_service.user(), m_knownPassword);
+    config.set(u"KYRLoyalty:smsVerification"_s, m_story.withCodes);
+    return config;
 }
 
 void Shop::start()
 {
     if (m_till)
         return;
-    static const Config usual = till::loadSettings({});
-    Config config = usual;
-    till::setServerUrl(config, u"http://service.example/"_s);
-    till::setCredentials(config, m_service.user(), m_knownPassword);
-    config.set(u"KYRLoyalty:smsVerification"_s, m_story.withCodes);
-    m_till = std::make_unique<till::Till>(till::Parts{QStringLiteral(PLUGIN_FILE), {}, directory()}, config,
+    m_till = std::make_unique<till::Till>(till::Parts{QStringLiteral(PLUGIN_FILE), {}, directory()}, config(),
                                           *m_cashier);
     if (!m_till->found().isEmpty())
         note(u"found: "_s + m_till->found().ru());

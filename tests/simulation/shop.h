@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/simulation/delivery.h"
 #include "tests/simulation/dice.h"
 #include "tests/simulation/disk.h"
 #include "tests/simulation/network.h"
@@ -33,6 +34,7 @@ public:
     [[nodiscard]] const QStringList& log() const { return m_log; }
     [[nodiscard]] int receipts() const { return m_numbered; }
     [[nodiscard]] int deaths() const { return m_deaths; }
+    [[nodiscard]] int deathsBeside() const { return m_deathsBeside; }
 
 private:
     class Cashier;
@@ -49,8 +51,13 @@ private:
 
     void play(const Episode& episode);
     void act(const Episode& episode);
+    /// A delivery works beside the till from now on, if one does in that episode.
+    void beginBeside(const Episode& episode);
+    /// It has ended when this returns.
+    void endBeside();
     void die(const Trouble& end);
     void revive();
+    [[nodiscard]] Config config() const;
     void start();
     void stop();
     /// To be called after each step: whoever is dead has seen nothing of it.
@@ -116,8 +123,9 @@ private:
     std::unique_ptr<till::Till> m_till;
     int m_at = 0; ///< the till that somebody works at
     QString m_knownPassword;
-    QMap<QString, Files> m_left;   ///< by the till that died, in each folder
-    QHash<int, QString> m_backups; ///< the last of each till
+    std::unique_ptr<Delivery> m_delivery; ///< that works beside it
+    QMap<QString, Files> m_left;          ///< by the till that died, in each folder
+    QHash<int, QString> m_backups;        ///< the last of each till
     bool m_isRestoring = false;
     bool m_isRestoreRepeated = false; ///< should something go wrong
     QList<Seen> m_seen;
@@ -125,6 +133,7 @@ private:
     UsedTime m_used;
     int m_numbered = 0;
     int m_deaths = 0;
+    int m_deathsBeside = 0;
     QStringList m_log;
     QStringList m_findings;
 };

@@ -2,6 +2,7 @@
 
 #include "tests/simulation/dice.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -25,7 +26,7 @@ constexpr std::array<QStringView, Trouble::kinds> troubleNames{u"the request is 
                                                                u"a slow answer",
                                                                u"422",
                                                                u"403",
-                                                               u"the till is killed",
+                                                               u"a program is killed",
                                                                u"the power fails",
                                                                u"the disk fails",
                                                                u"the disk is full"};
@@ -97,6 +98,9 @@ Story storyOf(std::uint64_t seed, int episodes)
         if (own.oneIn(12)) // to go to another till takes a start of it
             till = own.below(story.tills);
         Episode episode{.kind = kindOf(own.below(100)), .till = till, .dice = own.next(), .troubles = {}};
+        // A restore has the store for itself, and the hours of a delivery are its own.
+        episode.isBeside =
+            episode.kind != Episode::Restore && episode.kind != Episode::Delivering && own.oneIn(3);
         if (!isCalm && (episode.kind == Episode::Restore || own.oneIn(3))) {
             for (int left = own.between(1, 3); left > 0; --left)
                 episode.troubles.append(trouble(own, episode.kind));
@@ -114,6 +118,13 @@ Story storyOf(std::uint64_t seed, int episodes)
 
 QString nameOf(Trouble::Kind kind) { return troubleNames.at(kind).toString(); }
 
+bool hasDiskTrouble(const Episode& episode)
+{
+    return std::any_of(episode.troubles.cbegin(), episode.troubles.cend(), [](const Trouble& trouble) {
+        return trouble.kind == Trouble::DiskFails || trouble.kind == Trouble::DiskFull;
+    });
+}
+
 QStringList told(const Story& story)
 {
     QStringList lines{u"seed %1: %2 tills%3"_s.arg(story.seed)
@@ -121,6 +132,8 @@ QStringList told(const Story& story)
                           .arg(story.withCodes ? u", spending is confirmed by a code" : u"")};
     for (const Episode& episode : story.episodes) {
         QString line = u"till %1: %2"_s.arg(episode.till + 1).arg(episodeNames.at(episode.kind));
+        if (episode.isBeside)
+            line += u"; beside it a delivery"_s;
         for (const Trouble& trouble : episode.troubles)
             line += u"; %1 at %2, %3 times"_s.arg(nameOf(trouble.kind)).arg(trouble.at).arg(trouble.length);
         lines.append(line);

@@ -60,6 +60,7 @@ struct Episode
     Kind kind = Sale;
     int till = 0;
     std::uint64_t dice = 0; ///< of whatever is decided in it
+    bool isBeside = false;  ///< a delivery works beside the till
     QList<Trouble> troubles;
 };
 
@@ -78,6 +79,9 @@ Story storyOf(std::uint64_t seed, int episodes);
 
 /// As it is told.
 QString nameOf(Trouble::Kind kind);
+
+/// Whether the disk does in it what it should.
+bool hasDiskTrouble(const Episode& episode);
 
 /// A line for each episode.
 QStringList told(const Story& story);

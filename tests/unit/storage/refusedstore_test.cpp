@@ -8,6 +8,10 @@
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 using test_support::AtCall;
 using test_support::first;
@@ -66,6 +70,19 @@ TEST_F(RefusedStore, InWhosePlaceAnotherProgramHasPutASoundOneIsTaken)
     const auto opened = openDataDirectory();
     EXPECT_THAT(opened.findings, IsEmpty());
     EXPECT_TRUE(DocumentsDao().contains(u"R-1"_s));
+}
+
+// As till and delivery do when the machine starts.
+TEST_F(RefusedStore, IsOpenedByTwoProgramsThatBeginAtOnce)
+{
+    const AtCall meanwhile("rename", first([this] {
+                               const int folder = open(qPrintable(path()), O_RDONLY | O_DIRECTORY);
+                               const bool isFree = flock(folder, LOCK_EX | LOCK_NB) == 0;
+                               close(folder);
+                               if (isFree) // else the other one waits
+                                   EXPECT_THAT(openDataDirectory().findings, IsEmpty());
+                           }));
+    EXPECT_THAT(openDataDirectory().findings, IsEmpty());
 }
 
 TEST_F(RefusedStore, WhoseDamagedOpenReceiptAnotherProgramHasSetAsideIsSound)
