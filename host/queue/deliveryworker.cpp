@@ -100,9 +100,9 @@ void DeliveryWorker::Thread::run(const std::stop_token& stop)
             noteTrouble(QString::fromLocal8Bit(exception.what()));
         }
         m_underWay.clear();
-        // What is put in meanwhile mends nothing: wait for the stop alone.
-        if (m_troubles > 0)
-            wait(UINT64_MAX, network::pauseAfter(m_troubles, 0.5), stop);
+        // What is put in meanwhile mends nothing: wait for the stop alone, which has come when nothing
+        // failed.
+        wait(UINT64_MAX, network::pauseAfter(m_troubles), stop);
     }
     change([](DeliveryState& state) { state.phase = Phase::Stopped; });
     m_due = Clock::time_point::max();
@@ -159,7 +159,6 @@ void DeliveryWorker::Thread::wait(std::uint64_t seen, std::chrono::milliseconds 
 {
     beat(longest);
     network::queuewakeup::wait(seen, longest, stop);
-    beat();
 }
 
 void DeliveryWorker::Thread::noteDelivering()

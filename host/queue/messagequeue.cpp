@@ -119,27 +119,29 @@ struct MessageQueue::Statements
         return done;
     }
 
-    bool deliver(qint64 id, int answer)
+    // change() has found each message that these are about.
+
+    void deliver(qint64 id, int answer)
     {
         database->change(record, {now(), u"delivered"_s, answer, false, {}, id});
-        return database->change(remove, {id}) > 0;
+        database->change(remove, {id});
     }
 
     // What is damaged is kept as it lies.
-    bool drop(qint64 id)
+    void drop(qint64 id)
     {
-        const auto dropped = first(one, {id}).value(); // change() has found it
+        const auto dropped = first(one, {id}).value();
         const QVariant kept =
             dropped.damaged ? QVariant() : network::writtenWithoutAuthorization(dropped.message);
         const QVariant noAnswer(QMetaType::fromType<int>());
         database->change(record, {now(), u"dropped"_s, noAnswer, true, kept, id});
-        return database->change(remove, {id}) > 0;
+        database->change(remove, {id});
     }
 
-    bool noteAttempt(QSqlQuery& statement, const QVariantList& values, const QueueAttempt& attempt)
+    void noteAttempt(QSqlQuery& statement, const QVariantList& values, const QueueAttempt& attempt)
     {
         database->change(network::isErrorStatus(attempt.code) ? noteAnswer : noteFailure, {attempt.error});
-        return database->change(statement, values) > 0;
+        database->change(statement, values);
     }
 };
 
@@ -217,21 +219,24 @@ bool MessageQueue::delivered(qint64 id, const QueueAttempt& attempt)
 {
     return m->change(id, u"delivered"_s, attempt, [&] {
         m->database->change(m->noteDelivery, {now()});
-        return m->deliver(id, attempt.code);
+        m->deliver(id, attempt.code);
+        return true;
     });
 }
 
 bool MessageQueue::failed(qint64 id, const QueueAttempt& attempt, const QDateTime& due)
 {
     return m->change(id, u"attempt"_s, attempt, [&] {
-        return m->noteAttempt(m->fail, {attempt.error, network::writtenTime(due), id}, attempt);
+        m->noteAttempt(m->fail, {attempt.error, network::writtenTime(due), id}, attempt);
+        return true;
     });
 }
 
 bool MessageQueue::park(qint64 id, const QueueAttempt& attempt)
 {
     return m->change(id, u"parked"_s, attempt, [&] {
-        return m->noteAttempt(m->park, {attempt.error, id}, attempt);
+        m->noteAttempt(m->park, {attempt.error, id}, attempt);
+        return true;
     });
 }
 
@@ -240,7 +245,8 @@ bool MessageQueue::refused(qint64 id, const QueueAttempt& attempt, const QDateTi
 {
     return m->change(id, u"attempt"_s, attempt, [&] {
         m->database->change(m->noteSuspension, {attempt.error, now(), network::writtenTime(nextProbe)});
-        return m->database->change(m->fail, {attempt.error, network::writtenTime(due), id}) > 0;
+        m->database->change(m->fail, {attempt.error, network::writtenTime(due), id});
+        return true;
     });
 }
 
@@ -254,7 +260,10 @@ bool MessageQueue::retry(qint64 id)
 
 bool MessageQueue::drop(qint64 id)
 {
-    const bool done = m->change(id, u"dropped"_s, {}, [&] { return m->drop(id); });
+    const bool done = m->change(id, u"dropped"_s, {}, [&] {
+        m->drop(id);
+        return true;
+    });
     m->database->onceKept(network::queuewakeup::raise);
     return done;
 }

@@ -148,9 +148,10 @@ void QueueDelivery::Pass::tell(const Sent& sent, bool held)
     if (outcome.delivered()) {
         ++m_summary.delivered;
         m_delivery.m_pace->wentWell();
-        const utils::LogReceipt its(message.group);
-        if (!held)
+        if (!held) {
+            const utils::LogReceipt its(message.group);
             log()->warn(u"Queue: message %1 was delivered while being dropped"_s.arg(message.id));
+        }
     } else if (!outcome.hopeless) {
         m_delivery.m_pace->wentWrong();
     }
@@ -198,9 +199,9 @@ QueueDelivery::Summary QueueDelivery::deliverDue(const std::stop_token& stop)
 
 bool QueueDelivery::isHeldUp(const QDateTime& now)
 {
-    // What is set for later than any pause was set before the clock jumped back.
+    // What is set for later than any pause was set before the clock jumped back. None is before any time.
     const auto liesAhead = [&now](const QDateTime& time) {
-        return time.isValid() && time > now && time <= now + network::longestPause;
+        return time > now && time <= now + network::longestPause;
     };
     if (m_hold) {
         const auto message = m_queue.find(m_hold->message);
@@ -230,7 +231,7 @@ bool QueueDelivery::note(const QueuedMessage& message, const SendingOutcome& out
     if (!suspension)
         log()->error(u"Queue: the service refuses the credentials; nothing is delivered until it takes them. "
                      "Check user and password"_s);
-    const QDateTime nextProbe = after(now, suspension ? suspension->probes + 1 : 1);
+    const QDateTime nextProbe = after(now, suspension.value_or(CredentialsSuspension()).probes + 1);
     return m_queue.refused(message.id, attempt, due, nextProbe); // the next probe is another message
 }
 

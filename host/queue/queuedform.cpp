@@ -24,7 +24,7 @@ std::optional<QVariantMap> readMessage(const QByteArray& bytes)
     in.setVersion(storage::storedStreamVersion);
     const QVariantMap message = storage::storedMap(in);
     const bool whole =
-        opened.state == storage::Unsealed::Whole && in.status() == QDataStream::Ok && in.atEnd();
+        in.status() == QDataStream::Ok && in.atEnd(); // what is damaged opens as nothing: no map
     return whole ? std::optional(message) : std::nullopt;
 }
 
@@ -67,21 +67,20 @@ QString queuedColumns()
 
 QueuedMessage queuedFromRow(const QVariantList& row)
 {
-    QueuedMessage result;
-    result.id = row[0].toLongLong();
-    result.queue = row[1].toString();
-    result.group = row[2].toString();
-    result.enqueued = utils::utcFromMilliseconds(row[3].toLongLong());
     const auto message = readMessage(row[4].toByteArray());
-    result.message = message.value_or(QVariantMap());
-    result.damaged = !message;
-    result.text = row[5].toString();
-    result.attempts = row[6].toInt();
-    result.lastError = row[7].toString();
-    result.state = row[8].toBool() ? QueuedMessage::State::Parked : QueuedMessage::State::Waiting;
+    const QDateTime enqueued = utils::utcFromMilliseconds(row[3].toLongLong());
     const QDateTime due = storedTime(row[9]);
-    result.due = due.isValid() ? due : result.enqueued;
-    return result;
+    return {.id = row[0].toLongLong(),
+            .queue = row[1].toString(),
+            .group = row[2].toString(),
+            .enqueued = enqueued,
+            .message = message.value_or(QVariantMap()),
+            .text = row[5].toString(),
+            .attempts = row[6].toInt(),
+            .due = due.isValid() ? due : enqueued,
+            .lastError = row[7].toString(),
+            .state = row[8].toBool() ? QueuedMessage::State::Parked : QueuedMessage::State::Waiting,
+            .damaged = !message};
 }
 
 qint64 writtenTime(const QDateTime& time)

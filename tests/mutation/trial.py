@@ -1,6 +1,7 @@
 """Which tests come to a mutant, and whether one of them notices it."""
 
 import concurrent.futures
+import hashlib
 import json
 import os
 import pathlib
@@ -14,7 +15,14 @@ import time
 
 from workshop import BUILD
 
-SHARE = 8  # so many seconds of tests are given to one process
+FIRST = 0.5  # so many seconds of tests are given to the first process, twice as many to the next,
+SHARE = 8  # and at most so many
+KEEN = 6  # tests of a file are tried before the others: those that noticed its mutants last
+KEPT = "kyr-postgres-*"  # a database server as it is made, which tests/support/postgres.cpp begins with
+
+
+def hash_of(paths):
+    return hashlib.sha256(b"".join(pathlib.Path(path).read_bytes() for path in paths)).hexdigest()
 
 
 def limit():
@@ -30,6 +38,9 @@ class Runner:
         memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
         self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="kyr-mutants.", dir=memory))
         self.scratch.chmod(0o755)
+        self.kept = self.scratch / "kept"
+        self.kept.mkdir()
+        self.keen = {}  # the tests that noticed mutants, by file, the last one first
 
     def close(self):
         shutil.rmtree(self.scratch, ignore_errors=True)
@@ -38,6 +49,8 @@ class Runner:
         """The name of the test that failed, "a hang", "a crash", or "" when all passed; and the time that it took."""
         folder = pathlib.Path(tempfile.mkdtemp(dir=self.scratch))
         folder.chmod(0o755)
+        for one in self.kept.glob(KEPT):
+            subprocess.run(["cp", "-al", one, folder], check=True)
         env = {**os.environ, "TMPDIR": str(folder), **environment, "GTEST_FILTER": ":".join(tests)}
         began = time.monotonic()
         with open(folder / "output", "w+b") as output:
@@ -58,6 +71,9 @@ class Runner:
             took = time.monotonic() - began
             output.seek(0)
             said = output.read().decode(errors="replace")
+        for one in folder.glob(KEPT):
+            if re.search(r"-\d+$", one.name) and not (self.kept / one.name).exists():
+                one.rename(self.kept / one.name)
         shutil.rmtree(folder, ignore_errors=True)
         failed = re.search(r"\[  FAILED  \] (\S+?),? ", said + " ")
         if status == 0 and "[  PASSED  ]" in said and not failed:
@@ -67,15 +83,14 @@ class Runner:
     # Who comes where
 
     def tests_of(self, program):
-        said = subprocess.run([self.bin / program, "--gtest_list_tests"], stdout=subprocess.PIPE, cwd=self.scratch)
-        suite, tests = "", []
-        for line in said.stdout.decode().splitlines():
-            name = line.split("#")[0].rstrip()
-            if line.startswith("  "):
-                tests.append(suite + name.strip())
-            elif name.endswith("."):
-                suite = name
-        return tests
+        """The names of the tests, each with its source."""
+        listed = self.scratch / "tests.json"
+        subprocess.run(
+            [self.bin / program, "--gtest_list_tests", f"--gtest_output=json:{listed}"],
+            stdout=subprocess.DEVNULL, cwd=self.scratch, check=True,
+        )  # fmt: skip
+        suites = json.loads(listed.read_text())["testsuites"]
+        return {f"{suite['name']}.{test['name']}": test["file"] for suite in suites for test in suite["testsuite"]}
 
     def reached_by(self, program, test, count):
         fd, path = tempfile.mkstemp(dir=self.scratch)
@@ -91,46 +106,58 @@ class Runner:
         }  # fmt: skip
 
     def record(self, programs, count, stamp, say):
-        """For each test how long it takes and which mutants it comes to; remembered while nothing changes."""
+        """For each test how long it takes and which mutants it comes to; remembered while neither the test's own
+        source changes nor what the stamp stands for."""
         tests = []
         with concurrent.futures.ThreadPoolExecutor(2) as pool:
             for program in programs:
                 memory = BUILD / "reached" / f"{program}.json"
-                now = f"{stamp} {(self.bin / program).stat().st_mtime_ns}"
-                known = json.loads(memory.read_text()) if memory.exists() else {}
-                if known.get("stamp") != now:
-                    names = self.tests_of(program)
-                    say(f"{program}: what {len(names)} tests come to")
-                    known = {"stamp": now, "tests": [*pool.map(lambda t: self.reached_by(program, t, count), names)]}
+                known = json.loads(memory.read_text()) if memory.exists() else []
+                known = {(test["test"], test["stamp"]): test for test in known}
+                now = [(name, stamp + hash_of([source])) for name, source in self.tests_of(program).items()]
+                new = [test for test in now if test not in known]
+                if new:
+                    say(f"{program}: what {len(new)} tests come to")
+                    reached = pool.map(lambda test: self.reached_by(program, test[0], count), new)
+                    known.update({test: {**found, "stamp": test[1]} for test, found in zip(new, reached)})
                     # Mutants are tried by many tests in one process: what these do to each other is not to count.
-                    together = [t["test"] for t in known["tests"] if not t["failed"]]
+                    together = [name for name, stamp in now if not known[name, stamp]["failed"]]
                     failed, _ = self.run(program, together, 600)
                     if failed:
                         raise SystemExit(f"{program}: {failed} fails without a mutant when the tests share a process")
                     memory.parent.mkdir(parents=True, exist_ok=True)
-                    memory.write_text(json.dumps(known))
+                    memory.write_text(json.dumps([known[test] for test in now]))
                 # To begin takes most of the time of a small test, and many in one process begin once.
-                begin = min((t["took"] for t in known["tests"]), default=0)
-                tests += [{**t, "took": max(t["took"] - begin, 0.001)} for t in known["tests"]]
+                begin = min((known[test]["took"] for test in now), default=0)
+                tests += [{**known[test], "took": max(known[test]["took"] - begin, 0.001)} for test in now]
         return tests
 
     # Who notices
 
+    def in_shares(self, tests, keen, budget):
+        """Tests for one process after the other: first those that are keen, then the fastest. To begin takes its time,
+        too: so few are first, and then more and more."""
+        share, took, most, spent = [], 0, FIRST, 0
+        for test in sorted(tests, key=lambda t: (t["test"] not in keen or t["took"] > 4 * FIRST, t["took"])):
+            if spent and spent + test["took"] > budget:
+                break
+            if share and took + test["took"] > most:
+                yield share, took
+                share, took, most = [], 0, min(2 * most, SHARE)
+            share.append(test)
+            took += test["took"]
+            spent += test["took"]
+        if share:
+            yield share, took
+
     def notice(self, mutant, tests, budget):
         """Who noticed it, or "" when none of these tests did."""
-        shares, spent = [], 0
-        for test in sorted(tests, key=lambda t: t["took"]):
-            if shares and spent + test["took"] > budget:
-                break
-            spent += test["took"]
-            share = next((s for s in shares if s[0] == test["program"] and s[2] + test["took"] <= SHARE), None)
-            if share is None:
-                share = [test["program"], [], 0]
-                shares.append(share)
-            share[1].append(test["test"])
-            share[2] += test["took"]
-        for program, names, took in sorted(shares, key=lambda s: s[2]):
-            failed, _ = self.run(program, names, self.slack + 4 * took, KYR_MUTANT=str(mutant["number"]))
-            if failed:
-                return f"{program} {failed}" if failed.startswith("a ") else failed
+        keen = self.keen.get(mutant["file"], [])
+        for share, took in self.in_shares(tests, keen, budget):
+            for program in dict.fromkeys(test["program"] for test in share):
+                names = [test["test"] for test in share if test["program"] == program]
+                failed, _ = self.run(program, names, self.slack + 4 * took, KYR_MUTANT=str(mutant["number"]))
+                if failed:
+                    self.keen[mutant["file"]] = [failed, *(k for k in keen if k != failed)][:KEEN]
+                    return f"{program} {failed}" if failed.startswith("a ") else failed
         return ""

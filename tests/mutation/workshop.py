@@ -29,6 +29,7 @@ PROGRAMS = {
     "host/shop": ["test_shop"],  # with a database server for each test: slow
 }  # fmt: skip
 WHOLE_TILL = ["till_journey_test"]  # some seconds for each test: for what the others do not notice
+SOURCES = ["client", "host", "plugin", "stand", "till", "tests", ":!tests/mutation", ":!*.md"]
 MOST = 2000  # mutants of one file: where its numbers begin does not depend on the other files
 
 
@@ -38,6 +39,14 @@ def files(room):
 
 def numbered():
     return {path: at * MOST for at, path in enumerate(p for room in TARGETS for p in files(room))}
+
+
+def what_tests_share():
+    """All files that the programs are made of and read, but for each test's own source."""
+    listed = subprocess.run(["git", "ls-files", *SOURCES], stdout=subprocess.PIPE, cwd=ROOT, check=True)
+    paths = [ROOT / name for name in listed.stdout.decode().splitlines()]
+    mutated = numbered()
+    return [copy_of(p) if p in mutated else p for p in paths if p.is_file() and not p.name.endswith("_test.cpp")]
 
 
 def write_if_other(path, content):

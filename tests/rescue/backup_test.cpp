@@ -226,6 +226,16 @@ TEST_F(Restoring, WorksWhereThereIsNoStoreYet)
     EXPECT_EQ(mode(otherFile()), 0600U);
 }
 
+TEST_F(Restoring, LeavesNoSuspicionOfWhatWasThereBefore)
+{
+    sell(u"R-1"_s);
+    ASSERT_TRUE(storage::backUpStore(copy()));
+    QFile suspicion(file() + u".suspect"_s);
+    ASSERT_TRUE(suspicion.open(QIODevice::WriteOnly));
+    storage::restoreStore(copy());
+    EXPECT_FALSE(suspicion.exists());
+}
+
 TEST_F(Restoring, TakesAFileWithItsLog)
 {
     const auto open = storage::store(); // else its log is folded into it

@@ -216,6 +216,46 @@ TEST_F(Rescuing, TellsOfAMessageAndAReceiptThatOnlyTheJournalKnows)
         << "none of the store's own numbers";
 }
 
+TEST_F(Rescuing, MissesAMessageBesideOneThatIsDamaged)
+{
+    goToTheOther();
+    send(u"R-1"_s);
+    send(u"R-2"_s);
+    goBack();
+    test_support::flipABit(otherFile(), u"queued"_s, u"message"_s, u"id = 1"_s);
+    changeOther(otherFile(), u"DELETE FROM queued WHERE id = 2"_s);
+
+    rescue();
+    EXPECT_THAT(
+        lost(),
+        ElementsAre(u"queued 1 R-1 Начисление: its content is damaged"_s,
+                    u"queued 2 R-2 payment-b2c: the journal tells of it, but it is nowhere in the file"_s));
+}
+
+TEST_F(Rescuing, MissesAMessageByWhateverTheJournalTellsOfItUnlessThatIsItsEnd)
+{
+    goToTheOther();
+    qint64 message = 0;
+    for (const QString& event : {u"queued"_s, u"attempt"_s, u"parked"_s, u"retried"_s, u"readdressed"_s,
+                                 u"delivered"_s, u"dropped"_s}) {
+        ++message;
+        for (const QString& each : {u"queued"_s, event})
+            storage::Journal().add({.time = {},
+                                    .receipt = u"R-1"_s,
+                                    .event = each,
+                                    .operation = each,
+                                    .message = message,
+                                    .detail = {}});
+    }
+    goBack();
+
+    rescue();
+    const QString why = u": the journal tells of it, but it is nowhere in the file"_s;
+    EXPECT_THAT(lost(), ElementsAre(u"queued 1 R-1 queued"_s + why, u"queued 2 R-1 attempt"_s + why,
+                                    u"queued 3 R-1 parked"_s + why, u"queued 4 R-1 retried"_s + why,
+                                    u"queued 5 R-1 readdressed"_s + why));
+}
+
 TEST_F(Rescuing, OpensTheOpenReceiptUnlessAnotherIsOpen)
 {
     goToTheOther();

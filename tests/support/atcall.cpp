@@ -74,6 +74,7 @@ int fchmodat(int folder, const char* path, mode_t mode, int flags) noexcept
                ? -1
                : real<int(int, const char*, mode_t, int)>("fchmodat")(folder, path, mode, flags);
 }
+int fdatasync(int file) { return isRefused("fdatasync") ? -1 : real<int(int)>("fdatasync")(file); }
 int flock(int file, int operation) noexcept
 {
     return isRefused("flock") ? -1 : real<int(int, int)>("flock")(file, operation);

@@ -95,6 +95,8 @@ public:
 
 private:
     [[nodiscard]] tr::Tr whyNot(Action action) const;
+    /// What is said while the outcome of a spending is not known, with the ways out.
+    [[nodiscard]] tr::Tr doubt() const { return whyNot(Action::Pay); }
     void requirePossible(Action action) const;
     void attempt(Action action, Result& result, const std::function<void()>& operation);
     void requireDone(bool done) const;

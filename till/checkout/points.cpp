@@ -44,7 +44,7 @@ Spending Checkout::spend(double wanted)
                   u"Баллы для списания: число меньше нуля, слишком велико или не число"_s});
         const auto earlier = unknownSpending();
         if (earlier && !isSame(*earlier, wanted))
-            fail(whyNot(Action::Pay)); // which names the ways out
+            fail(doubt());
         m_loyalty.setPointsForSpend(earlier ? earlier->points : wanted);
         // Asked again it must be the same points, though the balance may be less by now.
         const double points = earlier ? earlier->points : m_loyalty.getPointsForSpend(m_receipt);
@@ -68,7 +68,7 @@ void Checkout::failSpending()
         save();
     } else if (unknownSpending()) {
         m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
-        error = tr::Tr::joined({error, whyNot(Action::Pay)}, u"\n"_s);
+        error = tr::Tr::joined({error, doubt()}, u"\n"_s);
     }
     fail(error);
 }
@@ -78,9 +78,9 @@ void Checkout::finishSpending(double points)
     if (makeDiscount(points))
         return;
     m_journal.note(m_receipt->getIdentifier(), u"unknown"_s);
-    fail(tr::Tr::joined({{u"tillSpentOnNothing"_s, u"Служба не сообщила, на какие позиции списаны баллы."_s},
-                         whyNot(Action::Pay)},
-                        u" "_s));
+    fail(tr::Tr::joined(
+        {{u"tillSpentOnNothing"_s, u"Служба не сообщила, на какие позиции списаны баллы."_s}, doubt()},
+        u" "_s));
 }
 
 // The loyalty system saves the receipt when the points are spent, so a power cut may come before they are a

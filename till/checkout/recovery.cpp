@@ -50,7 +50,7 @@ tr::Tr Checkout::foundOpen() const
     const QString name = m_receipt->getIdentifier();
     switch (state()) {
     case State::SpendingUnknown:
-        return tr::Tr(u"tillFoundUnknown"_s, u"Найден открытый чек %1. %2"_s).arg(name, whyNot(Action::Pay));
+        return tr::Tr(u"tillFoundUnknown"_s, u"Найден открытый чек %1. %2"_s).arg(name, doubt());
     case State::Paying:
     case State::Settled:
         return tr::Tr(u"tillFoundPaying"_s,

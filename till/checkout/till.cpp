@@ -98,9 +98,7 @@ Till::~Till() { end(); }
 
 void Till::end()
 {
-    m_dialogs = {};
     shutDown();
-    m_stand.reset();
     storage::setDataDirectory({});
 }
 

@@ -94,6 +94,8 @@ TEST_F(WholeTill, KeepsEverythingInItsDirectoryAndLetsGoOfItAtItsEnd)
     EXPECT_THAT(till->serviceUrl().toStdString(), testing::MatchesRegex("http://127.0.0.1:[0-9]+/"));
     till.reset();
     EXPECT_EQ(Singleton<DocumentsDao>::instance, nullptr) << "which would hold the store open";
+    EXPECT_EQ(Singleton<DBQueueBroker>::instance, nullptr) << "the same";
+    EXPECT_EQ(Singleton<Session>::instance, nullptr);
     EXPECT_THROW(storage::dataFile(u"x"_s), BasicException) << "no folder is named any more";
 }
 
@@ -151,6 +153,18 @@ TEST_F(WholeTill, TellsAtItsStartWhatItFound)
     EXPECT_EQ(till->found().ru(), u"Найден открытый чек R"_s);
     EXPECT_THAT(log.lines(), testing::Contains(u"info: Найден открытый чек R"_s));
     EXPECT_EQ(till->checkout().state(), till::State::Sale);
+}
+
+TEST_F(WholeTill, TellsOneAfterTheOtherOfSeveralThingsThatItFound)
+{
+    for (const char* left : {"till.sqlite-wal", "till.sqlite-shm"}) {
+        QFile file(directory.filePath(QString::fromLatin1(left)));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("of a store that is gone");
+    }
+    start();
+    EXPECT_THAT(till->found().ru().toStdString(),
+                testing::MatchesRegex("Журнал .* администратору Журнал .* администратору"));
 }
 
 TEST_F(WholeTill, TellsOfADamagedFileAndOfNothingMore)
@@ -251,6 +265,15 @@ TEST_F(WholeTill, HasTheShopOfItsConfiguration)
     config.set(u"Till:shopCode"_s, u"42"_s);
     start(config);
     EXPECT_EQ(Singleton<Session>::instance->getRegistry()->getShopCode(), u"42"_s);
+}
+
+TEST_F(WholeTill, StartsNoServiceWhereItsConfigurationNamesOne)
+{
+    Config config = till::loadSettings({});
+    till::setServerUrl(config, u"http://127.0.0.1:1/"_s);
+    start(config);
+    EXPECT_FALSE(till->ownsService());
+    EXPECT_FALSE(QFile::exists(directory.filePath(u"stand.sqlite"_s)));
 }
 
 TEST_F(WholeTill, OfAShopSeesTheReceiptsOfAllItsTills)

@@ -64,7 +64,11 @@ TEST_F(DeliveryAnswer, OfNobodyIsWaitedForWhereTheMessageCannotBeSent)
         EXPECT_EQ(summary.firstError,
                   u"the message's method cannot be sent: only POST, PUT, and GET without a body"_s);
     }
-    EXPECT_EQ(queue.parkedCount(), 3);
+    message.insert(u"method"_s, u"DELETE"_s);
+    message.remove(u"body"_s);
+    queue.enqueue(u"q"_s, {}, message, {});
+    QueueDelivery(queue).run();
+    EXPECT_EQ(queue.parkedCount(), 4);
 }
 
 TEST_F(DeliveryAnswer, IsKeptWithoutTheCredentialsThatItRepeats)

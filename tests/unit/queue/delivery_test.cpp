@@ -241,6 +241,7 @@ TEST_F(Delivery, ParksADamagedMessageAndGoesOnWithTheOthers)
     const auto summary = run();
     EXPECT_EQ(summary.delivered, 1);
     EXPECT_EQ(summary.parked, 1);
+    EXPECT_EQ(MessageQueue().find(damaged)->lastError, u"the stored message is damaged"_s);
     EXPECT_THAT(sent(), ElementsAre(u"/b1"_s));
 }
 

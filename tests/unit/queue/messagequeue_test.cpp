@@ -197,7 +197,7 @@ TEST_F(Queue, IsEmptyToWhoeverHasNotAskedYet)
     EXPECT_EQ(QueueDelivery::Summary().parked, 0);
 }
 
-TEST_F(Queue, TakesAMessageBehindWhichSomethingIsSealedForDamaged)
+TEST_F(Queue, TakesAMessageForDamagedThatIsCutShortOrHasMoreBehindItThoughItIsSealedSo)
 {
     const qint64 id = add();
     const QByteArray none(4, '\0'); // a map of no members
@@ -207,6 +207,8 @@ TEST_F(Queue, TakesAMessageBehindWhichSomethingIsSealedForDamaged)
     seal(none);
     EXPECT_FALSE(queue.find(id)->damaged);
     seal(none + 'x');
+    EXPECT_TRUE(queue.find(id)->damaged);
+    seal(none.first(3));
     EXPECT_TRUE(queue.find(id)->damaged);
 }
 

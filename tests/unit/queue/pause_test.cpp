@@ -10,6 +10,7 @@ namespace {
 
 TEST(Pause, DoublesFromASecondToAboutFiveMinutes)
 {
+    EXPECT_EQ(pauseAfter(1), 1s);
     EXPECT_EQ(pauseAfter(1, 0.5), 1s);
     EXPECT_EQ(pauseAfter(2, 0.5), 2s);
     EXPECT_EQ(pauseAfter(5, 0.5), 16s);

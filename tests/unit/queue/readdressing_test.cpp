@@ -101,6 +101,15 @@ TEST_F(Readdressing, LeavesADamagedMessageAsItLies)
     EXPECT_EQ(network::readdress(moved), 1);
     EXPECT_EQ(lies(), before);
     EXPECT_EQ(queue.find(whole)->message[u"url"_s], u"http://new/v2/y"_s);
+    EXPECT_EQ(network::readdress([](const QUrl&) { return QUrl(u"http://all/v2/y"_s); }), 1);
+    EXPECT_EQ(lies(), before) << "wherever all others go";
+}
+
+TEST_F(Readdressing, KeepsWhatIsWrittenAsANumberInAnAddress)
+{
+    const qint64 id = add(u"http://old/v2/a%20b%2Fc"_s);
+    EXPECT_EQ(network::readdress(moved), 1);
+    EXPECT_EQ(queue.find(id)->message[u"url"_s], u"http://new/v2/a%20b%2Fc"_s);
 }
 
 TEST_F(Readdressing, IsOneCommit)

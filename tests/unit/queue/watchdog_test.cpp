@@ -27,13 +27,7 @@ std::chrono::milliseconds mostOverdue(const DeliveryWorker& worker)
 template <class Condition>
 bool comesTo(const DeliveryWorker& worker, Condition condition)
 {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (!condition(worker.overdue())) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
+    return queuetest::comesTo([&] { return condition(worker.overdue()); });
 }
 
 } // namespace
@@ -126,6 +120,71 @@ TEST_F(Worker, IsOverdueOnceAMessageTakesLongerThanItsTimeout)
     lock.unlock();
     EXPECT_TRUE(cameTo);
     EXPECT_TRUE(watch.sawDelivered(1)) << "it goes on";
+}
+
+namespace {
+
+/// Does something else each time, and waits for nothing in between.
+class RunningJob : public DeliveryWorker::Job
+{
+public:
+    explicit RunningJob(std::function<void()> run)
+        : m_run(std::move(run))
+    {}
+    void run(const std::stop_token& /*stop*/) override { m_run(); }
+    bool wait(std::chrono::milliseconds /*longest*/, const std::stop_token& /*stop*/) override
+    {
+        return true;
+    }
+
+private:
+    std::function<void()> m_run;
+};
+
+} // namespace
+
+TEST_F(Worker, IsOverdueWhileItIsStuckWhateverWasOnItsWayWhenItFailedBefore)
+{
+    std::mutex stuck;
+    Watch watch;
+    DeliveryWorker::Options chosen = options(watch, 24h);
+    int runs = 0;
+    chosen.job = [&stuck, &runs](const QueueDelivery::Options& delivery) {
+        return std::make_unique<RunningJob>([&stuck, &runs, delivery] {
+            if (++runs > 1) {
+                const std::lock_guard lock(stuck);
+                return;
+            }
+            QueuedMessage message;
+            message.message.insert(u"timeout"_s, 3600);
+            delivery.attempting(message);
+            throw std::runtime_error("odd");
+        });
+    };
+    std::unique_lock lock(stuck);
+    const DeliveryWorker worker(chosen);
+    const bool cameTo = comesTo(worker, [](auto time) { return time > period; });
+    lock.unlock();
+    EXPECT_TRUE(cameTo);
+}
+
+TEST_F(Worker, IsOverdueWhileItIsStuckAfterAWaitThatWasShorterThanItMightHaveBeen)
+{
+    std::mutex stuck;
+    Watch watch;
+    DeliveryWorker::Options chosen = options(watch, 24h);
+    int runs = 0;
+    chosen.job = [&stuck, &runs](const QueueDelivery::Options& /*delivery*/) {
+        return std::make_unique<RunningJob>([&stuck, &runs] {
+            if (++runs > 1)
+                const std::lock_guard lock(stuck);
+        });
+    };
+    std::unique_lock lock(stuck);
+    const DeliveryWorker worker(chosen);
+    const bool cameTo = comesTo(worker, [](auto time) { return time > period; });
+    lock.unlock();
+    EXPECT_TRUE(cameTo);
 }
 
 TEST_F(Worker, IsNotOverdueOnceItHasEnded)

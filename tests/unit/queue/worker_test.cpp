@@ -51,6 +51,37 @@ TEST_F(Worker, TriesAgainAfterAPause)
     EXPECT_EQ(worker.state(), (DeliveryState{Phase::Delivering, 1, 1, {}, {}}));
 }
 
+TEST_F(Worker, SendsAtOnceWhatSomebodyRetries)
+{
+    server.enqueue(HttpAnswer::status(422, "{}"));
+    add(u"A"_s, 1);
+    Watch watch;
+    const DeliveryWorker worker(options(watch, 24h));
+    ASSERT_TRUE(comesTo([this] { return queue.parkedCount() == 1; }));
+    answer(1);
+    EXPECT_TRUE(queue.retry(queue.lastId()));
+    EXPECT_TRUE(watch.sawDelivered(1));
+}
+
+TEST_F(Worker, SendsAtOnceWhatSomebodyDroppedAnotherForAndWhatIsToBeHastened)
+{
+    add(u"A"_s, 1);
+    const qint64 first = queue.lastId();
+    add(u"A"_s, 2);
+    server.enqueue(HttpAnswer::status(503, "{}"));
+    server.enqueue(HttpAnswer::status(503, "{}"));
+    Watch watch;
+    const DeliveryWorker worker(options(watch, 24h));
+    const auto hasFailed = [this](qint64 id) { return queue.find(id)->attempts == 1; };
+    ASSERT_TRUE(comesTo([&] { return hasFailed(first); }));
+    EXPECT_TRUE(queue.drop(first));
+    ASSERT_TRUE(comesTo([&] { return hasFailed(first + 1); })) << "for which the first is in the way no more";
+    answer(1);
+    queue.expedite();
+    EXPECT_TRUE(watch.sawDelivered(1));
+    EXPECT_THAT(sent(), ElementsAre(1, 2, 2));
+}
+
 TEST_F(Worker, TogetherWithAnotherSendsNothingTwiceAndTheOtherTakesOver)
 {
     constexpr int count = 30;
@@ -125,12 +156,13 @@ TEST_F(Worker, StopsAtOnceInStandby)
 {
     const auto lock = QueueDelivery::lock();
     const auto start = std::chrono::steady_clock::now();
+    Watch watch;
     {
-        Watch watch;
         const DeliveryWorker worker(options(watch, 24h));
         ASSERT_TRUE(watch.saw(Phase::Standby));
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, patience);
+    EXPECT_THAT(watch.phases(), ElementsAre(Phase::Standby, Phase::Stopped)) << "the queue was never its own";
 }
 
 TEST_F(Worker, SaysOnceThatItsFileCannotBeUsedAndGoesOnWhenItCan)
@@ -216,6 +248,19 @@ TEST_F(Worker, LetsGoOfALockThatWasRemovedAndTakesTheNewOne)
     EXPECT_TRUE(QFile::exists(lock));
 }
 
+TEST_F(Worker, StandsByWithoutATroubleWhereAnotherTookItsRemovedLock)
+{
+    Watch watch;
+    const DeliveryWorker worker(options(watch));
+    ASSERT_TRUE(watch.saw(Phase::Delivering));
+    ASSERT_TRUE(QFile::remove(path(u"queue.lock"_s)));
+    const auto other = QueueDelivery::lock();
+    ASSERT_TRUE(other);
+    ASSERT_TRUE(watch.saw(Phase::Trouble));
+    ASSERT_TRUE(watch.saw(Phase::Standby));
+    EXPECT_EQ(worker.state().trouble, QString());
+}
+
 TEST_F(Worker, SendsSeveralAtATimeOverConnectionsThatItKeeps)
 {
     constexpr int count = 40;
@@ -225,6 +270,19 @@ TEST_F(Worker, SendsSeveralAtATimeOverConnectionsThatItKeeps)
     Watch watch;
     const DeliveryWorker worker(options(watch));
     ASSERT_TRUE(watch.sawDelivered(count));
+    EXPECT_EQ(server.connections(), 4);
+}
+
+TEST_F(Worker, SendsNoFewerAtATimeAfterAMessageThatTheServiceWillNeverTake)
+{
+    answer(20, 20ms);
+    server.enqueue(HttpAnswer::status(422, "{}"));
+    answer(20, 20ms);
+    for (int i = 0; i < 41; ++i)
+        add({}, i);
+    Watch watch;
+    const DeliveryWorker worker(options(watch));
+    ASSERT_TRUE(watch.sawDelivered(40));
     EXPECT_EQ(server.connections(), 4);
 }
 
@@ -256,11 +314,12 @@ public:
             m_task.whileRunning();
         ++m_task.runs;
     }
-    bool wait(std::chrono::milliseconds /*longest*/, const std::stop_token& /*stop*/) override
+    bool wait(std::chrono::milliseconds longest, const std::stop_token& stop) override
     {
-        if (m_task.waits)
-            std::this_thread::sleep_for(m_task.moment);
-        return m_task.waits;
+        if (!m_task.waits)
+            return Job::wait(longest, stop);
+        std::this_thread::sleep_for(m_task.moment);
+        return true;
     }
 
 private:
@@ -371,6 +430,8 @@ TEST_F(Worker, SaysOnceOfATroubleThatComesBackAtOnceThatNothingCanBeDelivered)
     const DeliveryWorker worker(doing(task, options(watch)));
     ASSERT_TRUE(watch.saw(
         [&](const DeliveryState& state) { return task.failures == 0 && state.phase == Phase::Delivering; }));
+    ASSERT_TRUE(comesTo([&] { return task.runs > 0 && worker.state().phase == Phase::Delivering; }));
+    EXPECT_THAT(watch.phases(), ElementsAre(Phase::Delivering, Phase::Trouble, Phase::Delivering));
     EXPECT_EQ(networkLog.lines().filter(u"nothing can be delivered for now"_s).size(), 1);
 }
 

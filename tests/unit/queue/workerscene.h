@@ -8,6 +8,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 
 namespace queuetest {
 
@@ -27,6 +28,15 @@ public:
         const std::lock_guard lock(m_mutex);
         m_states.append(state);
         m_told.notify_all();
+    }
+    /// So far, each as often as it was told.
+    [[nodiscard]] QList<Phase> phases()
+    {
+        const std::lock_guard lock(m_mutex);
+        QList<Phase> result;
+        for (const DeliveryState& state : m_states)
+            result.append(state.phase);
+        return result;
     }
     template <class Condition>
     [[nodiscard]] bool saw(Condition condition)
@@ -53,6 +63,19 @@ private:
     std::condition_variable m_told;
     QList<DeliveryState> m_states;
 };
+
+/// Waits until it is so.
+template <class Condition>
+bool comesTo(Condition condition)
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
 
 class Worker : public test_support::Storage
 {

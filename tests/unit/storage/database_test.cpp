@@ -54,6 +54,23 @@ TEST_F(DatabaseFile, CommitsDurablyIntoAWriteAheadLog)
     EXPECT_EQ(pragma(*database, u"application_id"_s), 77);
 }
 
+TEST_F(DatabaseFile, CountsACommitForEachChangeOrForTheTransactionAroundThem)
+{
+    const auto database = open();
+    QSqlQuery insert = database->prepared(u"INSERT INTO t VALUES (?)"_s);
+    const qint64 before = Database::commits();
+    database->change(insert, {u"a"_s});
+    EXPECT_EQ(Database::commits(), before + 1);
+    database->insert(insert, {u"b"_s});
+    EXPECT_EQ(Database::commits(), before + 2);
+    database->atomically([&] {
+        database->change(insert, {u"c"_s});
+        database->insert(insert, {u"d"_s});
+        EXPECT_EQ(Database::commits(), before + 2);
+    });
+    EXPECT_EQ(Database::commits(), before + 3);
+}
+
 TEST_F(DatabaseFile, OpensAfterAKillWhileTheLogWasFoldedIn)
 {
     auto database = open();
@@ -230,8 +247,8 @@ TEST_F(DatabaseFile, ThatIsEmptyIsRefusedBecauseNoneIsEverMadeSo)
 TEST_F(DatabaseFile, WhoseMakingWasInterruptedIsMadeAnew)
 {
     (void)storage::dataFile(u"f.sqlite"_s);
-    overwrite(u"f.sqlite.unfinished-a1B2c3"_s, "half");
-    overwrite(u"f.sqlite.unfinished-a1B2c3-wal"_s, "half");
+    for (const char* suffix : {"", "-wal", "-shm", "-journal"})
+        overwrite(u"f.sqlite.unfinished-a1B2c3"_s + QLatin1String(suffix), "half");
     overwrite(u"f.sqlite.backup"_s, "somebody's own");
     add(*open(), u"a"_s);
     EXPECT_THAT(values(*open()), ElementsAre(u"a"_s));

@@ -5,6 +5,7 @@
 #include "host/storage/store.h"
 #include "host/storage/storedform.h"
 #include "tests/support/leftout.h"
+#include "tests/support/logcapture.h"
 #include "tests/support/rawdatabase.h"
 #include "tests/unit/storage/documents.h"
 #include "tests/unit/storage/scene.h"
@@ -234,9 +235,13 @@ TEST_F(DataCheck, PutsALogToItsFileWhenSettingAsideWasInterrupted)
     }
     storage::setDataDirectory(path());
     const QByteArray log = bytes(u"till.sqlite-wal"_s);
+    const test_support::LogCapture told(u"storage"_s);
     const QList<DataFinding> found = findings();
     ASSERT_EQ(found.size(), 1);
     EXPECT_EQ(found[0].kind, DataFinding::Kind::Lost);
+    EXPECT_THAT(told.lines(),
+                ElementsAre(u"error: %1 lay there without its file; it was set aside as %2"_s.arg(
+                    path(u"till.sqlite-wal"_s), QFileInfo(found[0].now).fileName())));
     EXPECT_EQ(found[0].now, aside + u"-wal"_s);
     EXPECT_EQ(bytes(QFileInfo(found[0].now).fileName()), log);
     EXPECT_EQ(MessageQueue().waitingCount(), 0) << "nothing of the log got into the new file";

@@ -138,6 +138,18 @@ TEST_F(PrivateFile, IsRemovedWithWhatAKilledReplacementLeft)
     EXPECT_EQ(QDir(path()).entryList(QDir::Files), QStringList(u"f.backup"_s));
 }
 
+TEST_F(FileLock, LeavesNothingOpenWhereSomebodyElseHoldsIt)
+{
+    const storage::FileLock held(u"lock"_s);
+    const auto descriptors = [] {
+        return QDir(u"/proc/self/fd"_s).entryList(QDir::System | QDir::Files).size();
+    };
+    const qsizetype before = descriptors();
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(storage::FileLock::ifFree(u"lock"_s), nullptr);
+    EXPECT_EQ(descriptors(), before);
+}
+
 TEST_F(FileLock, IsHeldByOneAtATimeAndReleasedWithItsObject)
 {
     {

@@ -45,6 +45,16 @@ TEST_F(Quarantine, GivesWhatWasLeftANameOfItsOwnWhereTheFileSetAsideHasItsOwn)
     EXPECT_EQ(bytes(u"file.damaged-1-wal"_s), "file.damaged-1-wal");
 }
 
+TEST_F(Quarantine, NamesWhatItSetsAsideByTheTimeInUtc)
+{
+    const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
+    const QString name = storage::quarantineContent(file, "x");
+    const QDateTime time = QDateTime::fromString(name.mid(file.size()), u"'.damaged-'yyyyMMdd'T'HHmmss'Z'"_s);
+    EXPECT_TRUE(time.isValid()) << name.toStdString();
+    EXPECT_LE(before, QDateTime(time.date(), time.time(), Qt::UTC));
+    EXPECT_LE(QDateTime(time.date(), time.time(), Qt::UTC), QDateTime::currentDateTimeUtc());
+}
+
 TEST_F(Quarantine, CountsFromTwoWhereTheNameIsTaken)
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();

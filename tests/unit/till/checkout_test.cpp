@@ -135,7 +135,7 @@ TEST_F(CheckoutWithASilentSystem, RefusesASaleWhoseAmountsCannotBeCounted)
     }
     for (const till::Line& bad : {line(1e18), line(nan), line(200, 1, nan), line(9e13, 999'999)})
         EXPECT_EQ(refusalOfSale({bad}), "Позиция 1: цена, скидка или сумма слишком велика или не число");
-    for (const till::Line& bad : {line(-1), line(200, 1, -1), line(200, 1, 200.01)}) {
+    for (const till::Line& bad : {line(-1), line(-0.001), line(200, 1, -1), line(200, 1, 200.01)}) {
         EXPECT_EQ(refusalOfSale({bad}),
                   "Позиция 1: цена и скидка — не меньше нуля, скидка — не больше стоимости");
     }

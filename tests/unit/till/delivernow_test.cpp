@@ -2,9 +2,11 @@
 
 #include "host/network/idlework.h"
 #include "host/shop/connection.h"
+#include "host/shop/schema.h"
 #include "host/storage/datadirectory.h"
 #include "host/storage/journal.h"
 #include "tests/support/fakeservice.h"
+#include "tests/support/postgres.h"
 #include "tests/unit/queue/scene.h"
 
 #include <QTemporaryDir>
@@ -69,13 +71,13 @@ protected:
         EXPECT_TRUE(steps.isEmpty()) << "not waited for";
         return summary;
     }
-    /// Whose database nobody reaches.
-    static void joinAShop()
+    /// Nobody reaches its database unless there is one.
+    static void joinAShop(const QString& database = u"host=127.0.0.1 port=1"_s)
     {
         Config& config = *Singleton<Config>::instance;
         config.declare(
             {{u"Shop:database"_s, ConfigKey::Type::Text, {}}, {u"Shop:till"_s, ConfigKey::Type::Text, {}}});
-        config.set(u"Shop:database"_s, u"host=127.0.0.1 port=1"_s);
+        config.set(u"Shop:database"_s, database);
         config.set(u"Shop:till"_s, u"7"_s);
     }
     QueueDelivery::Summary deliver() { return till::deliverNow(queue, *Singleton<Config>::instance); }
@@ -173,6 +175,21 @@ TEST_F(DeliveringNow, WaitsForTheWorkerAlsoWithNothingElseToDo)
         its.delivered(id, {});
     });
     EXPECT_EQ(deliver().delivered, 1);
+}
+
+TEST_F(DeliveringNow, OfATillOfAShopMovesOnWhatWaitsAndWhatIsParkedAndCountsBoth)
+{
+    const test_support::Postgres server;
+    shop::Connection database(server.address());
+    shop::prepare(database);
+    joinAShop(server.address());
+    add(u"A"_s);
+    queue.park(add(u"B"_s), {});
+    const auto summary = deliver();
+    EXPECT_EQ(summary.delivered, 2);
+    EXPECT_EQ(summary.waiting, 0);
+    EXPECT_EQ(summary.parked, 0);
+    EXPECT_EQ(summary.firstError, QString());
 }
 
 TEST_F(DeliveringNow, OfATillWhoseShopCannotBeReachedSaysWhatWaitsAndWhy)

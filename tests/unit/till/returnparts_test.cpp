@@ -235,6 +235,10 @@ TEST(ReturnParts, OfNothingOfLessThanAThousandthAndOfMoreThanIsThereAreRefused)
     EXPECT_EQ(refusal([&] { next(apples, 0.506, returns); }),
               "Позиция 1: к возврату 0,506, а из проданных 1,005 уже возвращено 0,5");
     EXPECT_EQ(next(apples, 0.505, returns)->getBquant(), 0.505);
+    Returns crumb;
+    close(crumb, next(apples, 0.001));
+    EXPECT_EQ(refusal([&] { next(apples, 1.005, crumb); }),
+              "Позиция 1: к возврату 1,005, а из проданных 1,005 уже возвращено 0,001");
 }
 
 TEST(ReturnParts, OfWhatAnEarlierVersionSoldBelowAThousandthAreRefused)

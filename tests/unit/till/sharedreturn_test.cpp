@@ -1,11 +1,16 @@
 // Returns in a shop of many tills, where others may close one of the same sale, or see this till's closed
 // first.
 
+#include "host/utils/basicexception.h"
+#include "tests/support/atcall.h"
 #include "tests/support/hostworld.h"
+#include "tests/support/logcapture.h"
 #include "tests/unit/till/loyaltydouble.h"
 #include "till/checkout/receiptmarks.h"
 #include "till/checkout/returnparts.h"
 
+#include <cerrno>
+#include <optional>
 #include <thread>
 
 using testing::IsEmpty;
@@ -21,6 +26,8 @@ public:
     [[nodiscard]] QSharedPointer<AbstractDocument> loadDocument(const QVariant& reference,
                                                                 bool forUpdate) override
     {
+        if (isOutOfReach)
+            throw BasicException(tr::Tr::untranslated(u"нет связи"_s));
         if (forUpdate)
             locked.append(reference.toString());
         const auto its = elsewhere.value(reference.toString());
@@ -35,12 +42,14 @@ public:
         }
         return returns;
     }
-    [[nodiscard]] bool isShared(const QString& /*identifier*/) override { return true; }
+    [[nodiscard]] bool isShared(const QString& /*identifier*/) override { return sharesIt; }
     [[nodiscard]] bool seesAll() const override { return seesEverything; }
 
     QMap<QString, QSharedPointer<AbstractDocument>> elsewhere;
     QStringList locked; ///< against other tills
     bool seesEverything = true;
+    bool sharesIt = true;
+    bool isOutOfReach = false;
 };
 
 /// A return of position 1 of the sale S.
@@ -106,9 +115,10 @@ TEST_F(SharedReturn, IsKnownToBeBeingPaidBeforeOthersMaySeeItClosed)
     EXPECT_TRUE(DocumentsDao().contains(u"R"_s));
 }
 
-TEST_F(SharedReturn, ThatCouldNotBeClosedMayBeRolledBack)
+TEST_F(SharedReturn, ThatCouldNotBeClosedMayBeRolledBackThoughNotAllIsSeen)
 {
     openReturn();
+    shop->seesEverything = false;
     loyalty.commitFailure = "no";
     EXPECT_EQ(checkout->pay().error, u"no"_s);
     EXPECT_EQ(checkout->state(), State::Return);
@@ -120,6 +130,59 @@ TEST_F(SharedReturn, ThatCouldNotBeClosedMayBeRolledBack)
     EXPECT_EQ(markOnDisk(), std::nullopt);
     loyalty.refusal = {};
     expectDone(checkout->rollBack());
+}
+
+TEST_F(SharedReturn, ThatNoOtherTillSeesIsClosedInOneCommit)
+{
+    openReturn();
+    shop->sharesIt = false;
+    std::optional<State> mark;
+    loyalty.whileCommitting = [&mark] { mark = markOnDisk(); };
+    expectDone(checkout->pay());
+    EXPECT_EQ(mark, std::nullopt);
+}
+
+TEST_F(SharedReturn, WhoseClosingTheDiskDidNotTakeMayBeRolledBack)
+{
+    openReturn();
+    std::optional<test_support::AtCall> broken;
+    loyalty.whileCommitting = [&broken] { broken.emplace("fdatasync", test_support::failingOnce(EIO)); };
+    EXPECT_FALSE(checkout->pay().ok);
+    EXPECT_EQ(checkout->state(), State::Return);
+    EXPECT_EQ(markOnDisk(), std::nullopt);
+    expectDone(checkout->rollBack());
+}
+
+TEST_F(SharedReturn, WhoseStoreWentAwayWhileItWasClosedIsWhatTheStoreSaysOfIt)
+{
+    openReturn();
+    loyalty.whileCommitting = [this] { ASSERT_TRUE(QFile::rename(store(), store() + u"_"_s)); };
+    EXPECT_FALSE(checkout->pay().ok);
+    bringBack();
+    loyalty.whileCommitting = {};
+    EXPECT_EQ(checkout->rollBack().error, u"Чек R уже оплачивается: завершите оплату"_s);
+    expectDone(checkout->pay());
+}
+
+TEST_F(SharedReturn, WhoseRollBackFailedIsStillBeingRolledBack)
+{
+    openReturn();
+    loyalty.refusal = tr::Tr::untranslated(u"нет"_s);
+    EXPECT_EQ(checkout->rollBack().error, u"нет"_s);
+    EXPECT_EQ(checkout->state(), State::Abandoned);
+    EXPECT_EQ(markOnDisk(), State::Abandoned);
+}
+
+TEST_F(SharedReturn, StaysBeingPaidWhileNobodyCanTellWhetherItIsClosed)
+{
+    openReturn();
+    loyalty.whileCommitting = [this] { shop->isOutOfReach = true; };
+    const test_support::LogCapture log(u"till"_s);
+    markAsPaying();
+    loyalty.commitFailure = "no";
+    EXPECT_EQ(checkout->pay().error, u"no"_s);
+    EXPECT_EQ(checkout->state(), State::Paying);
+    EXPECT_THAT(log.lines(), testing::ElementsAre(u"warn: The return stays as it is: нет связи"_s));
 }
 
 TEST_F(SharedReturn, ThatOthersSeeClosedIsNotClosedAgain)
@@ -201,7 +264,8 @@ TEST_F(SharedReturn, ThatThisTillHasClosedItselfIsNotSoughtElsewhere)
     shop->elsewhere.insert(u"R"_s, returnOf());
     EXPECT_TRUE(till::wasClosedElsewhere(*returnOf()));
     EXPECT_THAT(shop->locked, IsEmpty()) << "it is only looked at";
-    EXPECT_FALSE(till::wasClosedElsewhere(Document(SaleReceipt, u"R"_s)));
+    shop->elsewhere.insert(u"S"_s, QSharedPointer<Document>::create(SaleReceipt, u"S"_s));
+    EXPECT_FALSE(till::wasClosedElsewhere(Document(SaleReceipt, u"S"_s))) << "another till's sale";
     DocumentsDao().store(returnOf());
     EXPECT_FALSE(till::wasClosedElsewhere(*returnOf()));
 }
@@ -244,6 +308,9 @@ TEST_F(SharedReturn, OfASaleThatIsNotSeenIsOnlySaidNotToExistWhereAllAreSeen)
     EXPECT_EQ(refused(), u"Чека S нет среди закрытых: возврат не возможен"_s);
     shop->seesEverything = false;
     EXPECT_EQ(refused(), u"Возврат не возможен"_s);
+    open(u"S"_s);
+    expectDone(checkout->pay());
+    expectDone(checkout->openReturn(u"R"_s, u"S"_s, {{.posnum = 1, .quantity = 1}}));
 }
 
 } // namespace tilltest

@@ -43,6 +43,34 @@ TEST_F(CheckoutSpending, BecomesADiscountOfThePositionsThatTheServiceNames)
     EXPECT_THAT(eventsOf(), ElementsAre(u"opened"_s, u"request"_s, u"answer"_s));
 }
 
+TEST_F(CheckoutSpending, OfNothingIsOneAllTheSame)
+{
+    openOnCard();
+    loyalty.impacts = {LoyaltyDouble::impactOn({{1, 0}})};
+    answer();
+    expectDone(checkout->spend(0));
+    EXPECT_EQ(checkout->state(), State::Discounted) << "the service has its number";
+}
+
+TEST_F(CheckoutSpending, OfASaleIsNoneOfItsReturn)
+{
+    openOnCard();
+    spendWithADiscount();
+    answer();
+    expectDone(checkout->pay());
+    expectDone(checkout->openReturn(u"B"_s, u"R"_s, {{.posnum = 1, .quantity = 1}}));
+    EXPECT_FALSE(checkout->hasSpentPoints());
+}
+
+TEST_F(CheckoutSpending, BindsTheReceiptToItsCard)
+{
+    openOnCard();
+    spendWithADiscount();
+    const QString refusal = u"В чеке уже списаны баллы: карту не сменить. Отмените чек"_s;
+    EXPECT_EQ(checkout->identifyByCard(u"2000000000024"_s).error, refusal);
+    EXPECT_EQ(checkout->identifyByPhone(u"+79990000000"_s).error, refusal);
+}
+
 TEST_F(CheckoutSpending, IsWorthWhatTheConfiguredRatioSays)
 {
     set("bonusRatio", u"10:1"_s);
@@ -209,6 +237,16 @@ TEST_F(CheckoutSpending, IsNotProvenUndoneByTheRefusalOfAnEarlierOne)
     answer(400); // of which nobody knows what it says
     EXPECT_EQ(checkout->spend(50).error.toStdString(), "Ошибка 400\n" + doubt);
     EXPECT_TRUE(till::unknownSpendingOf(*kept()));
+}
+
+TEST_F(CheckoutSpending, ThatFailsBeforeTheServiceWasAskedForPointsLeavesNoDoubt)
+{
+    openOnCard();
+    loyalty.spendingPath = u"elsewhere"_s;
+    answer(400);
+    EXPECT_EQ(checkout->spend(50).error.toStdString(), "Ошибка 400");
+    EXPECT_EQ(checkout->state(), State::Sale);
+    EXPECT_FALSE(eventsOf().contains(u"unknown"_s));
 }
 
 TEST_F(CheckoutSpending, ThatCannotBeKeptIsUnknownAndTheStoreIsToldOf)
