@@ -105,7 +105,8 @@ Command restoreCommand()
         .examples = {{u"till restore /mnt/backup/till-monday.sqlite"_s, u"of the usual data directory"_s}},
         .statuses = {{0, u"it is in its place"_s},
                      {2, u"wrong usage, a till or a delivery works, or the file cannot be used; nothing was "
-                         "changed"_s}},
+                         "changed. Where the disk failed in the last step, the former store lies beside the "
+                         "store already"_s}},
         .run = runRestore};
 }
 
