@@ -111,7 +111,7 @@ class Runner:
         tests = []
         with concurrent.futures.ThreadPoolExecutor(2) as pool:
             for program in programs:
-                memory = BUILD / "reached" / f"{program}.json"
+                memory = BUILD / "comes" / f"{program}.json"
                 known = json.loads(memory.read_text()) if memory.exists() else []
                 known = {(test["test"], test["stamp"]): test for test in known}
                 now = [(name, stamp + hash_of([source])) for name, source in self.tests_of(program).items()]

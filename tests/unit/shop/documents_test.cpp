@@ -1,7 +1,9 @@
 #include "tests/unit/shop/scene.h"
 
+#include "host/shop/localmarks.h"
 #include "host/storage/documentcodec.h"
 #include "host/storage/transaction.h"
+#include "tests/support/logcapture.h"
 
 #include <QElapsedTimer>
 
@@ -59,13 +61,17 @@ TEST_F(Shop, ShowsWhatIsStillAtTheTillWithoutTheDatabase)
     away.kill();
     closeReceipt(richSale(u"R-1"_s));
     shop::ShopDocuments documents(u"1"_s, away.address());
+    const LogCapture log(u"shop"_s);
     EXPECT_TRUE(documents.loadDocument(u"R-1"_s, true));
     EXPECT_TRUE(documents.seesAll());
+    EXPECT_THAT(log.lines(), testing::IsEmpty());
     EXPECT_FALSE(documents.loadDocument(u"R-2"_s, false));
+    EXPECT_EQ(log.lines().size(), 1);
     EXPECT_FALSE(documents.seesAll()) << "it may be there";
     EXPECT_EQ(documents.returnsOf(u"R-1"_s).size(), 0);
     EXPECT_THROW((void)documents.returnsOf(u"R-2"_s), shop::DatabaseError);
     EXPECT_EQ(documents.newestSales(5).size(), 1);
+    EXPECT_EQ(log.lines().size(), 2);
 }
 
 TEST_F(Shop, LetsACashierWaitOnceForADatabaseThatIsAway)
@@ -108,6 +114,17 @@ TEST_F(Shop, ListsTheNewestSalesOfThisTillWhereverTheyLie)
     EXPECT_EQ(documents.newestSales(1).size(), 1);
     workAt(u"second"_s);
     EXPECT_TRUE(shop::ShopDocuments(u"2"_s, server.address()).newestSales(5).isEmpty());
+}
+
+TEST_F(Shop, RemembersWhatMovedOnUntilItIsForgotten)
+{
+    closeReceipt(richSale(u"R-1"_s));
+    const qint64 before = QDateTime::currentMSecsSinceEpoch();
+    moveOn();
+    shop::LocalMarks().forgetBefore(before);
+    EXPECT_TRUE(shop::hasMovedOn(u"R-1"_s));
+    shop::LocalMarks().forgetBefore(QDateTime::currentMSecsSinceEpoch() + 1);
+    EXPECT_FALSE(shop::hasMovedOn(u"R-1"_s));
 }
 
 TEST_F(Shop, HasOneTruthOfASalesCard)

@@ -1,6 +1,7 @@
 #include "tests/unit/shop/scene.h"
 
 #include "host/storage/transaction.h"
+#include "tests/support/logcapture.h"
 
 #include <QSqlDriver>
 
@@ -249,10 +250,13 @@ TEST_F(Shop, LeavesAReceiptOfWhichTheDatabaseHasAnotherAndMovesTheRest)
     closeReceipt(richSale(u"R-0"_s));
     closeReceipt(richSale(u"R-1"_s));
     closeReceipt(richSale(u"R-2"_s));
+    const LogCapture log(u"shop"_s);
     shop::Moving moving(u"2"_s, database);
     while (moving.step()) {
     }
     EXPECT_EQ(moving.stuck(), QStringList{u"R-1"_s});
+    ASSERT_EQ(log.lines().size(), 1);
+    EXPECT_TRUE(log.lines().first().startsWith(u"error: Receipt R-1 stays at this till: "_s));
     EXPECT_EQ(server.sql(u"SELECT identifier, till FROM kyr.documents ORDER BY 1"_s), u"R-0|2\nR-1|1\nR-2|2");
     EXPECT_TRUE(DocumentsDao().contains(u"R-1"_s));
     EXPECT_EQ(server.sql(u"SELECT count(*) FROM kyr.documents"_s), u"3");

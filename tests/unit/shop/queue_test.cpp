@@ -48,6 +48,14 @@ TEST_F(ShopQueueTest, GivesEachMessageToOneDeliveryAlone)
     EXPECT_EQ(bodyOf(next(other, {*other.find(2)})), "none");
 }
 
+TEST_F(ShopQueueTest, KnowsWhichTillPutAMessageIn)
+{
+    enqueue(u"A"_s);
+    moveOn(u"7"_s);
+    EXPECT_EQ(one.find(1)->till, u"7"_s);
+    EXPECT_EQ(next(one)->till, u"7"_s);
+}
+
 TEST_F(ShopQueueTest, KeepsTheOrderWithinAReceiptWhoeverDelivers)
 {
     put({u"A"_s, u"A"_s, u"A"_s});

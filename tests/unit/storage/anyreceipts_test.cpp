@@ -171,8 +171,10 @@ TEST_P(AnyReceipts, RefuseAStaleCardRecordInsteadOfUndoingALaterOne)
     const auto stale = record();
     writeBack(u"newer"_s);
     // The shop's database says that it was another till.
-    EXPECT_THAT(failure([&] { dao->saveCardRecord(stale); }),
-                AnyOf(u"hostCardRecordStale"_s, u"hostShopConflict"_s));
+    for (int time = 0; time < 2; ++time)
+        EXPECT_THAT(failure([&] { dao->saveCardRecord(stale); }),
+                    AnyOf(u"hostCardRecordStale"_s, u"hostShopConflict"_s))
+            << "however often it is tried";
     EXPECT_EQ(storedOperationId(), u"newer"_s);
 }
 
