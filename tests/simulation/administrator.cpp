@@ -37,16 +37,15 @@ QList<QueuedMessage> droppedOnes()
     return dropped;
 }
 
-/// Those of which something was dropped.
-QSet<QString> incompleteGroups()
+} // namespace
+
+QSet<QString> Shop::incomplete() const
 {
-    QSet<QString> groups;
+    QSet<QString> groups = m_incompleteBefore;
     for (const QueuedMessage& dropped : droppedOnes())
         groups.insert(dropped.group);
     return groups;
 }
-
-} // namespace
 
 void Shop::administrate(Dice& dice)
 {
@@ -98,15 +97,16 @@ void Shop::checkDecisions()
 
 void Shop::forgetDecisions()
 {
+    m_incompleteBefore = incomplete(); // what is parked for that stays parked
     m_decisions.removeIf([this](const Decision& decision) { return decision.till == m_at; });
 }
 
 void Shop::checkParked()
 {
     MessageQueue& queue = m_till->queue();
-    const QSet<QString> incomplete = incompleteGroups();
+    const QSet<QString> groups = incomplete();
     for (auto message = queue.after(0); message; message = queue.after(message->id)) {
-        if (message->state == QueuedMessage::State::Parked && !incomplete.contains(message->group) &&
+        if (message->state == QueuedMessage::State::Parked && !groups.contains(message->group) &&
             !m_network.wasRefusedByChance(requestOf(*message)))
             find(u"message %1 about %2, %3, was refused: %4"_s.arg(message->id)
                      .arg(message->group, message->operation(), message->lastError));
@@ -117,14 +117,14 @@ bool Shop::lookAfterParked(QSet<qint64>& retried)
 {
     checkParked();
     MessageQueue& queue = m_till->queue();
-    const QSet<QString> incomplete = incompleteGroups();
+    const QSet<QString> groups = incomplete();
     bool isAnythingDone = false;
     for (auto message = queue.after(0); message; message = queue.after(message->id)) {
         if (message->state != QueuedMessage::State::Parked)
             continue;
         if (!retried.contains(message->id))
             retry(*message);
-        else if (incomplete.contains(message->group)) // what it takes back was never done
+        else if (groups.contains(message->group)) // what it takes back was never done
             drop(*message);
         else
             continue; // sendAll() tells of it

@@ -95,6 +95,8 @@ private:
     void checkDecisions();
     /// A backup knows nothing of them.
     void forgetDecisions();
+    /// Receipts of which something was dropped, be it before a restore that took that back.
+    [[nodiscard]] QSet<QString> incomplete() const;
     /// Nothing is parked but what chance had refused, or what follows something that was dropped.
     void checkParked();
     /// Retries what is parked, and drops it when that helps no more, for what it follows was dropped. False:
@@ -130,6 +132,7 @@ private:
     bool m_isRestoreRepeated = false; ///< should something go wrong
     QList<Seen> m_seen;
     QList<Decision> m_decisions;
+    QSet<QString> m_incompleteBefore; ///< the last restores
     UsedTime m_used;
     int m_numbered = 0;
     int m_deaths = 0;
