@@ -199,7 +199,8 @@ QueueDelivery::Summary QueueDelivery::deliverDue(const std::stop_token& stop)
 
 bool QueueDelivery::isHeldUp(const QDateTime& now)
 {
-    // What is set for later than any pause was set before the clock jumped back. None is before any time.
+    // What is set for later than any pause was set before the clock jumped back. An invalid time is before
+    // any.
     const auto liesAhead = [&now](const QDateTime& time) {
         return time > now && time <= now + network::longestPause;
     };
