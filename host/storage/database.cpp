@@ -220,9 +220,8 @@ void Database::requireWritable() const
 
 void Database::execute(const QString& sql) const
 {
-    QSqlQuery query(m_database);
-    if (!query.exec(sql))
-        fail(query.lastError());
+    QSqlQuery query = prepared(sql);
+    static_cast<void>(rows(query)); // a pragma's change is committed behind its last row, and may fail there
 }
 
 void Database::execute(QSqlQuery& statement, const QVariantList& values) const

@@ -51,6 +51,19 @@ TEST_F(RefusedStore, IsDeniedAndNotDamagedWhenItMayNotBeOpened)
     EXPECT_EQ(bytes(u"till.sqlite"_s), before);
 }
 
+TEST_F(RefusedStore, ThatCannotBeGivenItsLogIsNotWorkedOnWithoutOne)
+{
+    test_support::RawDatabase(store).run(
+        u"PRAGMA journal_mode=DELETE"_s); // as a restore that failed leaves it
+    {
+        const AtCall broken("fdatasync", test_support::failingOnce(EIO));
+        EXPECT_EQ(failure([] { storage::store(); }), failed);
+    }
+    const auto open = storage::store();
+    open->requireWritable();
+    EXPECT_TRUE(QFile::exists(store + u"-wal"_s));
+}
+
 TEST_F(RefusedStore, ThatIsDamagedIsSetAsideByOneProgramOnly)
 {
     damage();
