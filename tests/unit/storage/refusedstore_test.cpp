@@ -92,8 +92,9 @@ TEST_F(RefusedStore, IsOpenedByTwoProgramsThatBeginAtOnce)
                                const int folder = open(qPrintable(path()), O_RDONLY | O_DIRECTORY);
                                const bool isFree = flock(folder, LOCK_EX | LOCK_NB) == 0;
                                close(folder);
-                               if (isFree) // else the other one waits
+                               if (isFree) { // else the other one waits
                                    EXPECT_THAT(openDataDirectory().findings, IsEmpty());
+                               }
                            }));
     EXPECT_THAT(openDataDirectory().findings, IsEmpty());
 }
